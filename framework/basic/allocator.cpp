@@ -1,0 +1,168 @@
+#include "framework/basic/allocator.h"
+
+#include <algorithm>
+#include <new>
+
+#include "framework/kernel/unused_parameter.h"
+
+static_assert(sizeof(CDefaultAllocator) == 16, "two bases without data");
+static_assert(sizeof(CBlockAllocator) == 40, "field order and widths are the binary interface");
+
+template class CSingleton<CDefaultAllocator>;
+
+namespace
+{
+constexpr unsigned int g_uMinBlockSize = sizeof(IAllocator::SBlock);
+
+IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // counted from 1
+{
+    while (--uNth != 0) pChain = pChain->pNext;
+    return pChain;
+}
+}  // namespace
+
+IAllocator::~IAllocator() = default;
+
+CDefaultAllocator::CDefaultAllocator() = default;
+
+CDefaultAllocator::~CDefaultAllocator() = default;
+
+IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast)
+{
+    if (uSize < g_uMinBlockSize || uCount == 0) return nullptr;
+    SBlock* pChain = nullptr;
+    for (unsigned int uDone = 0; uDone < uCount; ++uDone)
+    {
+        void* const pvMemory = ::operator new[](uSize, std::nothrow);
+        if (pvMemory == nullptr)
+        {
+            Release(pChain, uSize);
+            return nullptr;
+        }
+        pChain = new (pvMemory) SBlock{pChain};
+        if (uDone == 0 && ppLast != nullptr) *ppLast = pChain;
+    }
+    return pChain;
+}
+
+void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
+{
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uCount);
+    while (pChain != nullptr)
+    {
+        SBlock* const pNext = pChain->pNext;
+        ::operator delete[](pChain);
+        pChain = pNext;
+    }
+}
+
+QvResult CDefaultAllocator::InitializeCDefaultAllocator()
+{
+    return QV_RES_OK;
+}
+
+void CDefaultAllocator::FinalizeCDefaultAllocator()
+{
+    DestroyInstance();
+}
+
+CBlockAllocator::CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator)
+    : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance()),
+      m_pHead(nullptr),
+      m_pTail(nullptr),
+      m_uBlockCount(0),
+      m_uBlockSize(std::max(uBlockSize, g_uMinBlockSize))
+{
+}
+
+CBlockAllocator::CBlockAllocator(const CBlockAllocator& rOther)
+    : CBlockAllocator(rOther.m_uBlockSize, rOther.m_pAllocator)
+{
+}
+
+CBlockAllocator::~CBlockAllocator()
+{
+    Reduce(0);
+    m_pAllocator = nullptr;
+    m_uBlockSize = 0;
+}
+
+bool CBlockAllocator::Reserve(unsigned int uCount)
+{
+    if (uCount <= m_uBlockCount) return true;
+    const unsigned int uShortfall = uCount - m_uBlockCount;
+    IAllocator::SBlock* pLast = nullptr;
+    IAllocator::SBlock* const pFirst = m_pAllocator->Allocate(uShortfall, m_uBlockSize, &pLast);
+    if (pFirst == nullptr) return false;
+    if (m_pTail != nullptr) m_pTail->pNext = pFirst;
+    else m_pHead = pFirst;
+    m_pTail = pLast;
+    m_uBlockCount += uShortfall;
+    return true;
+}
+
+void CBlockAllocator::Reduce(unsigned int uKeep)
+{
+    if (uKeep >= m_uBlockCount) return;
+    const unsigned int uRelease = m_uBlockCount - uKeep;
+    IAllocator::SBlock* pReleased = m_pHead;
+    if (uKeep == 0) m_pHead = m_pTail = nullptr;
+    else
+    {
+        // Free blocks are all alike, so give up the end that is reached by the shorter walk.
+        const bool bFront = uRelease < uKeep;
+        IAllocator::SBlock* const pCut = NthBlock(m_pHead, bFront ? uRelease : uKeep);
+        if (bFront) m_pHead = pCut->pNext;
+        else
+        {
+            pReleased = pCut->pNext;
+            m_pTail = pCut;
+        }
+        pCut->pNext = nullptr;
+    }
+    m_pAllocator->Release(pReleased, uRelease);
+    m_uBlockCount -= uRelease;
+}
+
+void* CBlockAllocator::Pop()
+{
+    if (m_pHead == nullptr && !Reserve(1)) return nullptr;
+    IAllocator::SBlock* const pBlock = m_pHead;
+    m_pHead = pBlock->pNext;
+    if (m_pHead == nullptr) m_pTail = nullptr;
+    --m_uBlockCount;
+    return pBlock;
+}
+
+void CBlockAllocator::Push(void* pBlock)
+{
+    if (pBlock == nullptr) return;
+    m_pHead = new (pBlock) IAllocator::SBlock{m_pHead};
+    if (m_pTail == nullptr) m_pTail = m_pHead;
+    ++m_uBlockCount;
+}
+
+unsigned int CBlockAllocator::GetBlockCount() const
+{
+    return m_uBlockCount;
+}
+
+bool CBlockAllocator::operator==(const CBlockAllocator& rOther) const
+{
+    return m_pAllocator == rOther.m_pAllocator;
+}
+
+bool CBlockAllocator::operator!=(const CBlockAllocator& rOther) const
+{
+    return !(*this == rOther);
+}
+
+QvResult InitializeCDefaultAllocator()
+{
+    return CDefaultAllocator::InitializeCDefaultAllocator();
+}
+
+void FinalizeCDefaultAllocator()
+{
+    CDefaultAllocator::FinalizeCDefaultAllocator();
+}

@@ -1,0 +1,106 @@
+#ifndef FRAMEWORK_BASIC_ALLOCATOR_H
+#define FRAMEWORK_BASIC_ALLOCATOR_H
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+#include "framework/kernel/singleton.h"
+
+/// A source of memory in chains of equal blocks. Whatever takes an IAllocator* uses the default allocator when it is
+/// null, and borrows it otherwise: it must outlive its users.
+class QV_EXPORT IAllocator
+{
+public:
+    /// A block while it is in a chain: its first word links to the next block, null in the last. The rest is undefined.
+    struct SBlock
+    {
+        SBlock* pNext;
+    };
+
+    virtual ~IAllocator();
+
+    /// A chain of uCount blocks of uSize bytes each, or null when memory, or an argument, does not allow it.
+    /// *ppLast, when ppLast is given, becomes the last block of the chain.
+    virtual SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) = 0;
+
+    /// Takes a chain back: all blocks from pChain to the null link. A null chain is none.
+    virtual void Release(SBlock* pChain, unsigned int uCount) = 0;
+};
+
+/// The process-wide source: every block is a separate allocation with the global operator new[].
+///
+/// Threads    Keeps no state: any thread at any time.
+/// Lifetime   Made on first use, gone with the shut-down of the framework.
+class QV_EXPORT CDefaultAllocator : public CSingleton<CDefaultAllocator>, public IAllocator
+{
+public:
+    CDefaultAllocator();
+    ~CDefaultAllocator() override;
+
+    /// Null, and nothing is allocated, when uSize is below 8 or uCount is 0; null when memory runs out, with what was
+    /// allocated so far given back through Release() (*ppLast may be written by then).
+    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override;
+
+    /// Frees the chain by its links; uCount is ignored.
+    void Release(SBlock* pChain, unsigned int uCount) override;
+
+    /// Module start-up and shut-down. Start-up has nothing to do and returns QV_RES_OK; shut-down deletes the instance.
+    static QvResult InitializeCDefaultAllocator();
+    static void FinalizeCDefaultAllocator();
+};
+
+extern template class CSingleton<CDefaultAllocator>;
+
+/// A free list of blocks of one size in front of an IAllocator: takes blocks from it in bulk, hands them out and takes
+/// them back one at a time, and returns them only when told to.
+///
+///     source --Reserve--> [tail ... free blocks ... head] --Pop--> user
+///            <--Reduce--                                  <-Push--
+///
+/// Ownership  Owns the free blocks, not those handed out: push each back here, or to an allocator that compares equal.
+///            Borrows the source, which must outlive it; null means the default allocator.
+/// Threads    No locking: one thread at a time.
+/// Cost       Push() and Pop() are constant and allocate nothing while a block is free; what was pushed last is popped
+///            first. Reserve() and Reduce() are one call of the source.
+/// Failure    A null block or false, with the free list unchanged.
+class QV_EXPORT CBlockAllocator
+{
+public:
+    /// Blocks of uBlockSize bytes, at least 8 (room for the link); the size is not aligned up.
+    CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator);
+    /// Same source and block size; the free list is not shared and starts empty.
+    CBlockAllocator(const CBlockAllocator& rOther);
+    CBlockAllocator& operator=(const CBlockAllocator&) = delete;
+    /// Returns the free blocks to the source.
+    virtual ~CBlockAllocator();
+
+    /// Makes at least uCount blocks free, asking the source for exactly those that lack. False when it has no memory.
+    bool Reserve(unsigned int uCount);
+
+    /// Returns all but uKeep free blocks to the source. Cost: a walk over the shorter of what is kept and returned.
+    void Reduce(unsigned int uKeep);
+
+    /// A free block, taken from the source when there is none; null when the source has no memory.
+    void* Pop();
+
+    /// Takes a block back; null is ignored.
+    virtual void Push(void* pBlock);
+
+    /// The number of free blocks.
+    unsigned int GetBlockCount() const;
+
+    /// Equal when both have the same source, so that each can take the other's blocks (of its size) back.
+    bool operator==(const CBlockAllocator& rOther) const;
+    bool operator!=(const CBlockAllocator& rOther) const;
+
+private:
+    IAllocator* m_pAllocator;
+    IAllocator::SBlock* m_pHead;
+    IAllocator::SBlock* m_pTail;
+    unsigned int m_uBlockCount;
+    unsigned int m_uBlockSize;
+};
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; forward to CDefaultAllocator.
+QV_EXPORT QvResult InitializeCDefaultAllocator();
+QV_EXPORT void FinalizeCDefaultAllocator();
+
+#endif

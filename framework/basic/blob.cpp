@@ -1,0 +1,441 @@
+// Bit cursors. A position is an index and a bit offset of 0 to 7. With an offset, the byte in progress is the one before
+// the read index, but the one at the append-bits index. Bits travel in 32-bit words loaded big-endian, so that bit n of
+// a byte run is bit n of the word from the top; a step moves as many bits as source and destination both have left in
+// their words. Words are loaded and stored only as far as bytes exist to load them from.
+#include "framework/basic/blob.h"
+
+#include <limits.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
+
+namespace
+{
+constexpr unsigned int g_uWordBits = 32;
+constexpr unsigned int g_uWordBytes = 4;
+
+// The first uBytes bytes, four at most, as the top of a big-endian word.
+uint32_t LoadWord(const unsigned char* pu, size_t uBytes)
+{
+    uint32_t uWord = 0;
+    if (uBytes >= g_uWordBytes) memcpy(&uWord, pu, g_uWordBytes);
+    else memcpy(&uWord, pu, uBytes);
+    return __builtin_bswap32(uWord);
+}
+
+void StoreWord(unsigned char* pu, uint32_t uWord, size_t uBytes)
+{
+    uWord = __builtin_bswap32(uWord);
+    if (uBytes == g_uWordBytes) memcpy(pu, &uWord, g_uWordBytes);
+    else memcpy(pu, &uWord, uBytes);
+}
+
+size_t BytesHolding(uint64_t uBits)
+{
+    return static_cast<size_t>((uBits + 7) / 8);
+}
+
+// The top uCount (0 to 32) bits set.
+uint32_t TopBits(unsigned int uCount)
+{
+    return uCount == 0 ? 0 : ~uint32_t{0} << (g_uWordBits - uCount);
+}
+
+// How many of uRemaining bits one step moves between two offsets.
+unsigned int ChunkSize(uint64_t uRemaining, unsigned int uOffset1, unsigned int uOffset2)
+{
+    const unsigned int uRoom = g_uWordBits - std::max(uOffset1, uOffset2);
+    return static_cast<unsigned int>(std::min<uint64_t>(uRemaining, uRoom));
+}
+
+// uBits bits of uSource from uFrom on, at uTo, behind the first uTo bits of uTarget.
+uint32_t MergeBits(uint32_t uTarget, unsigned int uTo, uint32_t uSource, unsigned int uFrom, unsigned int uBits)
+{
+    const uint32_t uTaken = uSource << uFrom & TopBits(uBits);
+    return (uTarget & TopBits(uTo)) | uTaken >> uTo;
+}
+
+// Advances a byte pointer and a bit offset by uBits.
+template <typename Pointer>
+void Advance(Pointer& rpu, unsigned int& ruOffset, unsigned int uBits)
+{
+    rpu += (uBits + ruOffset) / 8;
+    ruOffset = (uBits + ruOffset) % 8;
+}
+
+// A copy of bytes that belong to the blob about to change, or null.
+std::unique_ptr<unsigned char[]> CopyOf(const unsigned char* puData, size_t uSize)
+{
+    std::unique_ptr<unsigned char[]> puCopy(new (std::nothrow) unsigned char[uSize]);
+    if (puCopy != nullptr) memcpy(puCopy.get(), puData, uSize);
+    return puCopy;
+}
+
+// Whether two byte runs share a byte.
+bool Overlap(const unsigned char* pu1, size_t uSize1, const unsigned char* pu2, size_t uSize2)
+{
+    const uintptr_t u1 = reinterpret_cast<uintptr_t>(pu1);
+    const uintptr_t u2 = reinterpret_cast<uintptr_t>(pu2);
+    return uSize1 != 0 && u1 < u2 + uSize2 && u2 < u1 + uSize1;
+}
+
+// The inline members belong to the binary interface: this makes the compiler emit them.
+struct SEmitted
+{
+    unsigned int (CBlob::*apfnCounts[2])() const;
+    unsigned char* (CBlob::*pfnFirst)();
+    const unsigned char* (CBlob::*pfnConstFirst)() const;
+};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {
+    {&CBlob::GetSize, &CBlob::GetCapacity}, &CBlob::GetFirstIndexPtr, &CBlob::GetFirstIndexPtr};
+}  // namespace
+
+CBlob::CBlob(IAllocator* pAllocator)
+    : CVectorBase(1, false, pAllocator),
+      m_uReadIndex(0),
+      m_uReadBitOffset(0),
+      m_uAppendBitsIndex(0),
+      m_uAppendBitsBitOffset(0)
+{
+}
+
+CBlob::CBlob(unsigned int uCapacity, IAllocator* pAllocator) : CBlob(pAllocator)
+{
+    ReserveCapacity(uCapacity);
+}
+
+CBlob::CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator)
+    : CBlob(std::max(uSize, uCapacity), pAllocator)
+{
+    Append(puData, uSize);
+}
+
+CBlob::CBlob(const CBlob& rSrc) : CVectorBase(rSrc)
+{
+    CopyMembers(rSrc);
+}
+
+CBlob::CBlob(CBlob&& rSrc) : CBlob(rSrc.m_pAllocator)
+{
+    *this = static_cast<CBlob&&>(rSrc);
+}
+
+CBlob::~CBlob() = default;
+
+CBlob& CBlob::operator=(const CBlob& rSrc)
+{
+    if (this == &rSrc) return *this;
+    CVectorBase::operator=(rSrc);
+    CopyMembers(rSrc);
+    return *this;
+}
+
+CBlob& CBlob::operator=(CBlob&& rSrc)
+{
+    ExchangeContents(rSrc);
+    std::swap(m_uReadIndex, rSrc.m_uReadIndex);
+    std::swap(m_uReadBitOffset, rSrc.m_uReadBitOffset);
+    std::swap(m_uAppendBitsIndex, rSrc.m_uAppendBitsIndex);
+    std::swap(m_uAppendBitsBitOffset, rSrc.m_uAppendBitsBitOffset);
+    return *this;
+}
+
+bool CBlob::operator==(const CBlob& rOther) const
+{
+    return CVectorBase::operator==(rOther);
+}
+
+bool CBlob::operator!=(const CBlob& rOther) const
+{
+    return CVectorBase::operator!=(rOther);
+}
+
+bool CBlob::operator<(const CBlob& rOther) const
+{
+    return std::lexicographical_compare(begin(), end(), rOther.begin(), rOther.end());
+}
+
+QvResult CBlob::Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize)
+{
+    if (uIndex > m_uSize || (puData == nullptr && uSize != 0)) return QV_RES_INVALID_ARGUMENT;
+    std::unique_ptr<unsigned char[]> puOwnData;
+    if (Overlap(puData, uSize, GetFirstIndexPtr(), m_uCapacity))
+    {
+        puOwnData = CopyOf(puData, uSize);
+        if (puOwnData == nullptr) return QV_RES_OUT_OF_MEMORY;
+        puData = puOwnData.get();
+    }
+    if (uIndex == m_uSize && uSize <= m_uCapacity - m_uSize) m_uSize += uSize;
+    else
+    {
+        const QvResult res = CVectorBase::Insert(uIndex, uSize);
+        if (res < 0) return res;
+    }
+    if (uSize != 0) memcpy(GetFirstIndexPtr() + uIndex, puData, uSize);
+    return QV_RES_OK;
+}
+
+QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize)
+{
+    if (uStartIndex > rSrc.m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uRest = rSrc.m_uSize - uStartIndex;
+    if (uSize == uTO_END) uSize = uRest;
+    if (uSize > uRest) return QV_RES_INVALID_ARGUMENT;
+    return Insert(uIndex, rSrc.GetFirstIndexPtr() + uStartIndex, uSize);
+}
+
+QvResult CBlob::Append(const unsigned char* puData, unsigned int uSize)
+{
+    return Insert(GetEndIndex(), puData, uSize);
+}
+
+void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
+{
+    CVectorBase::Erase(uIndex, uSize);
+}
+
+void CBlob::Clear()
+{
+    m_uSize = 0;
+    m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
+}
+
+QvResult CBlob::Resize(unsigned int uSize)
+{
+    return CVectorBase::Resize(uSize);
+}
+
+QvResult CBlob::Resize(unsigned char* puEnd)
+{
+    const uintptr_t uSize = reinterpret_cast<uintptr_t>(puEnd) - reinterpret_cast<uintptr_t>(m_pvStorage);
+    const unsigned int uLargest = m_uCapacity != 0 ? m_uCapacity - 1 : 0;
+    return uSize <= uLargest ? Resize(static_cast<unsigned int>(uSize)) : QV_RES_INVALID_ARGUMENT;
+}
+
+QvResult CBlob::ReserveCapacity(unsigned int uCapacity)
+{
+    return CVectorBase::ReserveCapacity(uCapacity);
+}
+
+QvResult CBlob::ReduceCapacity(unsigned int uCapacity)
+{
+    return CVectorBase::ReduceCapacity(uCapacity);
+}
+
+unsigned int CBlob::GetFirstIndex() const
+{
+    return CVectorBase::GetFirstIndex();
+}
+
+unsigned int CBlob::GetLastIndex() const
+{
+    return CVectorBase::GetLastIndex();
+}
+
+unsigned int CBlob::GetEndIndex() const
+{
+    return CVectorBase::GetEndIndex();
+}
+
+unsigned char* CBlob::GetAt(unsigned int uIndex)
+{
+    return static_cast<unsigned char*>(CVectorBase::GetAt(uIndex));
+}
+
+const unsigned char* CBlob::GetAt(unsigned int uIndex) const
+{
+    return static_cast<const unsigned char*>(CVectorBase::GetAt(uIndex));
+}
+
+unsigned char* CBlob::Read(unsigned char* puDst, unsigned int uSize)
+{
+    if (puDst == nullptr || uSize == 0) return nullptr;
+    const unsigned char* const puSrc = ReadNoCopy(uSize);
+    if (puSrc == nullptr) return nullptr;
+    memmove(puDst, puSrc, uSize);
+    return puDst;
+}
+
+unsigned char* CBlob::ReadNoCopy(unsigned int uSize)
+{
+    if (uSize > ReadableBytes()) return nullptr;
+    RealignReadBits(8);
+    unsigned char* const puBytes = GetAt(m_uReadIndex);
+    m_uReadIndex += uSize;
+    return puBytes;
+}
+
+QvResult CBlob::SetReadIndex(unsigned int uIndex)
+{
+    if (uIndex >= m_uSize && uIndex != 0) return QV_RES_INVALID_ARGUMENT;
+    m_uReadIndex = uIndex;
+    return QV_RES_OK;
+}
+
+unsigned int CBlob::GetUnreadSize() const
+{
+    return m_uSize - m_uReadIndex;
+}
+
+unsigned int CBlob::GetUnreadBits() const
+{
+    return GetUnreadSize() * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
+}
+
+void CBlob::AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+{
+    if (size_t{m_uAppendBitsIndex} + 1 != m_uSize) m_uAppendBitsIndex = m_uSize;
+    const size_t uCapacity = m_uSize + (size_t{uBitCount} + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
+
+    // Bytes of this blob are read from a copy: the blob may move, and change under them.
+    const size_t uSrcBytes = puSrc != nullptr ? BytesHolding(uint64_t{uBitCount} + uSrcBitOffset) : 0;
+    std::unique_ptr<unsigned char[]> puOwnSrc;
+    if (Overlap(puSrc, uSrcBytes, GetFirstIndexPtr(), m_uCapacity))
+    {
+        puOwnSrc = CopyOf(puSrc, uSrcBytes);
+        puSrc = puOwnSrc.get();
+    }
+    if (uCapacity > UINT_MAX || ReserveCapacity(static_cast<unsigned int>(uCapacity)) < 0 || puSrc == nullptr) return;
+
+    const unsigned char* const puSrcEnd = puSrc + uSrcBytes;
+    puSrc += uSrcBitOffset / 8;
+    uSrcBitOffset %= 8;
+    for (unsigned int uRemaining = uBitCount; uRemaining != 0;)
+    {
+        if (m_uAppendBitsIndex == m_uSize)
+        {
+            ++m_uSize;
+            m_uAppendBitsBitOffset = 0;
+        }
+        const unsigned int uChunk = ChunkSize(uRemaining, m_uAppendBitsBitOffset, uSrcBitOffset);
+        unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
+        const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
+        const uint32_t uDstWord = LoadWord(puDst, 1);
+        // The four bytes reserved beyond the bits make room for a whole word.
+        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
+        Advance(puSrc, uSrcBitOffset, uChunk);
+        Advance(puDst, m_uAppendBitsBitOffset, uChunk);
+        m_uAppendBitsIndex = static_cast<unsigned int>(puDst - GetFirstIndexPtr());
+        m_uSize = m_uAppendBitsIndex + (m_uAppendBitsBitOffset != 0 ? 1 : 0);
+        uRemaining -= uChunk;
+    }
+}
+
+void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
+{
+    DropBitsBeforeFirstByte();
+    uint64_t uRemaining = std::min<uint64_t>(uBitCount, ReadableBits());
+    if (puDst == nullptr || uRemaining == 0) return;
+    const unsigned char* const puFirst = GetFirstIndexPtr();
+    const unsigned char* puSrc = puFirst + m_uReadIndex - (m_uReadBitOffset != 0 ? 1 : 0);
+    puDst += uDstBitOffset / 8;
+    uDstBitOffset %= 8;
+    while (uRemaining != 0)
+    {
+        const unsigned int uChunk = ChunkSize(uRemaining, uDstBitOffset, m_uReadBitOffset);
+        const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puFirst + m_uSize - puSrc));
+        const uint32_t uDstWord = uDstBitOffset != 0 ? LoadWord(puDst, 1) : 0;
+        StoreWord(puDst, MergeBits(uDstWord, uDstBitOffset, uSrcWord, m_uReadBitOffset, uChunk),
+                  BytesHolding(uChunk + uDstBitOffset));
+        Advance(puDst, uDstBitOffset, uChunk);
+        Advance(puSrc, m_uReadBitOffset, uChunk);
+        uRemaining -= uChunk;
+    }
+    m_uReadIndex = static_cast<unsigned int>(puSrc - puFirst) + (m_uReadBitOffset != 0 ? 1 : 0);
+}
+
+void CBlob::PadBits(unsigned int uBitCount)
+{
+    static constexpr unsigned char auZEROS[g_uWordBytes] = {};
+    for (bool bFirst = true; uBitCount != 0; bFirst = false)
+    {
+        const unsigned int uChunk = std::min(uBitCount, g_uWordBits);
+        AppendBits(auZEROS, uChunk, 0);
+        uBitCount -= uChunk;
+        if (bFirst && uBitCount > g_uWordBits)
+        {
+            // Growth is exact, so take at once the room that the last chunk is going to ask for.
+            const unsigned int uLastChunk = (uBitCount - 1) % g_uWordBits + 1;
+            const size_t uSizeBeforeLast = size_t{m_uSize} + (uBitCount - uLastChunk) / 8;
+            const size_t uCapacity = uSizeBeforeLast + (uLastChunk + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
+            if (uCapacity <= UINT_MAX) ReserveCapacity(static_cast<unsigned int>(uCapacity));
+        }
+    }
+}
+
+void CBlob::SkipBits(unsigned int uBitCount)
+{
+    DropBitsBeforeFirstByte();
+    const uint64_t uSkipped = std::min<uint64_t>(uBitCount, ReadableBits());
+    if (uSkipped == 0) return;
+    const uint64_t uPosition = uint64_t{m_uReadIndex} * 8 - (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0) + uSkipped;
+    m_uReadIndex = static_cast<unsigned int>(BytesHolding(uPosition));
+    m_uReadBitOffset = static_cast<unsigned int>(uPosition % 8);
+}
+
+void CBlob::RealignReadBits(unsigned int uBitAlignment)
+{
+    if (uBitAlignment == 0) return;
+    DropBitsBeforeFirstByte();
+    const uint64_t uBytes = m_uReadIndex - (m_uReadBitOffset != 0 ? 1 : 0);
+    const unsigned int uBeyond = static_cast<unsigned int>((uBytes * 8 + m_uReadBitOffset) % uBitAlignment);
+    if (uBeyond != 0) SkipBits(uBitAlignment - uBeyond);
+}
+
+void CBlob::RealignAppendBits(unsigned int uBitAlignment)
+{
+    if (uBitAlignment == 0) return;
+    const uint64_t uPosition = uint64_t{m_uAppendBitsIndex} * 8 + m_uAppendBitsBitOffset;
+    const unsigned int uBeyond = static_cast<unsigned int>(uPosition % uBitAlignment);
+    if (uBeyond != 0) PadBits(uBitAlignment - uBeyond);
+}
+
+void CBlob::CopyMembers(const CBlob& rSrc)
+{
+    m_uReadIndex = rSrc.m_uReadIndex;
+    m_uReadBitOffset = rSrc.m_uReadBitOffset;
+    m_uAppendBitsIndex = rSrc.m_uAppendBitsIndex;
+    m_uAppendBitsBitOffset = rSrc.m_uAppendBitsBitOffset;
+}
+
+// A cursor that Resize() left beyond the end finds nothing.
+unsigned int CBlob::ReadableBytes() const
+{
+    return m_uReadIndex < m_uSize ? m_uSize - m_uReadIndex : 0;
+}
+
+uint64_t CBlob::ReadableBits() const
+{
+    if (m_uReadIndex > m_uSize) return 0;
+    return uint64_t{ReadableBytes()} * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
+}
+
+// SetReadIndex(0) inside a byte leaves an offset into a byte that does not exist.
+void CBlob::DropBitsBeforeFirstByte()
+{
+    if (m_uReadIndex == 0) m_uReadBitOffset = 0;
+}
+
+CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob)
+{
+    rMarshaler << rBlob.GetSize();
+    rMarshaler.Store(rBlob.GetFirstIndexPtr(), rBlob.GetSize());
+    return rMarshaler;
+}
+
+CMarshaler& operator>>(CMarshaler& rMarshaler, CBlob& rBlob)
+{
+    unsigned int uSize = 0;
+    rMarshaler >> uSize;
+    if (rBlob.ReserveCapacity(uSize) < 0)
+    {
+        rMarshaler.Skip(uSize);
+        return rMarshaler;
+    }
+    rMarshaler.Load(rBlob.GetFirstIndexPtr(), uSize);
+    rBlob.Resize(uSize);
+    return rMarshaler;
+}

@@ -1,0 +1,194 @@
+#include "framework/basic/marshaler.h"
+
+#include <algorithm>
+
+static_assert(sizeof(CMarshaler) == 96, "the size of a pool block: 88 bytes of data and a link");
+
+template class CPool<CMarshaler>;
+template QvResult InitializeCPool<CMarshaler>();
+template void FinalizeCPool<CMarshaler>();
+
+namespace
+{
+constexpr unsigned int g_uSegmentSize = sizeof(CMarshaler) - sizeof(unsigned char*);
+
+unsigned char* LinkAt(const unsigned char* puSegmentEnd)
+{
+    unsigned char* puNext;
+    memcpy(&puNext, puSegmentEnd, sizeof(puNext));
+    return puNext;
+}
+
+void SetLinkAt(unsigned char* puSegmentEnd, unsigned char* puNext)
+{
+    memcpy(puSegmentEnd, &puNext, sizeof(puNext));
+}
+
+// The inline members belong to the binary interface: this makes the compiler emit them.
+template <typename T>
+struct SOperators
+{
+    CMarshaler& (CMarshaler::*pfnInsert)(T);
+    CMarshaler& (CMarshaler::*pfnExtract)(T&);
+};
+[[gnu::used]] constexpr SOperators<unsigned char> g_stEmitted8 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
+[[gnu::used]] constexpr SOperators<unsigned short> g_stEmitted16 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
+[[gnu::used]] constexpr SOperators<unsigned int> g_stEmitted32 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
+[[gnu::used]] constexpr SOperators<unsigned long> g_stEmitted64 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
+}  // namespace
+
+CMarshaler::CMarshaler()
+{
+    ResetMembers();
+}
+
+CMarshaler::CMarshaler(const CMarshaler& rSrc) : CMarshaler()
+{
+    *this = rSrc;
+}
+
+CMarshaler::~CMarshaler()
+{
+    ReleaseSegments();
+}
+
+CMarshaler& CMarshaler::operator=(const CMarshaler& rSrc)
+{
+    if (this == &rSrc) return *this;
+    Clear();
+    const unsigned char* puSegment = rSrc.m_auInline;
+    const unsigned char* puEnd = rSrc.m_auInline + uINLINE_SIZE;
+    bool bReadPlaced = false;
+    for (;;)
+    {
+        if (puEnd == rSrc.m_puReadEnd)
+        {
+            m_puRead = m_puWrite + (rSrc.m_puRead - puSegment);
+            m_puReadEnd = m_puWriteEnd;
+            bReadPlaced = true;
+        }
+        const unsigned char* const puNext = LinkAt(puEnd);
+        m_puWrite = std::copy(puSegment, puNext != nullptr ? puEnd : static_cast<const unsigned char*>(rSrc.m_puWrite),
+                              m_puWrite);
+        if (puNext == nullptr || !AppendSegment()) break;
+        puSegment = puNext;
+        puEnd = puNext + g_uSegmentSize;
+    }
+    if (!bReadPlaced)
+    {
+        // Memory ran out before the segment that is being read: nothing is left to read.
+        m_puRead = m_puWrite;
+        m_puReadEnd = m_puWriteEnd;
+    }
+    return *this;
+}
+
+void CMarshaler::Insert(const void* pvData, unsigned int uSize)
+{
+    const unsigned char* puData = static_cast<const unsigned char*>(pvData);
+    for (;;)
+    {
+        const unsigned int uPart = std::min(static_cast<unsigned int>(m_puWriteEnd - m_puWrite), uSize);
+        m_puWrite = std::copy_n(puData, uPart, m_puWrite);
+        uSize -= uPart;
+        if (uSize == 0 || !AppendSegment()) return;
+        puData += uPart;
+    }
+}
+
+void CMarshaler::Extract(void* pvData, unsigned int uSize)
+{
+    unsigned char* puData = static_cast<unsigned char*>(pvData);
+    for (;;)
+    {
+        const unsigned int uPart = std::min(static_cast<unsigned int>(m_puReadEnd - m_puRead), uSize);
+        puData = std::copy_n(m_puRead, uPart, puData);
+        m_puRead += uPart;
+        uSize -= uPart;
+        if (uSize == 0) return;
+        if (!EnterNextSegment())
+        {
+            std::fill_n(puData, uSize, static_cast<unsigned char>(0));
+            return;
+        }
+    }
+}
+
+void CMarshaler::Store(const void* pvData, unsigned int uSize)
+{
+    Insert(pvData, uSize);
+}
+
+bool CMarshaler::Load(void* pvData, unsigned int uSize)
+{
+    Extract(pvData, uSize);
+    return true;
+}
+
+void CMarshaler::Skip(unsigned int uSize)
+{
+    unsigned char auSkipped[g_uSegmentSize];
+    for (size_t uLeft = std::min<size_t>(uSize, GetUnreadSize()); uLeft != 0;)
+    {
+        const unsigned int uPart = static_cast<unsigned int>(std::min(uLeft, sizeof(auSkipped)));
+        Extract(auSkipped, uPart);
+        uLeft -= uPart;
+    }
+}
+
+size_t CMarshaler::GetUnreadSize() const
+{
+    // Of the segment that both are in, the reader may have read more than the writer wrote.
+    if (m_puReadEnd == m_puWriteEnd) return m_puRead < m_puWrite ? static_cast<size_t>(m_puWrite - m_puRead) : 0;
+    size_t uUnread = static_cast<size_t>(m_puReadEnd - m_puRead);
+    const unsigned char* puSegment = LinkAt(m_puReadEnd);
+    for (; puSegment + g_uSegmentSize != m_puWriteEnd; puSegment = LinkAt(puSegment + g_uSegmentSize))
+    {
+        uUnread += g_uSegmentSize;
+    }
+    return uUnread + static_cast<size_t>(m_puWrite - puSegment);
+}
+
+void CMarshaler::Clear()
+{
+    ReleaseSegments();
+    ResetMembers();
+}
+
+void CMarshaler::ReleaseSegments()
+{
+    unsigned char* puSegment = m_puInlineLink;
+    while (puSegment != nullptr)
+    {
+        unsigned char* const puNext = LinkAt(puSegment + g_uSegmentSize);
+        CPool<CMarshaler>::Deallocate(puSegment);
+        puSegment = puNext;
+    }
+}
+
+void CMarshaler::ResetMembers()
+{
+    m_puWrite = m_puRead = m_auInline;
+    m_puWriteEnd = m_puReadEnd = m_auInline + uINLINE_SIZE;
+    m_puInlineLink = nullptr;
+}
+
+bool CMarshaler::AppendSegment()
+{
+    unsigned char* const puSegment = static_cast<unsigned char*>(CPool<CMarshaler>::Allocate());
+    if (puSegment == nullptr) return false;
+    SetLinkAt(m_puWriteEnd, puSegment);
+    m_puWrite = puSegment;
+    m_puWriteEnd = puSegment + g_uSegmentSize;
+    SetLinkAt(m_puWriteEnd, nullptr);
+    return true;
+}
+
+bool CMarshaler::EnterNextSegment()
+{
+    unsigned char* const puNext = LinkAt(m_puReadEnd);
+    if (puNext == nullptr) return false;
+    m_puRead = puNext;
+    m_puReadEnd = puNext + g_uSegmentSize;
+    return true;
+}

@@ -1,0 +1,104 @@
+#ifndef FRAMEWORK_BASIC_MARSHALER_H
+#define FRAMEWORK_BASIC_MARSHALER_H
+#include <stddef.h>
+#include <string.h>
+
+#include "framework/basic/pool.h"
+#include "framework/kernel/export.h"
+
+/// A first-in, first-out stream of bytes in memory, to pack values and unpack them in the same order:
+///
+///     CMarshaler marshaler;
+///     marshaler << uNumber << strText;
+///     marshaler >> uNumber >> strText;
+///
+///     [ 56 bytes inside the object |-]--> [ 88 bytes of a pool block |-]--> [ 88 bytes |0]
+///          ^ read pointer                                                      ^ write pointer
+///
+/// Encoding   The bytes of each value as they lie in memory (on x86-64 least significant first), without tags, alignment
+///            or padding: writer and reader must agree on the sequence. CString and CBlob write their length first.
+/// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
+/// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
+/// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
+/// Failure    Nothing is reported. Bytes for which no block can be had are dropped. Reading past what was written gives
+///            bytes that mean nothing, zeros behind the last segment: ask GetUnreadSize() where that may happen.
+class QV_EXPORT CMarshaler
+{
+public:
+    CMarshaler();
+    /// Copies content and read position into segments of its own.
+    CMarshaler(const CMarshaler& rSrc);
+    ~CMarshaler();
+    CMarshaler& operator=(const CMarshaler& rSrc);
+
+    /// Appends uSize bytes.
+    void Insert(const void* pvData, unsigned int uSize);
+    /// Takes the next uSize bytes.
+    void Extract(void* pvData, unsigned int uSize);
+    /// Insert() and Extract() under the names that the operators of composite types use; Load() returns true.
+    void Store(const void* pvData, unsigned int uSize);
+    bool Load(void* pvData, unsigned int uSize);
+
+    /// Extracts uSize bytes, no more than are unread, to nowhere.
+    void Skip(unsigned int uSize);
+
+    /// How many bytes were inserted and not yet extracted. Cost: a walk over the segments between.
+    size_t GetUnreadSize() const;
+
+    /// Back to the empty state, with the segments returned to the pool.
+    void Clear();
+
+    CMarshaler& operator<<(unsigned char uValue) { return InsertValue(uValue); }
+    CMarshaler& operator<<(unsigned short uValue) { return InsertValue(uValue); }
+    CMarshaler& operator<<(unsigned int uValue) { return InsertValue(uValue); }
+    CMarshaler& operator<<(unsigned long uValue) { return InsertValue(uValue); }
+    CMarshaler& operator>>(unsigned char& ruValue) { return ExtractValue(ruValue); }
+    CMarshaler& operator>>(unsigned short& ruValue) { return ExtractValue(ruValue); }
+    CMarshaler& operator>>(unsigned int& ruValue) { return ExtractValue(ruValue); }
+    CMarshaler& operator>>(unsigned long& ruValue) { return ExtractValue(ruValue); }
+
+private:
+    static constexpr unsigned int uINLINE_SIZE = 56;
+
+    void ReleaseSegments();
+    void ResetMembers();
+    bool AppendSegment();
+    bool EnterNextSegment();
+
+    template <typename T>
+    CMarshaler& InsertValue(T value)
+    {
+        if (static_cast<size_t>(m_puWriteEnd - m_puWrite) < sizeof(T)) Insert(&value, sizeof(T));
+        else
+        {
+            memcpy(m_puWrite, &value, sizeof(T));
+            m_puWrite += sizeof(T);
+        }
+        return *this;
+    }
+    template <typename T>
+    CMarshaler& ExtractValue(T& rValue)
+    {
+        if (static_cast<size_t>(m_puReadEnd - m_puRead) < sizeof(T)) Extract(&rValue, sizeof(T));
+        else
+        {
+            memcpy(&rValue, m_puRead, sizeof(T));
+            m_puRead += sizeof(T);
+        }
+        return *this;
+    }
+
+    // A segment's end is the address of its link word.
+    unsigned char* m_puWrite;
+    unsigned char* m_puWriteEnd;
+    unsigned char* m_puRead;
+    unsigned char* m_puReadEnd;
+    unsigned char m_auInline[uINLINE_SIZE];
+    unsigned char* m_puInlineLink;
+};
+
+extern template class CPool<CMarshaler>;
+extern template QvResult InitializeCPool<CMarshaler>();
+extern template void FinalizeCPool<CMarshaler>();
+
+#endif

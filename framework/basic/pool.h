@@ -1,0 +1,135 @@
+#ifndef FRAMEWORK_BASIC_POOL_H
+#define FRAMEWORK_BASIC_POOL_H
+#include <new>
+
+#include "framework/basic/allocator.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/mutex.h"
+#include "framework/kernel/result.h"
+
+/// A process-wide pool of memory blocks of the size of a T, recycled instead of returned to the system. The library
+/// has one, CPool<CMarshaler>, which marshalers draw their segments from.
+///
+/// Ownership  Owns the free blocks; those handed out are counted, not tracked. Borrows the allocator.
+/// Threads    Allocate() and Deallocate() from any thread if initialised thread-safe; the rest from one.
+/// Cost       Constant; memory comes from the allocator only when no block is free.
+template <typename T>
+class QV_EXPORT CPool
+{
+public:
+    /// Sets the pool up; does nothing if it is. uCapacity blocks are reserved at once. Beyond them the pool grows, or,
+    /// with bLockCapacity, refuses. pAllocator null means the default allocator.
+    static void Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator);
+    /// Returns the free blocks to the allocator; does nothing if the pool is not set up.
+    static void Uninitialize();
+
+    /// A block, or null when the capacity is locked and exhausted, memory has run out, or the pool is not set up.
+    static void* Allocate();
+    /// Takes a block back. Null is ignored, and so is any block while the pool is not set up.
+    static void Deallocate(void* pvBlock);
+
+    /// Module start-up and shut-down: a thread-safe pool over the default allocator, empty and unbounded. Start-up
+    /// returns QV_RES_OK.
+    static QvResult InitializeCPool();
+    static void FinalizeCPool();
+
+protected:
+    static CBlockAllocator* ms_pBlockAllocator;
+    static unsigned int ms_uAllocatedCount;
+    /// What may be handed out without growing: the high-water mark of an unlocked pool.
+    static unsigned int ms_uCapacity;
+    static unsigned int ms_uLockCapacity;
+    static CMutex* ms_pmutex;
+};
+
+template <typename T>
+CBlockAllocator* CPool<T>::ms_pBlockAllocator = nullptr;
+template <typename T>
+unsigned int CPool<T>::ms_uAllocatedCount = 0;
+template <typename T>
+unsigned int CPool<T>::ms_uCapacity = 0;
+template <typename T>
+unsigned int CPool<T>::ms_uLockCapacity = 0;
+template <typename T>
+CMutex* CPool<T>::ms_pmutex = nullptr;
+
+template <typename T>
+void CPool<T>::Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator)
+{
+    if (ms_pBlockAllocator != nullptr) return;
+    ms_pBlockAllocator = new CBlockAllocator(sizeof(T), pAllocator);
+    ms_uAllocatedCount = 0;
+    ms_uCapacity = uCapacity;
+    ms_uLockCapacity = bLockCapacity ? 1 : 0;
+    ms_pmutex = bThreadSafe ? new CMutex : nullptr;
+    if (uCapacity != 0) ms_pBlockAllocator->Reserve(uCapacity);
+}
+
+template <typename T>
+void CPool<T>::Uninitialize()
+{
+    if (ms_pBlockAllocator == nullptr) return;
+    delete ms_pBlockAllocator;
+    ms_pBlockAllocator = nullptr;
+    ms_uAllocatedCount = 0;
+    ms_uCapacity = 0;
+    ms_uLockCapacity = 0;
+    delete ms_pmutex;  // The pointer itself is cleared by the next start-up.
+}
+
+template <typename T>
+void* CPool<T>::Allocate()
+{
+    if (ms_pBlockAllocator == nullptr) return nullptr;
+    const CMutexGuard guard(ms_pmutex);
+    const bool bGrows = ms_uAllocatedCount >= ms_uCapacity;
+    if (bGrows && ms_uLockCapacity != 0) return nullptr;
+    void* const pvBlock = ms_pBlockAllocator->Pop();
+    if (pvBlock == nullptr) return nullptr;
+    ++ms_uAllocatedCount;
+    if (bGrows) ++ms_uCapacity;
+    return pvBlock;
+}
+
+template <typename T>
+void CPool<T>::Deallocate(void* pvBlock)
+{
+    if (ms_pBlockAllocator == nullptr || pvBlock == nullptr) return;
+    const CMutexGuard guard(ms_pmutex);
+    ms_pBlockAllocator->Push(pvBlock);
+    if (ms_uCapacity < ms_uAllocatedCount) ms_pBlockAllocator->Reduce(0);
+    --ms_uAllocatedCount;
+}
+
+template <typename T>
+QvResult CPool<T>::InitializeCPool()
+{
+    ms_pBlockAllocator = nullptr;
+    ms_uAllocatedCount = 0;
+    ms_uCapacity = 0;
+    ms_uLockCapacity = 0;
+    ms_pmutex = nullptr;
+    Initialize(true, 0, false, nullptr);
+    return QV_RES_OK;
+}
+
+template <typename T>
+void CPool<T>::FinalizeCPool()
+{
+    Uninitialize();
+}
+
+/// Module start-up and shut-down, called by CFrameworkInitializer for CPool<CMarshaler>; forward to CPool<T>.
+template <typename T>
+QV_EXPORT QvResult InitializeCPool()
+{
+    return CPool<T>::InitializeCPool();
+}
+
+template <typename T>
+QV_EXPORT void FinalizeCPool()
+{
+    CPool<T>::FinalizeCPool();
+}
+
+#endif

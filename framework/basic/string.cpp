@@ -1,0 +1,517 @@
+#include "framework/basic/string.h"
+
+#include <ctype.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
+
+const char g_szEMPTY_STRING[1] = "";
+const char g_szNULL[5] = "NULL";
+
+alignas(CMutex) unsigned char CString::ms_auMutex[sizeof(CMutex)];
+CMutex* CString::ms_pmutex = nullptr;
+IAllocator* CString::ms_pAllocator = nullptr;
+alignas(uint16_t) unsigned char CString::ms_auEmptyStringInfo[sizeof(SStringInfo)];
+CString::SStringInfo* CString::ms_pstEmptyStringInfo = nullptr;
+
+namespace
+{
+constexpr unsigned int g_uGrowthStep = 32;
+// The fields before the characters, their NUL and a spare byte.
+constexpr unsigned int g_uBlockOverhead = 8;
+constexpr unsigned int g_uMaxRefCount = 65535;
+
+unsigned int RoundUpCapacity(unsigned int uCapacity)
+{
+    return std::min((uCapacity + g_uGrowthStep - 1) / g_uGrowthStep * g_uGrowthStep, CString::uMAX_SIZE);
+}
+
+// The capacity that doubling from uCapacity reaches for uLength characters behind uStartIndex, or 0 for none.
+unsigned int CapacityToFormat(unsigned int uCapacity, unsigned int uStartIndex, unsigned int uLength)
+{
+    if (uCapacity == 0) uCapacity = g_uGrowthStep;
+    while (uLength >= uCapacity - uStartIndex)
+    {
+        const uint16_t uDoubled = static_cast<uint16_t>(uCapacity * 2);  // 16 bits on purpose: the end of growth.
+        if (uDoubled <= uCapacity) return 0;
+        uCapacity = RoundUpCapacity(uDoubled);
+    }
+    return uCapacity;
+}
+
+int LowerCase(char c)
+{
+    return tolower(static_cast<unsigned char>(c));
+}
+
+// The inline members belong to the binary interface: this makes the compiler emit them.
+struct SEmitted
+{
+    const char* (CString::*pfnCStr)() const;
+    unsigned int (CString::*apfnCounts[2])() const;
+    const char& (CString::*pfnGetAt)(unsigned int) const;
+};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {
+    &CString::CStr, {&CString::GetSize, &CString::GetCapacity}, &CString::GetAt};
+}  // namespace
+
+CString::CString() : m_pstInfo(ms_pstEmptyStringInfo) {}
+
+CString::CString(const char* pszText) : CString()
+{
+    *this = pszText;
+}
+
+CString::CString(const char* pszText, unsigned int uSize) : CString()
+{
+    Insert(0, 1, pszText, uSize);
+}
+
+CString::CString(const CString& rSrc) : CString()
+{
+    *this = rSrc;
+}
+
+CString::CString(CString&& rSrc) noexcept : CString()
+{
+    std::swap(m_pstInfo, rSrc.m_pstInfo);
+}
+
+CString::~CString()
+{
+    if (m_pstInfo == ms_pstEmptyStringInfo) return;
+    const CMutexGuard guard(ms_pmutex);
+    Release();
+}
+
+CString& CString::operator=(const CString& rSrc)
+{
+    if (this == &rSrc) return *this;
+    const CMutexGuard guard(ms_pmutex);
+    SStringInfo* pstInfo = rSrc.m_pstInfo;
+    const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
+    if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
+    if (pstInfo == nullptr) return *this;
+    Release();
+    m_pstInfo = pstInfo;
+    if (!bCountFull && GetRefCount() != 0) IncRefCount();
+    return *this;
+}
+
+CString& CString::operator=(CString&& rSrc) noexcept
+{
+    std::swap(m_pstInfo, rSrc.m_pstInfo);
+    return *this;
+}
+
+CString& CString::operator=(const char* pszText)
+{
+    pszText = MakeNullSafe(pszText);
+    const size_t uLength = strlen(pszText);
+    if (uLength > uMAX_SIZE) return *this;
+    const bool bOwnText = HoldsAddress(pszText);
+    const ptrdiff_t nOffset = bOwnText ? pszText - CStr() : 0;
+    if (MakeRoom(static_cast<unsigned int>(uLength)) < 0) return *this;
+    memmove(Characters(), bOwnText ? CStr() + nOffset : pszText, uLength);
+    SetSize(static_cast<unsigned int>(uLength));
+    return *this;
+}
+
+CString& CString::operator=(char c)
+{
+    const char szText[2] = {c, '\0'};
+    return *this = szText;
+}
+
+bool CString::operator==(const CString& rOther) const
+{
+    return GetSize() == rOther.GetSize() && strncmp(CStr(), rOther.CStr(), GetSize()) == 0;
+}
+
+bool CString::operator==(const char* pszOther) const
+{
+    pszOther = MakeNullSafe(pszOther);
+    return GetSize() == strlen(pszOther) && strncmp(CStr(), pszOther, GetSize()) == 0;
+}
+
+bool CString::operator<(const CString& rOther) const
+{
+    const int nOrder = memcmp(CStr(), rOther.CStr(), std::min(GetSize(), rOther.GetSize()));
+    return nOrder != 0 ? nOrder < 0 : GetSize() < rOther.GetSize();
+}
+
+int CString::CaseInsCmp(const char* pszOther) const
+{
+    const char* pszOwn = CStr();
+    while (*pszOwn != '\0' && *pszOther != '\0' && LowerCase(*pszOwn) == LowerCase(*pszOther))
+    {
+        ++pszOwn;
+        ++pszOther;
+    }
+    return LowerCase(*pszOwn) - LowerCase(*pszOther);
+}
+
+unsigned int CString::FindSubstring(unsigned int uStartIndex, const char* pszSubstring) const
+{
+    pszSubstring = MakeNullSafe(pszSubstring);
+    if (uStartIndex >= GetSize() || *pszSubstring == '\0') return GetSize();
+    const char* const pszFound = strstr(CStr() + uStartIndex, pszSubstring);
+    return pszFound != nullptr ? static_cast<unsigned int>(pszFound - CStr()) : GetSize();
+}
+
+char* CString::GetBuffer()
+{
+    return CreateCopy() >= 0 ? Characters() : nullptr;
+}
+
+void CString::SetAt(unsigned int uIndex, char c)
+{
+    if (uIndex < GetSize() && CreateCopy() >= 0) Characters()[uIndex] = c;
+}
+
+void CString::ToLowerCase()
+{
+    if (CreateCopy() < 0) return;
+    for (char* psz = Characters(); *psz != '\0'; ++psz) *psz = static_cast<char>(LowerCase(*psz));
+}
+
+QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
+{
+    if (uRepetition == 0 || uSize == 0) return QV_RES_OK;
+    if (uSize == uMAX_SIZE || pszSrc == nullptr)
+    {
+        pszSrc = MakeNullSafe(pszSrc);
+        uSize = static_cast<unsigned int>(std::min<size_t>(strlen(pszSrc), uMAX_SIZE + 1));
+    }
+    const uint64_t uInserted = uint64_t{uRepetition} * uSize;
+    const uint64_t uNewSize = uInserted + GetSize();
+    if (uIndex > GetSize() || uNewSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
+
+    std::unique_ptr<char[]> pszOwnSrc;
+    if (HoldsAddress(pszSrc))
+    {
+        // The text is about to move, perhaps into another block: insert a copy of it.
+        pszOwnSrc.reset(new (std::nothrow) char[uSize]);
+        if (pszOwnSrc == nullptr) return QV_RES_OUT_OF_MEMORY;
+        memcpy(pszOwnSrc.get(), pszSrc, uSize);
+        pszSrc = pszOwnSrc.get();
+    }
+    const QvResult res = MakeRoom(static_cast<unsigned int>(uNewSize));
+    if (res < 0) return res;
+    char* pszDest = Characters() + uIndex;
+    memmove(pszDest + uInserted, pszDest, GetSize() - uIndex);
+    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
+    else
+    {
+        for (unsigned int uDone = 0; uDone < uInserted; uDone += uSize) memcpy(pszDest + uDone, pszSrc, uSize);
+    }
+    SetSize(static_cast<unsigned int>(uNewSize));
+    return QV_RES_OK;
+}
+
+QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc, unsigned int uStartIndex,
+                         unsigned int uSize)
+{
+    if (uint64_t{uStartIndex} + uSize > rSrc.GetSize()) return QV_RES_INVALID_ARGUMENT;
+    return Insert(uIndex, uRepetition, rSrc.CStr() + uStartIndex, uSize);
+}
+
+QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, char c)
+{
+    return Insert(uIndex, uRepetition, &c, 1);
+}
+
+void CString::Erase(unsigned int uIndex, unsigned int uSize)
+{
+    if (uSize == 0 || uint64_t{uIndex} + uSize > GetSize() || CreateCopy() < 0) return;
+    char* const pszErased = Characters() + uIndex;
+    memmove(pszErased, pszErased + uSize, GetSize() - uIndex - uSize);
+    SetSize(GetSize() - uSize);
+}
+
+void CString::EraseAll()
+{
+    Erase(0, GetSize());
+}
+
+void CString::TrimLeftSide(char c)
+{
+    unsigned int uCount = 0;
+    while (uCount < GetSize() && GetAt(uCount) == c) ++uCount;
+    Erase(0, uCount);
+}
+
+void CString::TrimRightSide(char c)
+{
+    unsigned int uCount = 0;
+    while (uCount < GetSize() && GetAt(GetSize() - 1 - uCount) == c) ++uCount;
+    Erase(GetSize() - uCount, uCount);
+}
+
+void CString::Resize(unsigned int uSize)
+{
+    if (uSize <= GetCapacity() && CreateCopy() >= 0) SetSize(uSize);
+}
+
+QvResult CString::ReserveCapacity(unsigned short uCapacity)
+{
+    return GetCapacity() >= uCapacity ? QV_RES_OK : Reallocate(RoundUpCapacity(uCapacity));
+}
+
+QvResult CString::ReduceCapacity(unsigned short uCapacity)
+{
+    if (uCapacity >= GetCapacity()) return QV_RES_OK;
+    return Reallocate(RoundUpCapacity(std::max<unsigned int>(uCapacity, GetSize())));
+}
+
+CString& CString::operator+=(const CString& rRight)
+{
+    Insert(GetSize(), 1, rRight.CStr(), rRight.GetSize());
+    return *this;
+}
+
+CString& CString::operator+=(const char* pszRight)
+{
+    Insert(GetSize(), 1, pszRight, uMAX_SIZE);
+    return *this;
+}
+
+CString& CString::operator+=(char cRight)
+{
+    Insert(GetSize(), 1, cRight);
+    return *this;
+}
+
+CString CString::operator+(const CString& rRight) const
+{
+    CString strSum(*this);
+    strSum += rRight;
+    return strSum;
+}
+
+CString CString::operator+(const char* pszRight) const
+{
+    CString strSum(*this);
+    strSum += pszRight;
+    return strSum;
+}
+
+CString CString::operator+(char cRight) const
+{
+    CString strSum(*this);
+    strSum += cRight;
+    return strSum;
+}
+
+QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, ...)
+{
+    va_list args;
+    va_start(args, pszFormat);
+    const QvResult res = Format(uStartIndex, pszFormat, args);
+    va_end(args);
+    return res;
+}
+
+QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
+{
+    if (uStartIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
+    // The whole text is made before the string is touched: format and arguments may be parts of it.
+    char szShort[512];
+    va_list argsOfFirstPass;
+    va_copy(argsOfFirstPass, args);
+    const int nLength = vsnprintf(szShort, sizeof(szShort), MakeNullSafe(pszFormat), argsOfFirstPass);
+    va_end(argsOfFirstPass);
+
+    const unsigned int uLength = static_cast<unsigned int>(nLength);
+    QvResult res = QV_RES_FAIL;
+    if (nLength >= 0 && uLength < sizeof(szShort)) res = PutFormatted(uStartIndex, szShort, uLength);
+    else if (nLength >= 0 && uLength > uMAX_SIZE) res = QV_RES_INVALID_ARGUMENT;
+    else if (nLength >= 0)
+    {
+        const std::unique_ptr<char[]> pszLong(new (std::nothrow) char[uLength + 1]);
+        if (pszLong != nullptr) vsnprintf(pszLong.get(), uLength + 1, MakeNullSafe(pszFormat), args);
+        res = pszLong != nullptr ? PutFormatted(uStartIndex, pszLong.get(), uLength) : QV_RES_OUT_OF_MEMORY;
+    }
+    if (res < 0) Resize(uStartIndex);
+    return res;
+}
+
+QvResult CString::InitializeCString()
+{
+    ms_pmutex = new (ms_auMutex) CMutex;
+    ms_pAllocator = CDefaultAllocator::Instance();
+    ms_pstEmptyStringInfo = new (ms_auEmptyStringInfo) SStringInfo();
+    return QV_RES_OK;
+}
+
+void CString::FinalizeCString()
+{
+    ms_pmutex->~CMutex();
+    ms_pmutex = nullptr;
+    ms_pAllocator = nullptr;
+    ms_pstEmptyStringInfo = nullptr;
+}
+
+void CString::Release()
+{
+    if (GetRefCount() >= 2) DecRefCount();
+    else if (m_pstInfo != ms_pstEmptyStringInfo)
+    {
+        // The header becomes the link word of a chain of one block.
+        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
+        memset(m_pstInfo, 0, sizeof(SStringInfo));
+        const unsigned int uBlockSize = m_pstInfo->uCapacity + g_uBlockOverhead;
+        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), uBlockSize);
+    }
+    m_pstInfo = ms_pstEmptyStringInfo;
+}
+
+QvResult CString::CreateCopy()
+{
+    const CMutexGuard guard(ms_pmutex);
+    if (GetRefCount() <= 1) return QV_RES_OK;
+    SStringInfo* const pstCopy = CopyBlock(m_pstInfo->uCapacity);
+    if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
+    Release();
+    m_pstInfo = pstCopy;
+    return QV_RES_OK;
+}
+
+void CString::MutexLock()
+{
+    ms_pmutex->Lock();
+}
+
+void CString::MutexUnlock()
+{
+    ms_pmutex->Unlock();
+}
+
+unsigned int CString::GetRefCount()
+{
+    return m_pstInfo->uRefCount;
+}
+
+void CString::IncRefCount()
+{
+    ++m_pstInfo->uRefCount;
+}
+
+void CString::DecRefCount()
+{
+    --m_pstInfo->uRefCount;
+}
+
+const char* CString::MakeNullSafe(const char* pszText)
+{
+    return pszText != nullptr ? pszText : g_szEMPTY_STRING;
+}
+
+bool CString::HoldsAddress(const char* psz) const
+{
+    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
+    return uOffset <= GetSize();
+}
+
+// Of a private block, or of the empty one, which stays as it is: nothing but 0 fits it.
+void CString::SetSize(unsigned int uSize)
+{
+    if (m_pstInfo == ms_pstEmptyStringInfo) return;
+    Characters()[uSize] = '\0';
+    m_pstInfo->uSize = static_cast<uint16_t>(uSize);
+}
+
+// A private copy of the block with another capacity, not below the size; null when memory runs out.
+CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
+{
+    void* const pvBlock = ms_pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
+    if (pvBlock == nullptr) return nullptr;
+    SStringInfo* const pstCopy = new (pvBlock) SStringInfo;
+    pstCopy->uRefCount = 1;
+    pstCopy->uCapacity = static_cast<uint16_t>(uCapacity);
+    pstCopy->uSize = m_pstInfo->uSize;
+    memcpy(CharactersOf(pstCopy), CStr(), GetSize());
+    CharactersOf(pstCopy)[GetSize()] = '\0';
+    return pstCopy;
+}
+
+QvResult CString::Reallocate(unsigned int uCapacity)
+{
+    SStringInfo* const pstCopy = CopyBlock(uCapacity);
+    if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
+    const CMutexGuard guard(ms_pmutex);
+    Release();
+    m_pstInfo = pstCopy;
+    return QV_RES_OK;
+}
+
+// A private block for uSize characters; unchanged on failure.
+QvResult CString::MakeRoom(unsigned int uSize)
+{
+    return GetCapacity() < uSize ? ReserveCapacity(static_cast<unsigned short>(uSize)) : CreateCopy();
+}
+
+QvResult CString::PutFormatted(unsigned int uStartIndex, const char* pszText, unsigned int uLength)
+{
+    const unsigned int uCapacity = CapacityToFormat(GetCapacity(), uStartIndex, uLength);
+    if (uCapacity == 0) return QV_RES_INVALID_ARGUMENT;
+    const QvResult res = MakeRoom(uCapacity);
+    if (res < 0) return res;
+    memcpy(Characters() + uStartIndex, pszText, uLength);
+    SetSize(uStartIndex + uLength);
+    return QV_RES_OK;
+}
+
+CString operator+(const char* pszLeft, const CString& rRight)
+{
+    CString strSum(pszLeft);
+    strSum += rRight;
+    return strSum;
+}
+
+CString operator+(char cLeft, const CString& rRight)
+{
+    CString strSum;
+    strSum = cLeft;
+    strSum += rRight;
+    return strSum;
+}
+
+CMarshaler& operator<<(CMarshaler& rMarshaler, const CString& rString)
+{
+    rMarshaler << static_cast<unsigned short>(rString.GetSize());
+    rMarshaler.Store(rString.CStr(), rString.GetSize());
+    return rMarshaler;
+}
+
+CMarshaler& operator>>(CMarshaler& rMarshaler, CString& rString)
+{
+    unsigned short uLength = 0;
+    rMarshaler >> uLength;
+    rString.EraseAll();
+    char* const pszBuffer = rString.ReserveCapacity(uLength) >= 0 ? rString.GetBuffer() : nullptr;
+    if (pszBuffer == nullptr)
+    {
+        rMarshaler.Skip(uLength);
+        rString = CString();
+        return rMarshaler;
+    }
+    rMarshaler.Load(pszBuffer, uLength);
+    rString.Resize(uLength);
+    return rMarshaler;
+}
+
+QvResult InitializeCString()
+{
+    return CString::InitializeCString();
+}
+
+void FinalizeCString()
+{
+    CString::FinalizeCString();
+}

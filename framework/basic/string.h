@@ -1,0 +1,199 @@
+#ifndef FRAMEWORK_BASIC_STRING_H
+#define FRAMEWORK_BASIC_STRING_H
+#include <stdarg.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#include "framework/basic/allocator.h"
+#include "framework/basic/marshaler.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/mutex.h"
+#include "framework/kernel/result.h"
+
+/// An empty text, and the text NULL.
+extern QV_EXPORT const char g_szEMPTY_STRING[1];
+extern QV_EXPORT const char g_szNULL[5];
+
+/// A byte string of at most 65,535 characters, always terminated by a NUL, whose characters are shared between copies
+/// until one of them changes.
+///
+///     CString --+
+///               +--> [ share count 2 | capacity 32 | size 5 | h e l l o NUL ... ]
+///     CString --+
+///
+/// Ownership  Owns its share of a block from the default allocator; a null text counts as an empty one except where
+///            said.
+/// Threads    Copies may be used and destroyed in different threads, one mutex guarding all share counts. One object is
+///            used by one thread at a time.
+/// Lifetime   Construct, copy and destroy it only between the start-up and the shut-down of the framework.
+/// Growth     In steps of 32 characters; blocks shrink only by ReduceCapacity().
+/// Cost       Copying is constant: no character is copied.
+/// Failure    Insert(), Format() and the capacity operations return a QvResult and leave the string as it was, unless
+///            said otherwise. What returns nothing does nothing when an argument is out of range or memory runs out.
+/// Aliasing   A text handed to an operation may be a part of this string.
+class QV_EXPORT CString
+{
+public:
+    /// The largest size; as a number of characters to insert it means the length of the source text.
+    static constexpr unsigned int uMAX_SIZE = 65535;
+
+    CString();
+    /// Empty when the text is longer than uMAX_SIZE.
+    CString(const char* pszText);
+    /// uSize characters, NULs included; Insert(0, 1, pszText, uSize) into an empty string.
+    CString(const char* pszText, unsigned int uSize);
+    /// Shares the block.
+    CString(const CString& rSrc);
+    /// Takes the block; rSrc is empty afterwards.
+    CString(CString&& rSrc) noexcept;
+    virtual ~CString();
+
+    CString& operator=(const CString& rSrc);
+    CString& operator=(CString&& rSrc) noexcept;
+    /// Unchanged when the text is longer than uMAX_SIZE, or memory runs out.
+    CString& operator=(const char* pszText);
+    /// A NUL gives an empty string.
+    CString& operator=(char c);
+
+    /// Equal sizes and equal characters up to a NUL, as strncmp() sees them.
+    bool operator==(const CString& rOther) const;
+    bool operator==(const char* pszOther) const;
+    bool operator!=(const CString& rOther) const { return !(*this == rOther); }
+    bool operator!=(const char* pszOther) const { return !(*this == pszOther); }
+    /// Orders by all characters as unsigned bytes, the shorter of equal beginnings first.
+    bool operator<(const CString& rOther) const;
+    /// Negative, 0 or positive as this text orders before, with or after the other up to a NUL, letters of either case
+    /// being equal (tolower()). pszOther must not be null.
+    int CaseInsCmp(const char* pszOther) const;
+    /// Index of the first occurrence at or after uStartIndex, looked for up to a NUL. GetSize() when there is none, the
+    /// substring is empty or uStartIndex is not below the size.
+    unsigned int FindSubstring(unsigned int uStartIndex, const char* pszSubstring) const;
+
+    /// The characters and their NUL; valid until this string changes or ends.
+    const char* CStr() const { return CharactersOf(m_pstInfo); }
+    unsigned int GetSize() const { return m_pstInfo->uSize; }
+    unsigned int GetCapacity() const { return m_pstInfo->uCapacity; }
+    bool IsEmpty() const { return GetSize() == 0; }
+    /// The character at an index that the caller knows to be at most the size.
+    const char& GetAt(unsigned int uIndex) const { return CStr()[uIndex]; }
+    const char& operator[](unsigned int uIndex) const { return GetAt(uIndex); }
+    const char* begin() const { return CStr(); }
+    const char* end() const { return CStr() + GetSize(); }
+    /// The characters for writing, GetCapacity() of them and a NUL; Resize() tells how many were written. Valid until
+    /// the string is copied or changes. Null when the block is shared and memory runs out.
+    char* GetBuffer();
+    /// Nothing happens when uIndex is not below the size.
+    void SetAt(unsigned int uIndex, char c);
+    /// tolower() on each character up to a NUL.
+    void ToLowerCase();
+
+    /// Puts uRepetition copies of uSize characters in front of index uIndex (GetSize() appends); uMAX_SIZE means the
+    /// length of the text. Cost: moves the characters behind uIndex, and all when the capacity has to grow.
+    /// QV_RES_OK                the characters are in, or there were none
+    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size, or the result would be longer than uMAX_SIZE
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize);
+    /// The same with uSize characters of rSrc from uStartIndex on; here too uMAX_SIZE characters mean the length of the
+    /// text from there.
+    /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
+    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc, unsigned int uStartIndex,
+                    unsigned int uSize);
+    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
+    /// Removes uSize characters; nothing happens unless they all exist.
+    void Erase(unsigned int uIndex, unsigned int uSize);
+    /// Keeps the capacity.
+    void EraseAll();
+    /// Removes all leading (trailing) characters equal to c.
+    void TrimLeftSide(char c);
+    void TrimRightSide(char c);
+    /// Sets the size within the capacity; characters that come in are what the block held.
+    void Resize(unsigned int uSize);
+    /// Makes room for uCapacity characters, rounded up to a multiple of 32, at most uMAX_SIZE.
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    QvResult ReserveCapacity(unsigned short uCapacity);
+    /// Makes the capacity the larger of uCapacity and the size, rounded up likewise, if it is more.
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    QvResult ReduceCapacity(unsigned short uCapacity);
+
+    /// Unchanged when the result would be too long, or memory runs out.
+    CString& operator+=(const CString& rRight);
+    CString& operator+=(const char* pszRight);
+    CString& operator+=(char cRight);
+    CString operator+(const CString& rRight) const;
+    CString operator+(const char* pszRight) const;
+    CString operator+(char cRight) const;
+
+    /// Replaces everything from uStartIndex on by formatted text: GetSize() appends, 0 replaces all. The capacity grows
+    /// by doubling from 32; since it is doubled in 16 bits, a text that finds no room at 32,768 gets none.
+    /// On a failure other than the first, the string ends at uStartIndex.
+    /// QV_RES_OK                the text is in
+    /// QV_RES_INVALID_ARGUMENT  uStartIndex is above the size, or the text is too long
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    /// QV_RES_FAIL              vsnprintf() could not format
+    QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));
+    QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
+        __attribute__((format(printf, 3, 0)));
+
+    /// Module start-up and shut-down. Start-up returns QV_RES_OK.
+    static QvResult InitializeCString();
+    static void FinalizeCString();
+
+protected:
+    /// What copies share, laid out so in memory; the characters and their NUL go on behind the record.
+    struct SStringInfo
+    {
+        /// 0 in the empty-string block only.
+        uint16_t uRefCount;
+        uint16_t uCapacity;
+        uint16_t uSize;
+        char szCharacters[2];
+    };
+
+    /// Drops this string's share and points at the empty block; the caller holds the mutex.
+    void Release();
+    /// Makes the block private. When memory runs out it stays shared, and the result is QV_RES_OUT_OF_MEMORY.
+    QvResult CreateCopy();
+    static void MutexLock();
+    static void MutexUnlock();
+    unsigned int GetRefCount();
+    void IncRefCount();
+    void DecRefCount();
+    /// The text, or g_szEMPTY_STRING for null.
+    static const char* MakeNullSafe(const char* pszText);
+
+    alignas(CMutex) static unsigned char ms_auMutex[sizeof(CMutex)];
+    static CMutex* ms_pmutex;
+    static IAllocator* ms_pAllocator;
+    alignas(uint16_t) static unsigned char ms_auEmptyStringInfo[sizeof(SStringInfo)];
+    static SStringInfo* ms_pstEmptyStringInfo;
+
+private:
+    static char* CharactersOf(SStringInfo* pstInfo)
+    {
+        return reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, szCharacters);
+    }
+
+    char* Characters() { return CharactersOf(m_pstInfo); }
+    bool HoldsAddress(const char* psz) const;
+    void SetSize(unsigned int uSize);
+    SStringInfo* CopyBlock(unsigned int uCapacity) const;
+    QvResult Reallocate(unsigned int uCapacity);
+    QvResult MakeRoom(unsigned int uSize);
+    QvResult PutFormatted(unsigned int uStartIndex, const char* pszText, unsigned int uLength);
+
+    SStringInfo* m_pstInfo;
+};
+
+QV_EXPORT CString operator+(const char* pszLeft, const CString& rRight);
+QV_EXPORT CString operator+(char cLeft, const CString& rRight);
+
+/// Writes the size as 16 bits, then the characters without their NUL.
+QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CString& rString);
+/// Reads them back. If memory runs out, the characters are skipped and the string is empty.
+QV_EXPORT CMarshaler& operator>>(CMarshaler& rMarshaler, CString& rString);
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; forward to CString.
+QV_EXPORT QvResult InitializeCString();
+QV_EXPORT void FinalizeCString();
+
+#endif

@@ -1,0 +1,568 @@
+#include "framework/basic/vector.h"
+
+#include <limits.h>
+#include <stdint.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "framework/basic/ordered_sequence.h"
+#include "framework/kernel/unused_parameter.h"
+
+static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
+
+template class CVector<void*>;
+
+namespace
+{
+// What a callback needs to judge elements.
+struct SComparison
+{
+    PFNCompareElements pfnCompare;
+    unsigned int uParam;
+
+    int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
+};
+
+// Elements of a size that the compiler knows: moved as machine words.
+template <size_t SIZE>
+class CFixedElements
+{
+public:
+    CFixedElements(unsigned char* puStorage, size_t, unsigned char* puHeld, const SComparison& rCompare)
+        : m_puStorage(puStorage), m_puHeld(puHeld), m_rCompare(rCompare)
+    {
+    }
+    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), SIZE); }
+    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
+    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), SIZE); }
+    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, SIZE); }
+
+private:
+    unsigned char* At(unsigned int uIndex) const { return m_puStorage + size_t{uIndex} * SIZE; }
+
+    unsigned char* m_puStorage;
+    unsigned char* m_puHeld;
+    const SComparison& m_rCompare;
+};
+
+// Elements of any other size, as bytes.
+class CByteElements
+{
+public:
+    CByteElements(unsigned char* puStorage, size_t uSize, unsigned char* puHeld, const SComparison& rCompare)
+        : m_puStorage(puStorage), m_uSize(uSize), m_puHeld(puHeld), m_rCompare(rCompare)
+    {
+    }
+    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), m_uSize); }
+    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
+    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), m_uSize); }
+    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, m_uSize); }
+
+private:
+    unsigned char* At(unsigned int uIndex) const { return m_puStorage + uIndex * m_uSize; }
+
+    unsigned char* m_puStorage;
+    size_t m_uSize;
+    unsigned char* m_puHeld;
+    const SComparison& m_rCompare;
+};
+
+// Elements that are made, copied and destroyed by their vector.
+class CConstructedElements
+{
+public:
+    CConstructedElements(CVectorBase& rVector, unsigned char* puHeld, const SComparison& rCompare)
+        : m_rVector(rVector), m_puHeld(puHeld), m_rCompare(rCompare)
+    {
+    }
+    void Hold(unsigned int uIndex) { m_rVector.ConstructFrom(m_puHeld, m_rVector.GetAt(uIndex)); }
+    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(m_rVector.GetAt(uIndex), m_puHeld) > 0; }
+    void Shift(unsigned int uFrom, unsigned int uTo)
+    {
+        m_rVector.Destruct(m_rVector.GetAt(uTo));
+        m_rVector.ConstructFrom(m_rVector.GetAt(uTo), m_rVector.GetAt(uFrom));
+    }
+    void Place(unsigned int uIndex)
+    {
+        m_rVector.Destruct(m_rVector.GetAt(uIndex));
+        m_rVector.ConstructFrom(m_rVector.GetAt(uIndex), m_puHeld);
+        m_rVector.Destruct(m_puHeld);
+    }
+
+private:
+    CVectorBase& m_rVector;
+    unsigned char* m_puHeld;
+    const SComparison& m_rCompare;
+};
+}  // namespace
+
+CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
+    : CVectorBase(uSizeOfElement, true, pAllocator)
+{
+}
+
+CVectorBase::CVectorBase(unsigned int uSizeOfElement, bool bConstruct, IAllocator* pAllocator)
+    : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance()),
+      m_uCapacity(0),
+      m_uLockCapacity(0),
+      m_uElementSize(uSizeOfElement),
+      m_uSize(0),
+      m_bConstruct(bConstruct),
+      m_pvScratch(::operator new[](uSizeOfElement)),
+      m_pvStorage(nullptr)
+{
+}
+
+CVectorBase::CVectorBase(const CVectorBase& rSrc)
+    : CVectorBase(rSrc.m_uElementSize, rSrc.m_bConstruct, rSrc.m_pAllocator)
+{
+    ReserveCapacity(rSrc.m_uCapacity);
+    m_uLockCapacity = rSrc.m_uLockCapacity;
+    CVectorBase::operator=(rSrc);
+}
+
+CVectorBase::~CVectorBase()
+{
+    EraseAll();
+    ::operator delete[](m_pvScratch);
+    m_uLockCapacity = 0;
+    ReduceCapacity(0);
+    m_uElementSize = 0;
+}
+
+CVectorBase& CVectorBase::operator=(const CVectorBase& rSrc)
+{
+    if (this == &rSrc || m_uElementSize != rSrc.m_uElementSize) return *this;
+    if (ReserveCapacity(rSrc.m_uSize) < 0) return *this;
+    EraseAll();
+    Copy(this, 0, &rSrc, 0, rSrc.m_uSize);
+    m_uSize = rSrc.m_uSize;
+    return *this;
+}
+
+bool CVectorBase::operator==(const CVectorBase& rOther) const
+{
+    return !(*this != rOther);
+}
+
+bool CVectorBase::operator!=(const CVectorBase& rOther) const
+{
+    if (this == &rOther) return false;
+    if (m_uElementSize != rOther.m_uElementSize || m_uSize != rOther.m_uSize) return true;
+    return m_uSize != 0 && memcmp(m_pvStorage, rOther.m_pvStorage, BytesOf(m_uSize)) != 0;
+}
+
+bool CVectorBase::operator<(const CVectorBase& rOther) const
+{
+    if (this == &rOther) return false;
+    if (m_pvStorage == nullptr) return rOther.m_uSize != 0;
+    if (rOther.m_pvStorage == nullptr) return false;
+    const size_t uCommon = std::min(BytesOf(m_uSize), rOther.BytesOf(rOther.m_uSize));
+    return memcmp(m_pvStorage, rOther.m_pvStorage, uCommon) < 0 || m_uSize < rOther.m_uSize;
+}
+
+QvResult CVectorBase::ReserveCapacity(unsigned int uCapacity)
+{
+    if (m_uCapacity >= uCapacity) return QV_RES_OK;
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    void* pvStorage = nullptr;
+    const QvResult res = AllocateStorage(uCapacity, pvStorage);
+    if (res >= 0) ReplaceStorage(pvStorage, uCapacity);
+    return res;
+}
+
+QvResult CVectorBase::ReduceCapacity(unsigned int uCapacity)
+{
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    const unsigned int uTarget = std::max(uCapacity, m_uSize);
+    if (uTarget >= m_uCapacity) return QV_RES_OK;
+    void* pvStorage = nullptr;
+    const QvResult res = uTarget != 0 ? AllocateStorage(uTarget, pvStorage) : QV_RES_OK;
+    if (res >= 0) ReplaceStorage(pvStorage, uTarget);
+    return res;
+}
+
+unsigned int CVectorBase::GetCapacity() const
+{
+    return m_uCapacity;
+}
+
+unsigned int CVectorBase::GetLockCapacity() const
+{
+    return m_uLockCapacity;
+}
+
+void CVectorBase::SetLockCapacity(unsigned int uLockCapacity)
+{
+    m_uLockCapacity = uLockCapacity;
+}
+
+unsigned int CVectorBase::GetSize() const
+{
+    return m_uSize;
+}
+
+bool CVectorBase::IsEmpty() const
+{
+    return m_uSize == 0;
+}
+
+unsigned int CVectorBase::GetFirstIndex() const
+{
+    return 0;
+}
+
+unsigned int CVectorBase::GetLastIndex() const
+{
+    return m_uSize - 1;
+}
+
+unsigned int CVectorBase::GetEndIndex() const
+{
+    return m_uSize;
+}
+
+QvResult CVectorBase::Resize(unsigned int uSize)
+{
+    if (uSize > m_uCapacity) return QV_RES_INVALID_ARGUMENT;
+    m_uSize = uSize;
+    return QV_RES_OK;
+}
+
+void* CVectorBase::GetAt(unsigned int uIndex)
+{
+    return uIndex < m_uSize ? SlotAt(uIndex) : nullptr;
+}
+
+const void* CVectorBase::GetAt(unsigned int uIndex) const
+{
+    return uIndex < m_uSize ? SlotAt(uIndex) : nullptr;
+}
+
+void* CVectorBase::GetAtInCapacity(unsigned int uIndex)
+{
+    return uIndex < m_uCapacity ? SlotAt(uIndex) : nullptr;
+}
+
+const void* CVectorBase::GetAtInCapacity(unsigned int uIndex) const
+{
+    return uIndex < m_uCapacity ? SlotAt(uIndex) : nullptr;
+}
+
+QvResult CVectorBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
+{
+    if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const bool bOwnElement = HoldsAddress(pElement);
+    if (bOwnElement)
+    {
+        // The element is about to move, perhaps into other storage: insert a copy of it.
+        if (m_bConstruct) ConstructFrom(m_pvScratch, pElement);
+        else memcpy(m_pvScratch, pElement, m_uElementSize);
+        pElement = m_pvScratch;
+    }
+    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    if (res >= 0)
+    {
+        Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+        m_uSize += uCount;
+        for (unsigned int uNew = 0; uNew < uCount; ++uNew) FillSlot(uIndex + uNew, pElement);
+    }
+    if (bOwnElement && m_bConstruct) Destruct(m_pvScratch);
+    return res;
+}
+
+QvResult CVectorBase::Insert(unsigned int uIndex, unsigned int uCount)
+{
+    return Insert(uIndex, uCount, nullptr);
+}
+
+QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
+{
+    if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = rSrc.m_uSize;
+    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    if (res < 0) return res;
+    Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+    // A vector inserted into itself has its source cut in two by the gap.
+    const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
+    Copy(this, uIndex, &rSrc, 0, uBeforeGap);
+    Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap);
+    m_uSize += uCount;
+    return res;
+}
+
+QvResult CVectorBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
+}
+
+void* CVectorBase::Allocate(unsigned int uIndex)
+{
+    if (uIndex > m_uSize || GrowTo(size_t{m_uSize} + 1) < 0) return nullptr;
+    Move(this, uIndex + 1, this, uIndex, m_uSize - uIndex);
+    ++m_uSize;
+    return SlotAt(uIndex);
+}
+
+QvResult CVectorBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                     void** ppElement)
+{
+    if (ppElement == nullptr) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
+    if (uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return QV_RES_ALREADY_EXISTS;
+    *ppElement = Allocate(uIndex);
+    return *ppElement != nullptr ? QV_RES_OK : QV_RES_FAIL;
+}
+
+void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
+{
+    if (uIndex >= m_uSize) return;
+    uCount = std::min(uCount, m_uSize - uIndex);
+    if (m_bConstruct)
+    {
+        for (unsigned int uErased = 0; uErased < uCount; ++uErased) Destruct(SlotAt(uIndex + uErased));
+    }
+    Move(this, uIndex, this, uIndex + uCount, m_uSize - uIndex - uCount);
+    m_uSize -= uCount;
+}
+
+void CVectorBase::Erase(unsigned int uIndex)
+{
+    Erase(uIndex, 1);
+}
+
+void CVectorBase::EraseAll()
+{
+    Erase(0, m_uSize);
+}
+
+QvResult CVectorBase::Merge(unsigned int uIndex, CVectorBase& rSrc)
+{
+    if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = rSrc.m_uSize;
+    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    if (res < 0) return res;
+    Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+    Move(this, uIndex, &rSrc, 0, uCount);
+    m_uSize += uCount;
+    rSrc.m_uSize = 0;
+    return res;
+}
+
+QvResult CVectorBase::Split(unsigned int uIndex, CVectorBase& rDest)
+{
+    if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = m_uSize - uIndex;
+    const QvResult res = rDest.GrowTo(uCount);
+    if (res < 0) return res;
+    rDest.EraseAll();
+    Move(&rDest, 0, this, uIndex, uCount);
+    rDest.m_uSize = uCount;
+    m_uSize = uIndex;
+    return res;
+}
+
+void CVectorBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
+{
+    if (uIndex1 == uIndex2 || uIndex1 >= m_uSize || uIndex2 >= m_uSize) return;
+    void* const pFirst = SlotAt(uIndex1);
+    void* const pSecond = SlotAt(uIndex2);
+    if (m_bConstruct)
+    {
+        ConstructFrom(m_pvScratch, pFirst);
+        Destruct(pFirst);
+        ConstructFrom(pFirst, pSecond);
+        Destruct(pSecond);
+        ConstructFrom(pSecond, m_pvScratch);
+        Destruct(m_pvScratch);
+    }
+    else
+    {
+        memcpy(m_pvScratch, pFirst, m_uElementSize);
+        memcpy(pFirst, pSecond, m_uElementSize);
+        memcpy(pSecond, m_pvScratch, m_uElementSize);
+    }
+}
+
+namespace
+{
+// Whether moving uCount elements up within one vector must begin with the last, so that none is overwritten unread.
+bool MustRunBackwards(bool bSameVector, unsigned int uDest, unsigned int uSrc, unsigned int uCount)
+{
+    return bSameVector && uSrc < uDest && size_t{uSrc} + uCount >= uDest;
+}
+
+template <typename Step>
+void ForEachOffset(unsigned int uCount, bool bBackwards, Step step)
+{
+    for (unsigned int uDone = 0; uDone < uCount; ++uDone) step(bBackwards ? uCount - 1 - uDone : uDone);
+}
+}  // namespace
+
+void CVectorBase::Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
+                       unsigned int uCount)
+{
+    const bool bSame = pDest == pSrc;
+    if (uCount == 0 || (bSame && uDestIndex == uSrcIndex)) return;
+    if (!pDest->m_bConstruct) memmove(pDest->SlotAt(uDestIndex), pSrc->SlotAt(uSrcIndex), pDest->BytesOf(uCount));
+    else
+    {
+        ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount), [&](unsigned int uOffset)
+                      { pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pSrc->SlotAt(uSrcIndex + uOffset)); });
+    }
+}
+
+void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
+                       unsigned int uCount)
+{
+    if (!pDest->m_bConstruct)
+    {
+        Copy(pDest, uDestIndex, pSrc, uSrcIndex, uCount);
+        return;
+    }
+    const bool bSame = pDest == pSrc;
+    if (bSame && uDestIndex == uSrcIndex) return;
+    ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount),
+                  [&](unsigned int uOffset)
+                  {
+                      void* const pFrom = pSrc->SlotAt(uSrcIndex + uOffset);
+                      pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pFrom);
+                      pSrc->Destruct(pFrom);
+                  });
+}
+
+void CVectorBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    if (m_uSize < 2) return;
+    const SComparison compare{pfnCompare, uParam};
+    const std::unique_ptr<unsigned char[]> puHeld(new unsigned char[m_uElementSize]);
+    unsigned char* const puStorage = SlotAt(0);
+    using orvel_internal::ShellSort;
+    if (m_bConstruct) ShellSort(m_uSize, CConstructedElements(*this, puHeld.get(), compare));
+    else if (m_uElementSize == 4) ShellSort(m_uSize, CFixedElements<4>(puStorage, 4, puHeld.get(), compare));
+    else if (m_uElementSize == 8) ShellSort(m_uSize, CFixedElements<8>(puStorage, 8, puHeld.get(), compare));
+    else if (m_uElementSize == 16) ShellSort(m_uSize, CFixedElements<16>(puStorage, 16, puHeld.get(), compare));
+    else ShellSort(m_uSize, CByteElements(puStorage, m_uElementSize, puHeld.get(), compare));
+}
+
+unsigned int CVectorBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                               unsigned int uParam) const
+{
+    for (unsigned int uIndex = uStartIndex; uIndex < m_uSize; ++uIndex)
+    {
+        if (pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return uIndex;
+    }
+    return m_uSize;
+}
+
+unsigned int CVectorBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
+    return uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0 ? uIndex : m_uSize;
+}
+
+unsigned int CVectorBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
+                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) < 0; });
+}
+
+unsigned int CVectorBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
+                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) > 0; });
+}
+
+void CVectorBase::Construct(void* pElement)
+{
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
+}
+
+void CVectorBase::ConstructFrom(void* pElement, const void* pSource)
+{
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
+}
+
+void CVectorBase::Destruct(void* pElement)
+{
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
+}
+
+unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare,
+                                             unsigned int uParam) const
+{
+    return orvel_internal::LowerBound(
+        m_uSize, [&](unsigned int uIndex) { return pfnCompare(SlotAt(uIndex), pKey, uParam); });
+}
+
+void CVectorBase::ExchangeContents(CVectorBase& rOther)
+{
+    std::swap(m_pAllocator, rOther.m_pAllocator);
+    std::swap(m_uCapacity, rOther.m_uCapacity);
+    std::swap(m_uLockCapacity, rOther.m_uLockCapacity);
+    std::swap(m_uSize, rOther.m_uSize);
+    std::swap(m_bConstruct, rOther.m_bConstruct);
+    std::swap(m_pvStorage, rOther.m_pvStorage);
+}
+
+unsigned char* CVectorBase::SlotAt(unsigned int uIndex) const
+{
+    return static_cast<unsigned char*>(m_pvStorage) + BytesOf(uIndex);
+}
+
+size_t CVectorBase::BytesOf(unsigned int uCount) const
+{
+    return size_t{uCount} * m_uElementSize;
+}
+
+bool CVectorBase::HoldsAddress(const void* pv) const
+{
+    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(pv) - reinterpret_cast<uintptr_t>(m_pvStorage);
+    return pv != nullptr && uOffset < BytesOf(m_uCapacity);
+}
+
+QvResult CVectorBase::GrowTo(size_t uCapacity)
+{
+    if (uCapacity <= m_uCapacity) return QV_RES_OK;
+    if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
+    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+}
+
+QvResult CVectorBase::AllocateStorage(unsigned int uCapacity, void*& rpvStorage)
+{
+    const size_t uBytes = std::max(sizeof(IAllocator::SBlock), BytesOf(uCapacity));
+    if (uBytes > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    rpvStorage = m_pAllocator->Allocate(1, static_cast<unsigned int>(uBytes), nullptr);
+    return rpvStorage != nullptr ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+}
+
+void CVectorBase::ReplaceStorage(void* pvStorage, unsigned int uCapacity)
+{
+    if (m_pvStorage != nullptr)
+    {
+        void* const pvOld = m_pvStorage;
+        if (!m_bConstruct && m_uSize != 0) memcpy(pvStorage, pvOld, BytesOf(m_uSize));
+        for (unsigned int uIndex = 0; m_bConstruct && uIndex < m_uSize; ++uIndex)
+        {
+            ConstructFrom(static_cast<unsigned char*>(pvStorage) + BytesOf(uIndex), SlotAt(uIndex));
+            Destruct(SlotAt(uIndex));
+        }
+        m_pAllocator->Release(new (pvOld) IAllocator::SBlock{nullptr}, static_cast<unsigned int>(BytesOf(m_uCapacity)));
+    }
+    m_pvStorage = pvStorage;
+    m_uCapacity = uCapacity;
+}
+
+void CVectorBase::FillSlot(unsigned int uIndex, const void* pElement)
+{
+    void* const pvSlot = SlotAt(uIndex);
+    if (!m_bConstruct)
+    {
+        if (pElement != nullptr) memcpy(pvSlot, pElement, m_uElementSize);
+        else memset(pvSlot, 0, m_uElementSize);
+    }
+    else if (pElement != nullptr) ConstructFrom(pvSlot, pElement);
+    else Construct(pvSlot);
+}

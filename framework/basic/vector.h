@@ -1,0 +1,264 @@
+#ifndef FRAMEWORK_BASIC_VECTOR_H
+#define FRAMEWORK_BASIC_VECTOR_H
+#include <stddef.h>
+#include <string.h>
+
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "framework/basic/allocator.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// Orders a stored element against a key: negative, 0 or positive as it comes before, with or after it. uParam is
+/// handed through. It must have no side effects: searches may ask twice.
+typedef int (*PFNCompareElements)(const void* pElement, const void* pKey, unsigned int uParam);
+
+/// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed face.
+///
+///     |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
+///     storage                              end index           capacity
+///
+/// With bConstruct, elements are made, copied and destroyed through the three virtual element operations, which a
+/// derived class overrides (its destructor calls EraseAll(): the base's could not reach them). Without, they are bytes:
+/// copied with memcpy() and zeroed when made without a source.
+///
+/// Ownership  Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
+/// Threads    No locking: one thread at a time.
+/// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
+/// Addresses  Elements move whenever the capacity changes, never while it is locked.
+/// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments.
+class QV_EXPORT CVectorBase
+{
+public:
+    /// Elements of uSizeOfElement bytes, made through the element operations. Throws what operator new[] throws.
+    CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator);
+    CVectorBase(unsigned int uSizeOfElement, bool bConstruct, IAllocator* pAllocator);
+    /// Same allocator, element size, capacity, lock and elements. The element operations of a derived class are out of
+    /// reach here: with bConstruct, construct an empty object and assign.
+    CVectorBase(const CVectorBase& rSrc);
+    virtual ~CVectorBase();
+    /// Copies the elements. Changes nothing when the element sizes differ, the locked capacity does not suffice, or
+    /// memory runs out.
+    CVectorBase& operator=(const CVectorBase& rSrc);
+
+    /// Compares as bytes, never through a callback.
+    bool operator==(const CVectorBase& rOther) const;
+    bool operator!=(const CVectorBase& rOther) const;
+    /// True when the bytes of the common length compare less, else whether this vector is the shorter one: so both
+    /// {2} < {1, 5} and {1, 5} < {2} hold, and this is no order to sort by.
+    bool operator<(const CVectorBase& rOther) const;
+
+    /// Makes the capacity exactly uCapacity if it is less. Cost: moves every element when it reallocates.
+    /// QV_RES_OK             the capacity is at least uCapacity
+    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block, or the bytes do not fit 32 bits
+    QvResult ReserveCapacity(unsigned int uCapacity);
+    /// Makes the capacity exactly the larger of uCapacity and the size, if it is more; gives the storage back at 0.
+    /// QV_RES_OK             the capacity is that, or was less
+    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    QvResult ReduceCapacity(unsigned int uCapacity);
+    unsigned int GetCapacity() const;
+    /// Non-zero: the capacity is locked, so that elements keep their addresses.
+    unsigned int GetLockCapacity() const;
+    void SetLockCapacity(unsigned int uLockCapacity);
+
+    unsigned int GetSize() const;
+    bool IsEmpty() const;
+    unsigned int GetFirstIndex() const;
+    /// GetSize() - 1: 0xFFFFFFFF when empty.
+    unsigned int GetLastIndex() const;
+    unsigned int GetEndIndex() const;
+    /// Sets the size without making or destroying elements: the caller sees to the slots that enter or leave.
+    /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
+    QvResult Resize(unsigned int uSize);
+
+    /// The element at an index below the size, else null.
+    void* GetAt(unsigned int uIndex);
+    const void* GetAt(unsigned int uIndex) const;
+    /// The slot at an index below the capacity, else null.
+    void* GetAtInCapacity(unsigned int uIndex);
+    const void* GetAtInCapacity(unsigned int uIndex) const;
+
+    /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones (zero
+    /// bytes without bConstruct) when it is null. *pElement may be an element of this vector.
+    /// Cost: moves the elements behind uIndex, and all when the capacity has to grow.
+    /// QV_RES_OK                the elements are in
+    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    QvResult Insert(unsigned int uIndex, unsigned int uCount);
+    /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
+    /// above.
+    QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
+    /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted.
+    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+    /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
+    /// above the size or the capacity cannot grow.
+    void* Allocate(unsigned int uIndex);
+    /// The same at the place of pKey in a sorted vector that holds no equal element.
+    /// QV_RES_OK                *ppElement is the slot
+    /// QV_RES_INVALID_ARGUMENT  ppElement is null
+    /// QV_RES_ALREADY_EXISTS    an equal element is there
+    /// QV_RES_FAIL              the slot could not be had
+    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+
+    /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
+    void Erase(unsigned int uIndex, unsigned int uCount);
+    void Erase(unsigned int uIndex);
+    void EraseAll();
+
+    /// Moves all elements of rSrc in front of index uIndex; rSrc keeps its capacity.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    QvResult Merge(unsigned int uIndex, CVectorBase& rSrc);
+    /// Replaces the elements of rDest by those from uIndex on, which leave this vector.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this vector
+    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no block
+    QvResult Split(unsigned int uIndex, CVectorBase& rDest);
+    /// Exchanges two elements; nothing happens when an index is none.
+    void Swap(unsigned int uIndex1, unsigned int uIndex2);
+
+    /// Copies, or moves (the source's are destroyed), uCount elements between slots that exist; the destination slots
+    /// count as raw memory, and no size changes. Overlapping slots of one vector are treated in the right direction.
+    static void Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
+                     unsigned int uCount);
+    static void Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
+                     unsigned int uCount);
+
+    /// Shell sort; equal elements may change places. Throws what operator new[] throws (one element is held aside).
+    void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
+    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
+    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                      unsigned int uParam) const;
+    /// The same in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
+    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first smallest (largest) element; 0 when empty.
+    unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+
+    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    virtual void Construct(void* pElement);
+    virtual void ConstructFrom(void* pElement, const void* pSource);
+    virtual void Destruct(void* pElement);
+
+protected:
+    /// Index of the first element that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Exchanges everything but the element size and the scratch element with a vector of the same element size.
+    void ExchangeContents(CVectorBase& rOther);
+
+    IAllocator* m_pAllocator;
+    unsigned int m_uCapacity;
+    unsigned int m_uLockCapacity;
+    unsigned int m_uElementSize;
+    unsigned int m_uSize;
+    bool m_bConstruct;
+    void* m_pvScratch;
+    void* m_pvStorage;
+
+private:
+    unsigned char* SlotAt(unsigned int uIndex) const;
+    size_t BytesOf(unsigned int uCount) const;
+    bool HoldsAddress(const void* pv) const;
+    QvResult GrowTo(size_t uCapacity);
+    QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
+    void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
+    void FillSlot(unsigned int uIndex, const void* pElement);
+};
+
+/// An array of T over CVectorBase, whose growth and threading rules it has:
+///
+///     CVector<int> vector;
+///     vector.ReserveCapacity(2);
+///     vector.Append(7);
+///     for (int n : vector) ...
+///
+/// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
+/// Cost       Access, and appending within the capacity, are inline and call no function of the library.
+template <typename T>
+class QV_EXPORT CVector : private CVectorBase
+{
+    static_assert(alignof(T) <= alignof(max_align_t), "CVector: allocator blocks cannot hold an over-aligned element");
+
+public:
+    explicit CVector(IAllocator* pAllocator = nullptr) : CVectorBase(sizeof(T), pAllocator) {}
+    /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
+    CVector(bool bConstruct, IAllocator* pAllocator) : CVectorBase(sizeof(T), bConstruct, pAllocator) {}
+    CVector(const CVector& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator)
+    {
+        CVectorBase::ReserveCapacity(rSrc.m_uCapacity);
+        CVectorBase::operator=(rSrc);
+        m_uLockCapacity = rSrc.m_uLockCapacity;
+    }
+    CVector(CVector&& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator) { ExchangeContents(rSrc); }
+    ~CVector() override { CVectorBase::EraseAll(); }
+    CVector& operator=(const CVector& rSrc)
+    {
+        CVectorBase::operator=(rSrc);
+        return *this;
+    }
+    /// The two vectors exchange their elements, storage, allocators and locks.
+    CVector& operator=(CVector&& rSrc)
+    {
+        ExchangeContents(rSrc);
+        return *this;
+    }
+
+    unsigned int GetCapacity() const { return m_uCapacity; }
+    unsigned int GetLockCapacity() const { return m_uLockCapacity; }
+    void SetLockCapacity(unsigned int uLockCapacity) { m_uLockCapacity = uLockCapacity; }
+    unsigned int GetSize() const { return m_uSize; }
+    bool IsEmpty() const { return m_uSize == 0; }
+    unsigned int GetEndIndex() const { return m_uSize; }
+
+    /// The element at an index below the size, else null.
+    T* GetAt(unsigned int uIndex) { return uIndex < m_uSize ? begin() + uIndex : nullptr; }
+    const T* GetAt(unsigned int uIndex) const { return uIndex < m_uSize ? begin() + uIndex : nullptr; }
+    /// The element at an index that the caller knows to be below the size.
+    T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
+    const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
+
+    T* begin() { return static_cast<T*>(m_pvStorage); }
+    T* end() { return begin() + m_uSize; }
+    const T* begin() const { return static_cast<const T*>(m_pvStorage); }
+    const T* end() const { return begin() + m_uSize; }
+
+    /// As in CVectorBase.
+    QvResult ReserveCapacity(unsigned int uCapacity) { return CVectorBase::ReserveCapacity(uCapacity); }
+    QvResult ReduceCapacity(unsigned int uCapacity) { return CVectorBase::ReduceCapacity(uCapacity); }
+    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return CVectorBase::Insert(uIndex, uCount); }
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
+    {
+        return CVectorBase::Insert(uIndex, uCount, &rElement);
+    }
+    QvResult Append(const T& rElement)
+    {
+        if (m_uSize == m_uCapacity) return CVectorBase::Insert(m_uSize, 1, &rElement);
+        // As ConstructFrom() does, without the call.
+        void* const pvSlot = begin() + m_uSize;
+        if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
+        else memcpy(pvSlot, static_cast<const void*>(&rElement), sizeof(T));
+        ++m_uSize;
+        return QV_RES_OK;
+    }
+    void Erase(unsigned int uIndex) { CVectorBase::Erase(uIndex); }
+    void Erase(unsigned int uIndex, unsigned int uCount) { CVectorBase::Erase(uIndex, uCount); }
+    void EraseAll() { CVectorBase::EraseAll(); }
+
+    void Construct(void* pElement) override { ::new (pElement) T; }
+    void ConstructFrom(void* pElement, const void* pSource) override
+    {
+        ::new (pElement) T(*static_cast<const T*>(pSource));
+    }
+    void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+};
+
+extern template class CVector<void*>;
+
+#endif

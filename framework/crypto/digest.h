@@ -1,0 +1,99 @@
+#ifndef FRAMEWORK_CRYPTO_DIGEST_H
+#define FRAMEWORK_CRYPTO_DIGEST_H
+#include <stdint.h>
+#include <string.h>
+
+#include "framework/basic/blob.h"
+#include "framework/kernel/result.h"
+
+/// What the digests share: the 64-byte message block, its padding, and the forms that take blobs. Internal.
+namespace orvel_internal
+{
+constexpr unsigned int uDIGEST_BLOCK_SIZE = 64;
+
+inline uint32_t RotateLeft(uint32_t uWord, unsigned int uBits)
+{
+    return uWord << uBits | uWord >> (32 - uBits);
+}
+
+inline void StoreBigEndian32(uint8_t* pu, uint32_t uWord)
+{
+    uWord = __builtin_bswap32(uWord);
+    memcpy(pu, &uWord, sizeof(uWord));
+}
+
+inline void StoreBigEndian(uint8_t* pu, const uint32_t* puWords, unsigned int uCount)
+{
+    for (unsigned int u = 0; u < uCount; ++u) StoreBigEndian32(pu + 4 * u, puWords[u]);
+}
+
+inline uint32_t LoadBigEndian32(const uint8_t* pu)
+{
+    uint32_t uWord;
+    memcpy(&uWord, pu, sizeof(uWord));
+    return __builtin_bswap32(uWord);
+}
+
+/// Adds uSize bytes behind the uUsed (below 64) bytes that the block holds; returns how many it holds then.
+/// transform(puBlocks, uCount) is given each whole block, those of the input where they lie.
+template <typename Transform>
+unsigned int FeedBlocks(uint8_t* puBlock, unsigned int uUsed, const uint8_t* puData, size_t uSize,
+                        Transform&& transform)
+{
+    if (uUsed != 0)
+    {
+        const size_t uRoom = uDIGEST_BLOCK_SIZE - uUsed;
+        const size_t uPart = uSize < uRoom ? uSize : uRoom;
+        memcpy(puBlock + uUsed, puData, uPart);
+        if (uPart < uRoom) return uUsed + static_cast<unsigned int>(uPart);
+        transform(puBlock, size_t{1});
+        puData += uPart;
+        uSize -= uPart;
+    }
+    const size_t uWholeBlocks = uSize / uDIGEST_BLOCK_SIZE;
+    if (uWholeBlocks != 0) transform(puData, uWholeBlocks);
+    const unsigned int uRest = static_cast<unsigned int>(uSize % uDIGEST_BLOCK_SIZE);
+    memcpy(puBlock, puData + uWholeBlocks * uDIGEST_BLOCK_SIZE, uRest);
+    return uRest;
+}
+
+/// Ends the message: the pad byte, zeros up to the last 8 bytes of a block, and there the length field.
+template <typename Transform>
+void PadBlocks(uint8_t* puBlock, unsigned int uUsed, uint8_t uPadByte, const uint8_t* puLengthField,
+               Transform&& transform)
+{
+    constexpr unsigned int uLENGTH_AT = uDIGEST_BLOCK_SIZE - 8;
+    puBlock[uUsed++] = uPadByte;
+    if (uUsed > uLENGTH_AT)
+    {
+        memset(puBlock + uUsed, 0, uDIGEST_BLOCK_SIZE - uUsed);
+        transform(puBlock, size_t{1});
+        uUsed = 0;
+    }
+    memset(puBlock + uUsed, 0, uLENGTH_AT - uUsed);
+    memcpy(puBlock + uLENGTH_AT, puLengthField, 8);
+    transform(puBlock, size_t{1});
+}
+
+/// Update() on the bytes of a blob; a blob without storage gets what the raw form answers to null.
+template <typename Algorithm>
+QvResult UpdateFromBlob(Algorithm& rAlgorithm, const CBlob* pblobData)
+{
+    if (pblobData == nullptr) return QV_RES_FAIL;
+    return rAlgorithm.Update(pblobData->GetFirstIndexPtr(), pblobData->GetSize());
+}
+
+/// End() into a blob of exactly the digest's size. Without the room nothing is written; without any storage the blob
+/// gets what the raw form answers to null.
+template <typename Algorithm>
+QvResult EndIntoBlob(Algorithm& rAlgorithm, CBlob* pblobDigest)
+{
+    if (pblobDigest == nullptr) return QV_RES_FAIL;
+    const QvResult res = pblobDigest->ReserveCapacity(rAlgorithm.GetSizeInBytes());
+    if (res < 0 && pblobDigest->GetFirstIndexPtr() != nullptr) return res;
+    pblobDigest->Resize(rAlgorithm.GetSizeInBytes());
+    return rAlgorithm.End(pblobDigest->GetFirstIndexPtr());
+}
+}  // namespace orvel_internal
+
+#endif

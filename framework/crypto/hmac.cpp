@@ -1,0 +1,109 @@
+#include "framework/crypto/hmac.h"
+
+#include "framework/crypto/digest.h"
+
+static_assert(sizeof(CSha1MacBremoFw) == 184, "field order and widths are the binary interface");
+static_assert(sizeof(CSha1Mac) == 192, "the interface, then the implementation");
+
+namespace
+{
+constexpr uint8_t g_uInnerPad = 0x36;
+constexpr uint8_t g_uOuterPad = 0x5C;
+}  // namespace
+
+CHMac::~CHMac() = default;
+
+CHMacBremoFw::~CHMacBremoFw() = default;
+
+QvResult CHMacBremoFw::HMacReset(const uint8_t* puKey, unsigned int uKeySize, CHash* pHash, unsigned int uBlockSize,
+                                 uint8_t* puInnerPad, uint8_t* puOuterPad)
+{
+    pHash->Begin();
+    if (uKeySize <= uBlockSize) memcpy(puInnerPad, puKey, uKeySize);
+    else
+    {
+        pHash->Update(puKey, uKeySize);
+        pHash->End(puInnerPad);
+        uKeySize = pHash->GetSizeInBytes();
+        pHash->Begin();
+    }
+    memset(puInnerPad + uKeySize, 0, uBlockSize - uKeySize);
+    for (unsigned int u = 0; u < uBlockSize; ++u)
+    {
+        puOuterPad[u] = puInnerPad[u] ^ g_uOuterPad;
+        puInnerPad[u] ^= g_uInnerPad;
+    }
+    pHash->Update(puInnerPad, uBlockSize);
+    return QV_RES_OK;
+}
+
+QvResult CHMacBremoFw::HMacResult(CHash* pHash, unsigned int uBlockSize, uint8_t* puInnerDigest,
+                                  const uint8_t* puOuterPad, uint8_t* puDigest)
+{
+    pHash->End(puInnerDigest);
+    pHash->Begin();
+    pHash->Update(puOuterPad, uBlockSize);
+    pHash->Update(puInnerDigest, pHash->GetSizeInBytes());
+    pHash->End(puDigest);
+    return QV_RES_OK;
+}
+
+CSha1MacBremoFw::CSha1MacBremoFw()
+{
+    memset(m_auOuterPad, 0, sizeof(m_auOuterPad));
+}
+
+CSha1MacBremoFw::~CSha1MacBremoFw() = default;
+
+QvResult CSha1MacBremoFw::Begin(const uint8_t* puKey, unsigned int uKeySize)
+{
+    if (puKey == nullptr) return QV_RES_FAIL;
+    uint8_t auInnerPad[uBLOCK_SIZE];
+    return HMacReset(puKey, uKeySize, &m_sha1, uBLOCK_SIZE, auInnerPad, m_auOuterPad);
+}
+
+QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
+{
+    return puData != nullptr ? m_sha1.Update(puData, uSize) : QV_RES_FAIL;
+}
+
+QvResult CSha1MacBremoFw::End(uint8_t* puDigest)
+{
+    if (puDigest == nullptr) return QV_RES_FAIL;
+    uint8_t auInnerDigest[uBLOCK_SIZE];
+    return HMacResult(&m_sha1, uBLOCK_SIZE, auInnerDigest, m_auOuterPad, puDigest);
+}
+
+QvResult CSha1MacBremoFw::Begin(const CBlob* pblobKey)
+{
+    return pblobKey != nullptr ? Begin(pblobKey->GetFirstIndexPtr(), pblobKey->GetSize()) : QV_RES_FAIL;
+}
+
+QvResult CSha1MacBremoFw::Update(const CBlob* pblobData)
+{
+    return orvel_internal::UpdateFromBlob(*this, pblobData);
+}
+
+QvResult CSha1MacBremoFw::End(CBlob* pblobDigest)
+{
+    return orvel_internal::EndIntoBlob(*this, pblobDigest);
+}
+
+unsigned int CSha1MacBremoFw::GetAlgorithm()
+{
+    return m_sha1.GetAlgorithm();
+}
+
+unsigned int CSha1MacBremoFw::GetSizeInBits()
+{
+    return m_sha1.GetSizeInBits();
+}
+
+unsigned int CSha1MacBremoFw::GetSizeInBytes()
+{
+    return m_sha1.GetSizeInBytes();
+}
+
+CSha1Mac::CSha1Mac() = default;
+
+CSha1Mac::~CSha1Mac() = default;

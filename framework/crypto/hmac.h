@@ -1,0 +1,117 @@
+#ifndef FRAMEWORK_CRYPTO_HMAC_H
+#define FRAMEWORK_CRYPTO_HMAC_H
+#include <stdint.h>
+
+#include "framework/basic/blob.h"
+#include "framework/crypto/hash.h"
+#include "framework/crypto/sha1.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// A keyed message authentication code:
+///
+///     CSha1Mac mac;
+///     mac.Begin(puKey, uKeySize);
+///     mac.Update(puData, uSize);   // any number of times, in pieces of any size
+///     mac.End(&blobCode);          // the next message needs Begin() with the key again
+///
+/// Compare codes in constant time, not with memcmp(), where an attacker can measure.
+///
+/// Threads    No locking: one thread at a time per object.
+/// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage hands a null raw pointer on.
+class QV_EXPORT CHMac
+{
+public:
+    CHMac() = default;
+    CHMac(const CHMac&) = default;
+    CHMac& operator=(const CHMac&) = default;
+    virtual ~CHMac();
+
+    /// Starts a message under a key of uKeySize bytes (0 is a key, too).
+    virtual QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) = 0;
+    /// Adds uSize bytes to the message.
+    virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
+    /// Ends the message and writes its code, GetSizeInBytes() bytes.
+    virtual QvResult End(uint8_t* puDigest) = 0;
+    virtual QvResult Begin(const CBlob* pblobKey) = 0;
+    virtual QvResult Update(const CBlob* pblobData) = 0;
+    /// Writes the code as the whole content of a blob.
+    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and could not get it
+    virtual QvResult End(CBlob* pblobDigest) = 0;
+
+    /// The CHash::EAlgorithm of the digest inside.
+    virtual unsigned int GetAlgorithm() = 0;
+    virtual unsigned int GetSizeInBits() = 0;
+    virtual unsigned int GetSizeInBytes() = 0;
+};
+
+/// The construction of HMAC over any digest. Nothing is checked, and both members return QV_RES_OK.
+/// Source     RFC 2104.
+class QV_EXPORT CHMacBremoFw
+{
+public:
+    CHMacBremoFw() = default;
+    CHMacBremoFw(const CHMacBremoFw&) = default;
+    CHMacBremoFw& operator=(const CHMacBremoFw&) = default;
+    virtual ~CHMacBremoFw();
+
+    /// Starts the inner digest. Both pads are buffers of uBlockSize bytes, the block size of the digest; the outer one
+    /// is needed again by HMacResult(). A key longer than a block is replaced by its digest.
+    QvResult HMacReset(const uint8_t* puKey, unsigned int uKeySize, CHash* pHash, unsigned int uBlockSize,
+                       uint8_t* puInnerPad, uint8_t* puOuterPad);
+    /// Ends the inner digest (into puInnerDigest) and writes the code.
+    QvResult HMacResult(CHash* pHash, unsigned int uBlockSize, uint8_t* puInnerDigest, const uint8_t* puOuterPad,
+                        uint8_t* puDigest);
+};
+
+/// The state and the work behind CSha1Mac; see CHMac for the members' contracts.
+class QV_EXPORT CSha1MacBremoFw : public CHMacBremoFw
+{
+public:
+    CSha1MacBremoFw();
+    CSha1MacBremoFw(const CSha1MacBremoFw&) = default;
+    CSha1MacBremoFw& operator=(const CSha1MacBremoFw&) = default;
+    ~CSha1MacBremoFw() override;
+
+    QvResult Begin(const uint8_t* puKey, unsigned int uKeySize);
+    QvResult Update(const uint8_t* puData, unsigned int uSize);
+    QvResult End(uint8_t* puDigest);
+    QvResult Begin(const CBlob* pblobKey);
+    QvResult Update(const CBlob* pblobData);
+    QvResult End(CBlob* pblobDigest);
+    unsigned int GetAlgorithm();
+    unsigned int GetSizeInBits();
+    unsigned int GetSizeInBytes();
+
+private:
+    static constexpr unsigned int uBLOCK_SIZE = 64;
+
+    uint8_t m_auOuterPad[uBLOCK_SIZE];
+    CSha1 m_sha1;
+};
+
+/// HMAC-SHA1, 160 bits.
+/// Source     RFC 2104, RFC 2202.
+class QV_EXPORT CSha1Mac : public CHMac, public CSha1MacBremoFw
+{
+public:
+    CSha1Mac();
+    CSha1Mac(const CSha1Mac&) = default;
+    CSha1Mac& operator=(const CSha1Mac&) = default;
+    ~CSha1Mac() override;
+
+    QvResult Begin(const uint8_t* puKey, unsigned int uSize) override { return CSha1MacBremoFw::Begin(puKey, uSize); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    {
+        return CSha1MacBremoFw::Update(puData, uSize);
+    }
+    QvResult End(uint8_t* puDigest) override { return CSha1MacBremoFw::End(puDigest); }
+    QvResult Begin(const CBlob* pblobKey) override { return CSha1MacBremoFw::Begin(pblobKey); }
+    QvResult Update(const CBlob* pblobData) override { return CSha1MacBremoFw::Update(pblobData); }
+    QvResult End(CBlob* pblobDigest) override { return CSha1MacBremoFw::End(pblobDigest); }
+    unsigned int GetAlgorithm() override { return CSha1MacBremoFw::GetAlgorithm(); }
+    unsigned int GetSizeInBits() override { return CSha1MacBremoFw::GetSizeInBits(); }
+    unsigned int GetSizeInBytes() override { return CSha1MacBremoFw::GetSizeInBytes(); }
+};
+
+#endif

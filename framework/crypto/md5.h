@@ -1,0 +1,54 @@
+#ifndef FRAMEWORK_CRYPTO_MD5_H
+#define FRAMEWORK_CRYPTO_MD5_H
+#include "framework/crypto/hash.h"
+
+/// The state and the work behind CMd5; see CHash for the members' contracts.
+class QV_EXPORT CMd5BremoFw
+{
+public:
+    CMd5BremoFw();
+    CMd5BremoFw(const CMd5BremoFw&) = default;
+    CMd5BremoFw& operator=(const CMd5BremoFw&) = default;
+    virtual ~CMd5BremoFw();
+
+    QvResult Begin();
+    QvResult Update(const uint8_t* puData, unsigned int uSize);
+    QvResult End(uint8_t* puDigest);
+    QvResult Update(const CBlob* pblobData);
+    QvResult End(CBlob* pblobDigest);
+    unsigned int GetAlgorithm();
+    unsigned int GetSizeInBits();
+    unsigned int GetSizeInBytes();
+
+private:
+    void Transform(const uint8_t* puBlocks, size_t uCount);
+    static void Encode(uint8_t* puOut, const uint32_t* puWords, unsigned int uWordCount);
+    static void Decode(uint32_t* puWords, const uint8_t* puIn, unsigned int uWordCount);
+
+    uint32_t m_auState[4];
+    uint32_t m_auBitCount[2];  // low word first
+    uint8_t m_auBuffer[64];
+};
+
+/// MD5, 128 bits. Broken as a cryptographic digest (collisions): for checksums and old protocols only.
+/// End() wipes the state: the next message needs Begin(), without which its digest is wrong.
+/// Source     RFC 1321.
+class QV_EXPORT CMd5 : public CHash, public CMd5BremoFw
+{
+public:
+    CMd5();
+    CMd5(const CMd5&) = default;
+    CMd5& operator=(const CMd5&) = default;
+    ~CMd5() override;
+
+    QvResult Begin() override { return CMd5BremoFw::Begin(); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return CMd5BremoFw::Update(puData, uSize); }
+    QvResult End(uint8_t* puDigest) override { return CMd5BremoFw::End(puDigest); }
+    QvResult Update(const CBlob* pblobData) override { return CMd5BremoFw::Update(pblobData); }
+    QvResult End(CBlob* pblobDigest) override { return CMd5BremoFw::End(pblobDigest); }
+    unsigned int GetAlgorithm() override { return CMd5BremoFw::GetAlgorithm(); }
+    unsigned int GetSizeInBits() override { return CMd5BremoFw::GetSizeInBits(); }
+    unsigned int GetSizeInBytes() override { return CMd5BremoFw::GetSizeInBytes(); }
+};
+
+#endif

@@ -1,0 +1,129 @@
+#include "framework/crypto/secure_prng.h"
+
+#include <string.h>
+
+#include "framework/crypto/crypto.h"
+#include "framework/crypto/hmac.h"
+#include "framework/crypto/secure_seed.h"
+#include "framework/crypto/sha1.h"
+
+static_assert(sizeof(CSecurePrng) == 8, "no instance data");
+
+uint8_t CSecurePrngBremoFw::ms_auSeed[20];
+uint8_t CSecurePrngBremoFw::ms_auCurrentBytes[24];
+unsigned int CSecurePrngBremoFw::ms_uBytesRemaining = 0;
+bool CSecurePrngBremoFw::ms_bInitialized = false;
+
+namespace
+{
+constexpr unsigned int g_uBlockSize = 20;
+
+void IncrementCounter(uint8_t* puCounter)
+{
+    uint32_t uCounter;
+    memcpy(&uCounter, puCounter, sizeof(uCounter));
+    ++uCounter;
+    memcpy(puCounter, &uCounter, sizeof(uCounter));
+}
+}  // namespace
+
+CSecurePrngBremoFw::~CSecurePrngBremoFw() = default;
+
+QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
+{
+    InitializeSeed();
+    if (puOut == nullptr) return QV_RES_INVALID_ARGUMENT;
+    Lock();
+    CSha1Mac mac;
+    QvResult res = QV_RES_OK;
+    while (ms_uBytesRemaining < uSize && res >= 0)
+    {
+        memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
+        puOut += ms_uBytesRemaining;
+        uSize -= ms_uBytesRemaining;
+        res = mac.Begin(ms_auSeed, sizeof(ms_auSeed));
+        IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
+        if (res >= 0) res = mac.Update(ms_auCurrentBytes, sizeof(ms_auCurrentBytes));
+        if (res >= 0) res = mac.End(ms_auCurrentBytes);
+        ms_uBytesRemaining = g_uBlockSize;
+    }
+    if (res >= 0)
+    {
+        memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
+        ms_uBytesRemaining -= uSize;
+    }
+    Unlock();
+    return res;
+}
+
+QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, CBlob* pblobOut)
+{
+    InitializeSeed();
+    if (pblobOut == nullptr) return QV_RES_INVALID_ARGUMENT;
+    QvResult res = pblobOut->ReserveCapacity(uSize);
+    if (res >= 0) res = pblobOut->Resize(uSize);
+    return res >= 0 ? Generate(uSize, pblobOut->GetFirstIndexPtr()) : res;
+}
+
+QvResult CSecurePrngBremoFw::SetSeed(unsigned int uSize, uint8_t* puSeed)
+{
+    if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
+    if (uSize == 0) return QV_RES_FAIL;
+    Lock();
+    CSha1 sha1;
+    QvResult res = sha1.Begin();
+    if (res >= 0) res = sha1.Update(puSeed, uSize);
+    if (res >= 0) res = sha1.End(ms_auCurrentBytes);
+    if (res >= 0) __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
+    Unlock();
+    return res;
+}
+
+QvResult CSecurePrngBremoFw::InitializeCSecurePrngBremoFw()
+{
+    memset(ms_auCurrentBytes, 0, sizeof(ms_auCurrentBytes));
+    ms_uBytesRemaining = 0;
+    ms_bInitialized = false;
+    return QV_RES_OK;
+}
+
+void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw() {}
+
+void CSecurePrngBremoFw::InitializeSeed()
+{
+    // Pairs with the releases: who sees the flag sees the seed.
+    if (__atomic_load_n(&ms_bInitialized, __ATOMIC_ACQUIRE)) return;
+    Lock();
+    if (!ms_bInitialized && CSecureSeed::GenerateSeed(ms_auSeed) >= 0)
+    {
+        __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
+    }
+    Unlock();
+}
+
+void CSecurePrngBremoFw::Lock()
+{
+    CCrypto::Instance()->Enter();
+}
+
+void CSecurePrngBremoFw::Unlock()
+{
+    CCrypto::Instance()->Exit();
+}
+
+CSecurePrng::~CSecurePrng() = default;
+
+QvResult CSecurePrng::Generate(unsigned int uSize, uint8_t* puOut)
+{
+    return CSecurePrngBremoFw::Generate(uSize, puOut);
+}
+
+QvResult InitializeCSecurePrngBremoFw()
+{
+    return CSecurePrngBremoFw::InitializeCSecurePrngBremoFw();
+}
+
+void FinalizeCSecurePrngBremoFw()
+{
+    CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw();
+}

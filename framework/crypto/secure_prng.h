@@ -1,0 +1,83 @@
+#ifndef FRAMEWORK_CRYPTO_SECURE_PRNG_H
+#define FRAMEWORK_CRYPTO_SECURE_PRNG_H
+#include <stdint.h>
+
+#include "framework/basic/blob.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// The work behind CSecurePrng. Each block of the stream is HMAC-SHA1(key = seed, data = previous block | counter).
+class QV_EXPORT CSecurePrngBremoFw
+{
+public:
+    CSecurePrngBremoFw() = default;
+    CSecurePrngBremoFw(const CSecurePrngBremoFw&) = default;
+    CSecurePrngBremoFw& operator=(const CSecurePrngBremoFw&) = default;
+    virtual ~CSecurePrngBremoFw();
+
+    static QvResult Generate(unsigned int uSize, uint8_t* puOut);
+    /// Fills a blob with uSize bytes and nothing else.
+    /// QV_RES_OK                they are in
+    /// QV_RES_INVALID_ARGUMENT  pblobOut is null; a size of 0 and a blob without storage
+    /// QV_RES_OUT_OF_MEMORY     the blob could not get the room
+    static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
+
+    /// Mixes a seed of one's own into the stream, and keeps the generator from gathering one if it has not yet: the key
+    /// then is the one before, all zero at first. For reproducible tests; otherwise leave seeding to the generator.
+    /// QV_RES_OK                it is mixed in
+    /// QV_RES_INVALID_ARGUMENT  puSeed is null
+    /// QV_RES_FAIL              uSize is 0
+    static QvResult SetSeed(unsigned int uSize, uint8_t* puSeed);
+
+    /// Module start-up and shut-down: back to the unseeded state. Start-up returns QV_RES_OK.
+    static QvResult InitializeCSecurePrngBremoFw();
+    static void FinalizeCSecurePrngBremoFw();
+
+protected:
+    /// Gathers the seed if there is none.
+    static void InitializeSeed();
+    static void Lock();
+    static void Unlock();
+
+    /// The key.
+    static uint8_t ms_auSeed[20];
+    /// The block that is being handed out, and behind it the block counter.
+    static uint8_t ms_auCurrentBytes[24];
+    /// How many bytes at the end of the block were not handed out yet.
+    static unsigned int ms_uBytesRemaining;
+    static bool ms_bInitialized;
+};
+
+/// The cryptographic random generator of the process:
+///
+///     uint8_t auNonce[12];
+///     CSecurePrng::Generate(sizeof(auNonce), auNonce);
+///
+/// It seeds itself on the first draw after start-up, see CSecureSeed.
+///
+/// FORK       The state is the process's: after fork() the child would draw the very bytes that its parent draws. A child
+///            that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no other
+///            thread running; it then gathers a seed of its own.
+///
+/// Threads    Any thread; a draw holds the crypto lock (CCrypto).
+/// Lifetime   Between the start-up and the shut-down of the framework.
+class QV_EXPORT CSecurePrng : public CSecurePrngBremoFw
+{
+public:
+    CSecurePrng() = default;
+    CSecurePrng(const CSecurePrng&) = default;
+    CSecurePrng& operator=(const CSecurePrng&) = default;
+    ~CSecurePrng() override;
+
+    /// Writes uSize random bytes, any number. How the draws are cut does not change the stream.
+    /// QV_RES_OK                they are written
+    /// QV_RES_INVALID_ARGUMENT  puOut is null; the generator is seeded all the same
+    static QvResult Generate(unsigned int uSize, uint8_t* puOut);
+    using CSecurePrngBremoFw::Generate;
+};
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; forward to CSecurePrngBremoFw.
+QV_EXPORT QvResult InitializeCSecurePrngBremoFw();
+QV_EXPORT void FinalizeCSecurePrngBremoFw();
+
+#endif

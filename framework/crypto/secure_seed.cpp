@@ -1,0 +1,132 @@
+#include "framework/crypto/secure_seed.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/select.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+
+#include "framework/crypto/sha1.h"
+
+static_assert(sizeof(CSecureSeed) == 8, "no instance data");
+
+unsigned int CSecureSeedBremoFw::ms_uCounter = 0;
+
+namespace
+{
+constexpr unsigned int g_uDeviceBytes = 32;
+constexpr suseconds_t g_nDeviceTimeoutUs = 10000;
+
+void SetZero(timeval& rTimeout)
+{
+    rTimeout.tv_sec = 0;
+    rTimeout.tv_usec = 0;
+}
+
+bool IsZero(const timeval& rTimeout)
+{
+    return rTimeout.tv_sec == 0 && rTimeout.tv_usec == 0;
+}
+
+// Waits until the descriptor is readable; what is left of the time-out is left in it, nothing after a failure.
+bool WaitReadable(int nDescriptor, timeval& rTimeout)
+{
+    if (nDescriptor >= FD_SETSIZE) return true;  // select() cannot watch it; it was opened not to block.
+    fd_set descriptors;
+    FD_ZERO(&descriptors);
+    FD_SET(nDescriptor, &descriptors);
+    const int nReady = select(nDescriptor + 1, &descriptors, nullptr, nullptr, &rTimeout);
+    if (nReady < 0) SetZero(rTimeout);
+    return nReady > 0;
+}
+
+// Appends what a device gives to the uGathered bytes of puBuffer; returns how many there are then.
+unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int uGathered)
+{
+    const int nDescriptor = open(pszDevice, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
+    if (nDescriptor < 0) return uGathered;
+    timeval timeout;
+    SetZero(timeout);
+    timeout.tv_usec = g_nDeviceTimeoutUs;
+    for (bool bGoOn = true; bGoOn;)
+    {
+        ssize_t nRead = 0;
+        if (WaitReadable(nDescriptor, timeout))
+        {
+            nRead = read(nDescriptor, puBuffer + uGathered, g_uDeviceBytes - uGathered);
+            if (nRead > 0) uGathered += static_cast<unsigned int>(nRead);
+        }
+        // A device that answers at once is read once.
+        if (timeout.tv_sec == 0 && timeout.tv_usec == g_nDeviceTimeoutUs) SetZero(timeout);
+        const bool bNothing = nRead <= 0 && errno != EINTR && errno != EAGAIN;
+        bGoOn = !bNothing && !IsZero(timeout) && uGathered < g_uDeviceBytes;
+    }
+    close(nDescriptor);
+    return uGathered;
+}
+
+void GatherFromDevices(uint8_t* puBuffer)
+{
+    unsigned int uGathered = 0;
+    for (const char* pszDevice : {"/dev/urandom", "/dev/random", "/dev/srandom"})
+    {
+        if (uGathered < g_uDeviceBytes) uGathered = GatherFrom(pszDevice, puBuffer, uGathered);
+    }
+}
+
+template <typename T>
+QvResult UpdateFromValue(CSha1& rSha1, T value)
+{
+    uint8_t auBytes[sizeof(value)];
+    memcpy(auBytes, &value, sizeof(value));
+    return rSha1.Update(auBytes, sizeof(value));
+}
+}  // namespace
+
+CSecureSeedBremoFw::~CSecureSeedBremoFw() = default;
+
+QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
+{
+    if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
+    CSha1 sha1;
+    QvResult res = sha1.Begin();
+    if (res < 0) return res;
+    const pid_t nProcessId = getpid();
+    uint8_t auDeviceBytes[g_uDeviceBytes] = {};
+    GatherFromDevices(auDeviceBytes);
+    res = sha1.Update(auDeviceBytes, sizeof(auDeviceBytes));
+    if (res >= 0) res = UpdateFromValue(sha1, static_cast<int64_t>(nProcessId));
+    if (res >= 0) res = UpdateFromValue(sha1, static_cast<uint64_t>(getuid()));
+    if (res >= 0) res = UpdateFromValue(sha1, static_cast<int64_t>(time(nullptr)));
+    if (res >= 0) res = UpdateFromValue(sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
+    explicit_bzero(auDeviceBytes, sizeof(auDeviceBytes));
+    return sha1.End(puSeed);
+}
+
+QvResult CSecureSeedBremoFw::InitializeCSecureSeedBremoFw()
+{
+    ms_uCounter = 0;
+    return QV_RES_OK;
+}
+
+void CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw() {}
+
+CSecureSeed::~CSecureSeed() = default;
+
+QvResult CSecureSeed::GenerateSeed(uint8_t* puSeed)
+{
+    return CSecureSeedBremoFw::GenerateSeed(puSeed);
+}
+
+QvResult InitializeCSecureSeedBremoFw()
+{
+    return CSecureSeedBremoFw::InitializeCSecureSeedBremoFw();
+}
+
+void FinalizeCSecureSeedBremoFw()
+{
+    CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw();
+}

@@ -1,0 +1,65 @@
+#ifndef FRAMEWORK_CRYPTO_SHA256_H
+#define FRAMEWORK_CRYPTO_SHA256_H
+#include "framework/crypto/hash.h"
+
+/// The state and the work behind CSha256; see CHash for the members' contracts.
+class QV_EXPORT CSha256BremoFw
+{
+public:
+    CSha256BremoFw();
+    CSha256BremoFw(const CSha256BremoFw&) = default;
+    CSha256BremoFw& operator=(const CSha256BremoFw&) = default;
+    virtual ~CSha256BremoFw();
+
+    QvResult Begin();
+    QvResult Update(const uint8_t* puData, unsigned int uSize);
+    QvResult End(uint8_t* puDigest);
+    QvResult Update(const CBlob* pblobData);
+    QvResult End(CBlob* pblobDigest);
+    unsigned int GetAlgorithm();
+    unsigned int GetSizeInBits();
+    unsigned int GetSizeInBytes();
+
+private:
+    void Reset();
+    QvResult Input(const uint8_t* puData, unsigned int uSize);
+    void AddLength(unsigned int uBits);
+    void ProcessMsgBlock();
+    void PadMsg(uint8_t uPadByte);
+    void Finalize(uint8_t uPadByte);
+    QvResult Result(uint8_t* puDigest);
+
+    uint64_t GetLength() const;
+    void SetLength(uint64_t uBits);
+
+    uint8_t m_uComputed;
+    uint8_t m_uCorrupted;
+    uint8_t m_uBlockIndex;  // of the next free byte
+    uint8_t m_auBlock[64];
+    uint32_t m_uLengthHigh;  // in bits
+    uint32_t m_uLengthLow;
+    uint32_t m_auState[8];
+};
+
+/// SHA-256, 256 bits. It knows when it is misused: Update() after End() gives QV_RES_INVALID_STATE, and so does
+/// everything but Begin() from then on; so does a message of 2^61 bytes. A second End() writes the same digest again.
+/// Source     FIPS 180-4.
+class QV_EXPORT CSha256 : public CHash, public CSha256BremoFw
+{
+public:
+    CSha256();
+    CSha256(const CSha256&) = default;
+    CSha256& operator=(const CSha256&) = default;
+    ~CSha256() override;
+
+    QvResult Begin() override { return CSha256BremoFw::Begin(); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return CSha256BremoFw::Update(puData, uSize); }
+    QvResult End(uint8_t* puDigest) override { return CSha256BremoFw::End(puDigest); }
+    QvResult Update(const CBlob* pblobData) override { return CSha256BremoFw::Update(pblobData); }
+    QvResult End(CBlob* pblobDigest) override { return CSha256BremoFw::End(pblobDigest); }
+    unsigned int GetAlgorithm() override { return CSha256BremoFw::GetAlgorithm(); }
+    unsigned int GetSizeInBits() override { return CSha256BremoFw::GetSizeInBits(); }
+    unsigned int GetSizeInBytes() override { return CSha256BremoFw::GetSizeInBytes(); }
+};
+
+#endif

@@ -1,0 +1,117 @@
+#include "framework/kernel/framework_initializer.h"
+
+#include "framework/basic/allocator.h"
+#include "framework/basic/marshaler.h"
+#include "framework/basic/string.h"
+#include "framework/crypto/crypto.h"
+#include "framework/crypto/secure_prng.h"
+#include "framework/crypto/secure_seed.h"
+#include "framework/kernel/assertion.h"
+#include "framework/kernel/singleton.h"
+#include "framework/kernel/string_format.h"
+#include "framework/kernel/timer.h"
+
+unsigned int CFrameworkInitializer::ms_uInitializationCount = 0;
+
+namespace
+{
+using EStage = CFrameworkInitializer::EFinalizeFrom;
+
+struct SStage
+{
+    EStage eStage;
+    QvResult (*pfnInitialize)();
+    void (*pfnFinalize)();
+};
+
+// In the order of start-up. A stage without functions belongs to a module that is not part of the library yet and is
+// passed through.
+constexpr SStage g_astStages[] = {
+    {EStage::eFROM_ASSERT, InitializeQvAssert, FinalizeQvAssert},
+    {EStage::eFROM_RESULT, InitializeResult, FinalizeResult},
+    {EStage::eFROM_THREAD, nullptr, nullptr},
+    {EStage::eFROM_DEFAULT_ALLOCATOR, InitializeCDefaultAllocator, FinalizeCDefaultAllocator},
+    {EStage::eFROM_SINGLETON, InitializeCSingleton, FinalizeCSingleton},
+    {EStage::eFROM_STRING, InitializeCString, FinalizeCString},
+    {EStage::eFROM_EVENT_NOTIFIER, nullptr, nullptr},
+    {EStage::eFROM_TIMER, InitializeCTimer, FinalizeCTimer},
+    {EStage::eFROM_TRACE_KERNEL, nullptr, nullptr},
+    {EStage::eFROM_TIME, nullptr, nullptr},
+    {EStage::eFROM_TRACE_TIME, nullptr, nullptr},
+    {EStage::eFROM_ECOM, nullptr, nullptr},
+    {EStage::eFROM_POOL, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>},
+    {EStage::eFROM_AATREE, nullptr, nullptr},
+    {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
+    {EStage::eFROM_FAULT, nullptr, nullptr},
+    // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.
+    {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
+    {EStage::eFROM_AES, nullptr, nullptr},
+    {EStage::eFROM_SECURE_PRNG, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw},
+    {EStage::eFROM_SECURE_SEED, InitializeCSecureSeedBremoFw, FinalizeCSecureSeedBremoFw},
+};
+constexpr int g_nStageCount = sizeof(g_astStages) / sizeof(g_astStages[0]);
+
+// At full shut-down these go before all others: threads that the framework started may use every other module until
+// they have ended.
+constexpr EStage g_aeFirstDown[] = {EStage::eFROM_TRACE_KERNEL, EStage::eFROM_THREAD};
+
+bool GoesDownFirst(EStage eStage)
+{
+    return eStage == g_aeFirstDown[0] || eStage == g_aeFirstDown[1];
+}
+
+void FinalizeStage(const SStage& rstStage)
+{
+    if (rstStage.pfnFinalize != nullptr) rstStage.pfnFinalize();
+}
+
+void FinalizeFirstDown()
+{
+    for (const EStage eFirst : g_aeFirstDown)
+    {
+        for (const SStage& rstStage : g_astStages)
+        {
+            if (rstStage.eStage == eFirst) FinalizeStage(rstStage);
+        }
+    }
+}
+}  // namespace
+
+QvResult CFrameworkInitializer::Initialize()
+{
+    QvResult res = QV_RES_OK;
+    if (ms_uInitializationCount == 0)
+    {
+        int nReached = 0;
+        for (const SStage& rstStage : g_astStages)
+        {
+            if (rstStage.pfnInitialize != nullptr) res = rstStage.pfnInitialize();
+            if (res < 0)
+            {
+                PartialFinalize(static_cast<EFinalizeFrom>(nReached));
+                return res;
+            }
+            nReached = rstStage.eStage;
+        }
+    }
+    ++ms_uInitializationCount;
+    return res;
+}
+
+void CFrameworkInitializer::Finalize()
+{
+    // Unguarded on purpose: without a matching Initialize() the count wraps.
+    if (ms_uInitializationCount-- == 1) PartialFinalize(eFROM_ALL);
+}
+
+void CFrameworkInitializer::PartialFinalize(EFinalizeFrom eFrom)
+{
+    if (eFrom < eFROM_ASSERT || eFrom > eFROM_ALL) return;
+    if (eFrom == eFROM_ALL) FinalizeFirstDown();
+    for (int nStage = g_nStageCount - 1; nStage >= 0; --nStage)
+    {
+        const SStage& rstStage = g_astStages[nStage];
+        const bool bDone = eFrom == eFROM_ALL && GoesDownFirst(rstStage.eStage);
+        if (rstStage.eStage <= eFrom && !bDone) FinalizeStage(rstStage);
+    }
+}

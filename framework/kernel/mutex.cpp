@@ -1,0 +1,36 @@
+#include "framework/kernel/mutex.h"
+
+#include <string.h>
+
+static_assert(sizeof(CMutex) == 48, "field order and widths are the binary interface");
+
+CMutex::CMutex()
+{
+    // The attribute object stays undestroyed: it owns nothing.
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(&m_mutex, &attributes);
+}
+
+CMutex::~CMutex()
+{
+    pthread_mutex_destroy(&m_mutex);
+    // Through the compiler's eyes the object is dead and the store pointless; it is part of what callers see.
+    explicit_bzero(&m_mutex, sizeof(m_mutex));
+}
+
+void CMutex::Lock() const
+{
+    pthread_mutex_lock(&m_mutex);
+}
+
+void CMutex::Unlock() const
+{
+    pthread_mutex_unlock(&m_mutex);
+}
+
+bool CMutex::TryLock() const
+{
+    return pthread_mutex_trylock(&m_mutex) == 0;
+}

@@ -1,0 +1,51 @@
+#ifndef FRAMEWORK_KERNEL_MUTEX_H
+#define FRAMEWORK_KERNEL_MUTEX_H
+#include <pthread.h>
+
+#include "framework/kernel/export.h"
+
+/// A recursive mutual-exclusion lock.
+///
+/// Threads    Every member, from any thread; only the thread that locked unlocks, as often as it locked.
+/// Lifetime   Destroy it only unlocked. Construction allocates nothing, so static storage will do.
+/// Failure    None is reported: what the operating system answers is ignored.
+/// Source     POSIX, PTHREAD_MUTEX_RECURSIVE.
+class QV_EXPORT CMutex
+{
+public:
+    CMutex();
+    /// Leaves the storage zeroed.
+    virtual ~CMutex();
+    CMutex(const CMutex&) = delete;
+    CMutex& operator=(const CMutex&) = delete;
+
+    /// Blocks until the calling thread holds the lock.
+    void Lock() const;
+    void Unlock() const;
+    /// Takes the lock if that needs no waiting; false when another thread holds it.
+    bool TryLock() const;
+
+private:
+    mutable pthread_mutex_t m_mutex;
+};
+
+/// Holds a CMutex for a scope. A null mutex is not held, for owners whose lock is optional.
+class CMutexGuard
+{
+public:
+    explicit CMutexGuard(const CMutex* pMutex) : m_pMutex(pMutex)
+    {
+        if (m_pMutex != nullptr) m_pMutex->Lock();
+    }
+    ~CMutexGuard()
+    {
+        if (m_pMutex != nullptr) m_pMutex->Unlock();
+    }
+    CMutexGuard(const CMutexGuard&) = delete;
+    CMutexGuard& operator=(const CMutexGuard&) = delete;
+
+private:
+    const CMutex* m_pMutex;
+};
+
+#endif

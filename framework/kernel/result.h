@@ -1,0 +1,57 @@
+#ifndef FRAMEWORK_KERNEL_RESULT_H
+#define FRAMEWORK_KERNEL_RESULT_H
+#include <stdint.h>
+
+#include "framework/kernel/export.h"
+#include "framework/kernel/package_id.h"
+
+/// Outcome of a fallible operation; a failure exactly when negative.
+///
+///     31 30 | 29 ... 16 | 15 ... 0
+///     class |     0     | code number
+///
+/// Classes, in rising order of severity: 0 success, 1 success with a warning, 2 failure, 3 severe failure. The
+/// framework returns classes 0 and 2 only; applications may use all four.
+typedef int32_t QvResult;
+
+constexpr QvResult QV_RES_OK = 0;
+/// Generic failure.
+constexpr QvResult QV_RES_FAIL = static_cast<QvResult>(0x80000001);
+/// The object's state forbids the call.
+constexpr QvResult QV_RES_INVALID_STATE = static_cast<QvResult>(0x80000002);
+/// A null pointer, an index out of range, a malformed text or a wrong length.
+constexpr QvResult QV_RES_INVALID_ARGUMENT = static_cast<QvResult>(0x80000003);
+/// Memory could not be had.
+constexpr QvResult QV_RES_OUT_OF_MEMORY = static_cast<QvResult>(0x80000007);
+/// An equal element, or a component class of that identifier, is there already.
+constexpr QvResult QV_RES_ALREADY_EXISTS = static_cast<QvResult>(0x80000009);
+/// A scheduling attribute of a new thread could not be set.
+constexpr QvResult QV_RES_THREAD_ATTRIBUTES = static_cast<QvResult>(0x80008417);
+/// The operating system refused to create a thread.
+constexpr QvResult QV_RES_THREAD_CREATE_FAILED = static_cast<QvResult>(0x80008418);
+/// The calling thread has no framework record, or memory for its thread-specific data could not be had.
+constexpr QvResult QV_RES_TSD_UNAVAILABLE = static_cast<QvResult>(0x80008419);
+/// The key of thread-specific data is unknown.
+constexpr QvResult QV_RES_TSD_KEY_NOT_FOUND = static_cast<QvResult>(0x8000841A);
+/// A thread tried to join itself and was detached instead.
+constexpr QvResult QV_RES_THREAD_JOIN_SELF = static_cast<QvResult>(0x8000841B);
+/// The component does not support the requested interface.
+constexpr QvResult QV_RES_NO_INTERFACE = static_cast<QvResult>(0x80008422);
+/// No component class is registered under the identifier.
+constexpr QvResult QV_RES_CLASS_NOT_REGISTERED = static_cast<QvResult>(0x80008424);
+
+/// The code of the worse severity class; of two codes of one class, the first. Any thread, constant time.
+QV_EXPORT QvResult QvRGetWorstOf(QvResult resFirst, QvResult resSecond);
+
+/// A text for a code. There is no message table: every code gets the same empty text, never null.
+/// The text lives as long as the library.
+QV_EXPORT const char* QvResultGetMsgStr(QvResult res);
+
+/// Reports a result on behalf of a package and returns it unchanged: a place to set a breakpoint.
+QV_EXPORT QvResult QvResultInspect(QvResult res, EQvPackageId ePackageId);
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; there is nothing to set up. Returns QV_RES_OK.
+QV_EXPORT QvResult InitializeResult();
+QV_EXPORT void FinalizeResult();
+
+#endif

@@ -1,0 +1,87 @@
+#ifndef FRAMEWORK_KERNEL_SEMAPHORE_H
+#define FRAMEWORK_KERNEL_SEMAPHORE_H
+#include <pthread.h>
+#include <semaphore.h>
+
+#include "framework/kernel/export.h"
+
+/// A counter that threads wait on to be above zero.
+///
+/// It is a POSIX semaphore when its maximum is not 1 and timed waits are off, else a mutex with a condition variable;
+/// the choice is made at construction and shows in two places:
+///
+///                        POSIX semaphore                  condition variable
+///     Signal()           counts past the maximum          stops counting at the maximum
+///     Wait(), a signal   false: not retried               goes on waiting
+///     handler ran
+///
+/// Threads    Every member, from any thread; the thread that signals need not be one that waited.
+/// Time-outs  In milliseconds by the wall clock (gettimeofday): setting the clock moves the deadline.
+/// Lifetime   Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
+/// Source     POSIX semaphores and condition variables.
+class QV_EXPORT CSemaphore
+{
+public:
+    /// uInitialCount should not exceed uMaxCount. bTimedWait makes Wait() with a time-out possible.
+    CSemaphore(unsigned int uInitialCount, unsigned int uMaxCount, bool bTimedWait);
+    virtual ~CSemaphore();
+    CSemaphore(const CSemaphore&) = delete;
+    CSemaphore& operator=(const CSemaphore&) = delete;
+
+    /// Blocks until the count can be lowered; true when it was.
+    bool Wait() const;
+
+    /// The same for at most uTimeoutMs milliseconds; true when the count was lowered.
+    ///     0                          takes what is free now, never blocks
+    ///     the largest unsigned long  Wait()
+    ///     anything between           false at once, even when free, unless constructed with bTimedWait
+    bool Wait(unsigned long uTimeoutMs) const;
+
+    /// Raises the count and wakes one waiter; then, if bYield, lets another thread run.
+    void Signal(bool bYield) const;
+
+private:
+    bool IsPosixSemaphore() const;
+    bool WaitCondition() const;
+    bool WaitConditionFor(unsigned int uTimeoutMs) const;
+
+    mutable unsigned int m_uCount;
+    unsigned int m_uMaxCount;
+    mutable pthread_mutex_t m_mutex;
+    mutable pthread_cond_t m_cond;
+    mutable sem_t m_sem;
+    bool m_bTimedWait;
+};
+
+/// A gate for one: taken or free, nothing in between.
+///
+///            Wait()           Wait(0)          Signal()
+///     free   takes it: true   takes it: true   stays free
+///     taken  blocks           false at once    free; one waiter wakes
+///
+/// Threads    Every member, from any thread; the thread that signals need not be the one that waited.
+/// Time-outs  Above 0: milliseconds by the wall clock; without bTimedWait at construction false at once, even when free.
+/// Lifetime   Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
+class QV_EXPORT CBinarySemaphore
+{
+public:
+    enum EInitValue
+    {
+        eTAKEN = 0,
+        eFREE = 1
+    };
+
+    CBinarySemaphore(EInitValue eInitValue, bool bTimedWait);
+    ~CBinarySemaphore();
+    CBinarySemaphore(const CBinarySemaphore&) = delete;
+    CBinarySemaphore& operator=(const CBinarySemaphore&) = delete;
+
+    bool Wait() const;
+    bool Wait(unsigned long uTimeoutMs) const;
+    void Signal(bool bYield) const;
+
+private:
+    CSemaphore m_sem;
+};
+
+#endif

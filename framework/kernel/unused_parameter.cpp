@@ -1,0 +1,6 @@
+#include "framework/kernel/unused_parameter.h"
+
+uintptr_t QvRemoveUnusedFunctionParamWarning(uintptr_t uParameter)
+{
+    return uParameter;
+}
