@@ -112,7 +112,9 @@ QvResult CSecureSeedBremoFw::InitializeCSecureSeedBremoFw()
     return QV_RES_OK;
 }
 
-void CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw() {}
+void CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw()
+{
+}
 
 CSecureSeed::~CSecureSeed() = default;
 

@@ -22,6 +22,7 @@ inline void Sha1FiveGroups(__m128i& rAbcd, __m128i& rE, __m128i (&aWords)[4], in
         }
         const __m128i e = nGroup == 0 ? _mm_add_epi32(rE, rWords) : _mm_sha1nexte_epu32(rE, rWords);
         rE = rAbcd;
+        asm("" : "+x"(rE));  // The copy goes where the next e is made, and the chain of rounds has no move in it.
         rAbcd = _mm_sha1rnds4_epu32(rAbcd, e, ROUND);
     }
 }
