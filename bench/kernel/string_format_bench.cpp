@@ -8,14 +8,20 @@
 
 namespace
 {
-constexpr unsigned long g_uValue = 12345678901234567890u;
+// Not a constant to the compiler, which would convert it itself.
+unsigned long Value()
+{
+    unsigned long uValue = 12345678901234567890u;
+    benchmark::DoNotOptimize(uValue);
+    return uValue;
+}
 
 void BM_NumberOurs(benchmark::State& rState)
 {
     char szBuffer[32];
     for (auto _ : rState)
     {
-        QvUnsignedInt64ToString(szBuffer, sizeof(szBuffer), g_uValue, 10);
+        QvUnsignedInt64ToString(szBuffer, sizeof(szBuffer), Value(), 10);
         benchmark::DoNotOptimize(szBuffer);
     }
 }
@@ -25,7 +31,7 @@ void BM_NumberSnprintf(benchmark::State& rState)
     char szBuffer[32];
     for (auto _ : rState)
     {
-        std::snprintf(szBuffer, sizeof(szBuffer), "%lu", g_uValue);
+        std::snprintf(szBuffer, sizeof(szBuffer), "%lu", Value());
         benchmark::DoNotOptimize(szBuffer);
     }
 }
@@ -35,7 +41,7 @@ void BM_NumberToChars(benchmark::State& rState)
     char szBuffer[32];
     for (auto _ : rState)
     {
-        std::to_chars(szBuffer, szBuffer + sizeof(szBuffer), g_uValue);
+        std::to_chars(szBuffer, szBuffer + sizeof(szBuffer), Value());
         benchmark::DoNotOptimize(szBuffer);
     }
 }

@@ -53,7 +53,7 @@ private:
 class CBriefMutexGuard
 {
 public:
-    explicit CBriefMutexGuard(const CMutex* pMutex) : m_guard(__libc_single_threaded ? nullptr : pMutex) {}
+    explicit CBriefMutexGuard(const CMutex* pMutex) : m_guard(__libc_single_threaded != 0 ? nullptr : pMutex) {}
 
 private:
     CMutexGuard m_guard;
