@@ -40,7 +40,7 @@ public:
     CString();
     /// Empty when the text is longer than uMAX_SIZE.
     CString(const char* pszText);
-    /// uSize characters, NULs included; Insert(0, 1, pszText, uSize) into an empty string.
+    /// uSize characters, NULs included, of pszText; but uMAX_SIZE means its length, as in Insert().
     CString(const char* pszText, unsigned int uSize);
     /// Shares the block.
     CString(const CString& rSrc);
