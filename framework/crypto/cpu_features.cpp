@@ -3,17 +3,10 @@
 #include <cpuid.h>
 #include <stdint.h>
 
-#include <atomic>
-
 namespace orvel_internal
 {
 namespace
 {
-constexpr unsigned int g_uDetected = 1u << 31;
-
-// Until the first call nothing is detected, and the features read as none. Two threads may both detect: they agree.
-std::atomic<unsigned int> g_uFeatures{0};
-
 struct SCpuid
 {
     unsigned int uEax = 0;
@@ -69,16 +62,7 @@ unsigned int Detect()
 }
 }  // namespace
 
-unsigned int CpuFeatures()
-{
-    unsigned int uFeatures = g_uFeatures.load(std::memory_order_relaxed);
-    if (uFeatures == 0)
-    {
-        uFeatures = Detect() | g_uDetected;
-        g_uFeatures.store(uFeatures, std::memory_order_relaxed);
-    }
-    return uFeatures;
-}
+std::atomic<unsigned int> g_uCpuFeatures{Detect()};
 
 const char* CpuPathName(ECpuAlgorithm eAlgorithm)
 {
@@ -96,6 +80,6 @@ const char* CpuPathName(ECpuAlgorithm eAlgorithm)
 
 void RestrictCpuFeatures(unsigned int uAllowed)
 {
-    g_uFeatures.store((Detect() & uAllowed) | g_uDetected, std::memory_order_relaxed);
+    g_uCpuFeatures.store(Detect() & uAllowed, std::memory_order_relaxed);
 }
 }  // namespace orvel_internal

@@ -1,5 +1,6 @@
 #ifndef FRAMEWORK_CRYPTO_CPU_FEATURES_H
 #define FRAMEWORK_CRYPTO_CPU_FEATURES_H
+#include <atomic>
 
 /// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
 /// detects, and the one that decides. Internal. Every path is compiled in every build, in a file of its own; the
@@ -29,8 +30,14 @@ enum class ECpuAlgorithm
     eCRC
 };
 
-/// The ECpuFeature bits of this processor, detected on the first call.
-unsigned int CpuFeatures();
+/// Detected when the library is loaded; until then no feature is known, and every path is the portable one.
+extern std::atomic<unsigned int> g_uCpuFeatures;
+
+/// The ECpuFeature bits of this processor.
+inline unsigned int CpuFeatures()
+{
+    return g_uCpuFeatures.load(std::memory_order_relaxed);
+}
 
 inline bool HasCpuFeature(ECpuFeature eFeature)
 {

@@ -42,7 +42,14 @@ public:
     /// Starts a computation.
     /// QV_RES_OK             it is active; eType is not checked
     /// QV_RES_INVALID_STATE  one is active already, which is not disturbed
-    QvResult Begin(ECrcType eType);
+    QvResult Begin(ECrcType eType)
+    {
+        if (m_bActive) return QV_RES_INVALID_STATE;
+        m_uRegister = 0xFFFFFFFF;
+        m_eType = eType;
+        m_bActive = true;
+        return QV_RES_OK;
+    }
     /// Adds uSize bytes.
     /// QV_RES_OK                they are in; always so for a size of 0 with a pointer that is not null
     /// QV_RES_INVALID_ARGUMENT  puData is null
@@ -56,11 +63,27 @@ public:
     /// QV_RES_OK                the value is written
     /// QV_RES_INVALID_STATE     no computation is active
     /// QV_RES_INVALID_ARGUMENT  it is of the other width and stays active
-    QvResult End(uint16_t* puCrc);
-    QvResult End(uint32_t* puCrc);
+    QvResult End(uint16_t* puCrc)
+    {
+        const QvResult res = Leave(eCRC16);
+        if (res >= 0) *puCrc = static_cast<uint16_t>(~m_uRegister);
+        return res;
+    }
+    QvResult End(uint32_t* puCrc)
+    {
+        const QvResult res = Leave(eCRC32);
+        if (res >= 0) *puCrc = ~m_uRegister;
+        return res;
+    }
 
 private:
-    QvResult Leave(ECrcType eType);
+    QvResult Leave(ECrcType eType)
+    {
+        if (!m_bActive) return QV_RES_INVALID_STATE;
+        if (m_eType != eType) return QV_RES_INVALID_ARGUMENT;
+        m_bActive = false;
+        return QV_RES_OK;
+    }
 
     ECrcType m_eType;
     uint32_t m_uRegister;

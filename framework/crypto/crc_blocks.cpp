@@ -19,8 +19,6 @@
 
 #include <string.h>
 
-#include "framework/crypto/cpu_features.h"
-
 namespace orvel_internal
 {
 namespace
@@ -28,7 +26,7 @@ namespace
 constexpr uint16_t g_uPolynomial16 = 0x8408;
 constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
 
-constexpr unsigned int g_uStep = 16;
+constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
 
 template <typename Register>
 struct SSlices
@@ -127,13 +125,16 @@ private:
     unsigned int m_uExponent;
 };
 
-constexpr SCrcFolding MakeFolding(uint32_t uPolynomial)
+constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t uMask,
+                                  uint32_t (*pfnSlice)(uint32_t, const uint8_t*, size_t))
 {
-    SCrcFolding st{};
+    SCrcVariant st{};
+    st.uRegisterMask = uMask;
+    st.pfnSlice = pfnSlice;
     CPowers toEnd(uPolynomial);
-    for (unsigned int u = 1; u <= SCrcFolding::uREACH / 8; ++u)
+    for (unsigned int u = 1; u <= SCrcVariant::uREACH / 8; ++u)
     {
-        st.auToEnd[SCrcFolding::uREACH / 8 - u] = toEnd.FactorBy(64 * u);
+        st.auToEnd[SCrcVariant::uREACH / 8 - u] = toEnd.FactorBy(64 * u);
     }
     CPowers far(uPolynomial);
     st.auBy64[1] = far.FactorBy(8 * 64);
@@ -151,48 +152,17 @@ constexpr SCrcFolding MakeFolding(uint32_t uPolynomial)
     st.auDivision[1] = uint64_t{uPolynomial} << 32;
     return st;
 }
-
-using PFNPortable = uint32_t (*)(uint32_t, const uint8_t*, size_t);
-
-// Below uSHORT bytes the way to the multiplier and back costs more than the tables.
-template <PFNPortable pfnPortable>
-uint32_t Bytes(const SCrcFolding& rstFolding, uint32_t uRegister, const uint8_t* puData, size_t uSize)
-{
-    constexpr size_t uSHORT = 32;
-    if (uSize < uSHORT) return pfnPortable(uRegister, puData, uSize);
-    switch (CpuPath(ECpuAlgorithm::eCRC))
-    {
-        case eCPU_VPCLMULQDQ: return CrcFoldVpclmul(rstFolding, uRegister, puData, uSize);
-        case eCPU_PCLMULQDQ:
-        {
-            const size_t uOdd = uSize % 16;
-            uRegister = pfnPortable(uRegister, puData, uOdd);
-            return CrcFoldPclmul(rstFolding, uRegister, puData + uOdd, uSize - uOdd);
-        }
-        default: return pfnPortable(uRegister, puData, uSize);
-    }
-}
 }  // namespace
 
-constexpr SCrcFolding g_stCRC16_FOLDING = MakeFolding(g_uPolynomial16);
-constexpr SCrcFolding g_stCRC32_FOLDING = MakeFolding(g_uPolynomial32);
+constexpr SCrcVariant g_astCrcVariants[2] = {MakeVariant(g_uPolynomial16, 0xFFFF, Crc16Slice),
+                                             MakeVariant(g_uPolynomial32, 0xFFFFFFFF, Crc32Slice)};
 
-uint32_t Crc16Bytes(uint32_t uRegister, const uint8_t* puData, size_t uSize)
-{
-    return Bytes<Crc16BytesPortable>(g_stCRC16_FOLDING, uRegister & 0xFFFF, puData, uSize);
-}
-
-uint32_t Crc32Bytes(uint32_t uRegister, const uint8_t* puData, size_t uSize)
-{
-    return Bytes<Crc32BytesPortable>(g_stCRC32_FOLDING, uRegister, puData, uSize);
-}
-
-uint32_t Crc16BytesPortable(uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     return Slice(g_stSlices16, uRegister, puData, uSize);
 }
 
-uint32_t Crc32BytesPortable(uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     return Slice(g_stSlices32, uRegister, puData, uSize);
 }

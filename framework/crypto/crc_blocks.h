@@ -3,19 +3,16 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/// The registers of CRC-16 and CRC-32 moved on over uSize bytes, any number. Internal; the idea is in crc_blocks.cpp.
+/// The registers of CRC-16 and CRC-32 moved on over uSize bytes. Internal; the idea is in crc_blocks.cpp.
 namespace orvel_internal
 {
-/// The fastest way this processor has.
-uint32_t Crc16Bytes(uint32_t uRegister, const uint8_t* puData, size_t uSize);
-uint32_t Crc32Bytes(uint32_t uRegister, const uint8_t* puData, size_t uSize);
+/// On any x86-64, from tables: uCRC_SLICING_STEP bytes a step, any number in all.
+constexpr unsigned int uCRC_SLICING_STEP = 16;
+uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
+uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
 
-/// On any x86-64, from tables: 16 bytes a step.
-uint32_t Crc16BytesPortable(uint32_t uRegister, const uint8_t* puData, size_t uSize);
-uint32_t Crc32BytesPortable(uint32_t uRegister, const uint8_t* puData, size_t uSize);
-
-/// What folding multiplies by, for one polynomial.
-struct SCrcFolding
+/// What all paths need to know of one CRC.
+struct SCrcVariant
 {
     static constexpr unsigned int uREACH = 1024;
 
@@ -27,16 +24,20 @@ struct SCrcFolding
     uint64_t auBy512[2];
     /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term.
     uint64_t auDivision[2];
+    /// The bits that the register has.
+    uint32_t uRegisterMask;
+    /// For bytes that are too few to fold.
+    uint32_t (*pfnSlice)(uint32_t uRegister, const uint8_t* puData, size_t uSize);
 };
 
-extern const SCrcFolding g_stCRC16_FOLDING;
-extern const SCrcFolding g_stCRC32_FOLDING;
+/// By CCrc::ECrcType.
+extern const SCrcVariant g_astCrcVariants[2];
 
-/// With eCPU_PCLMULQDQ. uSize is a multiple of 16, and not 0.
-uint32_t CrcFoldPclmul(const SCrcFolding& rstFolding, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+/// With eCPU_PCLMULQDQ. uSize is 16 at least.
+uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
 
 /// With eCPU_VPCLMULQDQ. uSize is 4 at least.
-uint32_t CrcFoldVpclmul(const SCrcFolding& rstFolding, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
 }  // namespace orvel_internal
 
 #endif

@@ -19,9 +19,9 @@ inline __m128i Multiply(__m128i block, __m128i factors)
     return _mm_xor_si128(_mm_clmulepi64_si128(block, factors, 0x00), _mm_clmulepi64_si128(block, factors, 0x11));
 }
 
-inline uint32_t Divide(__m128i remainder, const SCrcFolding& rstFolding)
+inline uint32_t Divide(__m128i remainder, const SCrcVariant& rstVariant)
 {
-    const __m128i factors = Load(rstFolding.auDivision);
+    const __m128i factors = Load(rstVariant.auDivision);
     const __m128i quotient = _mm_clmulepi64_si128(remainder, factors, 0x00);
     const __m128i product = _mm_clmulepi64_si128(quotient, factors, 0x10);
     const uint64_t uProduct = static_cast<uint64_t>(_mm_extract_epi64(product, 1));
@@ -29,16 +29,19 @@ inline uint32_t Divide(__m128i remainder, const SCrcFolding& rstFolding)
 }
 }  // namespace
 
-uint32_t CrcFoldPclmul(const SCrcFolding& rstFolding, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
+    const size_t uOdd = uSize % 16;
+    if (uOdd != 0) uRegister = rstVariant.pfnSlice(uRegister, puData, uOdd);
     const uint8_t* const puEnd = puData + uSize;
-    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstFolding.auToEnd) + SCrcFolding::uREACH;
+    puData += uOdd;
+    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
     __m128i pending = _mm_cvtsi32_si128(static_cast<int>(uRegister));
     __m128i remainder = _mm_setzero_si128();
-    if (uSize > SCrcFolding::uREACH)
+    if (uSize - uOdd > SCrcVariant::uREACH)
     {
         constexpr int nLANES = 4;
-        const __m128i factors = Load(rstFolding.auBy64);
+        const __m128i factors = Load(rstVariant.auBy64);
         __m128i aLanes[nLANES];
         for (int n = 0; n < nLANES; ++n) aLanes[n] = Load(puData + 16 * n);
         aLanes[0] = _mm_xor_si128(aLanes[0], pending);
@@ -62,6 +65,6 @@ uint32_t CrcFoldPclmul(const SCrcFolding& rstFolding, uint32_t uRegister, const 
         pending = _mm_setzero_si128();
         remainder = _mm_xor_si128(remainder, Multiply(block, Load(puFactorsEnd - (puEnd - puData))));
     }
-    return Divide(remainder, rstFolding);
+    return Divide(remainder, rstVariant);
 }
 }  // namespace orvel_internal
