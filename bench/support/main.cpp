@@ -10,5 +10,6 @@ int main(int argc, char** argv)
     const CFrameworkScope framework;
     if (framework.GetResult() < 0) return 1;
     benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
     return 0;
 }

@@ -19,6 +19,9 @@ IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // 
     while (--uNth != 0) pChain = pChain->pNext;
     return pChain;
 }
+
+// The inline member belongs to the binary interface: this makes the compiler emit it.
+[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEmittedPop)() = &CBlockAllocator::Pop;
 }  // namespace
 
 IAllocator::~IAllocator() = default;
@@ -124,16 +127,6 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
     m_uBlockCount -= uRelease;
 }
 
-void* CBlockAllocator::Pop()
-{
-    if (m_pHead == nullptr && !Reserve(1)) return nullptr;
-    IAllocator::SBlock* const pBlock = m_pHead;
-    m_pHead = pBlock->pNext;
-    if (m_pHead == nullptr) m_pTail = nullptr;
-    --m_uBlockCount;
-    return pBlock;
-}
-
 void CBlockAllocator::Push(void* pBlock)
 {
     if (pBlock == nullptr) return;
@@ -155,6 +148,11 @@ bool CBlockAllocator::operator==(const CBlockAllocator& rOther) const
 bool CBlockAllocator::operator!=(const CBlockAllocator& rOther) const
 {
     return !(*this == rOther);
+}
+
+void* CBlockAllocator::PopReserving()
+{
+    return Reserve(1) ? Pop() : nullptr;
 }
 
 QvResult InitializeCDefaultAllocator()

@@ -79,7 +79,15 @@ public:
     void Reduce(unsigned int uKeep);
 
     /// A free block, taken from the source when there is none; null when the source has no memory.
-    void* Pop();
+    void* Pop()
+    {
+        IAllocator::SBlock* const pBlock = m_pHead;
+        if (pBlock == nullptr) return PopReserving();
+        m_pHead = pBlock->pNext;
+        if (m_pHead == nullptr) m_pTail = nullptr;
+        --m_uBlockCount;
+        return pBlock;
+    }
 
     /// Takes a block back; null is ignored.
     virtual void Push(void* pBlock);
@@ -92,6 +100,8 @@ public:
     bool operator!=(const CBlockAllocator& rOther) const;
 
 private:
+    void* PopReserving();
+
     IAllocator* m_pAllocator;
     IAllocator::SBlock* m_pHead;
     IAllocator::SBlock* m_pTail;

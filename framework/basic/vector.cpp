@@ -408,8 +408,10 @@ void CVectorBase::Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVecto
     if (!pDest->m_bConstruct) memmove(pDest->SlotAt(uDestIndex), pSrc->SlotAt(uSrcIndex), pDest->BytesOf(uCount));
     else
     {
-        ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount), [&](unsigned int uOffset)
-                      { pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pSrc->SlotAt(uSrcIndex + uOffset)); });
+        ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount),
+                      [&](unsigned int uOffset) {
+                          pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pSrc->SlotAt(uSrcIndex + uOffset));
+                      });
     }
 }
 
@@ -490,11 +492,10 @@ void CVectorBase::Destruct(void* pElement)
     QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
 }
 
-unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare,
-                                             unsigned int uParam) const
+unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
 {
-    return orvel_internal::LowerBound(
-        m_uSize, [&](unsigned int uIndex) { return pfnCompare(SlotAt(uIndex), pKey, uParam); });
+    return orvel_internal::LowerBound(m_uSize,
+                                      [&](unsigned int uIndex) { return pfnCompare(SlotAt(uIndex), pKey, uParam); });
 }
 
 void CVectorBase::ExchangeContents(CVectorBase& rOther)

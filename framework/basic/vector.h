@@ -163,13 +163,13 @@ protected:
     void* m_pvStorage;
 
 private:
-    unsigned char* SlotAt(unsigned int uIndex) const;
-    size_t BytesOf(unsigned int uCount) const;
-    bool HoldsAddress(const void* pv) const;
-    QvResult GrowTo(size_t uCapacity);
-    QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
-    void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
-    void FillSlot(unsigned int uIndex, const void* pElement);
+    QV_HIDDEN unsigned char* SlotAt(unsigned int uIndex) const;
+    QV_HIDDEN size_t BytesOf(unsigned int uCount) const;
+    QV_HIDDEN bool HoldsAddress(const void* pv) const;
+    QV_HIDDEN QvResult GrowTo(size_t uCapacity);
+    QV_HIDDEN QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
+    QV_HIDDEN void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
+    QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
 };
 
 /// An array of T over CVectorBase, whose growth and threading rules it has:
@@ -197,7 +197,7 @@ public:
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
     CVector(CVector&& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator) { ExchangeContents(rSrc); }
-    ~CVector() override { CVectorBase::EraseAll(); }
+    ~CVector() override { EraseAll(); }
     CVector& operator=(const CVector& rSrc)
     {
         CVectorBase::operator=(rSrc);
@@ -239,17 +239,22 @@ public:
     }
     QvResult Append(const T& rElement)
     {
-        if (m_uSize == m_uCapacity) return CVectorBase::Insert(m_uSize, 1, &rElement);
+        const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
+        if (uSize == m_uCapacity) return AppendGrowing(rElement);
         // As ConstructFrom() does, without the call.
-        void* const pvSlot = begin() + m_uSize;
+        void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
         else memcpy(pvSlot, static_cast<const void*>(&rElement), sizeof(T));
-        ++m_uSize;
+        m_uSize = uSize + 1;
         return QV_RES_OK;
     }
     void Erase(unsigned int uIndex) { CVectorBase::Erase(uIndex); }
     void Erase(unsigned int uIndex, unsigned int uCount) { CVectorBase::Erase(uIndex, uCount); }
-    void EraseAll() { CVectorBase::EraseAll(); }
+    void EraseAll()
+    {
+        if (std::is_trivially_destructible<T>::value) m_uSize = 0;
+        else CVectorBase::EraseAll();
+    }
 
     void Construct(void* pElement) override { ::new (pElement) T; }
     void ConstructFrom(void* pElement, const void* pSource) override
@@ -257,6 +262,16 @@ public:
         ::new (pElement) T(*static_cast<const T*>(pSource));
     }
     void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+private:
+    // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.
+    using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
+                                               T, const T&>::type;
+
+    __attribute__((noinline)) QvResult AppendGrowing(Argument element)
+    {
+        return CVectorBase::Insert(m_uSize, 1, &element);
+    }
 };
 
 extern template class CVector<void*>;
