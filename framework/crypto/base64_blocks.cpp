@@ -11,10 +11,10 @@ constexpr uint8_t g_uNoValue = 0xFF;
 constexpr void MakeShuffles(SBase64Alphabet& rst)
 {
     constexpr uint8_t uNO_CLASS = 0x80;
-    rst.auEncodingOffsets[0] = 'a' - 26;
+    rst.auEncodingOffsets[0] = 'A';
+    rst.auEncodingOffsets[1] = 'a' - 26;
     for (unsigned int u = 52; u < 64; ++u)
-        rst.auEncodingOffsets[u - 51] = static_cast<uint8_t>(rst.auCharacters[u] - u);
-    rst.auEncodingOffsets[13] = 'A';
+        rst.auEncodingOffsets[u - 50] = static_cast<uint8_t>(rst.auCharacters[u] - u);
 
     for (unsigned int u = 0; u < 16; ++u)
     {

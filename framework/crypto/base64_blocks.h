@@ -13,8 +13,8 @@ struct SBase64Alphabet
     alignas(64) uint8_t auCharacters[64];
     alignas(64) uint8_t auValues[256];
 
-    /// The same for shuffles, which look up 16 at a time. Encoding adds an offset by the class of a value: 0 the lower-case
-    /// letters, 1 to 10 the digits, 11 and 12 the last two, 13 the upper-case letters.
+    /// The same for shuffles, which look up 16 at a time. Encoding adds an offset by the class of a value: 0 the upper-case
+    /// letters, 1 the lower-case letters, 2 to 11 the digits, 12 and 13 the last two.
     alignas(16) uint8_t auEncodingOffsets[16];
     /// Decoding adds an offset by the upper nibble of a character. Character 63 may share its upper nibble with others,
     /// and has a correction of its own.

@@ -29,17 +29,25 @@ inline __m256i Bytes(uint8_t u)
     return _mm256_set1_epi8(static_cast<char>(u));
 }
 
-// Twelve bytes at the bottom of each half, to 32 values of 6 bits. Each three bytes a, b, c become the 16-bit words
-// b:a and c:b, and two multiplications shift each 6-bit piece by its own distance.
+// 24 bytes in the middle of a register to 32 values of 6 bits. Each three bytes a, b, c become the 16-bit words b:a and
+// c:b, and two multiplications shift each 6-bit piece by its own distance.
 inline __m256i Spread(__m256i bytes)
 {
-    const __m256i order = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10,  //
+    const __m256i order = _mm256_setr_epi8(5, 4, 6, 5, 8, 7, 9, 8, 11, 10, 12, 11, 14, 13, 15, 14,  //
                                            1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
     const __m256i words = _mm256_shuffle_epi8(bytes, order);
     const __m256i even = _mm256_and_si256(words, _mm256_set1_epi32(0x0FC0FC00));
     const __m256i odd = _mm256_and_si256(words, _mm256_set1_epi32(0x003F03F0));
     return _mm256_or_si256(_mm256_mulhi_epu16(even, _mm256_set1_epi32(0x04000040)),
                            _mm256_mullo_epi16(odd, _mm256_set1_epi32(0x01000010)));
+}
+
+// 32 values of 6 bits to characters.
+inline __m256i Name(__m256i values, __m256i offsets)
+{
+    const __m256i notUpper = _mm256_cmpgt_epi8(values, Bytes(25));
+    const __m256i classes = _mm256_sub_epi8(_mm256_subs_epu8(values, Bytes(51)), notUpper);
+    return _mm256_add_epi8(values, _mm256_shuffle_epi8(offsets, classes));
 }
 
 // 32 values of 6 bits to 24 bytes in a row.
@@ -58,17 +66,19 @@ size_t Base64EncodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
 {
     const __m256i offsets = TwiceOf(rstAlphabet.auEncodingOffsets);
     const size_t uBefore = uGroups;
-    // Each half is loaded as 16 bytes, of which 12 are meant.
-    for (; uGroups >= 10; uGroups -= 8, puIn += 24, puOut += 32)
+    // Registers are loaded whole, from four bytes before the 24 that are meant to four behind them; the first time there
+    // is nothing before them.
+    if (uGroups < 10) return 0;
+    __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_slli_si128(Load(puIn), 4)), Load(puIn + 12), 1);
+    while (true)
     {
-        const __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(Load(puIn)), Load(puIn + 12), 1);
-        const __m256i values = Spread(bytes);
-        const __m256i upper = _mm256_and_si256(_mm256_cmpgt_epi8(Bytes(26), values), Bytes(13));
-        const __m256i classes = _mm256_or_si256(_mm256_subs_epu8(values, Bytes(51)), upper);
-        const __m256i text = _mm256_add_epi8(values, _mm256_shuffle_epi8(offsets, classes));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(puOut), text);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(puOut), Name(Spread(bytes), offsets));
+        uGroups -= 8;
+        puIn += 24;
+        puOut += 32;
+        if (uGroups < 10) return uBefore - uGroups;
+        bytes = Load256(puIn - 4);
     }
-    return uBefore - uGroups;
 }
 
 size_t Base64DecodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)
