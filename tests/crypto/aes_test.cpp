@@ -154,10 +154,7 @@ TEST_P(CAesMode, EverySplitOfUpToAHundredBytesGivesWhatOneCallGives)
                 ASSERT_EQ(uCut / 16 * 16, out.size());
                 ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + uCut, uSize - uCut, out));
                 ASSERT_EQ(uSize / 16 * 16, out.size());
-                if (uWhole == uSize)
-                {
-                    ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
-                }
+                if (uWhole == uSize) { ASSERT_NO_FATAL_FAILURE(Finish(aes, out)); }
                 ASSERT_EQ(want, out) << uSize << " bytes cut at " << uCut;
             }
         }
