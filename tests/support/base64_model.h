@@ -73,11 +73,11 @@ public:
         std::size_t uSize = (rstrText.size() + uCount) / 4 * 3;
         if (uCount == 3 && rstrText.size() == 1)
         {
-            if (rstrText.back() == '=') uSize -= m_strGroup[2] == '=' ? 2 : 1;
+            if (rstrText.back() == '=') uSize -= m_strGroup[2] == '=' ? 2u : 1u;
         }
         else if ((rstrText.size() + uCount) % 4 == 0 && rstrText.back() == '=')
         {
-            uSize -= rstrText[rstrText.size() - 2] == '=' ? 2 : 1;
+            uSize -= rstrText[rstrText.size() - 2] == '=' ? 2u : 1u;
         }
         return uSize;
     }
