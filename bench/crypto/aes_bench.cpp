@@ -1,12 +1,11 @@
 #include <benchmark/benchmark.h>
-#include <string.h>
 
 // The peer is what the class stands on, called directly.
 #define OPENSSL_API_COMPAT 10101
 #include <openssl/aes.h>
 #include <openssl/modes.h>
 
-#include "bench/support/bench_data.h"
+#include "bench/support/peers.h"
 #include "framework/crypto/aes.h"
 
 namespace
@@ -60,7 +59,7 @@ void Begin(CAes& rAes, const SParameters& rst)
 
 void BM_AesOurs(benchmark::State& rState, SParameters st)
 {
-    const std::vector<uint8_t> input = FixedBytes(static_cast<size_t>(rState.range(0)));
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
     const unsigned int uInSize = static_cast<unsigned int>(input.size());
     std::vector<uint8_t> output(input.size() + 15);
     unsigned int uSize = 0;
@@ -69,7 +68,7 @@ void BM_AesOurs(benchmark::State& rState, SParameters st)
     aes.Update(input.data(), uInSize, output.data(), &uSize);
     std::vector<uint8_t> peerOutput(input.size());
     SPeer(st).Run(st.eMode, input.data(), input.size(), peerOutput.data());
-    RequireEqual(uSize == uInSize && memcmp(output.data(), peerOutput.data(), uSize) == 0, "aes");
+    RequireEqual(output.data(), peerOutput.data(), peerOutput.size(), "aes");
 
     for (auto _ : rState)
     {
@@ -82,7 +81,7 @@ void BM_AesOurs(benchmark::State& rState, SParameters st)
 
 void BM_AesPeer(benchmark::State& rState, SParameters st)
 {
-    const std::vector<uint8_t> input = FixedBytes(static_cast<size_t>(rState.range(0)));
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
     std::vector<uint8_t> output(input.size());
     SPeer peer(st);
     for (auto _ : rState)
@@ -96,7 +95,7 @@ void BM_AesPeer(benchmark::State& rState, SParameters st)
 
 void BM_AesBlob(benchmark::State& rState, SParameters st)
 {
-    const std::vector<uint8_t> input = FixedBytes(static_cast<size_t>(rState.range(0)));
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
     const CBlob blobIn(input.data(), static_cast<unsigned int>(input.size()));
     CBlob blobOut;
     CAes aes;
