@@ -64,6 +64,7 @@ inline unsigned int FirstSize(size_t uSize)
 inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t* puEnd, ptrdiff_t nRest)
 {
     const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd + SCrcVariant::uREACH / 8);
+#pragma GCC unroll 2
     for (; nRest != 0; nRest -= 64) sum = MultiplyAdd(sum, Load(puEnd - nRest), Load(puFactorsEnd - nRest));
     return Divide(AddLanes(sum), rstVariant);
 }
