@@ -20,13 +20,15 @@ struct SEmitted
 // long.
 uint32_t MoveOn(const orvel_internal::SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
-    using namespace orvel_internal;
-    if (uSize > uCRC_SLICING_STEP) [[likely]]
+    using orvel_internal::CpuPath;
+    using orvel_internal::ECpuAlgorithm;
+    using orvel_internal::ECpuFeature;
+    if (uSize > orvel_internal::uCRC_SLICING_STEP) [[likely]]
     {
         const ECpuFeature ePath = CpuPath(ECpuAlgorithm::eCRC);
-        if (ePath == eCPU_VPCLMULQDQ) [[likely]]
+        if (ePath == ECpuFeature::eCPU_VPCLMULQDQ) [[likely]]
             return CrcFoldVpclmul(rstVariant, uRegister, puData, uSize);
-        if (ePath == eCPU_PCLMULQDQ) return CrcFoldPclmul(rstVariant, uRegister, puData, uSize);
+        if (ePath == ECpuFeature::eCPU_PCLMULQDQ) return CrcFoldPclmul(rstVariant, uRegister, puData, uSize);
     }
     return rstVariant.pfnSlice(uRegister, puData, uSize);
 }

@@ -40,20 +40,20 @@ uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const 
     __m128i remainder = _mm_setzero_si128();
     if (uSize - uOdd > SCrcVariant::uREACH)
     {
-        constexpr int nLANES = 4;
+        constexpr ptrdiff_t nLANES = 4;
         const __m128i factors = Load(rstVariant.auBy64);
         __m128i aLanes[nLANES];
-        for (int n = 0; n < nLANES; ++n) aLanes[n] = Load(puData + 16 * n);
+        for (ptrdiff_t n = 0; n < nLANES; ++n) aLanes[n] = Load(puData + 16 * n);
         aLanes[0] = _mm_xor_si128(aLanes[0], pending);
         pending = remainder;
         for (puData += 64; puEnd - puData >= 64; puData += 64)
         {
-            for (int n = 0; n < nLANES; ++n)
+            for (ptrdiff_t n = 0; n < nLANES; ++n)
             {
                 aLanes[n] = _mm_xor_si128(Multiply(aLanes[n], factors), Load(puData + 16 * n));
             }
         }
-        for (int n = 0; n < nLANES; ++n)
+        for (ptrdiff_t n = 0; n < nLANES; ++n)
         {
             const __m128i toEnd = Load(puFactorsEnd - (puEnd - puData) - 64 + 16 * n);
             remainder = _mm_xor_si128(remainder, Multiply(aLanes[n], toEnd));

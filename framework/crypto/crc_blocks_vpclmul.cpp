@@ -69,13 +69,13 @@ inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t
     return Divide(AddLanes(sum), rstVariant);
 }
 
-constexpr int g_nLanes = 8;
+constexpr ptrdiff_t g_nLanes = 8;
 
 // Messages of eight blocks and more: eight accumulators travel over them, as far as the last few. Without the unrolling
 // g++ keeps the accumulators in memory.
 uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
-    constexpr int nAHEAD = 2048;
+    constexpr ptrdiff_t nAHEAD = 2048;
     const uint8_t* const puEnd = puData + uSize;
     const __m512i factors =
         _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auBy512)));
@@ -83,25 +83,25 @@ uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8
     aLanes[0] = FirstBlock(uRegister, puData, FirstSize(uSize));
     puData += FirstSize(uSize);
 #pragma GCC unroll 8
-    for (int n = 1; n < g_nLanes; ++n, puData += 64) aLanes[n] = Load(puData);
+    for (ptrdiff_t n = 1; n < g_nLanes; ++n, puData += 64) aLanes[n] = Load(puData);
     for (; puEnd - puData >= 64 * g_nLanes; puData += 64 * g_nLanes)
     {
         if (puEnd - puData > nAHEAD)
         {
 #pragma GCC unroll 8
-            for (int n = 0; n < g_nLanes; ++n)
+            for (ptrdiff_t n = 0; n < g_nLanes; ++n)
             {
                 _mm_prefetch(reinterpret_cast<const char*>(puData) + nAHEAD + 64 * n, _MM_HINT_T0);
             }
         }
 #pragma GCC unroll 8
-        for (int n = 0; n < g_nLanes; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
+        for (ptrdiff_t n = 0; n < g_nLanes; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
     }
     const ptrdiff_t nRest = puEnd - puData;
     const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 * g_nLanes - nRest) / 8;
     __m512i sum = _mm512_setzero_si512();
 #pragma GCC unroll 8
-    for (int n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 8 * n));
+    for (ptrdiff_t n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 8 * n));
     return Finish(rstVariant, sum, puEnd, nRest);
 }
 
@@ -118,7 +118,8 @@ uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8
 uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     if (FirstSize(uSize) < sizeof(uRegister)) return FoldBehindSlice(rstVariant, uRegister, puData, uSize);
-    if (uSize > 64 * (g_nLanes - 1)) return FoldLong(rstVariant, uRegister, puData, uSize);
+    constexpr size_t uSHORT = 64 * (g_nLanes - 1);
+    if (uSize > uSHORT) return FoldLong(rstVariant, uRegister, puData, uSize);
     const unsigned int uFirstSize = FirstSize(uSize);
     const ptrdiff_t nRest = static_cast<ptrdiff_t>(uSize - uFirstSize);
     const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 - nRest) / 8;

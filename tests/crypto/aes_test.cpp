@@ -176,6 +176,7 @@ TEST_P(CAesMode, ByteByByteGivesTheSameDelayedToTheBlocks)
             ASSERT_EQ((u + 1) / 16 * 16, out.size());
         }
         EXPECT_EQ(EvpCrypt(eAction, Mode(), key, g_iv, bytes), out);
+        EXPECT_EQ(Data(16, 0), BytesAt(&aes, 344, 16)) << "a block that was transformed is not kept";
     }
 }
 
