@@ -21,7 +21,7 @@
 /// One corner is kept: a type that is none is accepted by Begin(), and no call leads out of that computation.
 ///
 /// Threads    No locking: one thread at a time per object.
-/// Cost       With carry-less multiplication (found out at run time) some 10 to 30 bytes a cycle, else about 2.
+/// Cost       With carry-less multiplication (found out at run time) 8 to 30 bytes a cycle, else one to two.
 class QV_EXPORT CCrc
 {
 public:

@@ -66,20 +66,21 @@ constexpr SSlices<Register> MakeSlices(Register uPolynomial)
 constexpr SSlices<uint16_t> g_stSlices16 = MakeSlices(g_uPolynomial16);
 constexpr SSlices<uint32_t> g_stSlices32 = MakeSlices(g_uPolynomial32);
 
-uint64_t LoadWord(const uint8_t* pu)
+uint32_t LoadWord(const uint8_t* pu)
 {
-    uint64_t uWord;
+    uint32_t uWord;
     memcpy(&uWord, pu, sizeof(uWord));
     return uWord;
 }
 
-// What the eight bytes of a word leave, the last of them uAfter bytes before the end of the step.
+// What the four bytes of a word leave, the last of them uAfter bytes before the end of the step.
 template <typename Register>
-uint32_t SliceWord(const SSlices<Register>& rstSlices, uint64_t uWord, unsigned int uAfter)
+uint32_t SliceWord(const SSlices<Register>& rstSlices, uint32_t uWord, unsigned int uAfter)
 {
-    uint32_t uSum = 0;
-    for (unsigned int u = 0; u < 8; ++u) uSum ^= rstSlices.auSlices[uAfter + 7 - u][uWord >> 8 * u & 0xFF];
-    return uSum;
+    const auto& auSlices = rstSlices.auSlices;
+    const uint32_t uFirstTwo = auSlices[uAfter + 3][uWord & 0xFF] ^ auSlices[uAfter + 2][uWord >> 8 & 0xFF];
+    const uint32_t uLastTwo = auSlices[uAfter + 1][uWord >> 16 & 0xFF] ^ auSlices[uAfter][uWord >> 24];
+    return uFirstTwo ^ uLastTwo;
 }
 
 template <typename Register>
@@ -88,15 +89,12 @@ uint32_t Slice(const SSlices<Register>& rstSlices, uint32_t uRegister, const uin
     uRegister = static_cast<Register>(uRegister);
     for (; uSize >= g_uStep; puData += g_uStep, uSize -= g_uStep)
     {
-        uRegister =
-            SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 8) ^ SliceWord(rstSlices, LoadWord(puData + 8), 0);
+        // Only the first word waits for the step before.
+        uint32_t uOthers = SliceWord(rstSlices, LoadWord(puData + 4), 8);
+        uOthers ^= SliceWord(rstSlices, LoadWord(puData + 8), 4) ^ SliceWord(rstSlices, LoadWord(puData + 12), 0);
+        uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 12) ^ uOthers;
     }
-    if (uSize >= 8)
-    {
-        uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 0);
-        puData += 8;
-        uSize -= 8;
-    }
+    for (; uSize >= 4; puData += 4, uSize -= 4) uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 0);
     for (; uSize != 0; ++puData, --uSize)
     {
         uRegister = uRegister >> 8 ^ rstSlices.auSlices[0][(*puData ^ uRegister) & 0xFF];
