@@ -37,7 +37,7 @@ constexpr SStage g_astSTAGES[] = {
     {26, "QvStringFormat", true},
     {27, "QvFault", false},
     {29, "CCrypto", true},
-    {35, "CAesBremoFwOpenSsl", false},
+    {35, "CAesBremoFwOpenSsl", true},
     {36, "CSecurePrngBremoFw", true},
     {37, "CSecureSeedBremoFw", true},
 };
