@@ -68,6 +68,8 @@ public:
     CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator);
     /// Same source and block size; the free list is not shared and starts empty.
     CBlockAllocator(const CBlockAllocator& rOther);
+    /// The same, with blocks of at least uMinBlockSize bytes.
+    CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
     CBlockAllocator& operator=(const CBlockAllocator&) = delete;
     /// Returns the free blocks to the source.
     virtual ~CBlockAllocator();
@@ -83,6 +85,9 @@ public:
 
     /// Takes a block back; null is ignored.
     virtual void Push(void* pBlock);
+
+    /// Exchanges everything: source, block size and free list.
+    void Exchange(CBlockAllocator& rOther);
 
     /// The number of free blocks.
     unsigned int GetBlockCount() const;

@@ -4,98 +4,14 @@
 #include <stdint.h>
 
 #include <algorithm>
-#include <memory>
 
-#include "framework/basic/ordered_sequence.h"
 #include "framework/kernel/unused_parameter.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
 
 template class CVector<void*>;
 
-namespace
-{
-// What a callback needs to judge elements.
-struct SComparison
-{
-    PFNCompareElements pfnCompare;
-    unsigned int uParam;
-
-    int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
-};
-
-// Elements of a size that the compiler knows: moved as machine words.
-template <size_t SIZE>
-class CFixedElements
-{
-public:
-    CFixedElements(unsigned char* puStorage, size_t, unsigned char* puHeld, const SComparison& rCompare)
-        : m_puStorage(puStorage), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), SIZE); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), SIZE); }
-    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, SIZE); }
-
-private:
-    unsigned char* At(unsigned int uIndex) const { return m_puStorage + size_t{uIndex} * SIZE; }
-
-    unsigned char* m_puStorage;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-
-// Elements of any other size, as bytes.
-class CByteElements
-{
-public:
-    CByteElements(unsigned char* puStorage, size_t uSize, unsigned char* puHeld, const SComparison& rCompare)
-        : m_puStorage(puStorage), m_uSize(uSize), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), m_uSize); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), m_uSize); }
-    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, m_uSize); }
-
-private:
-    unsigned char* At(unsigned int uIndex) const { return m_puStorage + uIndex * m_uSize; }
-
-    unsigned char* m_puStorage;
-    size_t m_uSize;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-
-// Elements that are made, copied and destroyed by their vector.
-class CConstructedElements
-{
-public:
-    CConstructedElements(CVectorBase& rVector, unsigned char* puHeld, const SComparison& rCompare)
-        : m_rVector(rVector), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { m_rVector.ConstructFrom(m_puHeld, m_rVector.GetAt(uIndex)); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(m_rVector.GetAt(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo)
-    {
-        m_rVector.Destruct(m_rVector.GetAt(uTo));
-        m_rVector.ConstructFrom(m_rVector.GetAt(uTo), m_rVector.GetAt(uFrom));
-    }
-    void Place(unsigned int uIndex)
-    {
-        m_rVector.Destruct(m_rVector.GetAt(uIndex));
-        m_rVector.ConstructFrom(m_rVector.GetAt(uIndex), m_puHeld);
-        m_rVector.Destruct(m_puHeld);
-    }
-
-private:
-    CVectorBase& m_rVector;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-}  // namespace
+using orvel_internal::SComparison;
 
 CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CVectorBase(uSizeOfElement, true, pAllocator)
@@ -308,11 +224,7 @@ void* CVectorBase::Allocate(unsigned int uIndex)
 QvResult CVectorBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
                                      void** ppElement)
 {
-    if (ppElement == nullptr) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
-    if (uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return QV_RES_ALREADY_EXISTS;
-    *ppElement = Allocate(uIndex);
-    return *ppElement != nullptr ? QV_RES_OK : QV_RES_FAIL;
+    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -434,44 +346,28 @@ void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase*
 
 void CVectorBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
 {
-    if (m_uSize < 2) return;
-    const SComparison compare{pfnCompare, uParam};
-    const std::unique_ptr<unsigned char[]> puHeld(new unsigned char[m_uElementSize]);
-    unsigned char* const puStorage = SlotAt(0);
-    using orvel_internal::ShellSort;
-    if (m_bConstruct) ShellSort(m_uSize, CConstructedElements(*this, puHeld.get(), compare));
-    else if (m_uElementSize == 4) ShellSort(m_uSize, CFixedElements<4>(puStorage, 4, puHeld.get(), compare));
-    else if (m_uElementSize == 8) ShellSort(m_uSize, CFixedElements<8>(puStorage, 8, puHeld.get(), compare));
-    else if (m_uElementSize == 16) ShellSort(m_uSize, CFixedElements<16>(puStorage, 16, puHeld.get(), compare));
-    else ShellSort(m_uSize, CByteElements(puStorage, m_uElementSize, puHeld.get(), compare));
+    SortElements(SComparison{pfnCompare, uParam});
 }
 
 unsigned int CVectorBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                                unsigned int uParam) const
 {
-    for (unsigned int uIndex = uStartIndex; uIndex < m_uSize; ++uIndex)
-    {
-        if (pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return uIndex;
-    }
-    return m_uSize;
+    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
 }
 
 unsigned int CVectorBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
 {
-    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
-    return uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0 ? uIndex : m_uSize;
+    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
 }
 
 unsigned int CVectorBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
 {
-    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
-                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) < 0; });
+    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
 }
 
 unsigned int CVectorBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
 {
-    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
-                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) > 0; });
+    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
 }
 
 void CVectorBase::Construct(void* pElement)
@@ -490,11 +386,9 @@ void CVectorBase::Destruct(void* pElement)
     QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
 }
 
-unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare,
-                                             unsigned int uParam) const
+unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
 {
-    return orvel_internal::LowerBound(
-        m_uSize, [&](unsigned int uIndex) { return pfnCompare(SlotAt(uIndex), pKey, uParam); });
+    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
 }
 
 void CVectorBase::ExchangeContents(CVectorBase& rOther)

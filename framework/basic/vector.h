@@ -3,17 +3,16 @@
 #include <stddef.h>
 #include <string.h>
 
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/typed_elements.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
-
-/// Orders a stored element against a key: negative, 0 or positive as it comes before, with or after it. uParam is
-/// handed through. It must have no side effects: searches may ask twice.
-typedef int (*PFNCompareElements)(const void* pElement, const void* pKey, unsigned int uParam);
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed face.
 ///
@@ -153,6 +152,28 @@ protected:
     /// Exchanges everything but the element size and the scratch element with a vector of the same element size.
     void ExchangeContents(CVectorBase& rOther);
 
+    /// Access to the elements, for what containers share; good until the capacity changes.
+    class CElementAccess
+    {
+    public:
+        CElementAccess(const void* pvStorage, unsigned int uElementSize)
+            : m_puStorage(static_cast<const unsigned char*>(pvStorage)), m_uElementSize(uElementSize)
+        {
+        }
+        const void* operator()(unsigned int uIndex) const { return m_puStorage + uIndex * m_uElementSize; }
+
+    private:
+        const unsigned char* m_puStorage;
+        size_t m_uElementSize;
+    };
+    template <typename Compare>
+    orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    {
+        return {m_uSize, CElementAccess(m_pvStorage, m_uElementSize), compare};
+    }
+    template <typename Compare>
+    void SortElements(const Compare& rCompare);
+
     IAllocator* m_pAllocator;
     unsigned int m_uCapacity;
     unsigned int m_uLockCapacity;
@@ -172,6 +193,20 @@ private:
     void FillSlot(unsigned int uIndex, const void* pElement);
 };
 
+template <typename Compare>
+void CVectorBase::SortElements(const Compare& rCompare)
+{
+    if (m_uSize < 2) return;
+    using namespace orvel_internal;
+    const std::unique_ptr<unsigned char[]> puHeld(new unsigned char[m_uElementSize]);
+    if (m_bConstruct) ShellSort(m_uSize, CConstructedElements<CVectorBase, Compare>(*this, puHeld.get(), rCompare));
+    else if (m_uElementSize == 4) ShellSort(m_uSize, CByteElements<4, Compare>(m_pvStorage, 4, puHeld.get(), rCompare));
+    else if (m_uElementSize == 8) ShellSort(m_uSize, CByteElements<8, Compare>(m_pvStorage, 8, puHeld.get(), rCompare));
+    else if (m_uElementSize == 16)
+        ShellSort(m_uSize, CByteElements<16, Compare>(m_pvStorage, 16, puHeld.get(), rCompare));
+    else ShellSort(m_uSize, CByteElements<0, Compare>(m_pvStorage, m_uElementSize, puHeld.get(), rCompare));
+}
+
 /// An array of T over CVectorBase, whose growth and threading rules it has:
 ///
 ///     CVector<int> vector;
@@ -182,22 +217,32 @@ private:
 /// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
 /// Cost       Access, and appending within the capacity, are inline and call no function of the library.
 template <typename T>
-class QV_EXPORT CVector : private CVectorBase
+class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, CVectorBase>
 {
-    static_assert(alignof(T) <= alignof(max_align_t), "CVector: allocator blocks cannot hold an over-aligned element");
+    using Sequence = orvel_internal::CTypedSequence<T, CVectorBase>;
+    using CVectorBase::m_bConstruct;
+    using CVectorBase::m_pAllocator;
+    using CVectorBase::m_pvStorage;
+    using CVectorBase::m_uCapacity;
+    using CVectorBase::m_uLockCapacity;
+    using CVectorBase::m_uSize;
 
 public:
-    explicit CVector(IAllocator* pAllocator = nullptr) : CVectorBase(sizeof(T), pAllocator) {}
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    explicit CVector(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
-    CVector(bool bConstruct, IAllocator* pAllocator) : CVectorBase(sizeof(T), bConstruct, pAllocator) {}
-    CVector(const CVector& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator)
+    CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
+    CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
     {
         CVectorBase::ReserveCapacity(rSrc.m_uCapacity);
         CVectorBase::operator=(rSrc);
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
-    CVector(CVector&& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator) { ExchangeContents(rSrc); }
-    ~CVector() override { CVectorBase::EraseAll(); }
+    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
+    ~CVector() override { EraseAll(); }
     CVector& operator=(const CVector& rSrc)
     {
         CVectorBase::operator=(rSrc);
@@ -206,7 +251,7 @@ public:
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc)
     {
-        ExchangeContents(rSrc);
+        CVectorBase::ExchangeContents(rSrc);
         return *this;
     }
 
@@ -239,24 +284,41 @@ public:
     }
     QvResult Append(const T& rElement)
     {
-        if (m_uSize == m_uCapacity) return CVectorBase::Insert(m_uSize, 1, &rElement);
+        const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
+        if (uSize == m_uCapacity) return CVectorBase::Insert(uSize, 1, &rElement);
         // As ConstructFrom() does, without the call.
-        void* const pvSlot = begin() + m_uSize;
+        void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
         else memcpy(pvSlot, static_cast<const void*>(&rElement), sizeof(T));
-        ++m_uSize;
+        m_uSize = uSize + 1;
         return QV_RES_OK;
     }
     void Erase(unsigned int uIndex) { CVectorBase::Erase(uIndex); }
     void Erase(unsigned int uIndex, unsigned int uCount) { CVectorBase::Erase(uIndex, uCount); }
-    void EraseAll() { CVectorBase::EraseAll(); }
-
-    void Construct(void* pElement) override { ::new (pElement) T; }
-    void ConstructFrom(void* pElement, const void* pSource) override
+    void EraseAll()
     {
-        ::new (pElement) T(*static_cast<const T*>(pSource));
+        if (std::is_trivially_destructible<T>::value) m_uSize = 0;
+        else CVectorBase::EraseAll();
     }
-    void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+    using Sequence::Sort;
+    /// Shell sort by a typed comparison, as in CTypedSequence; bytes are moved as such.
+    template <typename Compare = SNaturalOrder>
+    void Sort(Compare compare = Compare())
+    {
+        const orvel_internal::CTypedComparison<T, T, Compare> typed(compare);
+        if constexpr (std::is_trivially_copyable<T>::value)
+        {
+            alignas(T) unsigned char auHeld[sizeof(T)];
+            using Elements = orvel_internal::CByteElements<sizeof(T), decltype(typed)>;
+            orvel_internal::ShellSort(m_uSize, Elements(m_pvStorage, sizeof(T), auHeld, typed));
+        }
+        else CVectorBase::SortElements(typed);
+    }
+
+    void Construct(void* pElement) override { Sequence::Construct(pElement); }
+    void ConstructFrom(void* pElement, const void* pSource) override { Sequence::ConstructFrom(pElement, pSource); }
+    void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 };
 
 extern template class CVector<void*>;
