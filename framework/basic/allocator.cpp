@@ -133,19 +133,12 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
 void* CBlockAllocator::Pop()
 {
     if (m_pHead == nullptr && !Reserve(1)) return nullptr;
-    IAllocator::SBlock* const pBlock = m_pHead;
-    m_pHead = pBlock->pNext;
-    if (m_pHead == nullptr) m_pTail = nullptr;
-    --m_uBlockCount;
-    return pBlock;
+    return PopFree();
 }
 
 void CBlockAllocator::Push(void* pBlock)
 {
-    if (pBlock == nullptr) return;
-    m_pHead = new (pBlock) IAllocator::SBlock{m_pHead};
-    if (m_pTail == nullptr) m_pTail = m_pHead;
-    ++m_uBlockCount;
+    if (pBlock != nullptr) PushFree(pBlock);
 }
 
 void CBlockAllocator::Exchange(CBlockAllocator& rOther)

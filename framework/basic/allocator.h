@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_BASIC_ALLOCATOR_H
 #define FRAMEWORK_BASIC_ALLOCATOR_H
+#include <new>
+
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 #include "framework/kernel/singleton.h"
@@ -83,6 +85,9 @@ public:
     /// A free block, taken from the source when there is none; null when the source has no memory.
     void* Pop();
 
+    /// The same without the source: null when none is free. Inline.
+    void* PopFree();
+
     /// Takes a block back; null is ignored.
     virtual void Push(void* pBlock);
 
@@ -96,6 +101,9 @@ public:
     bool operator==(const CBlockAllocator& rOther) const;
     bool operator!=(const CBlockAllocator& rOther) const;
 
+    /// Push() for a block that is not null. Inline.
+    void PushFree(void* pBlock);
+
 private:
     IAllocator* m_pAllocator;
     IAllocator::SBlock* m_pHead;
@@ -103,6 +111,23 @@ private:
     unsigned int m_uBlockCount;
     unsigned int m_uBlockSize;
 };
+
+inline void* CBlockAllocator::PopFree()
+{
+    IAllocator::SBlock* const pBlock = m_pHead;
+    if (pBlock == nullptr) return nullptr;
+    m_pHead = pBlock->pNext;
+    if (m_pHead == nullptr) m_pTail = nullptr;
+    --m_uBlockCount;
+    return pBlock;
+}
+
+inline void CBlockAllocator::PushFree(void* pBlock)
+{
+    m_pHead = new (pBlock) IAllocator::SBlock{m_pHead};
+    if (m_pTail == nullptr) m_pTail = m_pHead;
+    ++m_uBlockCount;
+}
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CDefaultAllocator.
 QV_EXPORT QvResult InitializeCDefaultAllocator();

@@ -154,31 +154,6 @@ const void* CListBase::GetAt(unsigned int uIndex) const
     return GetElement(NodeAt(uIndex));
 }
 
-CListBase::SPtr CListBase::GetFirst() const
-{
-    return m_pHead;
-}
-
-CListBase::SPtr CListBase::GetLast() const
-{
-    return m_pTail;
-}
-
-CListBase::SPtr CListBase::GetNext(SPtr pNode)
-{
-    return pNode ? pNode.pNode->pNext : nullptr;
-}
-
-CListBase::SPtr CListBase::GetPrevious(SPtr pNode)
-{
-    return pNode ? pNode.pNode->pPrevious : nullptr;
-}
-
-void* CListBase::GetElement(SPtr pNode)
-{
-    return pNode ? ElementOf(pNode.pNode) : nullptr;
-}
-
 QvResult CListBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
     if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
@@ -212,7 +187,7 @@ void* CListBase::Allocate(unsigned int uIndex)
     if (uIndex > m_uSize || ReserveFor(size_t{m_uSize} + 1) < 0) return nullptr;
     SNode* const pBefore = NodeAt(uIndex);
     SChain stChain{};
-    stChain.Append(new (m_nodeAllocator.Pop()) SNode{nullptr, nullptr});
+    stChain.Append(new (m_nodeAllocator.PopFree()) SNode{nullptr, nullptr});
     Link(stChain, pBefore);
     SetCache(uIndex, stChain.pFirst);
     return ElementOf(stChain.pFirst);
@@ -444,7 +419,7 @@ QvResult CListBase::ReserveFor(size_t uSize)
 // An element in a node that is not linked yet. The caller has reserved it.
 CListBase::SNode* CListBase::NewNode(const void* pElement)
 {
-    SNode* const pNode = new (m_nodeAllocator.Pop()) SNode{nullptr, nullptr};
+    SNode* const pNode = new (m_nodeAllocator.PopFree()) SNode{nullptr, nullptr};
     if (pElement != nullptr) ConstructFrom(ElementOf(pNode), pElement);
     else Construct(ElementOf(pNode));
     return pNode;
@@ -453,7 +428,7 @@ CListBase::SNode* CListBase::NewNode(const void* pElement)
 void CListBase::DiscardNode(SNode* pNode)
 {
     Destruct(ElementOf(pNode));
-    m_nodeAllocator.Push(pNode);
+    m_nodeAllocator.PushFree(pNode);
 }
 
 CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const
@@ -509,8 +484,14 @@ void CListBase::ListElements(void** ppElements) const
 // Links all nodes anew, in the order of their elements.
 void CListBase::RelinkAs(void* const* ppElements)
 {
+    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
+    constexpr unsigned int uAHEAD = 16;
     SChain stSorted{};
-    while (stSorted.uCount < m_uSize) stSorted.Append(static_cast<SNode*>(ppElements[stSorted.uCount]) - 1);
+    while (stSorted.uCount < m_uSize)
+    {
+        if (m_uSize - stSorted.uCount > uAHEAD) __builtin_prefetch(ppElements[stSorted.uCount + uAHEAD], 1);
+        stSorted.Append(static_cast<SNode*>(ppElements[stSorted.uCount]) - 1);
+    }
     stSorted.pLast->pNext = nullptr;
     m_pHead = stSorted.pFirst;
     m_pTail = stSorted.pLast;

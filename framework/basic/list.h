@@ -87,12 +87,12 @@ public:
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
     /// The ends of the list, and from node to node; none beyond an end, and none of none.
-    SPtr GetFirst() const;
-    SPtr GetLast() const;
-    static SPtr GetNext(SPtr pNode);
-    static SPtr GetPrevious(SPtr pNode);
+    SPtr GetFirst() const { return m_pHead; }
+    SPtr GetLast() const { return m_pTail; }
+    static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pNext : nullptr; }
+    static SPtr GetPrevious(SPtr pNode) { return pNode ? pNode.pNode->pPrevious : nullptr; }
     /// The element of a node; null of none.
-    static void* GetElement(SPtr pNode);
+    static void* GetElement(SPtr pNode) { return pNode ? pNode.pNode + 1 : nullptr; }
 
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this list.
