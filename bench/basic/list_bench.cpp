@@ -79,5 +79,5 @@ BENCHMARK(BM_IterateOurs)->Name("list_scan/ours")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_IndexScanOurs)->Name("list_scan/ours_by_index")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_IterateStd)->Name("list_scan/std")->Arg(1000)->Arg(100000);
 BENCHMARK(SortOurs<CList<int>>)->Name("list_sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortByHand<32>)->Name("list_sort/by_hand")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<20>)->Name("list_sort/by_hand")->Arg(100)->Arg(1000)->Arg(100000);
 }  // namespace

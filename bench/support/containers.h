@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
-#include "framework/basic/allocator.h"
 #include "framework/basic/ordered_sequence.h"
 
 /// The comparison of all container benchmarks, called through a pointer by both sides.
@@ -47,55 +47,6 @@ inline std::vector<int> ShuffledInts(std::int64_t nCount)
     return numbers;
 }
 
-/// Blocks side by side, all taken back at once by Reset(): every iteration of a benchmark finds its elements at the same
-/// addresses.
-class CArena : public IAllocator
-{
-public:
-    explicit CArena(std::size_t uBytes) : m_memory(uBytes), m_uUsed(0) {}
-
-    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
-    {
-        SBlock* pFirst = nullptr;
-        SBlock** ppLink = &pFirst;
-        for (unsigned int u = 0; u < uCount; ++u)
-        {
-            *ppLink = new (&m_memory.at(m_uUsed)) SBlock{nullptr};
-            if (ppLast != nullptr) *ppLast = *ppLink;
-            ppLink = &(*ppLink)->pNext;
-            m_uUsed += (uSize + 15) / 16 * 16;
-        }
-        return pFirst;
-    }
-    void Release(SBlock*, unsigned int) override {}
-    void Reset() { m_uUsed = 0; }
-
-private:
-    std::vector<unsigned char> m_memory;
-    std::size_t m_uUsed;
-};
-
-/// Sorts a container of ours, made anew in the same disorder each time, by a callback.
-template <typename Container>
-void SortOurs(benchmark::State& rState)
-{
-    const std::vector<int> numbers = ShuffledInts(rState.range(0));
-    CArena arena(numbers.size() * 64);
-    std::optional<Container> elements;
-    for (auto _ : rState)
-    {
-        rState.PauseTiming();
-        elements.reset();
-        arena.Reset();
-        elements.emplace(&arena);
-        elements->ReserveCapacity(static_cast<unsigned int>(numbers.size()));
-        for (const int n : numbers) elements->Append(n);
-        rState.ResumeTiming();
-        elements->Sort(OpaqueCompare(), 0);
-    }
-    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
-}
-
 /// The containers' Shell sort as one writes it by hand over an array of addresses.
 inline void ShellSortByHand(std::vector<int*>& rElements, PFNCompareElements pfnCompare)
 {
@@ -116,27 +67,48 @@ inline void ShellSortByHand(std::vector<int*>& rElements, PFNCompareElements pfn
     }
 }
 
-/// Sorts the addresses of elements that lie as far apart as a container's.
-template <std::size_t STRIDE>
-void SortByHand(benchmark::State& rState)
+/// Brings elements back into disorder, untimed where that takes longer than stopping the clock.
+template <typename Elements, typename Assign>
+void Shuffle(benchmark::State& rState, Elements& rElements, const std::vector<int>& rNumbers, Assign assign)
 {
-    struct alignas(16) SSlot
-    {
-        unsigned char auHead[STRIDE - 16];
-        int nNumber;
-    };
+    const bool bUntimed = rNumbers.size() >= 10000;
+    if (bUntimed) rState.PauseTiming();
+    auto itNumber = rNumbers.begin();
+    for (auto& rElement : rElements) assign(rElement, *itNumber++);
+    if (bUntimed) rState.ResumeTiming();
+}
+
+/// Sorts a container of ours by a callback.
+template <typename Container>
+void SortOurs(benchmark::State& rState)
+{
     const std::vector<int> numbers = ShuffledInts(rState.range(0));
-    std::vector<SSlot> slots(numbers.size());
-    std::vector<int*> elements(numbers.size());
+    Container elements;
+    elements.ReserveCapacity(static_cast<unsigned int>(numbers.size()));
+    for (const int n : numbers) elements.Append(n);
     for (auto _ : rState)
     {
-        rState.PauseTiming();
-        for (std::size_t u = 0; u < numbers.size(); ++u)
-        {
-            slots[u].nNumber = numbers[u];
-            elements[u] = &slots[u].nNumber;
-        }
-        rState.ResumeTiming();
+        Shuffle(rState, elements, numbers, [](int& rnElement, int n) { rnElement = n; });
+        elements.Sort(OpaqueCompare(), 0);
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+/// Sorts the addresses of elements that were allocated as a container's are.
+template <std::size_t NODE_SIZE>
+void SortByHand(benchmark::State& rState)
+{
+    const std::vector<int> numbers = ShuffledInts(rState.range(0));
+    std::vector<std::unique_ptr<unsigned char[]>> nodes;
+    std::vector<int*> elements;
+    for (const int n : numbers)
+    {
+        nodes.emplace_back(new unsigned char[NODE_SIZE]);
+        elements.push_back(new (nodes.back().get() + NODE_SIZE - sizeof(int)) int(n));
+    }
+    for (auto _ : rState)
+    {
+        Shuffle(rState, elements, numbers, [](int* pnElement, int n) { *pnElement = n; });
         ShellSortByHand(elements, OpaqueCompare());
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));

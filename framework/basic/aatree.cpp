@@ -245,7 +245,7 @@ QvResult CAATreeBase::AllocateSorted(const void* pKey, void** ppElement)
 void* CAATreeBase::Allocate()
 {
     if (ReserveOneMore() < 0) return nullptr;
-    CAATreeNode* const pNode = new (m_nodeAllocator.PopFree()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
+    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
     ++m_uAllocatedCount;
     return ElementOf(pNode);
 }
@@ -258,7 +258,7 @@ QvResult CAATreeBase::InsertAllocated(void* pElement)
 void CAATreeBase::EraseAllocated(void* pElement)
 {
     if (pElement == nullptr) return;
-    m_nodeAllocator.PushFree(NodeOf(pElement));
+    m_nodeAllocator.Push(NodeOf(pElement));
     --m_uAllocatedCount;
 }
 
@@ -287,7 +287,7 @@ void CAATreeBase::EraseElement(const void* pKey)
 
     if (!CurrentNodeIsInvalid() && Compare(pKey, ElementOf(m_pCurrentNode)) <= 0) InvalidateCurrentNode();
     Destruct(ElementOf(pErased));
-    m_nodeAllocator.PushFree(pErased);
+    m_nodeAllocator.Push(pErased);
     --m_uSize;
 }
 
@@ -473,7 +473,7 @@ size_t CAATreeBase::GetUsedCount() const
 
 QvResult CAATreeBase::ReserveOneMore()
 {
-    if (m_nodeAllocator.GetBlockCount() != 0) return QV_RES_OK;
+    if (m_nodeAllocator.HasFree()) return QV_RES_OK;
     const size_t uCapacity = GetUsedCount() + 1;
     if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
     return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
@@ -509,7 +509,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::NodeFor(const void* pKey, EInsertAction e
         --m_uAllocatedCount;
         return NodeOf(const_cast<void*>(pKey));
     }
-    CAATreeNode* const pNode = new (m_nodeAllocator.PopFree()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
+    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
     if (eAction == eCOPY_KEY) ConstructFrom(ElementOf(pNode), pKey);
     return pNode;
 }
@@ -571,7 +571,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::CopySubtree(CAATreeNode* pSrc, CAATreeNod
 {
     CAATreeNode* const pNull = ms_pNullNode;
     if (pSrc == pNull) return pNull;
-    CAATreeNode* const pNode = new (m_nodeAllocator.PopFree()) CAATreeNode(pNull, pNull, pParent, pSrc->uLevel);
+    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(pNull, pNull, pParent, pSrc->uLevel);
     ConstructFrom(ElementOf(pNode), ElementOf(pSrc));
     ++m_uSize;
     pNode->pLeft = CopySubtree(pSrc->pLeft, pNode);
@@ -585,7 +585,7 @@ void CAATreeBase::EraseSubtree(CAATreeNode* pNode)
     EraseSubtree(pNode->pLeft);
     EraseSubtree(pNode->pRight);
     Destruct(ElementOf(pNode));
-    m_nodeAllocator.PushFree(pNode);
+    m_nodeAllocator.Push(pNode);
     --m_uSize;
 }
 

@@ -193,17 +193,17 @@ protected:
     mutable unsigned int m_uCurrentIndex;
 
 private:
-    int Compare(const void* pFirst, const void* pSecond) const;
-    size_t GetUsedCount() const;
-    QvResult ReserveOneMore();
-    QvResult Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted);
-    CAATreeNode* NodeFor(const void* pKey, EInsertAction eAction);
-    void RebalanceGrown(CAATreeNode* pNode);
-    void RebalanceShrunken(CAATreeNode* pNode);
-    void Replace(CAATreeNode* pNode, CAATreeNode* pReplacement);
-    CAATreeNode*& SlotOf(CAATreeNode* pNode);
-    CAATreeNode* CopySubtree(CAATreeNode* pSrc, CAATreeNode* pParent);
-    void EraseSubtree(CAATreeNode* pNode);
+    QV_HIDDEN int Compare(const void* pFirst, const void* pSecond) const;
+    QV_HIDDEN size_t GetUsedCount() const;
+    QV_HIDDEN QvResult ReserveOneMore();
+    QV_HIDDEN QvResult Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted);
+    QV_HIDDEN CAATreeNode* NodeFor(const void* pKey, EInsertAction eAction);
+    QV_HIDDEN void RebalanceGrown(CAATreeNode* pNode);
+    QV_HIDDEN void RebalanceShrunken(CAATreeNode* pNode);
+    QV_HIDDEN void Replace(CAATreeNode* pNode, CAATreeNode* pReplacement);
+    QV_HIDDEN CAATreeNode*& SlotOf(CAATreeNode* pNode);
+    QV_HIDDEN CAATreeNode* CopySubtree(CAATreeNode* pSrc, CAATreeNode* pParent);
+    QV_HIDDEN void EraseSubtree(CAATreeNode* pNode);
 };
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CAATreeBase.

@@ -20,6 +20,9 @@ IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // 
     while (--uNth != 0) pChain = pChain->pNext;
     return pChain;
 }
+
+// The inline member belongs to the binary interface: this makes the compiler emit it.
+[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEmittedPop)() = &CBlockAllocator::Pop;
 }  // namespace
 
 IAllocator::~IAllocator() = default;
@@ -130,15 +133,11 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
     m_uBlockCount -= uRelease;
 }
 
-void* CBlockAllocator::Pop()
-{
-    if (m_pHead == nullptr && !Reserve(1)) return nullptr;
-    return PopFree();
-}
-
 void CBlockAllocator::Push(void* pBlock)
 {
-    if (pBlock != nullptr) PushFree(pBlock);
+    if (pBlock == nullptr) return;
+    IAllocator::SBlock* const pPushed = new (pBlock) IAllocator::SBlock{nullptr};
+    PushChain(pPushed, pPushed, 1);
 }
 
 void CBlockAllocator::Exchange(CBlockAllocator& rOther)
@@ -163,6 +162,11 @@ bool CBlockAllocator::operator==(const CBlockAllocator& rOther) const
 bool CBlockAllocator::operator!=(const CBlockAllocator& rOther) const
 {
     return !(*this == rOther);
+}
+
+void* CBlockAllocator::PopReserving()
+{
+    return Reserve(1) ? Pop() : nullptr;
 }
 
 QvResult InitializeCDefaultAllocator()

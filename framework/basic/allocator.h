@@ -83,10 +83,15 @@ public:
     void Reduce(unsigned int uKeep);
 
     /// A free block, taken from the source when there is none; null when the source has no memory.
-    void* Pop();
-
-    /// The same without the source: null when none is free. Inline.
-    void* PopFree();
+    void* Pop()
+    {
+        IAllocator::SBlock* const pBlock = m_pHead;
+        if (pBlock == nullptr) return PopReserving();
+        m_pHead = pBlock->pNext;
+        if (m_pHead == nullptr) m_pTail = nullptr;
+        --m_uBlockCount;
+        return pBlock;
+    }
 
     /// Takes a block back; null is ignored.
     virtual void Push(void* pBlock);
@@ -96,38 +101,30 @@ public:
 
     /// The number of free blocks.
     unsigned int GetBlockCount() const;
+    bool HasFree() const { return m_pHead != nullptr; }
 
     /// Equal when both have the same source, so that each can take the other's blocks (of its size) back.
     bool operator==(const CBlockAllocator& rOther) const;
     bool operator!=(const CBlockAllocator& rOther) const;
 
-    /// Push() for a block that is not null. Inline.
-    void PushFree(void* pBlock);
+    /// Push() of blocks that are a chain already, the one to be popped first at its head; none may be null.
+    void PushChain(IAllocator::SBlock* pFirst, IAllocator::SBlock* pLast, unsigned int uCount)
+    {
+        pLast->pNext = m_pHead;
+        if (m_pTail == nullptr) m_pTail = pLast;
+        m_pHead = pFirst;
+        m_uBlockCount += uCount;
+    }
 
 private:
+    void* PopReserving();
+
     IAllocator* m_pAllocator;
     IAllocator::SBlock* m_pHead;
     IAllocator::SBlock* m_pTail;
     unsigned int m_uBlockCount;
     unsigned int m_uBlockSize;
 };
-
-inline void* CBlockAllocator::PopFree()
-{
-    IAllocator::SBlock* const pBlock = m_pHead;
-    if (pBlock == nullptr) return nullptr;
-    m_pHead = pBlock->pNext;
-    if (m_pHead == nullptr) m_pTail = nullptr;
-    --m_uBlockCount;
-    return pBlock;
-}
-
-inline void CBlockAllocator::PushFree(void* pBlock)
-{
-    m_pHead = new (pBlock) IAllocator::SBlock{m_pHead};
-    if (m_pTail == nullptr) m_pTail = m_pHead;
-    ++m_uBlockCount;
-}
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CDefaultAllocator.
 QV_EXPORT QvResult InitializeCDefaultAllocator();

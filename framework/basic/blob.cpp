@@ -371,7 +371,8 @@ void CBlob::SkipBits(unsigned int uBitCount)
     DropBitsBeforeFirstByte();
     const uint64_t uSkipped = std::min<uint64_t>(uBitCount, ReadableBits());
     if (uSkipped == 0) return;
-    const uint64_t uPosition = uint64_t{m_uReadIndex} * 8 - (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0) + uSkipped;
+    const uint64_t uPosition =
+        uint64_t{m_uReadIndex} * 8 - (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0) + uSkipped;
     m_uReadIndex = static_cast<unsigned int>(BytesHolding(uPosition));
     m_uReadBitOffset = static_cast<unsigned int>(uPosition % 8);
 }

@@ -34,7 +34,8 @@ public:
     /// An empty blob with room for uCapacity bytes, if memory allows: GetCapacity() tells.
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
-    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity = 0, IAllocator* pAllocator = nullptr);
+    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity = 0,
+          IAllocator* pAllocator = nullptr);
     /// Same allocator, capacity, bytes and cursors.
     CBlob(const CBlob& rSrc);
     /// Takes everything; rSrc is empty afterwards.
@@ -134,9 +135,9 @@ protected:
     void CopyMembers(const CBlob& rSrc);
 
 private:
-    unsigned int ReadableBytes() const;
-    uint64_t ReadableBits() const;
-    void DropBitsBeforeFirstByte();
+    QV_HIDDEN unsigned int ReadableBytes() const;
+    QV_HIDDEN uint64_t ReadableBits() const;
+    QV_HIDDEN void DropBitsBeforeFirstByte();
 
     unsigned int m_uReadIndex;
     unsigned int m_uReadBitOffset;

@@ -40,8 +40,8 @@ struct CListBase::SChain
 
     void Append(SNode* pNode)
     {
-        pNode->pPrevious = pLast;
-        if (pLast != nullptr) pLast->pNext = pNode;
+        pNode->SetPrevious(pLast);
+        if (pLast != nullptr) pLast->pFollowing = pNode;
         else pFirst = pNode;
         pLast = pNode;
         ++uCount;
@@ -187,7 +187,7 @@ void* CListBase::Allocate(unsigned int uIndex)
     if (uIndex > m_uSize || ReserveFor(size_t{m_uSize} + 1) < 0) return nullptr;
     SNode* const pBefore = NodeAt(uIndex);
     SChain stChain{};
-    stChain.Append(new (m_nodeAllocator.PopFree()) SNode{nullptr, nullptr});
+    stChain.Append(new (m_nodeAllocator.Pop()) SNode(nullptr, nullptr));
     Link(stChain, pBefore);
     SetCache(uIndex, stChain.pFirst);
     return ElementOf(stChain.pFirst);
@@ -201,15 +201,9 @@ QvResult CListBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompa
 
 void CListBase::Erase(unsigned int uIndex, unsigned int uCount)
 {
-    SNode* pNode = NodeAt(uIndex);
+    SNode* const pNode = NodeAt(uIndex);
     if (pNode == nullptr) return;
-    const SChain stErased = Unlink(pNode, std::min(uCount, m_uSize - uIndex));
-    for (unsigned int uErased = 0; uErased < stErased.uCount; ++uErased)
-    {
-        SNode* const pNext = pNode->pNext;
-        DiscardNode(pNode);
-        pNode = pNext;
-    }
+    Discard(Unlink(pNode, std::min(uCount, m_uSize - uIndex)));
     SetCache(0, m_pHead);
 }
 
@@ -221,8 +215,7 @@ void CListBase::Erase(unsigned int uIndex)
 void CListBase::Erase(SPtr pNode)
 {
     if (!pNode) return;
-    Unlink(pNode.pNode, 1);
-    DiscardNode(pNode.pNode);
+    Discard(Unlink(pNode.pNode, 1));
     SetCache(0, m_pHead);
 }
 
@@ -252,8 +245,8 @@ void CListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
     SNode* const pSecond = NodeAt(uIndex2);
     SNode* const pLow = uIndex1 < uIndex2 ? pFirst : pSecond;
     SNode* const pHigh = uIndex1 < uIndex2 ? pSecond : pFirst;
-    SNode* const pBehindLow = pLow->pNext;
-    SNode* const pBehindHigh = pHigh->pNext;
+    SNode* const pBehindLow = pLow->pFollowing;
+    SNode* const pBehindHigh = pHigh->pFollowing;
     // High goes in front of what was behind low; of neighbours that is high itself, and low alone has to move.
     const SChain stLow = Unlink(pLow, 1);
     if (pBehindLow != pHigh) Link(Unlink(pHigh, 1), pBehindLow);
@@ -283,7 +276,7 @@ QvResult CListBase::Copy(CListBase* pDest, unsigned int uDestIndex, const CListB
     for (unsigned int uCopied = 0; uCopied < uCount; ++uCopied)
     {
         stCopies.Append(pDest->NewNode(ElementOf(pFrom)));
-        pFrom = pFrom->pNext;
+        pFrom = pFrom->pFollowing;
     }
     pDest->Link(stCopies, pBefore);
     pDest->SetCache(0, pDest->m_pHead);
@@ -322,9 +315,9 @@ QvResult CListBase::MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListB
     SChain stCopies{};
     while (stCopies.uCount < uCount)
     {
-        SNode* const pNext = pFrom->pNext;
+        SNode* const pNext = pFrom->pFollowing;
         stCopies.Append(pDest->NewNode(ElementOf(pFrom)));
-        pSrc->DiscardNode(pFrom);
+        pSrc->Discard({pFrom, pFrom, 1});
         pFrom = pNext;
     }
     pDest->Link(stCopies, pBefore);
@@ -401,6 +394,15 @@ void CListBase::ExchangeContents(CListBase& rOther)
     std::swap(m_pTail, rOther.m_pTail);
 }
 
+void CListBase::DropAll()
+{
+    if (m_uSize == 0) return;
+    m_nodeAllocator.PushChain(m_pTail, m_pHead, m_uSize);
+    m_uSize = 0;
+    m_pHead = m_pTail = nullptr;
+    SetCache(0, nullptr);
+}
+
 // Makes at least uCount nodes free.
 QvResult CListBase::ReserveFree(unsigned int uCount)
 {
@@ -419,16 +421,22 @@ QvResult CListBase::ReserveFor(size_t uSize)
 // An element in a node that is not linked yet. The caller has reserved it.
 CListBase::SNode* CListBase::NewNode(const void* pElement)
 {
-    SNode* const pNode = new (m_nodeAllocator.PopFree()) SNode{nullptr, nullptr};
+    SNode* const pNode = new (m_nodeAllocator.Pop()) SNode(nullptr, nullptr);
     if (pElement != nullptr) ConstructFrom(ElementOf(pNode), pElement);
     else Construct(ElementOf(pNode));
     return pNode;
 }
 
-void CListBase::DiscardNode(SNode* pNode)
+// Destroys the elements of unlinked nodes, first to last, and makes the nodes free, the last one on top.
+void CListBase::Discard(const SChain& rstChain)
 {
-    Destruct(ElementOf(pNode));
-    m_nodeAllocator.PushFree(pNode);
+    SNode* pNode = rstChain.pFirst;
+    for (unsigned int uDone = 0; uDone < rstChain.uCount; ++uDone)
+    {
+        Destruct(ElementOf(pNode));
+        pNode = pNode->pFollowing;
+    }
+    m_nodeAllocator.PushChain(rstChain.pLast, rstChain.pFirst, rstChain.uCount);
 }
 
 CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const
@@ -439,8 +447,8 @@ CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const
     else if (uIndex == uLast || m_pCachedNode == nullptr) SetCache(uLast, m_pTail);
     unsigned int uAt = m_uCachedIndex;
     SNode* pNode = m_pCachedNode;
-    for (; uAt < uIndex; ++uAt) pNode = pNode->pNext;
-    for (; uAt > uIndex; --uAt) pNode = pNode->pPrevious;
+    for (; uAt < uIndex; ++uAt) pNode = pNode->pFollowing;
+    for (; uAt > uIndex; --uAt) pNode = pNode->GetPrevious();
     SetCache(uIndex, pNode);
     return pNode;
 }
@@ -448,26 +456,31 @@ CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const
 // Links a chain in front of pBefore, at the end when that is null.
 void CListBase::Link(const SChain& rstChain, SNode* pBefore)
 {
-    SNode* const pBehind = pBefore != nullptr ? pBefore->pPrevious : m_pTail;
-    rstChain.pFirst->pPrevious = pBehind;
-    rstChain.pLast->pNext = pBefore;
-    (pBehind != nullptr ? pBehind->pNext : m_pHead) = rstChain.pFirst;
-    (pBefore != nullptr ? pBefore->pPrevious : m_pTail) = rstChain.pLast;
+    SetNeighbours(pBefore != nullptr ? pBefore->GetPrevious() : m_pTail, rstChain.pFirst);
+    SetNeighbours(rstChain.pLast, pBefore);
     m_uSize += rstChain.uCount;
 }
 
-// Takes uCount nodes from pFirst on out of the list; the links among them, and their outward ones, stay.
+// Takes uCount nodes from pFirst on out of the list; the links among them stay.
 CListBase::SChain CListBase::Unlink(SNode* pFirst, unsigned int uCount)
 {
     SNode* pLast = uCount == m_uSize ? m_pTail : pFirst;
     if (uCount < m_uSize)
     {
-        for (unsigned int uStep = 1; uStep < uCount; ++uStep) pLast = pLast->pNext;
+        for (unsigned int uStep = 1; uStep < uCount; ++uStep) pLast = pLast->pFollowing;
     }
-    (pFirst->pPrevious != nullptr ? pFirst->pPrevious->pNext : m_pHead) = pLast->pNext;
-    (pLast->pNext != nullptr ? pLast->pNext->pPrevious : m_pTail) = pFirst->pPrevious;
+    SetNeighbours(pFirst->GetPrevious(), pLast->pFollowing);
     m_uSize -= uCount;
     return {pFirst, pLast, uCount};
+}
+
+// Makes two nodes neighbours; where one is null, the other becomes that end of the list.
+void CListBase::SetNeighbours(SNode* pNode, SNode* pFollowing)
+{
+    if (pNode != nullptr) pNode->pFollowing = pFollowing;
+    else m_pHead = pFollowing;
+    if (pFollowing != nullptr) pFollowing->SetPrevious(pNode);
+    else m_pTail = pNode;
 }
 
 void CListBase::SetCache(unsigned int uIndex, SNode* pNode) const
@@ -478,7 +491,7 @@ void CListBase::SetCache(unsigned int uIndex, SNode* pNode) const
 
 void CListBase::ListElements(void** ppElements) const
 {
-    for (SNode* pNode = m_pHead; pNode != nullptr; pNode = pNode->pNext) *ppElements++ = ElementOf(pNode);
+    for (SNode* pNode = m_pHead; pNode != nullptr; pNode = pNode->pFollowing) *ppElements++ = ElementOf(pNode);
 }
 
 // Links all nodes anew, in the order of their elements.
@@ -492,7 +505,7 @@ void CListBase::RelinkAs(void* const* ppElements)
         if (m_uSize - stSorted.uCount > uAHEAD) __builtin_prefetch(ppElements[stSorted.uCount + uAHEAD], 1);
         stSorted.Append(static_cast<SNode*>(ppElements[stSorted.uCount]) - 1);
     }
-    stSorted.pLast->pNext = nullptr;
+    stSorted.pLast->pFollowing = nullptr;
     m_pHead = stSorted.pFirst;
     m_pTail = stSorted.pLast;
     SetCache(0, m_pHead);

@@ -3,6 +3,8 @@
 #include <stddef.h>
 
 #include <memory>
+#include <new>
+#include <type_traits>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/ordered_sequence.h"
@@ -31,10 +33,14 @@ class QV_EXPORT CListBase
 {
 public:
     /// What a handle points at: the links in front of the element. For the list alone.
-    struct SNode
+    struct SNode : IAllocator::SBlock
     {
-        SNode* pPrevious;
-        SNode* pNext;
+        SNode(SNode* pPreviousNode, SNode* pNextNode) : SBlock{pPreviousNode}, pFollowing(pNextNode) {}
+        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they are.
+        SNode* GetPrevious() const { return static_cast<SNode*>(pNext); }
+        void SetPrevious(SNode* pNode) { pNext = pNode; }
+
+        SNode* pFollowing;
     };
 
     /// A handle: designates an element, or none. Good until that element is erased; moving, sorting, swapping and
@@ -89,8 +95,8 @@ public:
     /// The ends of the list, and from node to node; none beyond an end, and none of none.
     SPtr GetFirst() const { return m_pHead; }
     SPtr GetLast() const { return m_pTail; }
-    static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pNext : nullptr; }
-    static SPtr GetPrevious(SPtr pNode) { return pNode ? pNode.pNode->pPrevious : nullptr; }
+    static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pFollowing : nullptr; }
+    static SPtr GetPrevious(SPtr pNode) { return pNode ? pNode.pNode->GetPrevious() : nullptr; }
     /// The element of a node; null of none.
     static void* GetElement(SPtr pNode) { return pNode ? pNode.pNode + 1 : nullptr; }
 
@@ -174,6 +180,18 @@ protected:
     unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Exchanges everything but the element size with a list of the same element size.
     void ExchangeContents(CListBase& rOther);
+    /// EraseAll() for elements that need no destruction. Cost: constant.
+    void DropAll();
+    /// Where the element of a block from the node allocator lies.
+    static void* ElementIn(void* pBlock) { return static_cast<unsigned char*>(pBlock) + sizeof(SNode); }
+    /// Makes a block, in which an element lies already, the last node and the cached one.
+    void LinkLast(void* pBlock)
+    {
+        SNode* const pNode = ::new (pBlock) SNode(m_pTail, nullptr);
+        (m_pTail != nullptr ? m_pTail->pFollowing : m_pHead) = pNode;
+        m_pTail = m_pCachedNode = pNode;
+        m_uCachedIndex = m_uSize++;
+    }
 
     /// Access to the elements, for what containers share: walks from the one last asked for, beside the cache.
     class CElementAccess
@@ -182,8 +200,8 @@ protected:
         explicit CElementAccess(const SNode* pHead) : m_pNode(pHead), m_uIndex(0) {}
         const void* operator()(unsigned int uIndex)
         {
-            for (; m_uIndex < uIndex; ++m_uIndex) m_pNode = m_pNode->pNext;
-            for (; m_uIndex > uIndex; --m_uIndex) m_pNode = m_pNode->pPrevious;
+            for (; m_uIndex < uIndex; ++m_uIndex) m_pNode = m_pNode->pFollowing;
+            for (; m_uIndex > uIndex; --m_uIndex) m_pNode = m_pNode->GetPrevious();
             return m_pNode + 1;
         }
 
@@ -202,7 +220,7 @@ protected:
         if (m_uSize < 2) return;
         const std::unique_ptr<void*[]> ppElements(new void*[m_uSize]);
         ListElements(ppElements.get());
-        orvel_internal::ShellSort(m_uSize, orvel_internal::CPointerElements<Compare>(ppElements.get(), rCompare));
+        orvel_internal::SortPointers(ppElements.get(), m_uSize, rCompare);
         RelinkAs(ppElements.get());
     }
 
@@ -218,16 +236,17 @@ protected:
 private:
     struct SChain;
 
-    static QvResult MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
-                               unsigned int uCount);
-    QvResult ReserveFree(unsigned int uCount);
-    QvResult ReserveFor(size_t uSize);
-    SNode* NewNode(const void* pElement);
-    void DiscardNode(SNode* pNode);
-    SNode* NodeAt(unsigned int uIndex) const;
-    void Link(const SChain& rstChain, SNode* pBefore);
-    SChain Unlink(SNode* pFirst, unsigned int uCount);
-    void SetCache(unsigned int uIndex, SNode* pNode) const;
+    QV_HIDDEN static QvResult MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc,
+                                         unsigned int uSrcIndex, unsigned int uCount);
+    QV_HIDDEN QvResult ReserveFree(unsigned int uCount);
+    QV_HIDDEN QvResult ReserveFor(size_t uSize);
+    QV_HIDDEN SNode* NewNode(const void* pElement);
+    QV_HIDDEN void Discard(const SChain& rstChain);
+    QV_HIDDEN SNode* NodeAt(unsigned int uIndex) const;
+    QV_HIDDEN void Link(const SChain& rstChain, SNode* pBefore);
+    QV_HIDDEN SChain Unlink(SNode* pFirst, unsigned int uCount);
+    QV_HIDDEN void SetNeighbours(SNode* pNode, SNode* pFollowing);
+    QV_HIDDEN void SetCache(unsigned int uIndex, SNode* pNode) const;
     void ListElements(void** ppElements) const;
     void RelinkAs(void* const* ppElements);
 };
@@ -268,6 +287,20 @@ public:
         return *this;
     }
 
+    QvResult Append(const T& rElement)
+    {
+        if (!CListBase::m_nodeAllocator.HasFree()) return Sequence::Append(rElement);
+        // As Insert() does, without the calls.
+        void* const pBlock = CListBase::m_nodeAllocator.Pop();
+        ::new (CListBase::ElementIn(pBlock)) T(rElement);
+        CListBase::LinkLast(pBlock);
+        return QV_RES_OK;
+    }
+    void EraseAll()
+    {
+        if (std::is_trivially_destructible<T>::value) CListBase::DropAll();
+        else CListBase::EraseAll();
+    }
     using CListBase::MoveToFirst;
     using CListBase::MoveToLast;
     using Sequence::Find;

@@ -10,8 +10,6 @@ template void FinalizeCPool<CMarshaler>();
 
 namespace
 {
-constexpr unsigned int g_uSegmentSize = sizeof(CMarshaler) - sizeof(unsigned char*);
-
 unsigned char* LinkAt(const unsigned char* puSegmentEnd)
 {
     unsigned char* puNext;
@@ -31,10 +29,10 @@ struct SOperators
     CMarshaler& (CMarshaler::*pfnInsert)(T);
     CMarshaler& (CMarshaler::*pfnExtract)(T&);
 };
-[[gnu::used]] constexpr SOperators<unsigned char> g_stEmitted8 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
-[[gnu::used]] constexpr SOperators<unsigned short> g_stEmitted16 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
-[[gnu::used]] constexpr SOperators<unsigned int> g_stEmitted32 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
-[[gnu::used]] constexpr SOperators<unsigned long> g_stEmitted64 = {&CMarshaler::operator<<, &CMarshaler::operator>>};
+[[gnu::used]] constexpr SOperators<unsigned char> g_stEmitted8 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned short> g_stEmitted16 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned int> g_stEmitted32 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned long> g_stEmitted64 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
 }  // namespace
 
 CMarshaler::CMarshaler()
@@ -72,7 +70,7 @@ CMarshaler& CMarshaler::operator=(const CMarshaler& rSrc)
                               m_puWrite);
         if (puNext == nullptr || !AppendSegment()) break;
         puSegment = puNext;
-        puEnd = puNext + g_uSegmentSize;
+        puEnd = puNext + uSEGMENT_SIZE;
     }
     if (!bReadPlaced)
     {
@@ -89,7 +87,8 @@ void CMarshaler::Insert(const void* pvData, unsigned int uSize)
     for (;;)
     {
         const unsigned int uPart = std::min(static_cast<unsigned int>(m_puWriteEnd - m_puWrite), uSize);
-        m_puWrite = std::copy_n(puData, uPart, m_puWrite);
+        if (uPart != 0) memcpy(m_puWrite, puData, uPart);
+        m_puWrite += uPart;
         uSize -= uPart;
         if (uSize == 0 || !AppendSegment()) return;
         puData += uPart;
@@ -102,13 +101,14 @@ void CMarshaler::Extract(void* pvData, unsigned int uSize)
     for (;;)
     {
         const unsigned int uPart = std::min(static_cast<unsigned int>(m_puReadEnd - m_puRead), uSize);
-        puData = std::copy_n(m_puRead, uPart, puData);
+        if (uPart != 0) memcpy(puData, m_puRead, uPart);
         m_puRead += uPart;
         uSize -= uPart;
         if (uSize == 0) return;
+        puData += uPart;
         if (!EnterNextSegment())
         {
-            std::fill_n(puData, uSize, static_cast<unsigned char>(0));
+            memset(puData, 0, uSize);
             return;
         }
     }
@@ -127,7 +127,7 @@ bool CMarshaler::Load(void* pvData, unsigned int uSize)
 
 void CMarshaler::Skip(unsigned int uSize)
 {
-    unsigned char auSkipped[g_uSegmentSize];
+    unsigned char auSkipped[uSEGMENT_SIZE];
     for (size_t uLeft = std::min<size_t>(uSize, GetUnreadSize()); uLeft != 0;)
     {
         const unsigned int uPart = static_cast<unsigned int>(std::min(uLeft, sizeof(auSkipped)));
@@ -142,9 +142,9 @@ size_t CMarshaler::GetUnreadSize() const
     if (m_puReadEnd == m_puWriteEnd) return m_puRead < m_puWrite ? static_cast<size_t>(m_puWrite - m_puRead) : 0;
     size_t uUnread = static_cast<size_t>(m_puReadEnd - m_puRead);
     const unsigned char* puSegment = LinkAt(m_puReadEnd);
-    for (; puSegment + g_uSegmentSize != m_puWriteEnd; puSegment = LinkAt(puSegment + g_uSegmentSize))
+    for (; puSegment + uSEGMENT_SIZE != m_puWriteEnd; puSegment = LinkAt(puSegment + uSEGMENT_SIZE))
     {
-        uUnread += g_uSegmentSize;
+        uUnread += uSEGMENT_SIZE;
     }
     return uUnread + static_cast<size_t>(m_puWrite - puSegment);
 }
@@ -160,7 +160,7 @@ void CMarshaler::ReleaseSegments()
     unsigned char* puSegment = m_puInlineLink;
     while (puSegment != nullptr)
     {
-        unsigned char* const puNext = LinkAt(puSegment + g_uSegmentSize);
+        unsigned char* const puNext = LinkAt(puSegment + uSEGMENT_SIZE);
         CPool<CMarshaler>::Deallocate(puSegment);
         puSegment = puNext;
     }
@@ -179,16 +179,7 @@ bool CMarshaler::AppendSegment()
     if (puSegment == nullptr) return false;
     SetLinkAt(m_puWriteEnd, puSegment);
     m_puWrite = puSegment;
-    m_puWriteEnd = puSegment + g_uSegmentSize;
+    m_puWriteEnd = puSegment + uSEGMENT_SIZE;
     SetLinkAt(m_puWriteEnd, nullptr);
-    return true;
-}
-
-bool CMarshaler::EnterNextSegment()
-{
-    unsigned char* const puNext = LinkAt(m_puReadEnd);
-    if (puNext == nullptr) return false;
-    m_puRead = puNext;
-    m_puReadEnd = puNext + g_uSegmentSize;
     return true;
 }

@@ -59,33 +59,54 @@ public:
 
 private:
     static constexpr unsigned int uINLINE_SIZE = 56;
+    static constexpr unsigned int uSEGMENT_SIZE = 88;
 
     void ReleaseSegments();
     void ResetMembers();
     bool AppendSegment();
     bool EnterNextSegment();
 
+    // The pointers are copied first: storing bytes could change any member, as far as the compiler knows. What crosses
+    // segments is out of line and by value: an integer whose address is taken would have to be in memory always.
     template <typename T>
     CMarshaler& InsertValue(T value)
     {
-        if (static_cast<size_t>(m_puWriteEnd - m_puWrite) < sizeof(T)) Insert(&value, sizeof(T));
+        unsigned char* const puWrite = m_puWrite;
+        if (static_cast<size_t>(m_puWriteEnd - puWrite) < sizeof(T)) InsertAcrossSegments(value);
         else
         {
-            memcpy(m_puWrite, &value, sizeof(T));
-            m_puWrite += sizeof(T);
+            memcpy(puWrite, &value, sizeof(T));
+            m_puWrite = puWrite + sizeof(T);
         }
         return *this;
     }
     template <typename T>
+    __attribute__((noinline)) void InsertAcrossSegments(T value)
+    {
+        if (m_puWrite == m_puWriteEnd && AppendSegment()) InsertValue(value);
+        else Insert(&value, sizeof(T));
+    }
+    template <typename T>
     CMarshaler& ExtractValue(T& rValue)
     {
-        if (static_cast<size_t>(m_puReadEnd - m_puRead) < sizeof(T)) Extract(&rValue, sizeof(T));
+        unsigned char* const puRead = m_puRead;
+        if (static_cast<size_t>(m_puReadEnd - puRead) < sizeof(T)) rValue = ExtractAcrossSegments<T>();
         else
         {
-            memcpy(&rValue, m_puRead, sizeof(T));
-            m_puRead += sizeof(T);
+            T value;
+            memcpy(&value, puRead, sizeof(T));
+            m_puRead = puRead + sizeof(T);
+            rValue = value;
         }
         return *this;
+    }
+    template <typename T>
+    __attribute__((noinline)) T ExtractAcrossSegments()
+    {
+        T value;
+        if (m_puRead == m_puReadEnd && EnterNextSegment()) ExtractValue(value);
+        else Extract(&value, sizeof(T));
+        return value;
     }
 
     // A segment's end is the address of its link word.
@@ -96,6 +117,16 @@ private:
     unsigned char m_auInline[uINLINE_SIZE];
     unsigned char* m_puInlineLink;
 };
+
+inline bool CMarshaler::EnterNextSegment()
+{
+    unsigned char* puNext;
+    memcpy(&puNext, m_puReadEnd, sizeof(puNext));
+    if (puNext == nullptr) return false;
+    m_puRead = puNext;
+    m_puReadEnd = puNext + uSEGMENT_SIZE;
+    return true;
+}
 
 extern template class CPool<CMarshaler>;
 extern template QvResult InitializeCPool<CMarshaler>();

@@ -128,79 +128,77 @@ QvResult AllocateSorted(Container& rContainer, Search search, const void* pKey, 
     return *ppElement != nullptr ? QV_RES_OK : QV_RES_FAIL;
 }
 
-/// Shell sort. Elements holds one element aside:
-///     Hold(i)           takes a copy of element i
-///     IsAfterHeld(i)    whether element i orders behind the held one
-///     Shift(from, to)   element `from` replaces element `to`
-///     Place(i)          the held element replaces element i, and is no longer held
+/// Shell sort of uSize elements that lie side by side, uStride bytes apart. Elements knows what they are, and holds one
+/// aside:
+///     Hold(p)           takes a copy of the element at p
+///     IsAfterHeld(p)    whether it orders behind the held one
+///     Shift(from, to)   the element at `from` replaces the one at `to`
+///     Place(p)          the held element replaces the one at p, and is no longer held
 template <typename Elements>
-void ShellSort(unsigned int uSize, Elements elements)
+void ShellSort(void* pvFirst, size_t uSize, size_t uStride, Elements elements)
 {
     // Sedgewick, "A new upper bound for Shellsort", J. Algorithms 7 (1986), largest gap first.
-    constexpr unsigned int auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
-                                       861,     336,    112,    48,    21,    7,     3,    1};
-    for (const unsigned int uGap : auGAPS)
+    static constexpr size_t auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
+                                        861,     336,    112,    48,    21,    7,     3,    1};
+    unsigned char* const puFirst = static_cast<unsigned char*>(pvFirst);
+    for (const size_t uGap : auGAPS)
     {
-        for (unsigned int uNext = uGap; uNext < uSize; ++uNext)
+        if (uGap >= uSize) continue;
+        const size_t uStep = uGap * uStride;
+        unsigned char* const puSecondOfRun = puFirst + uStep;
+        unsigned char* const puEnd = puFirst + uSize * uStride;
+        for (unsigned char* puNext = puSecondOfRun; puNext != puEnd; puNext += uStride)
         {
-            elements.Hold(uNext);
-            unsigned int uHole = uNext;
-            while (uHole >= uGap && elements.IsAfterHeld(uHole - uGap))
+            elements.Hold(puNext);
+            unsigned char* puHole = puNext;
+            while (puHole >= puSecondOfRun && elements.IsAfterHeld(puHole - uStep))
             {
-                elements.Shift(uHole - uGap, uHole);
-                uHole -= uGap;
+                elements.Shift(puHole - uStep, puHole);
+                puHole -= uStep;
             }
-            elements.Place(uHole);
+            elements.Place(puHole);
         }
     }
 }
 
-/// Elements that stay where they are while an array of their addresses is sorted.
+/// The addresses of elements, which stay where they are.
 template <typename Compare>
 class CPointerElements
 {
 public:
-    CPointerElements(void** ppElements, const Compare& rCompare)
-        : m_ppElements(ppElements), m_pHeld(nullptr), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { m_pHeld = m_ppElements[uIndex]; }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(m_ppElements[uIndex], m_pHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { m_ppElements[uTo] = m_ppElements[uFrom]; }
-    void Place(unsigned int uIndex) { m_ppElements[uIndex] = m_pHeld; }
+    explicit CPointerElements(const Compare& rCompare) : m_pHeld(nullptr), m_compare(rCompare) {}
+    void Hold(const void* p) { m_pHeld = Load(p); }
+    bool IsAfterHeld(const void* p) const { return m_compare(Load(p), m_pHeld) > 0; }
+    void Shift(const void* pFrom, void* pTo) { memcpy(pTo, pFrom, sizeof(void*)); }
+    void Place(void* p) { memcpy(p, &m_pHeld, sizeof(void*)); }
 
 private:
-    void** m_ppElements;
+    static void* Load(const void* p) { return *static_cast<void* const*>(p); }
+
     void* m_pHeld;
-    const Compare& m_rCompare;
+    Compare m_compare;
 };
 
-/// Elements that lie side by side as bytes. One whose SIZE the compiler knows is moved as machine words; SIZE 0 stands
-/// for any other.
+/// Elements that are bytes. Those whose SIZE the compiler knows are moved as machine words; SIZE 0 stands for any other.
 template <size_t SIZE, typename Compare>
 class CByteElements
 {
 public:
-    CByteElements(void* pvStorage, size_t uSize, unsigned char* puHeld, const Compare& rCompare)
-        : m_puStorage(static_cast<unsigned char*>(pvStorage)),
-          m_uSize(SIZE != 0 ? SIZE : uSize),
-          m_puHeld(puHeld),
-          m_rCompare(rCompare)
+    CByteElements(size_t uSize, void* pHeld, const Compare& rCompare)
+        : m_uSize(uSize), m_pHeld(pHeld), m_compare(rCompare)
     {
     }
-    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), Size()); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), Size()); }
-    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, Size()); }
+    void Hold(const void* p) { Move(p, m_pHeld); }
+    bool IsAfterHeld(const void* p) const { return m_compare(p, m_pHeld) > 0; }
+    void Shift(const void* pFrom, void* pTo) { Move(pFrom, pTo); }
+    void Place(void* p) { Move(m_pHeld, p); }
 
 private:
-    size_t Size() const { return SIZE != 0 ? SIZE : m_uSize; }
-    unsigned char* At(unsigned int uIndex) const { return m_puStorage + uIndex * Size(); }
+    void Move(const void* pFrom, void* pTo) { memcpy(pTo, pFrom, SIZE != 0 ? SIZE : m_uSize); }
 
-    unsigned char* m_puStorage;
     size_t m_uSize;
-    unsigned char* m_puHeld;
-    const Compare& m_rCompare;
+    void* m_pHeld;
+    Compare m_compare;
 };
 
 /// Elements that their container makes, copies and destroys.
@@ -208,29 +206,43 @@ template <typename Container, typename Compare>
 class CConstructedElements
 {
 public:
-    CConstructedElements(Container& rContainer, unsigned char* puHeld, const Compare& rCompare)
-        : m_rContainer(rContainer), m_puHeld(puHeld), m_rCompare(rCompare)
+    CConstructedElements(Container& rContainer, void* pHeld, const Compare& rCompare)
+        : m_rContainer(rContainer), m_pHeld(pHeld), m_compare(rCompare)
     {
     }
-    void Hold(unsigned int uIndex) { m_rContainer.ConstructFrom(m_puHeld, m_rContainer.GetAt(uIndex)); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(m_rContainer.GetAt(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo)
+    void Hold(const void* p) { m_rContainer.ConstructFrom(m_pHeld, p); }
+    bool IsAfterHeld(const void* p) const { return m_compare(p, m_pHeld) > 0; }
+    void Shift(const void* pFrom, void* pTo)
     {
-        m_rContainer.Destruct(m_rContainer.GetAt(uTo));
-        m_rContainer.ConstructFrom(m_rContainer.GetAt(uTo), m_rContainer.GetAt(uFrom));
+        m_rContainer.Destruct(pTo);
+        m_rContainer.ConstructFrom(pTo, pFrom);
     }
-    void Place(unsigned int uIndex)
+    void Place(void* p)
     {
-        m_rContainer.Destruct(m_rContainer.GetAt(uIndex));
-        m_rContainer.ConstructFrom(m_rContainer.GetAt(uIndex), m_puHeld);
-        m_rContainer.Destruct(m_puHeld);
+        Shift(m_pHeld, p);
+        m_rContainer.Destruct(m_pHeld);
     }
 
 private:
     Container& m_rContainer;
-    unsigned char* m_puHeld;
-    const Compare& m_rCompare;
+    void* m_pHeld;
+    Compare m_compare;
 };
+
+/// Sorts an array of addresses by the elements there.
+template <typename Compare>
+void SortPointers(void** ppElements, size_t uSize, const Compare& rCompare)
+{
+    ShellSort(ppElements, uSize, sizeof(void*), CPointerElements<Compare>(rCompare));
+}
+
+/// Sorts elements of SIZE bytes (0: of uElementSize).
+template <size_t SIZE, typename Compare>
+void SortBytes(void* pvStorage, size_t uSize, size_t uElementSize, void* pHeld, const Compare& rCompare)
+{
+    ShellSort(pvStorage, uSize, SIZE != 0 ? SIZE : uElementSize,
+              CByteElements<SIZE, Compare>(uElementSize, pHeld, rCompare));
+}
 }  // namespace orvel_internal
 
 #endif

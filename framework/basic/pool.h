@@ -81,7 +81,7 @@ template <typename T>
 void* CPool<T>::Allocate()
 {
     if (ms_pBlockAllocator == nullptr) return nullptr;
-    const CMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(ms_pmutex);
     const bool bGrows = ms_uAllocatedCount >= ms_uCapacity;
     if (bGrows && ms_uLockCapacity != 0) return nullptr;
     void* const pvBlock = ms_pBlockAllocator->Pop();
@@ -95,7 +95,7 @@ template <typename T>
 void CPool<T>::Deallocate(void* pvBlock)
 {
     if (ms_pBlockAllocator == nullptr || pvBlock == nullptr) return;
-    const CMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(ms_pmutex);
     ms_pBlockAllocator->Push(pvBlock);
     if (ms_uCapacity < ms_uAllocatedCount) ms_pBlockAllocator->Reduce(0);
     --ms_uAllocatedCount;

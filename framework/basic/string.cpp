@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <new>
 
@@ -60,7 +61,9 @@ struct SEmitted
     &CString::CStr, {&CString::GetSize, &CString::GetCapacity}, &CString::GetAt};
 }  // namespace
 
-CString::CString() : m_pstInfo(ms_pstEmptyStringInfo) {}
+CString::CString() : m_pstInfo(ms_pstEmptyStringInfo)
+{
+}
 
 CString::CString(const char* pszText) : CString()
 {
@@ -85,14 +88,14 @@ CString::CString(CString&& rSrc) noexcept : CString()
 CString::~CString()
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
-    const CMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
     Release();
 }
 
 CString& CString::operator=(const CString& rSrc)
 {
     if (this == &rSrc) return *this;
-    const CMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(ms_pmutex);
     SStringInfo* pstInfo = rSrc.m_pstInfo;
     const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
@@ -373,7 +376,8 @@ void CString::Release()
 
 QvResult CString::CreateCopy()
 {
-    const CMutexGuard guard(ms_pmutex);
+    if (!IsShared()) return QV_RES_OK;
+    const CBriefMutexGuard guard(ms_pmutex);
     if (GetRefCount() <= 1) return QV_RES_OK;
     SStringInfo* const pstCopy = CopyBlock(m_pstInfo->uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
@@ -399,17 +403,27 @@ unsigned int CString::GetRefCount()
 
 void CString::IncRefCount()
 {
-    ++m_pstInfo->uRefCount;
+    const uint16_t uRefCount = static_cast<uint16_t>(GetRefCount() + 1);
+    std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).store(uRefCount, std::memory_order_relaxed);
 }
 
 void CString::DecRefCount()
 {
-    --m_pstInfo->uRefCount;
+    // Releases what this string read of the block to who finds itself alone with it.
+    const uint16_t uRefCount = static_cast<uint16_t>(GetRefCount() - 1);
+    std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).store(uRefCount, std::memory_order_release);
 }
 
 const char* CString::MakeNullSafe(const char* pszText)
 {
     return pszText != nullptr ? pszText : g_szEMPTY_STRING;
+}
+
+// Whether the count may change under other hands, which takes the mutex to read it reliably. Nobody but this string can
+// raise a count of 1, and nobody changes that of the empty block.
+bool CString::IsShared() const
+{
+    return std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).load(std::memory_order_acquire) > 1;
 }
 
 bool CString::HoldsAddress(const char* psz) const
@@ -444,7 +458,7 @@ QvResult CString::Reallocate(unsigned int uCapacity)
 {
     SStringInfo* const pstCopy = CopyBlock(uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
-    const CMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
     Release();
     m_pstInfo = pstCopy;
     return QV_RES_OK;

@@ -40,7 +40,7 @@ public:
     CString();
     /// Empty when the text is longer than uMAX_SIZE.
     CString(const char* pszText);
-    /// uSize characters, NULs included; Insert(0, 1, pszText, uSize) into an empty string.
+    /// uSize characters, NULs included, of pszText; but uMAX_SIZE means its length, as in Insert().
     CString(const char* pszText, unsigned int uSize);
     /// Shares the block.
     CString(const CString& rSrc);
@@ -173,13 +173,14 @@ private:
         return reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, szCharacters);
     }
 
-    char* Characters() { return CharactersOf(m_pstInfo); }
-    bool HoldsAddress(const char* psz) const;
-    void SetSize(unsigned int uSize);
-    SStringInfo* CopyBlock(unsigned int uCapacity) const;
-    QvResult Reallocate(unsigned int uCapacity);
-    QvResult MakeRoom(unsigned int uSize);
-    QvResult PutFormatted(unsigned int uStartIndex, const char* pszText, unsigned int uLength);
+    QV_HIDDEN char* Characters() { return CharactersOf(m_pstInfo); }
+    QV_HIDDEN bool IsShared() const;
+    QV_HIDDEN bool HoldsAddress(const char* psz) const;
+    QV_HIDDEN void SetSize(unsigned int uSize);
+    QV_HIDDEN SStringInfo* CopyBlock(unsigned int uCapacity) const;
+    QV_HIDDEN QvResult Reallocate(unsigned int uCapacity);
+    QV_HIDDEN QvResult MakeRoom(unsigned int uSize);
+    QV_HIDDEN QvResult PutFormatted(unsigned int uStartIndex, const char* pszText, unsigned int uLength);
 
     SStringInfo* m_pstInfo;
 };

@@ -278,7 +278,11 @@ public:
     QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
     QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
 
-    using Base::Sort;
+    void Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+    {
+        // Not the base's, which does the same: a callback costs less when it does not lie in another module.
+        Base::SortElements(SComparison{pfnCompare, uParam});
+    }
     template <typename Compare = SNaturalOrder>
     void Sort(Compare compare = Compare())
     {

@@ -320,8 +320,10 @@ void CVectorBase::Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVecto
     if (!pDest->m_bConstruct) memmove(pDest->SlotAt(uDestIndex), pSrc->SlotAt(uSrcIndex), pDest->BytesOf(uCount));
     else
     {
-        ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount), [&](unsigned int uOffset)
-                      { pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pSrc->SlotAt(uSrcIndex + uOffset)); });
+        ForEachOffset(uCount, MustRunBackwards(bSame, uDestIndex, uSrcIndex, uCount),
+                      [&](unsigned int uOffset) {
+                          pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pSrc->SlotAt(uSrcIndex + uOffset));
+                      });
     }
 }
 

@@ -184,13 +184,13 @@ protected:
     void* m_pvStorage;
 
 private:
-    unsigned char* SlotAt(unsigned int uIndex) const;
-    size_t BytesOf(unsigned int uCount) const;
-    bool HoldsAddress(const void* pv) const;
-    QvResult GrowTo(size_t uCapacity);
-    QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
-    void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
-    void FillSlot(unsigned int uIndex, const void* pElement);
+    QV_HIDDEN unsigned char* SlotAt(unsigned int uIndex) const;
+    QV_HIDDEN size_t BytesOf(unsigned int uCount) const;
+    QV_HIDDEN bool HoldsAddress(const void* pv) const;
+    QV_HIDDEN QvResult GrowTo(size_t uCapacity);
+    QV_HIDDEN QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
+    QV_HIDDEN void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
+    QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
 };
 
 template <typename Compare>
@@ -198,13 +198,14 @@ void CVectorBase::SortElements(const Compare& rCompare)
 {
     if (m_uSize < 2) return;
     using namespace orvel_internal;
-    const std::unique_ptr<unsigned char[]> puHeld(new unsigned char[m_uElementSize]);
-    if (m_bConstruct) ShellSort(m_uSize, CConstructedElements<CVectorBase, Compare>(*this, puHeld.get(), rCompare));
-    else if (m_uElementSize == 4) ShellSort(m_uSize, CByteElements<4, Compare>(m_pvStorage, 4, puHeld.get(), rCompare));
-    else if (m_uElementSize == 8) ShellSort(m_uSize, CByteElements<8, Compare>(m_pvStorage, 8, puHeld.get(), rCompare));
-    else if (m_uElementSize == 16)
-        ShellSort(m_uSize, CByteElements<16, Compare>(m_pvStorage, 16, puHeld.get(), rCompare));
-    else ShellSort(m_uSize, CByteElements<0, Compare>(m_pvStorage, m_uElementSize, puHeld.get(), rCompare));
+    const std::unique_ptr<unsigned char[]> held(new unsigned char[m_uElementSize]);
+    void* const pHeld = held.get();
+    const CConstructedElements<CVectorBase, Compare> constructed(*this, pHeld, rCompare);
+    if (m_bConstruct) ShellSort(m_pvStorage, m_uSize, m_uElementSize, constructed);
+    else if (m_uElementSize == 4) SortBytes<4>(m_pvStorage, m_uSize, 4, pHeld, rCompare);
+    else if (m_uElementSize == 8) SortBytes<8>(m_pvStorage, m_uSize, 8, pHeld, rCompare);
+    else if (m_uElementSize == 16) SortBytes<16>(m_pvStorage, m_uSize, 16, pHeld, rCompare);
+    else SortBytes<0>(m_pvStorage, m_uSize, m_uElementSize, pHeld, rCompare);
 }
 
 /// An array of T over CVectorBase, whose growth and threading rules it has:
@@ -285,7 +286,7 @@ public:
     QvResult Append(const T& rElement)
     {
         const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
-        if (uSize == m_uCapacity) return CVectorBase::Insert(uSize, 1, &rElement);
+        if (uSize == m_uCapacity) return AppendGrowing(rElement);
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
@@ -310,8 +311,7 @@ public:
         if constexpr (std::is_trivially_copyable<T>::value)
         {
             alignas(T) unsigned char auHeld[sizeof(T)];
-            using Elements = orvel_internal::CByteElements<sizeof(T), decltype(typed)>;
-            orvel_internal::ShellSort(m_uSize, Elements(m_pvStorage, sizeof(T), auHeld, typed));
+            orvel_internal::SortBytes<sizeof(T)>(m_pvStorage, m_uSize, sizeof(T), auHeld, typed);
         }
         else CVectorBase::SortElements(typed);
     }
@@ -319,6 +319,16 @@ public:
     void Construct(void* pElement) override { Sequence::Construct(pElement); }
     void ConstructFrom(void* pElement, const void* pSource) override { Sequence::ConstructFrom(pElement, pSource); }
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
+
+private:
+    // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.
+    using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
+                                               T, const T&>::type;
+
+    __attribute__((noinline)) QvResult AppendGrowing(Argument element)
+    {
+        return CVectorBase::Insert(m_uSize, 1, &element);
+    }
 };
 
 extern template class CVector<void*>;

@@ -119,7 +119,7 @@ QvResult CVListBase::Insert(unsigned int uIndex, unsigned int uCount, const void
     const QvResult res = OpenSlots(uIndex, uCount);
     for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew)
     {
-        void* const pBlock = m_elementAllocator.PopFree();
+        void* const pBlock = m_elementAllocator.Pop();
         if (pElement != nullptr) ConstructFrom(pBlock, pElement);
         else Construct(pBlock);
         m_order[uIndex + uNew] = pBlock;
@@ -152,7 +152,7 @@ void* CVListBase::Allocate(unsigned int uIndex)
     void* const pBlock = m_elementAllocator.Pop();
     if (pBlock == nullptr) return nullptr;
     if (m_order.Insert(uIndex, 1, pBlock) >= 0) return pBlock;
-    m_elementAllocator.PushFree(pBlock);
+    m_elementAllocator.Push(pBlock);
     return nullptr;
 }
 
@@ -198,7 +198,7 @@ QvResult CVListBase::Copy(CVListBase* pDest, unsigned int uDestIndex, const CVLi
     if (!pDest->m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     for (unsigned int uCopied = 0; uCopied < uCount; ++uCopied)
     {
-        void* const pBlock = pDest->m_elementAllocator.PopFree();
+        void* const pBlock = pDest->m_elementAllocator.Pop();
         pDest->m_order[uDestIndex + uCopied] = pBlock;
         pDest->ConstructFrom(pBlock, pSrc->m_order[uSrcIndex + uCopied]);
     }
@@ -219,7 +219,7 @@ QvResult CVListBase::Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase
     for (unsigned int uMoved = 0; uMoved < uCount; ++uMoved)
     {
         void* const pFrom = pSrc->m_order[uSrcIndex + uMoved];
-        void* const pBlock = pDest->m_elementAllocator.PopFree();
+        void* const pBlock = pDest->m_elementAllocator.Pop();
         pDest->ConstructFrom(pBlock, pFrom);
         pDest->m_order[uDestIndex + uMoved] = pBlock;
         pSrc->DiscardBlock(pFrom);
@@ -332,5 +332,5 @@ bool CVListBase::ReserveBlocksFor(unsigned int uElementsToReplace, const CVListB
 void CVListBase::DiscardBlock(void* pBlock)
 {
     Destruct(pBlock);
-    m_elementAllocator.PushFree(pBlock);
+    m_elementAllocator.Push(pBlock);
 }

@@ -163,8 +163,7 @@ protected:
     template <typename Compare>
     void SortElements(const Compare& rCompare)
     {
-        orvel_internal::ShellSort(m_order.GetSize(),
-                                  orvel_internal::CPointerElements<Compare>(m_order.begin(), rCompare));
+        orvel_internal::SortPointers(m_order.begin(), m_order.GetSize(), rCompare);
     }
 
     CBlockAllocator m_elementAllocator;
@@ -172,11 +171,12 @@ protected:
     CVector<void*> m_order;
 
 private:
-    bool HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex, unsigned int uCount) const;
-    QvResult OpenSlots(unsigned int uIndex, unsigned int uCount);
-    QvResult GrowFor(size_t uSize);
-    bool ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount);
-    void DiscardBlock(void* pBlock);
+    QV_HIDDEN bool HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex,
+                              unsigned int uCount) const;
+    QV_HIDDEN QvResult OpenSlots(unsigned int uIndex, unsigned int uCount);
+    QV_HIDDEN QvResult GrowFor(size_t uSize);
+    QV_HIDDEN bool ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount);
+    QV_HIDDEN void DiscardBlock(void* pBlock);
 };
 
 namespace orvel_internal

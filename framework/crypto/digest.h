@@ -22,9 +22,9 @@ inline void StoreBigEndian32(uint8_t* pu, uint32_t uWord)
     memcpy(pu, &uWord, sizeof(uWord));
 }
 
-inline void StoreBigEndian(uint8_t* pu, const uint32_t* puWords, unsigned int uCount)
+inline void StoreBigEndian(uint8_t* pu, const uint32_t* puWords, size_t uCount)
 {
-    for (unsigned int u = 0; u < uCount; ++u) StoreBigEndian32(pu + 4 * u, puWords[u]);
+    for (size_t u = 0; u < uCount; ++u) StoreBigEndian32(pu + 4 * u, puWords[u]);
 }
 
 inline uint32_t LoadBigEndian32(const uint8_t* pu)

@@ -87,7 +87,9 @@ QvResult CSecurePrngBremoFw::InitializeCSecurePrngBremoFw()
     return QV_RES_OK;
 }
 
-void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw() {}
+void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw()
+{
+}
 
 void CSecurePrngBremoFw::InitializeSeed()
 {

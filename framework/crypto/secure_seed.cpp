@@ -92,16 +92,19 @@ QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
 {
     if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
     CSha1 sha1;
-    QvResult res = sha1.Begin();
+    const QvResult res = sha1.Begin();
     if (res < 0) return res;
     const pid_t nProcessId = getpid();
     uint8_t auDeviceBytes[g_uDeviceBytes] = {};
     GatherFromDevices(auDeviceBytes);
-    res = sha1.Update(auDeviceBytes, sizeof(auDeviceBytes));
-    if (res >= 0) res = UpdateFromValue(sha1, static_cast<int64_t>(nProcessId));
-    if (res >= 0) res = UpdateFromValue(sha1, static_cast<uint64_t>(getuid()));
-    if (res >= 0) res = UpdateFromValue(sha1, static_cast<int64_t>(time(nullptr)));
-    if (res >= 0) res = UpdateFromValue(sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
+    // A step that fails is the last one; the seed is made of what was hashed by then.
+    if (sha1.Update(auDeviceBytes, sizeof(auDeviceBytes)) >= 0 &&
+        UpdateFromValue(sha1, static_cast<int64_t>(nProcessId)) >= 0 &&
+        UpdateFromValue(sha1, static_cast<uint64_t>(getuid())) >= 0 &&
+        UpdateFromValue(sha1, static_cast<int64_t>(time(nullptr))) >= 0)
+    {
+        UpdateFromValue(sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
+    }
     explicit_bzero(auDeviceBytes, sizeof(auDeviceBytes));
     return sha1.End(puSeed);
 }
@@ -112,7 +115,9 @@ QvResult CSecureSeedBremoFw::InitializeCSecureSeedBremoFw()
     return QV_RES_OK;
 }
 
-void CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw() {}
+void CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw()
+{
+}
 
 CSecureSeed::~CSecureSeed() = default;
 

@@ -73,8 +73,8 @@ void CSha1BremoFw::Input(const uint8_t* puData, unsigned int uSize)
 {
     m_uByteCount += uSize;
     m_uBlockIndex = static_cast<uint8_t>(orvel_internal::FeedBlocks(
-        m_auBlock, m_uBlockIndex, puData, uSize, [this](const uint8_t* puBlocks, size_t uCount)
-        { orvel_internal::Sha1Blocks(m_auState, puBlocks, uCount); }));
+        m_auBlock, m_uBlockIndex, puData, uSize,
+        [this](const uint8_t* puBlocks, size_t uCount) { orvel_internal::Sha1Blocks(m_auState, puBlocks, uCount); }));
 }
 
 void CSha1BremoFw::ProcessMsgBlock()

@@ -75,9 +75,10 @@ QvResult CSha256BremoFw::Input(const uint8_t* puData, unsigned int uSize)
     if (uLength >= GetLength())
     {
         SetLength(uLength);
-        m_uBlockIndex = static_cast<uint8_t>(orvel_internal::FeedBlocks(
-            m_auBlock, m_uBlockIndex, puData, uSize, [this](const uint8_t* puBlocks, size_t uCount)
-            { orvel_internal::Sha256Blocks(m_auState, puBlocks, uCount); }));
+        m_uBlockIndex = static_cast<uint8_t>(
+            orvel_internal::FeedBlocks(m_auBlock, m_uBlockIndex, puData, uSize,
+                                       [this](const uint8_t* puBlocks, size_t uCount)
+                                       { orvel_internal::Sha256Blocks(m_auState, puBlocks, uCount); }));
         return QV_RES_OK;
     }
     // The length is about to wrap: go on byte by byte up to where it does.

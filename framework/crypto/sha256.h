@@ -29,8 +29,8 @@ private:
     void Finalize(uint8_t uPadByte);
     QvResult Result(uint8_t* puDigest);
 
-    uint64_t GetLength() const;
-    void SetLength(uint64_t uBits);
+    QV_HIDDEN uint64_t GetLength() const;
+    QV_HIDDEN void SetLength(uint64_t uBits);
 
     uint8_t m_uComputed;
     uint8_t m_uCorrupted;
@@ -53,7 +53,10 @@ public:
     ~CSha256() override;
 
     QvResult Begin() override { return CSha256BremoFw::Begin(); }
-    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return CSha256BremoFw::Update(puData, uSize); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    {
+        return CSha256BremoFw::Update(puData, uSize);
+    }
     QvResult End(uint8_t* puDigest) override { return CSha256BremoFw::End(puDigest); }
     QvResult Update(const CBlob* pblobData) override { return CSha256BremoFw::Update(pblobData); }
     QvResult End(CBlob* pblobDigest) override { return CSha256BremoFw::End(pblobDigest); }

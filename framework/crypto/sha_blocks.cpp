@@ -29,7 +29,7 @@ uint32_t& At(uint32_t (&auSchedule)[g_uScheduleSize], unsigned int uRound)
 
 void LoadSchedule(uint32_t (&auSchedule)[g_uScheduleSize], const uint8_t* puBlock)
 {
-    for (unsigned int u = 0; u < g_uScheduleSize; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
+    for (size_t u = 0; u < g_uScheduleSize; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
 }
 
 uint32_t Choose(uint32_t x, uint32_t y, uint32_t z)

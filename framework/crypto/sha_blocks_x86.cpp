@@ -22,6 +22,7 @@ inline void Sha1FiveGroups(__m128i& rAbcd, __m128i& rE, __m128i (&aWords)[4], in
         }
         const __m128i e = nGroup == 0 ? _mm_add_epi32(rE, rWords) : _mm_sha1nexte_epu32(rE, rWords);
         rE = rAbcd;
+        asm("" : "+x"(rE));  // The copy goes where the next e is made, and the chain of rounds has no move in it.
         rAbcd = _mm_sha1rnds4_epu32(rAbcd, e, ROUND);
     }
 }
@@ -48,7 +49,7 @@ void Sha1BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_t 
         const __m128i abcdBefore = abcd;
         const __m128i eBefore = e;
         __m128i aWords[4];
-        for (int n = 0; n < 4; ++n) aWords[n] = _mm_shuffle_epi8(Load(puBlocks + 16 * n), reverseBytes);
+        for (size_t n = 0; n < 4; ++n) aWords[n] = _mm_shuffle_epi8(Load(puBlocks + 16 * n), reverseBytes);
         Sha1FiveGroups<0>(abcd, e, aWords, 0);
         Sha1FiveGroups<1>(abcd, e, aWords, 5);
         Sha1FiveGroups<2>(abcd, e, aWords, 10);
@@ -73,8 +74,8 @@ void Sha256BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_
         const __m128i abefBefore = abef;
         const __m128i cdghBefore = cdgh;
         __m128i aWords[4];
-        for (int n = 0; n < 4; ++n) aWords[n] = _mm_shuffle_epi8(Load(puBlocks + 16 * n), reverseBytesOfWords);
-        for (int nGroup = 0; nGroup < 16; ++nGroup)
+        for (size_t n = 0; n < 4; ++n) aWords[n] = _mm_shuffle_epi8(Load(puBlocks + 16 * n), reverseBytesOfWords);
+        for (size_t nGroup = 0; nGroup < 16; ++nGroup)
         {
             __m128i& rWords = aWords[nGroup % 4];
             if (nGroup >= 4)

@@ -56,9 +56,8 @@ extern QV_EXPORT SAssertCallStackTraceHandler* g_pstAssertCallStackTraceHandler;
 extern QV_EXPORT SAssertFinalBehaviorHandler* g_pstAssertFinalBehaviorHandler;
 
 /// The fail handler that is installed when no other is: returns at once.
-QV_EXPORT void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFile, int nLine,
-                                          const char* pszFunction, const char* pszCondition,
-                                          unsigned int uErrorCode);
+QV_EXPORT void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFile, int nLine, const char* pszFunction,
+                                          const char* pszCondition, unsigned int uErrorCode);
 
 /// Replaces a handler and returns the record that was current. A null pointer, or a record without a function,
 /// restores the default: QvDefaultAssertFailHandler for the fail handler, no function for the others, uOpaque 0.

@@ -1,6 +1,7 @@
 #ifndef FRAMEWORK_KERNEL_MUTEX_H
 #define FRAMEWORK_KERNEL_MUTEX_H
 #include <pthread.h>
+#include <sys/single_threaded.h>
 
 #include "framework/kernel/export.h"
 
@@ -46,6 +47,16 @@ public:
 
 private:
     const CMutex* m_pMutex;
+};
+
+/// The same for short sections in which no thread is started: while the process has only one, nothing is locked.
+class CBriefMutexGuard
+{
+public:
+    explicit CBriefMutexGuard(const CMutex* pMutex) : m_guard(__libc_single_threaded != 0 ? nullptr : pMutex) {}
+
+private:
+    CMutexGuard m_guard;
 };
 
 #endif

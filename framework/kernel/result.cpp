@@ -34,4 +34,6 @@ QvResult InitializeResult()
     return QV_RES_OK;
 }
 
-void FinalizeResult() {}
+void FinalizeResult()
+{
+}

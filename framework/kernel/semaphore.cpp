@@ -108,7 +108,9 @@ bool CSemaphore::WaitConditionFor(unsigned int uTimeoutMs) const
     return bAcquired;
 }
 
-CBinarySemaphore::CBinarySemaphore(EInitValue eInitValue, bool bTimedWait) : m_sem(eInitValue, 1, bTimedWait) {}
+CBinarySemaphore::CBinarySemaphore(EInitValue eInitValue, bool bTimedWait) : m_sem(eInitValue, 1, bTimedWait)
+{
+}
 
 CBinarySemaphore::~CBinarySemaphore() = default;
 

@@ -41,9 +41,9 @@ public:
     void Signal(bool bYield) const;
 
 private:
-    bool IsPosixSemaphore() const;
-    bool WaitCondition() const;
-    bool WaitConditionFor(unsigned int uTimeoutMs) const;
+    QV_HIDDEN bool IsPosixSemaphore() const;
+    QV_HIDDEN bool WaitCondition() const;
+    QV_HIDDEN bool WaitConditionFor(unsigned int uTimeoutMs) const;
 
     mutable unsigned int m_uCount;
     unsigned int m_uMaxCount;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <type_traits>
 
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/unused_parameter.h"
@@ -40,21 +41,26 @@ void FormatCut(char* pszBuf, int nSize, const char* pszFormat, va_list args)
     strncpy(pszBuf, pszText, uSize);
 }
 
+// Writes the digits of uValue so that they end at pszEnd; returns where they begin. The base is a type of its own where
+// the compiler can turn the division by it into a multiplication.
+template <typename Base>
+char* WriteDigits(char* pszEnd, uint64_t uValue, Base base)
+{
+    do {
+        *--pszEnd = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"[uValue % base];
+        uValue /= base;
+    } while (uValue != 0);
+    return pszEnd;
+}
+
 int NumberToString(char* pszBuf, int nSize, uint64_t uValue, int nBase)
 {
     char szDigits[64];  // base 2 needs one for each bit
     char* const pszEnd = szDigits + sizeof(szDigits);
     char* pszText = pszEnd;
     if (nBase < 2 || nBase > 36) *--pszText = '?';
-    else
-    {
-        const uint64_t uBase = static_cast<uint64_t>(nBase);
-        do
-        {
-            *--pszText = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"[uValue % uBase];
-            uValue /= uBase;
-        } while (uValue != 0);
-    }
+    else if (nBase == 10) pszText = WriteDigits(pszEnd, uValue, std::integral_constant<uint64_t, 10>());
+    else pszText = WriteDigits(pszEnd, uValue, static_cast<uint64_t>(nBase));
     const int nCount = std::min(static_cast<int>(pszEnd - pszText), std::max(nSize, 0));
     std::copy_n(pszText, nCount, pszBuf);
     if (nCount < nSize) pszBuf[nCount] = '\0';

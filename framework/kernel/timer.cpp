@@ -30,7 +30,9 @@ void Store(uint64_t& ruPlan, uint64_t uValue)
 }
 }  // namespace
 
-CTimer::CTimer() : m_uNextMs(0), m_uPeriodMs(0), m_semStop(CBinarySemaphore::eFREE, true) {}
+CTimer::CTimer() : m_uNextMs(0), m_uPeriodMs(0), m_semStop(CBinarySemaphore::eFREE, true)
+{
+}
 
 CTimer::~CTimer() = default;
 

@@ -92,5 +92,5 @@ void CTestAllocator::CheckAndFree(unsigned char* puBlock)
     EXPECT_TRUE(IsIntact(puBlock + uSize)) << "bytes behind a block of " << uSize << " were overwritten";
     std::fill_n(puBlock, uSize, g_uFreedByte);
     m_sizes.erase(puBlock);
-    delete[] (puBlock - g_uGuardSize);
+    delete[](puBlock - g_uGuardSize);
 }

@@ -1,0 +1,160 @@
+#include "framework/basic/vector.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace
+{
+// Both sides reserve first: what is measured is the append, not the growth. Both are filled through a reference, as
+// vectors that are members of something are.
+template <typename Vector>
+void Escape(Vector& rVector)
+{
+    Vector* pVector = &rVector;
+    benchmark::DoNotOptimize(pVector);
+}
+
+void BM_AppendOurs(benchmark::State& rState)
+{
+    const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
+    CVector<int> vector;
+    vector.ReserveCapacity(uCount);
+    Escape(vector);
+    for (auto _ : rState)
+    {
+        vector.EraseAll();
+        for (unsigned int u = 0; u < uCount; ++u) vector.Append(static_cast<int>(u));
+        benchmark::DoNotOptimize(vector.begin());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_AppendStd(benchmark::State& rState)
+{
+    const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
+    std::vector<int> vector;
+    vector.reserve(uCount);
+    Escape(vector);
+    for (auto _ : rState)
+    {
+        vector.clear();
+        for (unsigned int u = 0; u < uCount; ++u) vector.push_back(static_cast<int>(u));
+        benchmark::DoNotOptimize(vector.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_AccessOurs(benchmark::State& rState)
+{
+    CVector<int> vector;
+    vector.Insert(0, static_cast<unsigned int>(rState.range(0)), 3);
+    for (auto _ : rState)
+    {
+        int nSum = 0;
+        for (unsigned int u = 0; u < vector.GetSize(); ++u) nSum += *vector.GetAt(u);
+        benchmark::DoNotOptimize(nSum);
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// at() checks the index, as GetAt() does.
+void BM_AccessStd(benchmark::State& rState)
+{
+    std::vector<int> vector(static_cast<std::size_t>(rState.range(0)), 3);
+    for (auto _ : rState)
+    {
+        int nSum = 0;
+        for (std::size_t u = 0; u < vector.size(); ++u) nSum += vector.at(u);
+        benchmark::DoNotOptimize(nSum);
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+template <unsigned int SIZE>
+struct SElement
+{
+    unsigned int uKey;
+    unsigned char auRest[SIZE - sizeof(unsigned int)];
+};
+template <>
+struct SElement<4>
+{
+    unsigned int uKey;
+};
+
+int CompareKeys(const void* pElement, const void* pKey, unsigned int)
+{
+    const unsigned int uLeft = *static_cast<const unsigned int*>(pElement);
+    const unsigned int uRight = *static_cast<const unsigned int*>(pKey);
+    return uLeft < uRight ? -1 : uLeft > uRight;
+}
+
+template <typename Element>
+std::vector<Element> Shuffled(std::int64_t nCount)
+{
+    std::vector<Element> elements(static_cast<std::size_t>(nCount));
+    unsigned int uKey = 1;
+    for (Element& rElement : elements) rElement.uKey = uKey = uKey * 1664525u + 1013904223u;
+    return elements;
+}
+
+template <unsigned int SIZE>
+void BM_SortOurs(benchmark::State& rState)
+{
+    const auto source = Shuffled<SElement<SIZE>>(rState.range(0));
+    CVectorBase vector(SIZE, false, nullptr);
+    vector.ReserveCapacity(static_cast<unsigned int>(source.size()));
+    vector.Resize(static_cast<unsigned int>(source.size()));
+    for (auto _ : rState)
+    {
+        memcpy(vector.GetAt(0), source.data(), source.size() * SIZE);
+        vector.Sort(CompareKeys, 0);
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// The same algorithm, written by hand for a known type and with the same callback.
+template <unsigned int SIZE>
+void BM_SortHand(benchmark::State& rState)
+{
+    static constexpr unsigned int auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
+                                              861,     336,    112,    48,    21,    7,     3,    1};
+    const auto source = Shuffled<SElement<SIZE>>(rState.range(0));
+    auto elements = source;
+    int (*pfnCompare)(const void*, const void*, unsigned int) = CompareKeys;
+    benchmark::DoNotOptimize(pfnCompare);
+    for (auto _ : rState)
+    {
+        elements = source;
+        for (const unsigned int uGap : auGAPS)
+        {
+            for (std::size_t i = uGap; i < elements.size(); ++i)
+            {
+                const SElement<SIZE> held = elements[i];
+                std::size_t j = i;
+                for (; j >= uGap && pfnCompare(&elements[j - uGap], &held, 0) > 0; j -= uGap)
+                    elements[j] = elements[j - uGap];
+                elements[j] = held;
+            }
+        }
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+}  // namespace
+
+BENCHMARK(BM_AppendOurs)->Name("vector append/ours")->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_AppendStd)->Name("vector append/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_AccessOurs)->Name("vector access/ours")->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_AccessStd)->Name("vector access/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortOurs<4>)->Name("vector sort 4 bytes/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortHand<4>)->Name("vector sort 4 bytes/by hand")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortOurs<8>)->Name("vector sort 8 bytes/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortHand<8>)->Name("vector sort 8 bytes/by hand")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortOurs<16>)->Name("vector sort 16 bytes/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_SortHand<16>)->Name("vector sort 16 bytes/by hand")->Arg(1000)->Arg(100000);

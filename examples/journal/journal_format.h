@@ -1,0 +1,91 @@
+#ifndef EXAMPLES_JOURNAL_JOURNAL_FORMAT_H
+#define EXAMPLES_JOURNAL_JOURNAL_FORMAT_H
+#include <cstdint>
+
+#include "examples/journal/files.h"
+#include "examples/journal/key_file.h"
+#include "framework/framework.h"
+
+/// A journal file is a header, a frame for each record, and a closing frame. README.md describes every field.
+
+/// The code that seals a header or a frame: HMAC-SHA1 under the journal's key.
+struct SMac
+{
+    uint8_t auBytes[20];
+};
+
+/// Takes the same time wherever they differ.
+bool IsSame(const SMac& rLeft, const SMac& rRight);
+
+/// As it lies in the file.
+struct SHeader
+{
+    char acMagic[8];
+    uint32_t uVersion;
+    uint8_t auJournalId[16];
+    SMac mac;
+};
+
+SHeader MakeHeader(const SKey& rKey);
+bool HasMagic(const SHeader& rHeader);
+bool IsKnownVersion(const SHeader& rHeader);
+bool IsSealedBy(const SHeader& rHeader, const SKey& rKey);
+
+/// A line of text in the journal.
+struct SRecord
+{
+    uint64_t uNumber = 0;  // from 1 on
+    uint64_t uTime = 0;    // when it was written, in seconds since the epoch
+    CString strText;
+};
+
+/// Replaces the text by uSize characters, at most CString::uMAX_SIZE, NULs included.
+void SetText(CString& rText, const char* pcText, unsigned int uSize);
+
+/// What holds one record, or closes the journal, as it lies in the file. It is sealed together with the code of what
+/// stands before it, its link: a frame can be told to be intact wherever it is found, and to be out of its place.
+class CFrame
+{
+public:
+    enum EReading
+    {
+        eREAD,
+        eAT_END,     // there is no byte left
+        eCUT_SHORT,  // the file ends inside it
+        eIMPOSSIBLE  // its kind and length fit no frame
+    };
+
+    CFrame();
+
+    void SetRecord(const SRecord& rRecord, const SMac& rLink, const SKey& rKey);
+    void SetClosing(uint64_t uRecordCount, const SMac& rLink, const SKey& rKey);
+    EReading ReadFrom(CInputFile& rFile);
+
+    // Of a frame that was set or read:
+    bool IsClosing() const;
+    bool IsSealedBy(const SKey& rKey) const;
+    bool Follows(const SMac& rMac) const { return IsSame(GetHead().link, rMac); }
+    SMac GetMac() const;
+    /// False when the content is none of a record; rRecord then is of no use.
+    bool GetRecord(SRecord& rRecord) const;
+    uint64_t GetRecordCount() const;
+    const CBlob& GetBytes() const { return m_blobBytes; }
+
+private:
+    struct SHead
+    {
+        uint32_t uKind;
+        uint32_t uPayloadSize;
+        SMac link;
+    };
+
+    static bool IsPossible(const SHead& rHead);
+
+    void Seal(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey);
+    SHead GetHead() const;
+    const uint8_t* GetPayload() const { return m_blobBytes.begin() + sizeof(SHead); }
+
+    CBlob m_blobBytes;
+};
+
+#endif

@@ -1,0 +1,89 @@
+#include "examples/journal/journal_reader.h"
+
+#include <cstdarg>
+
+#include "examples/journal/refusal.h"
+
+CJournalReader::CJournalReader(CInputFile& rFile, const SKey* pKey) : m_rFile(rFile), m_pKey(pKey), m_header()
+{
+    const size_t uRead = m_rFile.Read(&m_header, sizeof(m_header));
+    if (uRead >= sizeof(m_header.acMagic) && !HasMagic(m_header)) Refuse("%s: header: not a journal", rFile.GetName());
+    if (uRead < sizeof(m_header)) Refuse("%s: header: truncated, or not a journal", rFile.GetName());
+    CheckHeader();
+    m_lastMac = m_header.mac;
+}
+
+bool CJournalReader::Next()
+{
+    ReadFrame();
+    if (m_frame.IsClosing())
+    {
+        CheckClosing();
+        return false;
+    }
+    CheckRecord();
+    ++m_uCount;
+    m_lastMac = m_frame.GetMac();
+    return true;
+}
+
+void CJournalReader::CheckHeader()
+{
+    const char* const pszName = m_rFile.GetName();
+    if (!IsKnownVersion(m_header)) Refuse("%s: header: unknown version %u", pszName, m_header.uVersion);
+    if (m_pKey == nullptr || IsSealedBy(m_header, *m_pKey)) return;
+    // A frame that the key fits, whatever it links to, tells that the key is the right one.
+    const bool bRightKey = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && m_frame.IsSealedBy(*m_pKey);
+    Refuse("%s: header: %s", pszName, bRightKey ? "corrupted" : "not made under this key, or corrupted");
+}
+
+void CJournalReader::ReadFrame()
+{
+    switch (m_frame.ReadFrom(m_rFile))
+    {
+        case CFrame::eREAD: break;
+        case CFrame::eAT_END: RefuseRecord("truncated: the journal ends before it and without a closing record");
+        case CFrame::eCUT_SHORT: RefuseRecord("truncated, or its length is corrupted: the journal ends inside it");
+        case CFrame::eIMPOSSIBLE: RefuseRecord("corrupted");
+    }
+    if (m_pKey == nullptr || m_frame.IsSealedBy(*m_pKey)) return;
+    if (m_frame.IsClosing()) RefuseClosing("corrupted");
+    RefuseRecord("corrupted");
+}
+
+void CJournalReader::CheckRecord()
+{
+    if (!m_frame.GetRecord(m_record)) RefuseRecord("corrupted");
+    if (m_record.uNumber != m_uCount + 1) RefuseRecord("found record %lu in its place", m_record.uNumber);
+    if (m_frame.Follows(m_lastMac)) return;
+    if (m_pKey == nullptr) RefuseRecord("does not continue what stands before it");
+    RefuseRecord("found record %lu of another journal in its place", m_record.uNumber);
+}
+
+void CJournalReader::CheckClosing()
+{
+    const uint64_t uPromised = m_frame.GetRecordCount();
+    if (uPromised != m_uCount) RefuseRecord("found the closing record of %lu records in its place", uPromised);
+    if (!m_frame.Follows(m_lastMac))
+    {
+        RefuseClosing(m_pKey == nullptr ? "does not continue what stands before it" : "found that of another journal");
+    }
+    uint8_t uMore;
+    if (m_rFile.Read(&uMore, 1) != 0) RefuseClosing("something follows it");
+}
+
+void CJournalReader::RefuseRecord(const char* pszFormat, ...)
+{
+    CString strReason;
+    va_list args;
+    va_start(args, pszFormat);
+    const QvResult res = strReason.Format(0, pszFormat, args);
+    va_end(args);
+    Check(res);
+    Refuse("%s: record %lu: %s", m_rFile.GetName(), m_uCount + 1, strReason.CStr());
+}
+
+void CJournalReader::RefuseClosing(const char* pszReason)
+{
+    Refuse("%s: closing record: %s", m_rFile.GetName(), pszReason);
+}

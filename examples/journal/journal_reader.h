@@ -1,0 +1,45 @@
+#ifndef EXAMPLES_JOURNAL_JOURNAL_READER_H
+#define EXAMPLES_JOURNAL_JOURNAL_READER_H
+#include <cstdint>
+
+#include "examples/journal/files.h"
+#include "examples/journal/journal_format.h"
+#include "examples/journal/key_file.h"
+
+/// Walks through a journal and refuses it at the first thing that is not as it was written.
+/// Without a key only structure, numbers and links can be checked, which anybody can forge.
+class CJournalReader
+{
+public:
+    /// Reads the header. Both are borrowed; pKey may be null.
+    CJournalReader(CInputFile& rFile, const SKey* pKey);
+
+    /// The next record; false once the closing record was found in its place, and nothing behind it.
+    bool Next();
+
+    const SHeader& GetHeader() const { return m_header; }
+    const SRecord& GetRecord() const { return m_record; }
+    const CFrame& GetFrame() const { return m_frame; }
+    /// How many records were read.
+    uint64_t GetCount() const { return m_uCount; }
+    /// The code of the last record read, to which the next one links.
+    const SMac& GetLastMac() const { return m_lastMac; }
+
+private:
+    void CheckHeader();
+    void ReadFrame();
+    void CheckRecord();
+    void CheckClosing();
+    [[noreturn]] void RefuseRecord(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
+    [[noreturn]] void RefuseClosing(const char* pszReason);
+
+    CInputFile& m_rFile;
+    const SKey* m_pKey;
+    SHeader m_header;
+    CFrame m_frame;
+    SRecord m_record;
+    SMac m_lastMac;
+    uint64_t m_uCount = 0;
+};
+
+#endif

@@ -1,0 +1,46 @@
+#include "examples/journal/journal_writer.h"
+
+#include <ctime>
+
+CJournalWriter::CJournalWriter(CReplacementFile& rOutput, const SKey& rKey)
+    : m_rOutput(rOutput), m_key(rKey), m_lastMac()
+{
+}
+
+void CJournalWriter::Begin()
+{
+    Continue(MakeHeader(m_key));
+}
+
+void CJournalWriter::Continue(const SHeader& rHeader)
+{
+    m_rOutput.Write(&rHeader, sizeof(rHeader));
+    m_lastMac = rHeader.mac;
+}
+
+void CJournalWriter::CopyRecord(const CFrame& rFrame)
+{
+    ++m_record.uNumber;
+    WriteFrame(rFrame);
+}
+
+void CJournalWriter::Append(const char* pcText, unsigned int uSize)
+{
+    ++m_record.uNumber;
+    m_record.uTime = static_cast<uint64_t>(std::time(nullptr));
+    SetText(m_record.strText, pcText, uSize);
+    m_frame.SetRecord(m_record, m_lastMac, m_key);
+    WriteFrame(m_frame);
+}
+
+void CJournalWriter::Close()
+{
+    m_frame.SetClosing(m_record.uNumber, m_lastMac, m_key);
+    WriteFrame(m_frame);
+}
+
+void CJournalWriter::WriteFrame(const CFrame& rFrame)
+{
+    m_rOutput.Write(rFrame.GetBytes().begin(), rFrame.GetBytes().GetSize());
+    m_lastMac = rFrame.GetMac();
+}

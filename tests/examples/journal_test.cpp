@@ -1,0 +1,861 @@
+// Runs the example programs as a user would and looks at what they print, return and leave behind.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_seed.h"
+
+namespace fs = std::filesystem;
+
+namespace
+{
+const char* const g_pszJournal = ORVEL_BINARY_DIR "/examples/journal/journal";
+const char* const g_pszHello = ORVEL_BINARY_DIR "/examples/hello/hello";
+
+constexpr std::size_t g_uHeaderSize = 48;
+constexpr std::size_t g_uHeadSize = 28;  // of a frame: kind, size and link
+constexpr std::size_t g_uMacSize = 20;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool g_bSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool g_bSanitized = true;
+#else
+constexpr bool g_bSanitized = false;
+#endif
+#else
+constexpr bool g_bSanitized = false;
+#endif
+
+std::string Load(const fs::path& rPath)
+{
+    std::ifstream file(rPath, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void Store(const fs::path& rPath, const std::string& rBytes)
+{
+    std::ofstream(rPath, std::ios::binary | std::ios::trunc) << rBytes;
+}
+
+struct SOutcome
+{
+    int nStatus;  // exit status, or the negative number of the signal
+    std::string strOutput;
+    std::string strErrors;
+};
+
+struct SLimit
+{
+    decltype(RLIMIT_AS) eResource;
+    rlim_t uValue;
+};
+
+void Redirect(int nTarget, const char* pszPath, int nFlags)
+{
+    const int nFile = open(pszPath, nFlags, 0600);
+    if (nFile < 0 || dup2(nFile, nTarget) < 0) _exit(99);
+}
+
+[[noreturn]] void Execute(const char* pszProgram, const std::vector<std::string>& rArguments)
+{
+    std::vector<char*> argv = {const_cast<char*>(pszProgram)};
+    for (const std::string& rArgument : rArguments) argv.push_back(const_cast<char*>(rArgument.c_str()));
+    argv.push_back(nullptr);
+    execv(pszProgram, argv.data());
+    _exit(99);
+}
+
+int StatusOf(pid_t pid)
+{
+    int nStatus = 0;
+    EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
+    return WIFSIGNALED(nStatus) ? -WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
+}
+
+std::vector<std::string> LinesOf(const std::string& rText)
+{
+    std::vector<std::string> lines;
+    for (std::size_t uBegin = 0; uBegin < rText.size();)
+    {
+        const std::size_t uEnd = std::min(rText.find('\n', uBegin), rText.size());
+        lines.push_back(rText.substr(uBegin, uEnd - uBegin));
+        uBegin = uEnd + 1;
+    }
+    return lines;
+}
+
+/// Works in a directory of its own, with a key "k" and a journal "j".
+class CJournal : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::string strTemplate = (fs::temp_directory_path() / "journal_test.XXXXXX").string();
+        ASSERT_NE(nullptr, mkdtemp(strTemplate.data()));
+        m_directory = strTemplate;
+        fs::current_path(m_directory);
+    }
+    void TearDown() override
+    {
+        fs::current_path("/");
+        fs::remove_all(m_directory);
+    }
+
+    SOutcome Run(const std::vector<std::string>& rArguments, const std::vector<SLimit>& rLimits = {},
+                 const char* pszInput = "/dev/null", const char* pszOutput = nullptr)
+    {
+        // Beside the directory, so that tests can look at all that is in it.
+        const std::string strOutput = m_directory.string() + ".out";
+        const std::string strErrors = m_directory.string() + ".err";
+        const pid_t pid = fork();
+        if (pid == 0)
+        {
+            Redirect(STDIN_FILENO, pszInput, O_RDONLY);
+            Redirect(STDOUT_FILENO, pszOutput != nullptr ? pszOutput : strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
+            Redirect(STDERR_FILENO, strErrors.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
+            for (const SLimit& rLimit : rLimits)
+            {
+                const struct rlimit limit = {rLimit.uValue, rLimit.uValue};
+                if (setrlimit(rLimit.eResource, &limit) != 0) _exit(99);
+            }
+            Execute(g_pszJournal, rArguments);
+        }
+        const int nStatus = StatusOf(pid);
+        SOutcome outcome = {nStatus, pszOutput != nullptr ? "" : Load(strOutput), Load(strErrors)};
+        fs::remove(strOutput);
+        fs::remove(strErrors);
+        return outcome;
+    }
+
+    void MustWrite(const std::string& rText)
+    {
+        Store("text", rText);
+        const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "text"});
+        ASSERT_EQ(0, outcome.nStatus) << outcome.strErrors;
+        ASSERT_EQ("", outcome.strErrors);
+        fs::remove("text");
+    }
+
+    SOutcome Verify() { return Run({"verify", "--key", "k", "--journal", "j"}); }
+
+    void ExpectIntact(unsigned int uRecords)
+    {
+        const SOutcome outcome = Verify();
+        EXPECT_EQ(0, outcome.nStatus);
+        EXPECT_EQ("j: intact, " + std::to_string(uRecords) + " records\n", outcome.strOutput);
+        EXPECT_EQ("", outcome.strErrors);
+    }
+
+    void ExpectRefused(const SOutcome& rOutcome, const std::string& rMessage)
+    {
+        EXPECT_EQ(1, rOutcome.nStatus);
+        EXPECT_EQ("journal: " + rMessage + "\n", rOutcome.strErrors);
+    }
+
+    /// The texts that show prints, with the numbers checked and the time stamps, all of the present, taken off.
+    std::vector<std::string> ShownTexts(const std::vector<std::string>& rMoreArguments = {}, unsigned int uFrom = 1)
+    {
+        std::vector<std::string> arguments = {"show", "--journal", "j"};
+        arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
+        const SOutcome outcome = Run(arguments);
+        EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
+        EXPECT_EQ("", outcome.strErrors);
+        std::vector<std::string> texts;
+        for (const std::string& rLine : LinesOf(outcome.strOutput))
+        {
+            const std::string strNumber = std::to_string(uFrom + texts.size()) + " ";
+            EXPECT_EQ(strNumber, rLine.substr(0, strNumber.size()));
+            const std::size_t uText = rLine.find(' ', strNumber.size()) + 1;
+            const long nTime = std::stol(rLine.substr(strNumber.size()));
+            EXPECT_TRUE(nTime >= m_nStarted && nTime <= time(nullptr)) << nTime;
+            texts.push_back(rLine.substr(uText));
+        }
+        return texts;
+    }
+
+    std::set<std::string> Files()
+    {
+        std::set<std::string> names;
+        for (const auto& rEntry : fs::directory_iterator(m_directory)) names.insert(rEntry.path().filename());
+        return names;
+    }
+
+    fs::path m_directory;
+    time_t m_nStarted = time(nullptr);
+};
+
+/// The header, each record and the closing record of a journal.
+std::vector<std::string> PartsOf(const std::string& rJournal)
+{
+    std::vector<std::string> parts = {rJournal.substr(0, g_uHeaderSize)};
+    for (std::size_t uAt = g_uHeaderSize; uAt < rJournal.size();)
+    {
+        std::uint32_t uPayload = 0;
+        std::memcpy(&uPayload, rJournal.data() + uAt + 4, sizeof(uPayload));
+        const std::size_t uSize = g_uHeadSize + uPayload + g_uMacSize;
+        parts.push_back(rJournal.substr(uAt, uSize));
+        uAt += uSize;
+    }
+    return parts;
+}
+
+std::string Joined(const std::vector<std::string>& rParts)
+{
+    std::string strAll;
+    for (const std::string& rPart : rParts) strAll += rPart;
+    return strAll;
+}
+
+std::string NumberedLines(unsigned int uCount)
+{
+    std::string strText;
+    for (unsigned int u = 1; u <= uCount; ++u) strText += "line " + std::to_string(u) + "\n";
+    return strText;
+}
+
+bool StartsWith(const std::string& rText, const std::string& rStart)
+{
+    return rText.compare(0, rStart.size(), rStart) == 0;
+}
+
+bool EndsWith(const std::string& rText, const std::string& rEnd)
+{
+    return rText.size() >= rEnd.size() && rText.compare(rText.size() - rEnd.size(), rEnd.size(), rEnd) == 0;
+}
+}  // namespace
+
+TEST_F(CJournal, LinesComeBackAsTheyWere)
+{
+    MustWrite("first\n\n  spaces  \ncarriage return\r\n\xff\x01 %s\nlast\n");
+    ExpectIntact(6);
+    EXPECT_EQ((std::vector<std::string>{"first", "", "  spaces  ", "carriage return\r", "\xff\x01 %s", "last"}),
+              ShownTexts());
+    EXPECT_EQ(ShownTexts(), ShownTexts({"--key", "k"}));
+}
+
+TEST_F(CJournal, NulsAreCharactersLikeOthers)
+{
+    const std::string strText = std::string("\0a\0\0b\0", 6);
+    MustWrite(strText + "\n" + std::string(3, '\0') + "\n");
+    EXPECT_EQ((std::vector<std::string>{strText, std::string(3, '\0')}), ShownTexts({"--key", "k"}));
+}
+
+TEST_F(CJournal, TheLastLineNeedsNoNewline)
+{
+    MustWrite("one\ntwo");
+    ExpectIntact(2);
+    EXPECT_EQ((std::vector<std::string>{"one", "two"}), ShownTexts());
+}
+
+TEST_F(CJournal, AnEmptyFileGivesNoRecord)
+{
+    MustWrite("");
+    ExpectIntact(0);
+    EXPECT_TRUE(ShownTexts({"--key", "k"}).empty());
+    MustWrite("one\n");
+    ExpectIntact(1);
+}
+
+TEST_F(CJournal, TheLongestLineIsKeptWholeAndALongerOneRefused)
+{
+    std::string strLongest(65535, 'x');
+    strLongest[3] = strLongest[40000] = '\0';
+    // The second one fills what is read at once up to just before its newline, the third is the last of the file.
+    MustWrite("\n" + strLongest + "\n" + strLongest + "\n" + strLongest);
+    EXPECT_EQ((std::vector<std::string>{"", strLongest, strLongest, strLongest}), ShownTexts({"--key", "k"}));
+
+    const std::string strBefore = Load("j");
+    for (const std::string strEnd : {"\n", "", "xxx\nmore\n"})
+    {
+        Store("long", "a\nb\n" + strLongest + "x" + strEnd);
+        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "long"}),
+                      "long: line 3 is longer than 65,535 characters");
+        EXPECT_EQ(strBefore, Load("j"));
+    }
+}
+
+TEST_F(CJournal, LinesOfEveryLengthAreCutRightlyAcrossReads)
+{
+    // Long enough to pass several buffers at ever other offsets.
+    std::string strText;
+    std::vector<std::string> want;
+    for (unsigned int u = 0; u < 60; ++u)
+    {
+        want.push_back(std::string(65535 - 1091 * u, static_cast<char>('a' + u % 26)));
+        strText += want.back() + "\n";
+    }
+    MustWrite(strText);
+    EXPECT_EQ(want, ShownTexts());
+}
+
+TEST_F(CJournal, WritingAgainContinuesNumbersAndChain)
+{
+    MustWrite("one\ntwo\n");
+    const std::vector<std::string> before = PartsOf(Load("j"));
+    Store("a", "three\n");
+    Store("b", "four");
+    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "a", "b"});
+    EXPECT_EQ("j: 2 records written, 4 in all\n", outcome.strOutput);
+    ExpectIntact(4);
+    EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ShownTexts());
+    const std::vector<std::string> after = PartsOf(Load("j"));
+    EXPECT_TRUE(std::equal(before.begin(), before.end() - 1, after.begin())) << "old records changed";
+}
+
+TEST_F(CJournal, ADashIsStandardInput)
+{
+    Store("a", "one\n");
+    Store("b", "two\n");
+    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "a", "-", "a"}, {}, "b");
+    EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
+    EXPECT_EQ((std::vector<std::string>{"one", "two", "one"}), ShownTexts());
+}
+
+TEST_F(CJournal, FromAndToSelectRecords)
+{
+    MustWrite(NumberedLines(9));
+    EXPECT_EQ((std::vector<std::string>{"line 4", "line 5"}), ShownTexts({"--from", "4", "--to", "5"}, 4));
+    EXPECT_EQ((std::vector<std::string>{"line 8", "line 9"}), ShownTexts({"--from", "8"}, 8));
+    EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to=1", "--key=k"}));
+    EXPECT_EQ((std::vector<std::string>{"line 9"}), ShownTexts({"--from", "9", "--to", "100"}, 9));
+    EXPECT_TRUE(ShownTexts({"--from", "10"}).empty());
+}
+
+TEST_F(CJournal, ShowingAPartWithTheKeyStillVerifiesAll)
+{
+    MustWrite(NumberedLines(5));
+    std::string strJournal = Load("j");
+    strJournal[strJournal.size() - 70] ^= 1;  // in the code of record 5
+    Store("j", strJournal);
+    EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to", "1"}));
+    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j", "--to", "1"});
+    EXPECT_EQ(1u, LinesOf(outcome.strOutput).size());
+    ExpectRefused(outcome, "j: record 5: corrupted");
+}
+
+TEST_F(CJournal, ANewKeyIsRandomAndItsOwnersOnly)
+{
+    umask(0);
+    MustWrite("one\n");
+    umask(022);
+    struct stat status;
+    ASSERT_EQ(0, stat("k", &status));
+    EXPECT_EQ(0600u, status.st_mode & 07777);
+    const std::string strKey = Load("k");
+    EXPECT_EQ(32u, strKey.size());
+    fs::remove("j");
+    fs::remove("k");
+    MustWrite("one\n");
+    EXPECT_NE(strKey, Load("k"));
+}
+
+TEST_F(CJournal, AJournalKeepsItsMode)
+{
+    MustWrite("one\n");
+    ASSERT_EQ(0, chmod("j", 0640));
+    MustWrite("two\n");
+    struct stat status;
+    ASSERT_EQ(0, stat("j", &status));
+    EXPECT_EQ(0640u, status.st_mode & 07777);
+}
+
+TEST_F(CJournal, ASymbolicLinkStaysOne)
+{
+    MustWrite("one\n");
+    fs::rename("j", "target");
+    fs::create_symlink("target", "j");
+    MustWrite("two\n");
+    EXPECT_TRUE(fs::is_symlink("j"));
+    ExpectIntact(2);
+}
+
+TEST_F(CJournal, AKeyThatOthersMayUseIsRefused)
+{
+    MustWrite("one\n");
+    for (const mode_t uMode : {0640u, 0604u, 0610u, 0602u})
+    {
+        ASSERT_EQ(0, chmod("k", uMode));
+        char szMode[8];
+        std::snprintf(szMode, sizeof(szMode), "%04o", uMode);
+        const std::string strMessage =
+            std::string("k: a key is for its owner only, but the mode is ") + szMode + ": chmod 600 it";
+        ExpectRefused(Verify(), strMessage);
+        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), strMessage);
+        ExpectRefused(Run({"show", "--key", "k", "--journal", "j"}), strMessage);
+    }
+}
+
+TEST_F(CJournal, AKeyFileThatIsNoneIsRefused)
+{
+    MustWrite("one\n");
+    const std::string strKey = Load("k");
+    Store("k", strKey.substr(1));
+    ExpectRefused(Verify(), "k: not a key file: 31 bytes instead of 32");
+    Store("k", strKey + "x");
+    ExpectRefused(Verify(), "k: not a key file: 33 bytes instead of 32");
+    fs::remove("k");
+    ExpectRefused(Verify(), "k: No such file or directory");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), "k: No such file or directory");
+    EXPECT_FALSE(fs::exists("k")) << "a new key cannot fit an old journal";
+    fs::create_directory("k");
+    ExpectRefused(Verify(), "k: not a key file");
+}
+
+TEST_F(CJournal, WhatCannotBeReadLeavesTheJournalUntouched)
+{
+    MustWrite("one\n");
+    const std::string strBefore = Load("j");
+    Store("good", "two\n");
+    fs::create_directory("dir");
+    const std::set<std::string> files = Files();
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "missing"}),
+                  "missing: No such file or directory");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "dir"}), "dir: a directory");
+    // Opened well, but fails when read.
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "/proc/self/mem"}),
+                  "/proc/self/mem: Input/output error");
+    EXPECT_EQ(strBefore, Load("j"));
+    EXPECT_EQ(files, Files());
+}
+
+TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
+{
+    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "missing"});
+    ExpectRefused(outcome, "missing: No such file or directory");
+    EXPECT_TRUE(Files().empty());
+    Store("long", std::string(70000, 'x'));
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "long"}),
+                  "long: line 1 is longer than 65,535 characters");
+    EXPECT_EQ((std::set<std::string>{"k", "long"}), Files());
+}
+
+TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
+{
+    MustWrite("one\n");
+    fs::create_directory("dir");
+    Store("text", "two\n");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "dir", "text"}),
+                  (m_directory / "dir").string() + ": not a regular file");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "/dev/null", "text"}), "/dev/null: not a regular file");
+    ExpectRefused(Run({"verify", "--key", "k", "--journal", "dir"}), "dir: Is a directory");
+    ExpectRefused(Run({"verify", "--key", "k", "--journal", "missing"}), "missing: No such file or directory");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "missing/j", "text"}),
+                  "missing/j: No such file or directory");
+}
+
+TEST_F(CJournal, AnyChangedByteIsFoundAndItsPlaceNamed)
+{
+    MustWrite("text\n\n");
+    const std::string strJournal = Load("j");
+    std::mt19937 rng(TestSeed());
+    std::size_t uBegin = 0;
+    const std::vector<std::string> parts = PartsOf(strJournal);
+    ASSERT_EQ(4u, parts.size());
+    for (std::size_t uPart = 0; uPart < parts.size(); uBegin += parts[uPart++].size())
+    {
+        const std::string strPlace = uPart == 0 ? "header: " : "record " + std::to_string(uPart) + ": ";
+        for (std::size_t u = 0; u < parts[uPart].size(); ++u)
+        {
+            const unsigned int uChange = 1 + Below(rng, 255);
+            SCOPED_TRACE(testing::Message() << "part " << uPart << ", byte " << u << " changed by " << uChange);
+            std::string strChanged = strJournal;
+            strChanged[uBegin + u] = static_cast<char>(strChanged[uBegin + u] ^ static_cast<char>(uChange));
+            Store("j", strChanged);
+            const SOutcome outcome = Verify();
+            EXPECT_EQ(1, outcome.nStatus);
+            EXPECT_EQ("", outcome.strOutput);
+            const bool bNamed = StartsWith(outcome.strErrors, "journal: j: " + strPlace);
+            const bool bClosing = outcome.strErrors == "journal: j: closing record: corrupted\n";
+            EXPECT_TRUE(bNamed || (bClosing && uPart == 3)) << outcome.strErrors;
+        }
+    }
+}
+
+TEST_F(CJournal, ACutAtAnyLengthIsRefusedAndTheFirstMissingPartNamed)
+{
+    MustWrite("text\n\n");
+    const std::string strJournal = Load("j");
+    std::size_t uBegin = 0;
+    const std::vector<std::string> parts = PartsOf(strJournal);
+    for (std::size_t uPart = 0; uPart < parts.size(); uBegin += parts[uPart++].size())
+    {
+        const std::string strPlace = uPart == 0 ? "header: " : "record " + std::to_string(uPart) + ": ";
+        const std::string strWant = "journal: j: " + strPlace + "truncated";
+        for (std::size_t u = 0; u < parts[uPart].size(); ++u)
+        {
+            SCOPED_TRACE(testing::Message() << "part " << uPart << " cut at " << u);
+            Store("j", strJournal.substr(0, uBegin + u));
+            const SOutcome outcome = Verify();
+            EXPECT_EQ(1, outcome.nStatus);
+            EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
+        }
+        Store("j", strJournal.substr(0, uBegin));
+        const SOutcome outcome = Run({"show", "--journal", "j"});
+        EXPECT_EQ(1, outcome.nStatus);
+        EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
+    }
+}
+
+TEST_F(CJournal, MovedMissingAndRepeatedRecordsAreNamed)
+{
+    MustWrite(NumberedLines(8));
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    const auto expect = [&](const std::vector<std::string>& rChanged, const std::string& rMessage)
+    {
+        Store("j", Joined(rChanged));
+        ExpectRefused(Verify(), rMessage);
+        ExpectRefused(Run({"show", "--journal", "j", "--from", "9"}), rMessage);
+    };
+
+    std::vector<std::string> swapped = parts;
+    std::swap(swapped[5], swapped[7]);
+    expect(swapped, "j: record 5: found record 7 in its place");
+
+    std::vector<std::string> neighbours = parts;
+    std::swap(neighbours[1], neighbours[2]);
+    expect(neighbours, "j: record 1: found record 2 in its place");
+
+    std::vector<std::string> missing = parts;
+    missing.erase(missing.begin() + 3);
+    expect(missing, "j: record 3: found record 4 in its place");
+
+    std::vector<std::string> repeated = parts;
+    repeated.insert(repeated.begin() + 3, parts[3]);
+    expect(repeated, "j: record 4: found record 3 in its place");
+
+    std::vector<std::string> withoutLast = parts;
+    withoutLast.erase(withoutLast.end() - 2);
+    expect(withoutLast, "j: record 8: found the closing record of 8 records in its place");
+
+    std::vector<std::string> empty = {parts.front(), parts.back()};
+    expect(empty, "j: record 1: found the closing record of 8 records in its place");
+
+    std::vector<std::string> followed = parts;
+    followed.push_back(parts[8]);
+    expect(followed, "j: closing record: something follows it");
+}
+
+TEST_F(CJournal, PartsOfAnotherJournalUnderTheSameKeyAreNamed)
+{
+    MustWrite(NumberedLines(4));
+    const std::vector<std::string> other = PartsOf(Load("j"));
+    fs::remove("j");
+    MustWrite(NumberedLines(4));
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+
+    const auto replace = [&](std::size_t uPart)
+    {
+        std::vector<std::string> mixed = parts;
+        mixed[uPart] = other[uPart];
+        Store("j", Joined(mixed));
+    };
+    replace(3);
+    ExpectRefused(Verify(), "j: record 3: found record 3 of another journal in its place");
+    ExpectRefused(Run({"show", "--journal", "j", "--from", "5"}),
+                  "j: record 3: does not continue what stands before it");
+    replace(0);
+    ExpectRefused(Verify(), "j: record 1: found record 1 of another journal in its place");
+    replace(5);
+    ExpectRefused(Verify(), "j: closing record: found that of another journal");
+    ExpectRefused(Run({"show", "--journal", "j", "--from", "5"}),
+                  "j: closing record: does not continue what stands before it");
+}
+
+TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
+{
+    MustWrite("one\n");
+    const std::string strJournal = Load("j");
+    std::string strKey = Load("k");
+    strKey[31] ^= 1;
+    Store("k", strKey);
+    ExpectRefused(Verify(), "j: header: not made under this key, or corrupted");
+    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "/etc/passwd"});
+    ExpectRefused(outcome, (m_directory / "j").string() + ": header: not made under this key, or corrupted");
+    EXPECT_EQ(strJournal, Load("j"));
+
+    strKey[31] ^= 1;
+    Store("k", strKey);
+    std::string strChanged = strJournal;
+    strChanged[20] ^= 1;
+    Store("j", strChanged);
+    ExpectRefused(Verify(), "j: header: corrupted");
+}
+
+TEST_F(CJournal, AFileThatIsNoJournalIsRefused)
+{
+    MustWrite("one\n");
+    Store("text", std::string(100, 'x'));
+    ExpectRefused(Run({"verify", "--key", "k", "--journal", "text"}), "text: header: not a journal");
+    ExpectRefused(Run({"show", "--journal", "text"}), "text: header: not a journal");
+    std::string strNewer = Load("j");
+    strNewer[8] = 2;
+    Store("j", strNewer);
+    ExpectRefused(Verify(), "j: header: unknown version 2");
+}
+
+TEST_F(CJournal, ABrokenJournalIsNotContinued)
+{
+    MustWrite(NumberedLines(3));
+    std::string strBroken = Load("j");
+    strBroken[strBroken.size() - 1] ^= 1;
+    Store("j", strBroken);
+    Store("text", "more\n");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
+                  (m_directory / "j").string() + ": closing record: corrupted");
+    EXPECT_EQ(strBroken, Load("j"));
+    EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+}
+
+TEST_F(CJournal, AFullDiskLeavesTheJournalUntouched)
+{
+    MustWrite("one\n");
+    const std::string strBefore = Load("j");
+    Store("text", NumberedLines(2000));
+    for (const rlim_t uLimit : {100u, 5000u, 50000u})
+    {
+        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}, {{RLIMIT_FSIZE, uLimit}}),
+                      (m_directory / "j").string() + ": File too large");
+        EXPECT_EQ(strBefore, Load("j"));
+        EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+    }
+    // Half a key is none. The limit cuts the message off, too.
+    EXPECT_EQ(1, Run({"write", "--key", "new", "--journal", "j2", "text"}, {{RLIMIT_FSIZE, 16}}).nStatus);
+    EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+}
+
+TEST_F(CJournal, OutputThatCannotBePrintedIsAnError)
+{
+    MustWrite(NumberedLines(5));
+    const std::string strMessage = "standard output: No space left on device";
+    ExpectRefused(Run({"show", "--journal", "j"}, {}, "/dev/null", "/dev/full"), strMessage);
+    ExpectRefused(Run({"verify", "--key", "k", "--journal", "j"}, {}, "/dev/null", "/dev/full"), strMessage);
+}
+
+TEST_F(CJournal, UsageErrorsAreToldFromRefusals)
+{
+    const auto expect = [&](const std::vector<std::string>& rArguments, const std::string& rMessage)
+    {
+        const SOutcome outcome = Run(rArguments);
+        EXPECT_EQ(2, outcome.nStatus);
+        EXPECT_EQ("", outcome.strOutput);
+        EXPECT_EQ("journal: " + rMessage + " (see journal --help)\n", outcome.strErrors);
+    };
+    expect({}, "no command given");
+    expect({"erase"}, "unknown command: erase");
+    expect({"verify", "--quiet"}, "unknown option: --quiet");
+    expect({"verify", "--key"}, "an option lacks its value: --key");
+    expect({"verify", "--key", "k"}, "--journal is missing");
+    expect({"verify", "--journal", "j"}, "--key is missing");
+    expect({"write", "--journal", "j", "text"}, "--key is missing");
+    expect({"write", "--key", "k", "--journal", "j"}, "no file given");
+    expect({"verify", "--key", "k", "--journal", "j", "text"}, "one argument too many: text");
+    expect({"show", "--journal", "j", "text"}, "one argument too many: text");
+    expect({"verify", "--key", "k", "--journal", "j", "--to", "2"}, "--from and --to are for show");
+    for (const char* const pszBad : {"", "0", "-1", "1x", "x", "99999999999999999999"})
+    {
+        expect({"show", "--journal", "j", "--from", pszBad}, "not the number of a record: --from");
+        expect({"show", "--journal", "j", "--to", pszBad}, "not the number of a record: --to");
+    }
+    expect({"show", "--journal", "j", "--from", "3", "--to", "2"}, "--from is behind --to");
+    EXPECT_TRUE(Files().empty());
+}
+
+TEST_F(CJournal, HelpTellsTheCommandsAndTheLimit)
+{
+    for (const char* const pszHelp : {"--help", "-h"})
+    {
+        const SOutcome outcome = Run({pszHelp});
+        EXPECT_EQ(0, outcome.nStatus);
+        EXPECT_EQ("", outcome.strErrors);
+        for (const char* const pszPart : {"journal write", "journal verify", "journal show", "65,535", "--from"})
+        {
+            EXPECT_NE(std::string::npos, outcome.strOutput.find(pszPart)) << pszPart;
+        }
+    }
+}
+
+TEST_F(CJournal, MemoryDoesNotGrowWithTheInput)
+{
+    // Less address space than the text, let alone the journal, takes. Sanitizers need terabytes.
+    std::vector<SLimit> limits;
+    if constexpr (!g_bSanitized) limits.push_back({RLIMIT_AS, 20u << 20});
+    const std::string strLine = std::string(97, 'x') + "\n";
+    std::string strText;
+    while (strText.size() < 24u << 20) strText += strLine;
+    const auto uRecords = std::to_string(strText.size() / strLine.size());
+    Store("text", strText);
+
+    SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
+    EXPECT_EQ("j: " + uRecords + " records written, " + uRecords + " in all\n", outcome.strOutput) << outcome.strErrors;
+    outcome = Run({"verify", "--key", "k", "--journal", "j"}, limits);
+    EXPECT_EQ("j: intact, " + uRecords + " records\n", outcome.strOutput) << outcome.strErrors;
+    outcome = Run({"show", "--key", "k", "--journal", "j", "--from", uRecords}, limits);
+    EXPECT_EQ(1u, LinesOf(outcome.strOutput).size()) << outcome.strErrors;
+    Store("text", "one more\n");
+    outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
+    EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
+
+    Store("text", std::string(24u << 20, 'x'));
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}, limits),
+                  "text: line 1 is longer than 65,535 characters");
+}
+
+namespace
+{
+/// `journal write ... -` with the writing end of a pipe as its standard input, and a terminal or none for its errors.
+class CFedJournal
+{
+public:
+    explicit CFedJournal(bool bOnTerminal)
+    {
+        signal(SIGPIPE, SIG_IGN);  // Feed() reports it
+        EXPECT_EQ(0, pipe2(m_anPipe, O_CLOEXEC));
+        EXPECT_EQ(0, openpty(&m_nMaster, &m_nTerminal, nullptr, nullptr, nullptr));
+        m_pid = fork();
+        if (m_pid != 0)
+        {
+            close(m_anPipe[0]);
+            return;
+        }
+        for (const int nSignal : {SIGHUP, SIGINT, SIGTERM}) signal(nSignal, SIG_DFL);
+        dup2(m_anPipe[0], STDIN_FILENO);
+        Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+        if (bOnTerminal) dup2(m_nTerminal, STDERR_FILENO);
+        else Redirect(STDERR_FILENO, "/dev/null", O_WRONLY);
+        Execute(g_pszJournal, {"write", "--key", "k", "--journal", "j", "-"});
+    }
+
+    // Writes lines until they are taken.
+    void Feed(const std::string& rText)
+    {
+        for (std::size_t uDone = 0; uDone < rText.size();)
+        {
+            const ssize_t nWritten = write(m_anPipe[1], rText.data() + uDone, rText.size() - uDone);
+            if (nWritten <= 0) FAIL() << "the program reads no more";
+            uDone += static_cast<std::size_t>(nWritten);
+        }
+    }
+
+    std::string ReadTerminal()
+    {
+        std::string strAll;
+        for (struct pollfd ready = {m_nMaster, POLLIN, 0}; poll(&ready, 1, 0) == 1 && (ready.revents & POLLIN) != 0;)
+        {
+            char acPart[256];
+            const ssize_t nRead = read(m_nMaster, acPart, sizeof(acPart));
+            if (nRead <= 0) break;
+            strAll.append(acPart, static_cast<std::size_t>(nRead));
+        }
+        return strAll;
+    }
+
+    int Interrupt(int nSignal)
+    {
+        kill(m_pid, nSignal);
+        return Finish();
+    }
+
+    int Finish()
+    {
+        close(m_anPipe[1]);
+        return StatusOf(m_pid);
+    }
+
+    ~CFedJournal()
+    {
+        close(m_nMaster);
+        close(m_nTerminal);
+    }
+    CFedJournal(const CFedJournal&) = delete;
+    CFedJournal& operator=(const CFedJournal&) = delete;
+
+private:
+    int m_anPipe[2] = {};
+    int m_nMaster = -1;
+    int m_nTerminal = -1;
+    pid_t m_pid = -1;
+};
+}  // namespace
+
+TEST_F(CJournal, AnInterruptedWriteLeavesNothingBehind)
+{
+    MustWrite("one\n");
+    const std::string strBefore = Load("j");
+    for (const int nSignal : {SIGHUP, SIGINT, SIGTERM})
+    {
+        CFedJournal journal(false);
+        // More than pipe and buffers hold: once it is taken, the program is in the middle of writing.
+        journal.Feed(NumberedLines(200000));
+        EXPECT_EQ(3u, Files().size()) << "there is no temporary file to be removed";
+        EXPECT_EQ(-nSignal, journal.Interrupt(nSignal));
+        EXPECT_EQ(strBefore, Load("j"));
+        EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
+    }
+}
+
+TEST_F(CJournal, TwoWritersDoNotLoseEachOthersRecords)
+{
+    MustWrite("one\n");
+    Store("text", "two\n");
+    CFedJournal journal(false);
+    journal.Feed(NumberedLines(200000));
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
+                  (m_directory / "j").string() + ": being written by somebody else");
+    EXPECT_EQ(0, journal.Finish());
+    ExpectIntact(200001);
+}
+
+TEST_F(CJournal, AJournalThatAppearsInTheMeantimeIsNotReplaced)
+{
+    CFedJournal journal(false);
+    journal.Feed(NumberedLines(200000));
+    MustWrite("one\n");
+    EXPECT_EQ(1, journal.Finish());
+    ExpectIntact(1);
+    EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
+}
+
+TEST_F(CJournal, ATerminalIsShownProgressWhichIsErasedInTheEnd)
+{
+    CFedJournal journal(true);
+    const std::string strSome = NumberedLines(1000);
+    std::string strShown;
+    while (strShown.empty() && !HasFatalFailure())
+    {
+        journal.Feed(strSome);
+        strShown = journal.ReadTerminal();
+    }
+    EXPECT_EQ(0, journal.Finish());
+    strShown += journal.ReadTerminal();
+    EXPECT_TRUE(StartsWith(strShown, "\r\033[Kwriting: ")) << strShown;
+    EXPECT_TRUE(EndsWith(strShown, " records\r\033[K")) << strShown;
+}
+
+TEST_F(CJournal, HelloPrintsTheDigestOfItsText)
+{
+    const std::string strCommand =
+        std::string(g_pszHello) + " >ours && printf 'Hello, world number 1' | sha256sum >theirs";
+    ASSERT_EQ(0, std::system(strCommand.c_str()));
+    EXPECT_EQ(65u, Load("ours").size());
+    EXPECT_EQ(Load("ours").substr(0, 64), Load("theirs").substr(0, 64));
+}

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Fails on notes to be done later, white space at line ends and tabs.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+status=0
+sources=(--include='*.h' --include='*.cpp' --include='*.sh' --include='*.py' --include='*.md' --include='*.cmake'
+  --include=CMakeLists.txt --include=dev)
+
+# find LABEL PATTERN
+refuse() {
+  if grep -rnIE "${sources[@]}" --exclude-dir=build --exclude-dir=.git --exclude=check_words.sh -e "$2" .; then
+    echo "$1"
+    status=1
+  fi
+}
+refuse "finish it or drop it" '\b(TODO|FIXME|XXX)\b'
+refuse "white space at the end of a line" '[[:blank:]]$'
+refuse "a tab where spaces belong" $'\t'
+exit "$status"
