@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "framework/kernel/unused_parameter.h"
+#include "framework/basic/container_members.h"
 
 // The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one or
 // two binary ones: a left child is one level below its parent; a right child one level below or on the same level (the
@@ -121,6 +121,10 @@ CAATreeBase::SCompareVoidParams::SCompareVoidParams(PFNCompareElements pfnCompar
 {
 }
 
+ORVEL_DEFINE_SIZE_MEMBERS(CAATreeBase)
+ORVEL_DEFINE_INDEX_MEMBERS(CAATreeBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CAATreeBase)
+
 CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                          IAllocator* pAllocator)
     : CAATreeBase(uSizeOfElement, pfnCompare, uParam, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
@@ -157,9 +161,9 @@ CAATreeBase::~CAATreeBase()
 
 CAATreeBase& CAATreeBase::operator=(const CAATreeBase& rSrc)
 {
-    if (this == &rSrc || m_uElementSize != rSrc.m_uElementSize) return *this;
     const size_t uNeeded = size_t{m_uAllocatedCount} + rSrc.m_uSize;
-    if (uNeeded > UINT_MAX || ReserveCapacity(static_cast<unsigned int>(uNeeded)) < 0) return *this;
+    const bool bTakes = this != &rSrc && m_uElementSize == rSrc.m_uElementSize && uNeeded <= UINT_MAX;
+    if (!bTakes || ReserveCapacity(static_cast<unsigned int>(uNeeded)) < 0) return *this;
     EraseAll();
     m_stCompare = rSrc.m_stCompare;
     m_pRoot = CopySubtree(rSrc.m_pRoot, ms_pNullNode);
@@ -193,36 +197,6 @@ QvResult CAATreeBase::ReduceCapacity(unsigned int uCapacity)
 unsigned int CAATreeBase::GetCapacity() const
 {
     return m_uSize + m_uAllocatedCount + m_nodeAllocator.GetBlockCount();
-}
-
-unsigned int CAATreeBase::GetLockCapacity() const
-{
-    return m_uLockCapacity;
-}
-
-void CAATreeBase::SetLockCapacity(unsigned int uLockCapacity)
-{
-    m_uLockCapacity = uLockCapacity;
-}
-
-unsigned int CAATreeBase::GetSize() const
-{
-    return m_uSize;
-}
-
-bool CAATreeBase::IsEmpty() const
-{
-    return m_uSize == 0;
-}
-
-unsigned int CAATreeBase::GetFirstIndex() const
-{
-    return 0;
-}
-
-unsigned int CAATreeBase::GetLastIndex() const
-{
-    return m_uSize - 1;
 }
 
 QvResult CAATreeBase::Insert(const void* pElement)
@@ -433,32 +407,13 @@ void CAATreeBase::FinalizeCAATreeBase()
     ms_pNullNode = nullptr;
 }
 
-void CAATreeBase::Construct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-void CAATreeBase::ConstructFrom(void* pElement, const void* pSource)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
-}
-
-void CAATreeBase::Destruct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
 void CAATreeBase::ExchangeContents(CAATreeBase& rOther)
 {
     m_nodeAllocator.Exchange(rOther.m_nodeAllocator);
-    std::swap(m_stCompare, rOther.m_stCompare);
-    std::swap(m_uLockCapacity, rOther.m_uLockCapacity);
-    std::swap(m_uSize, rOther.m_uSize);
-    std::swap(m_uAllocatedCount, rOther.m_uAllocatedCount);
-    std::swap(m_pRoot, rOther.m_pRoot);
-    std::swap(m_pCurrentNode, rOther.m_pCurrentNode);
-    std::swap(m_uCurrentIndex, rOther.m_uCurrentIndex);
+    using Tree = CAATreeBase;
+    orvel_internal::ExchangeMembers(*this, rOther, &Tree::m_stCompare, &Tree::m_uLockCapacity, &Tree::m_uSize,
+                                    &Tree::m_uAllocatedCount, &Tree::m_pRoot, &Tree::m_pCurrentNode,
+                                    &Tree::m_uCurrentIndex);
 }
 
 int CAATreeBase::Compare(const void* pFirst, const void* pSecond) const

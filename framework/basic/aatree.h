@@ -93,12 +93,6 @@ public:
     unsigned int GetLockCapacity() const;
     void SetLockCapacity(unsigned int uLockCapacity);
 
-    unsigned int GetSize() const;
-    bool IsEmpty() const;
-    unsigned int GetFirstIndex() const;
-    /// GetSize() - 1: 0xFFFFFFFF when empty.
-    unsigned int GetLastIndex() const;
-
     /// Inserts a copy.
     /// QV_RES_OK              it is in
     /// QV_RES_ALREADY_EXISTS  an equal element is there
@@ -126,6 +120,12 @@ public:
     /// Destroys the element at an index below the size.
     void Erase(unsigned int uIndex);
     void EraseAll();
+
+    unsigned int GetSize() const;
+    bool IsEmpty() const;
+    unsigned int GetFirstIndex() const;
+    /// GetSize() - 1: 0xFFFFFFFF when empty.
+    unsigned int GetLastIndex() const;
 
     /// The node of the element that equals pKey, else the sentinel.
     CAATreeNode* FindNode(const void* pKey) const;
@@ -257,17 +257,9 @@ public:
     {
         CAATreeBase::ExchangeContents(rSrc);
     }
-    CAATree& operator=(const CAATree& rSrc)
-    {
-        CAATreeBase::operator=(rSrc);
-        return *this;
-    }
+    CAATree& operator=(const CAATree& rSrc) = default;
     /// The two trees exchange everything.
-    CAATree& operator=(CAATree&& rSrc)
-    {
-        CAATreeBase::ExchangeContents(rSrc);
-        return *this;
-    }
+    CAATree& operator=(CAATree&& rSrc) = default;
 
     using CAATreeBase::SetComparisonFunction;
     template <typename Comparison>

@@ -7,13 +7,11 @@
 #include <new>
 #include <utility>
 
-#include "framework/kernel/unused_parameter.h"
+#include "framework/basic/container_members.h"
 
 static_assert(sizeof(CListBase) == 88, "field order and widths are the binary interface");
 static_assert(sizeof(CListBase::SNode) == 16, "elements lie behind two links");
 static_assert(sizeof(CListBase::SPtr) == sizeof(void*), "handles travel in a register");
-
-using orvel_internal::SComparison;
 
 namespace
 {
@@ -48,6 +46,11 @@ struct CListBase::SChain
     }
 };
 
+ORVEL_DEFINE_SIZE_MEMBERS(CListBase)
+ORVEL_DEFINE_INDEX_MEMBERS(CListBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CListBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CListBase)
+
 CListBase::CListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CListBase(uSizeOfElement, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
 {
@@ -78,10 +81,12 @@ CListBase::~CListBase()
 
 CListBase& CListBase::operator=(const CListBase& rSrc)
 {
-    if (this == &rSrc || m_uElementSize != rSrc.m_uElementSize) return *this;
-    if (ReserveCapacity(rSrc.m_uSize) < 0) return *this;
-    EraseAll();
-    Copy(this, 0, &rSrc, 0, rSrc.m_uSize);
+    const bool bTakes = this != &rSrc && m_uElementSize == rSrc.m_uElementSize;
+    if (bTakes && ReserveCapacity(rSrc.m_uSize) >= 0)
+    {
+        EraseAll();
+        Copy(this, 0, &rSrc, 0, rSrc.m_uSize);
+    }
     return *this;
 }
 
@@ -102,41 +107,6 @@ QvResult CListBase::ReduceCapacity(unsigned int uCapacity)
 unsigned int CListBase::GetCapacity() const
 {
     return m_uSize + m_nodeAllocator.GetBlockCount();
-}
-
-unsigned int CListBase::GetLockCapacity() const
-{
-    return m_uLockCapacity;
-}
-
-void CListBase::SetLockCapacity(unsigned int uLockCapacity)
-{
-    m_uLockCapacity = uLockCapacity;
-}
-
-unsigned int CListBase::GetSize() const
-{
-    return m_uSize;
-}
-
-bool CListBase::IsEmpty() const
-{
-    return m_uSize == 0;
-}
-
-unsigned int CListBase::GetFirstIndex() const
-{
-    return 0;
-}
-
-unsigned int CListBase::GetLastIndex() const
-{
-    return m_uSize - 1;
-}
-
-unsigned int CListBase::GetEndIndex() const
-{
-    return m_uSize;
 }
 
 CListBase::SPtr CListBase::Find(unsigned int uIndex) const
@@ -177,11 +147,6 @@ QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
     return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
 }
 
-QvResult CListBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
-}
-
 void* CListBase::Allocate(unsigned int uIndex)
 {
     if (uIndex > m_uSize || ReserveFor(size_t{m_uSize} + 1) < 0) return nullptr;
@@ -191,12 +156,6 @@ void* CListBase::Allocate(unsigned int uIndex)
     Link(stChain, pBefore);
     SetCache(uIndex, stChain.pFirst);
     return ElementOf(stChain.pFirst);
-}
-
-QvResult CListBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
-                                   void** ppElement)
-{
-    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CListBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -252,11 +211,6 @@ void CListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
     if (pBehindLow != pHigh) Link(Unlink(pHigh, 1), pBehindLow);
     Link(stLow, pBehindHigh);
     SetCache(uIndex1, pSecond);
-}
-
-void CListBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    SortElements(SComparison{pfnCompare, uParam});
 }
 
 QvResult CListBase::Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc, unsigned int uSrcIndex,
@@ -341,57 +295,12 @@ QvResult CListBase::Split(unsigned int uIndex, CListBase& rDest)
     return res >= 0 ? Move(&rDest, 0, this, uIndex, uCount) : res;
 }
 
-unsigned int CListBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                             unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
-}
-
-unsigned int CListBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
-}
-
-unsigned int CListBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
-}
-
-unsigned int CListBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
-}
-
-void CListBase::Construct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-void CListBase::ConstructFrom(void* pElement, const void* pSource)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
-}
-
-void CListBase::Destruct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-unsigned int CListBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
-}
-
 void CListBase::ExchangeContents(CListBase& rOther)
 {
     m_nodeAllocator.Exchange(rOther.m_nodeAllocator);
-    std::swap(m_uLockCapacity, rOther.m_uLockCapacity);
-    std::swap(m_uSize, rOther.m_uSize);
-    std::swap(m_uCachedIndex, rOther.m_uCachedIndex);
-    std::swap(m_pCachedNode, rOther.m_pCachedNode);
-    std::swap(m_pHead, rOther.m_pHead);
-    std::swap(m_pTail, rOther.m_pTail);
+    using List = CListBase;
+    orvel_internal::ExchangeMembers(*this, rOther, &List::m_uLockCapacity, &List::m_uSize, &List::m_uCachedIndex,
+                                    &List::m_pCachedNode, &List::m_pHead, &List::m_pTail);
 }
 
 void CListBase::DropAll()

@@ -67,19 +67,6 @@ public:
     /// memory runs out.
     CListBase& operator=(const CListBase& rSrc);
 
-    /// Takes the nodes that the capacity lacks to uCapacity.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and less
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
-    QvResult ReserveCapacity(unsigned int uCapacity);
-    /// Gives free nodes back until the capacity is the larger of uCapacity and the size, if it is more.
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
-    QvResult ReduceCapacity(unsigned int uCapacity);
-    unsigned int GetCapacity() const;
-    /// Non-zero: the capacity is locked.
-    unsigned int GetLockCapacity() const;
-    void SetLockCapacity(unsigned int uLockCapacity);
-
     unsigned int GetSize() const;
     bool IsEmpty() const;
     unsigned int GetFirstIndex() const;
@@ -92,6 +79,7 @@ public:
     /// The element at an index below the size, else null.
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
+
     /// The ends of the list, and from node to node; none beyond an end, and none of none.
     SPtr GetFirst() const { return m_pHead; }
     SPtr GetLast() const { return m_pTail; }
@@ -111,12 +99,12 @@ public:
     /// kept for those who rely on it; Copy() has the position that it is told. Results as above, and
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
-    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted.
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// The same at the place of pKey in a sorted list that holds no equal element.
+    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted.
+    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+    /// Links such a node at the place of pKey in a sorted list that holds no equal element.
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
@@ -130,15 +118,35 @@ public:
     void Erase(SPtr pNode);
     void EraseAll();
 
+    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// QV_RES_OK             the capacity is at least uCapacity
+    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
+    QvResult ReserveCapacity(unsigned int uCapacity);
+    /// Gives free nodes back until the capacity is the larger of uCapacity and the size, if it is more.
+    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    QvResult ReduceCapacity(unsigned int uCapacity);
+    unsigned int GetCapacity() const;
+    /// Non-zero: the capacity is locked.
+    unsigned int GetLockCapacity() const;
+    void SetLockCapacity(unsigned int uLockCapacity);
+
     /// Relinks a node of this list as the first (last); none is ignored.
     void MoveToFirst(SPtr pNode);
     void MoveToLast(SPtr pNode);
     /// Exchanges the places of two nodes; nothing happens when an index has none.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
-    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (an array of
-    /// addresses is sorted in their stead).
-    void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
 
+    /// Moves all elements of rSrc in front of index uIndex.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this list
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
+    QvResult Merge(unsigned int uIndex, CListBase& rSrc);
+    /// Moves the elements from uIndex on to the front of rDest, in front of what is there.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this list
+    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and below the number of those elements
+    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no nodes
+    QvResult Split(unsigned int uIndex, CListBase& rDest);
     /// Copies uCount elements from uSrcIndex on in front of index uDestIndex (at the end when that is above the size).
     /// The lock of the capacity is not asked.
     /// QV_RES_OK                the copies are in
@@ -150,25 +158,19 @@ public:
     /// allocated; else the elements are copied, and the source's destroyed. Results as above.
     static QvResult Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
-    /// Moves all elements of rSrc in front of index uIndex.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this list
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
-    QvResult Merge(unsigned int uIndex, CListBase& rSrc);
-    /// Moves the elements from uIndex on to the front of rDest, in front of what is there.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this list
-    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and below the number of those elements
-    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no nodes
-    QvResult Split(unsigned int uIndex, CListBase& rDest);
 
-    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
-    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                      unsigned int uParam) const;
-    /// The same in a sorted list. Cost: logarithmic in comparisons, plus one for each equal element; linear in steps.
-    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first element of a sorted list that compares equal, else the end index. Cost: logarithmic in
+    /// comparisons, plus one for each equal element; linear in steps.
+    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// The same from uStartIndex on in any list. Cost: linear.
+    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                      unsigned int uParam) const;
+    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (an array of
+    /// addresses is sorted in their stead).
+    void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes an element in raw memory; copies one into raw memory; destroys one.
     virtual void Construct(void* pElement);
@@ -176,8 +178,6 @@ public:
     virtual void Destruct(void* pElement);
 
 protected:
-    /// Index of the first element that does not order before pKey, the end index when all do.
-    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Exchanges everything but the element size with a list of the same element size.
     void ExchangeContents(CListBase& rOther);
     /// EraseAll() for elements that need no destruction. Cost: constant.
@@ -192,6 +192,9 @@ protected:
         m_pTail = m_pCachedNode = pNode;
         m_uCachedIndex = m_uSize++;
     }
+
+    /// Index of the first element that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
 
     /// Access to the elements, for what containers share: walks from the one last asked for, beside the cache.
     class CElementAccess
@@ -275,17 +278,9 @@ public:
     explicit CList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
     CList(const CList& rSrc) : Sequence(rSrc.m_nodeAllocator) { CListBase::operator=(rSrc); }
     CList(CList&& rSrc) : Sequence(rSrc.m_nodeAllocator) { CListBase::ExchangeContents(rSrc); }
-    CList& operator=(const CList& rSrc)
-    {
-        CListBase::operator=(rSrc);
-        return *this;
-    }
+    CList& operator=(const CList& rSrc) = default;
     /// The two lists exchange everything.
-    CList& operator=(CList&& rSrc)
-    {
-        CListBase::ExchangeContents(rSrc);
-        return *this;
-    }
+    CList& operator=(CList&& rSrc) = default;
 
     QvResult Append(const T& rElement)
     {

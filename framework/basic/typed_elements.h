@@ -26,6 +26,13 @@ struct SNaturalOrder
 /// What the typed containers have in common over their untyped bases. Internal: include the containers' headers.
 namespace orvel_internal
 {
+/// Exchanges members of two objects.
+template <typename Object, typename... Members>
+void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMembers)
+{
+    (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
+}
+
 /// Lets a typed comparison be called as a base calls one.
 template <typename T, typename Key, typename Compare>
 class CTypedComparison
@@ -103,7 +110,16 @@ protected:
     {
     }
     CTypedElements(const CTypedElements&) = delete;
-    CTypedElements& operator=(const CTypedElements&) = delete;
+    CTypedElements& operator=(const CTypedElements& rSrc)
+    {
+        Base::operator=(rSrc);
+        return *this;
+    }
+    CTypedElements& operator=(CTypedElements&& rSrc)
+    {
+        Base::ExchangeContents(rSrc);
+        return *this;
+    }
 };
 
 /// Designates an element of a list or tree, or none; it stays good until its element leaves the container. T is const
@@ -142,19 +158,24 @@ private:
     Position m_position;
 };
 
-/// A handle that walks as a bidirectional iterator; the end designates no element.
-template <typename T, typename Base>
-class CNodeIterator : public CNodeHandle<T, Base>
+/// What the standard library wants to know of an iterator.
+template <typename T, typename Category>
+struct SIteratorTypes
 {
-    using Handle = CNodeHandle<T, Base>;
-
-public:
-    using iterator_category = std::bidirectional_iterator_tag;
+    using iterator_category = Category;
     using value_type = std::remove_const_t<T>;
     using difference_type = ptrdiff_t;
     using pointer = T*;
     using reference = T&;
+};
 
+/// A handle that walks as a bidirectional iterator; the end designates no element.
+template <typename T, typename Base>
+class CNodeIterator : public CNodeHandle<T, Base>, public SIteratorTypes<T, std::bidirectional_iterator_tag>
+{
+    using Handle = CNodeHandle<T, Base>;
+
+public:
     CNodeIterator() : m_pContainer(nullptr) {}
     CNodeIterator(const Base* pContainer, typename Base::Position position) : Handle(position), m_pContainer(pContainer)
     {

@@ -5,13 +5,16 @@
 
 #include <algorithm>
 
-#include "framework/kernel/unused_parameter.h"
+#include "framework/basic/container_members.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
 
 template class CVector<void*>;
 
-using orvel_internal::SComparison;
+ORVEL_DEFINE_SIZE_MEMBERS(CVectorBase)
+ORVEL_DEFINE_INDEX_MEMBERS(CVectorBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CVectorBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CVectorBase)
 
 CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CVectorBase(uSizeOfElement, true, pAllocator)
@@ -104,41 +107,6 @@ unsigned int CVectorBase::GetCapacity() const
     return m_uCapacity;
 }
 
-unsigned int CVectorBase::GetLockCapacity() const
-{
-    return m_uLockCapacity;
-}
-
-void CVectorBase::SetLockCapacity(unsigned int uLockCapacity)
-{
-    m_uLockCapacity = uLockCapacity;
-}
-
-unsigned int CVectorBase::GetSize() const
-{
-    return m_uSize;
-}
-
-bool CVectorBase::IsEmpty() const
-{
-    return m_uSize == 0;
-}
-
-unsigned int CVectorBase::GetFirstIndex() const
-{
-    return 0;
-}
-
-unsigned int CVectorBase::GetLastIndex() const
-{
-    return m_uSize - 1;
-}
-
-unsigned int CVectorBase::GetEndIndex() const
-{
-    return m_uSize;
-}
-
 QvResult CVectorBase::Resize(unsigned int uSize)
 {
     if (uSize > m_uCapacity) return QV_RES_INVALID_ARGUMENT;
@@ -208,23 +176,12 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
     return res;
 }
 
-QvResult CVectorBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
-}
-
 void* CVectorBase::Allocate(unsigned int uIndex)
 {
     if (uIndex > m_uSize || GrowTo(size_t{m_uSize} + 1) < 0) return nullptr;
     Move(this, uIndex + 1, this, uIndex, m_uSize - uIndex);
     ++m_uSize;
     return SlotAt(uIndex);
-}
-
-QvResult CVectorBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
-                                     void** ppElement)
-{
-    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -346,61 +303,12 @@ void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase*
                   });
 }
 
-void CVectorBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    SortElements(SComparison{pfnCompare, uParam});
-}
-
-unsigned int CVectorBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                               unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
-}
-
-unsigned int CVectorBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
-}
-
-unsigned int CVectorBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
-}
-
-unsigned int CVectorBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
-}
-
-void CVectorBase::Construct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-void CVectorBase::ConstructFrom(void* pElement, const void* pSource)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
-}
-
-void CVectorBase::Destruct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
-}
-
 void CVectorBase::ExchangeContents(CVectorBase& rOther)
 {
-    std::swap(m_pAllocator, rOther.m_pAllocator);
-    std::swap(m_uCapacity, rOther.m_uCapacity);
-    std::swap(m_uLockCapacity, rOther.m_uLockCapacity);
-    std::swap(m_uSize, rOther.m_uSize);
-    std::swap(m_bConstruct, rOther.m_bConstruct);
-    std::swap(m_pvStorage, rOther.m_pvStorage);
+    using Vector = CVectorBase;
+    orvel_internal::ExchangeMembers(*this, rOther, &Vector::m_pAllocator, &Vector::m_uCapacity,
+                                    &Vector::m_uLockCapacity, &Vector::m_uSize, &Vector::m_bConstruct,
+                                    &Vector::m_pvStorage);
 }
 
 unsigned char* CVectorBase::SlotAt(unsigned int uIndex) const

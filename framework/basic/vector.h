@@ -236,19 +236,19 @@ public:
     explicit CVector(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
     CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
+    ~CVector() override { EraseAll(); }
     CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
     {
         CVectorBase::ReserveCapacity(rSrc.m_uCapacity);
         CVectorBase::operator=(rSrc);
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
-    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
-    ~CVector() override { EraseAll(); }
     CVector& operator=(const CVector& rSrc)
     {
         CVectorBase::operator=(rSrc);
         return *this;
     }
+    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc)
     {

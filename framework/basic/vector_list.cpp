@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "framework/kernel/unused_parameter.h"
+#include "framework/basic/container_members.h"
 
 static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary interface");
 
-using orvel_internal::SComparison;
+ORVEL_DEFINE_INDEX_MEMBERS(CVListBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CVListBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CVListBase)
 
 CVListBase::CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : m_elementAllocator(uSizeOfElement, pAllocator), m_uElementSize(uSizeOfElement), m_order(false, nullptr)
@@ -82,26 +84,6 @@ unsigned int CVListBase::GetSize() const
     return m_order.GetSize();
 }
 
-bool CVListBase::IsEmpty() const
-{
-    return m_order.IsEmpty();
-}
-
-unsigned int CVListBase::GetFirstIndex() const
-{
-    return 0;
-}
-
-unsigned int CVListBase::GetLastIndex() const
-{
-    return GetSize() - 1;
-}
-
-unsigned int CVListBase::GetEndIndex() const
-{
-    return GetSize();
-}
-
 void* CVListBase::GetAt(unsigned int uIndex)
 {
     return uIndex < m_order.GetSize() ? m_order[uIndex] : nullptr;
@@ -142,11 +124,6 @@ QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
     return res;
 }
 
-QvResult CVListBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
-}
-
 void* CVListBase::Allocate(unsigned int uIndex)
 {
     void* const pBlock = m_elementAllocator.Pop();
@@ -154,12 +131,6 @@ void* CVListBase::Allocate(unsigned int uIndex)
     if (m_order.Insert(uIndex, 1, pBlock) >= 0) return pBlock;
     m_elementAllocator.Push(pBlock);
     return nullptr;
-}
-
-QvResult CVListBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
-                                    void** ppElement)
-{
-    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CVListBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -183,11 +154,6 @@ void CVListBase::EraseAll()
 void CVListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
 {
     if (uIndex1 < GetSize() && uIndex2 < GetSize()) std::swap(m_order[uIndex1], m_order[uIndex2]);
-}
-
-void CVListBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    SortElements(SComparison{pfnCompare, uParam});
 }
 
 QvResult CVListBase::Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
@@ -252,48 +218,6 @@ QvResult CVListBase::Split(unsigned int uIndex, CVListBase& rDest)
     Move(&rDest, 0, this, uIndex, uCount);
     m_order.Erase(uIndex, uCount);
     return res;
-}
-
-unsigned int CVListBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                              unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
-}
-
-unsigned int CVListBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
-}
-
-unsigned int CVListBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
-}
-
-unsigned int CVListBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
-}
-
-void CVListBase::Construct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-void CVListBase::ConstructFrom(void* pElement, const void* pSource)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
-}
-
-void CVListBase::Destruct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-unsigned int CVListBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
 }
 
 void CVListBase::ExchangeContents(CVListBase& rOther)

@@ -45,6 +45,38 @@ public:
     /// memory runs out.
     CVListBase& operator=(const CVListBase& rSrc);
 
+    /// The element at an index below the size, else null.
+    void* GetAt(unsigned int uIndex);
+    const void* GetAt(unsigned int uIndex) const;
+    unsigned int GetSize() const;
+    bool IsEmpty() const;
+    unsigned int GetFirstIndex() const;
+    /// GetSize() - 1: 0xFFFFFFFF when empty.
+    unsigned int GetLastIndex() const;
+    unsigned int GetEndIndex() const;
+
+    /// Puts a block in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
+    /// above the size or the capacity cannot grow.
+    void* Allocate(unsigned int uIndex);
+    /// The same at the place of pKey in a sorted vector-list that holds no equal element.
+    /// QV_RES_OK                *ppElement is the room for the element
+    /// QV_RES_INVALID_ARGUMENT  ppElement is null
+    /// QV_RES_ALREADY_EXISTS    an equal element is there
+    /// QV_RES_FAIL              the room could not be had
+    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+    /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
+    /// it is null. *pElement may be an element of this vector-list.
+    /// QV_RES_OK                the elements are in
+    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ
+    QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
+    /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
+    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
@@ -59,48 +91,23 @@ public:
     unsigned int GetLockCapacity() const;
     void SetLockCapacity(unsigned int uLockCapacity);
 
-    unsigned int GetSize() const;
-    bool IsEmpty() const;
-    unsigned int GetFirstIndex() const;
-    /// GetSize() - 1: 0xFFFFFFFF when empty.
-    unsigned int GetLastIndex() const;
-    unsigned int GetEndIndex() const;
-
-    /// The element at an index below the size, else null.
-    void* GetAt(unsigned int uIndex);
-    const void* GetAt(unsigned int uIndex) const;
-
-    /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
-    /// it is null. *pElement may be an element of this vector-list.
-    /// QV_RES_OK                the elements are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ
-    QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
-    /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
-    /// Puts a block in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
-    /// above the size or the capacity cannot grow.
-    void* Allocate(unsigned int uIndex);
-    /// The same at the place of pKey in a sorted vector-list that holds no equal element.
-    /// QV_RES_OK                *ppElement is the room for the element
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the room could not be had
-    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
-
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
     void Erase(unsigned int uIndex);
     void EraseAll();
 
-    /// Exchanges the places of two elements; nothing happens when an index is none.
-    void Swap(unsigned int uIndex1, unsigned int uIndex2);
+    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
+    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                      unsigned int uParam) const;
+    /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
+    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Shell sort of the addresses; equal elements may change places.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
+    /// Exchanges the places of two elements; nothing happens when an index is none.
+    void Swap(unsigned int uIndex1, unsigned int uIndex2);
+    /// Index of the first smallest (largest) element; 0 when empty.
+    unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
 
     /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element: what other
     /// operations are made of.
@@ -114,6 +121,7 @@ public:
     /// destroyed. Results as above.
     static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
+
     /// Moves all elements of rSrc in front of index uIndex.
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector-list
     /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
@@ -125,23 +133,12 @@ public:
     /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order of rDest
     QvResult Split(unsigned int uIndex, CVListBase& rDest);
 
-    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
-    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                      unsigned int uParam) const;
-    /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
-    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Index of the first smallest (largest) element; 0 when empty.
-    unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
-    unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
-
     /// Makes an element in raw memory; copies one into raw memory; destroys one.
     virtual void Construct(void* pElement);
     virtual void ConstructFrom(void* pElement, const void* pSource);
     virtual void Destruct(void* pElement);
 
 protected:
-    /// Index of the first element that does not order before pKey, the end index when all do.
-    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Exchanges everything but the element size with a vector-list of the same element size.
     void ExchangeContents(CVListBase& rOther);
 
@@ -166,6 +163,9 @@ protected:
         orvel_internal::SortPointers(m_order.begin(), m_order.GetSize(), rCompare);
     }
 
+    /// Index of the first element that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+
     CBlockAllocator m_elementAllocator;
     unsigned int m_uElementSize;
     CVector<void*> m_order;
@@ -183,15 +183,9 @@ namespace orvel_internal
 {
 /// Walks the order of a vector-list, at random.
 template <typename T>
-class CVListIterator
+class CVListIterator : public SIteratorTypes<T, std::random_access_iterator_tag>
 {
 public:
-    using iterator_category = std::random_access_iterator_tag;
-    using value_type = std::remove_const_t<T>;
-    using difference_type = ptrdiff_t;
-    using pointer = T*;
-    using reference = T&;
-
     CVListIterator() : m_ppElement(nullptr) {}
     explicit CVListIterator(void* const* ppElement) : m_ppElement(ppElement) {}
     template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
@@ -253,21 +247,18 @@ public:
     using iterator = orvel_internal::CVListIterator<T>;
     using const_iterator = orvel_internal::CVListIterator<const T>;
 
-    explicit CVList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
-    explicit CVList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
     CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::operator=(rSrc); }
     CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
-    CVList& operator=(const CVList& rSrc)
-    {
-        CVListBase::operator=(rSrc);
-        return *this;
-    }
+    CVList& operator=(const CVList& rSrc) = default;
     /// The two vector-lists exchange everything.
-    CVList& operator=(CVList&& rSrc)
-    {
-        CVListBase::ExchangeContents(rSrc);
-        return *this;
-    }
+    CVList& operator=(CVList&& rSrc) = default;
+    explicit CVList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
+    explicit CVList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
+
+    iterator begin() { return iterator(m_order.begin()); }
+    iterator end() { return iterator(m_order.end()); }
+    const_iterator begin() const { return const_iterator(m_order.begin()); }
+    const_iterator end() const { return const_iterator(m_order.end()); }
 
     /// The element at an index below the size, else null.
     T* GetAt(unsigned int uIndex) { return uIndex < m_order.GetSize() ? &begin()[uIndex] : nullptr; }
@@ -275,11 +266,6 @@ public:
     /// The element at an index that the caller knows to be below the size.
     T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
     const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
-
-    iterator begin() { return iterator(m_order.begin()); }
-    iterator end() { return iterator(m_order.end()); }
-    const_iterator begin() const { return const_iterator(m_order.begin()); }
-    const_iterator end() const { return const_iterator(m_order.end()); }
 };
 
 #endif
