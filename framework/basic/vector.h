@@ -278,7 +278,8 @@ public:
     /// As in CVectorBase.
     QvResult ReserveCapacity(unsigned int uCapacity) { return CVectorBase::ReserveCapacity(uCapacity); }
     QvResult ReduceCapacity(unsigned int uCapacity) { return CVectorBase::ReduceCapacity(uCapacity); }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return CVectorBase::Insert(uIndex, uCount); }
+    using Sequence::Insert;
+    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         return CVectorBase::Insert(uIndex, uCount, &rElement);
