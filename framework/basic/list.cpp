@@ -162,7 +162,7 @@ void CListBase::Erase(unsigned int uIndex, unsigned int uCount)
 {
     SNode* const pNode = NodeAt(uIndex);
     if (pNode == nullptr) return;
-    Discard(Unlink(pNode, std::min(uCount, m_uSize - uIndex)));
+    if (uCount != 0) Discard(Unlink(pNode, std::min(uCount, m_uSize - uIndex)));
     SetCache(0, m_pHead);
 }
 
