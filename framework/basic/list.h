@@ -200,6 +200,8 @@ protected:
     class CElementAccess
     {
     public:
+        static constexpr bool g_bWALKS_FROM_SINGLE = false;
+
         explicit CElementAccess(const SNode* pHead) : m_pNode(pHead), m_uIndex(0) {}
         const void* operator()(unsigned int uIndex)
         {

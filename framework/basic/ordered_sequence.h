@@ -26,7 +26,8 @@ struct SComparison
     int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
 };
 
-/// Searches one sequence with one comparison.
+/// Searches one sequence with one comparison. At::g_bWALKS_FROM_SINGLE tells a published difference: arrays ask a single
+/// element that orders before the key once more, lists do not.
 template <typename At, typename Compare>
 class CSearch
 {
@@ -49,7 +50,11 @@ public:
     unsigned int LowerBound(const void* pKey)
     {
         if (m_uSize == 0) return 0;
-        if (m_uSize == 1) return CompareAt(0, pKey) < 0 ? 1 : 0;
+        if (m_uSize == 1)
+        {
+            const unsigned int uIndex = CompareAt(0, pKey) < 0 ? 1 : 0;
+            return At::g_bWALKS_FROM_SINGLE ? FirstOfRun(uIndex, pKey) : uIndex;
+        }
 
         unsigned int uLow = 0;
         unsigned int uHigh = m_uSize - 1;

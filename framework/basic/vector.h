@@ -156,6 +156,8 @@ protected:
     class CElementAccess
     {
     public:
+        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+
         CElementAccess(const void* pvStorage, unsigned int uElementSize)
             : m_puStorage(static_cast<const unsigned char*>(pvStorage)), m_uElementSize(uElementSize)
         {

@@ -146,6 +146,8 @@ protected:
     class CElementAccess
     {
     public:
+        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+
         explicit CElementAccess(void* const* ppElements) : m_ppElements(ppElements) {}
         const void* operator()(unsigned int uIndex) const { return m_ppElements[uIndex]; }
 

@@ -37,7 +37,7 @@ unsigned int CpuFeatures()
         uFeatures = Detect() | g_uDetected;
         g_uFeatures.store(uFeatures, std::memory_order_relaxed);
     }
-    return uFeatures;
+    return uFeatures & ~g_uDetected;
 }
 
 void RestrictCpuFeatures(unsigned int uAllowed)
