@@ -215,12 +215,12 @@ protected:
         unsigned int m_uIndex;
     };
     template <typename Compare>
-    orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    QV_HIDDEN orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
     {
         return {m_uSize, CElementAccess(m_pHead), compare};
     }
     template <typename Compare>
-    void SortElements(const Compare& rCompare)
+    QV_HIDDEN void SortElements(const Compare& rCompare)
     {
         if (m_uSize < 2) return;
         const std::unique_ptr<void*[]> ppElements(new void*[m_uSize]);

@@ -67,7 +67,7 @@ int StatelessCallback(const void* pFirst, const void* pSecond, unsigned int)
 
 /// Makes, copies and destroys the elements of a base that knows only their size.
 template <typename T, typename Base>
-class QV_EXPORT CTypedElements : protected Base
+class CTypedElements : protected Base
 {
     static_assert(
         alignof(T) <= alignof(max_align_t),
@@ -215,7 +215,7 @@ private:
 };
 /// The typed operations of containers whose elements lie in nodes: handles and iterators.
 template <typename T, typename Base>
-class QV_EXPORT CTypedNodes : public CTypedElements<T, Base>
+class CTypedNodes : public CTypedElements<T, Base>
 {
 public:
     using handle = CNodeHandle<T, Base>;
@@ -248,7 +248,7 @@ protected:
 /// (const T& element, const Key& key) and returns a negative number, 0 or a positive number; left out, it is the order
 /// of `<`. The other takes a callback and its number. Keys may be of any type that the comparison takes.
 template <typename T, typename Base, typename Elements = CTypedElements<T, Base>>
-class QV_EXPORT CTypedSequence : public Elements
+class CTypedSequence : public Elements
 {
 public:
     using Base::Erase;

@@ -169,12 +169,12 @@ protected:
         size_t m_uElementSize;
     };
     template <typename Compare>
-    orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    QV_HIDDEN orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
     {
         return {m_uSize, CElementAccess(m_pvStorage, m_uElementSize), compare};
     }
     template <typename Compare>
-    void SortElements(const Compare& rCompare);
+    QV_HIDDEN void SortElements(const Compare& rCompare);
 
     IAllocator* m_pAllocator;
     unsigned int m_uCapacity;

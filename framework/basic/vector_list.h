@@ -155,12 +155,12 @@ protected:
         void* const* m_ppElements;
     };
     template <typename Compare>
-    orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    QV_HIDDEN orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
     {
         return {m_order.GetSize(), CElementAccess(m_order.begin()), compare};
     }
     template <typename Compare>
-    void SortElements(const Compare& rCompare)
+    QV_HIDDEN void SortElements(const Compare& rCompare)
     {
         orvel_internal::SortPointers(m_order.begin(), m_order.GetSize(), rCompare);
     }
