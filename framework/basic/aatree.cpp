@@ -539,6 +539,7 @@ void CAATreeBase::EraseSubtree(CAATreeNode* pNode)
     if (pNode == ms_pNullNode) return;
     EraseSubtree(pNode->pLeft);
     EraseSubtree(pNode->pRight);
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): a derived class has erased all before it is destroyed.
     Destruct(ElementOf(pNode));
     m_nodeAllocator.Push(pNode);
     --m_uSize;

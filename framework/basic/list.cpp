@@ -306,7 +306,7 @@ void CListBase::ExchangeContents(CListBase& rOther)
 void CListBase::DropAll()
 {
     if (m_uSize == 0) return;
-    m_nodeAllocator.PushChain(m_pTail, m_pHead, m_uSize);
+    m_nodeAllocator.PushChain(&m_pTail->stBackwards, &m_pHead->stBackwards, m_uSize);
     m_uSize = 0;
     m_pHead = m_pTail = nullptr;
     SetCache(0, nullptr);
@@ -345,7 +345,7 @@ void CListBase::Discard(const SChain& rstChain)
         Destruct(ElementOf(pNode));
         pNode = pNode->pFollowing;
     }
-    m_nodeAllocator.PushChain(rstChain.pLast, rstChain.pFirst, rstChain.uCount);
+    m_nodeAllocator.PushChain(&rstChain.pLast->stBackwards, &rstChain.pFirst->stBackwards, rstChain.uCount);
 }
 
 CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const

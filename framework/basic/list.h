@@ -33,13 +33,17 @@ class QV_EXPORT CListBase
 {
 public:
     /// What a handle points at: the links in front of the element. For the list alone.
-    struct SNode : IAllocator::SBlock
+    struct SNode
     {
-        SNode(SNode* pPreviousNode, SNode* pNextNode) : SBlock{pPreviousNode}, pFollowing(pNextNode) {}
-        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they are.
-        SNode* GetPrevious() const { return static_cast<SNode*>(pNext); }
-        void SetPrevious(SNode* pNode) { pNext = pNode; }
+        SNode(SNode* pPreviousNode, SNode* pNextNode) : stBackwards{nullptr}, pFollowing(pNextNode)
+        {
+            SetPrevious(pPreviousNode);
+        }
+        SNode* GetPrevious() const { return reinterpret_cast<SNode*>(stBackwards.pNext); }
+        void SetPrevious(SNode* pNode) { stBackwards.pNext = reinterpret_cast<IAllocator::SBlock*>(pNode); }
 
+        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they are.
+        IAllocator::SBlock stBackwards;
         SNode* pFollowing;
     };
 

@@ -199,7 +199,9 @@ template <typename Compare>
 void CVectorBase::SortElements(const Compare& rCompare)
 {
     if (m_uSize < 2) return;
-    using namespace orvel_internal;
+    using orvel_internal::CConstructedElements;
+    using orvel_internal::ShellSort;
+    using orvel_internal::SortBytes;
     const std::unique_ptr<unsigned char[]> held(new unsigned char[m_uElementSize]);
     void* const pHeld = held.get();
     const CConstructedElements<CVectorBase, Compare> constructed(*this, pHeld, rCompare);

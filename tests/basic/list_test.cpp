@@ -162,23 +162,6 @@ INSTANTIATE_TEST_SUITE_P(Pairs, CListSwap,
                                          SSwapCase{2, 2, "0 1 2 3 "}, SSwapCase{1, 4, "0 1 2 3 "},
                                          SSwapCase{4, 1, "0 1 2 3 "}));
 
-TEST_F(CListTest, ElementsAreMadeCopiedAndDestroyedInOrder)
-{
-    CIntList list('a', log, &allocator);
-    const int nSource = 5;
-    list.Insert(0, 2, nullptr);
-    list.Insert(1, 2, &nSource);
-    EXPECT_EQ("ac0 ac0 af5 af5 ", log);
-    EXPECT_EQ("0 5 5 0 ", list.Values());
-    log.clear();
-    list.Erase(1, 3);
-    EXPECT_EQ("ad5 ad5 ad0 ", log);
-    EXPECT_EQ(QV_RES_OK, list.Insert(0, 0, nullptr));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(2, 0, nullptr)) << "the index is looked at first";
-    list.Erase(0, 0);
-    EXPECT_EQ("0 ", list.Values());
-}
-
 TEST_F(CListTest, ErasedNodesAreUsedAgainTheLastFirst)
 {
     CIntList list('a', log, &allocator);
@@ -315,22 +298,6 @@ TEST_F(CListTest, SplitPutsTheElementsInFrontOfWhatIsThere)
     EXPECT_EQ("2 3 4 10 11 ", rest.Values());
     EXPECT_EQ(1u, allocator.GetRequests().back().uCount)
         << "three nodes reserved at the destination, two of them there";
-}
-
-TEST_F(CListTest, ListsOfOtherElementsAreRefused)
-{
-    CListBase narrow(4, &allocator);
-    CListBase wide(8, &allocator);
-    narrow.Insert(0, 1, nullptr);
-    wide.Insert(0, 1, nullptr);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Insert(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Merge(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Split(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Copy(&narrow, 0, &wide, 0, 1));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Move(&narrow, 0, &wide, 0, 1));
-    narrow = wide;
-    EXPECT_EQ(1u, narrow.GetSize());
-    EXPECT_EQ(1u, wide.GetSize());
 }
 
 TEST_F(CListTest, TheCopyConstructorTakesSourceAndSizeButNoSpareNodes)

@@ -10,6 +10,7 @@
 #include "framework/basic/vector_list.h"
 #include "tests/basic/sequence_model.h"
 #include "tests/support/container_elements.h"
+#include "tests/support/logged_container.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -350,5 +351,45 @@ TYPED_TEST(CTypedFront, ACapacityWhoseBytesDoNotFitIsOutOfMemory)
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, texts.ReserveCapacity(0xFFFFFFFF));
     EXPECT_EQ(1u, texts.GetSize());
     EXPECT_EQ(1u, allocator.GetRequests().size());
+}
+template <typename Base>
+class CNodeSequence : public testing::Test
+{
+};
+using CNodeBases = testing::Types<CListBase, CVListBase>;
+TYPED_TEST_SUITE(CNodeSequence, CNodeBases);
+
+TYPED_TEST(CNodeSequence, ElementsAreMadeCopiedAndDestroyedInOrder)
+{
+    std::string log;
+    CLogged<TypeParam> container('a', log);
+    const int nSource = 5;
+    container.Insert(0, 2, nullptr);
+    container.Insert(1, 2, &nSource);
+    EXPECT_EQ("ac0 ac0 af5 af5 ", log);
+    EXPECT_EQ("0 5 5 0 ", container.Values());
+    log.clear();
+    container.Erase(1, 3);
+    EXPECT_EQ("ad5 ad5 ad0 ", log);
+    container.Erase(0, 0);
+    EXPECT_EQ("0 ", container.Values());
+    EXPECT_EQ(QV_RES_OK, container.Insert(1, 0, nullptr));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, container.Insert(2, 0, nullptr)) << "the index is looked at first";
+}
+
+TYPED_TEST(CNodeSequence, ElementsOfAnotherSizeAreRefused)
+{
+    TypeParam narrow(4, nullptr);
+    TypeParam wide(16, nullptr);
+    narrow.Insert(0, 1, nullptr);
+    wide.Insert(0, 1, nullptr);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Insert(0, wide));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Merge(0, wide));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Split(0, wide));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, TypeParam::Copy(&narrow, 0, &wide, 0, 1));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, TypeParam::Move(&narrow, 0, &wide, 0, 1));
+    narrow = wide;
+    EXPECT_EQ(1u, narrow.GetSize());
+    EXPECT_EQ(1u, wide.GetSize());
 }
 }  // namespace

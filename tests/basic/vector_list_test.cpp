@@ -70,23 +70,6 @@ TEST_F(CVListTest, ReservingSucceedsWithoutMemoryForTheBlocks)
     EXPECT_TRUE(list.IsEmpty());
 }
 
-TEST_F(CVListTest, ElementsAreMadeCopiedAndDestroyedInOrder)
-{
-    CIntVList list('a', log, &allocator);
-    const int nSource = 5;
-    list.Insert(0, 2, nullptr);
-    list.Insert(1, 2, &nSource);
-    EXPECT_EQ("ac0 ac0 af5 af5 ", log);
-    EXPECT_EQ("0 5 5 0 ", list.Values());
-    log.clear();
-    list.Erase(1, 3);
-    EXPECT_EQ("ad5 ad5 ad0 ", log);
-    list.Erase(0, 0);
-    EXPECT_EQ("0 ", list.Values());
-    EXPECT_EQ(QV_RES_OK, list.Insert(1, 0, nullptr));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(2, 0, nullptr));
-}
-
 TEST_F(CVListTest, AListIsInsertedAtTheIndexAlsoIntoItself)
 {
     CIntVList list('a', log, &allocator);
@@ -197,21 +180,6 @@ TEST_F(CVListTest, AssignmentLeavesItAsItWasWhenItCannot)
     const CIntVList& rSame = list;
     list = rSame;
     EXPECT_EQ("10 11 ", list.Values());
-}
-
-TEST_F(CVListTest, OthersElementsAreRefused)
-{
-    CVListBase narrow(4, &allocator);
-    CVListBase wide(16, &allocator);
-    narrow.Insert(0, 1, nullptr);
-    wide.Insert(0, 1, nullptr);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Insert(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Merge(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Split(0, wide));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&narrow, 0, &wide, 0, 1));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Move(&narrow, 0, &wide, 0, 1));
-    narrow = wide;
-    EXPECT_EQ(1u, narrow.GetSize());
 }
 
 TEST_F(CVListTest, BlocksAreAtLeastAsLargeAsTheElements)
