@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "framework/basic/container_members.h"
@@ -97,7 +98,8 @@ const void* CVListBase::GetAt(unsigned int uIndex) const
 QvResult CVListBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
     if (uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
-    if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    const bool bAtHand = uCount == 1 && m_elementAllocator.HasFree();
+    if (!bAtHand && !m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     const QvResult res = OpenSlots(uIndex, uCount);
     for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew)
     {
@@ -236,7 +238,10 @@ bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, uns
 
 QvResult CVListBase::OpenSlots(unsigned int uIndex, unsigned int uCount)
 {
-    return m_order.Insert(uIndex, uCount, nullptr);
+    if (uCount != 1 || GetSize() == GetCapacity()) return m_order.Insert(uIndex, uCount, nullptr);
+    // Within the capacity a single slot cannot fail, and need not be null before it is filled.
+    m_order.Allocate(uIndex);
+    return QV_RES_OK;
 }
 
 QvResult CVListBase::GrowFor(size_t uSize)
@@ -256,5 +261,6 @@ bool CVListBase::ReserveBlocksFor(unsigned int uElementsToReplace, const CVListB
 void CVListBase::DiscardBlock(void* pBlock)
 {
     Destruct(pBlock);
-    m_elementAllocator.Push(pBlock);
+    IAllocator::SBlock* const pFree = new (pBlock) IAllocator::SBlock{nullptr};
+    m_elementAllocator.PushChain(pFree, pFree, 1);
 }
