@@ -267,7 +267,7 @@ TEST_P(CBase64WithAlphabet, RandomTextsInRandomPartsDecodeAsTheModelDoes)
 
 TEST_P(CBase64WithAlphabet, PositionIsTheValueOfACharacter)
 {
-    const CBase64 base64 = Make(g_eENCODE, GetParam());
+    CBase64 base64 = Make(g_eENCODE, GetParam());
     for (unsigned int u = 0; u < 256; ++u)
     {
         EXPECT_EQ(Model().Value(static_cast<unsigned char>(u)), base64.Position(static_cast<uint8_t>(u))) << u;
@@ -277,7 +277,7 @@ TEST_P(CBase64WithAlphabet, PositionIsTheValueOfACharacter)
 TEST_P(CBase64WithAlphabet, EncodeTakesAWholeMessage)
 {
     std::mt19937 rng(TestSeed());
-    const CBase64 base64 = Make(g_eENCODE, GetParam());
+    CBase64 base64 = Make(g_eENCODE, GetParam());
     for (unsigned int uLength = 0; uLength < 300; ++uLength)
     {
         const std::string strBytes = RandomText(rng, uLength, uLength);
@@ -290,7 +290,7 @@ TEST_P(CBase64WithAlphabet, EncodeTakesAWholeMessage)
 
 TEST_P(CBase64WithAlphabet, DecodeRefusesAnUnfinishedGroupBehindTheOthers)
 {
-    const CBase64 base64 = Make(g_eENCODE, GetParam());
+    CBase64 base64 = Make(g_eENCODE, GetParam());
     uint8_t auOut[9];
     for (const unsigned int uSize : {1u, 2u, 3u, 5u, 6u, 7u})
     {
