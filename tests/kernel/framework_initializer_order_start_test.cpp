@@ -33,7 +33,7 @@ constexpr SStage g_astSTAGES[] = {
     {14, "QvTraceTime", false},
     {15, "ECom", false},
     {17, "CPool<CMarshaler>", true},
-    {18, "CAATreeBase", false},
+    {18, "CAATreeBase", true},
     {26, "QvStringFormat", true},
     {27, "QvFault", false},
     {29, "CCrypto", true},
