@@ -4,6 +4,8 @@
 //   - Without rules, daylight saving time lasts from April to October here; glibc takes those of the United States.
 //   - Rules less than two days apart: which of them comes first in the year is decided by their days here, by the
 //     moments in UTC there.
+//   - A rule in the last or first days of a year may fall into the other year in UTC. Of daylight saving time that spans
+//     the new year, the start of the year before is kept in mind here; glibc looks at the rules of one year of UTC only.
 //   - Local midnight may read as 24:00:00.000 of the day before. Moments are compared, so this does no harm.
 //   - POSIX has names in <>, names of three letters at least and offsets of up to 24 hours, glibc times of rules up to
 //     167 hours and negative ones. These texts are other ones here, or none.
@@ -125,21 +127,26 @@ std::string RandomOffset(std::mt19937& rRng)
     return apszSIGNS[Below(rRng, 3)] + RandomTime(rRng, Below(rRng, 15));
 }
 
-/// A rule in the given half of the year.
+unsigned int RandomWeek(std::mt19937& rRng, unsigned int uMonth)
+{
+    return Between(rRng, uMonth == 1 ? 2 : 1, uMonth == 12 ? 4 : 5);
+}
+
+/// A rule in the given half of the year, some days away from its ends.
 std::string RandomRule(std::mt19937& rRng, bool bFirstHalf)
 {
-    const unsigned int uDay = bFirstHalf ? Between(rRng, 1, 170) : Between(rRng, 184, 364);
+    const unsigned int uDay = bFirstHalf ? Between(rRng, 3, 170) : Between(rRng, 184, 362);
     const unsigned int uMonth = bFirstHalf ? Between(rRng, 1, 6) : Between(rRng, 7, 12);
-    std::string rule;
+    char szRule[32];
     switch (rRng() % 3)
     {
-        case 0: rule = std::to_string(uDay); break;
-        case 1: rule = "J" + std::to_string(uDay); break;
+        case 0: std::snprintf(szRule, sizeof(szRule), "%u", uDay); break;
+        case 1: std::snprintf(szRule, sizeof(szRule), "J%u", uDay); break;
         default:
-            rule = "M" + std::to_string(uMonth) + "." + std::to_string(Between(rRng, 1, 5)) + "." +
-                   std::to_string(Below(rRng, 7));
+            std::snprintf(szRule, sizeof(szRule), "M%u.%u.%u", uMonth, RandomWeek(rRng, uMonth), Below(rRng, 7));
             break;
     }
+    const std::string rule = szRule;
     return rRng() % 3 == 0 ? rule : rule + "/" + RandomTime(rRng, Below(rRng, 24));
 }
 

@@ -89,7 +89,7 @@ constexpr SText g_astTEXTS[] = {
     {" 5", ACCEPTED, "a blank is a name"},
     {"E T5", ACCEPTED, "a blank in a name"},
     {"<EST>5", ACCEPTED, "angle brackets are characters like others"},
-    {"<+05>5", REFUSED, "which do not make a sign a part of the name: 05 is the offset, and > a name without one"},
+    {"<+05>5", ACCEPTED, "and keep no sign in a name: < five hours behind, with a daylight time named >"},
     {":EST5", ACCEPTED, "a colon is a character like others"},
     {"/5", ACCEPTED, "a slash, too"},
     {"est5", ACCEPTED, "lower case"},
