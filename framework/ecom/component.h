@@ -123,7 +123,7 @@ private:
 };
 
 /// The non-delegating unknown of a component as an IEComUnknown of its own.
-class CEComInnerUnknown : public IEComUnknown
+class CEComInnerUnknown final : public IEComUnknown
 {
 public:
     explicit CEComInnerUnknown(CEComUnknown* pComponent) : m_pComponent(pComponent) {}

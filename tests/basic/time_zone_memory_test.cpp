@@ -1,7 +1,6 @@
 // Zones when memory runs out: the n-th request of the whole process is refused here, wherever it comes from.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -28,19 +27,14 @@ void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
         g_bRefused = true;
         return nullptr;
     }
-    return std::malloc(uSize);
-}
-void operator delete[](void* pv) noexcept
-{
-    std::free(pv);
-}
-void operator delete[](void* pv, std::size_t) noexcept
-{
-    std::free(pv);
-}
-void operator delete[](void* pv, const std::nothrow_t&) noexcept
-{
-    std::free(pv);
+    try
+    {
+        return ::operator new[](uSize);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
 }
 
 namespace
