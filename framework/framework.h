@@ -4,6 +4,7 @@
 /// Every public header of the library.
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
+#include "framework/basic/calendar.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/pool.h"
 #include "framework/basic/string.h"

@@ -2,7 +2,8 @@
 #define FRAMEWORK_BASIC_CALENDAR_H
 #include <stdint.h>
 
-// Internal: the proleptic Gregorian calendar and Julian day numbers, for times and time zones.
+// Internal: the proleptic Gregorian calendar and Julian day numbers, for times and time zones. CTime has some of it inline,
+// so that it is installed; applications use it through CTime.
 //
 // Years are counted from March here, so that the leap day is the last of its year and all months before it have a
 // regular length: day (153 * m + 2) / 5 begins month m, with 0 for March and 11 for February.

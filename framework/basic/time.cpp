@@ -2,7 +2,6 @@
 
 #include <new>
 
-#include "framework/basic/calendar.h"
 #include "framework/kernel/timer.h"
 
 using orvel_internal::DateOf;
@@ -28,6 +27,14 @@ CBinarySemaphore* CTime::ms_psemInternalAccessProtection = nullptr;
 namespace
 {
 constexpr unsigned int g_uDefaultJulianDay = 2451545;  // 1 January 2000
+
+// The inline members belong to the binary interface: this makes the compiler emit them.
+struct SEmitted
+{
+    unsigned int (*pfnGetJulianDate)(unsigned short, unsigned short, unsigned short);
+    void (*pfnGetGregorianDate)(unsigned int, unsigned short*, unsigned short*, unsigned short*);
+};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {&CTime::GetJulianDate, &CTime::GetGregorianDate};
 }  // namespace
 
 CTime::CTime() : m_timeZone(CopySystemTimeZone())
@@ -183,20 +190,6 @@ bool CTime::IsStoredTimeInDayLightSaving() const
 void CTime::PinTime()
 {
     PinTime(m_uJulianDay, m_uTimeMs, m_bDefault);
-}
-
-unsigned int CTime::GetJulianDate(unsigned short uYear, unsigned short uMonth, unsigned short uDay)
-{
-    return JulianDayOf(uYear, uMonth, uDay);
-}
-
-void CTime::GetGregorianDate(unsigned int uJulianDate, unsigned short* puYear, unsigned short* puMonth,
-                             unsigned short* puDay)
-{
-    const SDate date = DateOf(uJulianDate);
-    if (puYear != nullptr) *puYear = date.uYear;
-    if (puMonth != nullptr) *puMonth = date.uMonth;
-    if (puDay != nullptr) *puDay = date.uDay;
 }
 
 void CTime::PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rbDefault)

@@ -3,6 +3,7 @@
 #include <stdint.h>
 #include <time.h>
 
+#include "framework/basic/calendar.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time_zone.h"
 #include "framework/kernel/export.h"
@@ -98,10 +99,19 @@ public:
     void PinTime();
 
     /// The Julian day number of a date, which it is from noon on: 2451545 for 1 January 2000.
-    static unsigned int GetJulianDate(unsigned short uYear, unsigned short uMonth, unsigned short uDay);
+    static unsigned int GetJulianDate(unsigned short uYear, unsigned short uMonth, unsigned short uDay)
+    {
+        return orvel_internal::JulianDayOf(uYear, uMonth, uDay);
+    }
     /// The inverse; what is not wanted may be null.
     static void GetGregorianDate(unsigned int uJulianDate, unsigned short* puYear, unsigned short* puMonth,
-                                 unsigned short* puDay);
+                                 unsigned short* puDay)
+    {
+        const orvel_internal::SDate date = orvel_internal::DateOf(uJulianDate);
+        if (puYear != nullptr) *puYear = date.uYear;
+        if (puMonth != nullptr) *puMonth = date.uMonth;
+        if (puDay != nullptr) *puDay = date.uDay;
+    }
 
     /// Reads the clock, UTC; rbDefault tells whether it was never set.
     static void PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rbDefault);

@@ -158,22 +158,29 @@ public:
 
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
-        return GetDelegate()->QueryIf(pIid, ppInterface);
+        if (m_pOuterUnknown != nullptr) return m_pOuterUnknown->QueryIf(pIid, ppInterface);
+        return this->NonDelegatingQueryIf(pIid, ppInterface);
     }
-    unsigned int AddIfRef() override { return GetDelegate()->AddIfRef(); }
-    unsigned int ReleaseIfRef() override { return GetDelegate()->ReleaseIfRef(); }
+    unsigned int AddIfRef() override
+    {
+        return m_pOuterUnknown != nullptr ? m_pOuterUnknown->AddIfRef() : this->NonDelegatingAddIfRef();
+    }
+    unsigned int ReleaseIfRef() override
+    {
+        return m_pOuterUnknown != nullptr ? m_pOuterUnknown->ReleaseIfRef() : this->NonDelegatingReleaseIfRef();
+    }
 
     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (ppInterface == nullptr || pIid == nullptr) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
-        const bool bFound = Offer<IEComUnknown>(&m_inner, pIid, ppInterface) ||
-                            (Offer<Interfaces>(static_cast<Interfaces*>(this), pIid, ppInterface) || ...);
+        const bool bFound = (Offer<Interfaces>(static_cast<Interfaces*>(this), pIid, ppInterface) || ...) ||
+                            Offer<IEComUnknown>(&m_inner, pIid, ppInterface);
         return bFound ? QV_RES_OK : CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
     }
 
 protected:
     /// The unknown of the whole that this object is, or is a part of: for inner objects as their outer unknown.
-    IEComUnknown* GetControllingUnknown() { return GetDelegate(); }
+    IEComUnknown* GetControllingUnknown() { return m_pOuterUnknown != nullptr ? m_pOuterUnknown : &m_inner; }
 
     /// For NonDelegatingQueryIf() of an object with an inner one: what this object lacks, the inner one may have.
     QvResult QueryWithInner(IEComUnknown* pInner, const SEComGuid* pIid, void** ppInterface)
@@ -183,8 +190,6 @@ protected:
     }
 
 private:
-    IEComUnknown* GetDelegate() { return m_pOuterUnknown != nullptr ? m_pOuterUnknown : &m_inner; }
-
     template <typename Interface>
     static bool Offer(Interface* pInterface, const SEComGuid* pIid, void** ppInterface)
     {

@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_ECOM_GUID_H
 #define FRAMEWORK_ECOM_GUID_H
+#include <string.h>
+
 #include "framework/kernel/export.h"
 
 /// Identifies a component class or an interface: any run of bytes. That of an interface is its name with the NUL.
@@ -18,8 +20,20 @@ struct QV_EXPORT SEComGuid
     inline constexpr SEComGuid Name = {sizeof(g_au##Name##Bytes), g_au##Name##Bytes}
 
 /// Whether sizes and bytes are equal; false when either is null. The other two say what kind is compared. Any thread.
-QV_EXPORT bool IsEqualSEComGuid(const SEComGuid* pGuid1, const SEComGuid* pGuid2);
-QV_EXPORT bool IsEqualEComIID(const SEComGuid* pIid1, const SEComGuid* pIid2);
-QV_EXPORT bool IsEqualEComCLSID(const SEComGuid* pClsid1, const SEComGuid* pClsid2);
+QV_EXPORT inline bool IsEqualSEComGuid(const SEComGuid* pGuid1, const SEComGuid* pGuid2)
+{
+    if (pGuid1 == nullptr || pGuid2 == nullptr || pGuid1->uSize != pGuid2->uSize) return false;
+    // Constants mostly are the same ones, too.
+    if (pGuid1->puData == pGuid2->puData || pGuid1->uSize == 0) return true;
+    return memcmp(pGuid1->puData, pGuid2->puData, pGuid1->uSize) == 0;
+}
+QV_EXPORT inline bool IsEqualEComIID(const SEComGuid* pIid1, const SEComGuid* pIid2)
+{
+    return IsEqualSEComGuid(pIid1, pIid2);
+}
+QV_EXPORT inline bool IsEqualEComCLSID(const SEComGuid* pClsid1, const SEComGuid* pClsid2)
+{
+    return IsEqualSEComGuid(pClsid1, pClsid2);
+}
 
 #endif
