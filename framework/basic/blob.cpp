@@ -161,21 +161,22 @@ bool CBlob::operator<(const CBlob& rOther) const
 QvResult CBlob::Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize)
 {
     if (uIndex > m_uSize || (puData == nullptr && uSize != 0)) return QV_RES_INVALID_ARGUMENT;
+    if (uIndex == m_uSize && uSize <= m_uCapacity - m_uSize)
+    {
+        if (uSize != 0) memmove(GetFirstIndexPtr() + uIndex, puData, uSize);
+        m_uSize += uSize;
+        return QV_RES_OK;
+    }
     std::unique_ptr<unsigned char[]> puOwnData;
-    if (Overlap(puData, uSize, GetFirstIndexPtr(), m_uCapacity))
+    if (uSize <= UINT_MAX - m_uSize && Overlap(puData, uSize, GetFirstIndexPtr(), m_uCapacity))
     {
         puOwnData = CopyOf(puData, uSize);
         if (puOwnData == nullptr) return QV_RES_OUT_OF_MEMORY;
         puData = puOwnData.get();
     }
-    if (uIndex == m_uSize && uSize <= m_uCapacity - m_uSize) m_uSize += uSize;
-    else
-    {
-        const QvResult res = CVectorBase::Insert(uIndex, uSize);
-        if (res < 0) return res;
-    }
-    if (uSize != 0) memcpy(GetFirstIndexPtr() + uIndex, puData, uSize);
-    return QV_RES_OK;
+    const QvResult res = CVectorBase::Insert(uIndex, uSize);
+    if (res >= 0 && uSize != 0) memcpy(GetFirstIndexPtr() + uIndex, puData, uSize);
+    return res;
 }
 
 QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize)
@@ -287,46 +288,12 @@ unsigned int CBlob::GetUnreadBits() const
 
 void CBlob::AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
 {
-    if (size_t{m_uAppendBitsIndex} + 1 != m_uSize) m_uAppendBitsIndex = m_uSize;
-    const size_t uCapacity = m_uSize + (size_t{uBitCount} + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
-
-    // Bytes of this blob are read from a copy: the blob may move, and change under them.
-    const size_t uSrcBytes = puSrc != nullptr ? BytesHolding(uint64_t{uBitCount} + uSrcBitOffset) : 0;
-    std::unique_ptr<unsigned char[]> puOwnSrc;
-    if (Overlap(puSrc, uSrcBytes, GetFirstIndexPtr(), m_uCapacity))
-    {
-        puOwnSrc = CopyOf(puSrc, uSrcBytes);
-        puSrc = puOwnSrc.get();
-    }
-    if (uCapacity > UINT_MAX || ReserveCapacity(static_cast<unsigned int>(uCapacity)) < 0 || puSrc == nullptr) return;
-
-    const unsigned char* const puSrcEnd = puSrc + uSrcBytes;
-    puSrc += uSrcBitOffset / 8;
-    uSrcBitOffset %= 8;
-    for (unsigned int uRemaining = uBitCount; uRemaining != 0;)
-    {
-        if (m_uAppendBitsIndex == m_uSize)
-        {
-            ++m_uSize;
-            m_uAppendBitsBitOffset = 0;
-        }
-        const unsigned int uChunk = ChunkSize(uRemaining, m_uAppendBitsBitOffset, uSrcBitOffset);
-        unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
-        const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
-        const uint32_t uDstWord = LoadWord(puDst, 1);
-        // The four bytes reserved beyond the bits make room for a whole word.
-        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
-        Advance(puSrc, uSrcBitOffset, uChunk);
-        Advance(puDst, m_uAppendBitsBitOffset, uChunk);
-        m_uAppendBitsIndex = static_cast<unsigned int>(puDst - GetFirstIndexPtr());
-        m_uSize = m_uAppendBitsIndex + (m_uAppendBitsBitOffset != 0 ? 1 : 0);
-        uRemaining -= uChunk;
-    }
+    TryAppendBits(puSrc, uBitCount, uSrcBitOffset);
 }
 
 void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
 {
-    DropBitsBeforeFirstByte();
+    if (m_uReadIndex == 0) m_uReadBitOffset = 0;  // SetReadIndex() left an offset into a byte that does not exist.
     uint64_t uRemaining = std::min<uint64_t>(uBitCount, ReadableBits());
     if (puDst == nullptr || uRemaining == 0) return;
     const unsigned char* const puFirst = GetFirstIndexPtr();
@@ -353,7 +320,7 @@ void CBlob::PadBits(unsigned int uBitCount)
     for (bool bFirst = true; uBitCount != 0; bFirst = false)
     {
         const unsigned int uChunk = std::min(uBitCount, g_uWordBits);
-        AppendBits(auZEROS, uChunk, 0);
+        if (!TryAppendBits(auZEROS, uChunk, 0)) return;
         uBitCount -= uChunk;
         if (bFirst && uBitCount > g_uWordBits)
         {
@@ -368,19 +335,18 @@ void CBlob::PadBits(unsigned int uBitCount)
 
 void CBlob::SkipBits(unsigned int uBitCount)
 {
-    DropBitsBeforeFirstByte();
     const uint64_t uSkipped = std::min<uint64_t>(uBitCount, ReadableBits());
     if (uSkipped == 0) return;
-    const uint64_t uPosition =
-        uint64_t{m_uReadIndex} * 8 - (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0) + uSkipped;
-    m_uReadIndex = static_cast<unsigned int>(BytesHolding(uPosition));
-    m_uReadBitOffset = static_cast<unsigned int>(uPosition % 8);
+    // Counted from a byte that is being read, which the read index is behind of.
+    if (m_uReadBitOffset == 0) ++m_uReadIndex;
+    m_uReadIndex += static_cast<unsigned int>((uSkipped + m_uReadBitOffset) / 8);
+    m_uReadBitOffset = static_cast<unsigned int>((uSkipped + m_uReadBitOffset) % 8);
+    if (m_uReadBitOffset == 0) --m_uReadIndex;
 }
 
 void CBlob::RealignReadBits(unsigned int uBitAlignment)
 {
     if (uBitAlignment == 0) return;
-    DropBitsBeforeFirstByte();
     const uint64_t uBytes = m_uReadIndex - (m_uReadBitOffset != 0 ? 1 : 0);
     const unsigned int uBeyond = static_cast<unsigned int>((uBytes * 8 + m_uReadBitOffset) % uBitAlignment);
     if (uBeyond != 0) SkipBits(uBitAlignment - uBeyond);
@@ -402,6 +368,48 @@ void CBlob::CopyMembers(const CBlob& rSrc)
     m_uAppendBitsBitOffset = rSrc.m_uAppendBitsBitOffset;
 }
 
+// False, with nothing appended, when there is no source or no memory.
+bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+{
+    if (size_t{m_uAppendBitsIndex} + 1 != m_uSize) m_uAppendBitsIndex = m_uSize;
+    const size_t uCapacity = m_uSize + (size_t{uBitCount} + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
+
+    // Bytes of this blob are read from a copy: the blob may move, and change under them.
+    const size_t uSrcBytes = puSrc != nullptr ? BytesHolding(uint64_t{uBitCount} + uSrcBitOffset) : 0;
+    std::unique_ptr<unsigned char[]> puOwnSrc;
+    if (Overlap(puSrc, uSrcBytes, GetFirstIndexPtr(), m_uCapacity))
+    {
+        puOwnSrc = CopyOf(puSrc, uSrcBytes);
+        puSrc = puOwnSrc.get();
+    }
+    if (uCapacity > UINT_MAX || ReserveCapacity(static_cast<unsigned int>(uCapacity)) < 0 || puSrc == nullptr)
+        return false;
+
+    const unsigned char* const puSrcEnd = puSrc + uSrcBytes;
+    puSrc += uSrcBitOffset / 8;
+    uSrcBitOffset %= 8;
+    for (unsigned int uRemaining = uBitCount; uRemaining != 0;)
+    {
+        if (m_uAppendBitsIndex == m_uSize)
+        {
+            ++m_uSize;
+            m_uAppendBitsBitOffset = 0;
+        }
+        const unsigned int uChunk = ChunkSize(uRemaining, m_uAppendBitsBitOffset, uSrcBitOffset);
+        unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
+        const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
+        const uint32_t uDstWord = LoadWord(puDst, 1);
+        // The four bytes reserved beyond the bits make room for a whole word.
+        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
+        Advance(puSrc, uSrcBitOffset, uChunk);
+        Advance(puDst, m_uAppendBitsBitOffset, uChunk);
+        m_uAppendBitsIndex = static_cast<unsigned int>(puDst - GetFirstIndexPtr());
+        m_uSize = m_uAppendBitsIndex + (m_uAppendBitsBitOffset != 0 ? 1 : 0);
+        uRemaining -= uChunk;
+    }
+    return true;
+}
+
 // A cursor that Resize() left beyond the end finds nothing.
 unsigned int CBlob::ReadableBytes() const
 {
@@ -412,12 +420,6 @@ uint64_t CBlob::ReadableBits() const
 {
     if (m_uReadIndex > m_uSize) return 0;
     return uint64_t{ReadableBytes()} * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
-}
-
-// SetReadIndex(0) inside a byte leaves an offset into a byte that does not exist.
-void CBlob::DropBitsBeforeFirstByte()
-{
-    if (m_uReadIndex == 0) m_uReadBitOffset = 0;
 }
 
 CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob)

@@ -104,7 +104,8 @@ public:
     unsigned char* Read(unsigned char* puDst, unsigned int uSize);
     /// The same without a copy: the bytes in place, valid until the blob changes.
     unsigned char* ReadNoCopy(unsigned int uSize);
-    /// Moves the byte cursor of reading; a bit offset inside a byte stays (RealignReadBits(8) drops it).
+    /// Moves the byte cursor of reading; a bit offset inside a byte stays, and then means the byte before the index:
+    /// RealignReadBits(8) drops it. At index 0 there is no such byte; ReadBits() drops the offset there itself.
     /// QV_RES_INVALID_ARGUMENT  uIndex is not below the size (0 always is allowed)
     QvResult SetReadIndex(unsigned int uIndex);
     /// Whole unread bytes: the size less the read index, which wraps when Resize() left the cursor beyond the end. The
@@ -137,7 +138,7 @@ protected:
 private:
     QV_HIDDEN unsigned int ReadableBytes() const;
     QV_HIDDEN uint64_t ReadableBits() const;
-    QV_HIDDEN void DropBitsBeforeFirstByte();
+    QV_HIDDEN bool TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
 
     unsigned int m_uReadIndex;
     unsigned int m_uReadBitOffset;

@@ -47,6 +47,10 @@ public:
 
     /// Back to the empty state, with the segments returned to the pool.
     void Clear();
+    /// The halves of Clear(): one leaves the pointers on segments that are gone, the other forgets segments that are
+    /// not. Call neither alone.
+    void ReleaseSegments();
+    void ResetMembers();
 
     CMarshaler& operator<<(unsigned char uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned short uValue) { return InsertValue(uValue); }
@@ -61,8 +65,6 @@ private:
     static constexpr unsigned int uINLINE_SIZE = 56;
     static constexpr unsigned int uSEGMENT_SIZE = 88;
 
-    void ReleaseSegments();
-    void ResetMembers();
     bool AppendSegment();
     bool EnterNextSegment();
 

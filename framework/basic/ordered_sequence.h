@@ -44,7 +44,7 @@ unsigned int LowerBound(unsigned int uSize, CompareAt&& compareAt)
         return uIndex;
     };
     if (uSize == 0) return 0;
-    if (uSize == 1) return compareAt(0) < 0 ? 1 : 0;
+    if (uSize == 1) return firstEqual(compareAt(0) < 0 ? 1 : 0);
 
     unsigned int uLow = 0;
     unsigned int uHigh = uSize - 1;

@@ -49,6 +49,7 @@ public:
     virtual ~CString();
 
     CString& operator=(const CString& rSrc);
+    /// The two strings exchange their blocks.
     CString& operator=(CString&& rSrc) noexcept;
     /// Unchanged when the text is longer than uMAX_SIZE, or memory runs out.
     CString& operator=(const char* pszText);

@@ -1,47 +1,93 @@
 #include "framework/crypto/cpu_features.h"
 
 #include <cpuid.h>
-
-#include <atomic>
+#include <stdint.h>
 
 namespace orvel_internal
 {
 namespace
 {
-constexpr unsigned int g_uDetected = 1u << 31;
-
-// Until the first call nothing is detected, and the features read as none. Two threads may both detect: they agree.
-std::atomic<unsigned int> g_uFeatures{0};
-
-unsigned int Detect()
+struct SCpuid
 {
     unsigned int uEax = 0;
     unsigned int uEbx = 0;
     unsigned int uEcx = 0;
     unsigned int uEdx = 0;
+};
+
+// All zero when the processor does not know the leaf.
+SCpuid Cpuid(unsigned int uLeaf)
+{
+    SCpuid st;
+    __get_cpuid_count(uLeaf, 0, &st.uEax, &st.uEbx, &st.uEcx, &st.uEdx);
+    return st;
+}
+
+// The register files that the operating system saves; to be asked only where it says that it saves any.
+uint64_t SavedRegisters()
+{
+    uint32_t uLow;
+    uint32_t uHigh;
+    __asm__("xgetbv" : "=a"(uLow), "=d"(uHigh) : "c"(0));
+    return uint64_t{uHigh} << 32 | uLow;
+}
+
+bool HasAll(uint64_t uBits, uint64_t uWanted)
+{
+    return (uBits & uWanted) == uWanted;
+}
+
+unsigned int Detect()
+{
+    constexpr uint64_t uYMM_SAVED = 0x06;  // with their lower halves
+    constexpr uint64_t uZMM_SAVED = 0xE6;  // with the masks
+    constexpr unsigned int uAVX512 = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
+
+    const SCpuid stBasic = Cpuid(1);
+    const SCpuid stExtended = Cpuid(7);
+    const uint64_t uSaved = (stBasic.uEcx & bit_OSXSAVE) != 0 ? SavedRegisters() : 0;
+    const bool bSse41 = HasAll(stBasic.uEcx, bit_SSE4_1);
+    const bool bPclmul = bSse41 && HasAll(stBasic.uEcx, bit_PCLMUL);
+    const bool bAvx2 = HasAll(uSaved, uYMM_SAVED) && HasAll(stExtended.uEbx, bit_AVX2);
+    const bool bAvx512 = bAvx2 && HasAll(uSaved, uZMM_SAVED) && HasAll(stExtended.uEbx, uAVX512) &&
+                         HasAll(stExtended.uEcx, bit_AVX512VBMI);
+
     unsigned int uFeatures = 0;
-    const bool bSse41 = __get_cpuid(1, &uEax, &uEbx, &uEcx, &uEdx) != 0 && (uEcx & bit_SSE4_1) != 0;
-    if (__get_cpuid_count(7, 0, &uEax, &uEbx, &uEcx, &uEdx) != 0)
-    {
-        if (bSse41 && (uEbx & bit_SHA) != 0) uFeatures |= eCPU_SHA;
-    }
+    if (bSse41 && HasAll(stExtended.uEbx, bit_SHA)) uFeatures |= eCPU_SHA;
+    if (bAvx2) uFeatures |= eCPU_AVX2;
+    if (bAvx512) uFeatures |= eCPU_AVX512_VBMI;
+    if (bPclmul) uFeatures |= eCPU_PCLMULQDQ;
+    if (bPclmul && bAvx512 && HasAll(stExtended.uEcx, bit_VPCLMULQDQ)) uFeatures |= eCPU_VPCLMULQDQ;
     return uFeatures;
 }
 }  // namespace
 
-unsigned int CpuFeatures()
+constinit std::atomic<unsigned int> g_uCpuFeatures{0};
+
+unsigned int DetectCpuFeatures()
 {
-    unsigned int uFeatures = g_uFeatures.load(std::memory_order_relaxed);
-    if (uFeatures == 0)
-    {
-        uFeatures = Detect() | g_uDetected;
-        g_uFeatures.store(uFeatures, std::memory_order_relaxed);
-    }
+    // Two threads may both come here: they agree.
+    const unsigned int uFeatures = Detect() | eCPU_DETECTED;
+    g_uCpuFeatures.store(uFeatures, std::memory_order_relaxed);
     return uFeatures;
+}
+
+const char* CpuPathName(ECpuAlgorithm eAlgorithm)
+{
+    switch (CpuPath(eAlgorithm))
+    {
+        case eCPU_PORTABLE: break;
+        case eCPU_SHA: return "sha";
+        case eCPU_AVX2: return "avx2";
+        case eCPU_AVX512_VBMI: return "avx512-vbmi";
+        case eCPU_PCLMULQDQ: return "pclmulqdq";
+        case eCPU_VPCLMULQDQ: return "vpclmulqdq";
+    }
+    return "portable";
 }
 
 void RestrictCpuFeatures(unsigned int uAllowed)
 {
-    g_uFeatures.store((Detect() & uAllowed) | g_uDetected, std::memory_order_relaxed);
+    g_uCpuFeatures.store((Detect() & uAllowed) | eCPU_DETECTED, std::memory_order_relaxed);
 }
 }  // namespace orvel_internal

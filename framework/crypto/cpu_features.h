@@ -1,23 +1,71 @@
 #ifndef FRAMEWORK_CRYPTO_CPU_FEATURES_H
 #define FRAMEWORK_CRYPTO_CPU_FEATURES_H
+#include <atomic>
 
-/// What the processor offers beyond the x86-64 baseline. Internal: modules with a faster path ask here which to take,
-/// and keep a portable path that needs none of it.
+/// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
+/// detects, and the one that decides. Internal. Every path is compiled in every build, in a file of its own; the
+/// portable one needs nothing.
 namespace orvel_internal
 {
+/// Each feature names the path that needs it. Where the registers are wide, the operating system saves them, too.
 enum ECpuFeature : unsigned int
 {
+    eCPU_PORTABLE = 0,
     /// SHA instructions, with the SSE4.1 that handling their words takes.
-    eCPU_SHA = 1u << 0
+    eCPU_SHA = 1u << 0,
+    eCPU_AVX2 = 1u << 1,
+    /// AVX-512 F, BW, DQ, VL and VBMI.
+    eCPU_AVX512_VBMI = 1u << 2,
+    /// Carry-less multiplication, with SSE4.1.
+    eCPU_PCLMULQDQ = 1u << 3,
+    /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
+    eCPU_VPCLMULQDQ = 1u << 4,
+    /// No feature: tells that the others are known.
+    eCPU_DETECTED = 1u << 31
 };
 
-/// The ECpuFeature bits of this processor, detected on the first call.
-unsigned int CpuFeatures();
+/// The algorithms that have more than one path.
+enum class ECpuAlgorithm
+{
+    eSHA,
+    eBASE64,
+    eCRC
+};
+
+/// 0 until the first question.
+extern std::atomic<unsigned int> g_uCpuFeatures;
+unsigned int DetectCpuFeatures();
+
+/// The ECpuFeature bits of this processor.
+inline unsigned int CpuFeatures()
+{
+    const unsigned int uFeatures = g_uCpuFeatures.load(std::memory_order_relaxed);
+    return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~unsigned{eCPU_DETECTED};
+}
 
 inline bool HasCpuFeature(ECpuFeature eFeature)
 {
-    return (CpuFeatures() & eFeature) != 0;
+    return (CpuFeatures() & eFeature) == eFeature;
 }
+
+/// The path an algorithm takes: the best one that the processor has the feature for.
+inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
+{
+    const unsigned int uFeatures = CpuFeatures();
+    const auto Has = [uFeatures](ECpuFeature eFeature) { return (uFeatures & eFeature) != 0; };
+    switch (eAlgorithm)
+    {
+        case ECpuAlgorithm::eSHA: return Has(eCPU_SHA) ? eCPU_SHA : eCPU_PORTABLE;
+        case ECpuAlgorithm::eBASE64:
+            return Has(eCPU_AVX512_VBMI) ? eCPU_AVX512_VBMI : Has(eCPU_AVX2) ? eCPU_AVX2 : eCPU_PORTABLE;
+        case ECpuAlgorithm::eCRC:
+            return Has(eCPU_VPCLMULQDQ) ? eCPU_VPCLMULQDQ : Has(eCPU_PCLMULQDQ) ? eCPU_PCLMULQDQ : eCPU_PORTABLE;
+    }
+    return eCPU_PORTABLE;
+}
+
+/// The same as a word for people: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".
+const char* CpuPathName(ECpuAlgorithm eAlgorithm);
 
 /// Lets the tests take features away (detected ones only, or the code would trap); ~0u gives them all back.
 void RestrictCpuFeatures(unsigned int uAllowed);

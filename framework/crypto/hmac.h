@@ -56,7 +56,7 @@ public:
     virtual ~CHMacBremoFw();
 
     /// Starts the inner digest. Both pads are buffers of uBlockSize bytes, the block size of the digest; the outer one
-    /// is needed again by HMacResult(). A key longer than a block is replaced by its digest.
+    /// is needed again by HMacResult(). A key longer than a block is replaced by its digest, which a block must hold.
     QvResult HMacReset(const uint8_t* puKey, unsigned int uKeySize, CHash* pHash, unsigned int uBlockSize,
                        uint8_t* puInnerPad, uint8_t* puOuterPad);
     /// Ends the inner digest (into puInnerDigest) and writes the code.

@@ -7,13 +7,13 @@ namespace orvel_internal
 {
 void Sha1Blocks(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
-    if (HasCpuFeature(eCPU_SHA)) Sha1BlocksShaExtensions(puState, puBlocks, uCount);
+    if (CpuPath(ECpuAlgorithm::eSHA) == eCPU_SHA) Sha1BlocksShaExtensions(puState, puBlocks, uCount);
     else Sha1BlocksPortable(puState, puBlocks, uCount);
 }
 
 void Sha256Blocks(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
-    if (HasCpuFeature(eCPU_SHA)) Sha256BlocksShaExtensions(puState, puBlocks, uCount);
+    if (CpuPath(ECpuAlgorithm::eSHA) == eCPU_SHA) Sha256BlocksShaExtensions(puState, puBlocks, uCount);
     else Sha256BlocksPortable(puState, puBlocks, uCount);
 }
 

@@ -4,6 +4,7 @@
 #include "framework/basic/marshaler.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
+#include "framework/crypto/aes.h"
 #include "framework/crypto/crypto.h"
 #include "framework/crypto/secure_prng.h"
 #include "framework/crypto/secure_seed.h"
@@ -47,7 +48,7 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_FAULT, nullptr, nullptr},
     // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.
     {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
-    {EStage::eFROM_AES, nullptr, nullptr},
+    {EStage::eFROM_AES, InitializeCAesBremoFwOpenSsl, FinalizeCAesBremoFwOpenSsl},
     {EStage::eFROM_SECURE_PRNG, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw},
     {EStage::eFROM_SECURE_SEED, InitializeCSecureSeedBremoFw, FinalizeCSecureSeedBremoFw},
 };

@@ -10,6 +10,9 @@
 
 #include "tests/support/object_bytes.h"
 
+/// There in a program built with AddressSanitizer, which makes symbols larger by what it guards them with.
+extern "C" int __asan_address_is_poisoned(const volatile void* pvAddress) __attribute__((weak));
+
 /// The mangled names of the functions in an object's virtual table, in slot order and to the last slot. The class must
 /// be the library's own and exported: only then does the dynamic linker know the table's length and the names.
 inline std::vector<std::string> VtableSlots(const void* pvObject)
@@ -29,6 +32,7 @@ inline std::vector<std::string> VtableSlots(const void* pvObject)
     std::vector<std::string> names;
     for (std::size_t u = 0; u < uCount; ++u)
     {
+        if (__asan_address_is_poisoned != nullptr && __asan_address_is_poisoned(ppvSlots + u) != 0) break;
         Dl_info function;
         const bool bFound = dladdr(ppvSlots[u], &function) != 0 && function.dli_sname != nullptr;
         std::string name = bFound ? function.dli_sname : "?";

@@ -1,0 +1,132 @@
+#include <benchmark/benchmark.h>
+#include <openssl/evp.h>
+
+#include "bench/support/peers.h"
+#include "framework/crypto/base64.h"
+#include "framework/crypto/cpu_features.h"
+
+namespace
+{
+std::vector<uint8_t> EncodedByPeer(const std::vector<uint8_t>& rBytes)
+{
+    std::vector<uint8_t> text(rBytes.size() / 3 * 4 + 5);
+    text.resize(static_cast<size_t>(EVP_EncodeBlock(text.data(), rBytes.data(), static_cast<int>(rBytes.size()))));
+    return text;
+}
+
+void SetPath(benchmark::State& rState)
+{
+    rState.SetLabel(orvel_internal::CpuPathName(orvel_internal::ECpuAlgorithm::eBASE64));
+}
+
+void BM_EncodeOurs(benchmark::State& rState)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    std::vector<uint8_t> output(input.size() / 3 * 4 + 4);
+    unsigned int uSize = 0;
+    unsigned int uLast = 0;
+    CBase64 base64;
+    for (auto _ : rState)
+    {
+        base64.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize);
+        base64.End(output.data() + uSize, &uLast);
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    output.resize(uSize + uLast);
+    RequireEqual(output.data(), EncodedByPeer(input).data(), output.size(), "base64 encoding");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+    SetPath(rState);
+}
+
+void BM_EncodeBlob(benchmark::State& rState)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    const CBlob blobIn(input.data(), static_cast<unsigned int>(input.size()));
+    CBlob blobOut;
+    CBase64 base64;
+    for (auto _ : rState)
+    {
+        base64.Update(&blobIn, &blobOut, false);
+        base64.End(&blobOut, true);
+        benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_EncodePeer(benchmark::State& rState)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    std::vector<uint8_t> output(input.size() / 3 * 4 + 5);
+    for (auto _ : rState)
+    {
+        EVP_EncodeBlock(output.data(), input.data(), static_cast<int>(input.size()));
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+// The size is that of the bytes, also in decoding: so its speed compares with encoding.
+void BM_DecodeOurs(benchmark::State& rState)
+{
+    const std::vector<uint8_t> bytes = FixedBytes(rState.range(0));
+    const std::vector<uint8_t> text = EncodedByPeer(bytes);
+    std::vector<uint8_t> output(bytes.size() + 3);
+    unsigned int uSize = 0;
+    CBase64 base64;
+    for (auto _ : rState)
+    {
+        base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, 0, nullptr, 0);
+        base64.Update(text.data(), static_cast<unsigned int>(text.size()), output.data(), &uSize);
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    output.resize(uSize);
+    RequireEqual(output.data(), bytes.data(), bytes.size(), "base64 decoding");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+    SetPath(rState);
+}
+
+void BM_DecodeBlob(benchmark::State& rState)
+{
+    const std::vector<uint8_t> text = EncodedByPeer(FixedBytes(rState.range(0)));
+    const CBlob blobIn(text.data(), static_cast<unsigned int>(text.size()));
+    CBlob blobOut;
+    CBase64 base64;
+    for (auto _ : rState)
+    {
+        base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
+        base64.Update(&blobIn, &blobOut, false);
+        benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_DecodePeer(benchmark::State& rState)
+{
+    const std::vector<uint8_t> text = EncodedByPeer(FixedBytes(rState.range(0)));
+    std::vector<uint8_t> output(text.size());
+    for (auto _ : rState)
+    {
+        EVP_DecodeBlock(output.data(), text.data(), static_cast<int>(text.size()));
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void Sizes(benchmark::internal::Benchmark* pBenchmark)
+{
+    for (const int64_t nSize : {16, 64, 1024, 65536, 1048576}) pBenchmark->Arg(nSize);
+}
+
+BENCHMARK(BM_EncodeOurs)->Name("base64-encode/ours")->Apply(Sizes);
+BENCHMARK(BM_EncodePeer)->Name("base64-encode/libcrypto")->Apply(Sizes);
+BENCHMARK(BM_EncodeBlob)->Name("base64-encode/blob")->Arg(65536);
+BENCHMARK(BM_DecodeOurs)->Name("base64-decode/ours")->Apply(Sizes);
+BENCHMARK(BM_DecodePeer)->Name("base64-decode/libcrypto")->Apply(Sizes);
+BENCHMARK(BM_DecodeBlob)->Name("base64-decode/blob")->Arg(65536);
+}  // namespace

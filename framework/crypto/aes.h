@@ -1,0 +1,141 @@
+#ifndef FRAMEWORK_CRYPTO_AES_H
+#define FRAMEWORK_CRYPTO_AES_H
+#include <stdint.h>
+
+#include "framework/basic/blob.h"
+#include "framework/basic/vector.h"
+#include "framework/crypto/cipher.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// The state and the work behind CAes: libcrypto's AES functions, and the bytes between two whole blocks.
+class QV_EXPORT CAesBremoFwOpenSsl
+{
+public:
+    CAesBremoFwOpenSsl();
+    CAesBremoFwOpenSsl(const CAesBremoFwOpenSsl&) = default;
+    CAesBremoFwOpenSsl& operator=(const CAesBremoFwOpenSsl&) = default;
+    virtual ~CAesBremoFwOpenSsl();
+
+    /// What a Begin() without a key takes; null with size 0 takes it back.
+    /// QV_RES_OK                it is kept; whether AES has such a size (16, 24, 32) is for Begin() to say
+    /// QV_RES_INVALID_ARGUMENT  puKey is null and uKeySize is not 0, or uKeySize is above 32
+    QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
+    /// What a Begin() without an initialisation vector takes; 16 zero bytes at first.
+    /// QV_RES_OK                it is kept
+    /// QV_RES_INVALID_ARGUMENT  puIv is null, or uIvSize is not 16
+    QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
+    /// What eACTION_DEFAULT and eMODE_DEFAULT stand for; at first, and again with these values themselves, nothing.
+    /// QV_RES_INVALID_ARGUMENT  a value beyond them
+    QvResult SetDefaultAction(CCipher::EAction eAction);
+    QvResult SetDefaultMode(CCipher::EMode eMode);
+
+    QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                   const uint8_t* puIv, unsigned int uIvSize);
+    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
+    QvResult End(uint8_t* puOut, unsigned int* puOutSize);
+    QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv);
+    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend);
+    QvResult End(CBlob* pblobOut, bool bAppend);
+    unsigned int GetAlgorithm();
+    unsigned int GetBlockSizeInBits();
+    unsigned int GetBlockSizeInByte();
+    const CVector<CCipher::EMode>* GetSupportedModes();
+
+    /// Module start-up and shut-down: the table of modes. Start-up returns QV_RES_OK.
+    static QvResult InitializeCAesBremoFwOpenSsl();
+    static void FinalizeCAesBremoFwOpenSsl();
+
+protected:
+    static constexpr unsigned int uBLOCK_SIZE = 16;
+    static constexpr unsigned int uMAX_KEY_SIZE = 32;
+    /// Of libcrypto's AES_KEY.
+    static constexpr unsigned int uSCHEDULE_SIZE = 244;
+
+    /// The table's storage, and the table in it: null outside the framework's lifetime.
+    alignas(CVector<CCipher::EMode>) static unsigned char ms_auModes[sizeof(CVector<CCipher::EMode>)];
+    static CVector<CCipher::EMode>* ms_pveceModes;
+
+private:
+    QvResult SetKey(const uint8_t* puKey, unsigned int uKeySize);
+    void Transform(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
+
+    CCipher::EAction m_eDefaultAction;
+    CCipher::EMode m_eDefaultMode;
+    uint8_t m_auDefaultKey[uMAX_KEY_SIZE];
+    unsigned int m_uDefaultKeySize;
+    uint8_t m_auDefaultIv[uBLOCK_SIZE];
+    CCipher::EAction m_eAction;
+    CCipher::EMode m_eMode;
+    alignas(4) unsigned char m_auSchedule[uSCHEDULE_SIZE];
+    uint8_t m_auIv[uBLOCK_SIZE];  // or the feedback, or the counter
+    uint8_t m_auPartial[uBLOCK_SIZE];
+    unsigned int m_uPartialSize;
+    unsigned int m_uKeyStreamAt;
+    uint8_t m_auKeyStream[uBLOCK_SIZE];  // of CTR
+};
+
+/// AES with 128-, 192- or 256-bit keys, in CBC, CFB (128-bit), CTR, ECB and OFB; see CCipher for the way to use it.
+///
+/// Blocks     In every mode Update() hands out whole blocks of 16 bytes only: its output may be up to 15 bytes longer
+///            than its input. End() hands out the rest in CFB, CTR and OFB. CBC and ECB do not pad, and a message that
+///            is no multiple of 16 bytes ends in QV_RES_INVALID_STATE.
+/// Buffers    Raw input and output may be the same buffer as long as every Update() takes whole blocks.
+/// Counter    All 16 bytes of the initialisation vector, big-endian; it wraps.
+/// Secrecy    No mode notices changed bytes: add a CSha1Mac over the output. ECB shows equal blocks. CTR and OFB are
+///            broken by a second message under the same key and initialisation vector. Keys are not wiped on
+///            destruction. libcrypto's AES functions use tables, whose timing a neighbour on the machine may observe.
+///
+/// Begin()    Null key: the default one. Null initialisation vector: the default one.
+///     QV_RES_OK                a message is begun
+///     QV_RES_FAIL              no action, mode or key is given or set by default, or AES has no such
+///     QV_RES_INVALID_ARGUMENT  the initialisation vector is longer than 16 bytes (of a shorter one, the rest is zero)
+/// Update()
+///     QV_RES_OK                the bytes are taken; always so for a size of 0 with pointers that are not null
+///     QV_RES_INVALID_ARGUMENT  a pointer is null (the blob form: also for an input without storage), or the output
+///                              would be 4 GiB long
+///     QV_RES_INVALID_STATE     no message was begun with success
+/// End()      Writes up to 15 bytes. Bytes held back stay until the next Begin().
+///     QV_RES_OK                the message is complete
+///     QV_RES_INVALID_ARGUMENT  a pointer is null
+///     QV_RES_INVALID_STATE     CBC or ECB hold bytes back; nothing is written
+///
+/// Source     FIPS 197, NIST SP 800-38A.
+class QV_EXPORT CAes : public CCipher, public CAesBremoFwOpenSsl
+{
+public:
+    CAes();
+    CAes(const CAes&) = default;
+    CAes& operator=(const CAes&) = default;
+    ~CAes() override;
+
+    QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize, const uint8_t* puIv,
+                   unsigned int uIvSize) override
+    {
+        return CAesBremoFwOpenSsl::Begin(eAction, eMode, puKey, uKeySize, puIv, uIvSize);
+    }
+    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) override
+    {
+        return CAesBremoFwOpenSsl::Update(puIn, uInSize, puOut, puOutSize);
+    }
+    QvResult End(uint8_t* puOut, unsigned int* puOutSize) override { return CAesBremoFwOpenSsl::End(puOut, puOutSize); }
+    QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override
+    {
+        return CAesBremoFwOpenSsl::Begin(eAction, eMode, pblobKey, pblobIv);
+    }
+    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override
+    {
+        return CAesBremoFwOpenSsl::Update(pblobIn, pblobOut, bAppend);
+    }
+    QvResult End(CBlob* pblobOut, bool bAppend) override { return CAesBremoFwOpenSsl::End(pblobOut, bAppend); }
+    unsigned int GetAlgorithm() override { return CAesBremoFwOpenSsl::GetAlgorithm(); }
+    unsigned int GetBlockSizeInBits() override { return CAesBremoFwOpenSsl::GetBlockSizeInBits(); }
+    unsigned int GetBlockSizeInByte() override { return CAesBremoFwOpenSsl::GetBlockSizeInByte(); }
+    const CVector<CCipher::EMode>* GetSupportedModes() override { return CAesBremoFwOpenSsl::GetSupportedModes(); }
+};
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; forward to CAesBremoFwOpenSsl.
+QV_EXPORT QvResult InitializeCAesBremoFwOpenSsl();
+QV_EXPORT void FinalizeCAesBremoFwOpenSsl();
+
+#endif

@@ -1,0 +1,266 @@
+#include "framework/crypto/base64.h"
+
+#include <limits.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "framework/crypto/base64_blocks.h"
+#include "framework/crypto/cipher_blob.h"
+
+static_assert(sizeof(CBase64) == 40, "field order and widths are the binary interface");
+
+namespace
+{
+constexpr unsigned int g_uByteGroup = 3;
+constexpr unsigned int g_uTextGroup = 4;
+constexpr uint8_t g_uPad = '=';
+
+// How many trailing "=" say that the last group is short.
+unsigned int PaddingOf(uint8_t uBeforeLast, uint8_t uLast)
+{
+    if (uLast != g_uPad) return 0;
+    return uBeforeLast == g_uPad ? 2 : 1;
+}
+
+// The one group at which the decoding of many stopped: good only if padding stopped it. Returns the bytes written.
+unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puGroup,
+                               uint8_t* puOut)
+{
+    const unsigned int uPadding = PaddingOf(puGroup[2], puGroup[3]);
+    if (uPadding == 0) return 0;
+    uint8_t auText[g_uTextGroup];
+    uint8_t auBytes[g_uByteGroup];
+    memcpy(auText, puGroup, g_uTextGroup);
+    memset(auText + g_uTextGroup - uPadding, rstAlphabet.auCharacters[0], uPadding);
+    if (orvel_internal::Base64DecodePortable(rstAlphabet, auText, 1, auBytes) == 0) return 0;
+    memcpy(puOut, auBytes, g_uByteGroup - uPadding);
+    return g_uByteGroup - uPadding;
+}
+}  // namespace
+
+CBase64::CBase64()
+    : m_eDefaultAction(eACTION_ENCRYPT),
+      m_eDefaultMode(eMODE_DEFAULT),
+      m_eAction(eACTION_ENCRYPT),
+      m_eMode(eMODE_DEFAULT),
+      m_auGroup(),
+      m_uGroupSize(0),
+      m_uAlphabet(eALPHABET_STANDARD)
+{
+}
+
+CBase64::~CBase64()
+{
+    m_eDefaultAction = eACTION_ENCRYPT;
+    m_eDefaultMode = eMODE_DEFAULT;
+    m_eAction = eACTION_ENCRYPT;
+    m_eMode = eMODE_DEFAULT;
+    m_uGroupSize = 0;
+}
+
+void CBase64::SetAlphabet(EAlphabet eAlphabet)
+{
+    m_uAlphabet = eAlphabet;
+}
+
+CBase64::EAlphabet CBase64::GetAlphabet() const
+{
+    return static_cast<EAlphabet>(m_uAlphabet);
+}
+
+QvResult CBase64::Begin(EAction eAction, EMode, const uint8_t* puKey, unsigned int, const uint8_t* puIv, unsigned int)
+{
+    if (puKey != nullptr || puIv != nullptr) return QV_RES_INVALID_ARGUMENT;
+    m_eAction = eAction == eACTION_DEFAULT ? m_eDefaultAction : eAction;
+    m_uGroupSize = 0;
+    return QV_RES_OK;
+}
+
+QvResult CBase64::Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize)
+{
+    if (puIn == nullptr || uInSize == 0 || puOutSize == nullptr) return QV_RES_INVALID_ARGUMENT;
+    if (m_eAction == eACTION_ENCRYPT) return UpdateEncoding(puIn, uInSize, puOut, puOutSize);
+    if (m_eAction == eACTION_DECRYPT) return UpdateDecoding(puIn, uInSize, puOut, puOutSize);
+    return QV_RES_OK;
+}
+
+QvResult CBase64::End(uint8_t* puOut, unsigned int* puOutSize)
+{
+    if (puOutSize == nullptr) return QV_RES_INVALID_ARGUMENT;
+    if (m_eAction == eACTION_ENCRYPT)
+    {
+        *puOutSize = m_uGroupSize != 0 ? g_uTextGroup : 0;
+        if (puOut == nullptr || m_uGroupSize == 0) return QV_RES_OK;
+        Encode(m_auGroup, m_uGroupSize, puOut);
+        m_uGroupSize = 0;
+    }
+    else if (m_eAction == eACTION_DECRYPT)
+    {
+        *puOutSize = 0;
+        if (m_uGroupSize != 0) return QV_RES_FAIL;
+    }
+    return QV_RES_OK;
+}
+
+QvResult CBase64::Begin(EAction eAction, EMode eMode, const CBlob*, const CBlob*)
+{
+    return Begin(eAction, eMode, nullptr, 0, nullptr, 0);
+}
+
+QvResult CBase64::Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend)
+{
+    if (pblobIn == nullptr || pblobOut == nullptr) return QV_RES_INVALID_ARGUMENT;
+    const auto Convert = [&](const CBlob& rblobIn)
+    {
+        const unsigned int uInSize = rblobIn.GetSize();
+        unsigned int uOutSize = 0;
+        const QvResult res = Update(rblobIn.GetFirstIndexPtr(), uInSize, nullptr, &uOutSize);
+        if (res < 0) return res;
+        return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, uint64_t{uOutSize} + 1,
+                                               [&](uint8_t* puOut, unsigned int* puOutSize) {
+                                                   return Update(rblobIn.GetFirstIndexPtr(), uInSize, puOut, puOutSize);
+                                               });
+    };
+    return orvel_internal::ConvertBlob(*pblobIn, *pblobOut, bAppend, Convert);
+}
+
+QvResult CBase64::End(CBlob* pblobOut, bool bAppend)
+{
+    if (pblobOut == nullptr) return QV_RES_INVALID_ARGUMENT;
+    unsigned int uOutSize = 0;
+    const QvResult res = End(nullptr, &uOutSize);
+    if (res < 0) return res;
+    return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, uOutSize,
+                                           [&](uint8_t* puOut, unsigned int* puOutSize)
+                                           { return uOutSize != 0 ? End(puOut, puOutSize) : QV_RES_OK; });
+}
+
+unsigned int CBase64::GetAlgorithm()
+{
+    return eBASE64;
+}
+
+unsigned int CBase64::GetBlockSizeInBits()
+{
+    return 0;
+}
+
+unsigned int CBase64::GetBlockSizeInByte()
+{
+    return 0;
+}
+
+const CVector<CCipher::EMode>* CBase64::GetSupportedModes()
+{
+    return nullptr;
+}
+
+void CBase64::Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
+{
+    const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
+    const size_t uGroups = uSize / g_uByteGroup;
+    orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
+    const unsigned int uRest = uSize % g_uByteGroup;
+    if (uRest == 0) return;
+    uint8_t auLast[g_uByteGroup] = {};
+    memcpy(auLast, puIn + uGroups * g_uByteGroup, uRest);
+    puOut += uGroups * g_uTextGroup;
+    orvel_internal::Base64EncodePortable(rstAlphabet, auLast, 1, puOut);
+    puOut[3] = g_uPad;
+    if (uRest == 1) puOut[2] = g_uPad;
+}
+
+QvResult CBase64::Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize)
+{
+    const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
+    const size_t uGroups = uSize / g_uTextGroup;
+    const size_t uDone = orvel_internal::Base64Decode(rstAlphabet, puIn, uGroups, puOut);
+    *puOutSize = static_cast<unsigned int>(uDone * g_uByteGroup);
+    if (uDone == uGroups) return uSize % g_uTextGroup == 0 ? QV_RES_OK : QV_RES_FAIL;
+    const unsigned int uLast =
+        DecodePaddedGroup(rstAlphabet, puIn + uDone * g_uTextGroup, puOut + uDone * g_uByteGroup);
+    *puOutSize += uLast;
+    return uLast != 0 ? QV_RES_OK : QV_RES_FAIL;
+}
+
+int CBase64::Position(uint8_t c)
+{
+    return static_cast<int8_t>(orvel_internal::Base64AlphabetOf(m_uAlphabet).auValues[c]);
+}
+
+QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize)
+{
+    const uint64_t uOutSize = (uint64_t{uInSize} + m_uGroupSize) / g_uByteGroup * g_uTextGroup;
+    if (uOutSize > UINT_MAX) return QV_RES_INVALID_ARGUMENT;
+    *puOutSize = static_cast<unsigned int>(uOutSize);
+    if (puOut == nullptr) return QV_RES_OK;
+
+    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
+    puIn += uTaken;
+    uInSize -= uTaken;
+    if (m_uGroupSize == g_uByteGroup)
+    {
+        Encode(m_auGroup, g_uByteGroup, puOut);
+        m_uGroupSize = 0;
+        puOut += g_uTextGroup;
+    }
+    const unsigned int uRest = uInSize % g_uByteGroup;
+    Encode(puIn, uInSize - uRest, puOut);
+    KeepRest(puIn + (uInSize - uRest), uRest);
+    return QV_RES_OK;
+}
+
+QvResult CBase64::UpdateDecoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize)
+{
+    if (puOut == nullptr)
+    {
+        *puOutSize = DecodedSize(puIn, uInSize);
+        return QV_RES_OK;
+    }
+    *puOutSize = 0;
+    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uTextGroup);
+    puIn += uTaken;
+    uInSize -= uTaken;
+    if (m_uGroupSize == g_uTextGroup)
+    {
+        m_uGroupSize = 0;
+        const QvResult res = Decode(m_auGroup, g_uTextGroup, puOut, puOutSize);
+        if (res < 0) return res;
+        puOut += *puOutSize;
+    }
+    const unsigned int uRest = uInSize % g_uTextGroup;
+    unsigned int uWritten = 0;
+    const QvResult res = Decode(puIn, uInSize - uRest, puOut, &uWritten);
+    *puOutSize += uWritten;
+    if (res >= 0) KeepRest(puIn + (uInSize - uRest), uRest);
+    return res;
+}
+
+unsigned int CBase64::DecodedSize(const uint8_t* puIn, unsigned int uInSize) const
+{
+    const uint64_t uTextSize = uint64_t{uInSize} + m_uGroupSize;
+    // At most 3 * 2^30.
+    const unsigned int uSize = static_cast<unsigned int>(uTextSize / g_uTextGroup) * g_uByteGroup;
+    if (uTextSize % g_uTextGroup != 0) return uSize;
+    const uint8_t uBeforeLast = uInSize > 1 ? puIn[uInSize - 2] : m_auGroup[2];
+    return uSize - PaddingOf(uBeforeLast, puIn[uInSize - 1]);
+}
+
+// Completes the group that an Update() before has begun, as far as the input goes; returns how much of it went there.
+unsigned int CBase64::TopUpGroup(const uint8_t* puIn, unsigned int uInSize, unsigned int uFull)
+{
+    if (m_uGroupSize == 0) return 0;
+    const unsigned int uTaken = std::min(uInSize, uFull - m_uGroupSize);
+    memcpy(m_auGroup + m_uGroupSize, puIn, uTaken);
+    m_uGroupSize += uTaken;
+    return uTaken;
+}
+
+// Nothing is left when the group that was begun took all the input.
+void CBase64::KeepRest(const uint8_t* puRest, unsigned int uSize)
+{
+    if (uSize == 0) return;
+    memcpy(m_auGroup, puRest, uSize);
+    m_uGroupSize = uSize;
+}

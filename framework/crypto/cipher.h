@@ -1,0 +1,82 @@
+#ifndef FRAMEWORK_CRYPTO_CIPHER_H
+#define FRAMEWORK_CRYPTO_CIPHER_H
+#include <stdint.h>
+
+#include "framework/basic/blob.h"
+#include "framework/basic/vector.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// A transformation of a stream of bytes, there and back:
+///
+///     CAes aes;
+///     aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
+///     aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size
+///     aes.End(&blobOut, true);                // what was held back for a whole block comes now
+///
+/// What each call hands out, and when it refuses, is the algorithm's: see CAes and CBase64.
+///
+/// Blobs      bAppend true: the output goes behind what the blob holds; false: it becomes its whole content. A blob
+///            without storage hands a null raw pointer on. Input and output may be one blob.
+/// Buffers    Raw input and output must not overlap.
+/// Threads    No locking: one thread at a time per object.
+/// Failure    Reported as QvResult; a blob form that fails leaves the output blob's bytes as they were counted.
+class QV_EXPORT CCipher
+{
+public:
+    enum EAction : unsigned int
+    {
+        eACTION_DECRYPT = 0,
+        eACTION_ENCRYPT = 1,
+        /// What the object was told to take by default.
+        eACTION_DEFAULT = 2
+    };
+
+    enum EMode : unsigned int
+    {
+        eMODE_CBC = 0,
+        /// With 128-bit feedback.
+        eMODE_CFB = 1,
+        eMODE_CTR = 2,
+        eMODE_ECB = 3,
+        eMODE_OFB = 4,
+        /// What the object was told to take by default.
+        eMODE_DEFAULT = 5
+    };
+
+    /// What GetAlgorithm() returns.
+    enum EAlgorithm : unsigned int
+    {
+        eAES = 0,
+        eBASE64 = 1
+    };
+
+    CCipher() = default;
+    CCipher(const CCipher&) = default;
+    CCipher& operator=(const CCipher&) = default;
+    virtual ~CCipher();
+
+    /// Starts a message, dropping the one before.
+    virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                           const uint8_t* puIv, unsigned int uIvSize) = 0;
+    /// Adds uInSize bytes to the message, writes what is ready to puOut and its size to *puOutSize.
+    virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
+    /// Ends the message: writes the rest to puOut and its size to *puOutSize.
+    virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
+    /// The same with blobs, whose capacity is raised to what the raw form may need.
+    /// A failed reservation of that is returned: QV_RES_OUT_OF_MEMORY, or QV_RES_INVALID_STATE for a locked capacity.
+    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
+    virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
+    virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
+
+    /// An EAlgorithm.
+    virtual unsigned int GetAlgorithm() = 0;
+    virtual unsigned int GetBlockSizeInBits() = 0;
+    virtual unsigned int GetBlockSizeInByte() = 0;
+    /// Null when there are none to choose from.
+    virtual const CVector<CCipher::EMode>* GetSupportedModes() = 0;
+};
+
+extern template class CVector<CCipher::EMode>;
+
+#endif

@@ -1,0 +1,167 @@
+// Two ways to move a CRC register on by many bytes at once. Both are linear algebra over GF(2): the register after a
+// message is the message, times x^32, modulo the polynomial; the register before it is added (XOR) to its first bytes,
+// and zeros in front of it change nothing.
+//
+// Slicing (portable): the contribution of a byte that is n bytes before the end of a step depends on the byte and n only.
+// Table n gives it, so the 16 look-ups of a step do not wait for each other.
+//
+// Folding: carry-less multiplication takes 8 bytes, wherever they lie, to any later place: a factor x^n modulo the
+// polynomial moves them on by n bits. Accumulators travel over a long message, adding up what lies at equal distances;
+// the last 1024 bytes go straight to the end, each 8 by a factor of their own, none waiting for another. What is left is
+// one remainder of 96 bits, and Barrett's division makes 32 of it.
+//
+// Everything is bit-reflected: the lowest bit of a register is its highest power. A product of two reflected 64-bit
+// words comes out one bit short, that is, multiplied by x; the factors make up for it. They are stored in the low half
+// of their words, which is times x^32.
+//
+// CRC-16 goes through the same steps as a CRC-32 whose polynomial is multiplied by x^16: its upper 16 bits stay 0.
+#include "framework/crypto/crc_blocks.h"
+
+#include <string.h>
+
+namespace orvel_internal
+{
+namespace
+{
+constexpr uint16_t g_uPolynomial16 = 0x8408;
+constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
+
+constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
+
+template <typename Register>
+struct SSlices
+{
+    // [n][b]: the register that byte b leaves n bytes later.
+    Register auSlices[g_uStep][256];
+};
+
+template <typename Register>
+constexpr Register TimesX(Register uRegister, Register uPolynomial)
+{
+    const Register uDropped = uRegister & 1;
+    return static_cast<Register>(uRegister >> 1 ^ (uDropped != 0 ? uPolynomial : 0));
+}
+
+template <typename Register>
+constexpr SSlices<Register> MakeSlices(Register uPolynomial)
+{
+    SSlices<Register> st{};
+    for (unsigned int uByte = 0; uByte < 256; ++uByte)
+    {
+        Register uRegister = static_cast<Register>(uByte);
+        for (unsigned int uBit = 0; uBit < 8; ++uBit) uRegister = TimesX(uRegister, uPolynomial);
+        st.auSlices[0][uByte] = uRegister;
+    }
+    for (unsigned int u = 1; u < g_uStep; ++u)
+    {
+        for (unsigned int uByte = 0; uByte < 256; ++uByte)
+        {
+            const Register uBefore = st.auSlices[u - 1][uByte];
+            st.auSlices[u][uByte] = static_cast<Register>(uBefore >> 8 ^ st.auSlices[0][uBefore & 0xFF]);
+        }
+    }
+    return st;
+}
+
+constexpr SSlices<uint16_t> g_stSlices16 = MakeSlices(g_uPolynomial16);
+constexpr SSlices<uint32_t> g_stSlices32 = MakeSlices(g_uPolynomial32);
+
+uint32_t LoadWord(const uint8_t* pu)
+{
+    uint32_t uWord;
+    memcpy(&uWord, pu, sizeof(uWord));
+    return uWord;
+}
+
+// What the four bytes of a word leave, the last of them uAfter bytes before the end of the step.
+template <typename Register>
+uint32_t SliceWord(const SSlices<Register>& rstSlices, uint32_t uWord, unsigned int uAfter)
+{
+    const auto& auSlices = rstSlices.auSlices;
+    const uint32_t uFirstTwo = auSlices[uAfter + 3][uWord & 0xFF] ^ auSlices[uAfter + 2][uWord >> 8 & 0xFF];
+    const uint32_t uLastTwo = auSlices[uAfter + 1][uWord >> 16 & 0xFF] ^ auSlices[uAfter][uWord >> 24];
+    return uFirstTwo ^ uLastTwo;
+}
+
+template <typename Register>
+uint32_t Slice(const SSlices<Register>& rstSlices, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+{
+    uRegister = static_cast<Register>(uRegister);
+    for (; uSize >= g_uStep; puData += g_uStep, uSize -= g_uStep)
+    {
+        // Only the first word waits for the step before.
+        uint32_t uOthers = SliceWord(rstSlices, LoadWord(puData + 4), 8);
+        uOthers ^= SliceWord(rstSlices, LoadWord(puData + 8), 4) ^ SliceWord(rstSlices, LoadWord(puData + 12), 0);
+        uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 12) ^ uOthers;
+    }
+    for (; uSize >= 4; puData += 4, uSize -= 4) uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 0);
+    for (; uSize != 0; ++puData, --uSize)
+    {
+        uRegister = uRegister >> 8 ^ rstSlices.auSlices[0][(*puData ^ uRegister) & 0xFF];
+    }
+    return uRegister;
+}
+
+// Powers of x modulo a polynomial, asked for in rising order.
+class CPowers
+{
+public:
+    constexpr explicit CPowers(uint32_t uPolynomial) : m_uPolynomial(uPolynomial), m_uPower(0x80000000), m_uExponent(0)
+    {
+    }
+    // The factor that moves 64 reflected bits on by uBits (33 at least): one bit is the product's own doing, 32 are the
+    // place in the word.
+    constexpr uint64_t FactorBy(unsigned int uBits)
+    {
+        for (; m_uExponent < uBits - 33; ++m_uExponent) m_uPower = TimesX(m_uPower, m_uPolynomial);
+        return m_uPower;
+    }
+
+private:
+    uint32_t m_uPolynomial;
+    uint32_t m_uPower;
+    unsigned int m_uExponent;
+};
+
+constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t uMask,
+                                  uint32_t (*pfnSlice)(uint32_t, const uint8_t*, size_t))
+{
+    SCrcVariant st{};
+    st.uRegisterMask = uMask;
+    st.pfnSlice = pfnSlice;
+    CPowers toEnd(uPolynomial);
+    for (unsigned int u = 1; u <= SCrcVariant::uREACH / 8; ++u)
+    {
+        st.auToEnd[SCrcVariant::uREACH / 8 - u] = toEnd.FactorBy(64 * u);
+    }
+    CPowers far(uPolynomial);
+    st.auBy64[1] = far.FactorBy(8 * 64);
+    st.auBy64[0] = far.FactorBy(8 * 64 + 64);
+    st.auBy512[1] = far.FactorBy(8 * 512);
+    st.auBy512[0] = far.FactorBy(8 * 512 + 64);
+
+    // Long division of x^95: the coefficients of the quotient are the bits that drop out.
+    uint32_t uRemainder = 1;
+    for (unsigned int u = 0; u < 64; ++u)
+    {
+        st.auDivision[0] |= uint64_t{uRemainder & 1} << u;
+        uRemainder = TimesX(uRemainder, uPolynomial);
+    }
+    st.auDivision[1] = uint64_t{uPolynomial} << 32;
+    return st;
+}
+}  // namespace
+
+constexpr SCrcVariant g_astCrcVariants[2] = {MakeVariant(g_uPolynomial16, 0xFFFF, Crc16Slice),
+                                             MakeVariant(g_uPolynomial32, 0xFFFFFFFF, Crc32Slice)};
+
+uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
+{
+    return Slice(g_stSlices16, uRegister, puData, uSize);
+}
+
+uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
+{
+    return Slice(g_stSlices32, uRegister, puData, uSize);
+}
+}  // namespace orvel_internal

@@ -1,0 +1,43 @@
+#ifndef FRAMEWORK_CRYPTO_CRC_BLOCKS_H
+#define FRAMEWORK_CRYPTO_CRC_BLOCKS_H
+#include <stddef.h>
+#include <stdint.h>
+
+/// The registers of CRC-16 and CRC-32 moved on over uSize bytes. Internal; the idea is in crc_blocks.cpp.
+namespace orvel_internal
+{
+/// On any x86-64, from tables: uCRC_SLICING_STEP bytes a step, any number in all.
+constexpr unsigned int uCRC_SLICING_STEP = 16;
+uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
+uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
+
+/// What all paths need to know of one CRC.
+struct SCrcVariant
+{
+    static constexpr unsigned int uREACH = 1024;
+
+    /// Factors for the first and the second 8 bytes of each 16, laid out like the last uREACH bytes of a message: they
+    /// bring what lies there onto the last 12 bytes of a 16-byte remainder.
+    alignas(64) uint64_t auToEnd[uREACH / 8];
+    /// Factors that move 16 bytes on by 64, by 512.
+    uint64_t auBy64[2];
+    uint64_t auBy512[2];
+    /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term.
+    uint64_t auDivision[2];
+    /// The bits that the register has.
+    uint32_t uRegisterMask;
+    /// For bytes that are too few to fold.
+    uint32_t (*pfnSlice)(uint32_t uRegister, const uint8_t* puData, size_t uSize);
+};
+
+/// By CCrc::ECrcType.
+extern const SCrcVariant g_astCrcVariants[2];
+
+/// With eCPU_PCLMULQDQ. uSize is 16 at least.
+uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+
+/// With eCPU_VPCLMULQDQ. uSize is 4 at least.
+uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+}  // namespace orvel_internal
+
+#endif

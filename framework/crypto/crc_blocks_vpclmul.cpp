@@ -1,0 +1,129 @@
+// Folding with 512-bit registers, see crc_blocks.cpp. This file alone is compiled with the instructions it uses, so it
+// uses nothing inline of other headers: the linker might keep its copy for everybody.
+#include <immintrin.h>
+
+#include "framework/crypto/crc_blocks.h"
+
+namespace orvel_internal
+{
+namespace
+{
+constexpr int g_nXor3 = 0x96;  // the truth table of a ^ b ^ c
+
+inline __m512i Load(const void* pv)
+{
+    return _mm512_loadu_si512(pv);
+}
+
+// Adds both halves of each 16 bytes of a block, by their factors, to a sum.
+inline __m512i MultiplyAdd(__m512i sum, __m512i block, __m512i factors)
+{
+    const __m512i low = _mm512_clmulepi64_epi128(block, factors, 0x00);
+    const __m512i high = _mm512_clmulepi64_epi128(block, factors, 0x11);
+    return _mm512_ternarylogic_epi64(sum, low, high, g_nXor3);
+}
+
+inline __m128i AddLanes(__m512i lanes)
+{
+    const __m256i halves = _mm256_xor_si256(_mm512_castsi512_si256(lanes), _mm512_extracti64x4_epi64(lanes, 1));
+    return _mm_xor_si128(_mm256_castsi256_si128(halves), _mm256_extracti128_si256(halves, 1));
+}
+
+inline uint32_t Divide(__m128i remainder, const SCrcVariant& rstVariant)
+{
+    const __m128i factors = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auDivision));
+    const __m128i quotient = _mm_clmulepi64_si128(remainder, factors, 0x00);
+    const __m128i product = _mm_clmulepi64_si128(quotient, factors, 0x10);
+    const uint64_t uProduct = static_cast<uint64_t>(_mm_extract_epi64(product, 1));
+    return static_cast<uint32_t>(uProduct >> 31) ^ static_cast<uint32_t>(_mm_extract_epi32(remainder, 2));
+}
+
+// The bytes that are no whole block go first, at the end of a block of zeros: all else are whole blocks then. The register
+// is added to the first four bytes of the message.
+inline __m512i FirstBlock(uint32_t uRegister, const uint8_t* puData, unsigned int uSize)
+{
+    alignas(64) static constexpr uint8_t auCOUNT[64] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
+                                                        16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31,
+                                                        32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45, 46, 47,
+                                                        48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63};
+    const __m512i inFront = _mm512_zextsi128_si512(_mm_cvtsi32_si128(static_cast<int>(uRegister)));
+    if (uSize == 64) [[likely]]
+        return _mm512_xor_si512(Load(puData), inFront);
+    const __m512i bytes = _mm512_xor_si512(_mm512_maskz_loadu_epi8((1ull << uSize) - 1, puData), inFront);
+    // Rotates the bytes up: the indexes wrap at 64.
+    const __m512i from = _mm512_add_epi8(_mm512_load_si512(auCOUNT), _mm512_set1_epi8(static_cast<char>(uSize)));
+    return _mm512_maskz_permutexvar_epi8(~(~0ull >> uSize), from, bytes);
+}
+// How much of the message goes into the first block.
+inline unsigned int FirstSize(size_t uSize)
+{
+    return (static_cast<unsigned int>(uSize) - 1) % 64 + 1;
+}
+
+// Ends a message of which nRest bytes, whole blocks, are not in the sum.
+inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t* puEnd, ptrdiff_t nRest)
+{
+    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd + SCrcVariant::uREACH / 8);
+#pragma GCC unroll 2
+    for (; nRest != 0; nRest -= 64) sum = MultiplyAdd(sum, Load(puEnd - nRest), Load(puFactorsEnd - nRest));
+    return Divide(AddLanes(sum), rstVariant);
+}
+
+constexpr ptrdiff_t g_nLanes = 8;
+
+// Messages of eight blocks and more: eight accumulators travel over them, as far as the last few. Without the unrolling
+// g++ keeps the accumulators in memory.
+uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+{
+    constexpr ptrdiff_t nAHEAD = 2048;
+    const uint8_t* const puEnd = puData + uSize;
+    const __m512i factors =
+        _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auBy512)));
+    __m512i aLanes[g_nLanes];
+    aLanes[0] = FirstBlock(uRegister, puData, FirstSize(uSize));
+    puData += FirstSize(uSize);
+#pragma GCC unroll 8
+    for (ptrdiff_t n = 1; n < g_nLanes; ++n, puData += 64) aLanes[n] = Load(puData);
+    for (; puEnd - puData >= 64 * g_nLanes; puData += 64 * g_nLanes)
+    {
+        if (puEnd - puData > nAHEAD)
+        {
+#pragma GCC unroll 8
+            for (ptrdiff_t n = 0; n < g_nLanes; ++n)
+            {
+                _mm_prefetch(reinterpret_cast<const char*>(puData) + nAHEAD + 64 * n, _MM_HINT_T0);
+            }
+        }
+#pragma GCC unroll 8
+        for (ptrdiff_t n = 0; n < g_nLanes; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
+    }
+    const ptrdiff_t nRest = puEnd - puData;
+    const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 * g_nLanes - nRest) / 8;
+    __m512i sum = _mm512_setzero_si512();
+#pragma GCC unroll 8
+    for (ptrdiff_t n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 8 * n));
+    return Finish(rstVariant, sum, puEnd, nRest);
+}
+
+// Messages whose first block would be shorter than the register. Apart, so that all others do without its stack frame.
+[[gnu::noinline]] uint32_t FoldBehindSlice(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData,
+                                           size_t uSize)
+{
+    const size_t uOdd = uSize % 64;
+    uRegister = rstVariant.pfnSlice(uRegister, puData, uOdd);
+    return CrcFoldVpclmul(rstVariant, uRegister, puData + uOdd, uSize - uOdd);
+}
+}  // namespace
+
+uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+{
+    if (FirstSize(uSize) < sizeof(uRegister)) return FoldBehindSlice(rstVariant, uRegister, puData, uSize);
+    constexpr size_t uSHORT = 64 * (g_nLanes - 1);
+    if (uSize > uSHORT) return FoldLong(rstVariant, uRegister, puData, uSize);
+    const unsigned int uFirstSize = FirstSize(uSize);
+    const ptrdiff_t nRest = static_cast<ptrdiff_t>(uSize - uFirstSize);
+    const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 - nRest) / 8;
+    const __m512i first = FirstBlock(uRegister, puData, uFirstSize);
+    return Finish(rstVariant, MultiplyAdd(_mm512_setzero_si512(), first, Load(puToEnd)), puData + uSize, nRest);
+}
+}  // namespace orvel_internal

@@ -1,0 +1,586 @@
+#include "framework/basic/marshaler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <thread>
+
+#include "tests/support/test_allocator.h"
+#include "tests/support/test_seed.h"
+
+namespace
+{
+using Bytes = std::vector<unsigned char>;
+
+class CPoolProbe : public CPool<CMarshaler>
+{
+public:
+    using CPool<CMarshaler>::ms_pBlockAllocator;
+    using CPool<CMarshaler>::ms_pmutex;
+    using CPool<CMarshaler>::ms_uAllocatedCount;
+    using CPool<CMarshaler>::ms_uCapacity;
+};
+
+/// A marshaler's memory.
+struct SImage
+{
+    unsigned char* puWrite;
+    unsigned char* puWriteEnd;
+    unsigned char* puRead;
+    unsigned char* puReadEnd;
+    unsigned char auInline[56];
+    unsigned char* puLink;
+};
+static_assert(sizeof(CMarshaler) == 96 && sizeof(SImage) == 96, "the layout is the binary interface");
+
+SImage ImageOf(const CMarshaler& rMarshaler)
+{
+    SImage image;
+    memcpy(static_cast<void*>(&image), static_cast<const void*>(&rMarshaler), sizeof image);
+    return image;
+}
+
+unsigned char* InlineOf(CMarshaler& rMarshaler)
+{
+    return reinterpret_cast<unsigned char*>(&rMarshaler) + 32;
+}
+
+void ExpectEmptyState(CMarshaler& rMarshaler)
+{
+    const SImage image = ImageOf(rMarshaler);
+    EXPECT_EQ(InlineOf(rMarshaler), image.puWrite);
+    EXPECT_EQ(InlineOf(rMarshaler) + 56, image.puWriteEnd);
+    EXPECT_EQ(InlineOf(rMarshaler), image.puRead);
+    EXPECT_EQ(InlineOf(rMarshaler) + 56, image.puReadEnd);
+    EXPECT_EQ(nullptr, image.puLink);
+    EXPECT_EQ(0u, rMarshaler.GetUnreadSize());
+}
+
+/// Bytes that tell their place apart from any other within a few segments.
+Bytes Numbered(unsigned int uSize)
+{
+    Bytes bytes(uSize);
+    for (unsigned int u = 0; u < uSize; ++u) bytes[u] = static_cast<unsigned char>(u * 7 + u / 251 + 1);
+    return bytes;
+}
+
+void Insert(CMarshaler& rMarshaler, const Bytes& bytes)
+{
+    rMarshaler.Insert(bytes.data(), static_cast<unsigned int>(bytes.size()));
+}
+
+Bytes Extract(CMarshaler& rMarshaler, std::size_t uSize)
+{
+    Bytes bytes(uSize, 0xDB);
+    rMarshaler.Extract(bytes.data(), static_cast<unsigned int>(uSize));
+    return bytes;
+}
+
+Bytes Part(const Bytes& bytes, std::size_t uFirst, std::size_t uEnd)
+{
+    using Distance = Bytes::difference_type;
+    return Bytes(bytes.begin() + static_cast<Distance>(uFirst), bytes.begin() + static_cast<Distance>(uEnd));
+}
+
+unsigned int SegmentsFor(unsigned int uSize)
+{
+    return uSize <= 56 ? 0 : (uSize - 56 + 87) / 88;
+}
+
+/// The pool draws from an allocator that watches every block.
+class CMarshalerTest : public testing::Test
+{
+protected:
+    CMarshalerTest()
+    {
+        CPoolProbe::Uninitialize();
+        CPoolProbe::Initialize(true, 0, false, &m_allocator);
+    }
+    ~CMarshalerTest() override
+    {
+        EXPECT_EQ(0u, CPoolProbe::ms_uAllocatedCount) << "segments were never returned";
+        CPoolProbe::Uninitialize();
+        CPoolProbe::InitializeCPool();
+    }
+    /// From now on the pool has uSegments blocks and no more.
+    void Limit(unsigned int uSegments)
+    {
+        CPoolProbe::Uninitialize();
+        CPoolProbe::Initialize(true, uSegments, true, &m_allocator);
+    }
+
+    CTestAllocator m_allocator;
+};
+
+const unsigned int g_auSizes[] = {0, 1, 2, 55, 56, 57, 58, 143, 144, 145, 199, 200, 231, 232, 233, 320, 321, 1000};
+}  // namespace
+
+TEST_F(CMarshalerTest, StartsInTheEmptyStateWithoutAllocation)
+{
+    CMarshaler marshaler;
+    ExpectEmptyState(marshaler);
+    EXPECT_TRUE(m_allocator.GetRequests().empty());
+}
+
+TEST_F(CMarshalerTest, ThePointersFollowTheBytes)
+{
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(100));
+    EXPECT_EQ(Part(Numbered(100), 0, 10), Extract(marshaler, 10));
+    const SImage image = ImageOf(marshaler);
+    EXPECT_EQ(0, memcmp(image.auInline, Numbered(56).data(), 56));
+    ASSERT_NE(nullptr, image.puLink);
+    EXPECT_EQ(image.puLink + 44, image.puWrite);
+    EXPECT_EQ(image.puLink + 88, image.puWriteEnd);
+    EXPECT_EQ(InlineOf(marshaler) + 10, image.puRead);
+    EXPECT_EQ(InlineOf(marshaler) + 56, image.puReadEnd);
+    unsigned char* puNext = image.puLink;
+    memcpy(&puNext, image.puWriteEnd, sizeof puNext);
+    EXPECT_EQ(nullptr, puNext);
+    EXPECT_EQ(96u, m_allocator.GetSizeOf(image.puLink));
+}
+
+TEST_F(CMarshalerTest, TheNextSegmentIsTakenOnlyWhenTheNextByteComes)
+{
+    for (const unsigned int uFull : {56u, 144u, 232u})
+    {
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(uFull));
+        EXPECT_EQ(SegmentsFor(uFull), CPoolProbe::ms_uAllocatedCount);
+        const SImage full = ImageOf(marshaler);
+        EXPECT_EQ(full.puWriteEnd, full.puWrite);
+        marshaler.Insert(nullptr, 0);
+        EXPECT_EQ(SegmentsFor(uFull), CPoolProbe::ms_uAllocatedCount);
+        Insert(marshaler, {9});
+        EXPECT_EQ(SegmentsFor(uFull) + 1, CPoolProbe::ms_uAllocatedCount);
+        EXPECT_EQ(Numbered(uFull), Extract(marshaler, uFull));
+        const SImage read = ImageOf(marshaler);
+        EXPECT_EQ(read.puReadEnd, read.puRead);
+        EXPECT_EQ(Bytes{9}, Extract(marshaler, 1));
+    }
+}
+
+TEST_F(CMarshalerTest, TwoHundredBytesSpanTheInlineAreaAndTwoSegments)
+{
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(200));
+    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount);
+    const SImage image = ImageOf(marshaler);
+    EXPECT_EQ(image.puWriteEnd, image.puWrite + 32);
+    EXPECT_EQ(Numbered(200), Extract(marshaler, 200));
+    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount) << "reading returns no segment";
+}
+
+TEST_F(CMarshalerTest, AnyCutOfTheBytesExtractsTheSame)
+{
+    for (const unsigned int uSize : g_auSizes)
+    {
+        for (const unsigned int uPiece : {1u, 2u, 3u, 7u, 55u, 56u, 57u, 87u, 88u, 89u, 150u, 1000u})
+        {
+            SCOPED_TRACE(testing::Message() << uSize << " bytes by " << uPiece);
+            const Bytes bytes = Numbered(uSize);
+            CMarshaler whole;
+            Insert(whole, bytes);
+            CMarshaler pieces;
+            Bytes extracted;
+            for (unsigned int u = 0; u < uSize; u += uPiece)
+                Insert(pieces, Part(bytes, u, std::min(uSize, u + uPiece)));
+            ASSERT_EQ(2 * SegmentsFor(uSize), CPoolProbe::ms_uAllocatedCount);
+            for (unsigned int u = 0; u < uSize; u += uPiece)
+            {
+                const Bytes piece = Extract(whole, std::min(uSize - u, uPiece));
+                extracted.insert(extracted.end(), piece.begin(), piece.end());
+            }
+            ASSERT_EQ(bytes, extracted);
+            ASSERT_EQ(bytes, Extract(pieces, uSize));
+            ASSERT_EQ(0u, whole.GetUnreadSize());
+        }
+    }
+}
+
+TEST_F(CMarshalerTest, IntegersLieInTheHostsByteOrder)
+{
+    CMarshaler marshaler;
+    const unsigned char uByte = 0xA1;
+    const unsigned short uShort = 0x0102;
+    marshaler << 0x01020304u << uShort << uByte << 0x1122334455667788ul;
+    EXPECT_EQ((Bytes{4, 3, 2, 1, 2, 1, 0xA1, 0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11}), Extract(marshaler, 15));
+    EXPECT_EQ(0u, marshaler.GetUnreadSize());
+}
+
+TEST_F(CMarshalerTest, IntegersAreReadAsTheyWereWrittenWhereverASegmentEnds)
+{
+    for (unsigned int uOffset = 0; uOffset <= 240; ++uOffset)
+    {
+        SCOPED_TRACE(testing::Message() << "behind " << uOffset);
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(uOffset));
+        const unsigned short uShortIn = 0xBEEF;
+        const unsigned char uByteIn = 0x5A;
+        CMarshaler& rIn = marshaler << 0xDEADBEEFu << uShortIn << uByteIn << 0x1122334455667788ul;
+        ASSERT_EQ(&marshaler, &rIn);
+        ASSERT_EQ(SegmentsFor(uOffset + 15), CPoolProbe::ms_uAllocatedCount);
+        ASSERT_EQ(uOffset + 15, marshaler.GetUnreadSize());
+        ASSERT_EQ(Numbered(uOffset), Extract(marshaler, uOffset));
+        unsigned int u = 0;
+        unsigned short uShort = 0;
+        unsigned char uByte = 0;
+        unsigned long uLong = 0;
+        CMarshaler& rOut = marshaler >> u >> uShort >> uByte >> uLong;
+        ASSERT_EQ(&marshaler, &rOut);
+        ASSERT_EQ(0xDEADBEEFu, u);
+        ASSERT_EQ(0xBEEF, uShort);
+        ASSERT_EQ(0x5A, uByte);
+        ASSERT_EQ(0x1122334455667788ul, uLong);
+    }
+}
+
+TEST_F(CMarshalerTest, StoreAndLoadAreInsertAndExtract)
+{
+    CMarshaler marshaler;
+    const Bytes bytes = Numbered(150);
+    marshaler.Store(bytes.data(), 150);
+    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount);
+    Bytes loaded(150);
+    EXPECT_TRUE(marshaler.Load(loaded.data(), 100));
+    EXPECT_TRUE(marshaler.Load(loaded.data() + 100, 50));
+    EXPECT_EQ(bytes, loaded);
+    EXPECT_TRUE(marshaler.Load(loaded.data(), 150)) << "true always";
+}
+
+TEST_F(CMarshalerTest, ClearReturnsTheSegmentsAndTheEmptyState)
+{
+    const std::size_t uReleases = m_allocator.GetReleases().size();
+    CMarshaler marshaler;
+    for (const unsigned int uSize : g_auSizes)
+    {
+        Insert(marshaler, Numbered(uSize));
+        Extract(marshaler, uSize / 2);
+        marshaler.Clear();
+        ExpectEmptyState(marshaler);
+        EXPECT_EQ(0u, CPoolProbe::ms_uAllocatedCount);
+    }
+    marshaler.Clear();
+    ExpectEmptyState(marshaler);
+    EXPECT_EQ(uReleases, m_allocator.GetReleases().size()) << "the pool keeps the blocks";
+    Insert(marshaler, Numbered(100));
+    EXPECT_EQ(Numbered(100), Extract(marshaler, 100));
+}
+
+TEST_F(CMarshalerTest, DestructionReturnsTheSegments)
+{
+    {
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(1000));
+        EXPECT_EQ(11u, CPoolProbe::ms_uAllocatedCount);
+    }
+    EXPECT_EQ(0u, CPoolProbe::ms_uAllocatedCount);
+    EXPECT_EQ(11u, CPoolProbe::ms_pBlockAllocator->GetBlockCount());
+}
+
+TEST_F(CMarshalerTest, ACopyHasTheContentAndTheReadPositionOnSegmentsOfItsOwn)
+{
+    CMarshaler assigned;
+    Insert(assigned, Numbered(300));
+    Extract(assigned, 70);
+    for (const unsigned int uSize : g_auSizes)
+    {
+        for (unsigned int uRead = 0; uRead <= uSize; uRead += uSize > 400 ? 43 : 1)
+        {
+            SCOPED_TRACE(testing::Message() << uRead << " read of " << uSize);
+            const Bytes bytes = Numbered(uSize);
+            CMarshaler source;
+            Insert(source, bytes);
+            Extract(source, uRead);
+            const CMarshaler& rResult = assigned = source;
+            ASSERT_EQ(&assigned, &rResult);
+            CMarshaler constructed(source);
+            ASSERT_EQ(3 * SegmentsFor(uSize), CPoolProbe::ms_uAllocatedCount);
+            for (CMarshaler* const pCopy : {&assigned, &constructed})
+            {
+                const SImage from = ImageOf(source);
+                const SImage to = ImageOf(*pCopy);
+                ASSERT_EQ(from.puReadEnd - from.puRead, to.puReadEnd - to.puRead);
+                ASSERT_EQ(from.puWriteEnd - from.puWrite, to.puWriteEnd - to.puWrite);
+                ASSERT_EQ(from.puReadEnd == InlineOf(source) + 56, to.puReadEnd == InlineOf(*pCopy) + 56);
+                Insert(*pCopy, {1, 2, 3});
+                ASSERT_EQ(uSize - uRead + 3, pCopy->GetUnreadSize());
+                ASSERT_EQ(Part(bytes, uRead, uSize), Extract(*pCopy, uSize - uRead));
+                ASSERT_EQ((Bytes{1, 2, 3}), Extract(*pCopy, 3));
+            }
+            ASSERT_EQ(uSize - uRead, source.GetUnreadSize());
+            ASSERT_EQ(Part(bytes, uRead, uSize), Extract(source, uSize - uRead));
+        }
+    }
+}
+
+TEST_F(CMarshalerTest, SelfAssignmentChangesNothing)
+{
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(150));
+    Extract(marshaler, 60);
+    const CMarshaler& rSelf = marshaler;
+    const SImage before = ImageOf(marshaler);
+    marshaler = rSelf;
+    const SImage after = ImageOf(marshaler);
+    EXPECT_EQ(0, memcmp(static_cast<const void*>(&before), static_cast<const void*>(&after), sizeof before));
+    EXPECT_EQ(Part(Numbered(150), 60, 150), Extract(marshaler, 90));
+}
+
+TEST_F(CMarshalerTest, ReadingIsNotComparedWithWriting)
+{
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(8));
+    EXPECT_EQ(Numbered(8), Part(Extract(marshaler, 16), 0, 8));
+    EXPECT_EQ(InlineOf(marshaler) + 16, ImageOf(marshaler).puRead);
+    EXPECT_EQ(0u, marshaler.GetUnreadSize());
+    Insert(marshaler, Bytes(8, 1));
+    EXPECT_EQ(0u, marshaler.GetUnreadSize());
+    Insert(marshaler, {5, 6, 7});
+    EXPECT_EQ(3u, marshaler.GetUnreadSize());
+    EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
+}
+
+TEST_F(CMarshalerTest, BehindTheLastSegmentThereAreZeros)
+{
+    for (const unsigned int uSize : {56u, 144u, 232u})
+    {
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(uSize));
+        Bytes expected = Numbered(uSize);
+        expected.resize(uSize + 300, 0);
+        EXPECT_EQ(expected, Extract(marshaler, uSize + 300));
+        unsigned int uValue = 0xFFFFFFFF;
+        unsigned char uByte = 0xFF;
+        marshaler >> uValue >> uByte;
+        EXPECT_EQ(0u, uValue);
+        EXPECT_EQ(0, uByte);
+        EXPECT_EQ(Bytes(100, 0), Extract(marshaler, 100));
+        EXPECT_EQ(0u, marshaler.GetUnreadSize());
+        Insert(marshaler, {5, 6, 7});
+        EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
+    }
+}
+
+TEST_F(CMarshalerTest, ExtractOfNothingLeavesTheReadPosition)
+{
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(57));
+    marshaler.Extract(nullptr, 0);
+    EXPECT_EQ(Numbered(56), Extract(marshaler, 56));
+    marshaler.Extract(nullptr, 0);
+    const SImage image = ImageOf(marshaler);
+    EXPECT_EQ(InlineOf(marshaler) + 56, image.puRead);
+}
+
+TEST_F(CMarshalerTest, GetUnreadSizeCountsAcrossTheSegments)
+{
+    for (const unsigned int uSize : g_auSizes)
+    {
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(uSize));
+        for (unsigned int uRead = 0; uRead < uSize; ++uRead)
+        {
+            ASSERT_EQ(uSize - uRead, marshaler.GetUnreadSize());
+            Extract(marshaler, 1);
+        }
+        ASSERT_EQ(0u, marshaler.GetUnreadSize());
+    }
+}
+
+TEST_F(CMarshalerTest, SkipPassesNoMoreThanIsUnread)
+{
+    for (const unsigned int uSkip : {0u, 1u, 55u, 56u, 57u, 143u, 144u, 145u, 299u, 300u})
+    {
+        CMarshaler marshaler;
+        Insert(marshaler, Numbered(300));
+        marshaler.Skip(uSkip);
+        ASSERT_EQ(300 - uSkip, marshaler.GetUnreadSize());
+        ASSERT_EQ(Part(Numbered(300), uSkip, 300), Extract(marshaler, 300 - uSkip));
+    }
+    CMarshaler marshaler;
+    Insert(marshaler, Numbered(100));
+    marshaler.Skip(0xFFFFFFFF);
+    EXPECT_EQ(0u, marshaler.GetUnreadSize());
+    Insert(marshaler, {5});
+    EXPECT_EQ(Bytes{5}, Extract(marshaler, 1));
+}
+
+TEST_F(CMarshalerTest, WithoutMemoryTheBytesThatFindNoRoomAreDropped)
+{
+    for (unsigned int uSegments = 0; uSegments <= 3; ++uSegments)
+    {
+        SCOPED_TRACE(testing::Message() << uSegments << " segments");
+        Limit(uSegments);
+        const unsigned int uRoom = 56 + 88 * uSegments;
+        {
+            CMarshaler marshaler;
+            Insert(marshaler, Numbered(uRoom + 100));
+            Insert(marshaler, {1, 2, 3});
+            marshaler << 0x11223344u;
+            EXPECT_EQ(uRoom, marshaler.GetUnreadSize());
+            Bytes expected = Numbered(uRoom);
+            expected.resize(uRoom + 103, 0);
+            EXPECT_EQ(expected, Extract(marshaler, uRoom + 103));
+        }
+        {
+            CMarshaler marshaler;
+            Insert(marshaler, Numbered(uRoom - 2));
+            marshaler << 0x11223344u;
+            Extract(marshaler, uRoom - 2);
+            unsigned int uValue = 0;
+            marshaler >> uValue;
+            EXPECT_EQ(0x3344u, uValue) << "the value's first bytes had room";
+        }
+    }
+}
+
+TEST_F(CMarshalerTest, GoesOnWhenMemoryIsBack)
+{
+    Limit(1);
+    CMarshaler marshaler;
+    {
+        CMarshaler other;
+        Insert(other, Numbered(57));
+        Insert(marshaler, Numbered(60));
+    }
+    EXPECT_EQ(56u, marshaler.GetUnreadSize());
+    Insert(marshaler, {1, 2, 3});
+    EXPECT_EQ(59u, marshaler.GetUnreadSize());
+    EXPECT_EQ(Numbered(56), Extract(marshaler, 56));
+    EXPECT_EQ((Bytes{1, 2, 3}), Extract(marshaler, 3));
+}
+
+TEST_F(CMarshalerTest, ARefusedAllocationAnywhereKeepsWhatIsThere)
+{
+    for (unsigned int uNth = 1; uNth <= 5; ++uNth)
+    {
+        CPoolProbe::Uninitialize();
+        CPoolProbe::Initialize(true, 0, false, &m_allocator);
+        m_allocator.RefuseNth(uNth);
+        CMarshaler marshaler;
+        for (unsigned int u = 0; u < 400; ++u) Insert(marshaler, {static_cast<unsigned char>(u)});
+        // The byte that found no room is dropped; the next one asks again.
+        Bytes expected(400);
+        for (unsigned int u = 0; u < 400; ++u) expected[u] = static_cast<unsigned char>(u);
+        const unsigned int uRoom = 56 + 88 * (uNth - 1);
+        if (uRoom < 400) expected.erase(expected.begin() + uRoom);
+        ASSERT_EQ(expected.size(), marshaler.GetUnreadSize()) << "refused at " << uNth;
+        ASSERT_EQ(expected, Extract(marshaler, expected.size())) << "refused at " << uNth;
+        m_allocator.RefuseNth(0);
+        marshaler.Clear();
+    }
+}
+
+TEST_F(CMarshalerTest, ACopyWithoutMemoryEndsWhereItsSegmentsEnd)
+{
+    for (const unsigned int uRead : {0u, 20u, 56u, 100u, 144u, 200u, 300u})
+    {
+        for (const bool bConstruct : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << uRead << " read, " << (bConstruct ? "constructed" : "assigned"));
+            Limit(4);  // three for the source, one for the copy
+            CMarshaler source;
+            Insert(source, Numbered(300));
+            Extract(source, uRead);
+            CMarshaler assigned;
+            if (!bConstruct) assigned = source;
+            CMarshaler constructed(bConstruct ? source : CMarshaler());
+            CMarshaler& rCopy = bConstruct ? constructed : assigned;
+            const unsigned int uUnread = uRead < 144 ? 144 - uRead : 0;
+            EXPECT_EQ(uUnread, rCopy.GetUnreadSize());
+            Bytes expected = Part(Numbered(144), 144 - uUnread, 144);
+            expected.resize(uUnread + 200, 0);
+            EXPECT_EQ(expected, Extract(rCopy, uUnread + 200));
+            EXPECT_EQ(Part(Numbered(300), uRead, 300), Extract(source, 300 - uRead));
+        }
+    }
+}
+
+TEST_F(CMarshalerTest, RandomOperationsMatchADeque)
+{
+    std::mt19937 rng(TestSeed());
+    auto pMarshaler = std::make_unique<CMarshaler>();
+    std::deque<unsigned char> model;
+    for (unsigned int uStep = 0; uStep < 20000; ++uStep)
+    {
+        SCOPED_TRACE(testing::Message() << "step " << uStep);
+        switch (Below(rng, 9))
+        {
+            case 0:
+            case 1:
+            {
+                const Bytes bytes = RandomBytes(rng, 0, 200);
+                Insert(*pMarshaler, bytes);
+                model.insert(model.end(), bytes.begin(), bytes.end());
+                break;
+            }
+            case 2:
+            {
+                const unsigned int uValue = Below(rng, 0x100000000);
+                *pMarshaler << uValue;
+                for (unsigned int u = 0; u < 4; ++u) model.push_back(static_cast<unsigned char>(uValue >> (8 * u)));
+                break;
+            }
+            case 3:
+            {
+                if (model.size() < 4) break;
+                unsigned int uExpected = 0;
+                for (unsigned int u = 0; u < 4; ++u) uExpected |= static_cast<unsigned int>(model[u]) << (8 * u);
+                unsigned int uValue = 0;
+                *pMarshaler >> uValue;
+                ASSERT_EQ(uExpected, uValue);
+                model.erase(model.begin(), model.begin() + 4);
+                break;
+            }
+            case 4:
+            case 5:
+            case 6:
+            {
+                const unsigned int uSize = Below(rng, std::min<std::size_t>(model.size(), 250) + 1);
+                const Bytes bytes = Extract(*pMarshaler, uSize);
+                ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), model.begin()));
+                model.erase(model.begin(), model.begin() + uSize);
+                break;
+            }
+            case 7:
+                if (Below(rng, 4) == 0) pMarshaler = std::make_unique<CMarshaler>(*pMarshaler);
+                else
+                {
+                    CMarshaler copy;
+                    copy << 1u;
+                    copy = *pMarshaler;
+                    *pMarshaler = copy;
+                }
+                break;
+            default:
+                if (Below(rng, 40) != 0) break;
+                pMarshaler->Clear();
+                model.clear();
+        }
+        ASSERT_EQ(model.size(), pMarshaler->GetUnreadSize());
+    }
+}
+
+TEST(MarshalerThreads, OneMayWriteWhatAnotherReads)
+{
+    std::vector<std::thread> threads;
+    for (unsigned int uThread = 0; uThread < 3; ++uThread)
+    {
+        threads.emplace_back(
+            []
+            {
+                for (unsigned int u = 0; u < 200; ++u)
+                {
+                    CMarshaler marshaler;
+                    std::thread([&] { Insert(marshaler, Numbered(u * 3)); }).join();
+                    ASSERT_EQ(Numbered(u * 3), Extract(marshaler, u * 3));
+                }
+            });
+    }
+    for (std::thread& rThread : threads) rThread.join();
+    EXPECT_EQ(0u, CPoolProbe::ms_uAllocatedCount);
+}

@@ -1,0 +1,690 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "framework/basic/string.h"
+#include "tests/support/string_probe.h"
+#include "tests/support/test_allocator.h"
+
+namespace
+{
+const std::string g_strX65535(65535, 'x');
+const std::string g_strX65534(65534, 'x');
+
+/// A text of 40 characters in a block that a copy shares; the copy must not change.
+class CStringShared : public testing::Test
+{
+protected:
+    ~CStringShared() override { EXPECT_EQ(std::string(40, 'a'), TextOf(m_strCopy)); }
+
+    CString m_strText{std::string(40, 'a').c_str()};
+    const CString m_strCopy{m_strText};
+};
+}  // namespace
+
+struct SInsertCase
+{
+    const char* pszName;
+    std::string strText;
+    unsigned int uIndex;
+    unsigned int uRepetition;
+    std::string strSource;
+    unsigned int uSize;
+    QvResult resWant;
+    std::string strWant;
+};
+class CStringInsert : public testing::TestWithParam<SInsertCase>
+{
+};
+TEST_P(CStringInsert, PutsTheRepeatedSourceInFrontOfTheIndex)
+{
+    const SInsertCase& rCase = GetParam();
+    CString strText = StringOf(rCase.strText);
+    EXPECT_EQ(rCase.resWant, strText.Insert(rCase.uIndex, rCase.uRepetition, rCase.strSource.c_str(), rCase.uSize));
+    EXPECT_EQ(rCase.strWant, TextOf(strText));
+    EXPECT_EQ('\0', strText.CStr()[strText.GetSize()]);
+}
+INSTANTIATE_TEST_SUITE_P(
+    All, CStringInsert,
+    testing::Values(SInsertCase{"AtTheFront", "world", 0, 1, "hello ", 6, QV_RES_OK, "hello world"},
+                    SInsertCase{"InTheMiddle", "held", 2, 1, "l wor", 5, QV_RES_OK, "hel world"},
+                    SInsertCase{"AtTheSizeAppends", "hello", 5, 1, " world", 6, QV_RES_OK, "hello world"},
+                    SInsertCase{"BehindTheSize", "hello", 6, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
+                    SInsertCase{"FarBehindTheSize", "hello", UINT_MAX, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
+                    SInsertCase{"IntoNothing", "", 0, 1, "x", 1, QV_RES_OK, "x"},
+                    SInsertCase{"BehindNothing", "", 1, 1, "x", 1, QV_RES_INVALID_ARGUMENT, ""},
+                    SInsertCase{"Repeated", "<>", 1, 3, "ab", 2, QV_RES_OK, "<ababab>"},
+                    SInsertCase{"APartOfTheSource", "<>", 1, 2, "abcd", 2, QV_RES_OK, "<abab>"},
+                    SInsertCase{"NulsToo", "<>", 1, 1, std::string("a\0b", 3), 3, QV_RES_OK, std::string("<a\0b>", 5)},
+                    SInsertCase{"NoRepetition", "hello", 9, 0, "x", 1, QV_RES_OK, "hello"},
+                    SInsertCase{"NoCharacters", "hello", 9, 1, "x", 0, QV_RES_OK, "hello"},
+                    SInsertCase{"WholeText", "<>", 1, 2, "text", 65535, QV_RES_OK, "<texttext>"},
+                    SInsertCase{"WholeTextUpToItsNul", "<>", 1, 1, std::string("a\0b", 3), 65535, QV_RES_OK, "<a>"},
+                    SInsertCase{"WholeEmptyText", "<>", 1, 7, "", 65535, QV_RES_OK, "<>"},
+                    SInsertCase{"WholeEmptyTextBehindTheSize", "<>", 3, 1, "", 65535, QV_RES_INVALID_ARGUMENT, "<>"},
+                    SInsertCase{"UpToTheLargestSize", "x", 0, 1, g_strX65534, 65534, QV_RES_OK, g_strX65535},
+                    SInsertCase{"PastTheLargestSize", "xx", 0, 1, g_strX65534, 65534, QV_RES_INVALID_ARGUMENT, "xx"},
+                    SInsertCase{"UpToTheLargestSizeByRepetition", "", 0, 21845, "xxx", 3, QV_RES_OK, g_strX65535},
+                    SInsertCase{"PastTheLargestSizeByRepetition", "", 0, 21846, "xxx", 3, QV_RES_INVALID_ARGUMENT, ""},
+                    SInsertCase{"ProductOfTwoToThe32", "abc", 0, 65536, std::string(65536, 'x'), 65536,
+                                QV_RES_INVALID_ARGUMENT, "abc"},
+                    SInsertCase{"ProductBeyondTwoToThe32", "abc", 0, 0x80000001, "xy", 2, QV_RES_INVALID_ARGUMENT,
+                                "abc"},
+                    SInsertCase{"SumBeyondTwoToThe32", "abc", 0, UINT_MAX, "x", 1, QV_RES_INVALID_ARGUMENT, "abc"},
+                    SInsertCase{"WholeTextOfTheLargestSize", "", 0, 1, g_strX65535, 65535, QV_RES_OK, g_strX65535}),
+    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST(CStringInsert, ANullTextIsAnEmptyOne)
+{
+    CString strText("hello");
+    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, static_cast<const char*>(nullptr), 65535));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(6, 1, static_cast<const char*>(nullptr), 65535));
+    // It has no characters, whatever the number that is asked for.
+    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, static_cast<const char*>(nullptr), 5));
+    EXPECT_EQ("hello", TextOf(strText));
+}
+
+TEST(CStringInsert, GrowsByStepsOf32Characters)
+{
+    CString strText;
+    for (unsigned int uSize = 1; uSize <= 200; ++uSize)
+    {
+        ASSERT_EQ(QV_RES_OK, strText.Insert(uSize / 2, 1, 'x'));
+        ASSERT_EQ(uSize, strText.GetSize());
+        ASSERT_EQ((uSize + 31) / 32 * 32, strText.GetCapacity());
+    }
+}
+
+TEST(CStringInsert, OfPiecesOfItselfTakesThemAsIfCopiedFirst)
+{
+    for (unsigned int uIndex = 0; uIndex <= 6; ++uIndex)
+        for (unsigned int uFrom = 0; uFrom <= 6; ++uFrom)
+            for (unsigned int uSize = 0; uSize <= 6 - uFrom; ++uSize)
+                for (unsigned int uRepetition : {1u, 3u, 20u})
+                {
+                    SCOPED_TRACE(testing::Message() << uIndex << " " << uFrom << " " << uSize << " " << uRepetition);
+                    std::string strWant = "abcdef";
+                    const std::string strPiece = strWant.substr(uFrom, uSize);
+                    for (unsigned int u = 0; u < uRepetition; ++u) strWant.insert(uIndex, strPiece);
+
+                    CString strText("abcdef");
+                    ASSERT_EQ(QV_RES_OK, strText.Insert(uIndex, uRepetition, strText.CStr() + uFrom, uSize));
+                    ASSERT_EQ(strWant, TextOf(strText));
+
+                    CString strWhole("abcdef");
+                    ASSERT_EQ(QV_RES_OK, strWhole.Insert(uIndex, uRepetition, strWhole, uFrom, uSize));
+                    ASSERT_EQ(strWant, TextOf(strWhole));
+
+                    CString strShared("abcdef");
+                    const CString strCopy(strShared);
+                    ASSERT_EQ(QV_RES_OK, strShared.Insert(uIndex, uRepetition, strShared.CStr() + uFrom, uSize));
+                    ASSERT_EQ(strWant, TextOf(strShared));
+                    ASSERT_EQ("abcdef", TextOf(strCopy));
+                }
+}
+
+TEST(CStringInsert, OfAStringTakesThePartThatIsThere)
+{
+    CString strText("<>");
+    const CString strSource("a\0bcd", 5);
+    EXPECT_EQ(QV_RES_OK, strText.Insert(1, 2, strSource, 1, 3));
+    EXPECT_EQ(std::string("<\0bc\0bc>", 8), TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, strText.Insert(8, 1, strSource, 4, 1));
+    EXPECT_EQ(std::string("<\0bc\0bc>d", 9), TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, strSource, 5, 0));
+    EXPECT_EQ(9u, strText.GetSize());
+}
+
+TEST(CStringInsert, OfAStringRefusesWhatPassesItsEnd)
+{
+    CString strText("<>");
+    const CString strSource("abc");
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, 0, 4));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, 2, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, 4, 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 0, strSource, 4, 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, 0, 65535));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, UINT_MAX, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(1, 1, strSource, 1, UINT_MAX));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(3, 1, strSource, 0, 3));
+    EXPECT_EQ("<>", TextOf(strText));
+}
+
+TEST(CStringInsert, OfAStringOfTheLargestSizeTakesTheLengthOfItsText)
+{
+    CString strSource = StringOf(g_strX65534);
+    strSource += 'x';
+    strSource.SetAt(3, '\0');
+    CString strText;
+    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, strSource, 0, 65535));
+    EXPECT_EQ("xxx", TextOf(strText));
+}
+
+TEST(CStringInsert, OfACharacterRepeatsIt)
+{
+    CString strText("<>");
+    EXPECT_EQ(QV_RES_OK, strText.Insert(1, 3, 'x'));
+    EXPECT_EQ("<xxx>", TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, strText.Insert(1, 0, 'y'));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(6, 1, 'y'));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(0, 65531, 'y'));
+    EXPECT_EQ("<xxx>", TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, '\0'));
+    EXPECT_EQ(std::string("\0<xxx>", 6), TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, strText.Insert(6, 65529, 'y'));
+    EXPECT_EQ(65535u, strText.GetSize());
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(6, 1, 'y'));
+}
+
+TEST_F(CStringShared, AnInsertionGoesIntoAPrivateBlock)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(20, 1, "x", 1));
+    EXPECT_EQ(std::string(20, 'a') + "x" + std::string(20, 'a'), TextOf(m_strText));
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strText));
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, AnInsertionThatGrowsGoesIntoAPrivateBlock)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(40, 40, 'x'));
+    EXPECT_EQ(std::string(40, 'a') + std::string(40, 'x'), TextOf(m_strText));
+    EXPECT_EQ(96u, m_strText.GetCapacity());
+    EXPECT_EQ(64u, m_strCopy.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, WhatChangesNothingLeavesItShared)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(0, 0, "x", 1));
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(0, 1, "x", 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_strText.Insert(41, 1, "x", 1));
+    m_strText.Erase(40, 1);
+    m_strText.Erase(39, 2);
+    m_strText.Erase(0, 0);
+    m_strText.TrimLeftSide('x');
+    m_strText.TrimRightSide('x');
+    m_strText.SetAt(40, 'x');
+    m_strText.Resize(65);
+    EXPECT_EQ(QV_RES_OK, m_strText.ReserveCapacity(64));
+    EXPECT_EQ(QV_RES_OK, m_strText.ReduceCapacity(64));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_strText.Format(41, "x"));
+    EXPECT_EQ(2u, ShareCountOf(m_strCopy));
+    EXPECT_EQ(m_strCopy.CStr(), m_strText.CStr());
+}
+
+TEST_F(CStringShared, AppendingAnEmptyTextMakesItPrivate)
+{
+    m_strText += "";
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+    EXPECT_EQ(std::string(40, 'a'), TextOf(m_strText));
+}
+
+TEST_F(CStringShared, ReservingMoreMakesItPrivate)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.ReserveCapacity(65));
+    EXPECT_EQ(96u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strText));
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+    EXPECT_EQ(64u, m_strCopy.GetCapacity());
+    EXPECT_EQ(std::string(40, 'a'), m_strText.CStr());
+}
+
+TEST_F(CStringShared, ReducingMakesItPrivate)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.ReduceCapacity(0));
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strText));
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+    EXPECT_EQ(std::string(40, 'a'), m_strText.CStr());
+}
+
+TEST_F(CStringShared, ErasingMakesItPrivate)
+{
+    m_strText.Erase(0, 39);
+    EXPECT_STREQ("a", m_strText.CStr());
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strText));
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, TrimmingMakesItPrivate)
+{
+    m_strText.TrimRightSide('a');
+    EXPECT_STREQ("", m_strText.CStr());
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, ResizingMakesItPrivate)
+{
+    m_strText.Resize(3);
+    EXPECT_STREQ("aaa", m_strText.CStr());
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, SettingACharacterMakesItPrivate)
+{
+    m_strText.SetAt(39, 'b');
+    EXPECT_EQ(std::string(39, 'a') + "b", TextOf(m_strText));
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, LowerCaseMakesItPrivate)
+{
+    m_strText.ToLowerCase();
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+TEST_F(CStringShared, FormattingMakesItPrivate)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Format(1, "%c", 'b'));
+    EXPECT_STREQ("ab", m_strText.CStr());
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
+}
+
+struct SEraseCase
+{
+    const char* pszName;
+    unsigned int uIndex;
+    unsigned int uSize;
+    const char* pszWant;
+};
+class CStringErase : public testing::TestWithParam<SEraseCase>
+{
+};
+TEST_P(CStringErase, RemovesTheCharactersIfAllOfThemExist)
+{
+    CString strText("hello");
+    strText.Erase(GetParam().uIndex, GetParam().uSize);
+    EXPECT_STREQ(GetParam().pszWant, strText.CStr());
+    EXPECT_EQ(std::strlen(GetParam().pszWant), strText.GetSize());
+    EXPECT_EQ(32u, strText.GetCapacity());
+}
+INSTANTIATE_TEST_SUITE_P(All, CStringErase,
+                         testing::Values(SEraseCase{"Front", 0, 2, "llo"}, SEraseCase{"Middle", 1, 3, "ho"},
+                                         SEraseCase{"Tail", 3, 2, "hel"}, SEraseCase{"LastCharacter", 4, 1, "hell"},
+                                         SEraseCase{"Everything", 0, 5, ""}, SEraseCase{"PastTheEnd", 4, 2, "hello"},
+                                         SEraseCase{"MoreThanAll", 0, 6, "hello"}, SEraseCase{"Nothing", 2, 0, "hello"},
+                                         SEraseCase{"AtTheSize", 5, 1, "hello"},
+                                         SEraseCase{"NothingAtTheSize", 5, 0, "hello"},
+                                         SEraseCase{"BehindTheSize", 6, 1, "hello"},
+                                         SEraseCase{"SumThatWraps", 2, UINT_MAX, "hello"},
+                                         SEraseCase{"IndexThatWraps", UINT_MAX, 2, "hello"},
+                                         SEraseCase{"SumThatWrapsIn16Bits", 1, 65535, "hello"}),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST(CStringErase, EverythingKeepsTheBlock)
+{
+    CString strText("hello");
+    const char* const pszCharacters = strText.CStr();
+    strText.EraseAll();
+    EXPECT_EQ(0u, strText.GetSize());
+    EXPECT_STREQ("", strText.CStr());
+    EXPECT_EQ(pszCharacters, strText.CStr());
+    EXPECT_EQ(32u, strText.GetCapacity());
+    strText.EraseAll();
+    EXPECT_EQ(32u, strText.GetCapacity());
+}
+
+struct STrimCase
+{
+    const char* pszName;
+    std::string strText;
+    char c;
+    std::string strLeft;
+    std::string strRight;
+};
+class CStringTrim : public testing::TestWithParam<STrimCase>
+{
+};
+TEST_P(CStringTrim, RemovesAllOfACharacterAtOneSide)
+{
+    CString strLeft = StringOf(GetParam().strText);
+    const unsigned int uCapacity = strLeft.GetCapacity();
+    CString strRight = StringOf(GetParam().strText);
+    strLeft.TrimLeftSide(GetParam().c);
+    strRight.TrimRightSide(GetParam().c);
+    EXPECT_EQ(GetParam().strLeft, TextOf(strLeft));
+    EXPECT_EQ(GetParam().strRight, TextOf(strRight));
+    EXPECT_EQ(uCapacity, strLeft.GetCapacity());
+    EXPECT_EQ(uCapacity, strRight.GetCapacity());
+    EXPECT_EQ('\0', *strLeft.end());
+    EXPECT_EQ('\0', *strRight.end());
+}
+INSTANTIATE_TEST_SUITE_P(
+    All, CStringTrim,
+    testing::Values(STrimCase{"BothSides", "xxaxbxx", 'x', "axbxx", "xxaxb"},
+                    STrimCase{"Neither", "abc", 'x', "abc", "abc"}, STrimCase{"Everything", "xxx", 'x', "", ""},
+                    STrimCase{"OneCharacter", "x", 'x', "", ""}, STrimCase{"Empty", "", 'x', "", ""},
+                    STrimCase{"OtherCase", "Xx", 'x', "Xx", "X"},
+                    STrimCase{"Nuls", std::string("\0a\0\0", 4), '\0', std::string("a\0\0", 3), std::string("\0a", 2)},
+                    STrimCase{"NoNuls", "abc", '\0', "abc", "abc"},
+                    STrimCase{"BehindNuls", std::string("x\0x", 3), 'x', std::string("\0x", 2), std::string("x\0", 2)}),
+    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST(CStringResize, WithinTheCapacitySetsTheSizeAndTheNul)
+{
+    CString strText("hello");
+    const char* const pszCharacters = strText.CStr();
+    strText.Resize(2);
+    EXPECT_EQ(2u, strText.GetSize());
+    EXPECT_STREQ("he", strText.CStr());
+    strText.Resize(32);
+    EXPECT_EQ(32u, strText.GetSize());
+    EXPECT_EQ('\0', strText.CStr()[32]);
+    EXPECT_EQ('h', strText.GetAt(0));
+    // What the block held: the NUL of the shorter text, then the old tail.
+    EXPECT_EQ(std::string("he\0lo\0", 6), TextOf(strText).substr(0, 6));
+    EXPECT_EQ(pszCharacters, strText.CStr());
+}
+
+TEST(CStringResize, AboveTheCapacityDoesNothing)
+{
+    CString strText("hello");
+    for (const unsigned int uSize : {33u, 65536u, 65536u + 3u, UINT_MAX})
+    {
+        strText.Resize(uSize);
+        EXPECT_EQ("hello", TextOf(strText));
+        EXPECT_EQ(32u, strText.GetCapacity());
+    }
+    CString strEmpty;
+    strEmpty.Resize(1);
+    EXPECT_EQ(0u, strEmpty.GetSize());
+}
+
+TEST(CStringResize, ToNothingKeepsTheBlock)
+{
+    CString strText("hello");
+    const char* const pszCharacters = strText.CStr();
+    strText.Resize(0);
+    EXPECT_EQ(0u, strText.GetSize());
+    EXPECT_STREQ("", strText.CStr());
+    EXPECT_EQ(pszCharacters, strText.CStr());
+}
+
+TEST(CStringResize, ToTheLargestSizeIsPossible)
+{
+    CString strText;
+    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(65535));
+    strText.Resize(65535);
+    EXPECT_EQ(65535u, strText.GetSize());
+    EXPECT_EQ('\0', strText.CStr()[65535]);
+}
+
+TEST(CStringSetAt, OnlyACharacterThatIsThereIsSet)
+{
+    CString strText("abc");
+    strText.SetAt(0, 'x');
+    strText.SetAt(2, 'z');
+    strText.SetAt(3, '!');
+    strText.SetAt(UINT_MAX, '!');
+    strText.SetAt(65536, '!');
+    EXPECT_STREQ("xbz", strText.CStr());
+    CString strEmpty;
+    strEmpty.SetAt(0, '!');
+    EXPECT_STREQ("", strEmpty.CStr());
+}
+
+TEST(CStringLowerCase, ReachesUpToTheFirstNul)
+{
+    CString strText("HeLLo W0RLD_Z\0ABC", 17);
+    strText.ToLowerCase();
+    EXPECT_EQ(std::string("hello w0rld_z\0ABC", 17), TextOf(strText));
+    CString strEmpty;
+    strEmpty.ToLowerCase();
+    EXPECT_EQ(0u, strEmpty.GetSize());
+}
+
+TEST(CStringLowerCase, LeavesBytesAloneThatAreNoLettersOfTheLocale)
+{
+    std::string strAll;
+    for (int n = 1; n < 256; ++n) strAll += static_cast<char>(n);
+    CString strText = StringOf(strAll);
+    strText.ToLowerCase();
+    for (char& rc : strAll)
+        if (rc >= 'A' && rc <= 'Z') rc = static_cast<char>(rc + ('a' - 'A'));
+    EXPECT_EQ(strAll, TextOf(strText));
+}
+
+struct SCapacityCase
+{
+    unsigned short uAsked;
+    unsigned int uWant;
+};
+class CStringReserve : public testing::TestWithParam<SCapacityCase>
+{
+};
+TEST_P(CStringReserve, RoundsUpTo32CharactersAtMost65535)
+{
+    CTestAllocator allocator;
+    const CStringAllocatorScope scope(allocator);
+    CString strText;
+    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(GetParam().uAsked));
+    EXPECT_EQ(GetParam().uWant, strText.GetCapacity());
+    if (GetParam().uWant == 0) return;
+    ASSERT_EQ(1u, allocator.GetRequests().size());
+    EXPECT_EQ(1u, allocator.GetRequests()[0].uCount);
+    EXPECT_EQ(GetParam().uWant + 8, allocator.GetRequests()[0].uSize);
+    EXPECT_EQ(1u, ShareCountOf(strText));
+    EXPECT_EQ(0u, strText.GetSize());
+    EXPECT_STREQ("", strText.CStr());
+}
+INSTANTIATE_TEST_SUITE_P(All, CStringReserve,
+                         testing::Values(SCapacityCase{0, 0}, SCapacityCase{1, 32}, SCapacityCase{31, 32},
+                                         SCapacityCase{32, 32}, SCapacityCase{33, 64}, SCapacityCase{64, 64},
+                                         SCapacityCase{65, 96}, SCapacityCase{32767, 32768},
+                                         SCapacityCase{32768, 32768}, SCapacityCase{32769, 32800},
+                                         SCapacityCase{65472, 65472}, SCapacityCase{65473, 65504},
+                                         SCapacityCase{65504, 65504}, SCapacityCase{65505, 65535},
+                                         SCapacityCase{65535, 65535}),
+                         [](const auto& rInfo) { return std::to_string(rInfo.param.uAsked); });
+
+TEST(CStringReserve, NeverShrinksAndKeepsTheText)
+{
+    CString strText("a\0b", 3);
+    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(100));
+    EXPECT_EQ(128u, strText.GetCapacity());
+    EXPECT_EQ(std::string("a\0b", 3), TextOf(strText));
+    EXPECT_EQ('\0', *strText.end());
+    const char* const pszCharacters = strText.CStr();
+    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(128));
+    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(1));
+    EXPECT_EQ(128u, strText.GetCapacity());
+    EXPECT_EQ(pszCharacters, strText.CStr());
+}
+
+struct SReduceCase
+{
+    const char* pszName;
+    unsigned int uSize;
+    unsigned short uCapacity;
+    unsigned short uAsked;
+    unsigned int uWant;
+};
+class CStringReduce : public testing::TestWithParam<SReduceCase>
+{
+};
+TEST_P(CStringReduce, GoesDownToTheSizeAtMost)
+{
+    CTestAllocator allocator;
+    const CStringAllocatorScope scope(allocator);
+    const std::string strWant(GetParam().uSize, 'x');
+    CString strText;
+    ASSERT_EQ(QV_RES_OK, strText.ReserveCapacity(GetParam().uCapacity));
+    ASSERT_EQ(QV_RES_OK, strText.Insert(0, GetParam().uSize, 'x'));
+    ASSERT_EQ(GetParam().uCapacity, strText.GetCapacity());
+    EXPECT_EQ(QV_RES_OK, strText.ReduceCapacity(GetParam().uAsked));
+    EXPECT_EQ(GetParam().uWant, strText.GetCapacity());
+    EXPECT_EQ(GetParam().uWant + 8, allocator.GetSizeOf(strText.CStr() - 6));
+    EXPECT_EQ(strWant, TextOf(strText));
+    EXPECT_EQ('\0', *strText.end());
+    EXPECT_EQ(1u, ShareCountOf(strText));
+    EXPECT_EQ(1u, allocator.GetLiveBlocks());
+}
+INSTANTIATE_TEST_SUITE_P(
+    All, CStringReduce,
+    testing::Values(SReduceCase{"ToTheCapacity", 5, 96, 96, 96}, SReduceCase{"AboveTheCapacity", 5, 96, 1000, 96},
+                    SReduceCase{"OneStep", 5, 96, 64, 64}, SReduceCase{"RoundedUp", 5, 96, 33, 64},
+                    SReduceCase{"RoundedUpToTheCapacity", 5, 96, 65, 96}, SReduceCase{"ToTheSize", 5, 96, 0, 32},
+                    SReduceCase{"ToASizeOfAFullStep", 32, 96, 1, 32}, SReduceCase{"ToASizeOverAStep", 33, 96, 1, 64},
+                    SReduceCase{"AtTheSize", 40, 96, 40, 64}, SReduceCase{"FromTheLargest", 1, 65535, 65534, 65535},
+                    SReduceCase{"FromTheLargestByAStep", 1, 65535, 65504, 65504},
+                    SReduceCase{"EmptyToNothing", 0, 32, 0, 0}, SReduceCase{"EmptyToSome", 0, 96, 1, 32}),
+    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST(CStringReduce, AnEmptyStringGetsAPrivateBlockWithoutRoom)
+{
+    CString strText("x");
+    strText.EraseAll();
+    EXPECT_EQ(QV_RES_OK, strText.ReduceCapacity(0));
+    EXPECT_EQ(0u, strText.GetCapacity());
+    EXPECT_EQ(1u, ShareCountOf(strText));
+    EXPECT_NE(CString().CStr(), strText.CStr());
+    const CString strCopy(strText);
+    EXPECT_EQ(2u, ShareCountOf(strText));
+    strText += "grown again";
+    EXPECT_EQ("grown again", TextOf(strText));
+    EXPECT_EQ(1u, ShareCountOf(strCopy));
+    EXPECT_EQ(0u, strCopy.GetSize());
+}
+
+TEST(CStringReduce, WithNothingToDoItTakesNoBlock)
+{
+    CString strEmpty;
+    EXPECT_EQ(QV_RES_OK, strEmpty.ReduceCapacity(0));
+    EXPECT_EQ(0u, ShareCountOf(strEmpty));
+    CString strText("x");
+    const char* const pszCharacters = strText.CStr();
+    EXPECT_EQ(QV_RES_OK, strText.ReduceCapacity(32));
+    EXPECT_EQ(pszCharacters, strText.CStr());
+}
+
+TEST(CStringPlus, AppendsStringsTextsAndCharacters)
+{
+    CString strText;
+    CString& rResult = ((strText += CString("a\0b", 3)) += "cd") += 'e';
+    EXPECT_EQ(&strText, &rResult);
+    EXPECT_EQ(std::string("a\0bcde", 6), TextOf(strText));
+    strText += static_cast<const char*>(nullptr);
+    EXPECT_EQ(6u, strText.GetSize());
+    strText += '\0';
+    EXPECT_EQ(std::string("a\0bcde\0", 7), TextOf(strText));
+}
+
+TEST(CStringPlus, AppendingItselfDoublesIt)
+{
+    CString strText("abc");
+    for (unsigned int u = 0; u < 6; ++u) strText += strText;
+    std::string strWant;
+    for (unsigned int u = 0; u < 64; ++u) strWant += "abc";
+    EXPECT_EQ(strWant, TextOf(strText));
+    strText = "abc";
+    strText += strText.CStr() + 1;
+    EXPECT_EQ("abcbc", TextOf(strText));
+    strText += strText.GetAt(1);
+    EXPECT_EQ("abcbcb", TextOf(strText));
+}
+
+TEST(CStringPlus, AppendingToAnEmptyStringTakesACopyOfTheText)
+{
+    const CString strRight("right");
+    CString strText;
+    strText += strRight;
+    EXPECT_EQ("right", TextOf(strText));
+    EXPECT_EQ(1u, ShareCountOf(strRight));
+}
+
+TEST(CStringPlus, AResultThatIsTooLongLeavesItUnchanged)
+{
+    CString strText = CString(g_strX65534.c_str()) + "y";
+    EXPECT_EQ(65535u, strText.GetSize());
+    strText += 'z';
+    strText += "z";
+    strText += CString("z");
+    EXPECT_EQ(g_strX65534 + "y", TextOf(strText));
+}
+
+TEST(CStringPlus, SumsAreNewStrings)
+{
+    const CString strLeft("a\0", 2);
+    const CString strRight("b\0", 2);
+    EXPECT_EQ(std::string("a\0b\0", 4), TextOf(strLeft + strRight));
+    EXPECT_EQ(std::string("a\0cd", 4), TextOf(strLeft + "cd"));
+    EXPECT_EQ(std::string("a\0c", 3), TextOf(strLeft + 'c'));
+    EXPECT_EQ(std::string("a\0\0", 3), TextOf(strLeft + '\0'));
+    EXPECT_EQ(std::string("cdb\0", 4), TextOf("cd" + strRight));
+    EXPECT_EQ(std::string("cb\0", 3), TextOf('c' + strRight));
+    EXPECT_EQ(std::string("b\0", 2), TextOf('\0' + strRight));
+    EXPECT_EQ(std::string("b\0", 2), TextOf(static_cast<const char*>(nullptr) + strRight));
+    EXPECT_EQ(std::string("a\0", 2), TextOf(strLeft + static_cast<const char*>(nullptr)));
+    EXPECT_EQ(std::string("a\0", 2), TextOf(strLeft));
+    EXPECT_EQ(std::string("b\0", 2), TextOf(strRight));
+    EXPECT_EQ(1u, ShareCountOf(strLeft));
+    EXPECT_EQ(1u, ShareCountOf(strRight));
+}
+
+TEST(CStringMarshal, IsTheSizeIn16BitsAndTheCharacters)
+{
+    CMarshaler marshaler;
+    CMarshaler& rResult = marshaler << CString("a\0b", 3);
+    EXPECT_EQ(&marshaler, &rResult);
+    ASSERT_EQ(5u, marshaler.GetUnreadSize());
+    unsigned char auBytes[5];
+    marshaler.Extract(auBytes, 5);
+    const unsigned char auWant[] = {3, 0, 'a', 0, 'b'};
+    EXPECT_EQ(0, std::memcmp(auWant, auBytes, 5));
+}
+
+TEST(CStringMarshal, OfAnEmptyStringIsTwoZeroBytes)
+{
+    CMarshaler marshaler;
+    marshaler << CString();
+    ASSERT_EQ(2u, marshaler.GetUnreadSize());
+    unsigned char auBytes[2] = {1, 1};
+    marshaler.Extract(auBytes, 2);
+    EXPECT_EQ(0, auBytes[0]);
+    EXPECT_EQ(0, auBytes[1]);
+}
+
+TEST(CStringMarshal, AStringReadBackIsTheOneThatWasWritten)
+{
+    for (const unsigned int uSize : {0u, 1u, 54u, 55u, 142u, 143u, 255u, 256u, 65504u, 65535u})
+    {
+        SCOPED_TRACE(uSize);
+        std::string strWant(uSize, 'x');
+        for (unsigned int u = 0; u < uSize; ++u) strWant[u] = static_cast<char>(u % 251);
+        CString strWritten;
+        ASSERT_EQ(QV_RES_OK, strWritten.ReserveCapacity(static_cast<unsigned short>(uSize)));
+        std::copy(strWant.begin(), strWant.end(), strWritten.GetBuffer());
+        strWritten.Resize(uSize);
+        CMarshaler marshaler;
+        marshaler << strWritten << 0xABCDu;
+        CString strRead("what was there before");
+        const CString strCopy(strRead);
+        unsigned int uBehind = 0;
+        CMarshaler& rResult = marshaler >> strRead;
+        EXPECT_EQ(&marshaler, &rResult);
+        marshaler >> uBehind;
+        EXPECT_EQ(0xABCDu, uBehind);
+        EXPECT_EQ(strWant, TextOf(strRead));
+        EXPECT_EQ('\0', *strRead.end());
+        EXPECT_EQ("what was there before", TextOf(strCopy));
+        EXPECT_EQ(1u, ShareCountOf(strCopy));
+    }
+}
+
+TEST(CStringMarshal, ReadingKeepsALargerCapacity)
+{
+    CMarshaler marshaler;
+    marshaler << CString("abc");
+    CString strRead;
+    ASSERT_EQ(QV_RES_OK, strRead.ReserveCapacity(100));
+    marshaler >> strRead;
+    EXPECT_EQ("abc", TextOf(strRead));
+    EXPECT_EQ(128u, strRead.GetCapacity());
+}

@@ -1,0 +1,709 @@
+// Oracles: the vectors of FIPS 197 and SP 800-38A, and libcrypto's EVP interface.
+#include "framework/crypto/aes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tests/support/aes_oracle.h"
+#include "tests/support/object_bytes.h"
+#include "tests/support/page_end.h"
+#include "tests/support/test_allocator.h"
+#include "tests/support/test_seed.h"
+#include "tests/support/vector_file.h"
+
+namespace
+{
+using Data = std::vector<unsigned char>;
+
+constexpr CCipher::EAction g_aeActions[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
+constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
+                                        CCipher::eMODE_OFB};
+
+const char* NameOf(CCipher::EMode eMode)
+{
+    const char* const apszNames[] = {"Cbc", "Cfb", "Ctr", "Ecb", "Ofb"};
+    return apszNames[eMode];
+}
+
+CCipher::EMode ModeOf(const std::string& rstrName)
+{
+    for (const CCipher::EMode eMode : g_aeModes)
+    {
+        std::string strName = NameOf(eMode);
+        strName[0] = static_cast<char>(strName[0] - 'A' + 'a');
+        if (strName == rstrName) return eMode;
+    }
+    return CCipher::eMODE_DEFAULT;
+}
+
+bool IsStreamMode(CCipher::EMode eMode)
+{
+    return eMode == CCipher::eMODE_CFB || eMode == CCipher::eMODE_CTR || eMode == CCipher::eMODE_OFB;
+}
+
+QvResult Begin(CAes& rAes, CCipher::EAction eAction, CCipher::EMode eMode, const Data& rKey, const Data& rIv)
+{
+    return rAes.Begin(eAction, eMode, rKey.data(), static_cast<unsigned int>(rKey.size()), rIv.data(),
+                      static_cast<unsigned int>(rIv.size()));
+}
+
+// Appends what an Update() gives, whose whole output must be where it says.
+void Feed(CAes& rAes, const unsigned char* puIn, std::size_t uSize, Data& rOut)
+{
+    Data out(uSize + 15, 0xEE);
+    unsigned int uOutSize = UINT_MAX;
+    ASSERT_EQ(QV_RES_OK, rAes.Update(puIn, static_cast<unsigned int>(uSize), out.data(), &uOutSize));
+    ASSERT_LE(uOutSize, out.size());
+    ASSERT_EQ(0u, uOutSize % 16);
+    ASSERT_TRUE(std::all_of(out.begin() + uOutSize, out.end(), [](unsigned char u) { return u == 0xEE; }));
+    rOut.insert(rOut.end(), out.begin(), out.begin() + uOutSize);
+}
+
+void Finish(CAes& rAes, Data& rOut)
+{
+    unsigned char auOut[16];
+    unsigned int uOutSize = UINT_MAX;
+    ASSERT_EQ(QV_RES_OK, rAes.End(auOut, &uOutSize));
+    ASSERT_LT(uOutSize, 16u);
+    rOut.insert(rOut.end(), auOut, auOut + uOutSize);
+}
+
+Data Crypt(CCipher::EAction eAction, CCipher::EMode eMode, const Data& rKey, const Data& rIv, const Data& rIn)
+{
+    CAes aes;
+    Data out;
+    EXPECT_EQ(QV_RES_OK, Begin(aes, eAction, eMode, rKey, rIv));
+    Feed(aes, rIn.data(), rIn.size(), out);
+    Finish(aes, out);
+    return out;
+}
+
+Data Key(std::size_t uSize)
+{
+    Data key(uSize);
+    for (std::size_t u = 0; u < uSize; ++u) key[u] = static_cast<unsigned char>(u * 37 + 11);
+    return key;
+}
+
+const Data g_iv = {0xF0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+class CAesVector : public testing::TestWithParam<SVectorRecord>
+{
+};
+TEST_P(CAesVector, GivesThePublishedText)
+{
+    const SVectorRecord& rRecord = GetParam();
+    const CCipher::EMode eMode = ModeOf(rRecord.Text("mode"));
+    EXPECT_EQ(rRecord.Bytes("ciphertext"), Crypt(CCipher::eACTION_ENCRYPT, eMode, rRecord.Bytes("key"),
+                                                 rRecord.Bytes("iv"), rRecord.Bytes("plaintext")));
+    EXPECT_EQ(rRecord.Bytes("plaintext"), Crypt(CCipher::eACTION_DECRYPT, eMode, rRecord.Bytes("key"),
+                                                rRecord.Bytes("iv"), rRecord.Bytes("ciphertext")));
+}
+INSTANTIATE_TEST_SUITE_P(Fips197, CAesVector, testing::ValuesIn(ReadVectors("aes_fips197.vec")));
+INSTANTIATE_TEST_SUITE_P(Sp80038a, CAesVector, testing::ValuesIn(ReadVectors("aes_sp800_38a.vec")));
+
+class CAesMode : public testing::TestWithParam<std::tuple<CCipher::EMode, unsigned int>>
+{
+protected:
+    CCipher::EMode Mode() const { return std::get<0>(GetParam()); }
+    unsigned int KeySize() const { return std::get<1>(GetParam()); }
+};
+
+TEST_P(CAesMode, AChainOfAThousandStepsIsThatOfEvp)
+{
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        Data key = Key(KeySize());
+        Data iv = g_iv;
+        Data ours(48, 0x11);
+        Data evp = ours;
+        for (unsigned int uStep = 0; uStep < 1000; ++uStep)
+        {
+            ours = Crypt(eAction, Mode(), key, iv, ours);
+            evp = EvpCrypt(eAction, Mode(), key, iv, evp);
+            for (std::size_t u = 0; u < key.size(); ++u) key[u] = static_cast<unsigned char>(key[u] ^ evp[u]);
+            std::copy(evp.end() - 16, evp.end(), iv.begin());
+        }
+        ASSERT_EQ(evp, ours);
+    }
+}
+
+TEST_P(CAesMode, EverySplitOfUpToAHundredBytesGivesWhatOneCallGives)
+{
+    const Data bytes = Key(100);
+    const Data key = Key(KeySize());
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        for (std::size_t uSize = 0; uSize <= bytes.size(); ++uSize)
+        {
+            const std::size_t uWhole = IsStreamMode(Mode()) ? uSize : uSize / 16 * 16;
+            const Data want =
+                EvpCrypt(eAction, Mode(), key, g_iv, Data(bytes.begin(), bytes.begin() + static_cast<int>(uWhole)));
+            for (std::size_t uCut = 0; uCut <= uSize; ++uCut)
+            {
+                CAes aes;
+                Data out;
+                ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), key, g_iv));
+                ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), uCut, out));
+                ASSERT_EQ(uCut / 16 * 16, out.size());
+                ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + uCut, uSize - uCut, out));
+                ASSERT_EQ(uSize / 16 * 16, out.size());
+                if (uWhole == uSize) { ASSERT_NO_FATAL_FAILURE(Finish(aes, out)); }
+                ASSERT_EQ(want, out) << uSize << " bytes cut at " << uCut;
+            }
+        }
+    }
+}
+
+TEST_P(CAesMode, ByteByByteGivesTheSameDelayedToTheBlocks)
+{
+    const Data bytes = Key(96);
+    const Data key = Key(KeySize());
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        CAes aes;
+        Data out;
+        ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), key, g_iv));
+        for (std::size_t u = 0; u < bytes.size(); ++u)
+        {
+            ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + u, 1, out));
+            ASSERT_EQ((u + 1) / 16 * 16, out.size());
+        }
+        EXPECT_EQ(EvpCrypt(eAction, Mode(), key, g_iv, bytes), out);
+        EXPECT_EQ(Data(16, 0), BytesAt(&aes, 344, 16)) << "a block that was transformed is not kept";
+    }
+}
+
+TEST_P(CAesMode, RandomLengthsUpToAMebibyteAreThoseOfEvp)
+{
+    std::mt19937 rng(TestSeed());
+    for (const unsigned int uLimit : {100u, 5000u, 70000u, 1u << 20})
+    {
+        Data bytes = RandomBytes(rng, uLimit / 2, uLimit);
+        if (!IsStreamMode(Mode())) bytes.resize(bytes.size() / 16 * 16);
+        const Data key = RandomBytes(rng, KeySize(), KeySize());
+        const Data iv = RandomBytes(rng, 16, 16);
+        const CCipher::EAction eAction = g_aeActions[rng() % 2];
+        const Data want = EvpCrypt(eAction, Mode(), key, iv, bytes);
+        CAes aes;
+        Data out;
+        ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), key, iv));
+        const std::size_t uCut = Below(rng, bytes.size() + 1);
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), uCut, out));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + uCut, bytes.size() - uCut, out));
+        ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
+        ASSERT_TRUE(want == out) << bytes.size() << " bytes cut at " << uCut;
+    }
+}
+
+TEST_P(CAesMode, WholeBlocksMayBeReplacedInPlace)
+{
+    const Data bytes = Key(160);
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        CAes aes;
+        ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), Key(KeySize()), g_iv));
+        Data inPlace = bytes;
+        unsigned int uSize = 0;
+        ASSERT_EQ(QV_RES_OK, aes.Update(inPlace.data(), 64, inPlace.data(), &uSize));
+        ASSERT_EQ(QV_RES_OK, aes.Update(inPlace.data() + 64, 96, inPlace.data() + 64, &uSize));
+        EXPECT_EQ(EvpCrypt(eAction, Mode(), Key(KeySize()), g_iv, bytes), inPlace);
+    }
+}
+
+TEST_P(CAesMode, SeventeenBytesEndAsTheModeAllows)
+{
+    const Data bytes = Key(17);
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, Mode(), Key(KeySize()), g_iv));
+    Data out;
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+    ASSERT_EQ(16u, out.size());
+    unsigned char auLast[16] = {0xEE, 0xEE};
+    unsigned int uLast = 77;
+    if (IsStreamMode(Mode()))
+    {
+        EXPECT_EQ(QV_RES_OK, aes.End(auLast, &uLast));
+        EXPECT_EQ(1u, uLast);
+        EXPECT_EQ(0xEE, auLast[1]);
+        out.push_back(auLast[0]);
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, Mode(), Key(KeySize()), g_iv, bytes), out);
+    }
+    else
+    {
+        EXPECT_EQ(QV_RES_INVALID_STATE, aes.End(auLast, &uLast));
+        EXPECT_EQ(77u, uLast);
+        EXPECT_EQ(0xEE, auLast[0]);
+    }
+    // End() keeps the byte; Begin() drops it.
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&aes, 360));
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, Mode(), Key(KeySize()), g_iv));
+    EXPECT_EQ(0u, LoadAt<unsigned int>(&aes, 360));
+    EXPECT_EQ(QV_RES_OK, aes.End(auLast, &uLast));
+    EXPECT_EQ(0u, uLast);
+}
+
+TEST_P(CAesMode, BlobsGiveWhatBuffersGive)
+{
+    const Data bytes = Key(IsStreamMode(Mode()) ? 83 : 80);
+    const Data key = Key(KeySize());
+    CTestAllocator allocator;
+    const CBlob blobKey(key.data(), KeySize(), 0, &allocator);
+    const CBlob blobIv(g_iv.data(), 16, 0, &allocator);
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        const Data want = EvpCrypt(eAction, Mode(), key, g_iv, bytes);
+        CBlob blobFirst(bytes.data(), 35, 0, &allocator);
+        CBlob blobSecond(bytes.data() + 35, static_cast<unsigned int>(bytes.size()) - 35, 0, &allocator);
+        CBlob blobOut(Key(50).data(), 50, 0, &allocator);
+        CAes aes;
+        ASSERT_EQ(QV_RES_OK, aes.Begin(eAction, Mode(), &blobKey, &blobIv));
+        ASSERT_EQ(QV_RES_OK, aes.Update(&blobFirst, &blobOut, false));
+        EXPECT_EQ(32u, blobOut.GetSize());
+        EXPECT_EQ(51u, blobOut.GetCapacity());
+        ASSERT_EQ(QV_RES_OK, aes.Update(&blobSecond, &blobOut, true));
+        EXPECT_EQ(bytes.size() / 16 * 16, blobOut.GetSize());
+        EXPECT_EQ(32u + blobSecond.GetSize() + 16, blobOut.GetCapacity());
+        ASSERT_EQ(QV_RES_OK, aes.End(&blobOut, true));
+        EXPECT_EQ(want, Data(blobOut.begin(), blobOut.end()));
+    }
+}
+
+TEST_P(CAesMode, OneBlobMayBeInputAndOutput)
+{
+    const Data bytes = Key(80);
+    const Data key = Key(KeySize());
+    for (const CCipher::EAction eAction : g_aeActions)
+    {
+        const Data want = EvpCrypt(eAction, Mode(), key, g_iv, bytes);
+        for (const bool bAppend : {false, true})
+        {
+            CTestAllocator allocator;
+            CBlob blobHead(bytes.data(), 5, 0, &allocator);
+            CBlob blob(bytes.data() + 5, 75, 0, &allocator);
+            CBlob blobOut(&allocator);
+            CAes aes;
+            ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), key, g_iv));
+            ASSERT_EQ(QV_RES_OK, aes.Update(&blobHead, &blobOut, false));
+            ASSERT_EQ(QV_RES_OK, aes.Update(&blob, &blob, bAppend));
+            Data wanted = bAppend ? Data(bytes.begin() + 5, bytes.end()) : Data();
+            wanted.insert(wanted.end(), want.begin(), want.end());
+            EXPECT_EQ(wanted, Data(blob.begin(), blob.end()));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, CAesMode,
+                         testing::Combine(testing::ValuesIn(g_aeModes), testing::Values(16u, 24u, 32u)),
+                         [](const auto& rInfo)
+                         { return NameOf(std::get<0>(rInfo.param)) + std::to_string(8 * std::get<1>(rInfo.param)); });
+
+TEST(CAesCounter, WrapsThroughAllSixteenBytes)
+{
+    for (unsigned int uOnes = 0; uOnes <= 16; ++uOnes)
+    {
+        Data iv(16, 0x12);
+        std::fill(iv.end() - static_cast<int>(uOnes), iv.end(), static_cast<unsigned char>(0xFF));
+        const Data bytes = Key(16 * 5 + 3);
+        // Counters written out, one block of ECB for each.
+        Data counter = iv;
+        Data want;
+        for (std::size_t u = 0; u < bytes.size(); ++u)
+        {
+            const Data stream = EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, Key(16), g_iv, counter);
+            want.push_back(static_cast<unsigned char>(bytes[u] ^ stream[u % 16]));
+            for (int n = 15; u % 16 == 15 && n >= 0 && ++counter[static_cast<std::size_t>(n)] == 0; --n) continue;
+        }
+        EXPECT_EQ(want, Crypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), iv, bytes)) << uOnes;
+        EXPECT_EQ(bytes, Crypt(CCipher::eACTION_DECRYPT, CCipher::eMODE_CTR, Key(16), iv, want)) << uOnes;
+    }
+}
+
+TEST(CAesBegin, AFreshObjectHasNoDefaults)
+{
+    CAes aes;
+    const Data key = Key(16);
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_DEFAULT, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_CBC, key.data(), 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, key.data(), 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, nullptr, 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, nullptr, nullptr));
+    EXPECT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, key.data(), 16, nullptr, 0));
+}
+
+TEST(CAesBegin, ValuesThatAreNoActionOrModeAreRefused)
+{
+    CAes aes;
+    const Data key = Key(16);
+    const auto eNoAction = static_cast<CCipher::EAction>(3);
+    const auto eNoMode = static_cast<CCipher::EMode>(6);
+    EXPECT_EQ(QV_RES_FAIL, Begin(aes, eNoAction, CCipher::eMODE_CBC, key, g_iv));
+    EXPECT_EQ(QV_RES_FAIL, Begin(aes, CCipher::eACTION_ENCRYPT, eNoMode, key, g_iv));
+}
+
+TEST(CAesBegin, OnlyTheThreeKeySizesMakeASchedule)
+{
+    const Data key = Key(300);
+    // The last would be 128 bits if its product wrapped.
+    for (const unsigned int uSize : {0u, 1u, 15u, 17u, 20u, 23u, 25u, 31u, 33u, 64u, 128u, 256u, 0x20000010u, UINT_MAX})
+    {
+        CAes aes;
+        EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, key.data(), uSize, nullptr, 0))
+            << uSize;
+        EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, key.data(), uSize, nullptr, 0));
+    }
+}
+
+TEST(CAesBegin, AFailedKeyLeavesNoMessage)
+{
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    ASSERT_EQ(QV_RES_FAIL, Begin(aes, CCipher::eACTION_DECRYPT, CCipher::eMODE_CBC, Key(20), g_iv));
+    unsigned char auOut[32] = {0xEE};
+    unsigned int uSize = 77;
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.Update(Key(16).data(), 16, auOut, &uSize));
+    EXPECT_EQ(0u, uSize);
+    EXPECT_EQ(0xEE, auOut[0]);
+    // Action and mode are those of the failed call all the same.
+    EXPECT_EQ(unsigned{CCipher::eACTION_DECRYPT}, LoadAt<unsigned int>(&aes, 76));
+    EXPECT_EQ(unsigned{CCipher::eMODE_CBC}, LoadAt<unsigned int>(&aes, 80));
+}
+
+TEST(CAesBegin, ARefusalBeforeThatLeavesTheMessageAsItIs)
+{
+    const Data bytes = Key(32);
+    CAes aes;
+    Data out;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), 5, out));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_ECB, Key(16).data(), 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, Key(16), Key(17)));
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + 5, 27, out));
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv, bytes), out);
+}
+
+TEST(CAesBegin, TheMissingBytesOfAShortVectorAreZero)
+{
+    const Data bytes = Key(48);
+    for (std::size_t uSize = 0; uSize <= 16; ++uSize)
+    {
+        const Data iv = Key(16);
+        Data padded(iv.begin(), iv.begin() + static_cast<int>(uSize));
+        padded.resize(16, 0);
+        CAes aes;
+        Data out;
+        // Something is left over from the message before.
+        ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(32), g_iv));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), 40, out));
+        out.clear();
+        ASSERT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(32).data(), 32, iv.data(),
+                                       static_cast<unsigned int>(uSize)));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(32), padded, bytes), out) << uSize;
+    }
+}
+
+TEST(CAesBegin, ANewMessageForgetsTheOneBefore)
+{
+    const Data bytes = Key(37);
+    for (const CCipher::EMode eMode : {CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_OFB})
+    {
+        CAes aes;
+        Data out;
+        ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, eMode, Key(24), g_iv));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
+        EXPECT_EQ(5u, LoadAt<unsigned int>(&aes, 364));
+        ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, eMode, Key(24), g_iv));
+        EXPECT_EQ(Data(16, 0), BytesAt(&aes, 344, 16));
+        EXPECT_EQ(0u, LoadAt<unsigned int>(&aes, 364));
+        EXPECT_EQ(Data(16, 0), BytesAt(&aes, 368, 16));
+        out.clear();
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, eMode, Key(24), g_iv, bytes), out);
+    }
+}
+
+TEST(CAesDefaults, AreTakenForWhatIsNotGiven)
+{
+    const Data bytes = Key(64);
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultKey(Key(24).data(), 24));
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultIV(g_iv.data(), 16));
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultAction(CCipher::eACTION_ENCRYPT));
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultMode(CCipher::eMODE_CBC));
+    for (unsigned int u = 0; u < 2; ++u)
+    {
+        Data out;
+        // The sizes beside null pointers do not count.
+        ASSERT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_DEFAULT, nullptr, 16, nullptr, 99));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(24), g_iv, bytes), out);
+        out.clear();
+        ASSERT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_DEFAULT, nullptr, nullptr));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(24), g_iv, bytes), out);
+        // What is given goes first, and the defaults stay.
+        out.clear();
+        ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_DECRYPT, CCipher::eMODE_CTR, Key(32), Key(16)));
+        ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+        EXPECT_EQ(EvpCrypt(CCipher::eACTION_DECRYPT, CCipher::eMODE_CTR, Key(32), Key(16), bytes), out);
+    }
+}
+
+TEST(CAesDefaults, TheVectorIsZeroAtFirst)
+{
+    const Data bytes = Key(32);
+    CAes aes;
+    Data out;
+    ASSERT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16).data(), 16, nullptr, 0));
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), bytes.size(), out));
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), Data(16, 0), bytes), out);
+}
+
+TEST(CAesDefaults, AKeyIsCheckedForItsLengthOnly)
+{
+    CAes aes;
+    const Data key = Key(40);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultKey(nullptr, 1));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultKey(nullptr, 33));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultKey(key.data(), 33));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultKey(key.data(), UINT_MAX));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultKey(key.data(), 20));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultKey(key.data(), 32));
+    EXPECT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(Key(32), BytesAt(&aes, 24, 32));
+    EXPECT_EQ(32u, LoadAt<unsigned int>(&aes, 56));
+}
+
+TEST(CAesDefaults, ANullKeyOfNoSizeClears)
+{
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultKey(Key(32).data(), 32));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultKey(nullptr, 0));
+    EXPECT_EQ(Data(32, 0), BytesAt(&aes, 24, 32));
+    EXPECT_EQ(0u, LoadAt<unsigned int>(&aes, 56));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, nullptr, 0, nullptr, 0));
+}
+
+TEST(CAesDefaults, AVectorHasExactlySixteenBytes)
+{
+    CAes aes;
+    const Data iv = Key(32);
+    for (const unsigned int uSize : {0u, 1u, 15u, 17u, 32u, UINT_MAX})
+    {
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultIV(iv.data(), uSize)) << uSize;
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultIV(nullptr, uSize)) << uSize;
+    }
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultIV(nullptr, 16));
+    EXPECT_EQ(Data(16, 0), BytesAt(&aes, 60, 16));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultIV(iv.data(), 16));
+    EXPECT_EQ(Key(16), BytesAt(&aes, 60, 16));
+}
+
+TEST(CAesDefaults, ActionsAndModesThatAreNoneAreRefused)
+{
+    CAes aes;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultAction(static_cast<CCipher::EAction>(3)));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.SetDefaultMode(static_cast<CCipher::EMode>(6)));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultAction(CCipher::eACTION_DEFAULT));
+    EXPECT_EQ(QV_RES_OK, aes.SetDefaultMode(CCipher::eMODE_DEFAULT));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_DEFAULT, Key(16).data(), 16, nullptr, 0));
+}
+
+TEST(CAesRefusals, NullPointersAreRefusedFirst)
+{
+    CAes aes;
+    unsigned char auBytes[32] = {};
+    unsigned int uSize = 77;
+    CBlob blob(auBytes, 16);
+    for (unsigned int u = 0; u < 2; ++u)
+    {
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(nullptr, 16, auBytes, &uSize));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(nullptr, 0, auBytes, &uSize));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(auBytes, 16, nullptr, &uSize));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(auBytes, 16, auBytes, nullptr));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.End(nullptr, &uSize));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.End(auBytes, nullptr));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(nullptr, &blob, false));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(&blob, nullptr, false));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.End(nullptr, false));
+        EXPECT_EQ(77u, uSize);
+        ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv));
+    }
+}
+
+TEST(CAesRefusals, WithoutBeginOnlyNothingIsTaken)
+{
+    CAes aes;
+    unsigned char auBytes[32] = {};
+    unsigned int uSize = 77;
+    EXPECT_EQ(QV_RES_OK, aes.Update(auBytes, 0, auBytes, &uSize));
+    EXPECT_EQ(0u, uSize);
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.Update(auBytes, 16, auBytes, &uSize));
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.Update(auBytes, 1, auBytes, &uSize));
+    uSize = 77;
+    EXPECT_EQ(QV_RES_OK, aes.End(auBytes, &uSize));
+    EXPECT_EQ(0u, uSize);
+}
+
+TEST(CAesRefusals, AnOutputOfFourGibibytesIsRefusedUntouched)
+{
+    CAes aes;
+    unsigned char auBytes[32] = {};
+    unsigned int uSize = 77;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    ASSERT_EQ(QV_RES_OK, aes.Update(auBytes, 1, auBytes, &uSize));
+    uSize = 77;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(auBytes, UINT_MAX, auBytes, &uSize));
+    EXPECT_EQ(77u, uSize);
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&aes, 360));
+}
+
+TEST(CAesBlobs, AnInputWithoutStorageIsANullPointer)
+{
+    CAes aes;
+    CBlob blobEmpty;
+    CBlob blobOut;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, aes.Update(&blobEmpty, &blobOut, false));
+    ASSERT_EQ(QV_RES_OK, blobEmpty.ReserveCapacity(1));
+    EXPECT_EQ(QV_RES_OK, aes.Update(&blobEmpty, &blobOut, false));
+    EXPECT_EQ(0u, blobOut.GetSize());
+}
+
+TEST(CAesBlobs, AKeyWithoutStorageIsTheDefaultOne)
+{
+    CAes aes;
+    CBlob blobEmpty;
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, &blobEmpty, &blobEmpty));
+    ASSERT_EQ(QV_RES_OK, aes.SetDefaultKey(Key(16).data(), 16));
+    EXPECT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, &blobEmpty, &blobEmpty));
+}
+
+TEST(CAesBlobs, AFailedReservationIsReturnedAndChangesNothing)
+{
+    CTestAllocator allocator;
+    CBlob blobIn(Key(20).data(), 20);
+    CBlob blobOut(Key(3).data(), 3, 0, &allocator);
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, aes.Update(&blobIn, &blobOut, true));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, aes.End(&blobOut, true));
+    EXPECT_EQ(Key(3), Data(blobOut.begin(), blobOut.end()));
+    allocator.SetRefusing(false);
+    EXPECT_EQ(QV_RES_OK, aes.Update(&blobIn, &blobOut, false));
+    EXPECT_EQ(QV_RES_OK, aes.End(&blobOut, true));
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv, Key(20)),
+              Data(blobOut.begin(), blobOut.end()));
+}
+
+TEST(CAesBlobs, ACopyOfTheInputThatCannotBeHadIsReported)
+{
+    CTestAllocator allocator;
+    CBlob blob(Key(32).data(), 32, 100, &allocator);
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, aes.Update(&blob, &blob, false));
+    EXPECT_EQ(Key(32), Data(blob.begin(), blob.end()));
+    allocator.SetRefusing(false);
+}
+
+TEST(CAesBlobs, AFailedUpdateOrEndLeavesTheOutputAsItWas)
+{
+    CBlob blobIn(Key(17).data(), 17);
+    CBlob blobOut(Key(3).data(), 3);
+    CAes aes;
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.Update(&blobIn, &blobOut, false));
+    EXPECT_EQ(Key(3), Data(blobOut.begin(), blobOut.end()));
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv));
+    ASSERT_EQ(QV_RES_OK, aes.Update(&blobIn, &blobOut, true));
+    ASSERT_EQ(19u, blobOut.GetSize());
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.End(&blobOut, true));
+    EXPECT_EQ(QV_RES_INVALID_STATE, aes.End(&blobOut, false));
+    EXPECT_EQ(19u, blobOut.GetSize());
+}
+
+TEST(CAesBlobs, EndReplacesOrAppends)
+{
+    CBlob blobIn(Key(5).data(), 5);
+    CBlob blobOut;
+    CAes aes;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    ASSERT_EQ(QV_RES_OK, aes.Update(&blobIn, &blobOut, false));
+    ASSERT_EQ(0u, blobOut.GetSize());
+    ASSERT_EQ(QV_RES_OK, blobOut.Append(Key(3).data(), 3));
+    CAes copy(aes);
+    CBlob blobCopy(blobOut);
+    ASSERT_EQ(QV_RES_OK, aes.End(&blobOut, true));
+    EXPECT_EQ(8u, blobOut.GetSize());
+    ASSERT_EQ(QV_RES_OK, copy.End(&blobCopy, false));
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv, Key(5)),
+              Data(blobCopy.begin(), blobCopy.end()));
+}
+
+TEST(CAesObject, TellsWhatItIs)
+{
+    CAes aes;
+    EXPECT_EQ(0u, aes.GetAlgorithm());
+    EXPECT_EQ(128u, aes.GetBlockSizeInBits());
+    EXPECT_EQ(16u, aes.GetBlockSizeInByte());
+    const CVector<CCipher::EMode>* const pModes = aes.GetSupportedModes();
+    ASSERT_NE(nullptr, pModes);
+    EXPECT_EQ(std::vector<CCipher::EMode>(
+                  {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_ECB, CCipher::eMODE_OFB, CCipher::eMODE_CTR}),
+              std::vector<CCipher::EMode>(pModes->begin(), pModes->end()));
+    EXPECT_EQ(5u, pModes->GetCapacity());
+}
+
+TEST(CAesObject, HoldsItsFieldsInTheirOrder)
+{
+    ASSERT_EQ(384u, sizeof(CAes));
+    ASSERT_EQ(376u, sizeof(CAesBremoFwOpenSsl));
+    CAes aes;
+    EXPECT_EQ(reinterpret_cast<char*>(&aes) + 8, reinterpret_cast<char*>(static_cast<CAesBremoFwOpenSsl*>(&aes)));
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 16));
+    EXPECT_EQ(5u, LoadAt<unsigned int>(&aes, 20));
+    EXPECT_EQ(Data(52, 0), BytesAt(&aes, 24, 52));
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(32), g_iv));
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&aes, 76));
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 80));
+    EXPECT_EQ(14, LoadAt<int>(&aes, 84 + 240)) << "the schedule's rounds";
+    EXPECT_EQ(g_iv, BytesAt(&aes, 328, 16));
+    Data out;
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, Key(18).data(), 18, out));
+    EXPECT_EQ(16, BytesAt(&aes, 328, 16)[15]) << "the counter has moved";
+    EXPECT_EQ(Key(18)[16], BytesAt(&aes, 344, 16)[0]);
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 360));
+    ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 364));
+    Data counter = g_iv;
+    counter[15] = 16;
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, Key(32), g_iv, counter), BytesAt(&aes, 368, 16));
+}
+
+TEST(CAesObject, CopiesGoOnByThemselves)
+{
+    const Data bytes = Key(64);
+    CAes aes;
+    Data out;
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv));
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), 21, out));
+    CAes copy(aes);
+    Data copyOut = out;
+    ASSERT_NO_FATAL_FAILURE(Feed(copy, bytes.data() + 21, 43, copyOut));
+    ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + 21, 43, out));
+    EXPECT_EQ(out, copyOut);
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, Key(16), g_iv, bytes), out);
+}
+}  // namespace

@@ -1,0 +1,83 @@
+#include "framework/crypto/cipher.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "framework/crypto/aes.h"
+#include "framework/crypto/base64.h"
+#include "tests/support/object_bytes.h"
+
+namespace
+{
+TEST(CCipherInterface, EveryOperationHasItsSlot)
+{
+    typedef QvResult (CCipher::*PFNBegin)(CCipher::EAction, CCipher::EMode, const uint8_t*, unsigned int,
+                                          const uint8_t*, unsigned int);
+    typedef QvResult (CCipher::*PFNUpdate)(const uint8_t*, unsigned int, uint8_t*, unsigned int*);
+    typedef QvResult (CCipher::*PFNEnd)(uint8_t*, unsigned int*);
+    typedef QvResult (CCipher::*PFNBlobBegin)(CCipher::EAction, CCipher::EMode, const CBlob*, const CBlob*);
+    typedef QvResult (CCipher::*PFNBlobUpdate)(const CBlob*, CBlob*, bool);
+    typedef QvResult (CCipher::*PFNBlobEnd)(CBlob*, bool);
+    // The destructor has the first two entries.
+    EXPECT_EQ(2, SlotOf<PFNBegin>(&CCipher::Begin));
+    EXPECT_EQ(3, SlotOf<PFNUpdate>(&CCipher::Update));
+    EXPECT_EQ(4, SlotOf<PFNEnd>(&CCipher::End));
+    EXPECT_EQ(5, SlotOf<PFNBlobBegin>(&CCipher::Begin));
+    EXPECT_EQ(6, SlotOf<PFNBlobUpdate>(&CCipher::Update));
+    EXPECT_EQ(7, SlotOf<PFNBlobEnd>(&CCipher::End));
+    EXPECT_EQ(8, SlotOf(&CCipher::GetAlgorithm));
+    EXPECT_EQ(9, SlotOf(&CCipher::GetBlockSizeInBits));
+    EXPECT_EQ(10, SlotOf(&CCipher::GetBlockSizeInByte));
+    EXPECT_EQ(11, SlotOf(&CCipher::GetSupportedModes));
+}
+
+TEST(CCipherInterface, EnumeratorsHaveTheirValues)
+{
+    EXPECT_EQ(0u, unsigned{CCipher::eACTION_DECRYPT});
+    EXPECT_EQ(1u, unsigned{CCipher::eACTION_ENCRYPT});
+    EXPECT_EQ(2u, unsigned{CCipher::eACTION_DEFAULT});
+    EXPECT_EQ(0u, unsigned{CCipher::eMODE_CBC});
+    EXPECT_EQ(1u, unsigned{CCipher::eMODE_CFB});
+    EXPECT_EQ(2u, unsigned{CCipher::eMODE_CTR});
+    EXPECT_EQ(3u, unsigned{CCipher::eMODE_ECB});
+    EXPECT_EQ(4u, unsigned{CCipher::eMODE_OFB});
+    EXPECT_EQ(5u, unsigned{CCipher::eMODE_DEFAULT});
+    EXPECT_EQ(8u, sizeof(CCipher));
+    EXPECT_EQ(4u, sizeof(CCipher::EMode));
+}
+
+TEST(CCipherInterface, OneCodeDrivesAnyCipher)
+{
+    CAes aes;
+    CBase64 base64;
+    const uint8_t auKey[16] = {};
+    CCipher* const apCiphers[] = {&aes, &base64};
+    const char* const apszWant[] = {"\x66\xE9\x4B\xD4\xEF\x8A\x2C\x3B\x88\x4C\xFA\x59\xCA\x34\x2B\x2E",
+                                    "AAAAAAAAAAAAAAAAAAAAAA=="};
+    const uint8_t auZeros[16] = {};
+    for (unsigned int u = 0; u < 2; ++u)
+    {
+        CCipher& rCipher = *apCiphers[u];
+        EXPECT_EQ(u, rCipher.GetAlgorithm());
+        const uint8_t* const puKey = u == 0 ? auKey : nullptr;
+        ASSERT_EQ(QV_RES_OK, rCipher.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, puKey, 16, nullptr, 0));
+        uint8_t auOut[64];
+        unsigned int uSize = 0;
+        unsigned int uLast = 0;
+        ASSERT_EQ(QV_RES_OK, rCipher.Update(auZeros, 16, auOut, &uSize));
+        ASSERT_EQ(QV_RES_OK, rCipher.End(auOut + uSize, &uLast));
+        EXPECT_EQ(std::string(apszWant[u]), std::string(reinterpret_cast<const char*>(auOut), uSize + uLast));
+    }
+}
+
+TEST(CVectorOfModes, IsAnOrdinaryVector)
+{
+    CVector<CCipher::EMode> vector;
+    ASSERT_EQ(QV_RES_OK, vector.Append(CCipher::eMODE_OFB));
+    ASSERT_EQ(QV_RES_OK, vector.Insert(0, 2, CCipher::eMODE_ECB));
+    ASSERT_EQ(3u, vector.GetSize());
+    EXPECT_EQ(CCipher::eMODE_ECB, vector[1]);
+    EXPECT_EQ(CCipher::eMODE_OFB, *vector.GetAt(2));
+}
+}  // namespace

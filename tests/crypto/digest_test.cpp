@@ -1,0 +1,403 @@
+// What the three digests have in common. Oracles: the published vectors, and libcrypto.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "framework/crypto/md5.h"
+#include "framework/crypto/sha1.h"
+#include "framework/crypto/sha256.h"
+#include "tests/support/digest_oracle.h"
+#include "tests/support/object_bytes.h"
+#include "tests/support/test_allocator.h"
+#include "tests/support/test_seed.h"
+#include "tests/support/vector_file.h"
+
+namespace
+{
+using Bytes = std::vector<unsigned char>;
+
+// Puts an implementation class behind the interface, so that both are driven alike.
+template <typename Implementation>
+class CAsHash : public CHash
+{
+public:
+    QvResult Begin() override { return m_implementation.Begin(); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    {
+        return m_implementation.Update(puData, uSize);
+    }
+    QvResult End(uint8_t* puDigest) override { return m_implementation.End(puDigest); }
+    QvResult Update(const CBlob* pblobData) override { return m_implementation.Update(pblobData); }
+    QvResult End(CBlob* pblobDigest) override { return m_implementation.End(pblobDigest); }
+    unsigned int GetAlgorithm() override { return m_implementation.GetAlgorithm(); }
+    unsigned int GetSizeInBits() override { return m_implementation.GetSizeInBits(); }
+    unsigned int GetSizeInBytes() override { return m_implementation.GetSizeInBytes(); }
+
+private:
+    Implementation m_implementation;
+};
+
+template <typename Hash>
+std::unique_ptr<CHash> Make()
+{
+    return std::make_unique<Hash>();
+}
+
+template <typename Hash>
+std::unique_ptr<CHash> Copy(const CHash& rHash)
+{
+    return std::make_unique<Hash>(static_cast<const Hash&>(rHash));
+}
+
+struct SDigest
+{
+    const char* pszName;
+    std::unique_ptr<CHash> (*pfnMake)();
+    std::unique_ptr<CHash> (*pfnCopy)(const CHash&);
+    const EVP_MD* (*pfnOracle)();
+    const char* pszVectors;
+    unsigned int uAlgorithm;
+    unsigned int uSize;
+};
+
+template <typename Hash>
+constexpr SDigest Row(const char* pszName, const EVP_MD* (*pfnOracle)(), const char* pszVectors,
+                      unsigned int uAlgorithm, unsigned int uSize)
+{
+    return {pszName, Make<Hash>, Copy<Hash>, pfnOracle, pszVectors, uAlgorithm, uSize};
+}
+
+void PrintTo(const SDigest& rstDigest, std::ostream* pStream)
+{
+    *pStream << rstDigest.pszName;
+}
+
+// A pointer that is not null, however few bytes there are.
+const uint8_t* DataOf(const Bytes& rBytes)
+{
+    static const uint8_t uNone = 0;
+    return rBytes.empty() ? &uNone : rBytes.data();
+}
+
+unsigned int SizeOf(const Bytes& rBytes)
+{
+    return static_cast<unsigned int>(rBytes.size());
+}
+
+Bytes BytesOf(const CBlob& rblob)
+{
+    return {rblob.begin(), rblob.end()};
+}
+
+class CDigest : public testing::TestWithParam<SDigest>
+{
+protected:
+    Bytes Want(const Bytes& rMessage) const { return EvpDigest(GetParam().pfnOracle(), rMessage); }
+
+    Bytes End(CHash& rHash) const
+    {
+        Bytes digest(GetParam().uSize);
+        EXPECT_EQ(QV_RES_OK, rHash.End(digest.data()));
+        return digest;
+    }
+
+    Bytes DigestOf(const Bytes& rMessage) const
+    {
+        EXPECT_EQ(QV_RES_OK, m_pHash->Begin());
+        EXPECT_EQ(QV_RES_OK, m_pHash->Update(DataOf(rMessage), SizeOf(rMessage)));
+        return End(*m_pHash);
+    }
+
+    std::mt19937 m_rng{TestSeed()};
+    std::unique_ptr<CHash> m_pHash = GetParam().pfnMake();
+};
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(All, CDigest,
+                         testing::Values(Row<CMd5>("Md5", EVP_md5, "md5", 0, 16),
+                                         Row<CAsHash<CMd5BremoFw>>("Md5Implementation", EVP_md5, "md5", 0, 16),
+                                         Row<CSha1>("Sha1", EVP_sha1, "sha1", 1, 20),
+                                         Row<CAsHash<CSha1BremoFw>>("Sha1Implementation", EVP_sha1, "sha1", 1, 20),
+                                         Row<CSha256>("Sha256", EVP_sha256, "sha256", 2, 32),
+                                         Row<CAsHash<CSha256BremoFw>>("Sha256Implementation", EVP_sha256, "sha256", 2,
+                                                                      32)),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST_P(CDigest, NamesItsAlgorithmAndSize)
+{
+    EXPECT_EQ(GetParam().uAlgorithm, m_pHash->GetAlgorithm());
+    EXPECT_EQ(GetParam().uSize, m_pHash->GetSizeInBytes());
+    EXPECT_EQ(GetParam().uSize * 8, m_pHash->GetSizeInBits());
+}
+
+TEST_P(CDigest, ComputesThePublishedVectors)
+{
+    unsigned int uVectors = 0;
+    for (const SVectorRecord& rRecord : ReadVectors("digests.vec"))
+    {
+        if (rRecord.Text("algorithm") != GetParam().pszVectors) continue;
+        ++uVectors;
+        EXPECT_EQ(rRecord.Bytes("digest"), DigestOf(rRecord.Bytes("message"))) << rRecord.Text("name");
+    }
+    EXPECT_GE(uVectors, 4u);
+}
+
+TEST_P(CDigest, DigestsTheEmptyMessageWithoutAnyUpdate)
+{
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(Want({}), End(*m_pHash));
+}
+
+TEST_P(CDigest, DigestsEveryLengthAroundTheBlocks)
+{
+    Bytes message;
+    for (unsigned int uSize = 0; uSize <= 200; ++uSize)
+    {
+        EXPECT_EQ(Want(message), DigestOf(message)) << uSize << " bytes";
+        message.push_back(static_cast<unsigned char>(m_rng()));
+    }
+}
+
+TEST_P(CDigest, AnyTwoPiecesGiveTheDigestOfTheWhole)
+{
+    for (const unsigned int uSize : {55u, 56u, 63u, 64u, 65u, 127u, 128u, 129u, 200u})
+    {
+        const Bytes message = RandomBytes(m_rng, uSize, uSize);
+        const Bytes want = Want(message);
+        for (unsigned int uCut = 0; uCut <= uSize; ++uCut)
+        {
+            ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+            ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), uCut));
+            // One past the end is a valid pointer for a size of 0.
+            ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data() + uCut, uSize - uCut));
+            ASSERT_EQ(want, End(*m_pHash)) << uSize << " bytes, cut at " << uCut;
+        }
+    }
+}
+
+TEST_P(CDigest, AnyPiecesAtAnyAddressGiveTheDigestOfTheWhole)
+{
+    for (unsigned int uStep = 0; uStep < 300; ++uStep)
+    {
+        SCOPED_TRACE(testing::Message() << "step " << uStep);
+        const Bytes message = RandomBytes(m_rng, 0, 2000);
+        const unsigned int uLongest = 1 + Below(m_rng, 300);
+        ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+        for (unsigned int uDone = 0; uDone < message.size();)
+        {
+            const unsigned int uPiece = std::min(Below(m_rng, uLongest + 1), SizeOf(message) - uDone);
+            // A copy of its own shows reads beyond the piece, and has any alignment.
+            Bytes piece(Below(m_rng, 16));
+            const std::size_t uOffset = piece.size();
+            piece.insert(piece.end(), message.begin() + uDone, message.begin() + uDone + uPiece);
+            piece.shrink_to_fit();
+            piece.reserve(1);
+            ASSERT_EQ(QV_RES_OK, m_pHash->Update(piece.data() + uOffset, uPiece));
+            uDone += uPiece;
+        }
+        ASSERT_EQ(Want(message), End(*m_pHash));
+    }
+}
+
+TEST_P(CDigest, WritesNoByteBesideTheDigest)
+{
+    Bytes room(GetParam().uSize + 32, 0xEE);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->End(room.data() + 16));
+    Bytes want(16, 0xEE);
+    const Bytes digest = Want({});
+    want.insert(want.end(), digest.begin(), digest.end());
+    want.resize(room.size(), 0xEE);
+    EXPECT_EQ(want, room);
+}
+
+TEST_P(CDigest, LeavesItsInputAlone)
+{
+    const Bytes message = RandomBytes(m_rng, 300, 300);
+    Bytes copy = message;
+    DigestOf(copy);
+    EXPECT_EQ(message, copy);
+}
+
+TEST_P(CDigest, BeginDropsTheMessageBefore)
+{
+    const Bytes dropped = RandomBytes(m_rng, 100, 100);
+    const Bytes message = RandomBytes(m_rng, 70, 70);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(dropped.data(), SizeOf(dropped)));
+    EXPECT_EQ(Want(message), DigestOf(message));
+    EXPECT_EQ(Want(dropped), DigestOf(dropped)) << "after End()";
+}
+
+TEST_P(CDigest, NullDataIsRefusedAndChangesNothing)
+{
+    const Bytes message = RandomBytes(m_rng, 90, 90);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), 50));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_pHash->Update(static_cast<const uint8_t*>(nullptr), 7));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_pHash->Update(static_cast<const uint8_t*>(nullptr), 0));
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data() + 50, 40));
+    EXPECT_EQ(Want(message), End(*m_pHash));
+}
+
+TEST_P(CDigest, ZeroBytesAreAcceptedAndChangeNothing)
+{
+    const Bytes message = RandomBytes(m_rng, 90, 90);
+    const uint8_t uByte = 0x55;
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(QV_RES_OK, m_pHash->Update(&uByte, 0));
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), 50));
+    EXPECT_EQ(QV_RES_OK, m_pHash->Update(&uByte, 0));
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data() + 50, 40));
+    EXPECT_EQ(QV_RES_OK, m_pHash->Update(&uByte, 0));
+    EXPECT_EQ(Want(message), End(*m_pHash));
+    EXPECT_EQ(QV_RES_OK, m_pHash->Update(&uByte, 0)) << "also after End()";
+}
+
+TEST_P(CDigest, NullOutputIsRefusedAndTheMessageCanStillBeEnded)
+{
+    const Bytes message = RandomBytes(m_rng, 90, 90);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), SizeOf(message)));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_pHash->End(static_cast<uint8_t*>(nullptr)));
+    EXPECT_EQ(Want(message), End(*m_pHash));
+}
+
+TEST_P(CDigest, NullBlobsFailAndChangeNothing)
+{
+    const Bytes message = RandomBytes(m_rng, 90, 90);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(QV_RES_FAIL, m_pHash->Update(static_cast<const CBlob*>(nullptr)));
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), SizeOf(message)));
+    EXPECT_EQ(QV_RES_FAIL, m_pHash->Update(static_cast<const CBlob*>(nullptr)));
+    EXPECT_EQ(QV_RES_FAIL, m_pHash->End(static_cast<CBlob*>(nullptr)));
+    EXPECT_EQ(Want(message), End(*m_pHash));
+}
+
+TEST_P(CDigest, BlobsAreWorthTheirBytes)
+{
+    CTestAllocator allocator;
+    for (const unsigned int uSize : {1u, 63u, 64u, 65u, 300u})
+    {
+        const Bytes message = RandomBytes(m_rng, uSize, uSize);
+        CBlob blob(message.data(), uSize, uSize + 10, &allocator);
+        ASSERT_EQ(QV_RES_OK, blob.SetReadIndex(uSize / 2));  // the cursor does not matter
+        ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+        ASSERT_EQ(QV_RES_OK, m_pHash->Update(&blob));
+        ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), uSize));
+        Bytes twice = message;
+        twice.insert(twice.end(), message.begin(), message.end());
+        EXPECT_EQ(Want(twice), End(*m_pHash));
+        EXPECT_EQ(message, BytesOf(blob));
+    }
+}
+
+TEST_P(CDigest, AnEmptyBlobWithStorageIsAccepted)
+{
+    CTestAllocator allocator;
+    const CBlob blob(16, &allocator);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(QV_RES_OK, m_pHash->Update(&blob));
+    EXPECT_EQ(Want({}), End(*m_pHash));
+}
+
+TEST_P(CDigest, ABlobWithoutStorageIsANullPointer)
+{
+    CTestAllocator allocator;
+    const CBlob blob(&allocator);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_pHash->Update(&blob));
+    EXPECT_EQ(Want({}), End(*m_pHash));
+}
+
+TEST_P(CDigest, ADigestBlobEndsUpExactlyAsLongAsTheDigest)
+{
+    CTestAllocator allocator;
+    const Bytes message = RandomBytes(m_rng, 100, 100);
+    for (const unsigned int uBefore : {0u, 1u, 15u, 16u, 19u, 20u, 21u, 31u, 32u, 33u, 100u})
+    {
+        SCOPED_TRACE(testing::Message() << uBefore << " bytes in the blob");
+        const Bytes before = RandomBytes(m_rng, uBefore, uBefore);
+        CBlob blob(before.data(), uBefore, 0, &allocator);
+        ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+        ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), SizeOf(message)));
+        EXPECT_EQ(QV_RES_OK, m_pHash->End(&blob));
+        EXPECT_EQ(Want(message), BytesOf(blob));
+        EXPECT_EQ(std::max(uBefore, GetParam().uSize), blob.GetCapacity());
+    }
+}
+
+TEST_P(CDigest, ADigestBlobThatGetsNoRoomIsNotWritten)
+{
+    CTestAllocator allocator;
+    const Bytes message = RandomBytes(m_rng, 100, 100);
+    const Bytes before = RandomBytes(m_rng, 10, 10);
+    CBlob blob(before.data(), 10, 0, &allocator);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), SizeOf(message)));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, m_pHash->End(&blob));
+    EXPECT_TRUE(allocator.HasRefused());
+    EXPECT_EQ(before, BytesOf(blob));
+    EXPECT_EQ(10u, blob.GetCapacity());
+
+    allocator.SetRefusing(false);
+    EXPECT_EQ(QV_RES_OK, m_pHash->End(&blob)) << "the message is not lost";
+    EXPECT_EQ(Want(message), BytesOf(blob));
+}
+
+TEST_P(CDigest, ADigestBlobThatGetsNoStorageIsANullPointer)
+{
+    CTestAllocator allocator;
+    const Bytes message = RandomBytes(m_rng, 100, 100);
+    CBlob blob(&allocator);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), SizeOf(message)));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_pHash->End(&blob));
+    EXPECT_TRUE(allocator.HasRefused());
+    EXPECT_EQ(0u, blob.GetSize());
+
+    allocator.SetRefusing(false);
+    EXPECT_EQ(QV_RES_OK, m_pHash->End(&blob)) << "the message is not lost";
+    EXPECT_EQ(Want(message), BytesOf(blob));
+}
+
+TEST_P(CDigest, ADigestBlobWithRoomAsksForNone)
+{
+    CTestAllocator allocator;
+    CBlob blob(GetParam().uSize, &allocator);
+    allocator.SetRefusing(true);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    EXPECT_EQ(QV_RES_OK, m_pHash->End(&blob));
+    EXPECT_FALSE(allocator.HasRefused());
+    EXPECT_EQ(Want({}), BytesOf(blob));
+}
+
+TEST_P(CDigest, TheMessageMayLieInTheBlobThatGetsTheDigest)
+{
+    CTestAllocator allocator;
+    const Bytes message = RandomBytes(m_rng, 100, 100);
+    CBlob blob(message.data(), 100, 0, &allocator);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(&blob));
+    ASSERT_EQ(QV_RES_OK, m_pHash->End(&blob));
+    EXPECT_EQ(Want(message), BytesOf(blob));
+}
+
+TEST_P(CDigest, ACopyGoesItsOwnWay)
+{
+    const Bytes message = RandomBytes(m_rng, 150, 150);
+    const Bytes other = RandomBytes(m_rng, 70, 70);
+    ASSERT_EQ(QV_RES_OK, m_pHash->Begin());
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data(), 100));
+    const std::unique_ptr<CHash> pCopy = GetParam().pfnCopy(*m_pHash);
+    ASSERT_EQ(QV_RES_OK, pCopy->Update(other.data(), SizeOf(other)));
+    ASSERT_EQ(QV_RES_OK, m_pHash->Update(message.data() + 100, 50));
+    Bytes branched(message.begin(), message.begin() + 100);
+    branched.insert(branched.end(), other.begin(), other.end());
+    EXPECT_EQ(Want(message), End(*m_pHash));
+    EXPECT_EQ(Want(branched), End(*pCopy));
+}

@@ -1,0 +1,203 @@
+// Oracles: libcrypto, and FIPS 180-4 written out.
+#include "framework/crypto/sha_blocks.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <set>
+#include <string>
+
+#include "framework/crypto/cpu_features.h"
+#include "tests/support/digest_oracle.h"
+#include "tests/support/sha_model.h"
+#include "tests/support/test_seed.h"
+
+namespace
+{
+using namespace orvel_internal;
+using Bytes = std::vector<unsigned char>;
+using Words = std::vector<uint32_t>;
+
+constexpr unsigned int g_uSeed = 20260924;
+
+bool HasShaInstructions()
+{
+    return HasCpuFeature(eCPU_SHA);
+}
+
+bool Always()
+{
+    return true;
+}
+
+struct SPath
+{
+    const char* pszName;
+    void (*pfnBlocks)(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
+    Words (*pfnStart)();
+    void (*pfnModel)(Words& rState, const unsigned char* puBlock);
+    const EVP_MD* (*pfnOracle)();
+    bool (*pfnRuns)();
+    // Where the path does not run: what then is in use, and must take its place.
+    void (*pfnInstead)(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
+};
+
+void PrintTo(const SPath& rstPath, std::ostream* pStream)
+{
+    *pStream << rstPath.pszName;
+}
+
+using sha_model::SSha1;
+using sha_model::SSha256;
+
+constexpr SPath g_astPaths[] = {
+    {"Sha1", Sha1Blocks, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
+    {"Sha1Portable", Sha1BlocksPortable, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
+    {"Sha1Instructions", Sha1BlocksShaExtensions, SSha1::Start, SSha1::Block, EVP_sha1, HasShaInstructions, Sha1Blocks},
+    {"Sha256", Sha256Blocks, SSha256::Start, SSha256::Block, EVP_sha256, Always, nullptr},
+    {"Sha256Portable", Sha256BlocksPortable, SSha256::Start, SSha256::Block, EVP_sha256, Always, nullptr},
+    {"Sha256Instructions", Sha256BlocksShaExtensions, SSha256::Start, SSha256::Block, EVP_sha256, HasShaInstructions,
+     Sha256Blocks},
+};
+
+class CShaBlocks : public testing::TestWithParam<SPath>
+{
+protected:
+    // The path under test; without the instructions it needs, the one that then is in use.
+    void Run(Words& rState, const uint8_t* puBlocks, size_t uCount) const
+    {
+        const auto pfnBlocks = GetParam().pfnRuns() ? GetParam().pfnBlocks : GetParam().pfnInstead;
+        pfnBlocks(rState.data(), puBlocks, uCount);
+    }
+
+    std::mt19937 m_rng{g_uSeed};
+};
+
+INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPaths),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+}  // namespace
+
+TEST_P(CShaBlocks, WithThePaddingBlockTheyAreTheDigest)
+{
+    for (const unsigned int uBlocks : {0u, 1u, 2u, 3u, 4u, 5u, 16u, 33u})
+    {
+        const Bytes message = RandomBytes(m_rng, 64 * uBlocks, 64 * uBlocks);
+        Bytes padded = message;
+        const Bytes padding = sha_model::Padding(message.size(), 8 * message.size());
+        padded.insert(padded.end(), padding.begin(), padding.end());
+        Words state = GetParam().pfnStart();
+        Run(state, padded.data(), uBlocks + 1);
+        EXPECT_EQ(EvpDigest(GetParam().pfnOracle(), message), sha_model::BigEndian(state)) << uBlocks << " blocks";
+    }
+}
+
+TEST_P(CShaBlocks, ChangeAnyStateAsTheStandardSaysFromAnyAddress)
+{
+    for (unsigned int uStep = 0; uStep < 200; ++uStep)
+    {
+        const unsigned int uBlocks = Below(m_rng, 5);
+        const unsigned int uOffset = Below(m_rng, 17);
+        const Bytes bytes = RandomBytes(m_rng, 64 * uBlocks + uOffset, 64 * uBlocks + uOffset);
+        Words state = GetParam().pfnStart();
+        for (uint32_t& ruWord : state) ruWord = static_cast<uint32_t>(m_rng());
+        Words want = state;
+        for (unsigned int u = 0; u < uBlocks; ++u) GetParam().pfnModel(want, bytes.data() + uOffset + 64 * u);
+        Run(state, bytes.data() + uOffset, uBlocks);
+        ASSERT_EQ(want, state) << "step " << uStep << ", " << uBlocks << " blocks";
+    }
+}
+
+TEST_P(CShaBlocks, ExtremeWordsDoNotMatter)
+{
+    for (const uint32_t uWord : {0u, 0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFFu})
+    {
+        for (const unsigned char uByte : Bytes{0x00, 0xFF, 0x80, 0x7F})
+        {
+            const Bytes block(64, uByte);
+            Words state(GetParam().pfnStart().size(), uWord);
+            Words want = state;
+            GetParam().pfnModel(want, block.data());
+            Run(state, block.data(), 1);
+            EXPECT_EQ(want, state);
+        }
+    }
+}
+
+TEST_P(CShaBlocks, NoBlocksChangeNothing)
+{
+    Words state = GetParam().pfnStart();
+    const uint8_t uByte = 0;
+    Run(state, &uByte, 0);
+    EXPECT_EQ(GetParam().pfnStart(), state);
+}
+
+TEST_P(CShaBlocks, WriteNothingButTheirWords)
+{
+    const Bytes blocks = RandomBytes(m_rng, 192, 192);
+    const Bytes before = blocks;
+    Words state = GetParam().pfnStart();
+    const std::size_t uWords = state.size();
+    state.insert(state.end(), 4, 0xEEEEEEEE);
+    Run(state, blocks.data(), 3);
+    EXPECT_EQ(Words(4, 0xEEEEEEEE), Words(state.begin() + static_cast<std::ptrdiff_t>(uWords), state.end()));
+    EXPECT_EQ(before, blocks);
+}
+
+namespace
+{
+class CCpuFeatures : public testing::Test
+{
+protected:
+    ~CCpuFeatures() override { RestrictCpuFeatures(~0u); }
+};
+}  // namespace
+
+TEST_F(CCpuFeatures, AreThoseOfTheProcessor)
+{
+    // Oracle: what the kernel lists. A path taken without them would end in an illegal instruction.
+    std::ifstream file("/proc/cpuinfo");
+    std::set<std::string> words;
+    for (std::string strWord; file >> strWord && words.count("bugs") == 0;) words.insert(strWord);
+    const bool bWant = words.count("sha_ni") != 0 && words.count("ssse3") != 0 && words.count("sse4_1") != 0;
+    EXPECT_EQ(bWant, HasCpuFeature(eCPU_SHA));
+    EXPECT_EQ(bWant, (CpuFeatures() & eCPU_SHA) != 0);
+}
+
+TEST_F(CCpuFeatures, CanBeTakenAwayAndGivenBack)
+{
+    const unsigned int uDetected = CpuFeatures();
+    RestrictCpuFeatures(0);
+    EXPECT_FALSE(HasCpuFeature(eCPU_SHA));
+    RestrictCpuFeatures(eCPU_SHA);
+    EXPECT_EQ((uDetected & eCPU_SHA) != 0, HasCpuFeature(eCPU_SHA))
+        << "a restriction takes the place of the one before";
+    RestrictCpuFeatures(~static_cast<unsigned int>(eCPU_SHA));
+    EXPECT_FALSE(HasCpuFeature(eCPU_SHA));
+    RestrictCpuFeatures(~0u);
+    EXPECT_EQ(uDetected, CpuFeatures());
+}
+
+TEST_F(CCpuFeatures, WithoutThemTheDigestsAreTheSame)
+{
+    std::mt19937 rng(g_uSeed);
+    const Bytes blocks = RandomBytes(rng, 640, 640);
+    Words sha1 = SSha1::Start();
+    Words sha256 = SSha256::Start();
+    Sha1Blocks(sha1.data(), blocks.data(), 10);
+    Sha256Blocks(sha256.data(), blocks.data(), 10);
+
+    RestrictCpuFeatures(0);
+    Words sha1Portable = SSha1::Start();
+    Words sha256Portable = SSha256::Start();
+    Sha1Blocks(sha1Portable.data(), blocks.data(), 10);
+    Sha256Blocks(sha256Portable.data(), blocks.data(), 10);
+    EXPECT_EQ(sha1, sha1Portable);
+    EXPECT_EQ(sha256, sha256Portable);
+}
+
+TEST(Sha256Constants, AreTheCubeRootsOfTheFirstPrimes)
+{
+    EXPECT_EQ(SSha256::Fractions(64, 3), Words(std::begin(auSHA256_CONSTANTS), std::end(auSHA256_CONSTANTS)));
+}

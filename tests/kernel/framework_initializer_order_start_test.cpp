@@ -1,0 +1,348 @@
+// The library calls its modules' start-up and shut-down through the dynamic linker, which finds a program's functions
+// before the library's. So the pairs defined here stand in for the real ones: they record who was called, and fail
+// on request.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "framework/kernel/framework_initializer.h"
+
+namespace
+{
+struct SStage
+{
+    int nStage;
+    const char* pszModule;
+    /// Whether the library has the module; what it has not is passed over.
+    bool bPresent;
+};
+
+constexpr SStage g_astSTAGES[] = {
+    {1, "QvAssert", true},
+    {3, "Result", true},
+    {5, "CThread", false},
+    {7, "CDefaultAllocator", true},
+    {8, "CSingleton", true},
+    {9, "CString", true},
+    {10, "QvEventNotifier", false},
+    {11, "CTimer", true},
+    {12, "QvTraceKernel", false},
+    {13, "CTime", false},
+    {14, "QvTraceTime", false},
+    {15, "ECom", false},
+    {17, "CPool<CMarshaler>", true},
+    {18, "CAATreeBase", false},
+    {26, "QvStringFormat", true},
+    {27, "QvFault", false},
+    {29, "CCrypto", true},
+    {35, "CAesBremoFwOpenSsl", true},
+    {36, "CSecurePrngBremoFw", true},
+    {37, "CSecureSeedBremoFw", true},
+};
+
+using TCalls = std::vector<std::string>;
+TCalls g_calls;
+std::string g_answeringModule;
+QvResult g_resAnswer = QV_RES_OK;
+std::vector<unsigned int> g_counts;
+
+QvResult Initialized(const char* pszModule)
+{
+    g_calls.push_back(std::string("+") + pszModule);
+    g_counts.push_back(CFrameworkInitializer::ms_uInitializationCount);
+    return g_answeringModule == pszModule ? g_resAnswer : QV_RES_OK;
+}
+
+void Finalized(const char* pszModule)
+{
+    g_calls.push_back(std::string("-") + pszModule);
+    g_counts.push_back(CFrameworkInitializer::ms_uInitializationCount);
+}
+}  // namespace
+
+#define STAND_IN(Module)                     \
+    QV_EXPORT QvResult Initialize##Module(); \
+    QV_EXPORT void Finalize##Module();       \
+    QvResult Initialize##Module()            \
+    {                                        \
+        return Initialized(#Module);         \
+    }                                        \
+    void Finalize##Module()                  \
+    {                                        \
+        Finalized(#Module);                  \
+    }
+
+STAND_IN(QvAssert)
+STAND_IN(Result)
+STAND_IN(CThread)
+STAND_IN(CDefaultAllocator)
+STAND_IN(CSingleton)
+STAND_IN(CString)
+STAND_IN(QvEventNotifier)
+STAND_IN(CTimer)
+STAND_IN(QvTraceKernel)
+STAND_IN(CTime)
+STAND_IN(QvTraceTime)
+STAND_IN(ECom)
+STAND_IN(CAATreeBase)
+STAND_IN(QvStringFormat)
+STAND_IN(QvFault)
+STAND_IN(CCrypto)
+STAND_IN(CAesBremoFwOpenSsl)
+STAND_IN(CSecurePrngBremoFw)
+STAND_IN(CSecureSeedBremoFw)
+
+class CMarshaler;
+template <typename T>
+QV_EXPORT QvResult InitializeCPool();
+template <typename T>
+QV_EXPORT void FinalizeCPool();
+template <>
+QV_EXPORT QvResult InitializeCPool<CMarshaler>()
+{
+    return Initialized("CPool<CMarshaler>");
+}
+template <>
+QV_EXPORT void FinalizeCPool<CMarshaler>()
+{
+    Finalized("CPool<CMarshaler>");
+}
+
+namespace
+{
+bool IsPresent(const std::string& rModule)
+{
+    for (const SStage& rstStage : g_astSTAGES)
+    {
+        if (rModule == rstStage.pszModule) return rstStage.bPresent;
+    }
+    ADD_FAILURE() << rModule << " is no module";
+    return false;
+}
+
+/// The calls out of a list that the library can make.
+TCalls Present(const TCalls& rCalls)
+{
+    TCalls calls;
+    for (const std::string& rCall : rCalls)
+    {
+        if (IsPresent(rCall.substr(1))) calls.push_back(rCall);
+    }
+    return calls;
+}
+
+TCalls StartUp(int nLastStage)
+{
+    TCalls calls;
+    for (const SStage& rstStage : g_astSTAGES)
+    {
+        if (rstStage.nStage <= nLastStage) calls.push_back(std::string("+") + rstStage.pszModule);
+    }
+    return Present(calls);
+}
+
+TCalls ShutDown(int nFromStage)
+{
+    TCalls calls;
+    for (const SStage& rstStage : g_astSTAGES)
+    {
+        if (rstStage.nStage <= nFromStage) calls.insert(calls.begin(), std::string("-") + rstStage.pszModule);
+    }
+    return Present(calls);
+}
+
+const TCalls g_fullShutDown = {"-QvTraceKernel",
+                               "-CThread",
+                               "-CSecureSeedBremoFw",
+                               "-CSecurePrngBremoFw",
+                               "-CAesBremoFwOpenSsl",
+                               "-CCrypto",
+                               "-QvFault",
+                               "-QvStringFormat",
+                               "-CAATreeBase",
+                               "-CPool<CMarshaler>",
+                               "-ECom",
+                               "-QvTraceTime",
+                               "-CTime",
+                               "-CTimer",
+                               "-QvEventNotifier",
+                               "-CString",
+                               "-CSingleton",
+                               "-CDefaultAllocator",
+                               "-Result",
+                               "-QvAssert"};
+
+TCalls PartialFinalized(int nFrom)
+{
+    g_calls.clear();
+    CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(nFrom));
+    return g_calls;
+}
+}  // namespace
+
+class CFrameworkOrder : public testing::Test
+{
+protected:
+    CFrameworkOrder()
+    {
+        g_calls.clear();
+        g_counts.clear();
+        g_answeringModule.clear();
+        g_resAnswer = QV_RES_OK;
+        CFrameworkInitializer::ms_uInitializationCount = 0;
+    }
+    ~CFrameworkOrder() override { CFrameworkInitializer::ms_uInitializationCount = 0; }
+};
+
+TEST_F(CFrameworkOrder, StartUpCallsEveryInitialiserOnceByStage)
+{
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(StartUp(37), g_calls);
+    EXPECT_EQ(1u, CFrameworkInitializer::ms_uInitializationCount);
+    for (unsigned int uCount : g_counts) EXPECT_EQ(0u, uCount) << "counted before everything was up";
+}
+
+TEST_F(CFrameworkOrder, ALaterStartUpOnlyCounts)
+{
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    g_calls.clear();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(TCalls(), g_calls);
+    EXPECT_EQ(2u, CFrameworkInitializer::ms_uInitializationCount);
+}
+
+TEST_F(CFrameworkOrder, TheLastShutDownStopsTraceAndThreadsFirstAndThenTheRestInReverse)
+{
+    CFrameworkInitializer::Initialize();
+    CFrameworkInitializer::Initialize();
+    g_calls.clear();
+    g_counts.clear();
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(TCalls(), g_calls);
+    EXPECT_EQ(1u, CFrameworkInitializer::ms_uInitializationCount);
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(Present(g_fullShutDown), g_calls);
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+    for (unsigned int uCount : g_counts) EXPECT_EQ(0u, uCount) << "the count is lowered first";
+}
+
+TEST_F(CFrameworkOrder, AfterAFullShutDownEverythingStartsAfresh)
+{
+    CFrameworkInitializer::Initialize();
+    CFrameworkInitializer::Finalize();
+    g_calls.clear();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(StartUp(37), g_calls);
+}
+
+TEST_F(CFrameworkOrder, AShutDownTooManyWrapsTheCountAndTheNextStartUpOnlyCounts)
+{
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(4294967295u, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(TCalls(), g_calls);
+}
+
+class CFrameworkFailure : public CFrameworkOrder, public testing::WithParamInterface<SStage>
+{
+};
+
+TEST_P(CFrameworkFailure, TakesDownWhatCameUpAndReturnsTheCode)
+{
+    if (!GetParam().bPresent) return;
+    g_answeringModule = GetParam().pszModule;
+    g_resAnswer = QV_RES_THREAD_JOIN_SELF;
+    EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, CFrameworkInitializer::Initialize());
+
+    TCalls calls = StartUp(GetParam().nStage);
+    const TCalls undone = ShutDown(GetParam().nStage - 1);
+    calls.insert(calls.end(), undone.begin(), undone.end());
+    EXPECT_EQ(calls, g_calls);
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+}
+
+TEST_P(CFrameworkFailure, CanBeTriedAgain)
+{
+    if (!GetParam().bPresent) return;
+    g_answeringModule = GetParam().pszModule;
+    g_resAnswer = QV_RES_FAIL;
+    EXPECT_EQ(QV_RES_FAIL, CFrameworkInitializer::Initialize());
+    g_answeringModule.clear();
+    g_calls.clear();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(StartUp(37), g_calls);
+}
+
+TEST_P(CFrameworkFailure, AWarningIsNone)
+{
+    g_answeringModule = GetParam().pszModule;
+    g_resAnswer = 0x40000001;
+    const bool bLast = GetParam().nStage == 37;
+    EXPECT_EQ(bLast ? 0x40000001 : QV_RES_OK, CFrameworkInitializer::Initialize()) << "the last one's code is returned";
+    EXPECT_EQ(StartUp(37), g_calls);
+    EXPECT_EQ(1u, CFrameworkInitializer::ms_uInitializationCount);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryStage, CFrameworkFailure, testing::ValuesIn(g_astSTAGES),
+                         [](const auto& rInfo) { return "Stage" + std::to_string(rInfo.param.nStage); });
+
+class CFrameworkPartialFinalize : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(CFrameworkPartialFinalize, RunsTheFinalisersFromTheHighestStageNotAbove)
+{
+    EXPECT_EQ(GetParam() <= 37 ? ShutDown(GetParam()) : TCalls(), PartialFinalized(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryValue, CFrameworkPartialFinalize, testing::Range(-1, 38));
+INSTANTIATE_TEST_SUITE_P(Beyond, CFrameworkPartialFinalize, testing::Values(39, 40, INT_MAX, INT_MIN));
+
+TEST(CFrameworkPartialFinalizeAll, StopsTraceAndThreadsFirst)
+{
+    EXPECT_EQ(Present(g_fullShutDown), PartialFinalized(38));
+}
+
+TEST(CFrameworkPartialFinalize, LeavesTheCountAlone)
+{
+    CFrameworkInitializer::ms_uInitializationCount = 3;
+    PartialFinalized(38);
+    PartialFinalized(7);
+    EXPECT_EQ(3u, CFrameworkInitializer::ms_uInitializationCount);
+    CFrameworkInitializer::ms_uInitializationCount = 0;
+}
+
+struct SFirst
+{
+    int nFrom;
+    const char* pszCall;
+};
+
+class CFrameworkPartialFinalizeStart : public testing::TestWithParam<SFirst>
+{
+};
+
+TEST_P(CFrameworkPartialFinalizeStart, IsThePublishedOne)
+{
+    if (!IsPresent(GetParam().pszCall + 1)) return;
+    const TCalls calls = PartialFinalized(GetParam().nFrom);
+    ASSERT_FALSE(calls.empty());
+    EXPECT_EQ(GetParam().pszCall, calls.front());
+    EXPECT_EQ("-QvAssert", calls.back());
+}
+
+INSTANTIATE_TEST_SUITE_P(Gaps, CFrameworkPartialFinalizeStart,
+                         testing::Values(SFirst{1, "-QvAssert"}, SFirst{2, "-QvAssert"}, SFirst{3, "-Result"},
+                                         SFirst{4, "-Result"}, SFirst{5, "-CThread"}, SFirst{6, "-CThread"},
+                                         SFirst{7, "-CDefaultAllocator"}, SFirst{8, "-CSingleton"},
+                                         SFirst{9, "-CString"}, SFirst{10, "-QvEventNotifier"}, SFirst{11, "-CTimer"},
+                                         SFirst{12, "-QvTraceKernel"}, SFirst{13, "-CTime"}, SFirst{14, "-QvTraceTime"},
+                                         SFirst{15, "-ECom"}, SFirst{16, "-ECom"}, SFirst{17, "-CPool<CMarshaler>"},
+                                         SFirst{18, "-CAATreeBase"}, SFirst{25, "-CAATreeBase"},
+                                         SFirst{26, "-QvStringFormat"}, SFirst{27, "-QvFault"}, SFirst{28, "-QvFault"},
+                                         SFirst{29, "-CCrypto"}, SFirst{34, "-CCrypto"},
+                                         SFirst{35, "-CAesBremoFwOpenSsl"}, SFirst{36, "-CSecurePrngBremoFw"},
+                                         SFirst{37, "-CSecureSeedBremoFw"}));

@@ -1,0 +1,229 @@
+#include "framework/kernel/mutex.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "tests/support/object_bytes.h"
+#include "tests/support/vtable.h"
+
+static_assert(std::is_polymorphic_v<CMutex> && std::has_virtual_destructor_v<CMutex>);
+static_assert(sizeof(CMutex) == sizeof(void*) + sizeof(pthread_mutex_t));
+static_assert(!std::is_copy_constructible_v<CMutex> && !std::is_copy_assignable_v<CMutex>);
+
+namespace
+{
+/// Whether another thread could have the lock right now.
+bool IsFreeForOthers(const CMutex& rMutex)
+{
+    bool bFree = false;
+    std::thread other(
+        [&]
+        {
+            bFree = rMutex.TryLock();
+            if (bFree) rMutex.Unlock();
+        });
+    other.join();
+    return bFree;
+}
+}  // namespace
+
+TEST(CMutexLayout, HasTheTwoDestructorsForSlots)
+{
+    const CMutex mutex;
+    EXPECT_EQ((std::vector<std::string>{"_ZN6CMutexD1Ev", "_ZN6CMutexD0Ev"}), VtableSlots(&mutex));
+}
+
+TEST(CMutexLayout, HoldsARecursivePosixMutexBehindTheTablePointer)
+{
+    const CMutex mutex;
+    EXPECT_EQ(PTHREAD_MUTEX_RECURSIVE, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__kind);
+    EXPECT_EQ(0u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
+    mutex.Lock();
+    mutex.Lock();
+    EXPECT_EQ(2u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
+    mutex.Unlock();
+    EXPECT_EQ(1u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
+    mutex.Unlock();
+}
+
+TEST(CMutexDestructor, LeavesTheStorageZeroed)
+{
+    alignas(CMutex) unsigned char auStorage[sizeof(CMutex)];
+    std::fill_n(auStorage, sizeof(auStorage), static_cast<unsigned char>(0xEE));
+    CMutex* const pMutex = new (auStorage) CMutex;
+    ASSERT_EQ(PTHREAD_MUTEX_RECURSIVE, LoadAt<pthread_mutex_t>(auStorage, sizeof(void*)).__data.__kind);
+    pMutex->~CMutex();
+    EXPECT_EQ(std::vector<unsigned char>(sizeof(pthread_mutex_t)),
+              BytesAt(auStorage, sizeof(void*), sizeof(pthread_mutex_t)));
+}
+
+TEST(CMutexDestructor, DeletesThroughTheVirtualTable)
+{
+    CMutex* pMutex = new CMutex;
+    pMutex->Lock();
+    pMutex->Unlock();
+    delete pMutex;  // a leak or a mismatch is the address sanitizer's to find
+}
+
+TEST(CMutex, IsFreeWhenNew)
+{
+    const CMutex mutex;
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutex, KeepsOthersOutWhileLocked)
+{
+    const CMutex mutex;
+    mutex.Lock();
+    EXPECT_FALSE(IsFreeForOthers(mutex));
+    mutex.Unlock();
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutex, LockedTwiceAndUnlockedOnceIsStillHeld)
+{
+    const CMutex mutex;
+    mutex.Lock();
+    mutex.Lock();
+    mutex.Unlock();
+    EXPECT_FALSE(IsFreeForOthers(mutex));
+    mutex.Unlock();
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutex, TryLockCountsLikeLock)
+{
+    const CMutex mutex;
+    EXPECT_TRUE(mutex.TryLock());
+    EXPECT_TRUE(mutex.TryLock());
+    mutex.Unlock();
+    EXPECT_FALSE(IsFreeForOthers(mutex));
+    mutex.Unlock();
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutex, BlocksUntilTheOtherThreadUnlocks)
+{
+    constexpr int nROUNDS = 2000;
+    const CMutex mutex;
+    int nCount = 0;
+    const auto count = [&]
+    {
+        for (int n = 0; n < nROUNDS; ++n)
+        {
+            mutex.Lock();
+            mutex.Lock();
+            const int nBefore = nCount;
+            if (n % 64 == 0) std::this_thread::yield();
+            nCount = nBefore + 1;
+            mutex.Unlock();
+            mutex.Unlock();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 4; ++n) threads.emplace_back(count);
+    for (std::thread& rThread : threads) rThread.join();
+    EXPECT_EQ(4 * nROUNDS, nCount);
+}
+
+TEST(CMutexGuard, HoldsTheMutexForItsScope)
+{
+    const CMutex mutex;
+    {
+        const CMutexGuard guard(&mutex);
+        EXPECT_FALSE(IsFreeForOthers(mutex));
+        {
+            const CMutexGuard nested(&mutex);
+        }
+        EXPECT_FALSE(IsFreeForOthers(mutex));
+    }
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutexGuard, LetsGoWhenAnExceptionPasses)
+{
+    const CMutex mutex;
+    try
+    {
+        const CMutexGuard guard(&mutex);
+        throw std::runtime_error("");
+    }
+    catch (const std::runtime_error&)
+    {
+    }
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CMutexGuard, HoldsNothingWhenGivenNone)
+{
+    const CMutexGuard guard(nullptr);
+}
+
+namespace
+{
+/// What the C library says about the process, changed for a test.
+class CSingleThreaded
+{
+public:
+    explicit CSingleThreaded(bool bSingle) : m_chBefore(__libc_single_threaded) { Say(bSingle); }
+    ~CSingleThreaded() { __libc_single_threaded = m_chBefore; }
+    CSingleThreaded(const CSingleThreaded&) = delete;
+    CSingleThreaded& operator=(const CSingleThreaded&) = delete;
+    void Say(bool bSingle) { __libc_single_threaded = bSingle ? 1 : 0; }
+
+private:
+    char m_chBefore;
+};
+}  // namespace
+
+TEST(CBriefMutexGuard, HoldsTheMutexInAProcessOfManyThreads)
+{
+    const CMutex mutex;
+    {
+        CSingleThreaded state(false);
+        const CBriefMutexGuard guard(&mutex);
+        EXPECT_FALSE(IsFreeForOthers(mutex));
+    }
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CBriefMutexGuard, LocksNothingInAProcessOfOneThread)
+{
+    const CMutex mutex;
+    CSingleThreaded state(true);
+    const CBriefMutexGuard guard(&mutex);
+    state.Say(false);
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CBriefMutexGuard, UnlocksExactlyWhatItLockedWhateverBecameOfTheProcess)
+{
+    const CMutex mutex;
+    CSingleThreaded state(true);
+    mutex.Lock();
+    {
+        const CBriefMutexGuard guard(&mutex);
+        state.Say(false);
+    }
+    EXPECT_FALSE(IsFreeForOthers(mutex));
+    mutex.Unlock();
+    {
+        const CBriefMutexGuard guard(&mutex);
+        state.Say(true);
+    }
+    state.Say(false);
+    EXPECT_TRUE(IsFreeForOthers(mutex));
+}
+
+TEST(CBriefMutexGuard, HoldsNothingWhenGivenNone)
+{
+    CSingleThreaded state(false);
+    const CBriefMutexGuard guard(nullptr);
+}

@@ -1,0 +1,297 @@
+#include "framework/kernel/semaphore.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "tests/support/object_bytes.h"
+#include "tests/support/vtable.h"
+
+static_assert(std::is_polymorphic_v<CSemaphore> && std::has_virtual_destructor_v<CSemaphore>);
+static_assert(sizeof(CSemaphore) == 144);
+static_assert(!std::is_polymorphic_v<CBinarySemaphore> && !std::is_base_of_v<CSemaphore, CBinarySemaphore>);
+static_assert(sizeof(CBinarySemaphore) == sizeof(CSemaphore));
+static_assert(CBinarySemaphore::eTAKEN == 0 && CBinarySemaphore::eFREE == 1);
+
+namespace
+{
+constexpr std::size_t g_uCOUNT_AT = 8;
+constexpr std::size_t g_uMAX_COUNT_AT = 12;
+constexpr std::size_t g_uSEM_AT = 104;
+constexpr std::size_t g_uTIMED_WAIT_AT = 136;
+constexpr unsigned long g_uHOUR_MS = 3600000;
+
+/// Takes what is free, and tells how much that was.
+template <typename TSemaphore>
+unsigned int Drain(const TSemaphore& rSemaphore)
+{
+    unsigned int uCount = 0;
+    while (rSemaphore.Wait(0)) ++uCount;
+    return uCount;
+}
+
+struct SKind
+{
+    const char* pszName;
+    unsigned int uMaxCount;
+    bool bTimedWait;
+    bool bPosix;
+};
+
+constexpr SKind g_astKINDS[] = {
+    {"CountingPosix", 50, false, true}, {"CountingTimed", 50, true, false},   {"BinaryUntimed", 1, false, false},
+    {"BinaryTimed", 1, true, false},    {"ZeroMaximumPosix", 0, false, true}, {"ZeroMaximumTimed", 0, true, false},
+};
+}  // namespace
+
+class CSemaphoreKind : public testing::TestWithParam<SKind>
+{
+protected:
+    const SKind& m_rstKind = GetParam();
+};
+
+TEST_P(CSemaphoreKind, KeepsItsFieldsWhereTheyBelong)
+{
+    const CSemaphore sem(1, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&sem, g_uCOUNT_AT));
+    EXPECT_EQ(m_rstKind.uMaxCount, LoadAt<unsigned int>(&sem, g_uMAX_COUNT_AT));
+    EXPECT_EQ(m_rstKind.bTimedWait, LoadAt<bool>(&sem, g_uTIMED_WAIT_AT));
+}
+
+TEST_P(CSemaphoreKind, CountsInTheFieldOfItsImplementation)
+{
+    CSemaphore sem(1, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    ASSERT_TRUE(sem.Wait());
+    EXPECT_EQ(m_rstKind.bPosix ? 1u : 0u, LoadAt<unsigned int>(&sem, g_uCOUNT_AT));
+    sem.Signal(false);
+    if (!m_rstKind.bPosix) return;
+    int nValue = -1;
+    // The semaphore that the object holds, not a copy of it.
+    sem_t* const pSem = reinterpret_cast<sem_t*>(reinterpret_cast<unsigned char*>(&sem) + g_uSEM_AT);
+    ASSERT_EQ(0, sem_getvalue(pSem, &nValue));
+    EXPECT_EQ(1, nValue);
+}
+
+TEST_P(CSemaphoreKind, StartsWithItsInitialCount)
+{
+    for (unsigned int uInitial : {0u, 1u, 3u, 49u, 50u})
+    {
+        const CSemaphore sem(uInitial, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+        EXPECT_EQ(uInitial, Drain(sem));
+    }
+}
+
+TEST_P(CSemaphoreKind, CountsItsSignalsUpToWhereItStops)
+{
+    const CSemaphore sem(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    for (unsigned int u = 0; u < 60; ++u) sem.Signal(u % 2 == 0);
+    EXPECT_EQ(m_rstKind.bPosix ? 60u : m_rstKind.uMaxCount, Drain(sem));
+}
+
+TEST_P(CSemaphoreKind, ASignalAtOrAboveTheMaximumNeverLowersTheCount)
+{
+    const unsigned int uInitial = m_rstKind.uMaxCount + 2;
+    const CSemaphore sem(uInitial, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    sem.Signal(false);
+    EXPECT_EQ(m_rstKind.bPosix ? uInitial + 1 : uInitial, Drain(sem));
+}
+
+TEST_P(CSemaphoreKind, WaitTakesWhatIsFree)
+{
+    const CSemaphore sem(2, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    EXPECT_TRUE(sem.Wait());
+    EXPECT_EQ(1u, Drain(sem));
+}
+
+TEST_P(CSemaphoreKind, WaitWithTheLargestTimeOutIsAWait)
+{
+    const CSemaphore sem(2, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    EXPECT_TRUE(sem.Wait(ULONG_MAX));
+    EXPECT_EQ(1u, Drain(sem));
+}
+
+TEST_P(CSemaphoreKind, AnyOtherTimeOutNeedsTimedWaitsEvenWhenFree)
+{
+    for (unsigned long uTimeoutMs : {1ul, 1000ul, 4294967295ul, 4294967296ul, ULONG_MAX - 1})
+    {
+        const CSemaphore sem(2, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+        EXPECT_EQ(m_rstKind.bTimedWait, sem.Wait(uTimeoutMs)) << uTimeoutMs;
+        EXPECT_EQ(m_rstKind.bTimedWait ? 1u : 2u, Drain(sem)) << uTimeoutMs;
+    }
+}
+
+TEST_P(CSemaphoreKind, WaitWithATimeOutEndsWithoutASignal)
+{
+    const CSemaphore sem(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    EXPECT_FALSE(sem.Wait(0));
+    EXPECT_FALSE(sem.Wait(20));
+    EXPECT_FALSE(sem.Wait(1));
+}
+
+TEST_P(CSemaphoreKind, CanBeDestroyedFreeOrTaken)
+{
+    for (unsigned int uInitial : {0u, 1u})
+    {
+        CSemaphore* const pSem = new CSemaphore(uInitial, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+        pSem->Signal(false);
+        delete pSem;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CSemaphoreKind, testing::ValuesIn(g_astKINDS),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+class CSemaphoreThreads : public CSemaphoreKind
+{
+};
+
+TEST_P(CSemaphoreThreads, ASignalWakesABlockedWait)
+{
+    const CSemaphore request(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    const CSemaphore answer(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    int nData = 0;
+    std::thread other(
+        [&]
+        {
+            for (int n = 0; n < 500; ++n)
+            {
+                if (!request.Wait()) return;
+                ++nData;
+                answer.Signal(n % 8 == 0);
+            }
+        });
+    for (int n = 0; n < 500; ++n)
+    {
+        ++nData;
+        request.Signal(false);
+        ASSERT_TRUE(answer.Wait(ULONG_MAX));
+        ASSERT_EQ(2 * (n + 1), nData);
+    }
+    other.join();
+}
+
+TEST_P(CSemaphoreThreads, EverySignalLetsExactlyOneWaiterThrough)
+{
+    constexpr unsigned int uWAITERS = 4;
+    constexpr unsigned int uEACH = 250;
+    const CSemaphore passed(0, 50, false);
+    const CSemaphore sem(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    std::vector<std::thread> waiters;
+    for (unsigned int u = 0; u < uWAITERS; ++u)
+    {
+        waiters.emplace_back(
+            [&]
+            {
+                for (unsigned int uRound = 0; uRound < uEACH; ++uRound)
+                {
+                    EXPECT_TRUE(sem.Wait());
+                    passed.Signal(false);
+                }
+            });
+    }
+    for (unsigned int u = 0; u < uWAITERS * uEACH; ++u)
+    {
+        sem.Signal(false);
+        ASSERT_TRUE(passed.Wait());
+    }
+    for (std::thread& rWaiter : waiters) rWaiter.join();
+    EXPECT_EQ(0u, Drain(sem));
+    EXPECT_EQ(0u, Drain(passed));
+}
+
+TEST_P(CSemaphoreThreads, ATimedWaitEndsWithTheSignalOfAnotherThread)
+{
+    if (!m_rstKind.bTimedWait) return;
+    const CSemaphore started(0, 5, false);
+    const CSemaphore sem(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
+    bool bTaken = false;
+    std::thread waiter(
+        [&]
+        {
+            started.Signal(false);
+            bTaken = sem.Wait(g_uHOUR_MS);
+        });
+    ASSERT_TRUE(started.Wait());
+    sem.Signal(true);
+    waiter.join();
+    EXPECT_TRUE(bTaken);
+    EXPECT_EQ(0u, Drain(sem));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CSemaphoreThreads, testing::ValuesIn(g_astKINDS, g_astKINDS + 4),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST(CSemaphoreLayout, HasTheTwoDestructorsForSlots)
+{
+    const CSemaphore sem(0, 1, false);
+    EXPECT_EQ((std::vector<std::string>{"_ZN10CSemaphoreD1Ev", "_ZN10CSemaphoreD0Ev"}), VtableSlots(&sem));
+}
+
+TEST(CBinarySemaphore, IsASemaphoreOfMaximumOne)
+{
+    for (bool bTimedWait : {false, true})
+    {
+        const CBinarySemaphore taken(CBinarySemaphore::eTAKEN, bTimedWait);
+        EXPECT_EQ(VtableSlots(&taken)[0], "_ZN10CSemaphoreD1Ev");
+        EXPECT_EQ(0u, LoadAt<unsigned int>(&taken, g_uCOUNT_AT));
+        EXPECT_EQ(1u, LoadAt<unsigned int>(&taken, g_uMAX_COUNT_AT));
+        EXPECT_EQ(bTimedWait, LoadAt<bool>(&taken, g_uTIMED_WAIT_AT));
+        const CBinarySemaphore free(CBinarySemaphore::eFREE, bTimedWait);
+        EXPECT_EQ(1u, LoadAt<unsigned int>(&free, g_uCOUNT_AT));
+    }
+}
+
+TEST(CBinarySemaphore, StartsAsTold)
+{
+    EXPECT_EQ(0u, Drain(CBinarySemaphore(CBinarySemaphore::eTAKEN, false)));
+    EXPECT_EQ(1u, Drain(CBinarySemaphore(CBinarySemaphore::eFREE, false)));
+}
+
+TEST(CBinarySemaphore, SignalledTwiceWhileFreeAdmitsOneWait)
+{
+    const CBinarySemaphore sem(CBinarySemaphore::eFREE, true);
+    sem.Signal(false);
+    sem.Signal(true);
+    EXPECT_TRUE(sem.Wait());
+    EXPECT_FALSE(sem.Wait(0));
+    sem.Signal(false);
+    sem.Signal(false);
+    EXPECT_EQ(1u, Drain(sem));
+}
+
+TEST(CBinarySemaphore, TryingNeverBlocks)
+{
+    const CBinarySemaphore sem(CBinarySemaphore::eTAKEN, false);
+    EXPECT_FALSE(sem.Wait(0));
+    sem.Signal(false);
+    EXPECT_TRUE(sem.Wait(0));
+    EXPECT_FALSE(sem.Wait(0));
+}
+
+TEST(CBinarySemaphore, WaitsWithATimeOutOnlyWhenBuiltForIt)
+{
+    const CBinarySemaphore untimed(CBinarySemaphore::eFREE, false);
+    EXPECT_FALSE(untimed.Wait(1000));
+    EXPECT_TRUE(untimed.Wait(0));
+    const CBinarySemaphore timed(CBinarySemaphore::eFREE, true);
+    EXPECT_TRUE(timed.Wait(1000));
+    EXPECT_FALSE(timed.Wait(10));
+}
+
+TEST(CBinarySemaphore, WakesAWaiterWhateverItWaitsFor)
+{
+    for (unsigned long uTimeoutMs : {g_uHOUR_MS, ULONG_MAX})
+    {
+        const CBinarySemaphore sem(CBinarySemaphore::eTAKEN, true);
+        bool bTaken = false;
+        std::thread waiter([&] { bTaken = sem.Wait(uTimeoutMs); });
+        sem.Signal(true);
+        waiter.join();
+        EXPECT_TRUE(bTaken);
+        EXPECT_FALSE(sem.Wait(0));
+    }
+}

@@ -1,0 +1,67 @@
+// strerror() and the library's locks are replaced here, to see the one under the other.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "framework/kernel/mutex.h"
+#include "framework/kernel/string_format.h"
+
+namespace
+{
+int g_nHeld = 0;
+int g_nLocks = 0;
+std::vector<int> g_heldDuring;
+char g_achText[] = "text of the system";
+bool g_bReplaced = false;
+}  // namespace
+
+void CMutex::Lock() const
+{
+    pthread_mutex_lock(&m_mutex);
+    ++g_nHeld;
+    ++g_nLocks;
+}
+
+void CMutex::Unlock() const
+{
+    --g_nHeld;
+    pthread_mutex_unlock(&m_mutex);
+}
+
+extern "C" QV_EXPORT char* strerror(int) noexcept
+{
+    if (g_bReplaced) g_heldDuring.push_back(g_nHeld);
+    return g_achText;
+}
+
+TEST(CStrErrorLock, IsHeldWhileTheSystemIsAsked)
+{
+    char achBuffer[32];
+    g_bReplaced = true;
+    EXPECT_EQ(18, QvStrErrorReentrant(achBuffer, sizeof(achBuffer), 5));
+    g_bReplaced = false;
+    EXPECT_EQ(std::vector<int>{1}, g_heldDuring);
+    EXPECT_EQ(0, g_nHeld);
+    EXPECT_STREQ(g_achText, achBuffer);
+}
+
+TEST(CStrErrorLock, IsTheOnlyOneThatFormattingTakes)
+{
+    char achBuffer[32];
+    unsigned char auOut[8];
+    const int nBefore = g_nLocks;
+    QvSnprintf(achBuffer, 4, "%s", "abcdef");
+    QvUnsignedInt64ToString(achBuffer, 32, 12345, 10);
+    QvStringToUnsignedInt64("123", nullptr, 10);
+    AsciiToHex(false, auOut, 1, auOut + 4, 3);
+    EXPECT_EQ(nBefore, g_nLocks);
+}
+
+TEST(CStringFormatModule, ComesUpAgainAfterAShutDown)
+{
+    FinalizeQvStringFormat();
+    EXPECT_EQ(QV_RES_OK, InitializeQvStringFormat());
+    char achBuffer[32];
+    EXPECT_EQ(18, QvStrErrorReentrant(achBuffer, sizeof(achBuffer), 5));
+}

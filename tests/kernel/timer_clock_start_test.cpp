@@ -1,0 +1,438 @@
+// The exact arithmetic of the timer: clock, tick rate and waits are replaced by what a test says, so nothing here takes
+// time.
+#include <gtest/gtest.h>
+#include <sys/times.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdint>
+#include <thread>
+#include <vector>
+
+#include "framework/kernel/timer.h"
+#include "tests/support/object_bytes.h"
+
+namespace
+{
+constexpr std::size_t g_uNEXT_AT = 8;
+constexpr std::size_t g_uPERIOD_AT = 16;
+
+clock_t g_nTicks = 0;
+int g_nReadings = 0;
+void (*g_pfnReading)() = nullptr;
+long g_nTickRate = 1000;
+
+/// The time-outs that were waited for, and what those waits answer.
+std::vector<unsigned long> g_timeouts;
+bool g_bStopped = false;
+std::vector<bool> g_signals;
+}  // namespace
+
+extern "C" QV_EXPORT clock_t times(tms* pstTimes) noexcept
+{
+    if (pstTimes != nullptr) *pstTimes = tms{};
+    ++g_nReadings;
+    if (g_pfnReading != nullptr) g_pfnReading();
+    return g_nTicks;
+}
+
+// Sanitizers ask it before they are ready for instrumented code, or for dlsym().
+#if __has_attribute(disable_sanitizer_instrumentation)
+#define NOT_INSTRUMENTED __attribute__((disable_sanitizer_instrumentation))
+#else
+#define NOT_INSTRUMENTED
+#endif
+extern "C" long __sysconf(int nName) noexcept;
+extern "C" QV_EXPORT NOT_INSTRUMENTED long sysconf(int nName) noexcept
+{
+    return nName == _SC_CLK_TCK ? g_nTickRate : __sysconf(nName);
+}
+
+bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
+{
+    // Starting a cycle tries the semaphore; that is left to the real one, and so is a wait that has come to its end.
+    if (uTimeoutMs == 0 && g_timeouts.empty()) return m_sem.Wait(0);
+    g_timeouts.push_back(uTimeoutMs);
+    return g_bStopped;
+}
+
+void CBinarySemaphore::Signal(bool bYield) const
+{
+    g_signals.push_back(bYield);
+    m_sem.Signal(bYield);
+}
+
+namespace
+{
+class CTimerProbe : public CTimer
+{
+public:
+    using CTimer::ms_aumutexThreadingProtection;
+    using CTimer::ms_ausemWait;
+    using CTimer::ms_pmutexThreadingProtection;
+    using CTimer::ms_psemWait;
+    using CTimer::ms_uLastSysUpTimeTick;
+    using CTimer::ms_uSysUpTimeTick;
+    using CTimer::ms_uTickPerSec;
+
+    uint64_t Next() const { return LoadAt<uint64_t>(this, g_uNEXT_AT); }
+    uint64_t Period() const { return LoadAt<uint64_t>(this, g_uPERIOD_AT); }
+};
+
+/// The module, come up with a tick rate.
+class CTimerClock : public testing::Test
+{
+protected:
+    CTimerClock() { Restart(100); }
+    ~CTimerClock() override { FinalizeCTimer(); }
+
+    static void Restart(long nTickRate)
+    {
+        if (CTimerProbe::ms_psemWait != nullptr) FinalizeCTimer();
+        g_nTickRate = nTickRate;
+        g_nTicks = 0;
+        g_nReadings = 0;
+        g_pfnReading = nullptr;
+        EXPECT_EQ(QV_RES_OK, InitializeCTimer());
+    }
+    static uint64_t UpTimeAt(clock_t nTicks)
+    {
+        g_nTicks = nTicks;
+        return CTimer::GetSystemUpTimeMs();
+    }
+};
+}  // namespace
+
+TEST_F(CTimerClock, StartsWithNoTicksAndTheRateOfTheSystem)
+{
+    for (long nRate : {100, 128, 1000})
+    {
+        Restart(nRate);
+        EXPECT_EQ(0u, CTimerProbe::ms_uSysUpTimeTick);
+        EXPECT_EQ(0u, CTimerProbe::ms_uLastSysUpTimeTick);
+        EXPECT_EQ(static_cast<uint32_t>(nRate), CTimerProbe::ms_uTickPerSec);
+    }
+    EXPECT_EQ(0, g_nReadings) << "the clock is first read when somebody asks";
+}
+
+TEST_F(CTimerClock, TheFirstReadingCountsWhole)
+{
+    EXPECT_EQ(123450u, UpTimeAt(12345));
+    EXPECT_EQ(12345u, CTimerProbe::ms_uSysUpTimeTick);
+    EXPECT_EQ(12345u, CTimerProbe::ms_uLastSysUpTimeTick);
+}
+
+TEST_F(CTimerClock, LaterReadingsAddTheirDistance)
+{
+    UpTimeAt(1000);
+    EXPECT_EQ(10000u, UpTimeAt(1000));
+    EXPECT_EQ(10010u, UpTimeAt(1001));
+    EXPECT_EQ(30000u, UpTimeAt(3000));
+}
+
+TEST_F(CTimerClock, AReadingThatWrapsGoesOnCounting)
+{
+    const uint64_t uBefore = UpTimeAt(4294967290);
+    EXPECT_EQ(42949672900u, uBefore);
+    EXPECT_EQ(uBefore + 110, UpTimeAt(5));
+    EXPECT_EQ(uBefore + 120, UpTimeAt(6));
+    EXPECT_EQ(4294967302u, CTimerProbe::ms_uSysUpTimeTick);
+}
+
+TEST_F(CTimerClock, WrapsAnyNumberOfTimes)
+{
+    uint64_t uTicks = 0;
+    for (int n = 0; n < 20; ++n)
+    {
+        uTicks += 3000000000;
+        EXPECT_EQ(uTicks * 10, UpTimeAt(static_cast<clock_t>(uTicks & 0xFFFFFFFF)));
+    }
+}
+
+TEST_F(CTimerClock, OnlyTheLowerHalfOfAReadingCounts)
+{
+    EXPECT_EQ(70u, UpTimeAt(0x700000007));
+    EXPECT_EQ(90u, UpTimeAt(0x900000009));
+    EXPECT_EQ(9u, CTimerProbe::ms_uLastSysUpTimeTick);
+}
+
+TEST_F(CTimerClock, TheSameReadingAgainIsNoWrap)
+{
+    EXPECT_EQ(42949672950u, UpTimeAt(-1));
+    EXPECT_EQ(42949672950u, UpTimeAt(-1));
+}
+
+TEST_F(CTimerClock, MultipliesFirstAndThenCutsTheQuotient)
+{
+    Restart(128);
+    EXPECT_EQ(7u, UpTimeAt(1));
+    EXPECT_EQ(15u, UpTimeAt(2));
+    EXPECT_EQ(992u, UpTimeAt(127));
+    EXPECT_EQ(1000u, UpTimeAt(128));
+    Restart(3);
+    EXPECT_EQ(333u, UpTimeAt(1));
+    Restart(60);
+    EXPECT_EQ(16u, UpTimeAt(1));
+}
+
+TEST_F(CTimerClock, MultipliesIn64Bits)
+{
+    CTimerProbe::ms_uSysUpTimeTick = 100000000000000;
+    EXPECT_EQ(1000000000000000u, UpTimeAt(0));
+    // 2^62 * 1000 is a multiple of 2^64.
+    CTimerProbe::ms_uSysUpTimeTick = uint64_t{1} << 62;
+    EXPECT_EQ(20u, UpTimeAt(2));
+}
+
+TEST_F(CTimerClock, IsReadOnceACallWithTheMutexHeld)
+{
+    static bool bFreeForOthers = true;
+    g_pfnReading = []
+    {
+        std::thread other(
+            []
+            {
+                bFreeForOthers = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
+                if (bFreeForOthers) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
+            });
+        other.join();
+    };
+    UpTimeAt(1);
+    EXPECT_FALSE(bFreeForOthers);
+    EXPECT_EQ(1, g_nReadings);
+    g_pfnReading = nullptr;
+
+    bool bFreeAfterwards = false;
+    std::thread other(
+        [&]
+        {
+            bFreeAfterwards = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
+            if (bFreeAfterwards) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
+        });
+    other.join();
+    EXPECT_TRUE(bFreeAfterwards);
+}
+
+TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)
+{
+    UpTimeAt(500);
+    FinalizeCTimer();
+    EXPECT_EQ(QV_RES_OK, CTimer::InitializeCTimer());
+    EXPECT_EQ(0u, CTimerProbe::ms_uSysUpTimeTick);
+    EXPECT_EQ(0u, CTimerProbe::ms_uLastSysUpTimeTick);
+    EXPECT_EQ(5010u, UpTimeAt(501));
+}
+
+TEST_F(CTimerClock, TheModuleKeepsItsLocksInStaticStorage)
+{
+    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_aumutexThreadingProtection),
+              CTimerProbe::ms_pmutexThreadingProtection);
+    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_ausemWait), CTimerProbe::ms_psemWait);
+    // Taken, of maximum 1, and built for time-outs.
+    EXPECT_EQ(0u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 8));
+    EXPECT_EQ(1u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 12));
+    EXPECT_TRUE(LoadAt<bool>(CTimerProbe::ms_psemWait, 136));
+
+    CTimer::FinalizeCTimer();
+    EXPECT_EQ(nullptr, CTimerProbe::ms_pmutexThreadingProtection);
+    EXPECT_EQ(nullptr, CTimerProbe::ms_psemWait);
+    EXPECT_EQ(std::vector<unsigned char>(sizeof(CMutex) - sizeof(void*)),
+              BytesAt(CTimerProbe::ms_aumutexThreadingProtection, sizeof(void*), sizeof(CMutex) - sizeof(void*)))
+        << "the mutex was not destroyed";
+    EXPECT_EQ(QV_RES_OK, InitializeCTimer());
+}
+
+namespace
+{
+/// A timer in a world where a tick is a millisecond and time stands still.
+class CTimerCycle : public CTimerClock
+{
+protected:
+    CTimerCycle()
+    {
+        Restart(1000);
+        g_timeouts.clear();
+        g_signals.clear();
+        g_bStopped = false;
+        SetNow(5000);
+    }
+
+    static void SetNow(uint64_t uMs)
+    {
+        CTimerProbe::ms_uSysUpTimeTick = uMs;
+        g_nTicks = CTimerProbe::ms_uLastSysUpTimeTick;
+    }
+    /// One CyclicWait() at a time: what it answered and which time-outs it waited for.
+    void ExpectWait(uint64_t uNow, bool bResynchronize, bool bWant, const std::vector<unsigned long>& rTimeouts)
+    {
+        SCOPED_TRACE(testing::Message() << "at " << uNow);
+        SetNow(uNow);
+        g_timeouts.assign(1, g_uMARK);
+        EXPECT_EQ(bWant, m_timer.CyclicWait(bResynchronize));
+        g_timeouts.erase(g_timeouts.begin());
+        EXPECT_EQ(rTimeouts, g_timeouts);
+        g_timeouts.clear();
+    }
+
+    CTimerProbe m_timer;
+
+private:
+    /// Keeps the list from being empty, so that every wait is recorded.
+    static constexpr unsigned long g_uMARK = 1;
+};
+}  // namespace
+
+TEST_F(CTimerCycle, ANewTimerIsIdle)
+{
+    EXPECT_EQ(0u, m_timer.Next());
+    EXPECT_EQ(0u, m_timer.Period());
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "free";
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 12));
+    EXPECT_TRUE(LoadAt<bool>(&m_timer, 24 + 136)) << "built for time-outs";
+}
+
+TEST_F(CTimerCycle, StartKeepsThePeriodAndTheMoment)
+{
+    EXPECT_TRUE(m_timer.StartCyclicWait(100));
+    EXPECT_EQ(5000u, m_timer.Next());
+    EXPECT_EQ(100u, m_timer.Period());
+    EXPECT_EQ(0u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "taken";
+}
+
+TEST_F(CTimerCycle, ASecondStartIsFalseAndChangesNothing)
+{
+    EXPECT_TRUE(m_timer.StartCyclicWait(100));
+    SetNow(6000);
+    EXPECT_FALSE(m_timer.StartCyclicWait(200));
+    EXPECT_EQ(5000u, m_timer.Next());
+    EXPECT_EQ(100u, m_timer.Period());
+}
+
+TEST_F(CTimerCycle, WaitsForWhatIsLeftOfThePeriod)
+{
+    m_timer.StartCyclicWait(100);
+    ExpectWait(5000, false, true, {100});
+    EXPECT_EQ(5100u, m_timer.Next());
+    ExpectWait(5130, true, true, {70});
+    EXPECT_EQ(5200u, m_timer.Next());
+    ExpectWait(5299, false, true, {1});
+    EXPECT_EQ(5300u, m_timer.Next());
+    ExpectWait(5400, true, true, {0});
+    EXPECT_EQ(5400u, m_timer.Next());
+}
+
+TEST_F(CTimerCycle, APeriodOfMoreThan32BitsIsWaitedForWhole)
+{
+    m_timer.StartCyclicWait(0x123456789A);
+    ExpectWait(5001, false, true, {0x1234567899});
+    EXPECT_EQ(5000u + 0x123456789A, m_timer.Next());
+}
+
+TEST_F(CTimerCycle, ALatePeriodOf350MsReturnsThreeTimesAtOnceAndThenIsBackOnTheGrid)
+{
+    m_timer.StartCyclicWait(100);
+    ExpectWait(5000, false, true, {100});
+    ExpectWait(5450, false, true, {});
+    ExpectWait(5450, false, true, {});
+    ExpectWait(5450, false, true, {});
+    EXPECT_EQ(5400u, m_timer.Next());
+    ExpectWait(5450, false, true, {50});
+    ExpectWait(5500, false, true, {100});
+    EXPECT_EQ(5600u, m_timer.Next());
+}
+
+struct SResync
+{
+    uint64_t uPeriodMs;
+    uint64_t uNow;
+    uint64_t uWantNext;
+};
+
+class CTimerResync : public CTimerCycle, public testing::WithParamInterface<SResync>
+{
+};
+
+TEST_P(CTimerResync, BeginsThePeriodAtNowPlusTheUnsignedRemainderModuloThePeriod)
+{
+    m_timer.StartCyclicWait(GetParam().uPeriodMs);
+    ExpectWait(GetParam().uNow, true, true, {});
+    EXPECT_EQ(GetParam().uWantNext, m_timer.Next());
+    EXPECT_EQ(GetParam().uPeriodMs, m_timer.Period());
+}
+
+// 2^64 is 18446744073709551616: 16 modulo 100, 0 modulo 256, 2 modulo 7, 616 modulo 1000.
+INSTANTIATE_TEST_SUITE_P(Table, CTimerResync,
+                         testing::Values(SResync{100, 5350, 5350 + 66}, SResync{100, 5101, 5101 + 15},
+                                         SResync{100, 5116, 5116}, SResync{256, 5000 + 256 + 250, 5506 + 6},
+                                         SResync{7, 5010, 5010 + 6}, SResync{1000, 6001, 6001 + 615},
+                                         SResync{1, 5002, 5002}));
+
+TEST_F(CTimerCycle, AResynchronisedCycleWaitsFromItsNewBeginning)
+{
+    m_timer.StartCyclicWait(100);
+    ExpectWait(5350, true, true, {});
+    ExpectWait(5350, true, true, {166});
+    EXPECT_EQ(5516u, m_timer.Next());
+}
+
+TEST_F(CTimerCycle, AStopWhileWaitingIsFalseAndLeavesTheTimerIdle)
+{
+    m_timer.StartCyclicWait(100);
+    g_bStopped = true;
+    ExpectWait(5020, false, false, {80});
+    EXPECT_EQ((std::vector<bool>{false}), g_signals);
+    EXPECT_EQ(5100u, m_timer.Next()) << "moved on as by any wait";
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "free again";
+    EXPECT_TRUE(m_timer.StartCyclicWait(10));
+}
+
+TEST_F(CTimerCycle, AWaitThatIsNotStoppedSignalsNothing)
+{
+    m_timer.StartCyclicWait(100);
+    ExpectWait(5020, false, true, {80});
+    ExpectWait(9020, false, true, {});
+    ExpectWait(9020, true, true, {});
+    EXPECT_EQ(std::vector<bool>(), g_signals);
+}
+
+TEST_F(CTimerCycle, StopClearsBothTimesAndSignals)
+{
+    m_timer.StartCyclicWait(100);
+    m_timer.StopCyclicWait();
+    EXPECT_EQ(0u, m_timer.Next());
+    EXPECT_EQ(0u, m_timer.Period());
+    EXPECT_EQ(1u, g_signals.size());
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8));
+}
+
+TEST_F(CTimerCycle, StopsOfAnIdleTimerDoNotAddUp)
+{
+    m_timer.StopCyclicWait();
+    m_timer.StopCyclicWait();
+    EXPECT_TRUE(m_timer.StartCyclicWait(100));
+    EXPECT_FALSE(m_timer.StartCyclicWait(100));
+}
+
+TEST_F(CTimerCycle, AfterAStopEveryWaitIsTrueAtOnce)
+{
+    m_timer.StartCyclicWait(100);
+    m_timer.StopCyclicWait();
+    ExpectWait(5000, false, true, {});
+    ExpectWait(5000, true, true, {});
+    ExpectWait(5001, true, true, {});
+    EXPECT_EQ(0u, m_timer.Period());
+}
+
+TEST_F(CTimerCycle, APeriodOfNothingIsOverAtOnceEvenWhenLate)
+{
+    EXPECT_TRUE(m_timer.StartCyclicWait(0));
+    ExpectWait(5000, true, true, {0});
+    ExpectWait(5001, true, true, {});
+    ExpectWait(5001, false, true, {});
+}
+
+TEST_F(CTimerCycle, APeriodThatReachesTheSignBitIsLate)
+{
+    m_timer.StartCyclicWait(uint64_t{1} << 63);
+    ExpectWait(4000, false, true, {});
+}

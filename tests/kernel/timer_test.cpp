@@ -1,0 +1,134 @@
+#include "framework/kernel/timer.h"
+
+#include <gtest/gtest.h>
+#include <sys/times.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+#include "tests/support/vtable.h"
+
+static_assert(std::is_polymorphic_v<CTimer> && std::has_virtual_destructor_v<CTimer>);
+static_assert(sizeof(CTimer) == 3 * sizeof(uint64_t) + sizeof(CBinarySemaphore));
+
+namespace
+{
+/// Told of each wait for the end of a period, once the wait can no longer miss a stop.
+std::atomic<const CSemaphore*> g_pWaiting{nullptr};
+
+uint64_t TicksToMs(uint64_t uTicks)
+{
+    return uTicks * 1000 / static_cast<uint64_t>(sysconf(_SC_CLK_TCK));
+}
+
+uint64_t SystemTicks()
+{
+    tms stTimes;
+    return static_cast<uint32_t>(times(&stTimes));
+}
+}  // namespace
+
+// Found by the library before its own: announces the wait, and is otherwise the same.
+bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
+{
+    const CSemaphore* const pWaiting = uTimeoutMs != 0 ? g_pWaiting.load() : nullptr;
+    if (pWaiting != nullptr) pWaiting->Signal(false);
+    return m_sem.Wait(uTimeoutMs);
+}
+
+TEST(CTimerLayout, HasTheTwoDestructorsForSlots)
+{
+    const CTimer timer;
+    EXPECT_EQ((std::vector<std::string>{"_ZN6CTimerD1Ev", "_ZN6CTimerD0Ev"}), VtableSlots(&timer));
+}
+
+TEST(CTimerUpTime, IsThatOfTheSystem)
+{
+    const uint64_t uBefore = SystemTicks();
+    const uint64_t uUpTime = CTimer::GetSystemUpTimeMs();
+    const uint64_t uAfter = SystemTicks();
+    if (uAfter < uBefore) return;  // wrapped just now, which is tested elsewhere
+    EXPECT_LE(TicksToMs(uBefore), uUpTime);
+    EXPECT_GE(TicksToMs(uAfter), uUpTime);
+}
+
+TEST(CTimerUpTime, NeverRunsBackwardsInAnyThread)
+{
+    std::vector<std::thread> threads;
+    for (int n = 0; n < 4; ++n)
+    {
+        threads.emplace_back(
+            []
+            {
+                uint64_t uLast = 0;
+                for (int nCall = 0; nCall < 3000; ++nCall)
+                {
+                    const uint64_t uNow = CTimer::GetSystemUpTimeMs();
+                    ASSERT_LE(uLast, uNow);
+                    uLast = uNow;
+                }
+            });
+    }
+    for (std::thread& rThread : threads) rThread.join();
+}
+
+TEST(CTimerCycle, WaitsOutItsPeriods)
+{
+    CTimer timer;
+    const uint64_t uStart = CTimer::GetSystemUpTimeMs();
+    ASSERT_TRUE(timer.StartCyclicWait(20));
+    for (int n = 0; n < 3; ++n) EXPECT_TRUE(timer.CyclicWait(false));
+    // By two clocks: the waits end by the wall clock, a tick or two beside the tick count.
+    EXPECT_GE(CTimer::GetSystemUpTimeMs() + 30, uStart + 60);
+}
+
+TEST(CTimerCycle, IsStoppedByAnotherThreadWhileItWaits)
+{
+    for (int nRound = 0; nRound < 20; ++nRound)
+    {
+        const CSemaphore waiting(0, 5, false);
+        CTimer timer;
+        ASSERT_TRUE(timer.StartCyclicWait(3600000));
+        g_pWaiting = &waiting;
+        bool bElapsed = true;
+        std::thread waiter([&] { bElapsed = timer.CyclicWait(nRound % 2 == 0); });
+        ASSERT_TRUE(waiting.Wait());
+        g_pWaiting = nullptr;
+        timer.StopCyclicWait();
+        waiter.join();
+        EXPECT_FALSE(bElapsed);
+        EXPECT_TRUE(timer.StartCyclicWait(1)) << "idle again";
+        EXPECT_FALSE(timer.StartCyclicWait(1));
+    }
+}
+
+TEST(CTimerCycle, MayBeStoppedByManyThreads)
+{
+    const CSemaphore waiting(0, 5, false);
+    CTimer timer;
+    ASSERT_TRUE(timer.StartCyclicWait(3600000));
+    g_pWaiting = &waiting;
+    bool bElapsed = true;
+    std::thread waiter([&] { bElapsed = timer.CyclicWait(false); });
+    ASSERT_TRUE(waiting.Wait());
+    g_pWaiting = nullptr;
+    std::vector<std::thread> stoppers;
+    for (int n = 0; n < 3; ++n) stoppers.emplace_back([&] { timer.StopCyclicWait(); });
+    for (std::thread& rStopper : stoppers) rStopper.join();
+    waiter.join();
+    EXPECT_FALSE(bElapsed);
+    EXPECT_TRUE(timer.StartCyclicWait(1));
+}
+
+TEST(CTimer, IsDestroyedThroughItsVirtualDestructorWhileCycling)
+{
+    CTimer* const pTimer = new CTimer;
+    EXPECT_TRUE(pTimer->StartCyclicWait(5));
+    delete pTimer;
+}
