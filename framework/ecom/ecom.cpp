@@ -1,5 +1,6 @@
 #include "framework/ecom/ecom.h"
 
+#include <algorithm>
 #include <new>
 
 #include "framework/kernel/mutex.h"
@@ -20,9 +21,18 @@ CMutex* g_pmutex = nullptr;
 // The size of the registry if there is no such class. The caller holds the mutex.
 unsigned int IndexOf(const SEComGuid* pClsid)
 {
-    unsigned int uIndex = 0;
-    while (uIndex < g_pRegistry->GetSize() && !IsEqualEComCLSID((*g_pRegistry)[uIndex].pClsid, pClsid)) ++uIndex;
-    return uIndex;
+    const SEComClsInfo* const pstBegin = g_pRegistry->begin();
+    const SEComClsInfo* const pstEnd = g_pRegistry->end();
+    // Mostly it is the very identifier that was registered. No two in the registry are equal, so the order of the two
+    // searches does not show.
+    const auto isSame = [pClsid](const SEComClsInfo& rstInfo) { return rstInfo.pClsid == pClsid; };
+    const SEComClsInfo* pstFound = std::find_if(pstBegin, pstEnd, isSame);
+    if (pstFound == pstEnd)
+    {
+        const auto isEqual = [pClsid](const SEComClsInfo& rstInfo) { return IsEqualEComCLSID(rstInfo.pClsid, pClsid); };
+        pstFound = std::find_if(pstBegin, pstEnd, isEqual);
+    }
+    return static_cast<unsigned int>(pstFound - pstBegin);
 }
 
 QvResult CreateObject(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown, CEComUnknown*& rpObject)
