@@ -2,15 +2,20 @@
 #define FRAMEWORK_FRAMEWORK_H
 
 /// Every public header of the library.
+#include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
 #include "framework/basic/calendar.h"
+#include "framework/basic/list.h"
 #include "framework/basic/marshaler.h"
+#include "framework/basic/ordered_sequence.h"
 #include "framework/basic/pool.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "framework/basic/typed_elements.h"
 #include "framework/basic/vector.h"
+#include "framework/basic/vector_list.h"
 #include "framework/crypto/aes.h"
 #include "framework/crypto/base64.h"
 #include "framework/crypto/cipher.h"

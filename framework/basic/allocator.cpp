@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "framework/kernel/unused_parameter.h"
 
@@ -83,6 +84,11 @@ CBlockAllocator::CBlockAllocator(const CBlockAllocator& rOther)
 {
 }
 
+CBlockAllocator::CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize)
+    : CBlockAllocator(std::max(rOther.m_uBlockSize, uMinBlockSize), rOther.m_pAllocator)
+{
+}
+
 CBlockAllocator::~CBlockAllocator()
 {
     Reduce(0);
@@ -130,9 +136,17 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
 void CBlockAllocator::Push(void* pBlock)
 {
     if (pBlock == nullptr) return;
-    m_pHead = new (pBlock) IAllocator::SBlock{m_pHead};
-    if (m_pTail == nullptr) m_pTail = m_pHead;
-    ++m_uBlockCount;
+    IAllocator::SBlock* const pPushed = new (pBlock) IAllocator::SBlock{nullptr};
+    PushChain(pPushed, pPushed, 1);
+}
+
+void CBlockAllocator::Exchange(CBlockAllocator& rOther)
+{
+    std::swap(m_pAllocator, rOther.m_pAllocator);
+    std::swap(m_pHead, rOther.m_pHead);
+    std::swap(m_pTail, rOther.m_pTail);
+    std::swap(m_uBlockCount, rOther.m_uBlockCount);
+    std::swap(m_uBlockSize, rOther.m_uBlockSize);
 }
 
 unsigned int CBlockAllocator::GetBlockCount() const

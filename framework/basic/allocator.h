@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_BASIC_ALLOCATOR_H
 #define FRAMEWORK_BASIC_ALLOCATOR_H
+#include <new>
+
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 #include "framework/kernel/singleton.h"
@@ -68,6 +70,8 @@ public:
     CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator);
     /// Same source and block size; the free list is not shared and starts empty.
     CBlockAllocator(const CBlockAllocator& rOther);
+    /// The same, with blocks of at least uMinBlockSize bytes.
+    CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
     CBlockAllocator& operator=(const CBlockAllocator&) = delete;
     /// Returns the free blocks to the source.
     virtual ~CBlockAllocator();
@@ -92,12 +96,25 @@ public:
     /// Takes a block back; null is ignored.
     virtual void Push(void* pBlock);
 
+    /// Exchanges everything: source, block size and free list.
+    void Exchange(CBlockAllocator& rOther);
+
     /// The number of free blocks.
     unsigned int GetBlockCount() const;
+    bool HasFree() const { return m_pHead != nullptr; }
 
     /// Equal when both have the same source, so that each can take the other's blocks (of its size) back.
     bool operator==(const CBlockAllocator& rOther) const;
     bool operator!=(const CBlockAllocator& rOther) const;
+
+    /// Push() of blocks that are a chain already, the one to be popped first at its head; none may be null.
+    void PushChain(IAllocator::SBlock* pFirst, IAllocator::SBlock* pLast, unsigned int uCount)
+    {
+        pLast->pNext = m_pHead;
+        if (m_pTail == nullptr) m_pTail = pLast;
+        m_pHead = pFirst;
+        m_uBlockCount += uCount;
+    }
 
 private:
     void* PopReserving();

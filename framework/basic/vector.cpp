@@ -4,98 +4,17 @@
 #include <stdint.h>
 
 #include <algorithm>
-#include <memory>
 
-#include "framework/basic/ordered_sequence.h"
-#include "framework/kernel/unused_parameter.h"
+#include "framework/basic/container_members.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
 
 template class CVector<void*>;
 
-namespace
-{
-// What a callback needs to judge elements.
-struct SComparison
-{
-    PFNCompareElements pfnCompare;
-    unsigned int uParam;
-
-    int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
-};
-
-// Elements of a size that the compiler knows: moved as machine words.
-template <size_t SIZE>
-class CFixedElements
-{
-public:
-    CFixedElements(unsigned char* puStorage, size_t, unsigned char* puHeld, const SComparison& rCompare)
-        : m_puStorage(puStorage), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), SIZE); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), SIZE); }
-    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, SIZE); }
-
-private:
-    unsigned char* At(unsigned int uIndex) const { return m_puStorage + size_t{uIndex} * SIZE; }
-
-    unsigned char* m_puStorage;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-
-// Elements of any other size, as bytes.
-class CByteElements
-{
-public:
-    CByteElements(unsigned char* puStorage, size_t uSize, unsigned char* puHeld, const SComparison& rCompare)
-        : m_puStorage(puStorage), m_uSize(uSize), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { memcpy(m_puHeld, At(uIndex), m_uSize); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(At(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo) { memcpy(At(uTo), At(uFrom), m_uSize); }
-    void Place(unsigned int uIndex) { memcpy(At(uIndex), m_puHeld, m_uSize); }
-
-private:
-    unsigned char* At(unsigned int uIndex) const { return m_puStorage + uIndex * m_uSize; }
-
-    unsigned char* m_puStorage;
-    size_t m_uSize;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-
-// Elements that are made, copied and destroyed by their vector.
-class CConstructedElements
-{
-public:
-    CConstructedElements(CVectorBase& rVector, unsigned char* puHeld, const SComparison& rCompare)
-        : m_rVector(rVector), m_puHeld(puHeld), m_rCompare(rCompare)
-    {
-    }
-    void Hold(unsigned int uIndex) { m_rVector.ConstructFrom(m_puHeld, m_rVector.GetAt(uIndex)); }
-    bool IsAfterHeld(unsigned int uIndex) const { return m_rCompare(m_rVector.GetAt(uIndex), m_puHeld) > 0; }
-    void Shift(unsigned int uFrom, unsigned int uTo)
-    {
-        m_rVector.Destruct(m_rVector.GetAt(uTo));
-        m_rVector.ConstructFrom(m_rVector.GetAt(uTo), m_rVector.GetAt(uFrom));
-    }
-    void Place(unsigned int uIndex)
-    {
-        m_rVector.Destruct(m_rVector.GetAt(uIndex));
-        m_rVector.ConstructFrom(m_rVector.GetAt(uIndex), m_puHeld);
-        m_rVector.Destruct(m_puHeld);
-    }
-
-private:
-    CVectorBase& m_rVector;
-    unsigned char* m_puHeld;
-    const SComparison& m_rCompare;
-};
-}  // namespace
+ORVEL_DEFINE_SIZE_MEMBERS(CVectorBase)
+ORVEL_DEFINE_INDEX_MEMBERS(CVectorBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CVectorBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CVectorBase)
 
 CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CVectorBase(uSizeOfElement, true, pAllocator)
@@ -188,41 +107,6 @@ unsigned int CVectorBase::GetCapacity() const
     return m_uCapacity;
 }
 
-unsigned int CVectorBase::GetLockCapacity() const
-{
-    return m_uLockCapacity;
-}
-
-void CVectorBase::SetLockCapacity(unsigned int uLockCapacity)
-{
-    m_uLockCapacity = uLockCapacity;
-}
-
-unsigned int CVectorBase::GetSize() const
-{
-    return m_uSize;
-}
-
-bool CVectorBase::IsEmpty() const
-{
-    return m_uSize == 0;
-}
-
-unsigned int CVectorBase::GetFirstIndex() const
-{
-    return 0;
-}
-
-unsigned int CVectorBase::GetLastIndex() const
-{
-    return m_uSize - 1;
-}
-
-unsigned int CVectorBase::GetEndIndex() const
-{
-    return m_uSize;
-}
-
 QvResult CVectorBase::Resize(unsigned int uSize)
 {
     if (uSize > m_uCapacity) return QV_RES_INVALID_ARGUMENT;
@@ -292,27 +176,12 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
     return res;
 }
 
-QvResult CVectorBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
-}
-
 void* CVectorBase::Allocate(unsigned int uIndex)
 {
     if (uIndex > m_uSize || GrowTo(size_t{m_uSize} + 1) < 0) return nullptr;
     Move(this, uIndex + 1, this, uIndex, m_uSize - uIndex);
     ++m_uSize;
     return SlotAt(uIndex);
-}
-
-QvResult CVectorBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
-                                     void** ppElement)
-{
-    if (ppElement == nullptr) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
-    if (uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return QV_RES_ALREADY_EXISTS;
-    *ppElement = Allocate(uIndex);
-    return *ppElement != nullptr ? QV_RES_OK : QV_RES_FAIL;
 }
 
 void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -434,78 +303,12 @@ void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase*
                   });
 }
 
-void CVectorBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
-{
-    if (m_uSize < 2) return;
-    const SComparison compare{pfnCompare, uParam};
-    const std::unique_ptr<unsigned char[]> puHeld(new unsigned char[m_uElementSize]);
-    unsigned char* const puStorage = SlotAt(0);
-    using orvel_internal::ShellSort;
-    if (m_bConstruct) ShellSort(m_uSize, CConstructedElements(*this, puHeld.get(), compare));
-    else if (m_uElementSize == 4) ShellSort(m_uSize, CFixedElements<4>(puStorage, 4, puHeld.get(), compare));
-    else if (m_uElementSize == 8) ShellSort(m_uSize, CFixedElements<8>(puStorage, 8, puHeld.get(), compare));
-    else if (m_uElementSize == 16) ShellSort(m_uSize, CFixedElements<16>(puStorage, 16, puHeld.get(), compare));
-    else ShellSort(m_uSize, CByteElements(puStorage, m_uElementSize, puHeld.get(), compare));
-}
-
-unsigned int CVectorBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                               unsigned int uParam) const
-{
-    for (unsigned int uIndex = uStartIndex; uIndex < m_uSize; ++uIndex)
-    {
-        if (pfnCompare(SlotAt(uIndex), pKey, uParam) == 0) return uIndex;
-    }
-    return m_uSize;
-}
-
-unsigned int CVectorBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    const unsigned int uIndex = InternalFindSorted(pKey, pfnCompare, uParam);
-    return uIndex < m_uSize && pfnCompare(SlotAt(uIndex), pKey, uParam) == 0 ? uIndex : m_uSize;
-}
-
-unsigned int CVectorBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
-                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) < 0; });
-}
-
-unsigned int CVectorBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return orvel_internal::ExtremeIndex(m_uSize, [&](unsigned int uIndex, unsigned int uBest)
-                                        { return pfnCompare(SlotAt(uIndex), SlotAt(uBest), uParam) > 0; });
-}
-
-void CVectorBase::Construct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-void CVectorBase::ConstructFrom(void* pElement, const void* pSource)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pSource);
-}
-
-void CVectorBase::Destruct(void* pElement)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);
-}
-
-unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
-{
-    return orvel_internal::LowerBound(m_uSize,
-                                      [&](unsigned int uIndex) { return pfnCompare(SlotAt(uIndex), pKey, uParam); });
-}
-
 void CVectorBase::ExchangeContents(CVectorBase& rOther)
 {
-    std::swap(m_pAllocator, rOther.m_pAllocator);
-    std::swap(m_uCapacity, rOther.m_uCapacity);
-    std::swap(m_uLockCapacity, rOther.m_uLockCapacity);
-    std::swap(m_uSize, rOther.m_uSize);
-    std::swap(m_bConstruct, rOther.m_bConstruct);
-    std::swap(m_pvStorage, rOther.m_pvStorage);
+    using Vector = CVectorBase;
+    orvel_internal::ExchangeMembers(*this, rOther, &Vector::m_pAllocator, &Vector::m_uCapacity,
+                                    &Vector::m_uLockCapacity, &Vector::m_uSize, &Vector::m_bConstruct,
+                                    &Vector::m_pvStorage);
 }
 
 unsigned char* CVectorBase::SlotAt(unsigned int uIndex) const

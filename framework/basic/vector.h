@@ -3,17 +3,16 @@
 #include <stddef.h>
 #include <string.h>
 
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/typed_elements.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
-
-/// Orders a stored element against a key: negative, 0 or positive as it comes before, with or after it. uParam is
-/// handed through. It must have no side effects: searches may ask twice.
-typedef int (*PFNCompareElements)(const void* pElement, const void* pKey, unsigned int uParam);
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed face.
 ///
@@ -153,6 +152,30 @@ protected:
     /// Exchanges everything but the element size and the scratch element with a vector of the same element size.
     void ExchangeContents(CVectorBase& rOther);
 
+    /// Access to the elements, for what containers share; good until the capacity changes.
+    class CElementAccess
+    {
+    public:
+        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+
+        CElementAccess(const void* pvStorage, unsigned int uElementSize)
+            : m_puStorage(static_cast<const unsigned char*>(pvStorage)), m_uElementSize(uElementSize)
+        {
+        }
+        const void* operator()(unsigned int uIndex) const { return m_puStorage + uIndex * m_uElementSize; }
+
+    private:
+        const unsigned char* m_puStorage;
+        size_t m_uElementSize;
+    };
+    template <typename Compare>
+    QV_HIDDEN orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    {
+        return {m_uSize, CElementAccess(m_pvStorage, m_uElementSize), compare};
+    }
+    template <typename Compare>
+    QV_HIDDEN void SortElements(const Compare& rCompare);
+
     IAllocator* m_pAllocator;
     unsigned int m_uCapacity;
     unsigned int m_uLockCapacity;
@@ -172,6 +195,23 @@ private:
     QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
 };
 
+template <typename Compare>
+void CVectorBase::SortElements(const Compare& rCompare)
+{
+    if (m_uSize < 2) return;
+    using orvel_internal::CConstructedElements;
+    using orvel_internal::ShellSort;
+    using orvel_internal::SortBytes;
+    const std::unique_ptr<unsigned char[]> held(new unsigned char[m_uElementSize]);
+    void* const pHeld = held.get();
+    const CConstructedElements<CVectorBase, Compare> constructed(*this, pHeld, rCompare);
+    if (m_bConstruct) ShellSort(m_pvStorage, m_uSize, m_uElementSize, constructed);
+    else if (m_uElementSize == 4) SortBytes<4>(m_pvStorage, m_uSize, 4, pHeld, rCompare);
+    else if (m_uElementSize == 8) SortBytes<8>(m_pvStorage, m_uSize, 8, pHeld, rCompare);
+    else if (m_uElementSize == 16) SortBytes<16>(m_pvStorage, m_uSize, 16, pHeld, rCompare);
+    else SortBytes<0>(m_pvStorage, m_uSize, m_uElementSize, pHeld, rCompare);
+}
+
 /// An array of T over CVectorBase, whose growth and threading rules it has:
 ///
 ///     CVector<int> vector;
@@ -182,31 +222,41 @@ private:
 /// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
 /// Cost       Access, and appending within the capacity, are inline and call no function of the library.
 template <typename T>
-class QV_EXPORT CVector : private CVectorBase
+class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, CVectorBase>
 {
-    static_assert(alignof(T) <= alignof(max_align_t), "CVector: allocator blocks cannot hold an over-aligned element");
+    using Sequence = orvel_internal::CTypedSequence<T, CVectorBase>;
+    using CVectorBase::m_bConstruct;
+    using CVectorBase::m_pAllocator;
+    using CVectorBase::m_pvStorage;
+    using CVectorBase::m_uCapacity;
+    using CVectorBase::m_uLockCapacity;
+    using CVectorBase::m_uSize;
 
 public:
-    explicit CVector(IAllocator* pAllocator = nullptr) : CVectorBase(sizeof(T), pAllocator) {}
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
+    explicit CVector(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
-    CVector(bool bConstruct, IAllocator* pAllocator) : CVectorBase(sizeof(T), bConstruct, pAllocator) {}
-    CVector(const CVector& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator)
+    CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
+    ~CVector() override { EraseAll(); }
+    CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
     {
         CVectorBase::ReserveCapacity(rSrc.m_uCapacity);
         CVectorBase::operator=(rSrc);
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
-    CVector(CVector&& rSrc) : CVectorBase(sizeof(T), rSrc.m_bConstruct, rSrc.m_pAllocator) { ExchangeContents(rSrc); }
-    ~CVector() override { EraseAll(); }
     CVector& operator=(const CVector& rSrc)
     {
         CVectorBase::operator=(rSrc);
         return *this;
     }
+    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc)
     {
-        ExchangeContents(rSrc);
+        CVectorBase::ExchangeContents(rSrc);
         return *this;
     }
 
@@ -232,7 +282,8 @@ public:
     /// As in CVectorBase.
     QvResult ReserveCapacity(unsigned int uCapacity) { return CVectorBase::ReserveCapacity(uCapacity); }
     QvResult ReduceCapacity(unsigned int uCapacity) { return CVectorBase::ReduceCapacity(uCapacity); }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return CVectorBase::Insert(uIndex, uCount); }
+    using Sequence::Insert;
+    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         return CVectorBase::Insert(uIndex, uCount, &rElement);
@@ -256,12 +307,23 @@ public:
         else CVectorBase::EraseAll();
     }
 
-    void Construct(void* pElement) override { ::new (pElement) T; }
-    void ConstructFrom(void* pElement, const void* pSource) override
+    using Sequence::Sort;
+    /// Shell sort by a typed comparison, as in CTypedSequence; bytes are moved as such.
+    template <typename Compare = SNaturalOrder>
+    void Sort(Compare compare = Compare())
     {
-        ::new (pElement) T(*static_cast<const T*>(pSource));
+        const orvel_internal::CTypedComparison<T, T, Compare> typed(compare);
+        if constexpr (std::is_trivially_copyable<T>::value)
+        {
+            alignas(T) unsigned char auHeld[sizeof(T)];
+            orvel_internal::SortBytes<sizeof(T)>(m_pvStorage, m_uSize, sizeof(T), auHeld, typed);
+        }
+        else CVectorBase::SortElements(typed);
     }
-    void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+    void Construct(void* pElement) override { Sequence::Construct(pElement); }
+    void ConstructFrom(void* pElement, const void* pSource) override { Sequence::ConstructFrom(pElement, pSource); }
+    void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 
 private:
     // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.

@@ -67,7 +67,7 @@ constinit std::atomic<unsigned int> g_uCpuFeatures{0};
 unsigned int DetectCpuFeatures()
 {
     // Two threads may both come here: they agree.
-    const unsigned int uFeatures = Detect() | eCPU_DETECTED;
+    const unsigned int uFeatures = Detect() | uCPU_DETECTED;
     g_uCpuFeatures.store(uFeatures, std::memory_order_relaxed);
     return uFeatures;
 }
@@ -88,6 +88,6 @@ const char* CpuPathName(ECpuAlgorithm eAlgorithm)
 
 void RestrictCpuFeatures(unsigned int uAllowed)
 {
-    g_uCpuFeatures.store((Detect() & uAllowed) | eCPU_DETECTED, std::memory_order_relaxed);
+    g_uCpuFeatures.store((Detect() & uAllowed) | uCPU_DETECTED, std::memory_order_relaxed);
 }
 }  // namespace orvel_internal

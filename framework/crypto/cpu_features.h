@@ -19,10 +19,10 @@ enum ECpuFeature : unsigned int
     /// Carry-less multiplication, with SSE4.1.
     eCPU_PCLMULQDQ = 1u << 3,
     /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
-    eCPU_VPCLMULQDQ = 1u << 4,
-    /// No feature: tells that the others are known.
-    eCPU_DETECTED = 1u << 31
+    eCPU_VPCLMULQDQ = 1u << 4
 };
+/// Beside the features: they are known.
+constexpr unsigned int uCPU_DETECTED = 1u << 31;
 
 /// The algorithms that have more than one path.
 enum class ECpuAlgorithm
@@ -40,7 +40,7 @@ unsigned int DetectCpuFeatures();
 inline unsigned int CpuFeatures()
 {
     const unsigned int uFeatures = g_uCpuFeatures.load(std::memory_order_relaxed);
-    return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~unsigned{eCPU_DETECTED};
+    return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~uCPU_DETECTED;
 }
 
 inline bool HasCpuFeature(ECpuFeature eFeature)

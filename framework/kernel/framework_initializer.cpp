@@ -1,5 +1,6 @@
 #include "framework/kernel/framework_initializer.h"
 
+#include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/string.h"
@@ -43,7 +44,7 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_TRACE_TIME, nullptr, nullptr},
     {EStage::eFROM_ECOM, InitializeECom, FinalizeECom},
     {EStage::eFROM_POOL, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>},
-    {EStage::eFROM_AATREE, nullptr, nullptr},
+    {EStage::eFROM_AATREE, InitializeCAATreeBase, FinalizeCAATreeBase},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
     {EStage::eFROM_FAULT, nullptr, nullptr},
     // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.

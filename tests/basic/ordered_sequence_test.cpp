@@ -7,39 +7,63 @@
 
 namespace
 {
-class CTellingAccess
+// Elements of int that tell what is done to them.
+class CTellingElements
 {
 public:
-    explicit CTellingAccess(std::vector<int>& rValues) : m_rValues(rValues) {}
-
-    void Hold(unsigned int u)
+    CTellingElements(std::vector<int>& rValues, std::vector<SSortStep>& rSteps) : m_rValues(rValues), m_rSteps(rSteps)
     {
-        m_steps.push_back({SSortStep::eHOLD, u, 0});
-        m_nHeld = m_rValues.at(u);
-    }
-    bool IsAfterHeld(unsigned int u)
-    {
-        m_steps.push_back({SSortStep::eCOMPARE, u, 0});
-        return m_rValues.at(u) > m_nHeld;
-    }
-    void Shift(unsigned int uFrom, unsigned int uTo)
-    {
-        m_steps.push_back({SSortStep::eSHIFT, uFrom, uTo});
-        m_rValues.at(uTo) = m_rValues.at(uFrom);
-    }
-    void Place(unsigned int u)
-    {
-        m_steps.push_back({SSortStep::ePLACE, u, 0});
-        m_rValues.at(u) = m_nHeld;
     }
 
-    const std::vector<SSortStep>& GetSteps() const { return m_steps; }
+    void Hold(const void* p) { m_nHeld = At(Tell(SSortStep::eHOLD, p)); }
+    bool IsAfterHeld(const void* p) { return At(Tell(SSortStep::eCOMPARE, p)) > m_nHeld; }
+    void Shift(const void* pFrom, const void* pTo)
+    {
+        At(IndexOf(pTo)) = At(Tell(SSortStep::eSHIFT, pFrom, IndexOf(pTo)));
+    }
+    void Place(const void* p) { At(Tell(SSortStep::ePLACE, p)) = m_nHeld; }
 
 private:
+    unsigned int IndexOf(const void* p) const
+    {
+        return static_cast<unsigned int>(static_cast<const int*>(p) - m_rValues.data());
+    }
+    unsigned int Tell(SSortStep::EWhat eWhat, const void* pFirst, unsigned int uSecond = 0)
+    {
+        m_rSteps.push_back({eWhat, IndexOf(pFirst), uSecond});
+        return IndexOf(pFirst);
+    }
+    int& At(unsigned int uIndex) { return m_rValues.at(uIndex); }
+
     std::vector<int>& m_rValues;
-    std::vector<SSortStep> m_steps;
+    std::vector<SSortStep>& m_rSteps;
     int m_nHeld = 0;
 };
+
+// Gives out the addresses of ints, and notes which were asked for.
+struct STellingAccess
+{
+    static constexpr bool g_bWALKS_FROM_SINGLE = true;
+
+    const void* operator()(unsigned int uIndex) const
+    {
+        pAsked->push_back(uIndex);
+        return &pValues->at(uIndex);
+    }
+    const std::vector<int>* pValues;
+    std::vector<unsigned int>* pAsked;
+};
+
+int CompareInts(const void* pFirst, const void* pSecond)
+{
+    return *static_cast<const int*>(pFirst) - *static_cast<const int*>(pSecond);
+}
+
+auto SearchIn(const std::vector<int>& rValues, std::vector<unsigned int>& rAsked)
+{
+    const unsigned int uSize = static_cast<unsigned int>(rValues.size());
+    return orvel_internal::CSearch(uSize, STellingAccess{&rValues, &rAsked}, CompareInts);
+}
 }  // namespace
 
 TEST(ShellSort, TakesThePublishedSteps)
@@ -50,9 +74,9 @@ TEST(ShellSort, TakesThePublishedSteps)
         SCOPED_TRACE(testing::Message() << uSize << " elements");
         std::vector<int> values = RandomValues(rng, uSize, 50);
         const std::vector<SSortStep> expected = ModelShellSortSteps(values);
-        CTellingAccess access(values);
-        orvel_internal::ShellSort(uSize, access);
-        ASSERT_EQ(expected, access.GetSteps());
+        std::vector<SSortStep> steps;
+        orvel_internal::ShellSort(values.data(), uSize, sizeof(int), CTellingElements(values, steps));
+        ASSERT_EQ(expected, steps);
         ASSERT_TRUE(std::is_sorted(values.begin(), values.end()));
     }
 }
@@ -70,12 +94,7 @@ TEST(LowerBound, AsksThePublishedQuestions)
             {
                 const SSearch expected = ModelLowerBound(values, nKey);
                 std::vector<unsigned int> asked;
-                const auto compareAt = [&](unsigned int u)
-                {
-                    asked.push_back(u);
-                    return values.at(u) - nKey;
-                };
-                ASSERT_EQ(expected.uResult, orvel_internal::LowerBound(uSize, compareAt));
+                ASSERT_EQ(expected.uResult, SearchIn(values, asked).LowerBound(&nKey));
                 ASSERT_EQ(expected.uResult, std::lower_bound(values.begin(), values.end(), nKey) - values.begin());
                 ASSERT_EQ(expected.asked, asked) << "key " << nKey << " among " << uSize;
             }
@@ -83,27 +102,27 @@ TEST(LowerBound, AsksThePublishedQuestions)
     }
 }
 
-TEST(ExtremeIndex, ComparesEachElementWithTheBestSoFar)
+TEST(Extremes, AreTheFirstOfEqualOnes)
 {
-    const std::vector<int> values = {3, 5, 5, 1, 9, 9};
-    std::vector<std::pair<unsigned int, unsigned int>> asked;
-    const auto isGreater = [&](unsigned int u, unsigned int uBest)
-    {
-        asked.push_back({u, uBest});
-        return values[u] > values[uBest];
-    };
-    EXPECT_EQ(4u, orvel_internal::ExtremeIndex(6, isGreater));
-    const std::vector<std::pair<unsigned int, unsigned int>> expected = {{1, 0}, {2, 1}, {3, 1}, {4, 1}, {5, 4}};
-    EXPECT_EQ(expected, asked);
+    std::vector<unsigned int> asked;
+    const std::vector<int> values = {3, 5, 5, 1, 9, 9, 1};
+    EXPECT_EQ(4u, SearchIn(values, asked).MaxIndex());
+    EXPECT_EQ(3u, SearchIn(values, asked).MinIndex());
 }
 
-TEST(ExtremeIndex, OfNoneAndOneIsZeroWithoutAQuestion)
+TEST(Extremes, OfNoneAndOneAreZeroWithoutAComparison)
 {
-    const auto fail = [](unsigned int, unsigned int)
+    std::vector<unsigned int> asked;
+    const auto fail = [](const void*, const void*)
     {
         ADD_FAILURE();
-        return true;
+        return 0;
     };
-    EXPECT_EQ(0u, orvel_internal::ExtremeIndex(0, fail));
-    EXPECT_EQ(0u, orvel_internal::ExtremeIndex(1, fail));
+    const std::vector<int> values = {7};
+    for (const unsigned int uSize : {0u, 1u})
+    {
+        orvel_internal::CSearch search(uSize, STellingAccess{&values, &asked}, fail);
+        EXPECT_EQ(0u, search.MinIndex());
+        EXPECT_EQ(0u, search.MaxIndex());
+    }
 }

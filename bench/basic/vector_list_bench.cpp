@@ -1,0 +1,46 @@
+#include "framework/basic/vector_list.h"
+
+#include <benchmark/benchmark.h>
+
+#include <vector>
+
+#include "bench/support/containers.h"
+
+namespace
+{
+// One insertion in the middle and one erasure there, at a size that stays; the peer owns its elements, too.
+void BM_MiddleOurs(benchmark::State& rState)
+{
+    const unsigned int uSize = static_cast<unsigned int>(rState.range(0));
+    CVList<int> elements;
+    elements.ReserveCapacity(uSize + 1);
+    elements.Insert(0, uSize, 7);
+    for (auto _ : rState)
+    {
+        elements.Insert(uSize / 2, 1, 8);
+        benchmark::ClobberMemory();
+        elements.Erase(uSize / 2);
+    }
+}
+
+void BM_MiddleStd(benchmark::State& rState)
+{
+    const std::ptrdiff_t nMiddle = rState.range(0) / 2;
+    std::vector<int*> elements;
+    elements.reserve(static_cast<std::size_t>(rState.range(0)) + 1);
+    for (std::int64_t n = 0; n < rState.range(0); ++n) elements.push_back(new int(7));
+    for (auto _ : rState)
+    {
+        elements.insert(elements.begin() + nMiddle, new int(8));
+        benchmark::ClobberMemory();
+        delete elements[static_cast<std::size_t>(nMiddle)];
+        elements.erase(elements.begin() + nMiddle);
+    }
+    for (int* const pn : elements) delete pn;
+}
+
+BENCHMARK(BM_MiddleOurs)->Name("vector_list_middle/ours")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_MiddleStd)->Name("vector_list_middle/std")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortOurs<CVList<int>>)->Name("vector_list_sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<8>)->Name("vector_list_sort/by_hand")->Arg(100)->Arg(1000)->Arg(100000);
+}  // namespace

@@ -1,0 +1,312 @@
+#ifndef FRAMEWORK_BASIC_AATREE_H
+#define FRAMEWORK_BASIC_AATREE_H
+#include <stddef.h>
+
+#include <memory>
+#include <type_traits>
+
+#include "framework/basic/allocator.h"
+#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/typed_elements.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed face.
+///
+///                 [40]         a node: left, right, parent, level, then the element
+///               /      \       no child is the one sentinel that all trees share
+///           [20]        [60]   current node: (index, node) of the index asked for last
+///          /    \      /    \                                  .
+///
+/// A balanced search tree (AA tree): never higher than 2 log2(n + 1). Elements are made, copied and destroyed through
+/// the three virtual element operations, which a derived class overrides (its destructor calls EraseAll(): the base's
+/// could not reach them).
+///
+/// Comparison  A total order, called as (key, element, parameter) by searches and in both orders by insertion. It must
+///             have no side effects, and what it looks at in an element must not change while that is in the tree.
+/// Ownership   Owns its elements and nodes. Nodes from Allocate() are the caller's until InsertAllocated() or
+///             EraseAllocated(). Borrows the allocator, which must outlive it; null means the default allocator.
+/// Threads     No locking: one thread at a time. Access by index moves the current node even of a const tree.
+/// Growth      Exact: capacity is the size plus nodes from Allocate() plus free nodes. Erased nodes become free and are
+///             used again; only ReduceCapacity() and destruction give memory back.
+/// Addresses   An element stays where it is until it is erased.
+/// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
+///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
+/// Lifetime    Between start-up and shut-down of the framework.
+/// Failure     Reported as QvResult with the tree as it was (a free node had by then stays as spare capacity); what
+///             returns nothing ignores bad arguments.
+class QV_EXPORT CAATreeBase
+{
+public:
+    /// The head of a node; the element follows it. To be read, not written, outside the tree.
+    class QV_EXPORT CAATreeNode
+    {
+    public:
+        /// All null, level 0: as the sentinel starts out.
+        CAATreeNode();
+        CAATreeNode(CAATreeNode* pLeftChild, CAATreeNode* pRightChild, CAATreeNode* pParentNode,
+                    unsigned int uNodeLevel);
+
+        CAATreeNode* pLeft;
+        CAATreeNode* pRight;
+        CAATreeNode* pParent;
+        /// 1 in a leaf, 0 only in the sentinel.
+        unsigned int uLevel;
+    };
+    using Position = CAATreeNode*;
+
+    /// A comparison and the number that it wants back.
+    struct QV_EXPORT SCompareVoidParams
+    {
+        SCompareVoidParams(PFNCompareElements pfnCompareElements, unsigned int uCompareParam);
+
+        PFNCompareElements pfnCompare;
+        unsigned int uParam;
+    };
+
+    CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
+                IAllocator* pAllocator);
+    /// Takes nodes from the source of rAllocator, whose block size is kept if it suffices for a node.
+    CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
+                const CBlockAllocator& rAllocator);
+    /// Same source of memory, element size, comparison and elements, neither spare capacity nor lock. The element
+    /// operations of a derived class are out of reach here: construct an empty object and assign.
+    CAATreeBase(const CAATreeBase& rSrc);
+    virtual ~CAATreeBase();
+    /// Takes the comparison and copies the elements, in the same shape. Changes nothing when the element sizes differ,
+    /// the locked capacity does not suffice, or memory runs out.
+    CAATreeBase& operator=(const CAATreeBase& rSrc);
+
+    /// QV_RES_INVALID_STATE  the tree is not empty
+    QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
+
+    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// QV_RES_OK             the capacity is at least uCapacity
+    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
+    QvResult ReserveCapacity(unsigned int uCapacity);
+    /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
+    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    QvResult ReduceCapacity(unsigned int uCapacity);
+    unsigned int GetCapacity() const;
+    /// Non-zero: the capacity is locked.
+    unsigned int GetLockCapacity() const;
+    void SetLockCapacity(unsigned int uLockCapacity);
+
+    /// Inserts a copy.
+    /// QV_RES_OK              it is in
+    /// QV_RES_ALREADY_EXISTS  an equal element is there
+    /// QV_RES_INVALID_STATE   the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY   the allocator gave no node
+    QvResult Insert(const void* pElement);
+    /// Makes room in the place of pKey and counts it as an element; the caller constructs one there that compares equal
+    /// to pKey. Results as above, and
+    /// QV_RES_OK                *ppElement is the room for the element
+    /// QV_RES_INVALID_ARGUMENT  ppElement is null
+    QvResult AllocateSorted(const void* pKey, void** ppElement);
+    /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow), for
+    /// the caller to construct it in ...
+    void* Allocate();
+    /// ... and its way into the tree. An element that is refused stays the caller's.
+    /// QV_RES_OK                it is in
+    /// QV_RES_INVALID_ARGUMENT  pElement is null
+    /// QV_RES_ALREADY_EXISTS    an equal element is there
+    QvResult InsertAllocated(void* pElement);
+    /// Takes the room back instead; the caller has destroyed the element. Null is ignored.
+    void EraseAllocated(void* pElement);
+
+    /// Destroys the element that equals pKey (which may be that element), if there is one; the capacity stays.
+    void EraseElement(const void* pKey);
+    /// Destroys the element at an index below the size.
+    void Erase(unsigned int uIndex);
+    void EraseAll();
+
+    unsigned int GetSize() const;
+    bool IsEmpty() const;
+    unsigned int GetFirstIndex() const;
+    /// GetSize() - 1: 0xFFFFFFFF when empty.
+    unsigned int GetLastIndex() const;
+
+    /// The node of the element that equals pKey, else the sentinel.
+    CAATreeNode* FindNode(const void* pKey) const;
+    /// The node at an index below the size, else the sentinel. Moves the current node there.
+    CAATreeNode* FindNodeByIndex(unsigned int uIndex) const;
+    /// The first (last) node of the tree below a node; the sentinel below the sentinel.
+    CAATreeNode* FindNodeMin(CAATreeNode* pNode) const;
+    CAATreeNode* FindNodeMax(CAATreeNode* pNode) const;
+
+    /// The current node: the sentinel when it is invalid, as after insertions before it and erasures at or before it.
+    CAATreeNode* GetCurrentNode() const;
+    /// Makes a node of this tree, or the sentinel (also as null), the current one.
+    void SetCurrentNode(CAATreeNode* pNode) const;
+    void InvalidateCurrentNode() const;
+    bool CurrentNodeIsInvalid() const;
+    /// To the neighbour in order; past an end it becomes invalid, and stays so.
+    void IncrementCurrentNode() const;
+    void DecrementCurrentNode() const;
+
+    /// The first and last element's nodes, and from node to node in order, without the current node. Null beyond an end,
+    /// and null of null.
+    CAATreeNode* GetFirst() const;
+    CAATreeNode* GetLast() const;
+    static CAATreeNode* GetNext(CAATreeNode* pNode);
+    static CAATreeNode* GetPrevious(CAATreeNode* pNode);
+    /// The element of a node; null of null and of the sentinel.
+    static void* GetElement(CAATreeNode* pNode);
+    static bool IsSentinel(const CAATreeNode* pNode);
+
+    /// Module start-up and shut-down: the sentinel. Start-up returns QV_RES_OK.
+    static QvResult InitializeCAATreeBase();
+    static void FinalizeCAATreeBase();
+
+    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    virtual void Construct(void* pElement);
+    virtual void ConstructFrom(void* pElement, const void* pSource);
+    virtual void Destruct(void* pElement);
+
+protected:
+    /// What insertion does when it has found the place for a key.
+    enum EInsertAction : int
+    {
+        /// A new node with a copy of the key.
+        eCOPY_KEY = 0,
+        /// A new node whose element is left to the caller.
+        eALLOCATE = 1,
+        /// The key lies in a node from Allocate(): that one.
+        eLINK_ALLOCATED = 2
+    };
+
+    /// Exchanges everything but the element size with a tree of the same element size.
+    void ExchangeContents(CAATreeBase& rOther);
+
+    alignas(void*) static unsigned char ms_auNullNode[32];
+    static CAATreeNode* ms_pNullNode;
+
+    CBlockAllocator m_nodeAllocator;
+    unsigned int m_uElementSize;
+    SCompareVoidParams m_stCompare;
+    unsigned int m_uLockCapacity;
+    unsigned int m_uSize;
+    unsigned int m_uAllocatedCount;
+    CAATreeNode* m_pRoot;
+    mutable CAATreeNode* m_pCurrentNode;
+    mutable unsigned int m_uCurrentIndex;
+
+private:
+    QV_HIDDEN int Compare(const void* pFirst, const void* pSecond) const;
+    QV_HIDDEN size_t GetUsedCount() const;
+    QV_HIDDEN QvResult ReserveOneMore();
+    QV_HIDDEN QvResult Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted);
+    QV_HIDDEN CAATreeNode* NodeFor(const void* pKey, EInsertAction eAction);
+    QV_HIDDEN void RebalanceGrown(CAATreeNode* pNode);
+    QV_HIDDEN void RebalanceShrunken(CAATreeNode* pNode);
+    QV_HIDDEN void Replace(CAATreeNode* pNode, CAATreeNode* pReplacement);
+    QV_HIDDEN CAATreeNode*& SlotOf(CAATreeNode* pNode);
+    QV_HIDDEN CAATreeNode* CopySubtree(CAATreeNode* pSrc, CAATreeNode* pParent);
+    QV_HIDDEN void EraseSubtree(CAATreeNode* pNode);
+};
+
+/// Module start-up and shut-down, called by CFrameworkInitializer; forward to CAATreeBase.
+QV_EXPORT QvResult InitializeCAATreeBase();
+QV_EXPORT void FinalizeCAATreeBase();
+
+/// An ordered set of T over CAATreeBase, whose growth, threading and cost rules it has:
+///
+///     CAATree<int> tree;  // in the order of <
+///     tree.Insert(7);
+///     for (int n : tree) ...
+///     if (tree.Find(7)) tree.EraseElement(7);
+///
+///     struct SById { int operator()(const SUser& rLeft, const SUser& rRight) const { return rLeft.nId - rRight.nId; } };
+///     CAATree<SUser> users{SById()};
+///
+/// A typed comparison is called with two T, returns a negative number, 0 or a positive number, and has no state: a
+/// function object without members or a lambda without captures.
+///
+/// Iterators  Bidirectional, in ascending order; they and handles are good until their element is erased. Elements may
+///            be changed through them, except in what the comparison looks at.
+template <typename T>
+class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
+{
+    using Nodes = orvel_internal::CTypedNodes<T, CAATreeBase>;
+
+public:
+    using typename Nodes::const_handle;
+    using typename Nodes::handle;
+
+    explicit CAATree(IAllocator* pAllocator = nullptr) : CAATree(SNaturalOrder(), pAllocator) {}
+    template <typename Comparison,
+              typename = std::enable_if_t<std::is_invocable<Comparison&, const T&, const T&>::value>>
+    explicit CAATree(Comparison, IAllocator* pAllocator = nullptr)
+        : CAATree(orvel_internal::StatelessCallback<T, Comparison>, 0, pAllocator)
+    {
+    }
+    CAATree(PFNCompareElements pfnCompare, unsigned int uParam, IAllocator* pAllocator = nullptr)
+        : Nodes(pfnCompare, uParam, pAllocator)
+    {
+    }
+    CAATree(PFNCompareElements pfnCompare, unsigned int uParam, const CBlockAllocator& rAllocator)
+        : Nodes(pfnCompare, uParam, rAllocator)
+    {
+    }
+    CAATree(const CAATree& rSrc) : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
+    {
+        CAATreeBase::operator=(rSrc);
+    }
+    CAATree(CAATree&& rSrc) : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
+    {
+        CAATreeBase::ExchangeContents(rSrc);
+    }
+    CAATree& operator=(const CAATree& rSrc) = default;
+    /// The two trees exchange everything.
+    CAATree& operator=(CAATree&& rSrc) = default;
+
+    using CAATreeBase::SetComparisonFunction;
+    template <typename Comparison>
+    QvResult SetComparisonFunction(Comparison)
+    {
+        return CAATreeBase::SetComparisonFunction(orvel_internal::StatelessCallback<T, Comparison>, 0);
+    }
+
+    QvResult Insert(const T& rElement) { return CAATreeBase::Insert(std::addressof(rElement)); }
+    QvResult AllocateSorted(const T& rKey, void** ppElement)
+    {
+        return CAATreeBase::AllocateSorted(std::addressof(rKey), ppElement);
+    }
+    using CAATreeBase::Allocate;
+    using CAATreeBase::EraseAllocated;
+    using CAATreeBase::InsertAllocated;
+
+    void EraseElement(const T& rKey) { CAATreeBase::EraseElement(std::addressof(rKey)); }
+    using CAATreeBase::Erase;
+    /// Destroys the element of a handle; none is ignored.
+    void Erase(const_handle element)
+    {
+        if (element) EraseElement(*element);
+    }
+
+    /// The element that equals a key, else none.
+    handle Find(const T& rKey) { return ToHandle<handle>(CAATreeBase::FindNode(std::addressof(rKey))); }
+    const_handle Find(const T& rKey) const
+    {
+        return ToHandle<const_handle>(CAATreeBase::FindNode(std::addressof(rKey)));
+    }
+    /// The element at an index below the size, else null.
+    T* GetAt(unsigned int uIndex)
+    {
+        return static_cast<T*>(CAATreeBase::GetElement(CAATreeBase::FindNodeByIndex(uIndex)));
+    }
+    const T* GetAt(unsigned int uIndex) const
+    {
+        return static_cast<const T*>(CAATreeBase::GetElement(CAATreeBase::FindNodeByIndex(uIndex)));
+    }
+
+private:
+    template <typename Handle>
+    static Handle ToHandle(CAATreeBase::CAATreeNode* pNode)
+    {
+        return CAATreeBase::IsSentinel(pNode) ? Handle() : Handle(pNode);
+    }
+};
+
+#endif

@@ -1,0 +1,421 @@
+#include "framework/basic/list.h"
+
+#include <limits.h>
+#include <stdint.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "framework/basic/container_members.h"
+
+static_assert(sizeof(CListBase) == 88, "field order and widths are the binary interface");
+static_assert(sizeof(CListBase::SNode) == 16, "elements lie behind two links");
+static_assert(sizeof(CListBase::SPtr) == sizeof(void*), "handles travel in a register");
+
+namespace
+{
+// A node whose size does not fit never gets a block: see ReserveFree().
+unsigned int NodeSize(unsigned int uElementSize)
+{
+    return uElementSize <= UINT_MAX - sizeof(CListBase::SNode)
+               ? uElementSize + static_cast<unsigned int>(sizeof(CListBase::SNode))
+               : UINT_MAX;
+}
+
+void* ElementOf(CListBase::SNode* pNode)
+{
+    return pNode + 1;
+}
+}  // namespace
+
+// Nodes linked with each other, but not, or no longer, with a list.
+struct CListBase::SChain
+{
+    SNode* pFirst;
+    SNode* pLast;
+    unsigned int uCount;
+
+    void Append(SNode* pNode)
+    {
+        pNode->SetPrevious(pLast);
+        if (pLast != nullptr) pLast->pFollowing = pNode;
+        else pFirst = pNode;
+        pLast = pNode;
+        ++uCount;
+    }
+};
+
+ORVEL_DEFINE_SIZE_MEMBERS(CListBase)
+ORVEL_DEFINE_INDEX_MEMBERS(CListBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CListBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CListBase)
+
+CListBase::CListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
+    : CListBase(uSizeOfElement, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
+{
+}
+
+CListBase::CListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator)
+    : m_nodeAllocator(rAllocator, NodeSize(uSizeOfElement)),
+      m_uLockCapacity(0),
+      m_uSize(0),
+      m_uElementSize(uSizeOfElement),
+      m_uCachedIndex(0),
+      m_pCachedNode(nullptr),
+      m_pHead(nullptr),
+      m_pTail(nullptr)
+{
+}
+
+CListBase::CListBase(const CListBase& rSrc) : CListBase(rSrc.m_uElementSize, rSrc.m_nodeAllocator)
+{
+    CListBase::operator=(rSrc);
+}
+
+CListBase::~CListBase()
+{
+    EraseAll();
+    m_uElementSize = 0;
+}
+
+CListBase& CListBase::operator=(const CListBase& rSrc)
+{
+    const bool bTakes = this != &rSrc && m_uElementSize == rSrc.m_uElementSize;
+    if (bTakes && ReserveCapacity(rSrc.m_uSize) >= 0)
+    {
+        EraseAll();
+        Copy(this, 0, &rSrc, 0, rSrc.m_uSize);
+    }
+    return *this;
+}
+
+QvResult CListBase::ReserveCapacity(unsigned int uCapacity)
+{
+    if (m_uLockCapacity != 0 && GetCapacity() < uCapacity) return QV_RES_INVALID_STATE;
+    if (m_uSize >= uCapacity) return QV_RES_OK;
+    return ReserveFree(uCapacity - m_uSize);
+}
+
+QvResult CListBase::ReduceCapacity(unsigned int uCapacity)
+{
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    m_nodeAllocator.Reduce(std::max(uCapacity, m_uSize) - m_uSize);
+    return QV_RES_OK;
+}
+
+unsigned int CListBase::GetCapacity() const
+{
+    return m_uSize + m_nodeAllocator.GetBlockCount();
+}
+
+CListBase::SPtr CListBase::Find(unsigned int uIndex) const
+{
+    return NodeAt(uIndex);
+}
+
+void* CListBase::GetAt(unsigned int uIndex)
+{
+    return GetElement(NodeAt(uIndex));
+}
+
+const void* CListBase::GetAt(unsigned int uIndex) const
+{
+    return GetElement(NodeAt(uIndex));
+}
+
+QvResult CListBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
+{
+    if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    if (uCount == 0) return QV_RES_OK;
+    const QvResult res = ReserveFor(size_t{m_uSize} + uCount);
+    if (res < 0) return res;
+    SNode* const pBefore = NodeAt(uIndex);
+    SChain stChain{};
+    for (unsigned int uNew = 0; uNew < uCount; ++uNew) stChain.Append(NewNode(pElement));
+    Link(stChain, pBefore);
+    SetCache(uIndex + uCount - 1, stChain.pLast);
+    return res;
+}
+
+QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
+{
+    if (m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    if (rSrc.m_uSize == 0) return QV_RES_OK;
+    const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
+    // To the front on purpose: callers rely on it.
+    return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
+}
+
+void* CListBase::Allocate(unsigned int uIndex)
+{
+    if (uIndex > m_uSize || ReserveFor(size_t{m_uSize} + 1) < 0) return nullptr;
+    SNode* const pBefore = NodeAt(uIndex);
+    SChain stChain{};
+    stChain.Append(new (m_nodeAllocator.Pop()) SNode(nullptr, nullptr));
+    Link(stChain, pBefore);
+    SetCache(uIndex, stChain.pFirst);
+    return ElementOf(stChain.pFirst);
+}
+
+void CListBase::Erase(unsigned int uIndex, unsigned int uCount)
+{
+    SNode* const pNode = NodeAt(uIndex);
+    if (pNode == nullptr) return;
+    if (uCount != 0) Discard(Unlink(pNode, std::min(uCount, m_uSize - uIndex)));
+    SetCache(0, m_pHead);
+}
+
+void CListBase::Erase(unsigned int uIndex)
+{
+    Erase(uIndex, 1);
+}
+
+void CListBase::Erase(SPtr pNode)
+{
+    if (!pNode) return;
+    Discard(Unlink(pNode.pNode, 1));
+    SetCache(0, m_pHead);
+}
+
+void CListBase::EraseAll()
+{
+    Erase(0, m_uSize);
+}
+
+void CListBase::MoveToFirst(SPtr pNode)
+{
+    if (!pNode || pNode.pNode == m_pHead) return;
+    Link(Unlink(pNode.pNode, 1), m_pHead);
+    SetCache(0, m_pHead);
+}
+
+void CListBase::MoveToLast(SPtr pNode)
+{
+    if (!pNode || pNode.pNode == m_pTail) return;
+    Link(Unlink(pNode.pNode, 1), nullptr);
+    SetCache(0, m_pHead);
+}
+
+void CListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
+{
+    if (uIndex1 == uIndex2 || uIndex1 >= m_uSize || uIndex2 >= m_uSize) return;
+    SNode* const pFirst = NodeAt(uIndex1);
+    SNode* const pSecond = NodeAt(uIndex2);
+    SNode* const pLow = uIndex1 < uIndex2 ? pFirst : pSecond;
+    SNode* const pHigh = uIndex1 < uIndex2 ? pSecond : pFirst;
+    SNode* const pBehindLow = pLow->pFollowing;
+    SNode* const pBehindHigh = pHigh->pFollowing;
+    // High goes in front of what was behind low; of neighbours that is high itself, and low alone has to move.
+    const SChain stLow = Unlink(pLow, 1);
+    if (pBehindLow != pHigh) Link(Unlink(pHigh, 1), pBehindLow);
+    Link(stLow, pBehindHigh);
+    SetCache(uIndex1, pSecond);
+}
+
+QvResult CListBase::Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc, unsigned int uSrcIndex,
+                         unsigned int uCount)
+{
+    if (uCount == 0) return QV_RES_OK;
+    if (pDest->m_uElementSize != pSrc->m_uElementSize || size_t{uSrcIndex} + uCount > pSrc->m_uSize)
+    {
+        return QV_RES_INVALID_ARGUMENT;
+    }
+    const QvResult res = pDest->ReserveFree(uCount);
+    if (res < 0) return res;
+    SNode* const pBefore = pDest->NodeAt(uDestIndex);
+    SNode* pFrom = pSrc->NodeAt(uSrcIndex);
+    // Linked only when complete: the elements may be copied into their own middle.
+    SChain stCopies{};
+    for (unsigned int uCopied = 0; uCopied < uCount; ++uCopied)
+    {
+        stCopies.Append(pDest->NewNode(ElementOf(pFrom)));
+        pFrom = pFrom->pFollowing;
+    }
+    pDest->Link(stCopies, pBefore);
+    pDest->SetCache(0, pDest->m_pHead);
+    return res;
+}
+
+QvResult CListBase::Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
+                         unsigned int uCount)
+{
+    if (uCount == 0) return QV_RES_OK;
+    if (pDest->m_uElementSize != pSrc->m_uElementSize || size_t{uSrcIndex} + uCount > pSrc->m_uSize)
+    {
+        return QV_RES_INVALID_ARGUMENT;
+    }
+    if (pDest->m_nodeAllocator != pSrc->m_nodeAllocator) return MoveByCopy(pDest, uDestIndex, pSrc, uSrcIndex, uCount);
+    // In front of one of the nodes that move: they are there already.
+    const bool bStays = pDest == pSrc && uDestIndex >= uSrcIndex && uDestIndex - uSrcIndex <= uCount;
+    if (!bStays)
+    {
+        SNode* const pBefore = pDest->NodeAt(uDestIndex);
+        pDest->Link(pSrc->Unlink(pSrc->NodeAt(uSrcIndex), uCount), pBefore);
+    }
+    pSrc->SetCache(0, pSrc->m_pHead);
+    pDest->SetCache(0, pDest->m_pHead);
+    return QV_RES_OK;
+}
+
+QvResult CListBase::MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
+                               unsigned int uCount)
+{
+    const QvResult res = pDest->ReserveFree(uCount);
+    if (res < 0) return res;
+    SNode* const pBefore = pDest->NodeAt(uDestIndex);
+    SNode* pFrom = pSrc->NodeAt(uSrcIndex);
+    pSrc->Unlink(pFrom, uCount);
+    SChain stCopies{};
+    while (stCopies.uCount < uCount)
+    {
+        SNode* const pNext = pFrom->pFollowing;
+        stCopies.Append(pDest->NewNode(ElementOf(pFrom)));
+        pSrc->Discard({pFrom, pFrom, 1});
+        pFrom = pNext;
+    }
+    pDest->Link(stCopies, pBefore);
+    pSrc->SetCache(0, pSrc->m_pHead);
+    pDest->SetCache(0, pDest->m_pHead);
+    return res;
+}
+
+QvResult CListBase::Merge(unsigned int uIndex, CListBase& rSrc)
+{
+    if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
+    return res >= 0 ? Move(this, uIndex, &rSrc, 0, rSrc.m_uSize) : res;
+}
+
+QvResult CListBase::Split(unsigned int uIndex, CListBase& rDest)
+{
+    if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= m_uSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = m_uSize - uIndex;
+    const QvResult res = rDest.ReserveFor(uCount);
+    return res >= 0 ? Move(&rDest, 0, this, uIndex, uCount) : res;
+}
+
+void CListBase::ExchangeContents(CListBase& rOther)
+{
+    m_nodeAllocator.Exchange(rOther.m_nodeAllocator);
+    using List = CListBase;
+    orvel_internal::ExchangeMembers(*this, rOther, &List::m_uLockCapacity, &List::m_uSize, &List::m_uCachedIndex,
+                                    &List::m_pCachedNode, &List::m_pHead, &List::m_pTail);
+}
+
+void CListBase::DropAll()
+{
+    if (m_uSize == 0) return;
+    m_nodeAllocator.PushChain(&m_pTail->stBackwards, &m_pHead->stBackwards, m_uSize);
+    m_uSize = 0;
+    m_pHead = m_pTail = nullptr;
+    SetCache(0, nullptr);
+}
+
+// Makes at least uCount nodes free.
+QvResult CListBase::ReserveFree(unsigned int uCount)
+{
+    const size_t uNodeSize = m_uElementSize + sizeof(SNode);
+    if (size_t{m_uSize} + uCount > UINT_MAX / uNodeSize) return QV_RES_OUT_OF_MEMORY;
+    return m_nodeAllocator.Reserve(uCount) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+}
+
+QvResult CListBase::ReserveFor(size_t uSize)
+{
+    if (uSize <= size_t{m_uSize} + m_nodeAllocator.GetBlockCount()) return QV_RES_OK;
+    if (uSize <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uSize));
+    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+}
+
+// An element in a node that is not linked yet. The caller has reserved it.
+CListBase::SNode* CListBase::NewNode(const void* pElement)
+{
+    SNode* const pNode = new (m_nodeAllocator.Pop()) SNode(nullptr, nullptr);
+    if (pElement != nullptr) ConstructFrom(ElementOf(pNode), pElement);
+    else Construct(ElementOf(pNode));
+    return pNode;
+}
+
+// Destroys the elements of unlinked nodes, first to last, and makes the nodes free, the last one on top.
+void CListBase::Discard(const SChain& rstChain)
+{
+    SNode* pNode = rstChain.pFirst;
+    for (unsigned int uDone = 0; uDone < rstChain.uCount; ++uDone)
+    {
+        Destruct(ElementOf(pNode));
+        pNode = pNode->pFollowing;
+    }
+    m_nodeAllocator.PushChain(&rstChain.pLast->stBackwards, &rstChain.pFirst->stBackwards, rstChain.uCount);
+}
+
+CListBase::SNode* CListBase::NodeAt(unsigned int uIndex) const
+{
+    if (uIndex >= m_uSize) return nullptr;
+    const unsigned int uLast = m_uSize - 1;
+    if (uIndex == 0 || (m_pCachedNode == nullptr && uIndex <= uLast / 2)) SetCache(0, m_pHead);
+    else if (uIndex == uLast || m_pCachedNode == nullptr) SetCache(uLast, m_pTail);
+    unsigned int uAt = m_uCachedIndex;
+    SNode* pNode = m_pCachedNode;
+    for (; uAt < uIndex; ++uAt) pNode = pNode->pFollowing;
+    for (; uAt > uIndex; --uAt) pNode = pNode->GetPrevious();
+    SetCache(uIndex, pNode);
+    return pNode;
+}
+
+// Links a chain in front of pBefore, at the end when that is null.
+void CListBase::Link(const SChain& rstChain, SNode* pBefore)
+{
+    SetNeighbours(pBefore != nullptr ? pBefore->GetPrevious() : m_pTail, rstChain.pFirst);
+    SetNeighbours(rstChain.pLast, pBefore);
+    m_uSize += rstChain.uCount;
+}
+
+// Takes uCount nodes from pFirst on out of the list; the links among them stay.
+CListBase::SChain CListBase::Unlink(SNode* pFirst, unsigned int uCount)
+{
+    SNode* pLast = uCount == m_uSize ? m_pTail : pFirst;
+    if (uCount < m_uSize)
+    {
+        for (unsigned int uStep = 1; uStep < uCount; ++uStep) pLast = pLast->pFollowing;
+    }
+    SetNeighbours(pFirst->GetPrevious(), pLast->pFollowing);
+    m_uSize -= uCount;
+    return {pFirst, pLast, uCount};
+}
+
+// Makes two nodes neighbours; where one is null, the other becomes that end of the list.
+void CListBase::SetNeighbours(SNode* pNode, SNode* pFollowing)
+{
+    if (pNode != nullptr) pNode->pFollowing = pFollowing;
+    else m_pHead = pFollowing;
+    if (pFollowing != nullptr) pFollowing->SetPrevious(pNode);
+    else m_pTail = pNode;
+}
+
+void CListBase::SetCache(unsigned int uIndex, SNode* pNode) const
+{
+    m_uCachedIndex = uIndex;
+    m_pCachedNode = pNode;
+}
+
+void CListBase::ListElements(void** ppElements) const
+{
+    for (SNode* pNode = m_pHead; pNode != nullptr; pNode = pNode->pFollowing) *ppElements++ = ElementOf(pNode);
+}
+
+// Links all nodes anew, in the order of their elements.
+void CListBase::RelinkAs(void* const* ppElements)
+{
+    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
+    constexpr unsigned int uAHEAD = 16;
+    SChain stSorted{};
+    while (stSorted.uCount < m_uSize)
+    {
+        if (m_uSize - stSorted.uCount > uAHEAD) __builtin_prefetch(ppElements[stSorted.uCount + uAHEAD], 1);
+        stSorted.Append(static_cast<SNode*>(ppElements[stSorted.uCount]) - 1);
+    }
+    stSorted.pLast->pFollowing = nullptr;
+    m_pHead = stSorted.pFirst;
+    m_pTail = stSorted.pLast;
+    SetCache(0, m_pHead);
+}

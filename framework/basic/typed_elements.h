@@ -1,0 +1,358 @@
+#ifndef FRAMEWORK_BASIC_TYPED_ELEMENTS_H
+#define FRAMEWORK_BASIC_TYPED_ELEMENTS_H
+#include <stddef.h>
+
+#include <iterator>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "framework/basic/ordered_sequence.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// The order of `<`, as a typed comparison: what the typed containers use when they are given none.
+struct SNaturalOrder
+{
+    template <typename First, typename Second>
+    int operator()(const First& rFirst, const Second& rSecond) const
+    {
+        if (rFirst < rSecond) return -1;
+        return rSecond < rFirst ? 1 : 0;
+    }
+};
+
+/// What the typed containers have in common over their untyped bases. Internal: include the containers' headers.
+namespace orvel_internal
+{
+/// Exchanges members of two objects.
+template <typename Object, typename... Members>
+void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMembers)
+{
+    (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
+}
+
+/// Lets a typed comparison be called as a base calls one.
+template <typename T, typename Key, typename Compare>
+class CTypedComparison
+{
+    static_assert(
+        !std::is_same<decltype(std::declval<Compare&>()(std::declval<const T&>(), std::declval<const Key&>())),
+                      bool>::value,
+        "a comparison returns a negative number, 0 or a positive number, not whether one comes first");
+
+public:
+    explicit CTypedComparison(Compare& rCompare) : m_rCompare(rCompare) {}
+    int operator()(const void* pElement, const void* pKey) const
+    {
+        return m_rCompare(*static_cast<const T*>(pElement), *static_cast<const Key*>(pKey));
+    }
+
+private:
+    Compare& m_rCompare;
+};
+
+/// A typed comparison without state, as a callback: all that it is lies in its type.
+template <typename T, typename Compare>
+int StatelessCallback(const void* pFirst, const void* pSecond, unsigned int)
+{
+    static_assert(std::is_empty<Compare>::value && std::is_trivially_copyable<Compare>::value,
+                  "the container keeps a callback and a number, not an object: a comparison must have no state "
+                  "(wrap a function in a lambda without captures)");
+    // An array of bytes brings an object of such a type to life with it, also one without a default constructor.
+    alignas(Compare) unsigned char auCompare[sizeof(Compare)] = {};
+    return CTypedComparison<T, T, Compare>(*std::launder(reinterpret_cast<Compare*>(auCompare)))(pFirst, pSecond);
+}
+
+/// Makes, copies and destroys the elements of a base that knows only their size.
+template <typename T, typename Base>
+class CTypedElements : protected Base
+{
+    static_assert(
+        alignof(T) <= alignof(max_align_t),
+        "the blocks of an IAllocator are aligned as operator new[] does: they cannot hold an over-aligned type");
+
+public:
+    ~CTypedElements() override
+    {
+        // The base's destructor can no longer reach Destruct().
+        if (!std::is_trivially_destructible<T>::value) Base::EraseAll();
+    }
+
+    using Base::EraseAll;
+    using Base::GetCapacity;
+    using Base::GetFirstIndex;
+    using Base::GetLastIndex;
+    using Base::GetLockCapacity;
+    using Base::GetSize;
+    using Base::IsEmpty;
+    using Base::ReduceCapacity;
+    using Base::ReserveCapacity;
+    using Base::SetLockCapacity;
+
+    void Construct(void* pElement) override
+    {
+        // Without a default constructor no operation that would come here can be compiled.
+        if constexpr (std::is_default_constructible<T>::value) ::new (pElement) T;
+        else static_cast<void>(pElement);
+    }
+    void ConstructFrom(void* pElement, const void* pSource) override
+    {
+        ::new (pElement) T(*static_cast<const T*>(pSource));
+    }
+    void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+protected:
+    template <typename... Arguments>
+    explicit CTypedElements(Arguments&&... arguments)
+        : Base(static_cast<unsigned int>(sizeof(T)), std::forward<Arguments>(arguments)...)
+    {
+    }
+    CTypedElements(const CTypedElements&) = delete;
+    CTypedElements& operator=(const CTypedElements& rSrc)
+    {
+        Base::operator=(rSrc);
+        return *this;
+    }
+    CTypedElements& operator=(CTypedElements&& rSrc)
+    {
+        Base::ExchangeContents(rSrc);
+        return *this;
+    }
+};
+
+/// Designates an element of a list or tree, or none; it stays good until its element leaves the container. T is const
+/// where the element may only be read.
+template <typename T, typename Base>
+class CNodeHandle
+{
+public:
+    using Position = typename Base::Position;
+
+    CNodeHandle() : m_position() {}
+    explicit CNodeHandle(Position position) : m_position(position) {}
+    template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
+    CNodeHandle(const CNodeHandle<Mutable, Base>& rOther) : m_position(rOther)
+    {
+    }
+
+    /// Whether it designates an element.
+    explicit operator bool() const { return m_position != Position(); }
+    T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
+    T* operator->() const { return std::addressof(**this); }
+    /// The neighbours; none beyond the ends, and none of none.
+    CNodeHandle GetNext() const { return CNodeHandle(Base::GetNext(m_position)); }
+    CNodeHandle GetPrevious() const { return CNodeHandle(Base::GetPrevious(m_position)); }
+
+    /// What the base calls it.
+    operator Position() const { return m_position; }
+
+    friend bool operator==(const CNodeHandle& rFirst, const CNodeHandle& rSecond)
+    {
+        return rFirst.m_position == rSecond.m_position;
+    }
+    friend bool operator!=(const CNodeHandle& rFirst, const CNodeHandle& rSecond) { return !(rFirst == rSecond); }
+
+private:
+    Position m_position;
+};
+
+/// What the standard library wants to know of an iterator.
+template <typename T, typename Category>
+struct SIteratorTypes
+{
+    using iterator_category = Category;
+    using value_type = std::remove_const_t<T>;
+    using difference_type = ptrdiff_t;
+    using pointer = T*;
+    using reference = T&;
+};
+
+/// A handle that walks as a bidirectional iterator; the end designates no element.
+template <typename T, typename Base>
+class CNodeIterator : public CNodeHandle<T, Base>, public SIteratorTypes<T, std::bidirectional_iterator_tag>
+{
+    using Handle = CNodeHandle<T, Base>;
+
+public:
+    CNodeIterator() : m_pContainer(nullptr) {}
+    CNodeIterator(const Base* pContainer, typename Base::Position position) : Handle(position), m_pContainer(pContainer)
+    {
+    }
+    template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
+    CNodeIterator(const CNodeIterator<Mutable, Base>& rOther) : Handle(rOther), m_pContainer(rOther.GetContainer())
+    {
+    }
+
+    CNodeIterator& operator++()
+    {
+        Handle::operator=(this->GetNext());
+        return *this;
+    }
+    CNodeIterator& operator--()
+    {
+        Handle::operator=(*this ? this->GetPrevious() : Handle(m_pContainer->GetLast()));
+        return *this;
+    }
+    CNodeIterator operator++(int)
+    {
+        const CNodeIterator before(*this);
+        ++*this;
+        return before;
+    }
+    CNodeIterator operator--(int)
+    {
+        const CNodeIterator before(*this);
+        --*this;
+        return before;
+    }
+
+    const Base* GetContainer() const { return m_pContainer; }
+
+private:
+    const Base* m_pContainer;
+};
+/// The typed operations of containers whose elements lie in nodes: handles and iterators.
+template <typename T, typename Base>
+class CTypedNodes : public CTypedElements<T, Base>
+{
+public:
+    using handle = CNodeHandle<T, Base>;
+    using const_handle = CNodeHandle<const T, Base>;
+    using iterator = CNodeIterator<T, Base>;
+    using const_iterator = CNodeIterator<const T, Base>;
+    using value_type = T;
+
+    /// The first and the last element; none when empty.
+    handle GetFirst() { return handle(Base::GetFirst()); }
+    const_handle GetFirst() const { return const_handle(Base::GetFirst()); }
+    handle GetLast() { return handle(Base::GetLast()); }
+    const_handle GetLast() const { return const_handle(Base::GetLast()); }
+
+    iterator begin() { return iterator(this, Base::GetFirst()); }
+    iterator end() { return iterator(this, {}); }
+    const_iterator begin() const { return const_iterator(this, Base::GetFirst()); }
+    const_iterator end() const { return const_iterator(this, {}); }
+
+protected:
+    template <typename... Arguments>
+    explicit CTypedNodes(Arguments&&... arguments) : CTypedElements<T, Base>(std::forward<Arguments>(arguments)...)
+    {
+    }
+};
+
+/// The typed operations of vector, list and vector-list.
+///
+/// Every operation that orders elements has two forms. One takes a typed comparison: anything that is called with
+/// (const T& element, const Key& key) and returns a negative number, 0 or a positive number; left out, it is the order
+/// of `<`. The other takes a callback and its number. Keys may be of any type that the comparison takes.
+template <typename T, typename Base, typename Elements = CTypedElements<T, Base>>
+class CTypedSequence : public Elements
+{
+public:
+    using Base::Erase;
+    using Base::GetEndIndex;
+    using Base::Swap;
+
+    /// The element at an index below the size, else null.
+    T* GetAt(unsigned int uIndex) { return static_cast<T*>(Base::GetAt(uIndex)); }
+    const T* GetAt(unsigned int uIndex) const { return static_cast<const T*>(Base::GetAt(uIndex)); }
+
+    /// As in the base: uCount copies of an element, or elements made by default, or copies of all elements of rSrc.
+    QvResult Insert(unsigned int uIndex, unsigned int uCount)
+    {
+        static_assert(std::is_default_constructible<T>::value,
+                      "elements made without a source need a default constructor");
+        return Base::Insert(uIndex, uCount, nullptr);
+    }
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
+    {
+        return Base::Insert(uIndex, uCount, std::addressof(rElement));
+    }
+    QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
+    {
+        return Base::Insert(uIndex, static_cast<const Base&>(rSrc));
+    }
+    QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
+
+    /// Inserts a copy in front of the first element that does not order before it; the container must be sorted.
+    template <typename Compare = SNaturalOrder>
+    QvResult InsertSorted(const T& rElement, Compare compare = Compare())
+    {
+        return Insert(SearchFor<T>(compare).LowerBound(std::addressof(rElement)), 1, rElement);
+    }
+    QvResult InsertSorted(const T& rElement, PFNCompareElements pfnCompare, unsigned int uParam)
+    {
+        return Base::InsertSorted(std::addressof(rElement), pfnCompare, uParam);
+    }
+
+    /// Room for an element, which counts from now on: construct a T there at once.
+    using Base::Allocate;
+    using Base::AllocateSorted;
+    template <typename Key, typename Compare>
+    QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
+    {
+        return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), std::addressof(rKey), ppElement);
+    }
+
+    QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
+    QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
+
+    void Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+    {
+        // Not the base's, which does the same: a callback costs less when it does not lie in another module.
+        Base::SortElements(SComparison{pfnCompare, uParam});
+    }
+    template <typename Compare = SNaturalOrder>
+    void Sort(Compare compare = Compare())
+    {
+        Base::SortElements(CTypedComparison<T, T, Compare>(compare));
+    }
+
+    template <typename Key, typename Compare = SNaturalOrder>
+    unsigned int Find(unsigned int uStartIndex, const Key& rKey, Compare compare = Compare()) const
+    {
+        return SearchFor<Key>(compare).Find(uStartIndex, std::addressof(rKey));
+    }
+    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                      unsigned int uParam) const
+    {
+        return Base::Find(uStartIndex, pKey, pfnCompare, uParam);
+    }
+    using Base::FindSorted;
+    template <typename Key, typename Compare = SNaturalOrder>
+    unsigned int FindSorted(const Key& rKey, Compare compare = Compare()) const
+    {
+        return SearchFor<Key>(compare).FindSorted(std::addressof(rKey));
+    }
+    using Base::GetMinElementIndex;
+    template <typename Compare = SNaturalOrder>
+    unsigned int GetMinElementIndex(Compare compare = Compare()) const
+    {
+        return SearchFor<T>(compare).MinIndex();
+    }
+    using Base::GetMaxElementIndex;
+    template <typename Compare = SNaturalOrder>
+    unsigned int GetMaxElementIndex(Compare compare = Compare()) const
+    {
+        return SearchFor<T>(compare).MaxIndex();
+    }
+
+protected:
+    template <typename... Arguments>
+    explicit CTypedSequence(Arguments&&... arguments) : Elements(std::forward<Arguments>(arguments)...)
+    {
+    }
+
+private:
+    template <typename Key, typename Compare>
+    auto SearchFor(Compare& rCompare) const
+    {
+        return Base::SearchWith(CTypedComparison<T, Key, Compare>(rCompare));
+    }
+};
+
+}  // namespace orvel_internal
+
+#endif

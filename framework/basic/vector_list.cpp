@@ -1,0 +1,260 @@
+#include "framework/basic/vector_list.h"
+
+#include <limits.h>
+#include <string.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "framework/basic/container_members.h"
+
+static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary interface");
+
+ORVEL_DEFINE_INDEX_MEMBERS(CVListBase)
+ORVEL_DEFINE_ELEMENT_OPERATIONS(CVListBase)
+ORVEL_DEFINE_SEQUENCE_MEMBERS(CVListBase)
+
+CVListBase::CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
+    : m_elementAllocator(uSizeOfElement, pAllocator), m_uElementSize(uSizeOfElement), m_order(false, nullptr)
+{
+}
+
+CVListBase::CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator)
+    : m_elementAllocator(rAllocator, uSizeOfElement), m_uElementSize(uSizeOfElement), m_order(false, nullptr)
+{
+}
+
+// The addresses in the order of a copy are constructed instead of moved as bytes: a difference that is kept.
+CVListBase::CVListBase(const CVListBase& rSrc)
+    : m_elementAllocator(rSrc.m_elementAllocator), m_uElementSize(rSrc.m_uElementSize), m_order(nullptr)
+{
+    CVListBase::operator=(rSrc);
+}
+
+CVListBase::~CVListBase()
+{
+    EraseAll();
+    m_uElementSize = 0;
+}
+
+CVListBase& CVListBase::operator=(const CVListBase& rSrc)
+{
+    if (this == &rSrc || m_uElementSize != rSrc.m_uElementSize) return *this;
+    const unsigned int uCount = rSrc.GetSize();
+    if (ReserveCapacity(uCount) < 0) return *this;
+    // The blocks of the elements that go serve those that come.
+    if (!m_elementAllocator.Reserve(std::max(uCount, GetSize()) - GetSize())) return *this;
+    EraseAll();
+    OpenSlots(0, uCount);
+    Copy(this, 0, &rSrc, 0, uCount);
+    return *this;
+}
+
+QvResult CVListBase::ReserveCapacity(unsigned int uCapacity)
+{
+    const QvResult res = m_order.ReserveCapacity(uCapacity);
+    if (res >= 0) m_elementAllocator.Reserve(GetCapacity() - GetSize());
+    return res;
+}
+
+QvResult CVListBase::ReduceCapacity(unsigned int uCapacity)
+{
+    const QvResult res = m_order.ReduceCapacity(uCapacity);
+    if (res >= 0) m_elementAllocator.Reduce(GetCapacity() - GetSize());
+    return res;
+}
+
+unsigned int CVListBase::GetCapacity() const
+{
+    return m_order.GetCapacity();
+}
+
+unsigned int CVListBase::GetLockCapacity() const
+{
+    return m_order.GetLockCapacity();
+}
+
+void CVListBase::SetLockCapacity(unsigned int uLockCapacity)
+{
+    m_order.SetLockCapacity(uLockCapacity);
+}
+
+unsigned int CVListBase::GetSize() const
+{
+    return m_order.GetSize();
+}
+
+void* CVListBase::GetAt(unsigned int uIndex)
+{
+    return uIndex < m_order.GetSize() ? m_order[uIndex] : nullptr;
+}
+
+const void* CVListBase::GetAt(unsigned int uIndex) const
+{
+    return uIndex < m_order.GetSize() ? m_order[uIndex] : nullptr;
+}
+
+QvResult CVListBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
+{
+    if (uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
+    if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    const QvResult res = OpenSlots(uIndex, uCount);
+    for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew)
+    {
+        void* const pBlock = m_elementAllocator.Pop();
+        if (pElement != nullptr) ConstructFrom(pBlock, pElement);
+        else Construct(pBlock);
+        m_order[uIndex + uNew] = pBlock;
+    }
+    return res;
+}
+
+QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
+{
+    if (m_uElementSize != rSrc.m_uElementSize || uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = rSrc.GetSize();
+    const QvResult res = GrowFor(size_t{GetSize()} + uCount);
+    if (res < 0) return res;
+    if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    OpenSlots(uIndex, uCount);
+    // A vector-list inserted into itself has its source cut in two by the gap.
+    const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
+    Copy(this, uIndex, &rSrc, 0, uBeforeGap);
+    Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap);
+    return res;
+}
+
+void* CVListBase::Allocate(unsigned int uIndex)
+{
+    void* const pBlock = m_elementAllocator.Pop();
+    if (pBlock == nullptr) return nullptr;
+    if (m_order.Insert(uIndex, 1, pBlock) >= 0) return pBlock;
+    m_elementAllocator.Push(pBlock);
+    return nullptr;
+}
+
+void CVListBase::Erase(unsigned int uIndex, unsigned int uCount)
+{
+    if (uIndex >= GetSize()) return;
+    uCount = std::min(uCount, GetSize() - uIndex);
+    for (unsigned int uErased = 0; uErased < uCount; ++uErased) DiscardBlock(m_order[uIndex + uErased]);
+    m_order.Erase(uIndex, uCount);
+}
+
+void CVListBase::Erase(unsigned int uIndex)
+{
+    Erase(uIndex, 1);
+}
+
+void CVListBase::EraseAll()
+{
+    Erase(0, GetSize());
+}
+
+void CVListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
+{
+    if (uIndex1 < GetSize() && uIndex2 < GetSize()) std::swap(m_order[uIndex1], m_order[uIndex2]);
+}
+
+QvResult CVListBase::Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
+                          unsigned int uCount)
+{
+    if (uCount == 0) return QV_RES_OK;
+    if (!pDest->HasRoomFor(uDestIndex, *pSrc, uSrcIndex, uCount)) return QV_RES_INVALID_ARGUMENT;
+    if (!pDest->m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    for (unsigned int uCopied = 0; uCopied < uCount; ++uCopied)
+    {
+        void* const pBlock = pDest->m_elementAllocator.Pop();
+        pDest->m_order[uDestIndex + uCopied] = pBlock;
+        pDest->ConstructFrom(pBlock, pSrc->m_order[uSrcIndex + uCopied]);
+    }
+    return QV_RES_OK;
+}
+
+QvResult CVListBase::Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
+                          unsigned int uCount)
+{
+    if (uCount == 0) return QV_RES_OK;
+    if (!pDest->HasRoomFor(uDestIndex, *pSrc, uSrcIndex, uCount)) return QV_RES_INVALID_ARGUMENT;
+    if (pDest->m_elementAllocator == pSrc->m_elementAllocator)
+    {
+        memmove(&pDest->m_order[uDestIndex], &pSrc->m_order[uSrcIndex], uCount * sizeof(void*));
+        return QV_RES_OK;
+    }
+    if (!pDest->m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    for (unsigned int uMoved = 0; uMoved < uCount; ++uMoved)
+    {
+        void* const pFrom = pSrc->m_order[uSrcIndex + uMoved];
+        void* const pBlock = pDest->m_elementAllocator.Pop();
+        pDest->ConstructFrom(pBlock, pFrom);
+        pDest->m_order[uDestIndex + uMoved] = pBlock;
+        pSrc->DiscardBlock(pFrom);
+    }
+    return QV_RES_OK;
+}
+
+QvResult CVListBase::Merge(unsigned int uIndex, CVListBase& rSrc)
+{
+    if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = rSrc.GetSize();
+    const QvResult res = GrowFor(size_t{GetSize()} + uCount);
+    if (res < 0) return res;
+    if (!ReserveBlocksFor(0, rSrc, uCount)) return QV_RES_OUT_OF_MEMORY;
+    OpenSlots(uIndex, uCount);
+    Move(this, uIndex, &rSrc, 0, uCount);
+    rSrc.m_order.EraseAll();
+    return res;
+}
+
+QvResult CVListBase::Split(unsigned int uIndex, CVListBase& rDest)
+{
+    if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= GetSize()) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uCount = GetSize() - uIndex;
+    const QvResult res = rDest.GrowFor(uCount);
+    if (res < 0) return res;
+    if (!rDest.ReserveBlocksFor(rDest.GetSize(), *this, uCount)) return QV_RES_OUT_OF_MEMORY;
+    rDest.EraseAll();
+    rDest.OpenSlots(0, uCount);
+    Move(&rDest, 0, this, uIndex, uCount);
+    m_order.Erase(uIndex, uCount);
+    return res;
+}
+
+void CVListBase::ExchangeContents(CVListBase& rOther)
+{
+    m_elementAllocator.Exchange(rOther.m_elementAllocator);
+    m_order = std::move(rOther.m_order);  // an exchange, too
+}
+
+// Whether the slots and elements that Copy() and Move() are told of exist.
+bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex,
+                            unsigned int uCount) const
+{
+    return m_uElementSize == rSrc.m_uElementSize && size_t{uDestIndex} + uCount <= GetSize() &&
+           size_t{uSrcIndex} + uCount <= rSrc.GetSize();
+}
+
+QvResult CVListBase::OpenSlots(unsigned int uIndex, unsigned int uCount)
+{
+    return m_order.Insert(uIndex, uCount, nullptr);
+}
+
+QvResult CVListBase::GrowFor(size_t uSize)
+{
+    if (uSize <= GetCapacity()) return QV_RES_OK;
+    if (uSize <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uSize));
+    return GetLockCapacity() != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+}
+
+// Makes sure of the blocks for uCount elements of rSrc, while others are still in place that will give theirs back.
+bool CVListBase::ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount)
+{
+    if (m_elementAllocator == rSrc.m_elementAllocator) return true;
+    return m_elementAllocator.Reserve(std::max(uCount, uElementsToReplace) - uElementsToReplace);
+}
+
+void CVListBase::DiscardBlock(void* pBlock)
+{
+    Destruct(pBlock);
+    m_elementAllocator.Push(pBlock);
+}

@@ -1,0 +1,273 @@
+#ifndef FRAMEWORK_BASIC_VECTOR_LIST_H
+#define FRAMEWORK_BASIC_VECTOR_LIST_H
+#include <stddef.h>
+
+#include <iterator>
+#include <memory>
+#include <type_traits>
+
+#include "framework/basic/allocator.h"
+#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/typed_elements.h"
+#include "framework/basic/vector.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
+/// addresses; CVList<T> is its typed face.
+///
+///     order       [ . | . | . | . ]      index: constant time; inserting, erasing and sorting move addresses only
+///                   |   |   |   |
+///     elements     [b] [d] [a] [c]       never move
+///
+/// Elements are made, copied and destroyed through the three virtual element operations, which a derived class
+/// overrides (its destructor calls EraseAll(): the base's could not reach them).
+///
+/// Ownership  Owns its elements. Borrows the allocator of their blocks, which must outlive it; null means the default
+///            allocator, from which the order always comes.
+/// Threads    No locking: one thread at a time.
+/// Growth     Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
+///            first. Blocks of erased elements become free and are used again.
+/// Addresses  An element stays where it is until it is erased.
+/// Failure    Reported as QvResult with the vector-lists as they were (blocks had by then stay as spare capacity); what
+///            returns nothing ignores bad arguments.
+class QV_EXPORT CVListBase
+{
+public:
+    CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator);
+    /// Takes blocks from the source of rAllocator, whose block size is kept if it suffices for an element.
+    CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator);
+    /// Same source of memory, element size and elements, neither spare capacity nor lock. The element operations of a
+    /// derived class are out of reach here: construct an empty object and assign.
+    CVListBase(const CVListBase& rSrc);
+    virtual ~CVListBase();
+    /// Copies the elements. Changes nothing when the element sizes differ, the locked capacity does not suffice, or
+    /// memory runs out.
+    CVListBase& operator=(const CVListBase& rSrc);
+
+    /// The element at an index below the size, else null.
+    void* GetAt(unsigned int uIndex);
+    const void* GetAt(unsigned int uIndex) const;
+    unsigned int GetSize() const;
+    bool IsEmpty() const;
+    unsigned int GetFirstIndex() const;
+    /// GetSize() - 1: 0xFFFFFFFF when empty.
+    unsigned int GetLastIndex() const;
+    unsigned int GetEndIndex() const;
+
+    /// Puts a block in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
+    /// above the size or the capacity cannot grow.
+    void* Allocate(unsigned int uIndex);
+    /// The same at the place of pKey in a sorted vector-list that holds no equal element.
+    /// QV_RES_OK                *ppElement is the room for the element
+    /// QV_RES_INVALID_ARGUMENT  ppElement is null
+    /// QV_RES_ALREADY_EXISTS    an equal element is there
+    /// QV_RES_FAIL              the room could not be had
+    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+    /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
+    /// it is null. *pElement may be an element of this vector-list.
+    /// QV_RES_OK                the elements are in
+    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ
+    QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
+    /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
+    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+
+    /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
+    /// QV_RES_OK             the capacity is at least uCapacity
+    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order
+    QvResult ReserveCapacity(unsigned int uCapacity);
+    /// Makes the capacity exactly the larger of uCapacity and the size, if it is more, and gives surplus blocks back.
+    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order
+    QvResult ReduceCapacity(unsigned int uCapacity);
+    unsigned int GetCapacity() const;
+    /// Non-zero: the capacity is locked.
+    unsigned int GetLockCapacity() const;
+    void SetLockCapacity(unsigned int uLockCapacity);
+
+    /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
+    void Erase(unsigned int uIndex, unsigned int uCount);
+    void Erase(unsigned int uIndex);
+    void EraseAll();
+
+    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
+    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                      unsigned int uParam) const;
+    /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
+    unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Shell sort of the addresses; equal elements may change places.
+    void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
+    /// Exchanges the places of two elements; nothing happens when an index is none.
+    void Swap(unsigned int uIndex1, unsigned int uIndex2);
+    /// Index of the first smallest (largest) element; 0 when empty.
+    unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+
+    /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element: what other
+    /// operations are made of.
+    /// QV_RES_OK                the copies are in
+    /// QV_RES_INVALID_ARGUMENT  there are not that many elements or slots, or the element sizes differ
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no blocks
+    static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
+                         unsigned int uCount);
+    /// Moves them; the source's slots are left for the caller to remove. Between vector-lists with one source of memory
+    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the source's
+    /// destroyed. Results as above.
+    static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
+                         unsigned int uCount);
+
+    /// Moves all elements of rSrc in front of index uIndex.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector-list
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
+    QvResult Merge(unsigned int uIndex, CVListBase& rSrc);
+    /// Replaces the elements of rDest by those from uIndex on, which leave this vector-list.
+    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this vector-list
+    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order of rDest
+    QvResult Split(unsigned int uIndex, CVListBase& rDest);
+
+    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    virtual void Construct(void* pElement);
+    virtual void ConstructFrom(void* pElement, const void* pSource);
+    virtual void Destruct(void* pElement);
+
+protected:
+    /// Exchanges everything but the element size with a vector-list of the same element size.
+    void ExchangeContents(CVListBase& rOther);
+
+    /// Access to the elements, for what containers share; good until the order changes.
+    class CElementAccess
+    {
+    public:
+        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+
+        explicit CElementAccess(void* const* ppElements) : m_ppElements(ppElements) {}
+        const void* operator()(unsigned int uIndex) const { return m_ppElements[uIndex]; }
+
+    private:
+        void* const* m_ppElements;
+    };
+    template <typename Compare>
+    QV_HIDDEN orvel_internal::CSearch<CElementAccess, Compare> SearchWith(Compare compare) const
+    {
+        return {m_order.GetSize(), CElementAccess(m_order.begin()), compare};
+    }
+    template <typename Compare>
+    QV_HIDDEN void SortElements(const Compare& rCompare)
+    {
+        orvel_internal::SortPointers(m_order.begin(), m_order.GetSize(), rCompare);
+    }
+
+    /// Index of the first element that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+
+    CBlockAllocator m_elementAllocator;
+    unsigned int m_uElementSize;
+    CVector<void*> m_order;
+
+private:
+    QV_HIDDEN bool HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex,
+                              unsigned int uCount) const;
+    QV_HIDDEN QvResult OpenSlots(unsigned int uIndex, unsigned int uCount);
+    QV_HIDDEN QvResult GrowFor(size_t uSize);
+    QV_HIDDEN bool ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount);
+    QV_HIDDEN void DiscardBlock(void* pBlock);
+};
+
+namespace orvel_internal
+{
+/// Walks the order of a vector-list, at random.
+template <typename T>
+class CVListIterator : public SIteratorTypes<T, std::random_access_iterator_tag>
+{
+public:
+    CVListIterator() : m_ppElement(nullptr) {}
+    explicit CVListIterator(void* const* ppElement) : m_ppElement(ppElement) {}
+    template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
+    CVListIterator(const CVListIterator<Mutable>& rOther) : m_ppElement(rOther.GetSlot())
+    {
+    }
+
+    T& operator*() const { return *static_cast<T*>(*m_ppElement); }
+    T* operator->() const { return static_cast<T*>(*m_ppElement); }
+    T& operator[](ptrdiff_t nOffset) const { return *(*this + nOffset); }
+
+    CVListIterator& operator+=(ptrdiff_t nOffset)
+    {
+        m_ppElement += nOffset;
+        return *this;
+    }
+    CVListIterator& operator-=(ptrdiff_t nOffset) { return *this += -nOffset; }
+    CVListIterator& operator++() { return *this += 1; }
+    CVListIterator& operator--() { return *this += -1; }
+    CVListIterator operator++(int) { return CVListIterator(m_ppElement++); }
+    CVListIterator operator--(int) { return CVListIterator(m_ppElement--); }
+    friend CVListIterator operator+(CVListIterator it, ptrdiff_t nOffset) { return it += nOffset; }
+    friend CVListIterator operator+(ptrdiff_t nOffset, CVListIterator it) { return it += nOffset; }
+    friend CVListIterator operator-(CVListIterator it, ptrdiff_t nOffset) { return it -= nOffset; }
+    friend ptrdiff_t operator-(CVListIterator it1, CVListIterator it2) { return it1.m_ppElement - it2.m_ppElement; }
+
+    friend bool operator==(CVListIterator it1, CVListIterator it2) { return it1.m_ppElement == it2.m_ppElement; }
+    friend bool operator!=(CVListIterator it1, CVListIterator it2) { return it1.m_ppElement != it2.m_ppElement; }
+    friend bool operator<(CVListIterator it1, CVListIterator it2) { return it1.m_ppElement < it2.m_ppElement; }
+    friend bool operator>(CVListIterator it1, CVListIterator it2) { return it2 < it1; }
+    friend bool operator<=(CVListIterator it1, CVListIterator it2) { return !(it2 < it1); }
+    friend bool operator>=(CVListIterator it1, CVListIterator it2) { return !(it1 < it2); }
+
+    void* const* GetSlot() const { return m_ppElement; }
+
+private:
+    void* const* m_ppElement;
+};
+}  // namespace orvel_internal
+
+/// A vector-list of T over CVListBase, whose growth and threading rules it has:
+///
+///     CVList<SRecord> records;
+///     records.Append(record);
+///     SRecord* const pRecord = records.GetAt(0);  // good until that element is erased
+///     records.Sort();
+///     for (SRecord& rRecord : records) ...
+///
+/// Iterators  Random access; invalid after anything that inserts, erases or changes the capacity. A standard algorithm
+///            that rearranges elements through them copies elements; Sort() and Swap() do not.
+template <typename T>
+class QV_EXPORT CVList : public orvel_internal::CTypedSequence<T, CVListBase>
+{
+    using Sequence = orvel_internal::CTypedSequence<T, CVListBase>;
+    using CVListBase::m_order;
+
+public:
+    using value_type = T;
+    using iterator = orvel_internal::CVListIterator<T>;
+    using const_iterator = orvel_internal::CVListIterator<const T>;
+
+    CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::operator=(rSrc); }
+    CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
+    CVList& operator=(const CVList& rSrc) = default;
+    /// The two vector-lists exchange everything.
+    CVList& operator=(CVList&& rSrc) = default;
+    explicit CVList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
+    explicit CVList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
+
+    iterator begin() { return iterator(m_order.begin()); }
+    iterator end() { return iterator(m_order.end()); }
+    const_iterator begin() const { return const_iterator(m_order.begin()); }
+    const_iterator end() const { return const_iterator(m_order.end()); }
+
+    /// The element at an index below the size, else null.
+    T* GetAt(unsigned int uIndex) { return uIndex < m_order.GetSize() ? &begin()[uIndex] : nullptr; }
+    const T* GetAt(unsigned int uIndex) const { return uIndex < m_order.GetSize() ? &begin()[uIndex] : nullptr; }
+    /// The element at an index that the caller knows to be below the size.
+    T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
+    const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
+};
+
+#endif

@@ -1,0 +1,574 @@
+#include "framework/basic/aatree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tests/support/container_elements.h"
+#include "tests/support/object_bytes.h"
+#include "tests/support/test_allocator.h"
+#include "tests/support/test_seed.h"
+
+namespace
+{
+using CNode = CAATreeBase::CAATreeNode;
+
+int CompareInts(const void* pFirst, const void* pSecond, unsigned int)
+{
+    return *static_cast<const int*>(pFirst) - *static_cast<const int*>(pSecond);
+}
+
+int CompareReversed(const void* pFirst, const void* pSecond, unsigned int)
+{
+    return CompareInts(pSecond, pFirst, 0);
+}
+
+// An untyped tree of int: elements are copied by the one operation that it needs.
+class CIntTree : public CAATreeBase
+{
+public:
+    explicit CIntTree(IAllocator* pAllocator = nullptr) : CAATreeBase(sizeof(int), CompareInts, 5, pAllocator) {}
+    CIntTree(unsigned int uSize, const CBlockAllocator& rAllocator) : CAATreeBase(uSize, CompareInts, 5, rAllocator) {}
+    ~CIntTree() override { EraseAll(); }
+    CIntTree& operator=(const CIntTree& rSrc)
+    {
+        CAATreeBase::operator=(rSrc);
+        return *this;
+    }
+    void ConstructFrom(void* pElement, const void* pSource) override { memcpy(pElement, pSource, sizeof(int)); }
+    QvResult Add(int n) { return Insert(&n); }
+    void Remove(int n) { EraseElement(&n); }
+
+    using CAATreeBase::eALLOCATE;
+    using CAATreeBase::eCOPY_KEY;
+    using CAATreeBase::eLINK_ALLOCATED;
+    using CAATreeBase::ms_auNullNode;
+    using CAATreeBase::ms_pNullNode;
+};
+
+int ValueOf(CNode* pNode)
+{
+    return *static_cast<int*>(CAATreeBase::GetElement(pNode));
+}
+
+std::vector<int> ValuesOf(const CIntTree& rTree)
+{
+    std::vector<int> values;
+    for (unsigned int u = 0; u < rTree.GetSize(); ++u) values.push_back(ValueOf(rTree.FindNodeByIndex(u)));
+    return values;
+}
+
+TEST(CAATreeLayout, FieldsLieWhereTheBinaryInterfaceHasThem)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    EXPECT_EQ(112u, sizeof(CAATreeBase));
+    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&tree, 16));
+    EXPECT_EQ(sizeof(int) + 32, LoadAt<unsigned int>(&tree, 44));
+    EXPECT_EQ(sizeof(int), LoadAt<unsigned int>(&tree, 48));
+    EXPECT_EQ(&CompareInts, LoadAt<PFNCompareElements>(&tree, 56));
+    EXPECT_EQ(5u, LoadAt<unsigned int>(&tree, 64));
+    tree.SetLockCapacity(9);
+    EXPECT_EQ(9u, LoadAt<unsigned int>(&tree, 72));
+    tree.SetLockCapacity(0);
+    tree.Add(1);
+    tree.Add(2);
+    tree.Add(3);
+    EXPECT_EQ(3u, LoadAt<unsigned int>(&tree, 76));
+    void* const pElement = tree.Allocate();
+    EXPECT_EQ(1u, LoadAt<unsigned int>(&tree, 80));
+    tree.EraseAllocated(pElement);
+    const CNode* const pRoot = LoadAt<CNode*>(&tree, 88);
+    EXPECT_EQ(2, ValueOf(const_cast<CNode*>(pRoot)));
+    CNode* const pThird = tree.FindNodeByIndex(2);
+    EXPECT_EQ(pThird, LoadAt<CNode*>(&tree, 96));
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&tree, 104));
+    EXPECT_EQ(pThird, LoadAt<CNode*>(pRoot, 8));
+    EXPECT_EQ(pRoot, LoadAt<CNode*>(pThird, 16));
+    EXPECT_EQ(1u, LoadAt<unsigned int>(pThird, 24));
+    EXPECT_EQ(3, LoadAt<int>(pThird, 32));
+    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(pThird, 0));
+    EXPECT_EQ(32u, sizeof(CNode));
+    EXPECT_EQ(16u, sizeof(CAATreeBase::SCompareVoidParams));
+}
+
+TEST(CAATreeLayout, SlotsAndActionsHaveTheirNumbers)
+{
+    EXPECT_EQ(2, SlotOf(&CAATreeBase::Construct));
+    EXPECT_EQ(3, SlotOf(&CAATreeBase::ConstructFrom));
+    EXPECT_EQ(4, SlotOf(&CAATreeBase::Destruct));
+    EXPECT_EQ(0, int{CIntTree::eCOPY_KEY});
+    EXPECT_EQ(1, int{CIntTree::eALLOCATE});
+    EXPECT_EQ(2, int{CIntTree::eLINK_ALLOCATED});
+}
+
+TEST(CAATreeSentinel, ItsLinksLeadToItselfAndItsLevelIsZero)
+{
+    const CNode* const pNull = CIntTree::ms_pNullNode;
+    EXPECT_EQ(static_cast<const void*>(CIntTree::ms_auNullNode), pNull);
+    EXPECT_EQ(pNull, pNull->pLeft);
+    EXPECT_EQ(pNull, pNull->pRight);
+    EXPECT_EQ(pNull, pNull->pParent);
+    EXPECT_EQ(0u, pNull->uLevel);
+    EXPECT_TRUE(CAATreeBase::IsSentinel(pNull));
+}
+
+TEST(CAATreeSentinel, ANodeStartsEmptyOrAsTold)
+{
+    const CNode empty;
+    EXPECT_EQ(nullptr, empty.pLeft);
+    EXPECT_EQ(nullptr, empty.pRight);
+    EXPECT_EQ(nullptr, empty.pParent);
+    EXPECT_EQ(0u, empty.uLevel);
+    CNode left;
+    CNode right;
+    CNode parent;
+    const CNode node(&left, &right, &parent, 3);
+    EXPECT_EQ(&left, node.pLeft);
+    EXPECT_EQ(&right, node.pRight);
+    EXPECT_EQ(&parent, node.pParent);
+    EXPECT_EQ(3u, node.uLevel);
+}
+
+TEST(CAATreeEmpty, HasNoNodesAndWrappingIndexes)
+{
+    const CIntTree tree;
+    const int nKey = 1;
+    EXPECT_TRUE(tree.IsEmpty());
+    EXPECT_EQ(0u, tree.GetSize());
+    EXPECT_EQ(0u, tree.GetCapacity());
+    EXPECT_EQ(0u, tree.GetFirstIndex());
+    EXPECT_EQ(0xFFFFFFFFu, tree.GetLastIndex());
+    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNode(&nKey)));
+    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(0)));
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+    EXPECT_EQ(nullptr, tree.GetFirst());
+    EXPECT_EQ(nullptr, tree.GetLast());
+}
+
+TEST(CAATreeInsert, AscendingNumbersAreFoundByIndexAndByKey)
+{
+    CIntTree tree;
+    for (int n = 1; n <= 7; ++n) EXPECT_EQ(QV_RES_OK, tree.Add(n));
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5, 6, 7}), ValuesOf(tree));
+    for (int n = 1; n <= 7; ++n) EXPECT_EQ(n, ValueOf(tree.FindNode(&n)));
+    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(7)));
+}
+
+TEST(CAATreeInsert, AnEqualElementIsRefusedAndTheReservedNodeStaysSpare)
+{
+    CIntTree tree;
+    tree.Add(1);
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.Add(1));
+    EXPECT_EQ(1u, tree.GetSize());
+    EXPECT_EQ(2u, tree.GetCapacity());
+}
+
+TEST(CAATreeInsert, WithoutMemoryNothingChanges)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    allocator.SetRefusing(true);
+    void* pElement = &allocator;
+    const int nKey = 1;
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, tree.Add(1));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, tree.AllocateSorted(&nKey, &pElement));
+    EXPECT_EQ(&allocator, pElement);
+    EXPECT_EQ(nullptr, tree.Allocate());
+    EXPECT_EQ(0u, tree.GetCapacity());
+}
+
+TEST(CAATreeInsert, AllocateSortedRefusesANullPlaceForTheAnswerFirst)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    const int nKey = 1;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.AllocateSorted(&nKey, nullptr));
+    EXPECT_TRUE(allocator.GetRequests().empty());
+}
+
+TEST(CAATreeInsert, AllocatedElementsAreLinkedOrGivenBack)
+{
+    CIntTree tree;
+    int* const pnFirst = static_cast<int*>(tree.Allocate());
+    int* const pnSecond = static_cast<int*>(tree.Allocate());
+    *pnFirst = *pnSecond = 4;
+    EXPECT_EQ(0u, tree.GetSize());
+    EXPECT_EQ(2u, tree.GetCapacity());
+    EXPECT_EQ(QV_RES_OK, tree.InsertAllocated(pnFirst));
+    EXPECT_EQ(pnFirst, CAATreeBase::GetElement(tree.FindNode(pnFirst)));
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.InsertAllocated(pnSecond));
+    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(0));
+    EXPECT_EQ(2u, tree.GetCapacity()) << "the node that was refused is still out";
+    tree.EraseAllocated(pnSecond);
+    tree.EraseAllocated(nullptr);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.InsertAllocated(nullptr));
+    EXPECT_EQ(1u, tree.GetSize());
+    EXPECT_EQ(2u, tree.GetCapacity());
+}
+
+TEST(CAATreeErase, WhatIsNotThereChangesNothing)
+{
+    CIntTree tree;
+    tree.Add(1);
+    tree.Add(3);
+    tree.Remove(2);
+    tree.Remove(0);
+    tree.Remove(4);
+    tree.Erase(2);
+    EXPECT_EQ((std::vector<int>{1, 3}), ValuesOf(tree));
+}
+
+TEST(CAATreeErase, OfAllKeepsTheCapacity)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    for (int n = 0; n < 20; ++n) tree.Add(n);
+    tree.EraseAll();
+    EXPECT_TRUE(tree.IsEmpty());
+    EXPECT_EQ(20u, tree.GetCapacity());
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(&tree, 88));
+    const std::size_t uRequests = allocator.GetRequests().size();
+    for (int n = 0; n < 20; ++n) tree.Add(n);
+    EXPECT_EQ(uRequests, allocator.GetRequests().size()) << "nodes are used again";
+}
+
+TEST(CAATreeErase, AKeyThatIsTheElementItselfWillDo)
+{
+    CIntTree tree;
+    for (int n = 0; n < 50; ++n) tree.Add(n);
+    while (!tree.IsEmpty()) tree.EraseElement(CAATreeBase::GetElement(tree.FindNodeByIndex(tree.GetSize() / 2)));
+    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(0)));
+}
+
+TEST(CAATreeCapacity, IsExactAndCountsAllocatedNodes)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(5));
+    EXPECT_EQ(5u, allocator.GetRequests().back().uCount);
+    EXPECT_EQ(sizeof(int) + 32, allocator.GetRequests().back().uSize);
+    tree.Add(1);
+    void* const pElement = tree.Allocate();
+    EXPECT_EQ(5u, tree.GetCapacity());
+    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(2));
+    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(8));
+    EXPECT_EQ(3u, allocator.GetRequests().back().uCount);
+    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(4));
+    EXPECT_EQ(4u, tree.GetCapacity());
+    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(0));
+    EXPECT_EQ(2u, tree.GetCapacity());
+    tree.EraseAllocated(pElement);
+}
+
+TEST(CAATreeCapacity, ALockRefusesEveryChange)
+{
+    CIntTree tree;
+    tree.ReserveCapacity(2);
+    tree.SetLockCapacity(1);
+    EXPECT_EQ(1u, tree.GetLockCapacity());
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReduceCapacity(2));
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReserveCapacity(3));
+    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(2));
+    EXPECT_EQ(QV_RES_OK, tree.Add(1));
+    EXPECT_EQ(QV_RES_OK, tree.Add(2));
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.Add(2)) << "refused before it is looked for";
+    void* pElement = nullptr;
+    const int nKey = 3;
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.AllocateSorted(&nKey, &pElement));
+    EXPECT_EQ(nullptr, tree.Allocate());
+    CIntTree larger;
+    for (int n = 10; n < 13; ++n) larger.Add(n);
+    tree = larger;
+    EXPECT_EQ((std::vector<int>{1, 2}), ValuesOf(tree));
+    larger.Erase(0);
+    tree = larger;
+    EXPECT_EQ((std::vector<int>{11, 12}), ValuesOf(tree));
+}
+
+TEST(CAATreeCapacity, WhatDoesNotFitIsOutOfMemory)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, tree.ReserveCapacity(0xFFFFFFFF));
+    CAATreeBase monster(0xFFFFFFF8, CompareInts, 0, &allocator);
+    const int nKey = 0;
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, monster.Insert(&nKey));
+    EXPECT_TRUE(allocator.GetRequests().empty());
+}
+
+TEST(CAATreeCapacity, ABlockAllocatorWithTooSmallBlocksIsRaised)
+{
+    CTestAllocator allocator;
+    const CBlockAllocator small(8, &allocator);
+    CIntTree raised(sizeof(int), small);
+    raised.Add(1);
+    EXPECT_EQ(sizeof(int) + 32, allocator.GetRequests().back().uSize);
+    const CBlockAllocator large(100, &allocator);
+    CIntTree kept(sizeof(int), large);
+    kept.Add(1);
+    EXPECT_EQ(100u, allocator.GetRequests().back().uSize);
+}
+
+TEST(CAATreeComparison, MayBeReplacedWhileTheTreeIsEmpty)
+{
+    CIntTree tree;
+    EXPECT_EQ(QV_RES_OK, tree.SetComparisonFunction(CompareReversed, 0));
+    tree.Add(1);
+    tree.Add(2);
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.SetComparisonFunction(CompareInts, 0));
+    EXPECT_EQ((std::vector<int>{2, 1}), ValuesOf(tree));
+    CIntTree copy;
+    copy = tree;
+    copy.Add(3);
+    EXPECT_EQ((std::vector<int>{3, 2, 1}), ValuesOf(copy)) << "assignment takes the comparison";
+}
+
+TEST(CAATreeAssignment, LeavesTheTreeAsItWasWhenItCannot)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    tree.Add(1);
+    CIntTree source;
+    source.Add(5);
+    source.Add(6);
+    allocator.SetRefusing(true);
+    tree = source;
+    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
+    allocator.SetRefusing(false);
+    CIntTree wide(8, CBlockAllocator(8, nullptr));
+    tree = wide;
+    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
+    const CIntTree& rSame = tree;
+    tree = rSame;
+    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
+    void* const pElement = tree.Allocate();
+    tree = source;
+    EXPECT_EQ((std::vector<int>{5, 6}), ValuesOf(tree));
+    EXPECT_EQ(3u, tree.GetCapacity());
+    tree.EraseAllocated(pElement);
+}
+
+TEST(CAATreeAssignment, TheCopyConstructorTakesSourceSizeAndComparison)
+{
+    CTestAllocator allocator;
+    CIntTree tree(&allocator);
+    tree.ReserveCapacity(9);
+    tree.Add(3);
+    tree.SetLockCapacity(1);
+    CAATreeBase copy(tree);
+    EXPECT_EQ(1u, copy.GetSize());
+    EXPECT_EQ(1u, copy.GetCapacity());
+    EXPECT_EQ(0u, copy.GetLockCapacity());
+    EXPECT_EQ(sizeof(int) + 32, allocator.GetRequests().back().uSize);
+}
+
+TEST(CAATreeCurrentNode, WalksInOrderAndFallsOffEitherEnd)
+{
+    CIntTree tree;
+    for (int n = 0; n < 10; ++n) tree.Add(n);
+    const int nKey = 4;
+    tree.SetCurrentNode(tree.FindNode(&nKey));
+    EXPECT_FALSE(tree.CurrentNodeIsInvalid());
+    for (int n = 4; n < 10; ++n)
+    {
+        EXPECT_EQ(n, ValueOf(tree.GetCurrentNode()));
+        tree.IncrementCurrentNode();
+    }
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+    tree.IncrementCurrentNode();
+    tree.DecrementCurrentNode();
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+    tree.FindNodeByIndex(1);
+    tree.DecrementCurrentNode();
+    EXPECT_EQ(0, ValueOf(tree.GetCurrentNode()));
+    tree.DecrementCurrentNode();
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+}
+
+TEST(CAATreeCurrentNode, OneThatWasSetDoesNotMisleadAccessByIndex)
+{
+    CIntTree tree;
+    for (int n = 0; n < 30; ++n) tree.Add(n);
+    for (int n = 0; n < 30; ++n)
+    {
+        tree.SetCurrentNode(tree.FindNode(&n));
+        if (n % 3 == 1) tree.IncrementCurrentNode();
+        if (n % 3 == 2) tree.DecrementCurrentNode();
+        for (const unsigned int u : {13u, 0u, 29u, 17u})
+            EXPECT_EQ(static_cast<int>(u), ValueOf(tree.FindNodeByIndex(u)));
+        tree.IncrementCurrentNode();
+        EXPECT_EQ(18, ValueOf(tree.GetCurrentNode()));
+        EXPECT_EQ(20, ValueOf(tree.FindNodeByIndex(20)));
+    }
+    tree.SetCurrentNode(nullptr);
+    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
+}
+
+TEST(CAATreeCurrentNode, AScanByIndexTakesAtMostTwoStepsAnElement)
+{
+    CIntTree tree;
+    for (int n = 0; n < 1000; ++n) tree.Add(n);
+    // A step is a link followed; counted here on the way that the successor takes.
+    unsigned int uSteps = 0;
+    for (unsigned int u = 0; u + 1 < 1000; ++u)
+    {
+        CNode* pNode = tree.FindNodeByIndex(u);
+        CNode* const pNext = tree.FindNodeByIndex(u + 1);
+        if (!CAATreeBase::IsSentinel(pNode->pRight))
+        {
+            for (pNode = pNode->pRight, ++uSteps; pNode != pNext; pNode = pNode->pLeft) ++uSteps;
+        }
+        else
+        {
+            for (; pNode != pNext; pNode = pNode->pParent) ++uSteps;
+        }
+    }
+    EXPECT_LE(uSteps, 2000u);
+}
+
+TEST(CAATreeNodes, MinimumAndMaximumOfASubtree)
+{
+    CIntTree tree;
+    for (int n = 0; n < 15; ++n) tree.Add(n);
+    CNode* const pRoot = LoadAt<CNode*>(&tree, 88);
+    EXPECT_EQ(0, ValueOf(tree.FindNodeMin(pRoot)));
+    EXPECT_EQ(14, ValueOf(tree.FindNodeMax(pRoot)));
+    EXPECT_EQ(ValueOf(pRoot) + 1, ValueOf(tree.FindNodeMin(pRoot->pRight)));
+    CNode* const pNull = CIntTree::ms_pNullNode;
+    EXPECT_EQ(pNull, tree.FindNodeMin(pNull));
+    EXPECT_EQ(pNull, tree.FindNodeMax(pNull));
+    EXPECT_EQ(pNull, tree.FindNodeMin(nullptr));
+    EXPECT_EQ(pNull, tree.FindNodeMax(nullptr));
+    EXPECT_EQ(nullptr, CAATreeBase::GetElement(pNull));
+    EXPECT_EQ(nullptr, CAATreeBase::GetElement(nullptr));
+    for (CNode* const pNone : {pNull, static_cast<CNode*>(nullptr)})
+    {
+        EXPECT_EQ(nullptr, CAATreeBase::GetNext(pNone));
+        EXPECT_EQ(nullptr, CAATreeBase::GetPrevious(pNone));
+    }
+}
+
+struct SByLength
+{
+    int operator()(const std::string& rFirst, const std::string& rSecond) const
+    {
+        return static_cast<int>(rFirst.size()) - static_cast<int>(rSecond.size());
+    }
+};
+
+TEST(CAATreeTyped, IsInTheOrderOfLessOrOfItsComparison)
+{
+    const std::vector<std::string> texts = {"pear", "fig", "banana", "apple"};
+    CAATree<std::string> byLess;
+    CAATree<std::string> byLength{SByLength()};
+    CAATree<std::string> byLambda([](const std::string& r1, const std::string& r2) { return r2.compare(r1); });
+    for (const std::string& rText : texts)
+    {
+        EXPECT_EQ(QV_RES_OK, byLess.Insert(rText));
+        EXPECT_EQ(QV_RES_OK, byLength.Insert(rText));
+        EXPECT_EQ(QV_RES_OK, byLambda.Insert(rText));
+    }
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, byLength.Insert("kiwi"));
+    const auto listed = [](const auto& rTree) { return std::vector<std::string>(rTree.begin(), rTree.end()); };
+    EXPECT_EQ((std::vector<std::string>{"apple", "banana", "fig", "pear"}), listed(byLess));
+    EXPECT_EQ((std::vector<std::string>{"fig", "pear", "apple", "banana"}), listed(byLength));
+    EXPECT_EQ((std::vector<std::string>{"pear", "fig", "banana", "apple"}), listed(byLambda));
+    EXPECT_EQ(QV_RES_INVALID_STATE, byLess.SetComparisonFunction(SByLength()));
+    byLess.EraseAll();
+    EXPECT_EQ(QV_RES_OK, byLess.SetComparisonFunction(SByLength()));
+    EXPECT_EQ(QV_RES_OK, byLess.Insert("a"));
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, byLess.Insert("b"));
+}
+
+TEST(CAATreeTyped, HandlesWalkAndErase)
+{
+    CAATree<int> tree;
+    for (int n = 0; n < 20; ++n) tree.Insert(n * 7 % 20);
+    int nExpected = 0;
+    for (CAATree<int>::handle element = tree.GetFirst(); element; element = element.GetNext())
+        EXPECT_EQ(nExpected++, *element);
+    EXPECT_EQ(20, nExpected);
+    for (auto element = tree.GetLast(); element; element = element.GetPrevious()) EXPECT_EQ(--nExpected, *element);
+    const CAATree<int>& rConst = tree;
+    CAATree<int>::const_handle found = rConst.Find(8);
+    ASSERT_TRUE(found);
+    found = tree.Find(9);
+    EXPECT_EQ(9, *found);
+    EXPECT_FALSE(rConst.Find(99));
+    EXPECT_FALSE(tree.Find(99));
+    tree.Erase(found);
+    tree.Erase(CAATree<int>::handle());
+    tree.Erase(tree.begin());
+    tree.Erase(tree.GetSize() - 1);
+    tree.EraseElement(10);
+    EXPECT_EQ(16u, tree.GetSize());
+    EXPECT_EQ(1, *rConst.GetAt(0));
+    EXPECT_EQ(11, *tree.GetAt(8));
+    EXPECT_EQ(nullptr, tree.GetAt(16));
+}
+
+TEST(CAATreeTyped, IteratorsServeTheStandardAlgorithms)
+{
+    CAATree<int> tree;
+    for (int n = 0; n < 100; ++n) tree.Insert(n * 37 % 100);
+    EXPECT_TRUE(std::is_sorted(tree.begin(), tree.end()));
+    EXPECT_EQ(100, std::distance(tree.begin(), tree.end()));
+    EXPECT_EQ(42, *std::lower_bound(tree.begin(), tree.end(), 42));
+    EXPECT_EQ(99, *std::prev(tree.end()));
+    std::vector<int> backwards;
+    std::reverse_copy(tree.begin(), tree.end(), std::back_inserter(backwards));
+    EXPECT_TRUE(std::is_sorted(backwards.rbegin(), backwards.rend()));
+    static_assert(std::bidirectional_iterator<CAATree<int>::iterator>);
+    static_assert(std::bidirectional_iterator<CAATree<int>::const_iterator>);
+    static_assert(std::is_convertible_v<CAATree<int>::iterator, CAATree<int>::const_iterator>);
+    static_assert(!std::is_convertible_v<CAATree<int>::const_iterator, CAATree<int>::iterator>);
+}
+
+TEST(CAATreeTyped, EveryElementIsDestroyedOnce)
+{
+    std::mt19937 rng(TestSeed());
+    CTestAllocator allocator;
+    {
+        CAATree<CCounted> tree(&allocator);
+        for (unsigned int u = 0; u < 5000; ++u)
+        {
+            const CCounted key(static_cast<int>(Below(rng, 100)));
+            allocator.SetRefusing(Below(rng, 3) == 0);
+            if (Below(rng, 2) == 0) tree.Insert(key);
+            else tree.EraseElement(key);
+        }
+        allocator.SetRefusing(false);
+        CAATree<CCounted> copy(tree);
+        EXPECT_EQ(static_cast<int>(2 * tree.GetSize()), CCounted::ms_nLive);
+        CAATree<CCounted> moved(std::move(copy));
+        EXPECT_TRUE(copy.IsEmpty());
+        copy = std::move(moved);
+        EXPECT_EQ(tree.GetSize(), copy.GetSize());
+        moved = copy;
+        void* pElement = nullptr;
+        ASSERT_EQ(QV_RES_OK, copy.AllocateSorted(CCounted(1000), &pElement));
+        new (pElement) CCounted(1000);
+        EXPECT_EQ(1000, copy.GetLast()->GetValue());
+    }
+    EXPECT_EQ(0, CCounted::ms_nLive);
+    EXPECT_EQ(0, CCounted::ms_nStray);
+}
+
+struct SNoDefault
+{
+    explicit SNoDefault(int n) : nValue(n) {}
+    bool operator<(const SNoDefault& rOther) const { return nValue < rOther.nValue; }
+    int nValue;
+};
+
+TEST(CAATreeTyped, ElementsNeedNoDefaultConstructor)
+{
+    CAATree<SNoDefault> tree;
+    tree.Insert(SNoDefault(2));
+    tree.Insert(SNoDefault(1));
+    EXPECT_EQ(1, tree.GetFirst()->nValue);
+}
+}  // namespace

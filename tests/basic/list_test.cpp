@@ -1,0 +1,430 @@
+// What only the list has; see sequence_test.cpp and sequence_model_test.cpp for what it shares.
+#include "framework/basic/list.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <numeric>
+
+#include "tests/support/container_elements.h"
+#include "tests/support/logged_container.h"
+#include "tests/support/object_bytes.h"
+#include "tests/support/test_allocator.h"
+
+namespace
+{
+using CIntList = CLogged<CListBase>;
+
+// Offsets of the binary interface.
+constexpr std::size_t g_uSOURCE = 16;
+constexpr std::size_t g_uBLOCK_SIZE = 44;
+constexpr std::size_t g_uLOCK = 48;
+constexpr std::size_t g_uSIZE = 52;
+constexpr std::size_t g_uELEMENT_SIZE = 56;
+constexpr std::size_t g_uCACHED_INDEX = 60;
+constexpr std::size_t g_uCACHED_NODE = 64;
+constexpr std::size_t g_uHEAD = 72;
+constexpr std::size_t g_uTAIL = 80;
+
+// The cache as (index, value); (index, -1) without a node.
+std::pair<unsigned int, int> CacheOf(const CIntList& rList)
+{
+    const void* const pNode = LoadAt<void*>(&rList, g_uCACHED_NODE);
+    return {LoadAt<unsigned int>(&rList, g_uCACHED_INDEX), pNode != nullptr ? LoadAt<int>(pNode, 16) : -1};
+}
+using CCache = std::pair<unsigned int, int>;
+
+class CListTest : public testing::Test
+{
+protected:
+    CTestAllocator allocator;
+    CTestAllocator other;
+    std::string log;
+};
+
+TEST_F(CListTest, FieldsAndNodesLieWhereTheBinaryInterfaceHasThem)
+{
+    CIntList list('a', log, &allocator);
+    EXPECT_EQ(88u, sizeof(CListBase));
+    AddNumbers(list, 10, 3);
+    list.SetLockCapacity(4);
+    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&list, g_uSOURCE));
+    EXPECT_EQ(20u, LoadAt<unsigned int>(&list, g_uBLOCK_SIZE));
+    EXPECT_EQ(4u, LoadAt<unsigned int>(&list, g_uLOCK));
+    EXPECT_EQ(3u, LoadAt<unsigned int>(&list, g_uSIZE));
+    EXPECT_EQ(4u, LoadAt<unsigned int>(&list, g_uELEMENT_SIZE));
+    const void* const pHead = LoadAt<void*>(&list, g_uHEAD);
+    const void* const pMiddle = LoadAt<void*>(pHead, 8);
+    const void* const pTail = LoadAt<void*>(&list, g_uTAIL);
+    EXPECT_EQ(nullptr, LoadAt<void*>(pHead, 0));
+    EXPECT_EQ(pHead, LoadAt<void*>(pMiddle, 0));
+    EXPECT_EQ(pTail, LoadAt<void*>(pMiddle, 8));
+    EXPECT_EQ(nullptr, LoadAt<void*>(pTail, 8));
+    EXPECT_EQ(11, LoadAt<int>(pMiddle, 16));
+    EXPECT_EQ(2, SlotOf(&CListBase::Construct));
+    EXPECT_EQ(3, SlotOf(&CListBase::ConstructFrom));
+    EXPECT_EQ(4, SlotOf(&CListBase::Destruct));
+}
+
+TEST_F(CListTest, TheCacheGoesToTheNearerEndFirstAndJumpsToTheEnds)
+{
+    CIntList list('a', log);
+    AddNumbers(list, 0, 9);
+    list.Erase(8);
+    EXPECT_EQ((CCache{0, 0}), CacheOf(list));
+    for (const unsigned int uIndex : {3u, 5u, 0u, 7u, 4u, 4u})
+    {
+        EXPECT_EQ(static_cast<int>(uIndex), *static_cast<int*>(CListBase::GetElement(list.Find(uIndex))));
+        EXPECT_EQ((CCache{uIndex, static_cast<int>(uIndex)}), CacheOf(list));
+    }
+    EXPECT_FALSE(list.Find(8));
+    EXPECT_EQ((CCache{4, 4}), CacheOf(list));
+}
+
+TEST_F(CListTest, TheCacheIsSetByInsertionAndResetByWhatRestructures)
+{
+    CIntList list('a', log);
+    CIntList more('b', log);
+    AddNumbers(list, 0, 6);
+    const int nNew = 9;
+    list.Insert(2, 2, &nNew);
+    EXPECT_EQ((CCache{3, 9}), CacheOf(list));
+    *static_cast<int*>(list.Allocate(1)) = 8;
+    EXPECT_EQ((CCache{1, 8}), CacheOf(list));
+    list.Erase(5);
+    EXPECT_EQ((CCache{0, 0}), CacheOf(list));
+    list.Find(3);
+    list.Erase(list.GetLast());
+    EXPECT_EQ((CCache{0, 0}), CacheOf(list));
+    list.Find(3);
+    list.MoveToFirst(list.Find(2));
+    EXPECT_EQ((CCache{0, 1}), CacheOf(list));
+    list.MoveToLast(list.Find(2));
+    EXPECT_EQ((CCache{0, 1}), CacheOf(list));
+    list.Find(3);
+    list.Sort([](const void*, const void*, unsigned int) { return 0; }, 0);
+    EXPECT_EQ((CCache{0, 1}), CacheOf(list));
+    list.Find(3);
+    AddNumbers(more, 20, 2);
+    more.Find(1);
+    list.Merge(1, more);
+    EXPECT_EQ(0u, CacheOf(list).first);
+    EXPECT_EQ((CCache{0, -1}), CacheOf(more));
+    list.EraseAll();
+    EXPECT_EQ((CCache{0, -1}), CacheOf(list));
+}
+
+TEST_F(CListTest, SwapLeavesTheSecondNodeCachedAtItsNewPlace)
+{
+    CIntList list('a', log);
+    AddNumbers(list, 0, 6);
+    list.Swap(1, 4);
+    EXPECT_EQ("0 4 2 3 1 5 ", list.Values());
+    list.Find(2);
+    list.Swap(4, 1);
+    EXPECT_EQ((CCache{4, 4}), CacheOf(list));
+    EXPECT_EQ("0 1 2 3 4 5 ", list.Values());
+}
+
+struct SSwapCase
+{
+    unsigned int uFirst;
+    unsigned int uSecond;
+    const char* pszWant;
+};
+class CListSwap : public testing::TestWithParam<SSwapCase>
+{
+};
+TEST_P(CListSwap, RelinksEveryPairInEitherOrder)
+{
+    std::string log;
+    CIntList list('a', log);
+    AddNumbers(list, 0, 4);
+    const void* const pFirst = list.GetAt(GetParam().uFirst);
+    log.clear();
+    list.Swap(GetParam().uFirst, GetParam().uSecond);
+    EXPECT_EQ(GetParam().pszWant, list.Values());
+    EXPECT_TRUE(GetParam().uSecond >= 4 || pFirst == list.GetAt(GetParam().uSecond) || pFirst == nullptr);
+    EXPECT_EQ("", log) << "no element is copied";
+    list.MoveToLast(list.GetFirst());
+    EXPECT_EQ(4u, list.GetSize());
+    unsigned int uBackwards = 0;
+    for (CListBase::SPtr pNode = list.GetLast(); pNode; pNode = CListBase::GetPrevious(pNode)) ++uBackwards;
+    EXPECT_EQ(4u, uBackwards);
+}
+INSTANTIATE_TEST_SUITE_P(Pairs, CListSwap,
+                         testing::Values(SSwapCase{0, 1, "1 0 2 3 "}, SSwapCase{1, 0, "1 0 2 3 "},
+                                         SSwapCase{1, 2, "0 2 1 3 "}, SSwapCase{2, 1, "0 2 1 3 "},
+                                         SSwapCase{2, 3, "0 1 3 2 "}, SSwapCase{3, 2, "0 1 3 2 "},
+                                         SSwapCase{0, 3, "3 1 2 0 "}, SSwapCase{3, 0, "3 1 2 0 "},
+                                         SSwapCase{0, 2, "2 1 0 3 "}, SSwapCase{1, 3, "0 3 2 1 "},
+                                         SSwapCase{2, 2, "0 1 2 3 "}, SSwapCase{1, 4, "0 1 2 3 "},
+                                         SSwapCase{4, 1, "0 1 2 3 "}));
+
+TEST_F(CListTest, ErasedNodesAreUsedAgainTheLastFirst)
+{
+    CIntList list('a', log, &allocator);
+    AddNumbers(list, 0, 4);
+    const void* const pSecond = list.GetAt(1);
+    const void* const pThird = list.GetAt(2);
+    list.Erase(1, 2);
+    EXPECT_EQ(4u, list.GetCapacity());
+    AddNumbers(list, 7, 2);
+    EXPECT_EQ(pThird, list.GetAt(2));
+    EXPECT_EQ(pSecond, list.GetAt(3));
+    EXPECT_EQ(4u, allocator.GetRequests().size());
+}
+
+TEST_F(CListTest, CapacityIsExactAndSurvivesErasure)
+{
+    CIntList list('a', log, &allocator);
+    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(5));
+    EXPECT_EQ(5u, allocator.GetRequests().back().uCount);
+    EXPECT_EQ(20u, allocator.GetRequests().back().uSize);
+    AddNumbers(list, 0, 3);
+    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(3));
+    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(7));
+    EXPECT_EQ(2u, allocator.GetRequests().back().uCount);
+    list.EraseAll();
+    EXPECT_EQ(7u, list.GetCapacity());
+    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(4));
+    EXPECT_EQ(4u, list.GetCapacity());
+    list.Add(1);
+    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(0));
+    EXPECT_EQ(1u, list.GetCapacity());
+    list.EraseAll();
+    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(0));
+    EXPECT_EQ(0u, allocator.GetLiveBlocks());
+}
+
+TEST_F(CListTest, AListIsInsertedAtTheFrontWhateverTheIndex)
+{
+    CIntList list('a', log);
+    CIntList more('b', log);
+    AddNumbers(list, 0, 5);
+    EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
+    AddNumbers(more, 10, 3);
+    EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
+    EXPECT_EQ("10 11 12 0 1 2 3 4 ", list.Values());
+    EXPECT_EQ(QV_RES_OK, more.Insert(1, more));
+    EXPECT_EQ("10 11 12 10 11 12 ", more.Values());
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(9, more));
+}
+
+TEST_F(CListTest, CopyMakesItsCopiesInOrderAndMayCopyIntoItsOwnMiddle)
+{
+    CIntList list('a', log, &allocator);
+    CIntList more('b', log, &other);
+    AddNumbers(list, 0, 4);
+    AddNumbers(more, 10, 3);
+    log.clear();
+    EXPECT_EQ(QV_RES_OK, CListBase::Copy(&list, 2, &more, 1, 2));
+    EXPECT_EQ("af11 af12 ", log);
+    EXPECT_EQ("0 1 11 12 2 3 ", list.Values());
+    EXPECT_EQ(QV_RES_OK, CListBase::Copy(&more, 1, &more, 0, 3));
+    EXPECT_EQ("10 10 11 12 11 12 ", more.Values());
+    EXPECT_EQ(QV_RES_OK, CListBase::Copy(&more, 99, &list, 0, 1));
+    EXPECT_EQ("10 10 11 12 11 12 0 ", more.Values());
+    EXPECT_EQ(QV_RES_OK, CListBase::Copy(&more, 0, &list, 99, 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Copy(&more, 0, &list, 5, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Copy(&more, 0, &list, 0xFFFFFFFF, 0xFFFFFFFF));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CListBase::Copy(&list, 0, &more, 0, 1));
+    EXPECT_EQ("0 1 11 12 2 3 ", list.Values());
+}
+
+TEST_F(CListTest, MoveWithinOneSourceRelinksNodes)
+{
+    CIntList list('a', log, &allocator);
+    CIntList more('b', log, &allocator);
+    AddNumbers(list, 0, 4);
+    AddNumbers(more, 10, 4);
+    const void* const pMoved = more.GetAt(1);
+    log.clear();
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 1, &more, 1, 2));
+    EXPECT_EQ("", log);
+    EXPECT_EQ("0 11 12 1 2 3 ", list.Values());
+    EXPECT_EQ("10 13 ", more.Values());
+    EXPECT_EQ(pMoved, list.GetAt(1));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Move(&list, 0, &more, 1, 2));
+    EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 0, &more, 9, 0));
+}
+
+TEST_F(CListTest, MoveWithinOneListReordersIt)
+{
+    for (unsigned int uDest = 0; uDest <= 6; ++uDest)
+    {
+        CIntList list('a', log);
+        AddNumbers(list, 0, 6);
+        std::vector<int> expected = {0, 1, 4, 5};
+        const unsigned int uPlace = uDest <= 2 ? uDest : uDest <= 4 ? 2 : uDest - 2;
+        expected.insert(expected.begin() + uPlace, {2, 3});
+        EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, uDest, &list, 2, 2));
+        std::string text;
+        for (const int n : expected) text += std::to_string(n) + ' ';
+        EXPECT_EQ(text, list.Values()) << uDest;
+    }
+}
+
+TEST_F(CListTest, MoveBetweenSourcesCopiesAndDestroysOneByOne)
+{
+    CIntList list('a', log, &allocator);
+    CIntList more('b', log, &other);
+    AddNumbers(list, 0, 2);
+    AddNumbers(more, 10, 4);
+    log.clear();
+    EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 1, &more, 1, 2));
+    EXPECT_EQ("af11 bd11 af12 bd12 ", log);
+    EXPECT_EQ("0 11 12 1 ", list.Values());
+    EXPECT_EQ("10 13 ", more.Values());
+    EXPECT_EQ(4u, more.GetCapacity());
+    list.ReduceCapacity(0);
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CListBase::Move(&list, 0, &more, 0, 1));
+    EXPECT_EQ("10 13 ", more.Values());
+    EXPECT_EQ("0 11 12 1 ", list.Values());
+}
+
+TEST_F(CListTest, SplitPutsTheElementsInFrontOfWhatIsThere)
+{
+    CIntList list('a', log, &allocator);
+    CIntList rest('b', log, &allocator);
+    AddNumbers(list, 0, 5);
+    AddNumbers(rest, 10, 2);
+    EXPECT_EQ(QV_RES_OK, list.Split(2, rest));
+    EXPECT_EQ("0 1 ", list.Values());
+    EXPECT_EQ("2 3 4 10 11 ", rest.Values());
+    EXPECT_EQ(1u, allocator.GetRequests().back().uCount)
+        << "three nodes reserved at the destination, two of them there";
+}
+
+TEST_F(CListTest, TheCopyConstructorTakesSourceAndSizeButNoSpareNodes)
+{
+    CIntList list('a', log, &allocator);
+    list.ReserveCapacity(9);
+    AddNumbers(list, 0, 2);
+    list.SetLockCapacity(1);
+    const CListBase copy(list);
+    EXPECT_EQ(2u, copy.GetSize());
+    EXPECT_EQ(2u, copy.GetCapacity());
+    EXPECT_EQ(0u, copy.GetLockCapacity());
+    EXPECT_EQ(20u, allocator.GetRequests().back().uSize);
+}
+
+TEST_F(CListTest, ABlockAllocatorWithTooSmallBlocksIsRaised)
+{
+    CIntList raised('a', log, CBlockAllocator(8, &allocator));
+    raised.Add(1);
+    EXPECT_EQ(20u, allocator.GetRequests().back().uSize);
+    CIntList kept('a', log, CBlockAllocator(64, &allocator));
+    kept.Add(1);
+    EXPECT_EQ(64u, allocator.GetRequests().back().uSize);
+    CListBase monster(0xFFFFFFF8, &allocator);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, monster.Insert(0, 1, nullptr));
+}
+
+TEST_F(CListTest, MergeReservesForTheTotalThoughItOnlyRelinks)
+{
+    CIntList list('a', log, &allocator);
+    CIntList more('b', log, &allocator);
+    AddNumbers(list, 0, 2);
+    AddNumbers(more, 10, 3);
+    EXPECT_EQ(QV_RES_OK, list.Merge(1, more));
+    EXPECT_EQ("0 10 11 12 1 ", list.Values());
+    EXPECT_TRUE(more.IsEmpty());
+    EXPECT_EQ(3u, allocator.GetRequests().back().uCount);
+    EXPECT_EQ(8u, list.GetCapacity());
+}
+
+TEST_F(CListTest, HandlesOfNothingAreIgnored)
+{
+    CIntList list('a', log);
+    AddNumbers(list, 0, 3);
+    const CListBase::SPtr pNone;
+    list.Erase(pNone);
+    list.MoveToFirst(pNone);
+    list.MoveToLast(nullptr);
+    list.MoveToFirst(list.GetFirst());
+    list.MoveToLast(list.GetLast());
+    EXPECT_EQ("0 1 2 ", list.Values());
+    EXPECT_FALSE(CListBase::GetNext(pNone));
+    EXPECT_FALSE(CListBase::GetPrevious(pNone));
+    EXPECT_EQ(nullptr, CListBase::GetElement(pNone));
+    EXPECT_TRUE(list.GetFirst() == list.Find(0));
+    EXPECT_TRUE(list.GetLast() != list.Find(0));
+    list.MoveToLast(list.GetFirst());
+    list.MoveToFirst(list.Find(1));
+    EXPECT_EQ("2 1 0 ", list.Values());
+}
+
+TEST(CListTyped, HandlesWalkEraseAndMove)
+{
+    CList<int> list;
+    for (int n = 0; n < 5; ++n) list.Append(n);
+    CList<int>::handle element = list.Find(2);
+    ASSERT_TRUE(element);
+    *element = 20;
+    EXPECT_EQ(3, *element.GetNext());
+    EXPECT_EQ(1, *element.GetPrevious());
+    EXPECT_FALSE(list.GetLast().GetNext());
+    EXPECT_FALSE(list.GetFirst().GetPrevious());
+    list.MoveToFirst(element);
+    list.MoveToLast(list.Find(1));
+    EXPECT_EQ((std::vector<int>{20, 1, 3, 4, 0}), std::vector<int>(list.begin(), list.end()));
+    list.Erase(element);
+    list.Erase(list.begin());
+    list.Erase(CList<int>::handle());
+    const CList<int>& rConst = list;
+    const CList<int>::const_handle first = rConst.GetFirst();
+    EXPECT_EQ(3, *first);
+    EXPECT_TRUE(first == CList<int>::const_handle(list.GetFirst()));
+    EXPECT_TRUE(first != rConst.GetLast());
+    EXPECT_FALSE(rConst.Find(3));
+}
+
+TEST(CListTyped, IteratorsServeTheStandardAlgorithms)
+{
+    CList<int> list;
+    for (int n = 0; n < 50; ++n) list.Append(n * 17 % 50);
+    EXPECT_EQ(49 * 50 / 2, std::accumulate(list.begin(), list.end(), 0));
+    std::reverse(list.begin(), list.end());
+    EXPECT_EQ(49 * 17 % 50, *list.begin());
+    list.Sort();
+    EXPECT_TRUE(std::is_sorted(list.begin(), list.end()));
+    EXPECT_EQ(49, *std::prev(list.end()));
+    EXPECT_EQ(30, *std::find(list.begin(), list.end(), 30));
+    CList<int>::iterator it = list.begin();
+    EXPECT_EQ(0, *it++);
+    EXPECT_EQ(1, *it--);
+    EXPECT_EQ(0, *it);
+    static_assert(std::bidirectional_iterator<CList<int>::iterator>);
+    static_assert(std::bidirectional_iterator<CList<int>::const_iterator>);
+    static_assert(std::is_convertible_v<CList<int>::iterator, CList<int>::const_iterator>);
+    static_assert(!std::is_convertible_v<CList<int>::const_iterator, CList<int>::iterator>);
+}
+
+TEST(CListTyped, ClearingAtOnceLeavesWhatClearingOneByOneLeaves)
+{
+    CTestAllocator allocator;
+    CList<int> atOnce(&allocator);
+    CList<CCounted> oneByOne(&allocator);
+    std::vector<const void*> addresses;
+    for (int n = 0; n < 5; ++n)
+    {
+        atOnce.Append(n);
+        oneByOne.Append(CCounted(n));
+        addresses.push_back(atOnce.GetAt(static_cast<unsigned int>(n)));
+    }
+    atOnce.EraseAll();
+    atOnce.EraseAll();
+    oneByOne.EraseAll();
+    EXPECT_EQ(0, CCounted::ms_nLive);
+    EXPECT_EQ(5u, atOnce.GetCapacity());
+    EXPECT_EQ(5u, oneByOne.GetCapacity());
+    for (int n = 0; n < 5; ++n) atOnce.Append(n);
+    for (unsigned int u = 0; u < 5; ++u) EXPECT_EQ(addresses[4 - u], atOnce.GetAt(u));
+    EXPECT_EQ(10u, allocator.GetLiveBlocks());
+}
+}  // namespace

@@ -1,0 +1,236 @@
+// What only the vector-list has; see sequence_test.cpp and sequence_model_test.cpp for what it shares.
+#include "framework/basic/vector_list.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include "tests/support/logged_container.h"
+#include "tests/support/object_bytes.h"
+#include "tests/support/test_allocator.h"
+
+namespace
+{
+using CIntVList = CLogged<CVListBase>;
+
+class CVListTest : public testing::Test
+{
+protected:
+    CTestAllocator allocator;
+    CTestAllocator other;
+    std::string log;
+};
+
+TEST_F(CVListTest, FieldsLieWhereTheBinaryInterfaceHasThem)
+{
+    CIntVList list('a', log, &allocator);
+    EXPECT_EQ(112u, sizeof(CVListBase));
+    AddNumbers(list, 10, 2);
+    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&list, 16));
+    EXPECT_EQ(8u, LoadAt<unsigned int>(&list, 44)) << "blocks have at least room for their link";
+    EXPECT_EQ(4u, LoadAt<unsigned int>(&list, 48));
+    // The order is a vector of addresses at 56: capacity at 16, size at 28, flag at 32, storage at 48.
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&list, 56 + 16));
+    EXPECT_EQ(2u, LoadAt<unsigned int>(&list, 56 + 28));
+    EXPECT_FALSE(LoadAt<bool>(&list, 56 + 32));
+    EXPECT_EQ(list.GetAt(1), LoadAt<void*>(LoadAt<void*>(&list, 56 + 48), 8));
+    const CVListBase copy(list);
+    EXPECT_TRUE(LoadAt<bool>(&copy, 56 + 32)) << "the order of a copy constructs its addresses";
+    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&copy, 16));
+    EXPECT_EQ(2u, copy.GetSize());
+    EXPECT_EQ(2, SlotOf(&CVListBase::Construct));
+    EXPECT_EQ(3, SlotOf(&CVListBase::ConstructFrom));
+    EXPECT_EQ(4, SlotOf(&CVListBase::Destruct));
+}
+
+TEST_F(CVListTest, OnlyBlocksComeFromItsAllocator)
+{
+    CIntVList list('a', log, &allocator);
+    list.ReserveCapacity(3);
+    ASSERT_EQ(1u, allocator.GetRequests().size());
+    EXPECT_EQ(3u, allocator.GetRequests()[0].uCount);
+    EXPECT_EQ(8u, allocator.GetRequests()[0].uSize);
+    AddNumbers(list, 0, 3);
+    EXPECT_EQ(3u, allocator.GetLiveBlocks());
+    list.Erase(1);
+    list.ReduceCapacity(0);
+    EXPECT_EQ(2u, list.GetCapacity());
+    EXPECT_EQ(2u, allocator.GetLiveBlocks());
+}
+
+TEST_F(CVListTest, ReservingSucceedsWithoutMemoryForTheBlocks)
+{
+    CIntVList list('a', log, &allocator);
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(3));
+    EXPECT_EQ(3u, list.GetCapacity());
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Add(1));
+    EXPECT_TRUE(list.IsEmpty());
+}
+
+TEST_F(CVListTest, AListIsInsertedAtTheIndexAlsoIntoItself)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList more('b', log, &other);
+    AddNumbers(list, 0, 4);
+    AddNumbers(more, 10, 2);
+    EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
+    EXPECT_EQ("0 1 10 11 2 3 ", list.Values());
+    EXPECT_EQ(QV_RES_OK, list.Insert(2, list));
+    EXPECT_EQ("0 1 0 1 10 11 2 3 10 11 2 3 ", list.Values());
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Insert(0, more));
+    EXPECT_EQ(12u, list.GetSize());
+}
+
+TEST_F(CVListTest, AllocateBeyondTheEndGivesTheBlockBack)
+{
+    CIntVList list('a', log, &allocator);
+    AddNumbers(list, 0, 2);
+    EXPECT_EQ(nullptr, list.Allocate(3));
+    EXPECT_EQ(2u, list.GetSize());
+    EXPECT_EQ(3u, allocator.GetLiveBlocks());
+    int* const pnElement = static_cast<int*>(list.Allocate(1));
+    *pnElement = 7;
+    EXPECT_EQ("0 7 1 ", list.Values());
+    EXPECT_EQ(3u, allocator.GetLiveBlocks()) << "that very block";
+}
+
+TEST_F(CVListTest, CopyFillsSlotsThatExist)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList more('b', log, &other);
+    AddNumbers(list, 0, 2);
+    AddNumbers(more, 10, 3);
+    EXPECT_EQ(QV_RES_OK, CVListBase::Copy(&list, 9, &more, 9, 0));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&list, 1, &more, 0, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&list, 0, &more, 2, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Move(&list, 0, &more, 0xFFFFFFFF, 2));
+    EXPECT_EQ(QV_RES_OK, CVListBase::Move(&list, 9, &more, 9, 0));
+    EXPECT_EQ("0 1 ", list.Values());
+}
+
+TEST_F(CVListTest, MergeWithinOneSourceMovesAddresses)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList more('b', log, &allocator);
+    AddNumbers(list, 0, 2);
+    AddNumbers(more, 10, 2);
+    list.ReserveCapacity(4);
+    const void* const pMoved = more.GetAt(1);
+    log.clear();
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OK, list.Merge(1, more));
+    EXPECT_EQ("", log);
+    EXPECT_EQ("0 10 11 1 ", list.Values());
+    EXPECT_EQ(pMoved, list.GetAt(2));
+    EXPECT_TRUE(more.IsEmpty());
+    EXPECT_EQ(2u, more.GetCapacity());
+}
+
+TEST_F(CVListTest, MergeBetweenSourcesCopiesAndDestroysOneByOne)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList more('b', log, &other);
+    AddNumbers(list, 0, 2);
+    AddNumbers(more, 10, 2);
+    log.clear();
+    EXPECT_EQ(QV_RES_OK, list.Merge(0, more));
+    EXPECT_EQ("af10 bd10 af11 bd11 ", log);
+    AddNumbers(more, 20, 1);
+    list.ReduceCapacity(0);
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Merge(0, more));
+    EXPECT_EQ("10 11 0 1 ", list.Values());
+    EXPECT_EQ("20 ", more.Values());
+}
+
+TEST_F(CVListTest, SplitEmptiesTheDestinationFirst)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList rest('b', log, &other);
+    AddNumbers(list, 0, 5);
+    AddNumbers(rest, 10, 3);
+    log.clear();
+    other.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OK, list.Split(3, rest)) << "the blocks of the elements that go suffice";
+    EXPECT_EQ("bd10 bd11 bd12 bf3 ad3 bf4 ad4 ", log);
+    EXPECT_EQ("0 1 2 ", list.Values());
+    EXPECT_EQ("3 4 ", rest.Values());
+    rest.ReduceCapacity(0);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Split(0, rest));
+    EXPECT_EQ("3 4 ", rest.Values());
+    EXPECT_EQ("0 1 2 ", list.Values());
+}
+
+TEST_F(CVListTest, AssignmentLeavesItAsItWasWhenItCannot)
+{
+    CIntVList list('a', log, &allocator);
+    CIntVList more('b', log, &other);
+    AddNumbers(list, 0, 1);
+    AddNumbers(more, 10, 2);
+    allocator.SetRefusing(true);
+    list = more;
+    EXPECT_EQ("0 ", list.Values());
+    allocator.SetRefusing(false);
+    list = more;
+    EXPECT_EQ("10 11 ", list.Values());
+    const CIntVList& rSame = list;
+    list = rSame;
+    EXPECT_EQ("10 11 ", list.Values());
+}
+
+TEST_F(CVListTest, BlocksAreAtLeastAsLargeAsTheElements)
+{
+    CVListBase raised(16, CBlockAllocator(8, &allocator));
+    raised.Insert(0, 1, nullptr);
+    EXPECT_EQ(16u, allocator.GetRequests().back().uSize);
+    CVListBase kept(16, CBlockAllocator(48, &allocator));
+    kept.Insert(0, 1, nullptr);
+    EXPECT_EQ(48u, allocator.GetRequests().back().uSize);
+}
+
+TEST_F(CVListTest, SwapExchangesAddressesOfElementsThatExist)
+{
+    CIntVList list('a', log);
+    AddNumbers(list, 0, 3);
+    const void* const pFirst = list.GetAt(0);
+    list.Swap(0, 3);
+    list.Swap(3, 0);
+    list.Swap(0, 2);
+    EXPECT_EQ("2 1 0 ", list.Values());
+    EXPECT_EQ(pFirst, list.GetAt(2));
+    EXPECT_EQ(nullptr, list.GetAt(3));
+    EXPECT_EQ(nullptr, std::as_const(list).GetAt(0xFFFFFFFF));
+}
+
+TEST(CVListTyped, IteratorsServeTheStandardAlgorithms)
+{
+    CVList<int> list;
+    for (int n = 0; n < 50; ++n) list.Append(n * 17 % 50);
+    const int* const pnThirty = &*std::find(list.begin(), list.end(), 30);
+    list.Sort();
+    EXPECT_EQ(pnThirty, list.GetAt(30)) << "sorting moves no element";
+    EXPECT_TRUE(std::binary_search(list.begin(), list.end(), 42));
+    std::sort(list.begin(), list.end(), std::greater<int>());
+    EXPECT_EQ(49, list[0]);
+    CVList<int>::iterator it = list.begin() + 3;
+    EXPECT_EQ(46, *it++);
+    EXPECT_EQ(45, *it--);
+    EXPECT_EQ(44, it[2]);
+    EXPECT_EQ(3, it - list.begin());
+    EXPECT_TRUE(list.begin() < it && it > list.begin() && it <= it && it >= it && it != list.end());
+    EXPECT_TRUE(1 + (it - 1) == it);
+    const CVList<int>& rConst = list;
+    EXPECT_EQ(46, *(rConst.begin() + 3));
+    EXPECT_EQ(46, rConst[3]);
+    EXPECT_EQ(46, *rConst.GetAt(3));
+    EXPECT_EQ(nullptr, rConst.GetAt(50));
+    static_assert(std::random_access_iterator<CVList<int>::iterator>);
+    static_assert(std::random_access_iterator<CVList<int>::const_iterator>);
+    static_assert(std::is_convertible_v<CVList<int>::iterator, CVList<int>::const_iterator>);
+    static_assert(!std::is_convertible_v<CVList<int>::const_iterator, CVList<int>::iterator>);
+}
+}  // namespace
