@@ -18,27 +18,24 @@ CRegistry* g_pRegistry = nullptr;
 alignas(CMutex) unsigned char g_auMutex[sizeof(CMutex)];
 CMutex* g_pmutex = nullptr;
 
-// The size of the registry if there is no such class. The caller holds the mutex.
-unsigned int IndexOf(const SEComGuid* pClsid)
+// Null if there is no such class. The caller holds the mutex.
+const SEComClsInfo* Find(const SEComGuid* pClsid)
 {
     const SEComClsInfo* const pstBegin = g_pRegistry->begin();
     const SEComClsInfo* const pstEnd = g_pRegistry->end();
     // Mostly it is the very identifier that was registered. No two in the registry are equal, so the order of the two
     // searches does not show.
     const auto isSame = [pClsid](const SEComClsInfo& rstInfo) { return rstInfo.pClsid == pClsid; };
+    const auto isEqual = [pClsid](const SEComClsInfo& rstInfo) { return IsEqualEComCLSID(rstInfo.pClsid, pClsid); };
     const SEComClsInfo* pstFound = std::find_if(pstBegin, pstEnd, isSame);
-    if (pstFound == pstEnd)
-    {
-        const auto isEqual = [pClsid](const SEComClsInfo& rstInfo) { return IsEqualEComCLSID(rstInfo.pClsid, pClsid); };
-        pstFound = std::find_if(pstBegin, pstEnd, isEqual);
-    }
-    return static_cast<unsigned int>(pstFound - pstBegin);
+    if (pstFound == pstEnd) pstFound = std::find_if(pstBegin, pstEnd, isEqual);
+    return pstFound != pstEnd ? pstFound : nullptr;
 }
 
 QvResult CreateObject(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown, CEComUnknown*& rpObject)
 {
     const CMutexGuard guard(g_pmutex);
-    const SEComClsInfo* const pstInfo = g_pRegistry->GetAt(IndexOf(pClsid));
+    const SEComClsInfo* const pstInfo = Find(pClsid);
     if (pstInfo == nullptr) return QV_RES_CLASS_NOT_REGISTERED;
     const QvResult res = pstInfo->pfnCreateInstance(pOuterUnknown, &rpObject);
     return res >= 0 && rpObject == nullptr ? QV_RES_FAIL : res;
@@ -70,7 +67,7 @@ QvResult RegisterECom(const SEComGuid* pClsid,
 {
     if (pClsid == nullptr || pfnCreateInstance == nullptr) return QV_RES_INVALID_ARGUMENT;
     const CMutexGuard guard(g_pmutex);
-    if (IndexOf(pClsid) != g_pRegistry->GetEndIndex()) return QV_RES_ALREADY_EXISTS;
+    if (Find(pClsid) != nullptr) return QV_RES_ALREADY_EXISTS;
     return g_pRegistry->Append({pClsid, pfnCreateInstance});
 }
 
@@ -78,9 +75,9 @@ QvResult UnregisterECom(const SEComGuid* pClsid)
 {
     if (pClsid == nullptr) return QV_RES_INVALID_ARGUMENT;
     const CMutexGuard guard(g_pmutex);
-    const unsigned int uIndex = IndexOf(pClsid);
-    if (uIndex == g_pRegistry->GetEndIndex()) return QV_RES_INVALID_STATE;
-    g_pRegistry->Erase(uIndex);
+    const SEComClsInfo* const pstInfo = Find(pClsid);
+    if (pstInfo == nullptr) return QV_RES_INVALID_STATE;
+    g_pRegistry->Erase(static_cast<unsigned int>(pstInfo - g_pRegistry->begin()));
     return QV_RES_OK;
 }
 
