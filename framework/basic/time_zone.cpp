@@ -311,7 +311,7 @@ CTimeZone::CTimeZone(const CTimeZone& rSrc) : CTimeZone()
 
 CTimeZone::~CTimeZone() = default;
 
-CTimeZone CTimeZone::operator=(const CTimeZone& rSrc)
+CTimeZone CTimeZone::operator=(const CTimeZone& rSrc)  // NOLINT(misc-unconventional-assign-operator)
 {
     TakeFrom(rSrc);
     return *this;

@@ -97,7 +97,7 @@ public:
     virtual ~CTimeZone();
     /// Unchanged when rSrc is unset. The result is a copy of this zone, not the zone itself, so that
     /// (zone = other).SetTimeZone(...) sets the copy: assign first, then go on with the zone.
-    CTimeZone operator=(const CTimeZone& rSrc);
+    CTimeZone operator=(const CTimeZone& rSrc);  // NOLINT(misc-unconventional-assign-operator): binary interface
 
     /// The text last accepted, an empty one if none was. Valid until the zone is set again: where another thread may do
     /// that, use a copy of the zone.
