@@ -4,10 +4,12 @@
 #include "framework/basic/allocator.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/string.h"
+#include "framework/basic/time.h"
 #include "framework/crypto/aes.h"
 #include "framework/crypto/crypto.h"
 #include "framework/crypto/secure_prng.h"
 #include "framework/crypto/secure_seed.h"
+#include "framework/ecom/ecom.h"
 #include "framework/kernel/assertion.h"
 #include "framework/kernel/singleton.h"
 #include "framework/kernel/string_format.h"
@@ -38,9 +40,9 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_EVENT_NOTIFIER, nullptr, nullptr},
     {EStage::eFROM_TIMER, InitializeCTimer, FinalizeCTimer},
     {EStage::eFROM_TRACE_KERNEL, nullptr, nullptr},
-    {EStage::eFROM_TIME, nullptr, nullptr},
+    {EStage::eFROM_TIME, InitializeCTime, FinalizeCTime},
     {EStage::eFROM_TRACE_TIME, nullptr, nullptr},
-    {EStage::eFROM_ECOM, nullptr, nullptr},
+    {EStage::eFROM_ECOM, InitializeECom, FinalizeECom},
     {EStage::eFROM_POOL, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>},
     {EStage::eFROM_AATREE, InitializeCAATreeBase, FinalizeCAATreeBase},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},

@@ -17,7 +17,8 @@ CMutex::~CMutex()
 {
     pthread_mutex_destroy(&m_mutex);
     // Through the compiler's eyes the object is dead and the store pointless; it is part of what callers see.
-    explicit_bzero(&m_mutex, sizeof(m_mutex));
+    memset(&m_mutex, 0, sizeof(m_mutex));
+    __asm__ volatile("" : : "r"(&m_mutex) : "memory");
 }
 
 void CMutex::Lock() const

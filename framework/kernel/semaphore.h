@@ -84,4 +84,20 @@ private:
     CSemaphore m_sem;
 };
 
+/// Holds a CBinarySemaphore for a scope, taken and free again like a mutex that is not recursive.
+class CBinarySemaphoreGuard
+{
+public:
+    explicit CBinarySemaphoreGuard(const CBinarySemaphore* pSemaphore) : m_pSemaphore(pSemaphore)
+    {
+        m_pSemaphore->Wait();
+    }
+    ~CBinarySemaphoreGuard() { m_pSemaphore->Signal(false); }
+    CBinarySemaphoreGuard(const CBinarySemaphoreGuard&) = delete;
+    CBinarySemaphoreGuard& operator=(const CBinarySemaphoreGuard&) = delete;
+
+private:
+    const CBinarySemaphore* m_pSemaphore;
+};
+
 #endif

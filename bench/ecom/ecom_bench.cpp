@@ -1,0 +1,179 @@
+#include "framework/ecom/ecom.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "framework/ecom/component.h"
+
+namespace
+{
+constexpr int g_nCLASSES = 10;
+const char* const g_apszNames[g_nCLASSES] = {"bench.Circle", "bench.Square", "bench.Triangle", "bench.Line",
+                                             "bench.Point",  "bench.Curve",  "bench.Polygon",  "bench.Ellipse",
+                                             "bench.Arc",    "bench.Cone"};
+
+class IShape : public IEComUnknown
+{
+    QV_ECOM_INTERFACE(IShape, IEComUnknown)
+    virtual int GetNumber() const = 0;
+};
+
+template <int NUMBER>
+class CShape : public CEComComponent<IShape>
+{
+public:
+    using CEComComponent::CEComComponent;
+    int GetNumber() const override { return NUMBER; }
+};
+
+/// The ten classes in our registry, for as long as it lives.
+class CClasses
+{
+public:
+    CClasses() { Register(std::make_integer_sequence<int, g_nCLASSES>()); }
+    ~CClasses()
+    {
+        for (const SEComGuid& rstClsid : m_astClsids) UnregisterECom(&rstClsid);
+    }
+    CClasses(const CClasses&) = delete;
+    CClasses& operator=(const CClasses&) = delete;
+
+    const SEComGuid* operator[](int nClass) const { return &m_astClsids[nClass]; }
+
+private:
+    template <int... NUMBERS>
+    void Register(std::integer_sequence<int, NUMBERS...>)
+    {
+        (RegisterOne<NUMBERS>(), ...);
+    }
+    template <int NUMBER>
+    void RegisterOne()
+    {
+        m_astClsids[NUMBER] = {static_cast<unsigned int>(std::strlen(g_apszNames[NUMBER])) + 1,
+                               reinterpret_cast<const unsigned char*>(g_apszNames[NUMBER])};
+        RegisterECom(&m_astClsids[NUMBER], CreateEComObject<CShape<NUMBER>>);
+    }
+
+    SEComGuid m_astClsids[g_nCLASSES];
+};
+
+void BM_Ours(benchmark::State& rState)
+{
+    static const CClasses s_classes;
+    int nClass = 0;
+    for (auto _ : rState)
+    {
+        CEComPtr<IShape> pShape;
+        pShape.CreateInstance(s_classes[nClass]);
+        benchmark::DoNotOptimize(pShape.Get());
+        if (pShape->GetNumber() != nClass) std::abort();
+        nClass = nClass == g_nCLASSES - 1 ? 0 : nClass + 1;
+    }
+}
+
+class CPeer
+{
+public:
+    virtual ~CPeer() = default;
+    virtual int GetNumber() const = 0;
+};
+
+template <int NUMBER>
+class CPeerShape : public CPeer
+{
+public:
+    int GetNumber() const override { return NUMBER; }
+};
+
+/// The same classes, the same names, the same linear search and creation under the lock.
+class CPeerRegistry
+{
+public:
+    using PFNCreate = std::shared_ptr<CPeer> (*)();
+
+    CPeerRegistry() { Register(std::make_integer_sequence<int, g_nCLASSES>()); }
+    std::shared_ptr<CPeer> Create(const std::string& rName) const
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        for (const auto& [name, pfnCreate] : m_classes)
+        {
+            if (name == rName) return pfnCreate();
+        }
+        return nullptr;
+    }
+
+private:
+    template <int... NUMBERS>
+    void Register(std::integer_sequence<int, NUMBERS...>)
+    {
+        (m_classes.emplace_back(g_apszNames[NUMBERS], CreateOne<NUMBERS>), ...);
+    }
+    template <int NUMBER>
+    static std::shared_ptr<CPeer> CreateOne()
+    {
+        return std::make_shared<CPeerShape<NUMBER>>();
+    }
+
+    mutable std::mutex m_mutex;
+    std::vector<std::pair<std::string, PFNCreate>> m_classes;
+};
+
+void BM_Peer(benchmark::State& rState)
+{
+    static const CPeerRegistry s_registry;
+    const std::vector<std::string> names(g_apszNames, g_apszNames + g_nCLASSES);
+    std::size_t uClass = 0;
+    for (auto _ : rState)
+    {
+        const std::shared_ptr<CPeer> pShape = s_registry.Create(names[uClass]);
+        benchmark::DoNotOptimize(pShape.get());
+        if (pShape->GetNumber() != static_cast<int>(uClass)) std::abort();
+        uClass = uClass == g_nCLASSES - 1 ? 0 : uClass + 1;
+    }
+}
+
+void BM_CountOurs(benchmark::State& rState)
+{
+    static const CClasses s_classes;
+    CEComPtr<IShape> pShape;
+    pShape.CreateInstance(s_classes[0]);
+    for (auto _ : rState)
+    {
+        const CEComPtr<IShape> pCopy(pShape);
+        benchmark::DoNotOptimize(pCopy.Get());
+    }
+}
+
+void BM_CountPeer(benchmark::State& rState)
+{
+    const std::shared_ptr<CPeer> pShape = std::make_shared<CPeerShape<0>>();
+    for (auto _ : rState)
+    {
+        const std::shared_ptr<CPeer> pCopy(pShape);
+        benchmark::DoNotOptimize(pCopy.get());
+    }
+}
+
+// From here on the process counts as one of several threads, and nobody leaves locks out.
+void StartAThread(const benchmark::State&)
+{
+    std::thread([] {}).join();
+}
+}  // namespace
+
+BENCHMARK(BM_Ours)->Name("create and release/ours");
+BENCHMARK(BM_Peer)->Name("create and release/std::make_shared");
+BENCHMARK(BM_CountOurs)->Name("one reference/ours");
+BENCHMARK(BM_CountPeer)->Name("one reference/std::shared_ptr");
+BENCHMARK(BM_Ours)->Name("create and release/ours, threaded")->Setup(StartAThread);
+BENCHMARK(BM_Peer)->Name("create and release/std::make_shared, threaded");
+BENCHMARK(BM_CountOurs)->Name("one reference/ours, threaded");
+BENCHMARK(BM_CountPeer)->Name("one reference/std::shared_ptr, threaded");

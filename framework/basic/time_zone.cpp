@@ -1,0 +1,491 @@
+#include "framework/basic/time_zone.h"
+
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <utility>
+
+#include "framework/basic/calendar.h"
+
+using orvel_internal::DateOf;
+using orvel_internal::DaysBeforeMonth;
+using orvel_internal::JulianDayOf;
+using orvel_internal::SDate;
+using orvel_internal::SplitTimeOfDay;
+using orvel_internal::STime;
+using orvel_internal::TimeOfDay;
+using orvel_internal::uMS_PER_DAY;
+using orvel_internal::uMS_PER_HOUR;
+using orvel_internal::WeekdayOf;
+
+static_assert(sizeof(CTimeZone) == 280, "field order and widths are the binary interface");
+static_assert(sizeof(CTimeZone::STimeZone) == 24, "field order and widths are the binary interface");
+static_assert(sizeof(CTimeZone::SLimit) == 24, "field order and widths are the binary interface");
+static_assert(sizeof(CTimeZone::SDaylightSavingTime) == 88, "field order and widths are the binary interface");
+
+const char* const pszTIMEZONE_HAWAII = "HAST10";
+const char* const pszTIMEZONE_NA_ALASKA_HAST = "HAST10HADT9,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_ALASKA_AKST = "AKST9AKDT8,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_YUKON = "YST9YDT8,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_PACIFIC = "PST8PDT7,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_MOUNTAIN = "MST7MDT6,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_CENTRAL = "CST6CDT5,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_EASTERN = "EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_ATLANTIC = "AST4ADT3,M3.2.0/02:00:00,M11.1.0/02:00:00";
+const char* const pszTIMEZONE_NA_NEWFOUNDLAND = "NST3:30NDT2:30,M3.2.0/01:00:00,M11.1.0/01:00:00";
+const char* const pszTIMEZONE_GMT = "GMT0DMT-1,M3.5.0/01:00:00,M10.5.0/02:00:00";
+const char* const pszTIMEZONE_WEUROPE = "WEST-1DWEST-2,M3.5.0/02:00:00,M10.5.0/03:00:00";
+const char* const pszTIMEZONE_CHINA = "CST-8";
+const char* const pszTIMEZONE_TOKYO = "TST-9";
+const char* const pszTIMEZONE_CENTRALAUSTRALIA = "CAUST-9:30DCAUST-10:30,M10.5.0/02:00:00,M3.5.0/02:00:00";
+const char* const pszTIMEZONE_EASTERNAUSTRALIA = "AUSEST-10AUSDST-11,M10.5.0/02:00:00,M3.5.0/02:00:00";
+const char* const pszTIMEZONE_UTC = "UTC0";
+
+const char* const apszTIMEZONE_TABLE[17] = {
+    pszTIMEZONE_HAWAII,
+    pszTIMEZONE_NA_ALASKA_HAST,
+    pszTIMEZONE_NA_ALASKA_AKST,
+    pszTIMEZONE_NA_YUKON,
+    pszTIMEZONE_NA_PACIFIC,
+    pszTIMEZONE_NA_MOUNTAIN,
+    pszTIMEZONE_NA_CENTRAL,
+    pszTIMEZONE_NA_EASTERN,
+    pszTIMEZONE_NA_ATLANTIC,
+    pszTIMEZONE_NA_NEWFOUNDLAND,
+    pszTIMEZONE_GMT,
+    pszTIMEZONE_WEUROPE,
+    pszTIMEZONE_CHINA,
+    pszTIMEZONE_TOKYO,
+    pszTIMEZONE_CENTRALAUSTRALIA,
+    pszTIMEZONE_EASTERNAUSTRALIA,
+    pszTIMEZONE_UTC,
+};
+
+struct CTimeZone::SDescription
+{
+    CString strText;
+    STimeZone stStandard;
+    SDaylightSavingTime stDaylight;
+
+    // The texts are never empty: one that is could not be kept.
+    bool IsKept() const
+    {
+        const bool bDaylightKept = !stDaylight.bEnabled || !stDaylight.stTimeZone.strName.IsEmpty();
+        return !strText.IsEmpty() && !stStandard.strName.IsEmpty() && bDaylightKept;
+    }
+};
+
+namespace
+{
+enum EKind : unsigned int
+{
+    eDAY_FROM_0 = 0,
+    eDAY_FROM_1 = 1,
+    eWEEKDAY = 2
+};
+
+constexpr unsigned int g_uDefaultTimeMs = 2 * uMS_PER_HOUR;
+
+CTimeZone::SLimit WeekdayLimit(unsigned int uMonth, unsigned int uWeek, unsigned int uWeekday)
+{
+    CTimeZone::SLimit stLimit;
+    stLimit.uKind = eWEEKDAY;
+    stLimit.stRule = {static_cast<unsigned short>(uMonth), static_cast<unsigned short>(uWeek),
+                      static_cast<unsigned short>(uWeekday)};
+    stLimit.uTimeMs = g_uDefaultTimeMs;
+    return stLimit;
+}
+
+CTimeZone::SLimit DefaultStart()
+{
+    return WeekdayLimit(4, 1, 0);
+}
+
+CTimeZone::SLimit DefaultEnd()
+{
+    return WeekdayLimit(10, 5, 0);
+}
+
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// sscanf() leaves open what becomes of a number that does not fit. All digits of a valid text belong to numbers, and
+// none of those has more than three digits that count.
+bool HasEndlessNumber(const char* psz)
+{
+    unsigned int uDigits = 0;
+    for (; *psz != '\0'; ++psz)
+    {
+        if (!IsDigit(*psz)) uDigits = 0;
+        else if ((*psz != '0' || uDigits != 0) && ++uDigits > 9) return true;
+    }
+    return false;
+}
+
+// The readers of the grammar move psz behind what they read; where they fail, the whole text is refused.
+
+bool ReadName(const char*& rpsz, CString& rstrName)
+{
+    char szName[10];
+    if (sscanf(rpsz, "%9[^0-9,+-]", szName) != 1) return false;
+    rpsz += strlen(szName);
+    rstrName = szName;
+    return true;
+}
+
+bool ReadTime(const char*& rpsz, unsigned int& ruTimeMs)
+{
+    unsigned int uHours = 0;
+    unsigned int uMinutes = 0;
+    unsigned int uSeconds = 0;
+    int nConsumed = 0;
+    const int nRead = sscanf(rpsz, "%u%n:%u%n:%u%n", &uHours, &nConsumed, &uMinutes, &nConsumed, &uSeconds, &nConsumed);
+    if (nRead < 1 || uHours > 23 || uMinutes > 59 || uSeconds > 59) return false;
+    rpsz += nConsumed;
+    ruTimeMs = TimeOfDay(uHours, uMinutes, uSeconds, 0);
+    return true;
+}
+
+bool ReadOffset(const char*& rpsz, int& rnOffsetMs)
+{
+    const bool bSigned = *rpsz == '+' || *rpsz == '-';
+    if (!bSigned && !IsDigit(*rpsz)) return false;
+    const bool bEast = *rpsz == '-';
+    if (bSigned) ++rpsz;
+    unsigned int uOffsetMs = 0;
+    if (!ReadTime(rpsz, uOffsetMs)) return false;
+    rnOffsetMs = bEast ? static_cast<int>(uOffsetMs) : -static_cast<int>(uOffsetMs);
+    return true;
+}
+
+bool ReadDaylightOffset(const char*& rpsz, int nStandardMs, int& rnOffsetMs)
+{
+    if (*rpsz == ',')
+    {
+        rnOffsetMs = nStandardMs + static_cast<int>(uMS_PER_HOUR);
+        return true;
+    }
+    const bool bLoneSign = !IsDigit(*rpsz) && !IsDigit(rpsz[*rpsz != '\0' ? 1 : 0]);
+    return !bLoneSign && ReadOffset(rpsz, rnOffsetMs);
+}
+
+bool ReadDayNumber(const char*& rpsz, unsigned int uFirst, CTimeZone::SLimit& rstLimit)
+{
+    unsigned int uDay = 0;
+    int nConsumed = 0;
+    if (sscanf(rpsz, "%u%n", &uDay, &nConsumed) != 1 || uDay < uFirst || uDay > 365) return false;
+    rpsz += nConsumed;
+    rstLimit.stRule = {static_cast<unsigned short>(uDay), 0, 0};
+    return true;
+}
+
+bool ReadWeekday(const char*& rpsz, CTimeZone::SLimit& rstLimit)
+{
+    unsigned int uMonth = 0;
+    unsigned int uWeek = 0;
+    unsigned int uWeekday = 0;
+    int nConsumed = 0;
+    if (sscanf(rpsz, "%u.%u.%u%n", &uMonth, &uWeek, &uWeekday, &nConsumed) != 3) return false;
+    if (uMonth < 1 || uMonth > 12 || uWeek < 1 || uWeek > 5 || uWeekday > 6) return false;
+    rpsz += nConsumed;
+    rstLimit = WeekdayLimit(uMonth, uWeek, uWeekday);
+    return true;
+}
+
+// rstLimit holds the default that a bare M stands for.
+bool ReadDay(const char*& rpsz, bool bStart, CTimeZone::SLimit& rstLimit)
+{
+    if (IsDigit(*rpsz))
+    {
+        rstLimit.uKind = eDAY_FROM_0;
+        return ReadDayNumber(rpsz, 0, rstLimit);
+    }
+    if ((*rpsz == 'J' || *rpsz == 'j') && IsDigit(rpsz[1]))
+    {
+        rstLimit.uKind = eDAY_FROM_1;
+        return ReadDayNumber(++rpsz, 1, rstLimit);
+    }
+    if (*rpsz != 'M' && *rpsz != 'm') return false;
+    ++rpsz;
+    const bool bDefault = *rpsz == '/' || (bStart && *rpsz == ',');
+    return bDefault || ReadWeekday(rpsz, rstLimit);
+}
+
+bool ReadLimit(const char*& rpsz, bool bStart, CTimeZone::SLimit& rstLimit)
+{
+    if (*rpsz != ',' || !ReadDay(++rpsz, bStart, rstLimit)) return false;
+    rstLimit.uTimeMs = g_uDefaultTimeMs;
+    return *rpsz != '/' || ReadTime(++rpsz, rstLimit.uTimeMs);
+}
+
+bool ReadDaylight(const char* psz, int nStandardMs, CTimeZone::SDaylightSavingTime& rstDaylight)
+{
+    rstDaylight.bEnabled = true;
+    rstDaylight.stStart = DefaultStart();
+    rstDaylight.stEnd = DefaultEnd();
+    if (!ReadName(psz, rstDaylight.stTimeZone.strName)) return false;
+    if (!ReadDaylightOffset(psz, nStandardMs, rstDaylight.stTimeZone.nOffsetMs)) return false;
+    if (*psz == '\0') return true;
+    return ReadLimit(psz, true, rstDaylight.stStart) && ReadLimit(psz, false, rstDaylight.stEnd) && *psz == '\0';
+}
+
+// Adds an offset of less than a day to a time of day, and returns the days to carry. Exactly 24:00 is not carried.
+int AddOffset(unsigned int& ruTimeMs, int nOffsetMs)
+{
+    const int nTimeMs = static_cast<int>(ruTimeMs + static_cast<unsigned int>(nOffsetMs));
+    const int nCarry = nTimeMs < 0 ? -1 : nTimeMs > static_cast<int>(uMS_PER_DAY) ? 1 : 0;
+    ruTimeMs = static_cast<unsigned int>(nTimeMs) - static_cast<unsigned int>(nCarry) * uMS_PER_DAY;
+    return nCarry;
+}
+
+void Shift(unsigned int& ruJulianDay, unsigned int& ruTimeMs, int nOffsetMs)
+{
+    ruJulianDay += static_cast<unsigned int>(AddOffset(ruTimeMs, nOffsetMs));
+}
+
+// A limit as moments that compare like their days first, then their times.
+struct SMoments
+{
+    SMoments(const CTimeZone::SLimit& rstLimit, int nOffsetMs)
+    {
+        unsigned int uTimeMs = rstLimit.uTimeMs;
+        const unsigned int uCarry = static_cast<unsigned int>(AddOffset(uTimeMs, nOffsetMs));
+        uMoment1 = MomentOf(rstLimit.uJulianDay1 + uCarry, uTimeMs);
+        uMoment2 = MomentOf(rstLimit.uJulianDay2 + uCarry, uTimeMs);
+    }
+    static uint64_t MomentOf(unsigned int uJulianDay, unsigned int uTimeMs)
+    {
+        return uint64_t{uJulianDay} << 32 | uTimeMs;
+    }
+
+    uint64_t uMoment1;
+    uint64_t uMoment2;
+};
+
+// A moment as the seven fields that users pass by reference.
+struct SFields
+{
+    unsigned short& ruYear;
+    unsigned short& ruMonth;
+    unsigned short& ruDay;
+    unsigned short& ruHour;
+    unsigned short& ruMinute;
+    unsigned short& ruSecond;
+    unsigned short& ruMillisecond;
+
+    template <typename Convert>
+    void Apply(Convert&& rConvert) const
+    {
+        unsigned int uJulianDay = JulianDayOf(ruYear, ruMonth, ruDay);
+        unsigned int uTimeMs = TimeOfDay(ruHour, ruMinute, ruSecond, ruMillisecond);
+        rConvert(uJulianDay, uTimeMs);
+        const SDate date = DateOf(uJulianDay);
+        ruYear = date.uYear;
+        ruMonth = date.uMonth;
+        ruDay = date.uDay;
+        const STime time = SplitTimeOfDay(uTimeMs);
+        ruHour = time.uHour;
+        ruMinute = time.uMinute;
+        ruSecond = time.uSecond;
+        ruMillisecond = time.uMillisecond;
+    }
+};
+}  // namespace
+
+CTimeZone::CTimeZone() : m_semAccess(CBinarySemaphore::eFREE, true)
+{
+}
+
+CTimeZone::CTimeZone(const char* pszTimeZone) : CTimeZone()
+{
+    SetTimeZone(pszTimeZone);
+}
+
+CTimeZone::CTimeZone(const CTimeZone& rSrc) : CTimeZone()
+{
+    TakeFrom(rSrc);
+}
+
+CTimeZone::~CTimeZone() = default;
+
+CTimeZone CTimeZone::operator=(const CTimeZone& rSrc)  // NOLINT(misc-unconventional-assign-operator)
+{
+    TakeFrom(rSrc);
+    return *this;
+}
+
+const char* CTimeZone::GetTimeZone() const
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    return m_strTimeZone.CStr();
+}
+
+QvResult CTimeZone::SetTimeZone(const char* pszTimeZone)
+{
+    if (pszTimeZone == nullptr || *pszTimeZone == '\0') return QV_RES_INVALID_ARGUMENT;
+    if (strlen(pszTimeZone) > CString::uMAX_SIZE || HasEndlessNumber(pszTimeZone)) return QV_RES_INVALID_ARGUMENT;
+    SDescription description;
+    STimeZone& rstStandard = description.stStandard;
+    const char* psz = pszTimeZone;
+    if (!ReadName(psz, rstStandard.strName)) return QV_RES_INVALID_ARGUMENT;
+    if (!ReadOffset(psz, rstStandard.nOffsetMs)) return QV_RES_INVALID_ARGUMENT;
+    if (*psz != '\0' && !ReadDaylight(psz, rstStandard.nOffsetMs, description.stDaylight))
+        return QV_RES_INVALID_ARGUMENT;
+    description.strText = pszTimeZone;
+    if (!description.IsKept()) return QV_RES_OUT_OF_MEMORY;
+    Commit(std::move(description));
+    return QV_RES_OK;
+}
+
+bool CTimeZone::IsDayLightSavingInEffect(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    return IsDaylight(uJulianDate, uTimeMs, bUtc);
+}
+
+bool CTimeZone::IsDayLightSavingInEffect(unsigned short uYear, unsigned short uMonth, unsigned short uDay,
+                                         unsigned short uHour, unsigned short uMinute, unsigned short uSecond,
+                                         unsigned short uMillisecond, bool bUtc) const
+{
+    return IsDayLightSavingInEffect(JulianDayOf(uYear, uMonth, uDay), TimeOfDay(uHour, uMinute, uSecond, uMillisecond),
+                                    bUtc);
+}
+
+void CTimeZone::ConvertFromUTCToLocale(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const
+{
+    Shift(ruJulianDate, ruTimeMs, GetOffsetMs(ruJulianDate, ruTimeMs, true));
+}
+
+void CTimeZone::ConvertFromLocaleToUTC(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const
+{
+    Shift(ruJulianDate, ruTimeMs, -GetOffsetMs(ruJulianDate, ruTimeMs, false));
+}
+
+void CTimeZone::ConvertFromUTCToLocale(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
+                                       unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
+                                       unsigned short& ruMillisecond) const
+{
+    const SFields fields = {ruYear, ruMonth, ruDay, ruHour, ruMinute, ruSecond, ruMillisecond};
+    fields.Apply([this](unsigned int& ruJulianDay, unsigned int& ruTimeMs)
+                 { ConvertFromUTCToLocale(ruJulianDay, ruTimeMs); });
+}
+
+void CTimeZone::ConvertFromLocaleToUTC(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
+                                       unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
+                                       unsigned short& ruMillisecond) const
+{
+    const SFields fields = {ruYear, ruMonth, ruDay, ruHour, ruMinute, ruSecond, ruMillisecond};
+    fields.Apply([this](unsigned int& ruJulianDay, unsigned int& ruTimeMs)
+                 { ConvertFromLocaleToUTC(ruJulianDay, ruTimeMs); });
+}
+
+int CTimeZone::GetOffsetMs(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    return GetZoneAt(uJulianDate, uTimeMs, bUtc).nOffsetMs;
+}
+
+CString CTimeZone::GetName(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    return GetZoneAt(uJulianDate, uTimeMs, bUtc).strName;
+}
+
+bool CTimeZone::HasDayLightSaving() const
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    return m_stDaylight.bEnabled;
+}
+
+bool CTimeZone::IsLeapYear(unsigned short uYear)
+{
+    return orvel_internal::IsLeapYear(uYear);
+}
+
+void CTimeZone::DetermineJulianLimits(unsigned short uYear)
+{
+    SDaylightSavingTime& rst = m_stDaylight;
+    if (rst.uYear == uYear) return;
+    rst.uYear = uYear;
+    const unsigned int uStart = GetJulianDate(uYear, rst.stStart);
+    const unsigned int uEnd = GetJulianDate(uYear, rst.stEnd);
+    rst.stStart.uJulianDay1 = rst.stStart.uJulianDay2 = uStart;
+    rst.stEnd.uJulianDay1 = rst.stEnd.uJulianDay2 = uEnd;
+    if (uEnd >= uStart) return;
+    // It spans the new year: from the start of the year before, and up to the end of the year after.
+    rst.stStart.uJulianDay1 = GetJulianDate(static_cast<unsigned short>(uYear - 1), rst.stStart);
+    rst.stEnd.uJulianDay2 = GetJulianDate(static_cast<unsigned short>(uYear + 1), rst.stEnd);
+}
+
+unsigned int CTimeZone::GetJulianDate(unsigned short uYear, SLimit& rstLimit)
+{
+    switch (rstLimit.uKind)
+    {
+        case eDAY_FROM_0: return GetJulianDateForJ0(uYear, rstLimit.stRule.uMonth);
+        case eDAY_FROM_1: return GetJulianDateForJ1(uYear, rstLimit.stRule.uMonth);
+        default: return GetJulianDateForM(uYear, rstLimit.stRule);
+    }
+}
+
+unsigned int CTimeZone::GetJulianDateForJ0(unsigned short uYear, unsigned short uDay)
+{
+    return JulianDayOf(uYear, 1, 1) + uDay;
+}
+
+unsigned int CTimeZone::GetJulianDateForJ1(unsigned short uYear, unsigned short uDay)
+{
+    const bool bAfterLeapDay = IsLeapYear(uYear) && uDay >= 60;
+    return JulianDayOf(uYear, 1, 1) + uDay - (bAfterLeapDay ? 0 : 1);
+}
+
+unsigned int CTimeZone::GetJulianDateForM(unsigned short uYear, SM& rstRule)
+{
+    const bool bLeapYear = IsLeapYear(uYear);
+    const unsigned int uDaysBefore = DaysBeforeMonth(bLeapYear, rstRule.uMonth);
+    const unsigned int uLength = DaysBeforeMonth(bLeapYear, rstRule.uMonth + 1) - uDaysBefore;
+    const unsigned int uFirst = JulianDayOf(uYear, 1, 1) + uDaysBefore;
+    unsigned int uDay = (rstRule.uWeekday + 7 - WeekdayOf(uFirst)) % 7 + (rstRule.uWeek - 1u) * 7;
+    if (uDay >= uLength) uDay -= 7;
+    return uFirst + uDay;
+}
+
+void CTimeZone::Commit(SDescription&& rDescription)
+{
+    const CBinarySemaphoreGuard guard(&m_semAccess);
+    m_strTimeZone = std::move(rDescription.strText);
+    m_stStandard = std::move(rDescription.stStandard);
+    m_stDaylight = std::move(rDescription.stDaylight);
+}
+
+// As setting the source's text does, without reading it again.
+void CTimeZone::TakeFrom(const CTimeZone& rSrc)
+{
+    SDescription description;
+    {
+        const CBinarySemaphoreGuard guard(&rSrc.m_semAccess);
+        description = {rSrc.m_strTimeZone, rSrc.m_stStandard, rSrc.m_stDaylight};
+    }
+    if (!description.IsKept()) return;
+    description.stDaylight.uYear = 0;
+    Commit(std::move(description));
+}
+
+bool CTimeZone::IsDaylight(unsigned int uJulianDay, unsigned int uTimeMs, bool bUtc) const
+{
+    if (!m_stDaylight.bEnabled) return false;
+    // The cache in it is all that changes, and it is mutable.
+    const_cast<CTimeZone*>(this)->DetermineJulianLimits(DateOf(uJulianDay).uYear);
+    const SMoments start(m_stDaylight.stStart, bUtc ? -m_stStandard.nOffsetMs : 0);
+    const SMoments end(m_stDaylight.stEnd, bUtc ? -m_stDaylight.stTimeZone.nOffsetMs : 0);
+    const uint64_t uMoment = SMoments::MomentOf(uJulianDay, uTimeMs);
+    if (uMoment >= start.uMoment1 && uMoment < end.uMoment1) return true;
+    return uMoment >= start.uMoment2 && uMoment < end.uMoment2;
+}
+
+const CTimeZone::STimeZone& CTimeZone::GetZoneAt(unsigned int uJulianDay, unsigned int uTimeMs, bool bUtc) const
+{
+    return IsDaylight(uJulianDay, uTimeMs, bUtc) ? m_stDaylight.stTimeZone : m_stStandard;
+}

@@ -1,0 +1,163 @@
+#ifndef FRAMEWORK_BASIC_TIME_ZONE_H
+#define FRAMEWORK_BASIC_TIME_ZONE_H
+#include "framework/basic/string.h"
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+#include "framework/kernel/semaphore.h"
+
+/// Ready-made zones, and all of them in this order.
+extern QV_EXPORT const char* const pszTIMEZONE_HAWAII;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_HAST;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_AKST;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_YUKON;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_PACIFIC;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_MOUNTAIN;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_CENTRAL;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_EASTERN;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ATLANTIC;
+extern QV_EXPORT const char* const pszTIMEZONE_NA_NEWFOUNDLAND;
+extern QV_EXPORT const char* const pszTIMEZONE_GMT;
+extern QV_EXPORT const char* const pszTIMEZONE_WEUROPE;
+extern QV_EXPORT const char* const pszTIMEZONE_CHINA;
+extern QV_EXPORT const char* const pszTIMEZONE_TOKYO;
+extern QV_EXPORT const char* const pszTIMEZONE_CENTRALAUSTRALIA;
+extern QV_EXPORT const char* const pszTIMEZONE_EASTERNAUSTRALIA;
+extern QV_EXPORT const char* const pszTIMEZONE_UTC;
+extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
+
+/// A time zone with its yearly daylight saving time, described by a text in the manner of the POSIX variable TZ:
+///
+///     EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
+///     |  ||  | |               |
+///     |  ||  | start           end of daylight saving time, each day[/hh[:mm[:ss]]], 02:00:00 if not given
+///     |  ||  its offset; one hour ahead of standard time if not given, which takes rules behind it
+///     |  |daylight saving time: its name; without it there is none
+///     |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
+///     standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
+///
+///     n         day of the year from 0 on, 29 February counted       0 ... 365
+///     Jn        day of the year from 1 on, 29 February never counted 1 ... 365
+///     Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
+///     M         first Sunday of April as the start, last Sunday of October as the end
+///
+/// Without rules daylight saving time lasts from the first Sunday of April to the last Sunday of October, 02:00:00.
+/// The start is given in standard time, the end in daylight saving time.
+///
+/// Moments are a Julian day number (CTime::GetJulianDate()) and milliseconds since midnight.
+///
+/// Ownership  Owns its texts.
+/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its text
+///            needs.
+/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without daylight
+///            saving time and has no text.
+/// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
+/// Failure    Only setting can fail, with the zone as it was.
+/// Source     POSIX.1-2017, section 8.3, but for what is said here.
+class QV_EXPORT CTimeZone
+{
+public:
+    struct STimeZone
+    {
+        CString strName;
+        /// What is added to UTC to get local time, in milliseconds.
+        int nOffsetMs = 0;
+    };
+    /// The numbers of a rule: month, week and weekday, or a day number in the first of them.
+    struct SM
+    {
+        unsigned short uMonth = 0;
+        unsigned short uWeek = 0;
+        unsigned short uWeekday = 0;
+    };
+    /// When daylight saving time begins or ends.
+    struct SLimit
+    {
+        /// 0: n, 1: Jn, 2: Mm.w.d
+        unsigned int uKind = 0;
+        SM stRule;
+        unsigned int uTimeMs = 0;
+        /// In the year in question, on either side of it where daylight saving time spans the new year.
+        unsigned int uJulianDay1 = 0;
+        unsigned int uJulianDay2 = 0;
+    };
+    struct SDaylightSavingTime
+    {
+        bool bEnabled = false;
+        STimeZone stTimeZone;
+        SLimit stStart;
+        SLimit stEnd;
+        /// The year that the Julian days of the limits belong to; 0: none yet.
+        unsigned short uYear = 0;
+    };
+
+    CTimeZone();
+    /// Stays unset when the text is invalid: SetTimeZone() tells.
+    CTimeZone(const char* pszTimeZone);
+    CTimeZone(const CTimeZone& rSrc);
+    virtual ~CTimeZone();
+    /// Unchanged when rSrc is unset. The result is a copy of this zone, not the zone itself, so that
+    /// (zone = other).SetTimeZone(...) sets the copy: assign first, then go on with the zone.
+    CTimeZone operator=(const CTimeZone& rSrc);  // NOLINT(misc-unconventional-assign-operator): binary interface
+
+    /// The text last accepted, an empty one if none was. Valid until the zone is set again: where another thread may do
+    /// that, use a copy of the zone.
+    const char* GetTimeZone() const;
+    /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. The length
+    /// of a name is not checked below one character: "A5" is a zone, though POSIX asks for three.
+    /// QV_RES_OK                the zone is set
+    /// QV_RES_INVALID_ARGUMENT  the text is null, empty, malformed, or longer than a CString
+    /// QV_RES_OUT_OF_MEMORY     the texts could not be kept
+    QvResult SetTimeZone(const char* pszTimeZone);
+
+    /// Whether a moment, UTC or local, lies in daylight saving time. A local time that occurs twice, at the end of it,
+    /// counts as daylight saving time; one that is skipped, at its start, as daylight saving time, too.
+    bool IsDayLightSavingInEffect(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
+    bool IsDayLightSavingInEffect(unsigned short uYear, unsigned short uMonth, unsigned short uDay,
+                                  unsigned short uHour, unsigned short uMinute, unsigned short uSecond,
+                                  unsigned short uMillisecond, bool bUtc) const;
+
+    /// Convert in place. A result of exactly 24:00:00.000 is not carried into the next day: where that matters, take
+    /// 86,400,000 ms as 0 of the day after. At most one day is carried, so the time of day should be below 24 hours.
+    void ConvertFromUTCToLocale(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
+    void ConvertFromLocaleToUTC(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
+    /// The same, so that 24:00:00.000 reads as hour 24 of the day before.
+    void ConvertFromUTCToLocale(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
+                                unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
+                                unsigned short& ruMillisecond) const;
+    void ConvertFromLocaleToUTC(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
+                                unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
+                                unsigned short& ruMillisecond) const;
+
+    /// Milliseconds to add to UTC to get local time, at a moment.
+    int GetOffsetMs(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
+    /// The name in use at a moment, such as EST or EDT.
+    CString GetName(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
+    bool HasDayLightSaving() const;
+
+    /// By the Gregorian calendar.
+    static bool IsLeapYear(unsigned short uYear);
+
+protected:
+    /// The caller holds the semaphore. Julian days of the limits for queries in uYear.
+    void DetermineJulianLimits(unsigned short uYear);
+    /// Julian day of a rule in a year; the numbers of the rule must be in their ranges.
+    unsigned int GetJulianDate(unsigned short uYear, SLimit& rstLimit);
+    unsigned int GetJulianDateForJ0(unsigned short uYear, unsigned short uDay);
+    unsigned int GetJulianDateForJ1(unsigned short uYear, unsigned short uDay);
+    unsigned int GetJulianDateForM(unsigned short uYear, SM& rstRule);
+
+private:
+    struct QV_HIDDEN SDescription;
+
+    QV_HIDDEN void Commit(SDescription&& rDescription);
+    QV_HIDDEN void TakeFrom(const CTimeZone& rSrc);
+    QV_HIDDEN bool IsDaylight(unsigned int uJulianDay, unsigned int uTimeMs, bool bUtc) const;
+    QV_HIDDEN const STimeZone& GetZoneAt(unsigned int uJulianDay, unsigned int uTimeMs, bool bUtc) const;
+
+    CBinarySemaphore m_semAccess;
+    CString m_strTimeZone;
+    STimeZone m_stStandard;
+    mutable SDaylightSavingTime m_stDaylight;  // its Julian days are a cache
+};
+
+#endif

@@ -1,0 +1,224 @@
+#ifndef FRAMEWORK_ECOM_COMPONENT_H
+#define FRAMEWORK_ECOM_COMPONENT_H
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "framework/ecom/ecom.h"
+#include "framework/ecom/guid.h"
+#include "framework/ecom/unknown.h"
+#include "framework/kernel/result.h"
+
+/// What makes a component a matter of a few lines; nothing here is needed to use or to write one.
+///
+///     class IShape : public IEComUnknown
+///     {
+///         QV_ECOM_INTERFACE(IShape, IEComUnknown)
+///         virtual double GetArea() const = 0;
+///     };
+///
+///     class CCircle : public CEComComponent<IShape, IPrintable>
+///     {
+///     public:
+///         using CEComComponent::CEComComponent;
+///         double GetArea() const override;
+///         void Print() const override;
+///     };
+///
+///     QV_ECOM_GUID(CLSID_Circle, "example.Circle");
+///     RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>);
+///
+/// An object that takes a circle in as a part of itself and lends out its interfaces:
+///
+///     class CFrame : public CEComComponent<IFrame>
+///     {
+///     public:
+///         using CEComComponent::CEComComponent;
+///         QvResult InitializeInstance() override { return m_pInner.CreateInstance(&CLSID_Circle, GetControllingUnknown()); }
+///         QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
+///         {
+///             return QueryWithInner(m_pInner.Get(), pIid, ppInterface);
+///         }
+///     private:
+///         CEComPtr<IEComUnknown> m_pInner;
+///     };
+
+/// Stands in an interface class that extends Base, and goes on with its public operations. GetIid() is the identifier:
+/// the name and its NUL.
+#define QV_ECOM_INTERFACE(Name, Base)                                      \
+protected:                                                                 \
+    ~Name() = default;                                                     \
+                                                                           \
+public:                                                                    \
+    using TExtended = Base;                                                \
+    static const SEComGuid* GetIid()                                       \
+    {                                                                      \
+        static constexpr unsigned char s_auName[] = #Name;                 \
+        static constexpr SEComGuid s_stIid = {sizeof(s_auName), s_auName}; \
+        return &s_stIid;                                                   \
+    }
+
+/// Holds a reference to an interface, or none.
+///
+/// Ownership  One reference: taken when copied, dropped at the end.
+/// Threads    One object is used by one thread at a time; copies may be used in different threads.
+template <typename Interface>
+class CEComPtr
+{
+public:
+    CEComPtr() = default;
+    /// Takes a reference of its own.
+    explicit CEComPtr(Interface* pInterface) : m_pInterface(pInterface)
+    {
+        if (m_pInterface != nullptr) m_pInterface->AddIfRef();
+    }
+    CEComPtr(const CEComPtr& rSrc) : CEComPtr(rSrc.m_pInterface) {}
+    CEComPtr(CEComPtr&& rSrc) noexcept : m_pInterface(rSrc.Detach()) {}
+    ~CEComPtr()
+    {
+        if (m_pInterface != nullptr) m_pInterface->ReleaseIfRef();
+    }
+    CEComPtr& operator=(CEComPtr pSrc) noexcept
+    {
+        std::swap(m_pInterface, pSrc.m_pInterface);
+        return *this;
+    }
+
+    Interface* Get() const { return m_pInterface; }
+    Interface* operator->() const { return m_pInterface; }
+    Interface& operator*() const { return *m_pInterface; }
+    explicit operator bool() const { return m_pInterface != nullptr; }
+    void Reset() { *this = CEComPtr(); }
+
+    /// Takes over, or gives away, a reference that is counted already.
+    static CEComPtr Attached(Interface* pInterface)
+    {
+        CEComPtr ptr;
+        ptr.m_pInterface = pInterface;
+        return ptr;
+    }
+    Interface* Detach() { return std::exchange(m_pInterface, nullptr); }
+
+    /// Makes an object and holds its interface. Results as of CreateEComInstance(); this is null after a failure.
+    QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)
+    {
+        void* pvInterface = nullptr;
+        const QvResult res = CreateEComInstance(pClsid, pOuterUnknown, Interface::GetIid(), &pvInterface);
+        *this = Attached(static_cast<Interface*>(pvInterface));
+        return res;
+    }
+    /// Holds this interface of the object that pUnknown belongs to. Results as of IEComUnknown::QueryIf(); this is null
+    /// after a failure. QV_RES_INVALID_ARGUMENT also when pUnknown is null.
+    QvResult QueryFrom(IEComUnknown* pUnknown)
+    {
+        void* pvInterface = nullptr;
+        const QvResult res =
+            pUnknown != nullptr ? pUnknown->QueryIf(Interface::GetIid(), &pvInterface) : QV_RES_INVALID_ARGUMENT;
+        *this = Attached(static_cast<Interface*>(pvInterface));
+        return res;
+    }
+
+private:
+    Interface* m_pInterface = nullptr;
+};
+
+/// The non-delegating unknown of a component as an IEComUnknown of its own.
+class CEComInnerUnknown final : public IEComUnknown
+{
+public:
+    explicit CEComInnerUnknown(CEComUnknown* pComponent) : m_pComponent(pComponent) {}
+
+    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    {
+        return m_pComponent->NonDelegatingQueryIf(pIid, ppInterface);
+    }
+    unsigned int AddIfRef() override { return m_pComponent->NonDelegatingAddIfRef(); }
+    unsigned int ReleaseIfRef() override { return m_pComponent->NonDelegatingReleaseIfRef(); }
+
+private:
+    CEComUnknown* m_pComponent;
+};
+
+/// A component with interfaces that were declared with QV_ECOM_INTERFACE. It answers for them, for the interfaces that
+/// they extend, and for IID_IEComUnknown, and can be aggregated.
+///
+/// Ownership  The outer object is not counted: it holds this one. An outer object that keeps an interface of its inner one,
+///            and not just its IEComUnknown, drops the reference at once, since that one counts the outer object itself.
+/// Threads    As CEComUnknown.
+template <typename... Interfaces>
+class CEComComponent : public CEComUnknown, public Interfaces...
+{
+    static_assert(sizeof...(Interfaces) != 0, "a component has an interface");
+
+public:
+    explicit CEComComponent(IEComUnknown* pOuterUnknown)
+        : CEComUnknown(pOuterUnknown), m_inner(this), m_pOuterUnknown(pOuterUnknown)
+    {
+    }
+
+    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    {
+        if (m_pOuterUnknown != nullptr) return m_pOuterUnknown->QueryIf(pIid, ppInterface);
+        return this->NonDelegatingQueryIf(pIid, ppInterface);
+    }
+    unsigned int AddIfRef() override
+    {
+        return m_pOuterUnknown != nullptr ? m_pOuterUnknown->AddIfRef() : this->NonDelegatingAddIfRef();
+    }
+    unsigned int ReleaseIfRef() override
+    {
+        return m_pOuterUnknown != nullptr ? m_pOuterUnknown->ReleaseIfRef() : this->NonDelegatingReleaseIfRef();
+    }
+
+    QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
+    {
+        if (ppInterface == nullptr || pIid == nullptr) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
+        const bool bFound = (Offer<Interfaces>(static_cast<Interfaces*>(this), pIid, ppInterface) || ...) ||
+                            Offer<IEComUnknown>(&m_inner, pIid, ppInterface);
+        return bFound ? QV_RES_OK : CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
+    }
+
+protected:
+    /// The unknown of the whole that this object is, or is a part of: for inner objects as their outer unknown.
+    IEComUnknown* GetControllingUnknown() { return m_pOuterUnknown != nullptr ? m_pOuterUnknown : &m_inner; }
+
+    /// For NonDelegatingQueryIf() of an object with an inner one: what this object lacks, the inner one may have.
+    QvResult QueryWithInner(IEComUnknown* pInner, const SEComGuid* pIid, void** ppInterface)
+    {
+        const QvResult res = CEComComponent::NonDelegatingQueryIf(pIid, ppInterface);
+        return res == QV_RES_NO_INTERFACE && pInner != nullptr ? pInner->QueryIf(pIid, ppInterface) : res;
+    }
+
+private:
+    template <typename Interface>
+    static bool Offer(Interface* pInterface, const SEComGuid* pIid, void** ppInterface)
+    {
+        if (IsEqualEComIID(pIid, Interface::GetIid()))
+        {
+            *ppInterface = pInterface;
+            pInterface->AddIfRef();
+            return true;
+        }
+        if constexpr (!std::is_same<Interface, IEComUnknown>::value)
+        {
+            using TExtended = typename Interface::TExtended;
+            if constexpr (!std::is_same<TExtended, IEComUnknown>::value)
+                return Offer<TExtended>(pInterface, pIid, ppInterface);
+        }
+        return false;
+    }
+
+    CEComInnerUnknown m_inner;
+    IEComUnknown* m_pOuterUnknown;
+};
+
+/// The creation function of a component class, which is constructed from its outer unknown.
+/// QV_RES_OUT_OF_MEMORY  there is no memory for the object
+template <typename Component>
+QvResult CreateEComObject(IEComUnknown* pOuterUnknown, CEComUnknown** ppCEComUnknown)
+{
+    *ppCEComUnknown = new (std::nothrow) Component(pOuterUnknown);
+    return *ppCEComUnknown != nullptr ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+}
+
+#endif

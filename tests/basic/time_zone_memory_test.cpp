@@ -1,0 +1,112 @@
+// Zones when memory runs out: the n-th request of the whole process is refused here, wherever it comes from.
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+
+#include "framework/basic/time.h"
+#include "framework/basic/time_zone.h"
+#include "tests/support/zone_bytes.h"
+
+namespace
+{
+unsigned int g_uRefuseIn = 0;
+bool g_bRefused = false;
+
+void RefuseNth(unsigned int uNth)
+{
+    g_uRefuseIn = uNth;
+    g_bRefused = false;
+}
+}  // namespace
+
+void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
+{
+    if (g_uRefuseIn != 0 && --g_uRefuseIn == 0)
+    {
+        g_bRefused = true;
+        return nullptr;
+    }
+    try
+    {
+        return ::operator new[](uSize);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+namespace
+{
+const char* const g_pszOld = "OLD7NEW6,J10/01:02:03,200/04:05:06";
+const char* const g_pszNew = "EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00";
+
+void ExpectOld(const CTimeZone& rZone)
+{
+    const SZoneBytes bytes(rZone);
+    EXPECT_EQ(g_pszOld, bytes.strText);
+    EXPECT_EQ("OLD", bytes.strStandard);
+    EXPECT_EQ("NEW", bytes.strDaylight);
+    EXPECT_EQ(-7 * 3600000, bytes.nStandardMs);
+    EXPECT_EQ(10u, bytes.stStart.auRule[0]);
+}
+
+TEST(CTimeZoneOutOfMemory, SettingSaysSoAndChangesNothing)
+{
+    CTimeZone zone(g_pszOld);
+    unsigned int uNth = 1;
+    for (;; ++uNth)
+    {
+        RefuseNth(uNth);
+        const QvResult res = zone.SetTimeZone(g_pszNew);
+        const bool bRefused = g_bRefused;
+        RefuseNth(0);
+        if (!bRefused)
+        {
+            EXPECT_EQ(QV_RES_OK, res);
+            break;
+        }
+        EXPECT_EQ(QV_RES_OUT_OF_MEMORY, res) << uNth;
+        ExpectOld(zone);
+    }
+    EXPECT_EQ(4u, uNth) << "two names and the text were refused";
+    EXPECT_STREQ(g_pszNew, zone.GetTimeZone());
+}
+
+TEST(CTimeZoneOutOfMemory, AZoneWithoutDaylightTimeLikewise)
+{
+    CTimeZone zone(g_pszOld);
+    for (const unsigned int uNth : {1u, 2u})
+    {
+        RefuseNth(uNth);
+        EXPECT_EQ(QV_RES_OUT_OF_MEMORY, zone.SetTimeZone("UTC0"));
+        RefuseNth(0);
+        ExpectOld(zone);
+    }
+    EXPECT_EQ(QV_RES_OK, zone.SetTimeZone("UTC0"));
+}
+
+TEST(CTimeZoneOutOfMemory, TimesReportItAsAZoneThatCouldNotBeSet)
+{
+    CTime time;
+    ASSERT_TRUE(time.SetTimeZone(g_pszOld));
+    RefuseNth(1);
+    EXPECT_FALSE(time.SetTimeZone("UTC0"));
+    ExpectOld(time.GetTimeZone());
+    RefuseNth(2);
+    EXPECT_FALSE(CTime::SetSystemTimeZone("UTC0"));
+    RefuseNth(0);
+    EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, CTime::GetSystemTimeZone().CStr());
+}
+
+TEST(CTimeZoneOutOfMemory, CopyingNeedsNone)
+{
+    const CTimeZone source(g_pszOld);
+    RefuseNth(1);
+    const CTimeZone copy(source);
+    EXPECT_FALSE(g_bRefused);
+    RefuseNth(0);
+    ExpectOld(copy);
+}
+}  // namespace

@@ -1,0 +1,85 @@
+// Runs the filters as a user would.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/run_program.h"
+
+namespace
+{
+SRunResult Plugins(const std::vector<std::string>& rArguments, const std::string& rInput = "")
+{
+    return RunProgram(ORVEL_BINARY_DIR "/examples/plugins/plugins", rArguments, rInput);
+}
+
+void ExpectOutput(const std::string& rWant, const std::vector<std::string>& rFilters, const std::string& rInput)
+{
+    const SRunResult result = Plugins(rFilters, rInput);
+    EXPECT_EQ(0, result.nStatus);
+    EXPECT_EQ(rWant, result.strOutput);
+    EXPECT_EQ("", result.strErrors);
+}
+
+TEST(PluginsExample, SendsLinesThroughFiltersInOrder)
+{
+    ExpectOutput("HELLO\n\nWORLD\n", {"upper"}, "Hello\n\nworld\n");
+    ExpectOutput("hello\n", {"lower"}, "HELLO");
+    ExpectOutput("cba\n", {"reverse"}, "abc\n");
+    ExpectOutput("a b\n\n", {"trim"}, "  a b \n   \n");
+    ExpectOutput("CBA\n", {"trim", "reverse", "upper"}, "  abc \n");
+    ExpectOutput("abc\n", {"reverse", "reverse"}, "abc\n");
+    ExpectOutput("", {"upper"}, "");
+}
+
+TEST(PluginsExample, KeepsEveryCharacter)
+{
+    const std::string line("a\0\xFFz", 4);
+    ExpectOutput(std::string("z\xFF\0a\n", 5), {"reverse"}, line + "\n");
+    ExpectOutput(std::string(65535, 'x') + "\n", {"reverse"}, std::string(65535, 'x') + "\n");
+}
+
+TEST(PluginsExample, CountsWithoutChangingWhatFiltersDo)
+{
+    const SRunResult result = Plugins({"--count", "trim", "upper"}, " ab \ncd\n");
+    EXPECT_EQ(0, result.nStatus);
+    EXPECT_EQ("AB\nCD\n", result.strOutput);
+    EXPECT_EQ("trim: 2 lines, 6 characters\nupper: 2 lines, 4 characters\n", result.strErrors);
+}
+
+TEST(PluginsExample, ListsFiltersByWhatTheirPartsSay)
+{
+    const SRunResult result = Plugins({"--list"});
+    EXPECT_EQ(0, result.nStatus);
+    EXPECT_EQ(
+        "lower    small letters\n"
+        "reverse  back to front\n"
+        "trim     no blanks at either end\n"
+        "upper    capital letters\n",
+        result.strOutput);
+}
+
+TEST(PluginsExample, RefusesALineThatIsTooLong)
+{
+    const SRunResult result = Plugins({"upper"}, "a\n" + std::string(65536, 'x') + "\n");
+    EXPECT_EQ(1, result.nStatus);
+    EXPECT_EQ("A\n", result.strOutput);
+    EXPECT_EQ("plugins: a line is too long\n", result.strErrors);
+}
+
+TEST(PluginsExample, ExplainsItself)
+{
+    EXPECT_EQ(0, Plugins({"--help"}).nStatus);
+    EXPECT_EQ(2, Plugins({}).nStatus);
+    EXPECT_EQ(2, Plugins({"--count"}).nStatus);
+    const SRunResult result = Plugins({"upper", "nothing"}, "abc\n");
+    EXPECT_EQ(2, result.nStatus);
+    EXPECT_EQ("plugins: no such filter: nothing (see plugins --help)\n", result.strErrors);
+}
+
+TEST(PluginsExample, ReportsAFullDisk)
+{
+    const SRunResult result = RunProgram(ORVEL_BINARY_DIR "/examples/plugins/plugins", {"upper"}, "abc\n", "/dev/full");
+    EXPECT_EQ(1, result.nStatus);
+    EXPECT_EQ("plugins: standard output: No space left on device\n", result.strErrors);
+}
+}  // namespace
