@@ -7,9 +7,13 @@
 #include "framework/crypto/secure_prng.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/kernel/assertion.h"
+#include "framework/kernel/event_notifier.h"
+#include "framework/kernel/fault.h"
 #include "framework/kernel/singleton.h"
 #include "framework/kernel/string_format.h"
+#include "framework/kernel/thread.h"
 #include "framework/kernel/timer.h"
+#include "framework/kernel/trace.h"
 
 unsigned int CFrameworkInitializer::ms_uInitializationCount = 0;
 
@@ -29,20 +33,20 @@ struct SStage
 constexpr SStage g_astStages[] = {
     {EStage::eFROM_ASSERT, InitializeQvAssert, FinalizeQvAssert},
     {EStage::eFROM_RESULT, InitializeResult, FinalizeResult},
-    {EStage::eFROM_THREAD, nullptr, nullptr},
+    {EStage::eFROM_THREAD, InitializeCThread, FinalizeCThread},
     {EStage::eFROM_DEFAULT_ALLOCATOR, InitializeCDefaultAllocator, FinalizeCDefaultAllocator},
     {EStage::eFROM_SINGLETON, InitializeCSingleton, FinalizeCSingleton},
     {EStage::eFROM_STRING, InitializeCString, FinalizeCString},
-    {EStage::eFROM_EVENT_NOTIFIER, nullptr, nullptr},
+    {EStage::eFROM_EVENT_NOTIFIER, InitializeQvEventNotifier, FinalizeQvEventNotifier},
     {EStage::eFROM_TIMER, InitializeCTimer, FinalizeCTimer},
-    {EStage::eFROM_TRACE_KERNEL, nullptr, nullptr},
+    {EStage::eFROM_TRACE_KERNEL, InitializeQvTraceKernel, FinalizeQvTraceKernel},
     {EStage::eFROM_TIME, nullptr, nullptr},
-    {EStage::eFROM_TRACE_TIME, nullptr, nullptr},
+    {EStage::eFROM_TRACE_TIME, InitializeQvTraceTime, FinalizeQvTraceTime},
     {EStage::eFROM_ECOM, nullptr, nullptr},
     {EStage::eFROM_POOL, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>},
     {EStage::eFROM_AATREE, nullptr, nullptr},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
-    {EStage::eFROM_FAULT, nullptr, nullptr},
+    {EStage::eFROM_FAULT, InitializeQvFault, FinalizeQvFault},
     // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.
     {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
     {EStage::eFROM_AES, nullptr, nullptr},
