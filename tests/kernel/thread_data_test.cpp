@@ -527,9 +527,7 @@ TEST(CThreadValueModel, RandomUseMatchesAMap)
                         if (bLive) model[uKey] = uValue;
                         break;
                     }
-                    default:
-                        ASSERT_EQ(resWant, GetResult(uKey));
-                        ASSERT_TRUE(!bLive || model[uKey] == Get(uKey));
+                    default: ASSERT_EQ(resWant, GetResult(uKey)); ASSERT_TRUE(!bLive || model[uKey] == Get(uKey));
                 }
             }
             for (const auto& [uKey, uValue] : model) CThread::DeleteKey(uKey);
