@@ -49,19 +49,22 @@ struct SSelf
     /// reference to the key back: the key may be deleted meanwhile, and another one made in its place.
     const void* pvDyingValue;
     unsigned int uDyingKey;
+    /// The last thread that this one has started: only its starter has its handle before it runs.
+    const CThread* pStarted;
+    unsigned int uStartedId;
+    pthread_t hStarted;
 };
-thread_local SSelf t_stSelf = {nullptr, nullptr, 0};
+thread_local SSelf t_stSelf = {};
 
-template <typename T>
-T Load(const T& rField)
+// With acquire and release order: who sees a state or a claim sees what was stored before it.
+unsigned int Load(const unsigned int& ruField)
 {
-    return std::atomic_ref<T>(const_cast<T&>(rField)).load(std::memory_order_relaxed);
+    return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(ruField)).load(std::memory_order_acquire);
 }
 
-template <typename T>
-void Store(T& rField, T value)
+void Store(unsigned int& ruField, unsigned int uValue)
 {
-    std::atomic_ref<T>(rField).store(value, std::memory_order_relaxed);
+    std::atomic_ref<unsigned int>(ruField).store(uValue, std::memory_order_release);
 }
 
 QvResult SetScheduling(pthread_attr_t& rAttributes, const SScheduling& rstScheduling)
@@ -119,6 +122,7 @@ CThread::CThread()
       m_uExitCode(0),
       m_semRun(CBinarySemaphore::eFREE, true),
       m_ePriority(eNORMAL),
+      m_uReaping(0),
       m_hThread(0)
 {
 }
@@ -141,7 +145,12 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
     if (static_cast<unsigned int>(ePriority) >= g_uPriorityCount) return QV_RES_INVALID_ARGUMENT;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
-    Reap();  // a run that somebody else started since
+    while (GetState() != eIDLE)  // somebody else has started a run since
+    {
+        m_semRun.Signal(true);
+        Join(nullptr);
+        m_semRun.Wait();
+    }
     SetState(eSTARTING);
     Store(m_uId, NextThreadId());
     m_pfnThread = pfn;
@@ -154,15 +163,22 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
 }
 
 // Once the thread is created it may destroy the object: nothing of it is touched after that. So the thread stores its
-// own handle; nobody looks at it earlier.
+// handle itself.
 QvResult CThread::Create()
 {
     // The attribute object stays undestroyed: it owns nothing.
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     const QvResult res = SetScheduling(attributes, g_astScheduling[m_ePriority]);
+    const unsigned int uId = GetId();
     pthread_t hThread;
-    if (pthread_create(&hThread, &attributes, ThreadEntry, this) == 0) return res;
+    if (pthread_create(&hThread, &attributes, ThreadEntry, this) == 0)
+    {
+        t_stSelf.pStarted = this;
+        t_stSelf.uStartedId = uId;
+        t_stSelf.hStarted = hThread;
+        return res;
+    }
     SetState(eIDLE);
     m_hThread = 0;
     m_semRun.Signal(false);
@@ -175,16 +191,14 @@ QvResult CThread::Join(unsigned int* puExitCode)
     GetCurrentId();  // numbers the caller, as every use of the module does
     if (t_stSelf.pThread == this)
     {
-        if (m_hThread != 0) pthread_detach(m_hThread);
-        m_hThread = 0;  // must not be joined any more
+        Detach();
         return QV_RES_THREAD_JOIN_SELF;
     }
-    if (GetState() != eIDLE)
+    while (GetState() != eIDLE && !Reap())
     {
+        // Somebody else is about it: wait for what he waits for, and let him have it.
         m_semRun.Wait();
-        Reap();
-        SetState(eIDLE);
-        m_semRun.Signal(false);
+        m_semRun.Signal(true);
     }
     if (puExitCode != nullptr) *puExitCode = GetExitCode();
     return QV_RES_OK;
@@ -409,16 +423,54 @@ void CThread::FinalizeTsd()
     while (ms_pTsdKeyHead != nullptr) DeleteKey(ms_pTsdKeyHead->uKey);
 }
 
-/// Joins the run that has ended, unless it was detached. The caller holds m_semRun.
-void CThread::Reap()
+/// Waits until the run has ended and joins it, unless it was detached. False when another thread is doing that.
+bool CThread::Reap()
 {
-    if (m_hThread != 0) pthread_join(m_hThread, nullptr);
+    if (!ClaimReaping()) return false;
+    if (GetState() == eIDLE)
+    {
+        Store(m_uReaping, 0);
+        return true;
+    }
+    // The thread first and its record, gone by then, second: in the other order the caller would be woken twice.
+    const pthread_t hKnown = KnownHandle();
+    if (hKnown != 0) pthread_join(hKnown, nullptr);
+    m_semRun.Wait();
+    if (hKnown == 0 && m_hThread != 0) pthread_join(m_hThread, nullptr);
     m_hThread = 0;
+    SetState(eIDLE);
+    Store(m_uReaping, 0);
+    m_semRun.Signal(false);
+    return true;
+}
+
+/// A thread that somebody is joining already is left to him.
+void CThread::Detach()
+{
+    if (!ClaimReaping()) return;
+    if (m_hThread != 0) pthread_detach(m_hThread);
+    m_hThread = 0;  // must not be joined any more
+    Store(m_uReaping, 0);
+}
+
+/// One thread at a time joins or detaches.
+bool CThread::ClaimReaping()
+{
+    unsigned int uNobody = 0;
+    return std::atomic_ref<unsigned int>(m_uReaping).compare_exchange_strong(uNobody, 1);
+}
+
+/// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. For who has claimed it.
+pthread_t CThread::KnownHandle() const
+{
+    if (GetState() != eSTARTING) return m_hThread;
+    const bool bStartedHere = t_stSelf.pStarted == this && t_stSelf.uStartedId == GetId();
+    return bStartedHere ? t_stSelf.hStarted : 0;
 }
 
 void CThread::SetState(EState eState)
 {
-    Store<unsigned int>(m_eState, eState);
+    Store(m_eState, eState);
 }
 
 unsigned int CThread::NextThreadId()

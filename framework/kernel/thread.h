@@ -72,7 +72,8 @@ public:
     /// Waits until the thread has ended; *puExitCode, when given, becomes what its function returned (0 when there was
     /// no run yet). At once when there is nothing to join.
     /// QV_RES_OK                there is no run any more
-    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead; *puExitCode stays as it was
+    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (or left to another thread that
+    ///                          is joining it); *puExitCode stays as it was
     QvResult Join(unsigned int* puExitCode);
 
     /// The object whose thread is calling; null on threads that were not started here.
@@ -186,7 +187,10 @@ private:
     class CRun;
 
     QV_HIDDEN QvResult Create();
-    QV_HIDDEN void Reap();
+    QV_HIDDEN bool Reap();
+    QV_HIDDEN void Detach();
+    QV_HIDDEN bool ClaimReaping();
+    QV_HIDDEN pthread_t KnownHandle() const;
     QV_HIDDEN void SetState(EState eState);
     QV_HIDDEN static unsigned int NextThreadId();
     QV_HIDDEN static void CountStart();
@@ -210,6 +214,8 @@ private:
     /// Taken from a start until the record of its thread is freed.
     CBinarySemaphore m_semRun;
     EPriority m_ePriority;
+    /// Whether somebody is joining or detaching; lies where the alignment of the handle leaves a gap.
+    unsigned int m_uReaping;
     pthread_t m_hThread;
 };
 

@@ -265,11 +265,11 @@ TEST(CAliveObjActivate, OfAPriorityThatIsNoneLeavesItUnborn)
 TEST(CAliveObjActivate, ReachesAnObjectAtAnyAddress)
 {
     // Two that differ above the low 32 bits only, which are all 0.
-    for (std::uintptr_t uAddress : {std::uintptr_t{0x7100} << 32, std::uintptr_t{0x1234} << 32})
+    for (std::uintptr_t uAddress : {std::uintptr_t{0x10} << 32, std::uintptr_t{0x21} << 32})
     {
         void* const pvPage = mmap(reinterpret_cast<void*>(uAddress), 4096, PROT_READ | PROT_WRITE,
                                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
-        // A sanitizer's memory, or anything else, may lie there.
+        // A sanitizer's own memory may lie there.
         if (pvPage == MAP_FAILED) continue;
         auto* const pObject = new (pvPage) CPlain;
         EXPECT_EQ(QV_RES_OK, pObject->Activate(nullptr, 0, CThread::eNORMAL));

@@ -8,11 +8,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
 
 namespace
@@ -181,16 +182,36 @@ TEST_F(CThreadCalls, JoinEveryRunOnce)
 
 TEST_F(CThreadCalls, DetachOnceWhatJoinsItselfAndNeverJoinItAgain)
 {
+    static CGate s_detached;
+    s_detached.Shut();
     Start(
         [](unsigned int)
         {
             CThread::GetThreadSelf()->Join(nullptr);
             CThread::GetThreadSelf()->Join(nullptr);
+            s_detached.Open();
             return 0u;
         });
+    s_detached.Pass();
     m_thread.Join(nullptr);
     EXPECT_EQ(1u, g_uDetaches);
     EXPECT_EQ(0u, g_uJoins);
+}
+
+TEST_F(CThreadCalls, LeaveAThreadThatJoinsItselfWhileAnotherJoinsItToTheOther)
+{
+    static std::atomic<QvResult> s_res = QV_RES_OK;
+    Start(
+        [](unsigned int)
+        {
+            while (g_uJoins == 0) std::this_thread::yield();
+            s_res = CThread::GetThreadSelf()->Join(nullptr);
+            return 0u;
+        });
+    EXPECT_EQ(QV_RES_OK, m_thread.Join(nullptr));
+    EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
+    EXPECT_EQ(0u, g_uDetaches);
+    EXPECT_EQ(1u, g_uJoins);
 }
 
 TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)
