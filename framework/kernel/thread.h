@@ -184,7 +184,7 @@ protected:
     static STsdKey* ms_pTsdKeyHead;
 
 private:
-    class CRun;
+    class QV_HIDDEN CRun;
 
     QV_HIDDEN QvResult Create();
     QV_HIDDEN bool Reap();

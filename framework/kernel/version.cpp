@@ -159,6 +159,7 @@ bool CVersion::operator>=(const CVersion& rOther) const
     return !(*this < rOther);
 }
 
+// By value: part of the binary interface. NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool CVersion::IsInRange(CVersion minimum, CVersion maximum) const
 {
     return minimum <= *this && *this <= maximum;

@@ -212,7 +212,7 @@ TEST(CMemoryQueuePush, WritesTheSizeInFrontAndDoesNotAdvance)
     CMemoryQueue queue;
     ASSERT_TRUE(queue.Initialize(64, 1));
     unsigned char* const puPayload = queue.Push(7);
-    EXPECT_EQ(7u, LoadAt<unsigned int>(puPayload, 0 - sizeof(unsigned int)));
+    EXPECT_EQ(7u, LoadAt<unsigned int>(puPayload - sizeof(unsigned int), 0));
     EXPECT_EQ(0, SFields(queue).nWrite);
     EXPECT_TRUE(queue.IsEmpty());
     EXPECT_EQ(puPayload, queue.Push(9)) << "starts over";
@@ -357,7 +357,7 @@ TEST(CMemoryQueueCommit, OfAnOldRecordThatNoLongerFitsIsRefused)
     ASSERT_TRUE(queue.Pop());
     ASSERT_TRUE(PushSize(queue, 4));  // the tail is full now
     ASSERT_NE(nullptr, queue.Push(20));
-    StoreAt(puOld, 0 - sizeof(unsigned int), 44u);
+    StoreAt(puOld - sizeof(unsigned int), 0, 44u);
     EXPECT_FALSE(queue.Commit(puOld)) << "would run over the records behind it";
     EXPECT_EQ(4u, Oldest(queue).size());
 }

@@ -102,7 +102,8 @@ extern "C"
     QV_EXPORT int pthread_setspecific(pthread_key_t hKey, const void* pvValue) noexcept
     {
         static const auto pfnReal = Real<int(pthread_key_t, const void*)>("pthread_setspecific");
-        return g_failures.bSetSpecific ? ENOMEM : pfnReal(hKey, pvValue);
+        // Sanitizers have keys of their own.
+        return g_failures.bSetSpecific && hKey == CThreadProbe::ms_hTsdKey ? ENOMEM : pfnReal(hKey, pvValue);
     }
     QV_EXPORT int setpriority(__priority_which_t eWhich, id_t uWho, int nValue) noexcept
     {
