@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <atomic>
+
 #include "framework/kernel/alive.h"
 #include "framework/kernel/framework_initializer.h"
 
@@ -12,6 +14,9 @@ namespace
 {
 bool g_bCreateFails = false;
 bool g_bPolicyFails = false;
+/// The semaphore that lets a behaviour begin, of the object under test; how often it was waited for.
+const void* g_pvGo = nullptr;
+std::atomic<unsigned int> g_uGoWaits = 0;
 
 class CCounting : public CAliveObj
 {
@@ -19,9 +24,14 @@ public:
     ~CCounting() override { Join(nullptr); }
     QvResult Activate() { return CAliveObj::Activate(nullptr, 0, CThread::eNORMAL); }
     int m_nRuns = 0;
+    unsigned int m_uGoWaitsBefore = 0;
 
 private:
-    void Behavior() override { ++m_nRuns; }
+    void Behavior() override
+    {
+        ++m_nRuns;
+        m_uGoWaitsBefore = g_uGoWaits;
+    }
 };
 }  // namespace
 
@@ -45,10 +55,16 @@ extern "C"
     }
 }
 
-class CAliveObjFailure : public testing::Test
+bool CBinarySemaphore::Wait() const
+{
+    if (this == g_pvGo) ++g_uGoWaits;
+    return m_sem.Wait();
+}
+
+class CAliveObjCalls : public testing::Test
 {
 protected:
-    ~CAliveObjFailure() override
+    ~CAliveObjCalls() override
     {
         g_bCreateFails = false;
         g_bPolicyFails = false;
@@ -57,7 +73,7 @@ protected:
     CCounting m_object;
 };
 
-TEST_F(CAliveObjFailure, RefusedCreationLeavesAnUnbornObjectUnborn)
+TEST_F(CAliveObjCalls, RefusedCreationLeavesAnUnbornObjectUnborn)
 {
     g_bCreateFails = true;
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, m_object.Activate());
@@ -68,7 +84,7 @@ TEST_F(CAliveObjFailure, RefusedCreationLeavesAnUnbornObjectUnborn)
     EXPECT_EQ(1, m_object.m_nRuns);
 }
 
-TEST_F(CAliveObjFailure, RefusedCreationLeavesADeadObjectDead)
+TEST_F(CAliveObjCalls, RefusedCreationLeavesADeadObjectDead)
 {
     m_object.Activate();
     m_object.Join(nullptr);
@@ -77,7 +93,7 @@ TEST_F(CAliveObjFailure, RefusedCreationLeavesADeadObjectDead)
     EXPECT_TRUE(m_object.IsDead());
 }
 
-TEST_F(CAliveObjFailure, RefusedAttributesAreReportedAlthoughTheBehaviourRuns)
+TEST_F(CAliveObjCalls, RefusedAttributesAreReportedAlthoughTheBehaviourRuns)
 {
     g_bPolicyFails = true;
     EXPECT_EQ(QV_RES_THREAD_ATTRIBUTES, m_object.Activate());
@@ -86,7 +102,7 @@ TEST_F(CAliveObjFailure, RefusedAttributesAreReportedAlthoughTheBehaviourRuns)
     EXPECT_EQ(1, m_object.m_nRuns);
 }
 
-TEST_F(CAliveObjFailure, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
+TEST_F(CAliveObjCalls, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
 {
     g_bPolicyFails = true;
     for (int n = 0; n < 200; ++n)
@@ -95,4 +111,14 @@ TEST_F(CAliveObjFailure, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
         EXPECT_TRUE(res == QV_RES_THREAD_ATTRIBUTES || res == QV_RES_INVALID_STATE);
     }
     EXPECT_EQ(QV_RES_OK, m_object.Join(nullptr));
+}
+
+TEST_F(CAliveObjCalls, NoBehaviourBeginsBeforeItIsLetGo)
+{
+    g_pvGo = reinterpret_cast<const unsigned char*>(&m_object) + 376;
+    g_uGoWaits = 0;
+    EXPECT_EQ(QV_RES_OK, m_object.Activate());
+    m_object.Join(nullptr);
+    EXPECT_EQ(1u, m_object.m_uGoWaitsBefore);
+    g_pvGo = nullptr;
 }

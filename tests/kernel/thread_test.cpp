@@ -508,6 +508,25 @@ TEST(CThreadDestructor, InsideItsOwnThreadLetsTheThreadRunOn)
     EXPECT_EQ(0u, CThreadProbe::CountRunning());
 }
 
+TEST(CThreadDestructor, InsideItsOwnThreadIsTheLastThatTouchesTheObject)
+{
+    static CGate s_gone;
+    s_gone.Shut();
+    alignas(CThread) static unsigned char s_auStorage[sizeof(CThread)];
+    auto* const pThread = new (s_auStorage) CThread;
+    Start(*pThread,
+          [](unsigned int)
+          {
+              CThread::GetThreadSelf()->~CThread();
+              std::memset(s_auStorage, 0xEE, sizeof(s_auStorage));
+              s_gone.Open();
+              return 1u;
+          });
+    s_gone.Pass();
+    WaitForAllThreads();
+    EXPECT_EQ(std::vector<unsigned char>(sizeof(CThread), 0xEE), BytesAt(s_auStorage, 0, sizeof(CThread)));
+}
+
 TEST(CThreadDestructor, InsideItsOwnThreadAfterItJoinedItself)
 {
     static CGate s_gone;
