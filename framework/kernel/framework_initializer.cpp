@@ -11,9 +11,13 @@
 #include "framework/crypto/secure_seed.h"
 #include "framework/ecom/ecom.h"
 #include "framework/kernel/assertion.h"
+#include "framework/kernel/event_notifier.h"
+#include "framework/kernel/fault.h"
 #include "framework/kernel/singleton.h"
 #include "framework/kernel/string_format.h"
+#include "framework/kernel/thread.h"
 #include "framework/kernel/timer.h"
+#include "framework/kernel/trace.h"
 
 unsigned int CFrameworkInitializer::ms_uInitializationCount = 0;
 
@@ -28,25 +32,24 @@ struct SStage
     void (*pfnFinalize)();
 };
 
-// In the order of start-up. A stage without functions belongs to a module that is not part of the library yet and is
-// passed through.
+// In the order of start-up.
 constexpr SStage g_astStages[] = {
     {EStage::eFROM_ASSERT, InitializeQvAssert, FinalizeQvAssert},
     {EStage::eFROM_RESULT, InitializeResult, FinalizeResult},
-    {EStage::eFROM_THREAD, nullptr, nullptr},
+    {EStage::eFROM_THREAD, InitializeCThread, FinalizeCThread},
     {EStage::eFROM_DEFAULT_ALLOCATOR, InitializeCDefaultAllocator, FinalizeCDefaultAllocator},
     {EStage::eFROM_SINGLETON, InitializeCSingleton, FinalizeCSingleton},
     {EStage::eFROM_STRING, InitializeCString, FinalizeCString},
-    {EStage::eFROM_EVENT_NOTIFIER, nullptr, nullptr},
+    {EStage::eFROM_EVENT_NOTIFIER, InitializeQvEventNotifier, FinalizeQvEventNotifier},
     {EStage::eFROM_TIMER, InitializeCTimer, FinalizeCTimer},
-    {EStage::eFROM_TRACE_KERNEL, nullptr, nullptr},
+    {EStage::eFROM_TRACE_KERNEL, InitializeQvTraceKernel, FinalizeQvTraceKernel},
     {EStage::eFROM_TIME, InitializeCTime, FinalizeCTime},
-    {EStage::eFROM_TRACE_TIME, nullptr, nullptr},
+    {EStage::eFROM_TRACE_TIME, InitializeQvTraceTime, FinalizeQvTraceTime},
     {EStage::eFROM_ECOM, InitializeECom, FinalizeECom},
     {EStage::eFROM_POOL, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>},
     {EStage::eFROM_AATREE, InitializeCAATreeBase, FinalizeCAATreeBase},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
-    {EStage::eFROM_FAULT, nullptr, nullptr},
+    {EStage::eFROM_FAULT, InitializeQvFault, FinalizeQvFault},
     // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.
     {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
     {EStage::eFROM_AES, InitializeCAesBremoFwOpenSsl, FinalizeCAesBremoFwOpenSsl},
@@ -64,18 +67,13 @@ bool GoesDownFirst(EStage eStage)
     return eStage == g_aeFirstDown[0] || eStage == g_aeFirstDown[1];
 }
 
-void FinalizeStage(const SStage& rstStage)
-{
-    if (rstStage.pfnFinalize != nullptr) rstStage.pfnFinalize();
-}
-
 void FinalizeFirstDown()
 {
     for (const EStage eFirst : g_aeFirstDown)
     {
         for (const SStage& rstStage : g_astStages)
         {
-            if (rstStage.eStage == eFirst) FinalizeStage(rstStage);
+            if (rstStage.eStage == eFirst) rstStage.pfnFinalize();
         }
     }
 }
@@ -89,7 +87,7 @@ QvResult CFrameworkInitializer::Initialize()
         int nReached = 0;
         for (const SStage& rstStage : g_astStages)
         {
-            if (rstStage.pfnInitialize != nullptr) res = rstStage.pfnInitialize();
+            res = rstStage.pfnInitialize();
             if (res < 0)
             {
                 PartialFinalize(static_cast<EFinalizeFrom>(nReached));
@@ -116,6 +114,6 @@ void CFrameworkInitializer::PartialFinalize(EFinalizeFrom eFrom)
     {
         const SStage& rstStage = g_astStages[nStage];
         const bool bDone = eFrom == eFROM_ALL && GoesDownFirst(rstStage.eStage);
-        if (rstStage.eStage <= eFrom && !bDone) FinalizeStage(rstStage);
+        if (rstStage.eStage <= eFrom && !bDone) rstStage.pfnFinalize();
     }
 }

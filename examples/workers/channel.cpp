@@ -1,0 +1,81 @@
+#include "examples/workers/channel.h"
+
+#include <cstring>
+
+namespace
+{
+constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
+}  // namespace
+
+CChannel::CChannel(unsigned int uSize)
+{
+    m_queue.Initialize(uSize, alignof(uint64_t));
+}
+
+bool CChannel::Put(uint64_t uNumber, const unsigned char* puData, unsigned int uSize)
+{
+    EOutcome eOutcome = TryPut(uNumber, puData, uSize);
+    while (eOutcome == eWAIT)
+    {
+        m_semRoom.Wait();
+        eOutcome = TryPut(uNumber, puData, uSize);
+    }
+    return eOutcome == eDONE;
+}
+
+bool CChannel::Take(SRecord& rRecord)
+{
+    EOutcome eOutcome = TryTake(rRecord);
+    while (eOutcome == eWAIT)
+    {
+        m_semRecords.Wait();
+        eOutcome = TryTake(rRecord);
+    }
+    return eOutcome == eDONE;
+}
+
+void CChannel::Close()
+{
+    {
+        const CMutexGuard guard(&m_mutex);
+        m_bClosed = true;
+    }
+    m_semRecords.Signal(false);
+}
+
+CChannel::EOutcome CChannel::TryPut(uint64_t uNumber, const unsigned char* puData, unsigned int uSize)
+{
+    {
+        const CMutexGuard guard(&m_mutex);
+        unsigned char* const puRecord = m_queue.Push(g_uNumberSize + uSize);
+        // What does not fit an empty queue will never fit.
+        if (puRecord == nullptr) return m_queue.IsEmpty() ? eNEVER : eWAIT;
+        std::memcpy(puRecord, &uNumber, g_uNumberSize);
+        if (uSize != 0) std::memcpy(puRecord + g_uNumberSize, puData, uSize);
+        m_queue.Commit(puRecord);
+    }
+    m_semRecords.Signal(false);
+    return eDONE;
+}
+
+CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)
+{
+    bool bMore = false;
+    EOutcome eOutcome = eDONE;
+    {
+        const CMutexGuard guard(&m_mutex);
+        unsigned int uSize = 0;
+        const unsigned char* const puRecord = m_queue.Peek(&uSize);
+        if (puRecord != nullptr)
+        {
+            std::memcpy(&rRecord.uNumber, puRecord, g_uNumberSize);
+            rRecord.bytes = CBlob(puRecord + g_uNumberSize, uSize - g_uNumberSize);
+            m_queue.Pop();
+        }
+        else eOutcome = m_bClosed ? eNEVER : eWAIT;
+        bMore = m_bClosed || !m_queue.IsEmpty();
+    }
+    if (bMore) m_semRecords.Signal(false);
+    if (eOutcome == eDONE) m_semRoom.Signal(false);
+    return eOutcome;
+}

@@ -1,0 +1,239 @@
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <system_error>
+#include <vector>
+
+#include "examples/workers/channel.h"
+
+namespace
+{
+constexpr int g_nFailed = 1;
+constexpr int g_nMisused = 2;
+constexpr int g_nInterrupted = 130;
+
+constexpr unsigned int g_uChannelSize = 64 * 1024;
+constexpr unsigned int g_uLongestLine = 8192;
+
+constexpr char g_szHelp[] =
+    R"(Prints the number and the SHA-256 digest of every line of standard input, computed by several workers at once.
+
+  workers [COUNT] < TEXT    COUNT workers, 1 to 64 (4 if not given); lines are printed as they are done
+
+Interrupted (SIGINT or SIGTERM) it reads no further, finishes the lines that it has read whole, and says how many they
+were. A line longer than 8,192 characters is refused: what came before it is finished.
+
+Exit status: 0 done, 1 refused or failed, 2 wrong usage, 130 interrupted.
+)";
+
+/// Digests lines until there are no more.
+class CWorker : public CAliveObj
+{
+public:
+    CWorker(CChannel& rLines, CChannel& rDigests) : m_rLines(rLines), m_rDigests(rDigests) {}
+    ~CWorker() override { Join(nullptr); }
+    CWorker(const CWorker&) = delete;
+    CWorker& operator=(const CWorker&) = delete;
+
+private:
+    void Behavior() override
+    {
+        SRecord line;
+        unsigned char auDigest[32];
+        while (m_rLines.Take(line))
+        {
+            CSha256 sha256;
+            sha256.Begin();
+            // An empty blob has no bytes to point to.
+            if (line.bytes.GetSize() != 0) sha256.Update(&line.bytes);
+            sha256.End(auDigest);
+            m_rDigests.Put(line.uNumber, auDigest, sizeof(auDigest));
+        }
+    }
+
+    CChannel& m_rLines;
+    CChannel& m_rDigests;
+};
+
+/// Prints digests until there are no more.
+class CPrinter : public CAliveObj
+{
+public:
+    explicit CPrinter(CChannel& rDigests) : m_rDigests(rDigests) {}
+    ~CPrinter() override { Join(nullptr); }
+    CPrinter(const CPrinter&) = delete;
+    CPrinter& operator=(const CPrinter&) = delete;
+
+    /// After the join.
+    uint64_t GetCount() const { return m_uCount; }
+
+private:
+    void Behavior() override
+    {
+        SRecord digest;
+        for (; m_rDigests.Take(digest); ++m_uCount)
+        {
+            std::printf("%lu ", digest.uNumber);
+            for (const unsigned char uByte : digest.bytes) std::printf("%02x", uByte);
+            std::putchar('\n');
+        }
+    }
+
+    CChannel& m_rDigests;
+    uint64_t m_uCount = 0;
+};
+
+volatile sig_atomic_t g_bInterrupted = 0;
+
+/// Blocks the signals for this thread and all that it starts; they come in only while it waits for input.
+sigset_t BlockInterruptions()
+{
+    struct sigaction stAction = {};
+    stAction.sa_handler = [](int) { g_bInterrupted = 1; };
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int nSignal : {SIGINT, SIGTERM})
+    {
+        sigaction(nSignal, &stAction, nullptr);
+        sigaddset(&signals, nSignal);
+    }
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &signals, &before);
+    return before;
+}
+
+/// Reads standard input into a channel, a record for each line.
+class CReader
+{
+public:
+    CReader(CChannel& rLines, const sigset_t& rWaitingMask) : m_rLines(rLines), m_waitingMask(rWaitingMask) {}
+
+    /// True at the end of the input, false when interrupted or when it had to refuse something, which it says.
+    bool ReadAll()
+    {
+        char acChunk[16384];
+        for (;;)
+        {
+            const ssize_t nRead = ReadSome(acChunk, sizeof(acChunk));
+            if (nRead < 0) return false;
+            if (nRead == 0) return m_line.empty() || PutLine();
+            if (!Split(acChunk, acChunk + nRead)) return false;
+        }
+    }
+
+private:
+    ssize_t ReadSome(char* pcChunk, size_t uSize)
+    {
+        struct pollfd input = {STDIN_FILENO, POLLIN, 0};
+        const int nReady = ppoll(&input, 1, nullptr, &m_waitingMask);
+        if (g_bInterrupted != 0) return -1;
+        const ssize_t nRead = nReady < 0 ? -1 : read(STDIN_FILENO, pcChunk, uSize);
+        if (nRead < 0) std::perror("workers: standard input");
+        return nRead;
+    }
+
+    bool Split(const char* pcBegin, const char* pcEnd)
+    {
+        while (const void* pvNewline = std::memchr(pcBegin, '\n', static_cast<size_t>(pcEnd - pcBegin)))
+        {
+            const char* const pcNewline = static_cast<const char*>(pvNewline);
+            if (!Collect(pcBegin, pcNewline) || !PutLine()) return false;
+            pcBegin = pcNewline + 1;
+        }
+        return Collect(pcBegin, pcEnd);
+    }
+
+    bool Collect(const char* pcBegin, const char* pcEnd)
+    {
+        m_line.insert(m_line.end(), pcBegin, pcEnd);
+        if (m_line.size() <= g_uLongestLine) return true;
+        std::fprintf(stderr, "workers: line %lu is longer than %u characters\n", m_uCount + 1, g_uLongestLine);
+        return false;
+    }
+
+    bool PutLine()
+    {
+        ++m_uCount;
+        const bool bPut = m_rLines.Put(m_uCount, m_line.data(), static_cast<unsigned int>(m_line.size()));
+        if (!bPut) std::fputs("workers: out of memory\n", stderr);
+        m_line.clear();
+        return bPut;
+    }
+
+    CChannel& m_rLines;
+    sigset_t m_waitingMask;
+    std::vector<unsigned char> m_line;
+    uint64_t m_uCount = 0;
+};
+
+bool Activate(CAliveObj& rObject, const char* pszName)
+{
+    const QvResult res = rObject.Activate(pszName, 0, CThread::eNORMAL);
+    if (res < 0) std::fprintf(stderr, "workers: cannot start a thread\n");
+    return res >= 0;
+}
+
+int Work(unsigned int uWorkers)
+{
+    const sigset_t waitingMask = BlockInterruptions();
+    CChannel lines(g_uChannelSize);
+    CChannel digests(g_uChannelSize);
+    CPrinter printer(digests);
+    std::vector<std::unique_ptr<CWorker>> workers;
+    bool bAll = Activate(printer, "printer");
+    for (unsigned int u = 0; bAll && u < uWorkers; ++u)
+    {
+        workers.push_back(std::make_unique<CWorker>(lines, digests));
+        bAll = Activate(*workers.back(), "worker");
+    }
+    bAll = bAll && CReader(lines, waitingMask).ReadAll();
+    // Everybody finishes what there is, from the source to the sink.
+    lines.Close();
+    workers.clear();
+    digests.Close();
+    printer.Join(nullptr);
+
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    {
+        std::fputs("workers: standard output cannot be written\n", stderr);
+        return g_nFailed;
+    }
+    if (g_bInterrupted != 0)
+    {
+        std::fprintf(stderr, "workers: interrupted, %lu lines done\n", printer.GetCount());
+        return g_nInterrupted;
+    }
+    return bAll ? 0 : g_nFailed;
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    unsigned int uWorkers = 4;
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0)
+    {
+        std::fputs(g_szHelp, stdout);
+        return 0;
+    }
+    if (argc == 2)
+    {
+        const char* const pszEnd = argv[1] + std::strlen(argv[1]);
+        const auto stParsed = std::from_chars(argv[1], pszEnd, uWorkers);
+        if (stParsed.ec != std::errc() || stParsed.ptr != pszEnd) uWorkers = 0;
+    }
+    if (argc > 2 || uWorkers < 1 || uWorkers > 64)
+    {
+        std::fputs("workers: one number of workers, 1 to 64, and no more (see workers --help)\n", stderr);
+        return g_nMisused;
+    }
+    const CFrameworkScope framework;
+    if (framework.GetResult() < 0) return g_nFailed;
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    return Work(uWorkers);
+}

@@ -1,0 +1,59 @@
+#ifndef FRAMEWORK_KERNEL_EVENT_NOTIFIER_H
+#define FRAMEWORK_KERNEL_EVENT_NOTIFIER_H
+#include <stdarg.h>
+
+#include "framework/kernel/export.h"
+#include "framework/kernel/result.h"
+
+/// Broadcasts events to whoever has registered for them, in the order of registration:
+///
+///     void OnEvent(void* pOpaque, EEventNotifier eEvent, va_list args)
+///     {
+///         if (eEvent != EEventNotifier::eCONFIGURATION_CHANGED) return;
+///         static_cast<CServer*>(pOpaque)->Reload(va_arg(args, const char*));
+///     }
+///
+///     RegisterEventObserver(OnEvent, &server);
+///     NotifyEventObservers(EEventNotifier::eCONFIGURATION_CHANGED, "/etc/server.conf");
+///
+/// Ownership  pOpaque is borrowed: unregister before what it points to goes.
+/// Threads    From any thread. The module's mutex is held while observers run, so observers are brief, and wait for no
+///            thread that may notify. They may themselves register, unregister and notify, on the same thread.
+/// Lifetime   Between the start-up and the shut-down of the framework, which forgets all observers; outside it nothing
+///            happens.
+/// Cost       The table grows by one entry, and is copied, for each registration beyond the most there ever were.
+
+/// What has happened, and what goes with it. The library itself announces nothing; applications announce these, and
+/// number theirs from eAPPLICATION on: every int is a valid value. Scoped, since what stands before variable arguments
+/// must not be promoted.
+enum class EEventNotifier : int
+{
+    /// Nothing goes with it.
+    eSHUT_DOWN = 0,
+    /// const char*: what was changed, or null.
+    eCONFIGURATION_CHANGED = 1,
+    /// int64_t: by how many milliseconds the clock was moved.
+    eCLOCK_CHANGED = 2,
+    /// What goes with these is for the application to say.
+    eAPPLICATION = 1000
+};
+
+/// Each observer is given the arguments from the start, as a list of its own.
+typedef void (*PFNEventObserver)(void* pOpaque, EEventNotifier eEvent, va_list args);
+
+/// Adds the pair of function and pOpaque, unless it is registered already. A null function is ignored; so is, without a
+/// report, a registration for which there is no memory. Registered by an observer, it is called for the same event yet.
+QV_EXPORT void RegisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque);
+
+/// Takes the pair away, if it is registered. An observer that takes away itself, or one before it, makes the one that
+/// follows it miss the event that is being announced: unregister from outside where that matters.
+QV_EXPORT void UnregisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque);
+
+/// Calls every observer.
+QV_EXPORT void NotifyEventObservers(EEventNotifier eEvent, ...);
+
+/// Module start-up and shut-down, called by CFrameworkInitializer: the mutex and the table. Start-up returns QV_RES_OK.
+QV_EXPORT QvResult InitializeQvEventNotifier();
+QV_EXPORT void FinalizeQvEventNotifier();
+
+#endif

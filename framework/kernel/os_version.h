@@ -1,0 +1,23 @@
+#ifndef FRAMEWORK_KERNEL_OS_VERSION_H
+#define FRAMEWORK_KERNEL_OS_VERSION_H
+#include "framework/kernel/export.h"
+
+/// Names the operating system that the library is built for.
+class QV_EXPORT COsVersion
+{
+public:
+    enum EOsVersion : unsigned int
+    {
+        /// Nobody has asked yet.
+        eUNKNOWN = 0,
+        eLINUX = 6
+    };
+
+    /// eLINUX; stores it in g_eOsVersion. Any thread.
+    static EOsVersion GetOsVersion();
+};
+
+/// What COsVersion::GetOsVersion() last returned.
+extern QV_EXPORT COsVersion::EOsVersion g_eOsVersion;
+
+#endif

@@ -1,0 +1,303 @@
+// Every case runs in a child process: it ends, or changes what all tests would share.
+#include "framework/kernel/fault.h"
+
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+
+namespace
+{
+constexpr int g_anSIGNALS[] = {SIGQUIT, SIGILL, SIGABRT, SIGFPE, SIGSEGV, SIGBUS, SIGSYS, SIGTRAP};
+
+struct sigaction ActionOf(int nSignal)
+{
+    struct sigaction stAction = {};
+    sigaction(nSignal, nullptr, &stAction);
+    return stAction;
+}
+
+bool IsOurs(const struct sigaction& rstAction)
+{
+    return (rstAction.sa_flags & SA_SIGINFO) != 0;
+}
+
+void SetHandler(int nSignal, void (*pfnHandler)(int), int nFlags = 0)
+{
+    struct sigaction stAction = {};
+    stAction.sa_handler = pfnHandler;
+    stAction.sa_flags = nFlags;
+    sigaction(nSignal, &stAction, nullptr);
+}
+
+/// The exit status of a process that raised signals without end.
+constexpr int g_nENDLESS = 77;
+volatile sig_atomic_t g_nRaised = 0;
+}  // namespace
+
+// In the place of the C library's: counts.
+extern "C" QV_EXPORT int raise(int nSignal) noexcept
+{
+    g_nRaised = g_nRaised + 1;
+    if (g_nRaised > 100) _exit(g_nENDLESS);
+    return pthread_kill(pthread_self(), nSignal);
+}
+
+namespace
+{
+/// How a child ends that does something: its exit status, or 1000 and the number of the signal that killed it.
+int EndOf(const std::function<int()>& rWhat)
+{
+    const pid_t pid = fork();
+    if (pid == 0)
+    {
+        const struct rlimit noCore = {0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
+        // Sanitizers have handlers of their own.
+        for (int nSignal : g_anSIGNALS) SetHandler(nSignal, SIG_DFL);
+        alarm(20);  // a signal that is never taken its usual way ends the test as well
+        _exit(rWhat());
+    }
+    int nStatus = 0;
+    EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
+    return WIFSIGNALED(nStatus) ? 1000 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
+}
+
+class CFaultSignal : public testing::TestWithParam<int>
+{
+};
+}  // namespace
+
+TEST_P(CFaultSignal, RaisedEndsTheProcessAsItWouldWithoutTheHandler)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(1000 + nSignal, EndOf(
+                                  [=]
+                                  {
+                                      if (!InstallGenericFaultHandler()) return 1;
+                                      if (!IsOurs(ActionOf(nSignal))) return 2;
+                                      raise(nSignal);
+                                      return 3;
+                                  }));
+}
+
+TEST_P(CFaultSignal, SentFromOutsideEndsTheProcessAsWell)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(1000 + nSignal, EndOf(
+                                  [=]
+                                  {
+                                      InstallGenericFaultHandler();
+                                      kill(getpid(), nSignal);
+                                      return 3;
+                                  }));
+}
+
+TEST_P(CFaultSignal, RunsTheHandlerThatWasThereBefore)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(42, EndOf(
+                      [=]
+                      {
+                          SetHandler(nSignal, [](int) { _exit(42); });
+                          InstallGenericFaultHandler();
+                          raise(nSignal);
+                          return 3;
+                      }));
+}
+
+TEST_P(CFaultSignal, IsCaughtOnce)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(0, EndOf(
+                     [=]
+                     {
+                         static volatile sig_atomic_t s_nCalls = 0;
+                         SetHandler(nSignal, [](int) { s_nCalls = s_nCalls + 1; });
+                         InstallGenericFaultHandler();
+                         kill(getpid(), nSignal);
+                         if (s_nCalls != 1 || g_nRaised != 1) return 1;
+                         if (IsOurs(ActionOf(nSignal))) return 2;
+                         raise(nSignal);
+                         return s_nCalls == 2 ? 0 : 3;
+                     }));
+}
+
+TEST_P(CFaultSignal, IsIgnoredIfItWasBefore)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(0, EndOf(
+                     [=]
+                     {
+                         SetHandler(nSignal, SIG_IGN);
+                         InstallGenericFaultHandler();
+                         raise(nSignal);
+                         return ActionOf(nSignal).sa_handler == SIG_IGN ? 0 : 1;
+                     }));
+}
+
+TEST_P(CFaultSignal, IsHandledAsBeforeAfterUninstalling)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(0, EndOf(
+                     [=]
+                     {
+                         void (*const pfnHandler)(int) = [](int) {};
+                         SetHandler(nSignal, pfnHandler, SA_RESTART | SA_NODEFER);
+                         InstallGenericFaultHandler();
+                         if (!UnInstallGenericFaultHandler()) return 1;
+                         const struct sigaction stAction = ActionOf(nSignal);
+                         if (stAction.sa_handler != pfnHandler) return 2;
+                         return (stAction.sa_flags & (SA_RESTART | SA_NODEFER)) == (SA_RESTART | SA_NODEFER) ? 0 : 3;
+                     }));
+}
+
+TEST_P(CFaultSignal, IsNeverTakenItsUsualWayAfterASecondInstallation)
+{
+    const int nSignal = GetParam();
+    EXPECT_EQ(0, EndOf(
+                     [=]
+                     {
+                         InstallGenericFaultHandler();
+                         const struct sigaction stOurs = ActionOf(nSignal);
+                         InstallGenericFaultHandler();
+                         UnInstallGenericFaultHandler();
+                         return ActionOf(nSignal).sa_sigaction == stOurs.sa_sigaction ? 0 : 1;
+                     }));
+    EXPECT_EQ(g_nENDLESS, EndOf(
+                              [=]
+                              {
+                                  InstallGenericFaultHandler();
+                                  InstallGenericFaultHandler();
+                                  raise(nSignal);
+                                  return 3;
+                              }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Eight, CFaultSignal, testing::ValuesIn(g_anSIGNALS),
+                         [](const auto& rInfo) { return "Signal" + std::to_string(rInfo.param); });
+
+TEST(CFaultHandler, EndsTheProcessOnARealFaultWithTheFaultsSignal)
+{
+    EXPECT_EQ(1000 + SIGSEGV, EndOf(
+                                  []
+                                  {
+                                      InstallGenericFaultHandler();
+                                      void* const pvPage =
+                                          mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+                                      *static_cast<volatile char*>(pvPage) = 1;
+                                      return 3;
+                                  }));
+}
+
+TEST(CFaultHandler, EndsTheProcessOnAbortWithItsSignal)
+{
+    EXPECT_EQ(1000 + SIGABRT, EndOf(
+                                  []
+                                  {
+                                      InstallGenericFaultHandler();
+                                      abort();
+                                      return 3;
+                                  }));
+}
+
+TEST(CFaultHandler, LeavesOtherSignalsAlone)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         InstallGenericFaultHandler();
+                         for (int nSignal : {SIGHUP, SIGINT, SIGTERM, SIGUSR1, SIGCHLD, SIGALRM, SIGPIPE})
+                         {
+                             if (ActionOf(nSignal).sa_handler != SIG_DFL) return nSignal;
+                         }
+                         return 0;
+                     }));
+}
+
+TEST(CFaultHandler, BlocksNothingButItsSignalWhileItRuns)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         InstallGenericFaultHandler();
+                         const struct sigaction stAction = ActionOf(SIGQUIT);
+                         for (int nSignal = 1; nSignal < 32; ++nSignal)
+                         {
+                             if (sigismember(&stAction.sa_mask, nSignal) != 0) return nSignal;
+                         }
+                         constexpr int nUNWANTED =
+                             SA_RESTART | SA_NODEFER | SA_ONSTACK | static_cast<int>(SA_RESETHAND);
+                         return (stAction.sa_flags & nUNWANTED) == 0 ? 0 : 100;
+                     }));
+}
+
+TEST(CFaultHandler, TurnsABrokenPipeIntoAnError)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         int anPipe[2];
+                         if (pipe(anPipe) != 0) return 1;
+                         close(anPipe[0]);
+                         InstallGenericFaultHandler();
+                         if (write(anPipe[1], "x", 1) != -1 || errno != EPIPE) return 2;
+                         UnInstallGenericFaultHandler();
+                         if (write(anPipe[1], "x", 1) != -1 || errno != EPIPE) return 3;
+                         return 0;
+                     }));
+}
+
+TEST(CFaultHandler, WithoutItABrokenPipeEndsTheProcess)
+{
+    EXPECT_EQ(1000 + SIGPIPE, EndOf(
+                                  []
+                                  {
+                                      int anPipe[2];
+                                      if (pipe(anPipe) != 0) return 1;
+                                      close(anPipe[0]);
+                                      UnInstallGenericFaultHandler();
+                                      return static_cast<int>(write(anPipe[1], "x", 1));
+                                  }));
+}
+
+TEST(CFaultHandler, UninstallingWhatWasNotInstalledChangesNothing)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         void (*const pfnHandler)(int) = [](int) {};
+                         for (int nSignal : g_anSIGNALS) SetHandler(nSignal, pfnHandler);
+                         if (!UnInstallGenericFaultHandler()) return 1;
+                         for (int nSignal : g_anSIGNALS)
+                         {
+                             if (ActionOf(nSignal).sa_handler != pfnHandler) return 2;
+                         }
+                         sigset_t mask;
+                         sigprocmask(SIG_BLOCK, nullptr, &mask);
+                         return sigismember(&mask, SIGPIPE);
+                     }));
+}
+
+TEST(CFaultModule, InstallsNothing)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         if (InitializeQvFault() != QV_RES_OK) return 1;
+                         for (int nSignal : g_anSIGNALS)
+                         {
+                             if (ActionOf(nSignal).sa_handler != SIG_DFL) return 2;
+                         }
+                         InstallGenericFaultHandler();
+                         FinalizeQvFault();
+                         return IsOurs(ActionOf(SIGSEGV)) ? 0 : 3;
+                     }));
+}

@@ -1,0 +1,287 @@
+// ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
+#if defined(__SANITIZE_THREAD__)
+#define TESTS_OWN_OPERATOR_NEW 0
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TESTS_OWN_OPERATOR_NEW 0
+#endif
+#endif
+#ifndef TESTS_OWN_OPERATOR_NEW
+#define TESTS_OWN_OPERATOR_NEW 1
+#endif
+
+#if TESTS_OWN_OPERATOR_NEW
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "framework/kernel/alive.h"
+#include "framework/kernel/event_notifier.h"
+#include "framework/kernel/memory_queue.h"
+#include "tests/support/gate.h"
+#include "tests/support/thread_probe.h"
+
+namespace
+{
+std::atomic<bool> g_bRefusing = false;
+/// How many allocations are granted before that.
+std::atomic<int> g_nGranted = 0;
+std::atomic<long> g_nLive = 0;
+}  // namespace
+
+// Out of line, lest a compiler sees malloc() on one side and operator delete on the other.
+__attribute__((noinline)) void* operator new(std::size_t uSize, const std::nothrow_t&) noexcept
+{
+    if (g_bRefusing && g_nGranted-- <= 0) return nullptr;
+    ++g_nLive;
+    return std::malloc(uSize);
+}
+
+__attribute__((noinline)) void* operator new[](std::size_t uSize, const std::nothrow_t& rNothrow) noexcept
+{
+    return operator new(uSize, rNothrow);
+}
+
+__attribute__((noinline)) void* operator new(std::size_t uSize)
+{
+    ++g_nLive;
+    void* const pvBlock = std::malloc(uSize);
+    if (pvBlock == nullptr) throw std::bad_alloc();
+    return pvBlock;
+}
+
+__attribute__((noinline)) void* operator new[](std::size_t uSize)
+{
+    return operator new(uSize);
+}
+
+__attribute__((noinline)) void operator delete(void* pvBlock) noexcept
+{
+    if (pvBlock != nullptr) --g_nLive;
+    std::free(pvBlock);
+}
+
+__attribute__((noinline)) void operator delete[](void* pvBlock) noexcept
+{
+    operator delete(pvBlock);
+}
+
+__attribute__((noinline)) void operator delete(void* pvBlock, std::size_t) noexcept
+{
+    operator delete(pvBlock);
+}
+
+__attribute__((noinline)) void operator delete[](void* pvBlock, std::size_t) noexcept
+{
+    operator delete(pvBlock);
+}
+
+namespace
+{
+/// While it lives, memory is refused to those that can take it.
+class CNoMemory
+{
+public:
+    explicit CNoMemory(int nGranted = 0)
+    {
+        g_nGranted = nGranted;
+        g_bRefusing = true;
+    }
+    ~CNoMemory() { g_bRefusing = false; }
+    CNoMemory(const CNoMemory&) = delete;
+    CNoMemory& operator=(const CNoMemory&) = delete;
+};
+
+QvResult Start(CThread& rThread, unsigned int (*pfn)(unsigned int), unsigned int uParameter = 0)
+{
+    return rThread.StartThread(pfn, uParameter, nullptr, 0, CThread::eNORMAL);
+}
+}  // namespace
+
+TEST(CThreadWithoutMemory, ACallerWithoutARecordHasNoIdentifierAndNoValues)
+{
+    unsigned int uKey = 0;
+    CThread::CreateKey(nullptr, uKey);
+    std::thread(
+        [uKey]
+        {
+            const CNoMemory none;
+            EXPECT_EQ(0u, CThread::GetCurrentId());
+            EXPECT_EQ(nullptr, CThread::GetThreadSelf());
+            unsigned int uValue = 9;
+            EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::SetSpecific(uKey, 1));
+            EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::GetSpecific(uKey, uValue));
+            EXPECT_EQ(9u, uValue);
+        })
+        .join();
+    CThread::DeleteKey(uKey);
+}
+
+TEST(CThreadWithoutMemory, AKeyIsRefused)
+{
+    const CNoMemory none;
+    unsigned int uKey = 5;
+    const unsigned int uBefore = CThreadProbe::ms_keyCounter;
+    EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::CreateKey(nullptr, uKey));
+    EXPECT_EQ(5u, uKey);
+    EXPECT_EQ(uBefore, CThreadProbe::ms_keyCounter);
+}
+
+TEST(CThreadWithoutMemory, AValueIsRefusedAndLeavesTheKeyAsItWas)
+{
+    unsigned int uKey = 0;
+    CThread::CreateKey(nullptr, uKey);
+    CThread::GetCurrentId();
+    {
+        const CNoMemory none;
+        EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::SetSpecific(uKey, 1));
+        EXPECT_EQ(1u, CThreadProbe::CountReferences(uKey));
+        unsigned int uValue = 9;
+        EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(uKey, uValue));
+        EXPECT_EQ(0u, uValue);
+    }
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 1));
+    {
+        const CNoMemory none;
+        EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 2)) << "changing one takes none";
+    }
+    CThread::SetSpecific(uKey, 0);
+    CThread::DeleteKey(uKey);
+}
+
+TEST(CThreadWithoutMemory, AThreadRunsAndIsJoinedAndNotWaitedForAtShutDown)
+{
+    CThread::GetCurrentId();
+    for (int nRound = 0; nRound < 50; ++nRound)
+    {
+        const CNoMemory none;
+        CThread thread;
+        ASSERT_EQ(QV_RES_OK,
+                  Start(
+                      thread, [](unsigned int u) { return CThread::GetThreadSelf() != nullptr ? u : 0; }, 7));
+        unsigned int uExitCode = 0;
+        EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
+        EXPECT_EQ(7u, uExitCode);
+        EXPECT_EQ(0u, CThreadProbe::CountRunning());
+    }
+}
+
+TEST(CThreadWithoutMemory, AThreadMayJoinItself)
+{
+    static QvResult s_res = QV_RES_OK;
+    const CNoMemory none;
+    CThread thread;
+    ASSERT_EQ(QV_RES_OK, Start(thread,
+                               [](unsigned int)
+                               {
+                                   s_res = CThread::GetThreadSelf()->Join(nullptr);
+                                   return 1u;
+                               }));
+    EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
+    EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
+}
+
+TEST(CThreadWithoutMemory, AThreadMayDestroyItsObject)
+{
+    static CGate s_go;
+    auto* const pThread = new CThread;
+    {
+        const CNoMemory none;
+        ASSERT_EQ(QV_RES_OK, Start(*pThread,
+                                   [](unsigned int)
+                                   {
+                                       s_go.Pass();
+                                       delete CThread::GetThreadSelf();
+                                       return 1u;
+                                   }));
+        s_go.Open();
+        CThreadProbe::ms_psemFinalizeWaitThread->Wait();
+        CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+    }
+    EXPECT_EQ(0u, CThreadProbe::CountRunning());
+}
+
+TEST(CThreadWithoutMemory, AThreadMayEndInPthreadExit)
+{
+    const CNoMemory none;
+    CThread thread;
+    ASSERT_EQ(QV_RES_OK, Start(thread,
+                               [](unsigned int) -> unsigned int
+                               {
+                                   pthread_exit(nullptr);
+                                   return 1u;
+                               }));
+    EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
+    EXPECT_EQ(0u, CThreadProbe::CountRunning());
+}
+
+TEST(CThreadWithoutMemory, AnAliveObjectIsReachedAllTheSame)
+{
+    class CMarker : public CAliveObj
+    {
+    public:
+        bool m_bRan = false;
+
+    private:
+        void Behavior() override { m_bRan = true; }
+    };
+    CMarker marker;
+    const CNoMemory none;
+    EXPECT_EQ(QV_RES_OK, marker.Activate(nullptr, 0, CThread::eNORMAL));
+    EXPECT_EQ(QV_RES_OK, marker.Join(nullptr));
+    EXPECT_TRUE(marker.m_bRan);
+    EXPECT_TRUE(marker.IsDead());
+}
+
+TEST(CThreadMemory, IsAllGivenBack)
+{
+    CThread::GetCurrentId();
+    static unsigned int s_uKey = 0;
+    const long nBefore = g_nLive;
+    for (unsigned int u = 0; u < 1000; ++u)
+    {
+        CThread::CreateKey([](unsigned int) {}, s_uKey);
+        CThread thread;
+        Start(
+            thread, [](unsigned int uValue) { return static_cast<unsigned int>(CThread::SetSpecific(s_uKey, uValue)); },
+            u);
+        thread.Join(nullptr);
+        CThread::DeleteKey(s_uKey);
+    }
+    EXPECT_EQ(nBefore, g_nLive);
+}
+
+TEST(CMemoryQueueWithoutMemory, StaysWithoutABuffer)
+{
+    CMemoryQueue queue;
+    {
+        const CNoMemory none;
+        EXPECT_FALSE(queue.Initialize(64, 8));
+    }
+    EXPECT_EQ(nullptr, queue.Push(0));
+    EXPECT_TRUE(queue.Initialize(64, 8));
+}
+
+TEST(EventObserversWithoutMemory, AreNotRegisteredAndTheOthersAreCalled)
+{
+    static int s_nCalls = 0;
+    const auto observe = [](void*, EEventNotifier, va_list) { ++s_nCalls; };
+    int nFirst = 0;
+    int nSecond = 0;
+    RegisterEventObserver(observe, &nFirst);
+    {
+        const CNoMemory none;
+        RegisterEventObserver(observe, &nSecond);
+    }
+    NotifyEventObservers(EEventNotifier::eAPPLICATION);
+    EXPECT_EQ(1, s_nCalls);
+    RegisterEventObserver(observe, &nSecond);
+    NotifyEventObservers(EEventNotifier::eAPPLICATION);
+    EXPECT_EQ(3, s_nCalls);
+    UnregisterEventObserver(observe, &nFirst);
+    UnregisterEventObserver(observe, &nSecond);
+}
+#endif

@@ -1,0 +1,243 @@
+// The thread module by itself: its start-up, and the shut-down that waits.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "framework/kernel/framework_initializer.h"
+#include "tests/support/gate.h"
+#include "tests/support/thread_probe.h"
+
+namespace
+{
+unsigned int g_uKey = 0;
+unsigned int g_uOtherKey = 0;
+std::vector<unsigned int> g_seen;
+
+void Note(unsigned int uValue)
+{
+    g_seen.push_back(uValue);
+}
+
+class CThreadModule : public testing::Test
+{
+protected:
+    CThreadModule()
+    {
+        g_seen.clear();
+        EXPECT_EQ(QV_RES_OK, InitializeCThread());
+    }
+    ~CThreadModule() override
+    {
+        if (CThreadProbe::ms_pmutex != nullptr) FinalizeCThread();
+    }
+};
+}  // namespace
+
+TEST_F(CThreadModule, StartsEmptyWithAKeyAndAnOpenBarrier)
+{
+    EXPECT_EQ(static_cast<void*>(CThreadProbe::ms_auMutex), CThreadProbe::ms_pmutex);
+    EXPECT_EQ(static_cast<void*>(CThreadProbe::ms_auSemFinalizeWaitThread), CThreadProbe::ms_psemFinalizeWaitThread);
+    EXPECT_EQ(0u, CThreadProbe::ms_uThreadId);
+    EXPECT_EQ(0u, CThreadProbe::ms_uThreadCounter);
+    EXPECT_EQ(0u, CThreadProbe::ms_keyCounter);
+    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdHead);
+    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdKeyHead);
+    EXPECT_FALSE(CThreadProbe::ms_bFinalizing);
+    EXPECT_TRUE(CThreadProbe::ms_bTsdInitialized);
+    EXPECT_NE(static_cast<pthread_key_t>(QV_RES_TSD_KEY_NOT_FOUND), CThreadProbe::ms_hTsdKey);
+    EXPECT_TRUE(CThreadProbe::ms_psemFinalizeWaitThread->Wait(1)) << "free, with timed waits";
+    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+}
+
+TEST_F(CThreadModule, NumbersFromOne)
+{
+    EXPECT_EQ(1u, CThread::GetCurrentId());
+    CThread thread;
+    thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(2u, thread.GetId());
+    thread.Join(nullptr);
+    unsigned int uKey = 0;
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
+    EXPECT_EQ(1u, uKey);
+}
+
+TEST_F(CThreadModule, NumbersWhoeverStartsAThreadBeforeTheThread)
+{
+    CThread thread;
+    thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(2u, thread.GetId());
+    EXPECT_EQ(1u, CThread::GetCurrentId());
+}
+
+TEST_F(CThreadModule, StopsWithNothingLeft)
+{
+    CThread::GetCurrentId();
+    CThread::CreateKey(nullptr, g_uKey);
+    CThread::SetSpecific(g_uKey, 1);
+    FinalizeCThread();
+    EXPECT_EQ(nullptr, CThreadProbe::ms_pmutex);
+    EXPECT_EQ(nullptr, CThreadProbe::ms_psemFinalizeWaitThread);
+    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdHead);
+    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdKeyHead);
+    EXPECT_EQ(0u, CThreadProbe::ms_hTsdKey);
+    EXPECT_TRUE(CThreadProbe::ms_bFinalizing);
+}
+
+TEST_F(CThreadModule, StartsAfreshAfterItStopped)
+{
+    for (int n = 0; n < 3; ++n)
+    {
+        EXPECT_EQ(1u, CThread::GetCurrentId());
+        CThread::CreateKey(Note, g_uKey);
+        EXPECT_EQ(1u, g_uKey);
+        unsigned int uValue = 1;
+        EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(g_uKey, uValue));
+        EXPECT_EQ(0u, uValue);
+        CThread::SetSpecific(g_uKey, 5);
+        FinalizeCThread();
+        EXPECT_EQ(QV_RES_OK, InitializeCThread());
+    }
+}
+
+TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedAndHasDestroyedItsValues)
+{
+    static std::atomic<unsigned int> s_uEnded = 0;
+    static CGate s_go;
+    CThread::CreateKey([](unsigned int) { ++s_uEnded; }, g_uKey);
+    CThread aThreads[3];
+    for (CThread& rThread : aThreads)
+    {
+        const auto linger = [](unsigned int)
+        {
+            s_go.Pass();
+            // Gives a shut-down that does not wait every chance to be done first.
+            for (int n = 0; n < 1000; ++n) std::this_thread::yield();
+            return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1));
+        };
+        ASSERT_EQ(QV_RES_OK, rThread.StartThread(linger, 0, nullptr, 0, CThread::eNORMAL));
+    }
+    s_go.Open();
+    FinalizeCThread();
+    EXPECT_EQ(3u, s_uEnded);
+}
+
+TEST_F(CThreadModule, WaitsForDetachedThreadsAsWell)
+{
+    static CGate s_go;
+    static std::atomic<bool> s_bEnded = false;
+    CThread thread;
+    const auto detach = [](unsigned int)
+    {
+        CThread::GetThreadSelf()->Join(nullptr);
+        s_go.Pass();
+        for (int n = 0; n < 1000; ++n) std::this_thread::yield();
+        s_bEnded = true;
+        return 0u;
+    };
+    thread.StartThread(detach, 0, nullptr, 0, CThread::eNORMAL);
+    s_go.Open();
+    FinalizeCThread();
+    EXPECT_TRUE(s_bEnded);
+}
+
+TEST_F(CThreadModule, DestroysTheValuesOfThreadsThatLiveOn)
+{
+    CThread::CreateKey(Note, g_uKey);
+    CThread::CreateKey(Note, g_uOtherKey);
+    CThread::SetSpecific(g_uKey, 3);
+    CThread::SetSpecific(g_uOtherKey, 4);
+    CGate there;
+    CGate go;
+    std::thread application(
+        [&]
+        {
+            CThread::SetSpecific(g_uKey, 5);
+            there.Open();
+            go.Pass();
+        });
+    there.Pass();
+    FinalizeCThread();
+    go.Open();
+    application.join();
+    EXPECT_EQ((std::vector<unsigned int>{5, 4, 3}), g_seen);
+}
+
+TEST_F(CThreadModule, ShowsValueDestructorsTheDyingThreadsData)
+{
+    static unsigned int s_uDyingId = 0;
+    static QvResult s_resSet = QV_RES_FAIL;
+    CThread::CreateKey(
+        [](unsigned int)
+        {
+            for (unsigned int uKey : {g_uKey, g_uOtherKey})
+            {
+                unsigned int uValue = 0;
+                EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(uKey, uValue));
+                Note(uValue);
+            }
+            s_uDyingId = CThread::GetCurrentId();
+            s_resSet = CThread::SetSpecific(g_uOtherKey, 12);
+        },
+        g_uKey);
+    CThread::CreateKey(Note, g_uOtherKey);
+    CGate there;
+    CGate go;
+    unsigned int uId = 0;
+    std::thread application(
+        [&]
+        {
+            uId = CThread::GetCurrentId();
+            CThread::SetSpecific(g_uOtherKey, 11);
+            CThread::SetSpecific(g_uKey, 10);
+            there.Open();
+            go.Pass();
+        });
+    there.Pass();
+    FinalizeCThread();
+    go.Open();
+    application.join();
+    EXPECT_EQ((std::vector<unsigned int>{10, 11, 12}), g_seen);
+    EXPECT_EQ(uId, s_uDyingId);
+    EXPECT_EQ(QV_RES_OK, s_resSet);
+}
+
+TEST_F(CThreadModule, DoesNotTouchAKeyThatSomebodyElseGotAfterItsOwnWasDeleted)
+{
+    static pthread_key_t s_hForeign = 0;
+    static int s_nForeignCalls = 0;
+    CThread::CreateKey(
+        [](unsigned int)
+        {
+            // Most likely the very number that was just given back.
+            pthread_key_create(&s_hForeign, [](void*) { ++s_nForeignCalls; });
+            CThread::GetCurrentId();
+        },
+        g_uKey);
+    CThread::SetSpecific(g_uKey, 1);
+    FinalizeCThread();
+    EXPECT_EQ(nullptr, pthread_getspecific(s_hForeign));
+    pthread_key_delete(s_hForeign);
+}
+
+TEST(CThreadOutsideTheModule, ObjectsComeAndGo)
+{
+    CThread early;
+    {
+        const CFrameworkScope framework;
+        ASSERT_EQ(QV_RES_OK, framework.GetResult());
+        EXPECT_EQ(QV_RES_OK, early.StartThread([](unsigned int u) { return u; }, 4, nullptr, 0, CThread::eNORMAL));
+    }
+    unsigned int uExitCode = 0;
+    EXPECT_EQ(QV_RES_OK, early.Join(&uExitCode));
+    EXPECT_EQ(4u, uExitCode);
+    EXPECT_EQ(0u, CThread::GetCurrentId());
+    EXPECT_EQ(nullptr, CThread::GetThreadSelf());
+    unsigned int uValue = 6;
+    EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::SetSpecific(1, 1));
+    EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::GetSpecific(1, uValue));
+    EXPECT_EQ(6u, uValue);
+    CThread late;
+    EXPECT_EQ(QV_RES_OK, late.Join(nullptr));
+}
