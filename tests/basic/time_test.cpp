@@ -174,6 +174,7 @@ TEST_F(CTimeTest, SettingTheClockTakesTheUtcValueAndPinningReadsIt)
     CTime time;
     time.SetTimeZone("CST-8");
     time.SetDateAndTime(2024, 5, 6, 7, 8, 9, 10, false);
+    g_uUpTimeMs += 12345;
     CTime::SetSystemTime(time);
     EXPECT_EQ(CTime::GetJulianDate(2024, 5, 5), CTimeProbe::ms_uJulianDateDay);
     EXPECT_EQ(23 * g_uHourMs + 489010, CTimeProbe::ms_uJulianTimeMs);
