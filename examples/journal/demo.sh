@@ -26,7 +26,7 @@ run() { echo "\$ journal $*"; "$journal" "$@"; }
 cat "${texts[@]}" >text
 lines=$(grep -c '' text)
 
-step "Each line of ${texts[*]} becomes a record, sealed under a new key and chained to the one before."
+step "Each line of ${texts[*]} becomes a record, chained to the one before under a new key."
 run write --key log.key --journal log.jrn text
 
 step "As it was written, the journal is intact."
@@ -36,14 +36,21 @@ grep -qx "log.jrn: intact, $lines records" verified || fail "expected $lines rec
 step "Its first and last records: number, time stamp, text."
 run show --journal log.jrn --to 3
 echo ...
-run show --key log.key --journal log.jrn --from $((lines > 5 ? lines - 2 : 4))
+run show --key log.key --journal log.jrn --last 3
 
-# The last character of the text of a record in the middle is what stands before the 20 bytes of that record's seal.
+step "A sealed record can be read with the key only."
+echo "nobody else's business" >secret
+run write --seal --key log.key --journal log.jrn secret
+run show --journal log.jrn --last 1
+run show --key log.key --journal log.jrn --last 1 | tee shown
+grep -q "nobody else's business" shown || fail "expected the sealed text"
+
+# The last character of the text of a record in the middle is what stands before the 24 bytes of that record's MAC and CRC.
 victim=$(((lines + 1) / 2))
 head -n "$victim" text >half
 "$journal" write --key log.key --journal half.jrn half >printed
-# The closing record takes 56 bytes.
-offset=$(($(stat -c %s half.jrn) - 56 - 20 - 1))
+# The closing record takes 60 bytes.
+offset=$(($(stat -c %s half.jrn) - 60 - 24 - 1))
 
 step "One byte of record $victim is changed in a copy, at offset $offset."
 cp log.jrn copy.jrn
@@ -55,4 +62,4 @@ status=0
 run verify --key log.key --journal copy.jrn 2>refused || status=$?
 cat refused
 [ "$status" -eq 1 ] || fail "expected exit status 1 instead of $status"
-[ "$(cat refused)" = "journal: copy.jrn: record $victim: corrupted" ] || fail "expected record $victim to be named"
+[ "$(cat refused)" = "journal: copy.jrn: record $victim: damaged: its CRC-32 does not fit" ] || fail "expected record $victim to be named"

@@ -29,6 +29,11 @@ size_t CInputFile::Read(void* pvData, size_t uSize)
     return uRead;
 }
 
+void CInputFile::Seek(uint64_t uOffset)
+{
+    if (fseeko(m_pFile, static_cast<off_t>(uOffset), SEEK_SET) != 0) RefuseForErrno(GetName());
+}
+
 struct stat CInputFile::GetStatus() const
 {
     struct stat status;

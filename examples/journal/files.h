@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
 
@@ -21,6 +22,7 @@ public:
 
     /// Reads uSize bytes; fewer only where the file ends. Returns how many.
     size_t Read(void* pvData, size_t uSize);
+    void Seek(uint64_t uOffset);
 
     int GetDescriptor() const { return fileno(m_pFile); }
     struct stat GetStatus() const;

@@ -8,13 +8,16 @@
 
 #include "examples/journal/refusal.h"
 
-static_assert(sizeof(SHeader) == 48 && offsetof(SHeader, mac) == 28, "written to the file as it lies in memory");
+static_assert(sizeof(STail) == 24 && offsetof(STail, uCrc) == 20 && sizeof(SHeader) == 52 &&
+                  offsetof(SHeader, tail) == 28,
+              "written to the file as they lie in memory");
 
 namespace
 {
 constexpr char g_acMagic[] = {'o', 'r', 'v', 'l', 'j', 'r', 'n', 'l'};
-constexpr uint32_t g_uVersion = 1;
+constexpr uint32_t g_uVersion = 2;
 constexpr uint32_t g_uRecordKind = 'R';
+constexpr uint32_t g_uSealedKind = 'S';
 constexpr uint32_t g_uClosingKind = 'C';
 
 // A CString in a marshaler is its 16-bit length and its characters; a stamp is two decimal numbers and a space.
@@ -23,22 +26,48 @@ constexpr unsigned int g_uMinStamp = 3;
 constexpr unsigned int g_uMaxStamp = 20 + 1 + 20;
 constexpr unsigned int g_uMinRecord = g_uMarshaledLength + g_uMinStamp + g_uMarshaledLength;
 constexpr unsigned int g_uMaxRecord = g_uMarshaledLength + g_uMaxStamp + g_uMarshaledLength + CString::uMAX_SIZE;
+constexpr unsigned int g_uNonceSize = sizeof(SNonce);
 constexpr unsigned int g_uClosingSize = sizeof(uint64_t);
 static_assert(g_uClosingSize >= g_uMinRecord, "room for either");
 
-SMac MacOf(const uint8_t* puData, size_t uSize, const SKey& rKey)
+// What the tail of a header or a frame of uSize bytes, that tail included, should hold.
+SMac MacFor(const uint8_t* puBegin, size_t uSize, const SKey& rKey)
 {
     SMac result;
     CSha1Mac mac;
     Check(mac.Begin(rKey.auBytes, sizeof(rKey.auBytes)));
-    Check(mac.Update(puData, static_cast<unsigned int>(uSize)));
+    Check(mac.Update(puBegin, static_cast<unsigned int>(uSize - sizeof(STail))));
     Check(mac.End(result.auBytes));
     return result;
 }
 
-SMac MacOf(const SHeader& rHeader, const SKey& rKey)
+uint32_t CrcFor(const uint8_t* puBegin, size_t uSize)
 {
-    return MacOf(reinterpret_cast<const uint8_t*>(&rHeader), offsetof(SHeader, mac), rKey);
+    uint32_t uResult = 0;
+    CCrc crc;
+    Check(crc.Begin(CCrc::eCRC32));
+    Check(crc.Update(puBegin, static_cast<unsigned int>(uSize - sizeof(STail::uCrc))));
+    Check(crc.End(&uResult));
+    return uResult;
+}
+
+void SetTail(uint8_t* puBegin, size_t uSize, const SKey& rKey)
+{
+    const SMac mac = MacFor(puBegin, uSize, rKey);
+    std::memcpy(puBegin + uSize - sizeof(STail), &mac, sizeof(mac));
+    const uint32_t uCrc = CrcFor(puBegin, uSize);
+    std::memcpy(puBegin + uSize - sizeof(uCrc), &uCrc, sizeof(uCrc));
+}
+
+const uint8_t* BytesOf(const SHeader& rHeader)
+{
+    return reinterpret_cast<const uint8_t*>(&rHeader);
+}
+
+unsigned int PayloadSizeOf(const SRecord& rRecord, const CString& rStamp)
+{
+    const unsigned int uStrings = 2 * g_uMarshaledLength + rStamp.GetSize() + rRecord.strText.GetSize();
+    return uStrings + (rRecord.nonce ? g_uNonceSize : 0);
 }
 
 bool ParseStamp(const CString& rStamp, SRecord& rRecord)
@@ -63,7 +92,7 @@ SHeader MakeHeader(const SKey& rKey)
     std::memcpy(header.acMagic, g_acMagic, sizeof(g_acMagic));
     header.uVersion = g_uVersion;
     Check(CSecurePrng::Generate(sizeof(header.auJournalId), header.auJournalId));
-    header.mac = MacOf(header, rKey);
+    SetTail(reinterpret_cast<uint8_t*>(&header), sizeof(header), rKey);
     return header;
 }
 
@@ -77,9 +106,14 @@ bool IsKnownVersion(const SHeader& rHeader)
     return rHeader.uVersion == g_uVersion;
 }
 
-bool IsSealedBy(const SHeader& rHeader, const SKey& rKey)
+bool IsUndamaged(const SHeader& rHeader)
 {
-    return IsSame(rHeader.mac, MacOf(rHeader, rKey));
+    return rHeader.tail.uCrc == CrcFor(BytesOf(rHeader), sizeof(rHeader));
+}
+
+bool IsAuthentic(const SHeader& rHeader, const SKey& rKey)
+{
+    return IsSame(rHeader.tail.mac, MacFor(BytesOf(rHeader), sizeof(rHeader), rKey));
 }
 
 void SetText(CString& rText, const char* pcText, unsigned int uSize)
@@ -98,7 +132,7 @@ CFrame::CFrame()
 {
     static_assert(sizeof(SHead) == 28 && std::is_trivially_copyable_v<SHead>, "written as it lies in memory");
     // Once for all frames: blobs grow by no more than what they are asked for.
-    Check(m_blobBytes.ReserveCapacity(sizeof(SHead) + g_uMaxRecord + sizeof(SMac)));
+    Check(m_blobBytes.ReserveCapacity(sizeof(SHead) + g_uMaxRecord + g_uNonceSize + sizeof(STail)));
 }
 
 void CFrame::SetRecord(const SRecord& rRecord, const SMac& rLink, const SKey& rKey)
@@ -107,15 +141,15 @@ void CFrame::SetRecord(const SRecord& rRecord, const SMac& rLink, const SKey& rK
     Check(strStamp.Format(0, "%lu %lu", rRecord.uNumber, rRecord.uTime));
     CMarshaler marshaler;
     marshaler << strStamp << rRecord.strText;
-    const unsigned int uSize = 2 * g_uMarshaledLength + strStamp.GetSize() + rRecord.strText.GetSize();
-    Seal(g_uRecordKind, marshaler, uSize, rLink, rKey);
+    if (rRecord.nonce) marshaler.Insert(rRecord.nonce->auBytes, g_uNonceSize);
+    Set(rRecord.nonce ? g_uSealedKind : g_uRecordKind, marshaler, PayloadSizeOf(rRecord, strStamp), rLink, rKey);
 }
 
 void CFrame::SetClosing(uint64_t uRecordCount, const SMac& rLink, const SKey& rKey)
 {
     CMarshaler marshaler;
     marshaler << uRecordCount;
-    Seal(g_uClosingKind, marshaler, g_uClosingSize, rLink, rKey);
+    Set(g_uClosingKind, marshaler, g_uClosingSize, rLink, rKey);
 }
 
 CFrame::EReading CFrame::ReadFrom(CInputFile& rFile)
@@ -126,7 +160,7 @@ CFrame::EReading CFrame::ReadFrom(CInputFile& rFile)
     if (uRead < sizeof(head)) return eCUT_SHORT;
     if (!IsPossible(head)) return eIMPOSSIBLE;
 
-    const unsigned int uRest = head.uPayloadSize + static_cast<unsigned int>(sizeof(SMac));
+    const unsigned int uRest = head.uPayloadSize + static_cast<unsigned int>(sizeof(STail));
     Check(m_blobBytes.Resize(static_cast<unsigned int>(sizeof(head)) + uRest));
     std::memcpy(m_blobBytes.begin(), &head, sizeof(head));
     return rFile.Read(m_blobBytes.begin() + sizeof(head), uRest) == uRest ? eREAD : eCUT_SHORT;
@@ -137,16 +171,14 @@ bool CFrame::IsClosing() const
     return GetHead().uKind == g_uClosingKind;
 }
 
-bool CFrame::IsSealedBy(const SKey& rKey) const
+bool CFrame::IsUndamaged() const
 {
-    return IsSame(GetMac(), MacOf(m_blobBytes.begin(), m_blobBytes.GetSize() - sizeof(SMac), rKey));
+    return GetTail().uCrc == CrcFor(m_blobBytes.begin(), m_blobBytes.GetSize());
 }
 
-SMac CFrame::GetMac() const
+bool CFrame::IsAuthentic(const SKey& rKey) const
 {
-    SMac mac;
-    std::memcpy(&mac, m_blobBytes.end() - sizeof(mac), sizeof(mac));
-    return mac;
+    return IsSame(GetMac(), MacFor(m_blobBytes.begin(), m_blobBytes.GetSize(), rKey));
 }
 
 bool CFrame::GetRecord(SRecord& rRecord) const
@@ -156,9 +188,10 @@ bool CFrame::GetRecord(SRecord& rRecord) const
     if (marshaler.GetUnreadSize() != GetHead().uPayloadSize) throw std::bad_alloc();
     CString strStamp;
     marshaler >> strStamp >> rRecord.strText;
-    // What the lengths in an unsealed payload promise need not be there.
-    const unsigned int uSize = 2 * g_uMarshaledLength + strStamp.GetSize() + rRecord.strText.GetSize();
-    return uSize == GetHead().uPayloadSize && ParseStamp(strStamp, rRecord);
+    rRecord.nonce.reset();
+    if (GetHead().uKind == g_uSealedKind) marshaler.Extract(rRecord.nonce.emplace().auBytes, g_uNonceSize);
+    // What the lengths in a forged payload promise need not be there.
+    return PayloadSizeOf(rRecord, strStamp) == GetHead().uPayloadSize && ParseStamp(strStamp, rRecord);
 }
 
 uint64_t CFrame::GetRecordCount() const
@@ -173,19 +206,20 @@ uint64_t CFrame::GetRecordCount() const
 bool CFrame::IsPossible(const SHead& rHead)
 {
     if (rHead.uKind == g_uClosingKind) return rHead.uPayloadSize == g_uClosingSize;
-    return rHead.uKind == g_uRecordKind && rHead.uPayloadSize >= g_uMinRecord && rHead.uPayloadSize <= g_uMaxRecord;
+    if (rHead.uKind != g_uRecordKind && rHead.uKind != g_uSealedKind) return false;
+    const unsigned int uNonce = rHead.uKind == g_uSealedKind ? g_uNonceSize : 0;
+    return rHead.uPayloadSize >= uNonce + g_uMinRecord && rHead.uPayloadSize <= uNonce + g_uMaxRecord;
 }
 
-void CFrame::Seal(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey)
+void CFrame::Set(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey)
 {
     // A marshaler tells of bytes that found no memory by their absence only.
     if (rPayload.GetUnreadSize() != uPayloadSize) throw std::bad_alloc();
     const SHead head = {uKind, uPayloadSize, rLink};
-    Check(m_blobBytes.Resize(static_cast<unsigned int>(sizeof(head)) + uPayloadSize));
+    Check(m_blobBytes.Resize(static_cast<unsigned int>(sizeof(head) + uPayloadSize + sizeof(STail))));
     std::memcpy(m_blobBytes.begin(), &head, sizeof(head));
     rPayload.Extract(m_blobBytes.begin() + sizeof(head), uPayloadSize);
-    const SMac mac = MacOf(m_blobBytes.begin(), m_blobBytes.GetSize(), rKey);
-    Check(m_blobBytes.Append(mac.auBytes, sizeof(mac.auBytes)));
+    SetTail(m_blobBytes.begin(), m_blobBytes.GetSize(), rKey);
 }
 
 CFrame::SHead CFrame::GetHead() const
@@ -193,4 +227,11 @@ CFrame::SHead CFrame::GetHead() const
     SHead head;
     std::memcpy(&head, m_blobBytes.begin(), sizeof(head));
     return head;
+}
+
+STail CFrame::GetTail() const
+{
+    STail tail;
+    std::memcpy(&tail, m_blobBytes.end() - sizeof(tail), sizeof(tail));
+    return tail;
 }

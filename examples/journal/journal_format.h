@@ -1,6 +1,7 @@
 #ifndef EXAMPLES_JOURNAL_JOURNAL_FORMAT_H
 #define EXAMPLES_JOURNAL_JOURNAL_FORMAT_H
 #include <cstdint>
+#include <optional>
 
 #include "examples/journal/files.h"
 #include "examples/journal/key_file.h"
@@ -8,7 +9,7 @@
 
 /// A journal file is a header, a frame for each record, and a closing frame. README.md describes every field.
 
-/// The code that seals a header or a frame: HMAC-SHA1 under the journal's key.
+/// The code that authenticates a header or a frame: HMAC-SHA1 under the journal's key.
 struct SMac
 {
     uint8_t auBytes[20];
@@ -17,33 +18,49 @@ struct SMac
 /// Takes the same time wherever they differ.
 bool IsSame(const SMac& rLeft, const SMac& rRight);
 
+/// What a header or a frame ends with.
+struct STail
+{
+    SMac mac;       // of all before it
+    uint32_t uCrc;  // CRC-32 of all before it, the MAC included
+};
+
 /// As it lies in the file.
 struct SHeader
 {
     char acMagic[8];
     uint32_t uVersion;
     uint8_t auJournalId[16];
-    SMac mac;
+    STail tail;
 };
 
 SHeader MakeHeader(const SKey& rKey);
 bool HasMagic(const SHeader& rHeader);
 bool IsKnownVersion(const SHeader& rHeader);
-bool IsSealedBy(const SHeader& rHeader, const SKey& rKey);
+/// Whether the CRC fits: the cheap first question, which nearly every accident answers with no.
+bool IsUndamaged(const SHeader& rHeader);
+bool IsAuthentic(const SHeader& rHeader, const SKey& rKey);
+
+/// What a sealed text was encrypted with beside the key; random, and never used for another text.
+struct SNonce
+{
+    uint8_t auBytes[16];
+};
 
 /// A line of text in the journal.
 struct SRecord
 {
-    uint64_t uNumber = 0;  // from 1 on
-    uint64_t uTime = 0;    // when it was written, in seconds since the epoch
+    uint64_t uNumber = 0;         // from 1 on
+    uint64_t uTime = 0;           // when it was written, in seconds since the epoch
+    std::optional<SNonce> nonce;  // there while the text is encrypted, see CTextSeal
     CString strText;
 };
 
 /// Replaces the text by uSize characters, at most CString::uMAX_SIZE, NULs included.
 void SetText(CString& rText, const char* pcText, unsigned int uSize);
 
-/// What holds one record, or closes the journal, as it lies in the file. It is sealed together with the code of what
-/// stands before it, its link: a frame can be told to be intact wherever it is found, and to be out of its place.
+/// What holds one record, or closes the journal, as it lies in the file. Its code covers that of what stands before it,
+/// its link: a frame can be told to be intact wherever it is found, and to be out of its place.
 class CFrame
 {
 public:
@@ -63,9 +80,10 @@ public:
 
     // Of a frame that was set or read:
     bool IsClosing() const;
-    bool IsSealedBy(const SKey& rKey) const;
+    bool IsUndamaged() const;
+    bool IsAuthentic(const SKey& rKey) const;
     bool Follows(const SMac& rMac) const { return IsSame(GetHead().link, rMac); }
-    SMac GetMac() const;
+    SMac GetMac() const { return GetTail().mac; }
     /// False when the content is none of a record; rRecord then is of no use.
     bool GetRecord(SRecord& rRecord) const;
     uint64_t GetRecordCount() const;
@@ -81,8 +99,9 @@ private:
 
     static bool IsPossible(const SHead& rHead);
 
-    void Seal(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey);
+    void Set(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey);
     SHead GetHead() const;
+    STail GetTail() const;
     const uint8_t* GetPayload() const { return m_blobBytes.begin() + sizeof(SHead); }
 
     CBlob m_blobBytes;

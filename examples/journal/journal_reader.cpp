@@ -4,13 +4,19 @@
 
 #include "examples/journal/refusal.h"
 
+namespace
+{
+constexpr char g_szDamaged[] = "damaged: its CRC-32 does not fit";
+constexpr char g_szForged[] = "forged: its CRC-32 fits, its HMAC does not";
+}  // namespace
+
 CJournalReader::CJournalReader(CInputFile& rFile, const SKey* pKey) : m_rFile(rFile), m_pKey(pKey), m_header()
 {
     const size_t uRead = m_rFile.Read(&m_header, sizeof(m_header));
     if (uRead >= sizeof(m_header.acMagic) && !HasMagic(m_header)) Refuse("%s: header: not a journal", rFile.GetName());
     if (uRead < sizeof(m_header)) Refuse("%s: header: truncated, or not a journal", rFile.GetName());
     CheckHeader();
-    m_lastMac = m_header.mac;
+    m_lastMac = m_header.tail.mac;
 }
 
 bool CJournalReader::Next()
@@ -24,17 +30,29 @@ bool CJournalReader::Next()
     CheckRecord();
     ++m_uCount;
     m_lastMac = m_frame.GetMac();
+    m_uOffset += m_frame.GetBytes().GetSize();
     return true;
+}
+
+const SRecord& CJournalReader::ReadAgain(uint64_t uNumber, uint64_t uOffset, const SMac& rMac)
+{
+    m_rFile.Seek(uOffset);
+    const bool bSame = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && !m_frame.IsClosing() && m_frame.IsUndamaged() &&
+                       IsSame(m_frame.GetMac(), rMac) && (m_pKey == nullptr || m_frame.IsAuthentic(*m_pKey)) &&
+                       m_frame.GetRecord(m_record);
+    if (!bSame) Refuse("%s: record %lu: changed while it was being read", m_rFile.GetName(), uNumber);
+    return m_record;
 }
 
 void CJournalReader::CheckHeader()
 {
     const char* const pszName = m_rFile.GetName();
     if (!IsKnownVersion(m_header)) Refuse("%s: header: unknown version %u", pszName, m_header.uVersion);
-    if (m_pKey == nullptr || IsSealedBy(m_header, *m_pKey)) return;
+    if (!IsUndamaged(m_header)) Refuse("%s: header: %s", pszName, g_szDamaged);
+    if (m_pKey == nullptr || IsAuthentic(m_header, *m_pKey)) return;
     // A frame that the key fits, whatever it links to, tells that the key is the right one.
-    const bool bRightKey = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && m_frame.IsSealedBy(*m_pKey);
-    Refuse("%s: header: %s", pszName, bRightKey ? "corrupted" : "not made under this key, or corrupted");
+    const bool bRightKey = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && m_frame.IsAuthentic(*m_pKey);
+    Refuse("%s: header: %s", pszName, bRightKey ? g_szForged : "not made under this key, or forged");
 }
 
 void CJournalReader::ReadFrame()
@@ -44,16 +62,15 @@ void CJournalReader::ReadFrame()
         case CFrame::eREAD: break;
         case CFrame::eAT_END: RefuseRecord("truncated: the journal ends before it and without a closing record");
         case CFrame::eCUT_SHORT: RefuseRecord("truncated, or its length is corrupted: the journal ends inside it");
-        case CFrame::eIMPOSSIBLE: RefuseRecord("corrupted");
+        case CFrame::eIMPOSSIBLE: RefuseRecord("damaged: no record has such a kind and length");
     }
-    if (m_pKey == nullptr || m_frame.IsSealedBy(*m_pKey)) return;
-    if (m_frame.IsClosing()) RefuseClosing("corrupted");
-    RefuseRecord("corrupted");
+    if (!m_frame.IsUndamaged()) RefuseFrame(g_szDamaged);
+    if (m_pKey != nullptr && !m_frame.IsAuthentic(*m_pKey)) RefuseFrame(g_szForged);
 }
 
 void CJournalReader::CheckRecord()
 {
-    if (!m_frame.GetRecord(m_record)) RefuseRecord("corrupted");
+    if (!m_frame.GetRecord(m_record)) RefuseRecord("forged: its CRC-32 fits, but it holds no record");
     if (m_record.uNumber != m_uCount + 1) RefuseRecord("found record %lu in its place", m_record.uNumber);
     if (m_frame.Follows(m_lastMac)) return;
     if (m_pKey == nullptr) RefuseRecord("does not continue what stands before it");
@@ -70,6 +87,12 @@ void CJournalReader::CheckClosing()
     }
     uint8_t uMore;
     if (m_rFile.Read(&uMore, 1) != 0) RefuseClosing("something follows it");
+}
+
+void CJournalReader::RefuseFrame(const char* pszReason)
+{
+    if (m_frame.IsClosing()) RefuseClosing(pszReason);
+    RefuseRecord("%s", pszReason);
 }
 
 void CJournalReader::RefuseRecord(const char* pszFormat, ...)

@@ -7,7 +7,7 @@
 #include "examples/journal/key_file.h"
 
 /// Walks through a journal and refuses it at the first thing that is not as it was written.
-/// Without a key only structure, numbers and links can be checked, which anybody can forge.
+/// Without a key only structure, checksums, numbers and links can be checked, which anybody can forge.
 class CJournalReader
 {
 public:
@@ -24,12 +24,19 @@ public:
     uint64_t GetCount() const { return m_uCount; }
     /// The code of the last record read, to which the next one links.
     const SMac& GetLastMac() const { return m_lastMac; }
+    /// Where in the file what Next() will read begins.
+    uint64_t GetOffset() const { return m_uOffset; }
+
+    /// Goes back to record uNumber at an offset, where Next() found it with this code, and refuses if it is no longer
+    /// the same. Next() is of no use afterwards.
+    const SRecord& ReadAgain(uint64_t uNumber, uint64_t uOffset, const SMac& rMac);
 
 private:
     void CheckHeader();
     void ReadFrame();
     void CheckRecord();
     void CheckClosing();
+    [[noreturn]] void RefuseFrame(const char* pszReason);
     [[noreturn]] void RefuseRecord(const char* pszFormat, ...) __attribute__((format(printf, 2, 3)));
     [[noreturn]] void RefuseClosing(const char* pszReason);
 
@@ -40,6 +47,7 @@ private:
     SRecord m_record;
     SMac m_lastMac;
     uint64_t m_uCount = 0;
+    uint64_t m_uOffset = sizeof(SHeader);
 };
 
 #endif

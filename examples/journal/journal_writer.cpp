@@ -2,9 +2,10 @@
 
 #include <ctime>
 
-CJournalWriter::CJournalWriter(CReplacementFile& rOutput, const SKey& rKey)
+CJournalWriter::CJournalWriter(CReplacementFile& rOutput, const SKey& rKey, bool bSeal)
     : m_rOutput(rOutput), m_key(rKey), m_lastMac()
 {
+    if (bSeal) m_seal.emplace(m_key);
 }
 
 void CJournalWriter::Begin()
@@ -15,7 +16,7 @@ void CJournalWriter::Begin()
 void CJournalWriter::Continue(const SHeader& rHeader)
 {
     m_rOutput.Write(&rHeader, sizeof(rHeader));
-    m_lastMac = rHeader.mac;
+    m_lastMac = rHeader.tail.mac;
 }
 
 void CJournalWriter::CopyRecord(const CFrame& rFrame)
@@ -29,6 +30,7 @@ void CJournalWriter::Append(const char* pcText, unsigned int uSize)
     ++m_record.uNumber;
     m_record.uTime = static_cast<uint64_t>(std::time(nullptr));
     SetText(m_record.strText, pcText, uSize);
+    if (m_seal) m_seal->Seal(m_record);
     m_frame.SetRecord(m_record, m_lastMac, m_key);
     WriteFrame(m_frame);
 }

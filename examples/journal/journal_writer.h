@@ -1,17 +1,19 @@
 #ifndef EXAMPLES_JOURNAL_JOURNAL_WRITER_H
 #define EXAMPLES_JOURNAL_JOURNAL_WRITER_H
 #include <cstdint>
+#include <optional>
 
 #include "examples/journal/journal_format.h"
 #include "examples/journal/key_file.h"
 #include "examples/journal/replacement_file.h"
+#include "examples/journal/text_seal.h"
 
 /// Writes a journal: Begin() or Continue(), then a record for each Append(), then Close().
 class CJournalWriter
 {
 public:
-    /// The output is borrowed, and committed by the caller.
-    CJournalWriter(CReplacementFile& rOutput, const SKey& rKey);
+    /// The output is borrowed, and committed by the caller. bSeal: the texts of new records are sealed.
+    CJournalWriter(CReplacementFile& rOutput, const SKey& rKey, bool bSeal);
 
     void Begin();
     /// Goes on behind the records of another journal, copied by CopyRecord() one by one as they were verified.
@@ -28,6 +30,7 @@ private:
 
     CReplacementFile& m_rOutput;
     const SKey m_key;
+    std::optional<CTextSeal> m_seal;
     SRecord m_record;  // the last one
     SMac m_lastMac;    // its code, or the header's
     CFrame m_frame;

@@ -2,7 +2,7 @@
 #define EXAMPLES_JOURNAL_KEY_FILE_H
 #include <cstdint>
 
-/// What seals a journal; as a file, these bytes and nothing else, which only the owner may read.
+/// The secret of a journal; as a file, these bytes and nothing else, which only the owner may read.
 struct SKey
 {
     uint8_t auBytes[32];

@@ -1,6 +1,8 @@
 // Runs the example programs as a user would and looks at what they print, return and leave behind.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -19,6 +21,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/test_seed.h"
@@ -30,9 +33,16 @@ namespace
 const char* const g_pszJournal = ORVEL_BINARY_DIR "/examples/journal/journal";
 const char* const g_pszHello = ORVEL_BINARY_DIR "/examples/hello/hello";
 
-constexpr std::size_t g_uHeaderSize = 48;
+constexpr std::size_t g_uHeaderSize = 52;
 constexpr std::size_t g_uHeadSize = 28;  // of a frame: kind, size and link
+constexpr std::size_t g_uLinkAt = 8;
 constexpr std::size_t g_uMacSize = 20;
+constexpr std::size_t g_uCrcSize = 4;
+constexpr std::size_t g_uTailSize = g_uMacSize + g_uCrcSize;
+constexpr std::size_t g_uNonceSize = 16;
+
+const char* const g_pszDamaged = ": damaged: its CRC-32 does not fit";
+const char* const g_pszForged = ": forged: its CRC-32 fits, its HMAC does not";
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool g_bSanitized = true;
@@ -147,10 +157,12 @@ protected:
         return outcome;
     }
 
-    void MustWrite(const std::string& rText)
+    void MustWrite(const std::string& rText, const std::vector<std::string>& rMoreArguments = {})
     {
         Store("text", rText);
-        const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "text"});
+        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
+        arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
+        const SOutcome outcome = Run(arguments);
         ASSERT_EQ(0, outcome.nStatus) << outcome.strErrors;
         ASSERT_EQ("", outcome.strErrors);
         fs::remove("text");
@@ -212,7 +224,7 @@ std::vector<std::string> PartsOf(const std::string& rJournal)
     {
         std::uint32_t uPayload = 0;
         std::memcpy(&uPayload, rJournal.data() + uAt + 4, sizeof(uPayload));
-        const std::size_t uSize = g_uHeadSize + uPayload + g_uMacSize;
+        const std::size_t uSize = g_uHeadSize + uPayload + g_uTailSize;
         parts.push_back(rJournal.substr(uAt, uSize));
         uAt += uSize;
     }
@@ -224,6 +236,98 @@ std::string Joined(const std::vector<std::string>& rParts)
     std::string strAll;
     for (const std::string& rPart : rParts) strAll += rPart;
     return strAll;
+}
+
+std::uint32_t Crc32(const char* pcData, std::size_t uSize)
+{
+    std::uint32_t uCrc = 0xFFFFFFFF;
+    for (std::size_t u = 0; u < uSize; ++u)
+    {
+        uCrc ^= static_cast<unsigned char>(pcData[u]);
+        for (int nBit = 0; nBit < 8; ++nBit) uCrc = (uCrc >> 1) ^ ((uCrc & 1) != 0 ? 0xEDB88320 : 0);
+    }
+    return ~uCrc;
+}
+
+std::string HmacSha1(const std::string& rKey, const std::string& rData)
+{
+    std::string strMac(g_uMacSize, '\0');
+    HMAC(EVP_sha1(), rKey.data(), static_cast<int>(rKey.size()), reinterpret_cast<const unsigned char*>(rData.data()),
+         rData.size(), reinterpret_cast<unsigned char*>(strMac.data()), nullptr);
+    return strMac;
+}
+
+/// What a forger without the key can do.
+void FixCrc(std::string& rPart)
+{
+    const std::size_t uCrcAt = rPart.size() - g_uCrcSize;
+    const std::uint32_t uCrc = Crc32(rPart.data(), uCrcAt);
+    std::memcpy(rPart.data() + uCrcAt, &uCrc, sizeof(uCrc));
+}
+
+/// What who has the key can do: chains changed parts anew.
+void Rechain(std::vector<std::string>& rParts, const std::string& rKey)
+{
+    std::string strMac;
+    for (std::string& rPart : rParts)
+    {
+        const std::size_t uMacAt = rPart.size() - g_uTailSize;
+        if (!strMac.empty()) rPart.replace(g_uLinkAt, g_uMacSize, strMac);
+        strMac = HmacSha1(rKey, rPart.substr(0, uMacAt));
+        rPart.replace(uMacAt, g_uMacSize, strMac);
+        FixCrc(rPart);
+    }
+}
+
+/// A journal in which record n has the n-th time stamp, each of 10 digits.
+void SetTimes(const std::vector<std::string>& rTimes)
+{
+    std::vector<std::string> parts = PartsOf(Load("j"));
+    ASSERT_EQ(rTimes.size() + 2, parts.size());
+    for (std::size_t u = 0; u < rTimes.size(); ++u)
+    {
+        parts[u + 1].replace(g_uHeadSize + 2 + std::to_string(u + 1).size() + 1, 10, rTimes[u]);
+    }
+    Rechain(parts, Load("k"));
+    Store("j", Joined(parts));
+}
+
+/// The numbers of the records that were printed.
+std::vector<unsigned int> NumbersOf(const SOutcome& rOutcome)
+{
+    std::vector<unsigned int> numbers;
+    for (const std::string& rLine : LinesOf(rOutcome.strOutput))
+    {
+        numbers.push_back(static_cast<unsigned int>(std::stoul(rLine)));
+    }
+    return numbers;
+}
+
+std::string Decoded(const std::string& rBase64)
+{
+    std::string strBytes(rBase64.size() / 4 * 3, '\0');
+    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(strBytes.data()),
+                    reinterpret_cast<const unsigned char*>(rBase64.data()), static_cast<int>(rBase64.size()));
+    while (!rBase64.empty() && strBytes.size() > rBase64.find_last_not_of('=') * 3 / 4 + 1) strBytes.pop_back();
+    return strBytes;
+}
+
+/// Opens nonce and encrypted text as README.md says.
+std::string Opened(const std::string& rSealed, const std::string& rKey)
+{
+    const std::string strInfo = "text seal";
+    const std::string strFirst = HmacSha1(rKey, strInfo + '\1');
+    const std::string strDerived = (strFirst + HmacSha1(rKey, strFirst + strInfo + '\2')).substr(0, 32);
+    std::string strText(rSealed.size() - g_uNonceSize, '\0');
+    const auto* const puSealed = reinterpret_cast<const unsigned char*>(rSealed.data());
+    EVP_CIPHER_CTX* const pContext = EVP_CIPHER_CTX_new();
+    EVP_DecryptInit_ex(pContext, EVP_aes_256_ctr(), nullptr, reinterpret_cast<const unsigned char*>(strDerived.data()),
+                       puSealed);
+    int nSize = 0;
+    EVP_DecryptUpdate(pContext, reinterpret_cast<unsigned char*>(strText.data()), &nSize, puSealed + g_uNonceSize,
+                      static_cast<int>(strText.size()));
+    EVP_CIPHER_CTX_free(pContext);
+    return strText;
 }
 
 std::string NumberedLines(unsigned int uCount)
@@ -350,7 +454,243 @@ TEST_F(CJournal, ShowingAPartWithTheKeyStillVerifiesAll)
     EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to", "1"}));
     const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j", "--to", "1"});
     EXPECT_EQ(1u, LinesOf(outcome.strOutput).size());
-    ExpectRefused(outcome, "j: record 5: corrupted");
+    ExpectRefused(outcome, std::string("j: record 5") + g_pszDamaged);
+}
+
+TEST_F(CJournal, SealedLinesComeBackAsTheyWere)
+{
+    std::vector<std::string> want;
+    for (std::size_t uSize : {0u, 1u, 14u, 15u, 16u, 17u, 32u, 1000u, 65535u})
+    {
+        want.push_back(std::string(uSize, 'x'));
+        if (uSize > 5) want.back()[5] = '\0';
+    }
+    std::string strText;
+    for (const std::string& rLine : want) strText += rLine + "\n";
+    MustWrite(strText, {"--seal"});
+    ExpectIntact(static_cast<unsigned int>(want.size()));
+    EXPECT_EQ(want, ShownTexts({"--key", "k"}));
+    EXPECT_EQ(std::vector<std::string>(want.end() - 2, want.end()),
+              ShownTexts({"--key", "k", "--last", "2"}, static_cast<unsigned int>(want.size()) - 1));
+    EXPECT_EQ(want, ShownTexts({"--key", "k", "--since", "0"}));
+}
+
+TEST_F(CJournal, WithoutTheKeySealedTextsAreBase64OfWhatTheReadmeSays)
+{
+    const std::vector<std::string> want = {"secret", "secret", "", "/sealed x", std::string(65535, 's')};
+    std::string strText;
+    for (const std::string& rLine : want) strText += rLine + "\n";
+    MustWrite(strText, {"--seal"});
+    EXPECT_EQ(std::string::npos, Load("j").find("secret"));
+    for (const std::vector<std::string>& rSelection :
+         {std::vector<std::string>{}, {"--last", "5"}, {"--since", "1000000000"}})
+    {
+        const std::vector<std::string> shown = ShownTexts(rSelection);
+        ASSERT_EQ(want.size(), shown.size());
+        for (std::size_t u = 0; u < want.size(); ++u)
+        {
+            const std::string strSealed = Decoded(shown[u]);
+            ASSERT_EQ(g_uNonceSize + want[u].size(), strSealed.size());
+            EXPECT_EQ(std::string::npos, strSealed.find("secret"));
+            EXPECT_EQ(want[u], Opened(strSealed, Load("k")));
+        }
+        EXPECT_NE(Decoded(shown[0]).substr(0, g_uNonceSize), Decoded(shown[1]).substr(0, g_uNonceSize));
+        EXPECT_NE(Decoded(shown[0]).substr(g_uNonceSize), Decoded(shown[1]).substr(g_uNonceSize));
+    }
+}
+
+TEST_F(CJournal, TheMarkOfASealedTextCannotBeImitated)
+{
+    MustWrite("/sealed AAAA\n");
+    MustWrite("x\n", {"--seal"});
+    const std::vector<std::string> lines = LinesOf(Run({"show", "--journal", "j"}).strOutput);
+    const auto stampOf = [](const std::string& rLine) { return rLine.substr(0, rLine.find(' ', 2)); };
+    EXPECT_FALSE(EndsWith(stampOf(lines[0]), "/sealed")) << lines[0];
+    EXPECT_TRUE(EndsWith(stampOf(lines[1]), "/sealed")) << lines[1];
+}
+
+TEST_F(CJournal, SealedAndPlainRecordsShareAJournal)
+{
+    MustWrite("one\n");
+    MustWrite("two\nthree\n", {"--seal"});
+    MustWrite("four\n");
+    MustWrite("five\n", {"--seal"});
+    ExpectIntact(5);
+    const std::vector<std::string> want = {"one", "two", "three", "four", "five"};
+    EXPECT_EQ(want, ShownTexts({"--key", "k"}));
+    EXPECT_EQ(want, ShownTexts({"--key", "k", "--last", "9"}));
+    EXPECT_EQ(want, ShownTexts({"--key", "k", "--since", "0"}));
+    const std::vector<std::string> shown = ShownTexts();
+    ASSERT_EQ(5u, shown.size());
+    EXPECT_EQ("one", shown[0]);
+    EXPECT_EQ("four", shown[3]);
+    for (const std::size_t u : {1u, 2u, 4u}) EXPECT_EQ(want[u], Opened(Decoded(shown[u]), Load("k")));
+}
+
+TEST_F(CJournal, AnotherKeyOpensNoSealedText)
+{
+    MustWrite("secret\n", {"--seal"});
+    std::string strKey = Load("k");
+    strKey[0] ^= 1;
+    Store("k", strKey);
+    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j"});
+    EXPECT_EQ("", outcome.strOutput);
+    ExpectRefused(outcome, "j: header: not made under this key, or forged");
+}
+
+TEST_F(CJournal, AnyChangedByteOfASealedRecordIsFoundBeforeItIsOpened)
+{
+    MustWrite("text\n", {"--seal"});
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    std::mt19937 rng(TestSeed());
+    for (std::size_t u = 0; u < parts[1].size(); ++u)
+    {
+        const unsigned int uChange = 1 + Below(rng, 255);
+        SCOPED_TRACE(testing::Message() << "byte " << u << " changed by " << uChange);
+        std::vector<std::string> changed = parts;
+        changed[1][u] = static_cast<char>(changed[1][u] ^ static_cast<char>(uChange));
+        const auto showChanged = [&]
+        {
+            Store("j", Joined(changed));
+            SOutcome outcome = Run({"show", "--key", "k", "--journal", "j"});
+            EXPECT_EQ("", outcome.strOutput);
+            return outcome;
+        };
+        // A change of kind or size may lead to no frame at all.
+        if (u < g_uLinkAt) EXPECT_TRUE(StartsWith(showChanged().strErrors, "journal: j: record 1: "));
+        else ExpectRefused(showChanged(), std::string("j: record 1") + g_pszDamaged);
+        if (u < g_uLinkAt || u >= parts[1].size() - g_uCrcSize) continue;
+        FixCrc(changed[1]);
+        ExpectRefused(showChanged(), std::string("j: record 1") + g_pszForged);
+    }
+}
+
+TEST_F(CJournal, AForgedKindIsFound)
+{
+    MustWrite(std::string(40, 'x') + "\n");
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    std::vector<std::string> changed = parts;
+    changed[1][0] = 'S';
+    FixCrc(changed[1]);
+    Store("j", Joined(changed));
+    ExpectRefused(Verify(), std::string("j: record 1") + g_pszForged);
+    ExpectRefused(Run({"show", "--journal", "j"}), "j: record 1: forged: its CRC-32 fits, but it holds no record");
+}
+
+TEST_F(CJournal, LastSelectsTheEndInItsOrder)
+{
+    MustWrite(NumberedLines(5));
+    struct SCase
+    {
+        const char* pszLast;
+        std::vector<unsigned int> want;
+    };
+    const SCase aCases[] = {{"1", {5}},
+                            {"2", {4, 5}},
+                            {"4", {2, 3, 4, 5}},
+                            {"5", {1, 2, 3, 4, 5}},
+                            {"6", {1, 2, 3, 4, 5}},
+                            {"18446744073709551615", {1, 2, 3, 4, 5}}};
+    for (const SCase& rCase : aCases)
+    {
+        SCOPED_TRACE(rCase.pszLast);
+        EXPECT_EQ(rCase.want, NumbersOf(Run({"show", "--journal", "j", "--last", rCase.pszLast})));
+    }
+    EXPECT_EQ((std::vector<std::string>{"line 4", "line 5"}), ShownTexts({"--last", "2"}, 4));
+    fs::remove("j");
+    MustWrite("");
+    EXPECT_TRUE(ShownTexts({"--last", "1"}).empty());
+}
+
+TEST_F(CJournal, SinceAndUntilSelectByTimeInTheOrderOfTime)
+{
+    MustWrite(NumberedLines(6));
+    MustWrite(NumberedLines(2), {"--seal"});
+    // The clock was put back after the third record.
+    SetTimes({"1000000010", "1000000020", "1000000030", "1000000015", "1000000020", "1000000040", "1000000040",
+              "1000000050"});
+    ExpectIntact(8);
+    struct SCase
+    {
+        std::vector<std::string> selection;
+        std::vector<unsigned int> want;
+    };
+    const SCase aCases[] = {{{"--since", "0"}, {1, 4, 2, 5, 3, 6, 7, 8}},
+                            {{"--since", "1000000010"}, {1, 4, 2, 5, 3, 6, 7, 8}},
+                            {{"--since", "1000000011"}, {4, 2, 5, 3, 6, 7, 8}},
+                            {{"--since", "1000000020", "--until", "1000000030"}, {2, 5, 3}},
+                            {{"--since", "1000000040", "--until", "1000000040"}, {6, 7}},
+                            {{"--until", "1000000019"}, {1, 4}},
+                            {{"--since", "1000000050"}, {8}},
+                            {{"--since", "1000000051"}, {}},
+                            {{"--since", "1000000041", "--until", "1000000049"}, {}},
+                            {{"--until", "1000000009"}, {}}};
+    for (const SCase& rCase : aCases)
+    {
+        SCOPED_TRACE(testing::PrintToString(rCase.selection));
+        for (const std::vector<std::string>& rKey : {std::vector<std::string>{}, {"--key", "k"}})
+        {
+            std::vector<std::string> arguments = {"show", "--journal", "j"};
+            arguments.insert(arguments.end(), rKey.begin(), rKey.end());
+            arguments.insert(arguments.end(), rCase.selection.begin(), rCase.selection.end());
+            const SOutcome outcome = Run(arguments);
+            EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
+            EXPECT_EQ(rCase.want, NumbersOf(outcome));
+        }
+    }
+    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "1000000030"});
+    EXPECT_EQ("3 1000000030 line 3\n6 1000000040 line 6\n7 1000000040 line 1\n8 1000000050 line 2\n",
+              outcome.strOutput);
+}
+
+TEST_F(CJournal, TheEndAndTimesOfABrokenJournalAreNotShown)
+{
+    MustWrite(NumberedLines(5));
+    std::string strJournal = Load("j");
+    strJournal.back() ^= 1;
+    Store("j", strJournal);
+    for (const char* const pszSelection : {"--last", "--since"})
+    {
+        const SOutcome outcome = Run({"show", "--journal", "j", pszSelection, "1"});
+        EXPECT_EQ("", outcome.strOutput);
+        ExpectRefused(outcome, std::string("j: closing record") + g_pszDamaged);
+    }
+}
+
+TEST_F(CJournal, TimesNeedAFileToGoBackIn)
+{
+    ASSERT_EQ(0, mkfifo("j", 0600));
+    const int nOtherEnd = open("j", O_RDWR | O_CLOEXEC);  // neither this nor the program's opening blocks
+    ExpectRefused(Run({"show", "--journal", "j", "--since", "1"}),
+                  "j: not a regular file, but --since and --until have to go back in it");
+    close(nOtherEnd);
+}
+
+TEST_F(CJournal, ARecordThatChangesWhileItIsShownIsRefused)
+{
+    // More than the pipe holds: once the first character has come, all is verified and much not yet printed.
+    std::string strText;
+    for (unsigned int u = 0; u < 40; ++u) strText += std::string(10000, 'x') + "\n";
+    MustWrite(strText);
+    std::vector<std::string> parts = PartsOf(Load("j"));
+    ASSERT_EQ(0, mkfifo("out", 0600));
+    SOutcome outcome = {};
+    std::thread runner(
+        [&] {
+            outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out");
+        });
+    std::ifstream output("out", std::ios::binary);
+    std::string strShown(1, static_cast<char>(output.get()));
+    // By somebody who has the key, so that the record is a good one by itself.
+    parts[40][parts[40].size() - g_uTailSize - 1] = 'y';
+    Rechain(parts, Load("k"));
+    const std::size_t uLastSize = parts[40].size() + parts[41].size();
+    std::fstream journal("j", std::ios::binary | std::ios::in | std::ios::out);
+    journal.seekp(-static_cast<std::streamoff>(uLastSize), std::ios::end) << parts[40] << std::flush;
+    strShown.append(std::istreambuf_iterator<char>(output), {});
+    runner.join();
+    EXPECT_EQ(39u, LinesOf(strShown).size());
+    ExpectRefused(outcome, "j: record 40: changed while it was being read");
 }
 
 TEST_F(CJournal, ANewKeyIsRandomAndItsOwnersOnly)
@@ -485,7 +825,7 @@ TEST_F(CJournal, AnyChangedByteIsFoundAndItsPlaceNamed)
             EXPECT_EQ(1, outcome.nStatus);
             EXPECT_EQ("", outcome.strOutput);
             const bool bNamed = StartsWith(outcome.strErrors, "journal: j: " + strPlace);
-            const bool bClosing = outcome.strErrors == "journal: j: closing record: corrupted\n";
+            const bool bClosing = outcome.strErrors == std::string("journal: j: closing record") + g_pszDamaged + "\n";
             EXPECT_TRUE(bNamed || (bClosing && uPart == 3)) << outcome.strErrors;
         }
     }
@@ -588,9 +928,9 @@ TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
     std::string strKey = Load("k");
     strKey[31] ^= 1;
     Store("k", strKey);
-    ExpectRefused(Verify(), "j: header: not made under this key, or corrupted");
+    ExpectRefused(Verify(), "j: header: not made under this key, or forged");
     const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "/etc/passwd"});
-    ExpectRefused(outcome, (m_directory / "j").string() + ": header: not made under this key, or corrupted");
+    ExpectRefused(outcome, (m_directory / "j").string() + ": header: not made under this key, or forged");
     EXPECT_EQ(strJournal, Load("j"));
 
     strKey[31] ^= 1;
@@ -598,7 +938,35 @@ TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
     std::string strChanged = strJournal;
     strChanged[20] ^= 1;
     Store("j", strChanged);
-    ExpectRefused(Verify(), "j: header: corrupted");
+    ExpectRefused(Verify(), std::string("j: header") + g_pszDamaged);
+    ExpectRefused(Run({"show", "--journal", "j"}), std::string("j: header") + g_pszDamaged);
+    std::vector<std::string> parts = PartsOf(strChanged);
+    FixCrc(parts[0]);
+    Store("j", Joined(parts));
+    ExpectRefused(Verify(), std::string("j: header") + g_pszForged);
+}
+
+TEST_F(CJournal, DamageIsToldFromForgery)
+{
+    MustWrite("one\ntwo\n");
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    struct SCase
+    {
+        std::size_t uPart;
+        const char* pszPlace;
+    };
+    for (const SCase& rCase : {SCase{1, "j: record 1"}, SCase{2, "j: record 2"}, SCase{3, "j: closing record"}})
+    {
+        std::vector<std::string> changed = parts;
+        std::string& rPart = changed[rCase.uPart];
+        rPart[rPart.size() - g_uTailSize] ^= 1;
+        Store("j", Joined(changed));
+        ExpectRefused(Verify(), std::string(rCase.pszPlace) + g_pszDamaged);
+        ExpectRefused(Run({"show", "--journal", "j"}), std::string(rCase.pszPlace) + g_pszDamaged);
+        FixCrc(rPart);
+        Store("j", Joined(changed));
+        ExpectRefused(Verify(), std::string(rCase.pszPlace) + g_pszForged);
+    }
 }
 
 TEST_F(CJournal, AFileThatIsNoJournalIsRefused)
@@ -608,9 +976,9 @@ TEST_F(CJournal, AFileThatIsNoJournalIsRefused)
     ExpectRefused(Run({"verify", "--key", "k", "--journal", "text"}), "text: header: not a journal");
     ExpectRefused(Run({"show", "--journal", "text"}), "text: header: not a journal");
     std::string strNewer = Load("j");
-    strNewer[8] = 2;
+    strNewer[8] = 3;
     Store("j", strNewer);
-    ExpectRefused(Verify(), "j: header: unknown version 2");
+    ExpectRefused(Verify(), "j: header: unknown version 3");
 }
 
 TEST_F(CJournal, ABrokenJournalIsNotContinued)
@@ -621,7 +989,7 @@ TEST_F(CJournal, ABrokenJournalIsNotContinued)
     Store("j", strBroken);
     Store("text", "more\n");
     ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
-                  (m_directory / "j").string() + ": closing record: corrupted");
+                  (m_directory / "j").string() + ": closing record" + g_pszDamaged);
     EXPECT_EQ(strBroken, Load("j"));
     EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
 }
@@ -671,11 +1039,27 @@ TEST_F(CJournal, UsageErrorsAreToldFromRefusals)
     expect({"verify", "--key", "k", "--journal", "j", "text"}, "one argument too many: text");
     expect({"show", "--journal", "j", "text"}, "one argument too many: text");
     expect({"verify", "--key", "k", "--journal", "j", "--to", "2"}, "--from and --to are for show");
+    expect({"verify", "--key", "k", "--journal", "j", "--since", "2"}, "--since and --until are for show");
+    expect({"write", "--key", "k", "--journal", "j", "--until", "2", "text"}, "--since and --until are for show");
+    expect({"write", "--key", "k", "--journal", "j", "--last", "2", "text"}, "--last is for show");
+    expect({"show", "--journal", "j", "--seal"}, "--seal is for write");
+    expect({"verify", "--key", "k", "--journal", "j", "--seal"}, "--seal is for write");
     for (const char* const pszBad : {"", "0", "-1", "1x", "x", "99999999999999999999"})
     {
         expect({"show", "--journal", "j", "--from", pszBad}, "not the number of a record: --from");
         expect({"show", "--journal", "j", "--to", pszBad}, "not the number of a record: --to");
+        expect({"show", "--journal", "j", "--last", pszBad}, "not a number of records: --last");
     }
+    for (const char* const pszBad : {"", "-1", "1x", "yesterday", "99999999999999999999"})
+    {
+        expect({"show", "--journal", "j", "--since", pszBad}, "not seconds since the epoch: --since");
+        expect({"show", "--journal", "j", "--until", pszBad}, "not seconds since the epoch: --until");
+    }
+    expect({"show", "--journal", "j", "--since", "3", "--until", "2"}, "--since is behind --until");
+    const std::string strExclusive = "--from/--to, --since/--until and --last exclude each other";
+    expect({"show", "--journal", "j", "--from", "3", "--since", "2"}, strExclusive);
+    expect({"show", "--journal", "j", "--until", "3", "--last", "2"}, strExclusive);
+    expect({"show", "--journal", "j", "--last", "3", "--to", "2"}, strExclusive);
     expect({"show", "--journal", "j", "--from", "3", "--to", "2"}, "--from is behind --to");
     EXPECT_TRUE(Files().empty());
 }
@@ -687,7 +1071,8 @@ TEST_F(CJournal, HelpTellsTheCommandsAndTheLimit)
         const SOutcome outcome = Run({pszHelp});
         EXPECT_EQ(0, outcome.nStatus);
         EXPECT_EQ("", outcome.strErrors);
-        for (const char* const pszPart : {"journal write", "journal verify", "journal show", "65,535", "--from"})
+        for (const char* const pszPart :
+             {"journal write", "journal verify", "journal show", "65,535", "--from", "--seal", "--last", "--since"})
         {
             EXPECT_NE(std::string::npos, outcome.strOutput.find(pszPart)) << pszPart;
         }
@@ -711,6 +1096,10 @@ TEST_F(CJournal, MemoryDoesNotGrowWithTheInput)
     EXPECT_EQ("j: intact, " + uRecords + " records\n", outcome.strOutput) << outcome.strErrors;
     outcome = Run({"show", "--key", "k", "--journal", "j", "--from", uRecords}, limits);
     EXPECT_EQ(1u, LinesOf(outcome.strOutput).size()) << outcome.strErrors;
+    outcome = Run({"show", "--key", "k", "--journal", "j", "--last", "1000"}, limits);
+    EXPECT_EQ(1000u, LinesOf(outcome.strOutput).size()) << outcome.strErrors;
+    outcome = Run({"show", "--key", "k", "--journal", "j", "--until", "1"}, limits);
+    EXPECT_EQ("", outcome.strOutput + outcome.strErrors);
     Store("text", "one more\n");
     outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
     EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
