@@ -133,13 +133,14 @@ void BM_ScanStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-BENCHMARK(BM_FindOurs)->Name("tree_find/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_FindStd)->Name("tree_find/std")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_InsertOurs)->Name("tree_insert/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_InsertStd)->Name("tree_insert/std")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_EraseOurs)->Name("tree_erase/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_EraseStd)->Name("tree_erase/std")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ScanOurs<false>)->Name("tree_scan/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ScanOurs<true>)->Name("tree_scan/ours_by_index")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ScanStd)->Name("tree_scan/std")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FindOurs)->Name("tree find/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FindStd)->Name("tree find/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_InsertOurs)->Name("tree insert/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_InsertStd)->Name("tree insert/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_EraseOurs)->Name("tree erase/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_EraseStd)->Name("tree erase/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ScanOurs<false>)->Name("tree scan/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ScanStd)->Name("tree scan/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ScanOurs<true>)->Name("tree scan by index/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_ScanStd)->Name("tree scan by index/std::set iterators")->Arg(1000)->Arg(100000);
 }  // namespace

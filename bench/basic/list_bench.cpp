@@ -73,11 +73,12 @@ void BM_IterateStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-BENCHMARK(BM_FillAndClearOurs)->Name("list_fill_clear/ours")->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_FillAndClearStd)->Name("list_fill_clear/std")->Arg(10)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_IterateOurs)->Name("list_scan/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_IndexScanOurs)->Name("list_scan/ours_by_index")->Arg(1000)->Arg(100000);
-BENCHMARK(BM_IterateStd)->Name("list_scan/std")->Arg(1000)->Arg(100000);
-BENCHMARK(SortOurs<CList<int>>)->Name("list_sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortByHand<20>)->Name("list_sort/by_hand")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FillAndClearOurs)->Name("list fill and clear/ours")->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FillAndClearStd)->Name("list fill and clear/std::list")->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_IterateOurs)->Name("list scan/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_IterateStd)->Name("list scan/std::list")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_IndexScanOurs)->Name("list scan by index/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_IterateStd)->Name("list scan by index/std::list iterators")->Arg(1000)->Arg(100000);
+BENCHMARK(SortOurs<CList<int>>)->Name("list sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<20>)->Name("list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
 }  // namespace

@@ -39,8 +39,8 @@ void BM_MiddleStd(benchmark::State& rState)
     for (int* const pn : elements) delete pn;
 }
 
-BENCHMARK(BM_MiddleOurs)->Name("vector_list_middle/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_MiddleStd)->Name("vector_list_middle/std")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortOurs<CVList<int>>)->Name("vector_list_sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortByHand<8>)->Name("vector_list_sort/by_hand")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_MiddleOurs)->Name("vector list middle/ours")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_MiddleStd)->Name("vector list middle/std::vector of pointers")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortOurs<CVList<int>>)->Name("vector list sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<8>)->Name("vector list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
 }  // namespace

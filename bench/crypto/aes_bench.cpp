@@ -116,7 +116,8 @@ void Register(const std::string& rstrName, SParameters st)
         benchmark::RegisterBenchmark((rstrName + "/ours").c_str(), BM_AesOurs, st)->Arg(nSize);
         benchmark::RegisterBenchmark((rstrName + "/libcrypto").c_str(), BM_AesPeer, st)->Arg(nSize);
     }
-    benchmark::RegisterBenchmark((rstrName + "/blob").c_str(), BM_AesBlob, st)->Arg(65536);
+    benchmark::RegisterBenchmark((rstrName + " a blob/ours").c_str(), BM_AesBlob, st)->Arg(65536);
+    benchmark::RegisterBenchmark((rstrName + " a blob/ours on bytes").c_str(), BM_AesOurs, st)->Arg(65536);
 }
 
 [[maybe_unused]] const bool g_bRegistered = []
@@ -132,8 +133,8 @@ void Register(const std::string& rstrName, SParameters st)
                   {"ofb", CCipher::eMODE_OFB}};
     for (const auto& rMode : aModes)
     {
-        Register(std::string("aes-128-") + rMode.pszName + "-encrypt", {CCipher::eACTION_ENCRYPT, rMode.eMode});
-        Register(std::string("aes-128-") + rMode.pszName + "-decrypt", {CCipher::eACTION_DECRYPT, rMode.eMode});
+        Register(std::string("aes-128-") + rMode.pszName + " encrypt", {CCipher::eACTION_ENCRYPT, rMode.eMode});
+        Register(std::string("aes-128-") + rMode.pszName + " decrypt", {CCipher::eACTION_DECRYPT, rMode.eMode});
     }
     return true;
 }();

@@ -123,10 +123,12 @@ void Sizes(benchmark::internal::Benchmark* pBenchmark)
     for (const int64_t nSize : {16, 64, 1024, 65536, 1048576}) pBenchmark->Arg(nSize);
 }
 
-BENCHMARK(BM_EncodeOurs)->Name("base64-encode/ours")->Apply(Sizes);
-BENCHMARK(BM_EncodePeer)->Name("base64-encode/libcrypto")->Apply(Sizes);
-BENCHMARK(BM_EncodeBlob)->Name("base64-encode/blob")->Arg(65536);
-BENCHMARK(BM_DecodeOurs)->Name("base64-decode/ours")->Apply(Sizes);
-BENCHMARK(BM_DecodePeer)->Name("base64-decode/libcrypto")->Apply(Sizes);
-BENCHMARK(BM_DecodeBlob)->Name("base64-decode/blob")->Arg(65536);
+BENCHMARK(BM_EncodeOurs)->Name("base64 encode/ours")->Apply(Sizes);
+BENCHMARK(BM_EncodePeer)->Name("base64 encode/libcrypto")->Apply(Sizes);
+BENCHMARK(BM_EncodeBlob)->Name("base64 encode a blob/ours")->Arg(65536);
+BENCHMARK(BM_EncodeOurs)->Name("base64 encode a blob/ours on bytes")->Arg(65536);
+BENCHMARK(BM_DecodeOurs)->Name("base64 decode/ours")->Apply(Sizes);
+BENCHMARK(BM_DecodePeer)->Name("base64 decode/libcrypto")->Apply(Sizes);
+BENCHMARK(BM_DecodeBlob)->Name("base64 decode a blob/ours")->Arg(65536);
+BENCHMARK(BM_DecodeOurs)->Name("base64 decode a blob/ours on bytes")->Arg(65536);
 }  // namespace

@@ -86,12 +86,13 @@ void BM_Crc32Blob(benchmark::State& rState)
 
 void Sizes(benchmark::internal::Benchmark* pBenchmark)
 {
-    for (const int64_t nSize : {16, 64, 256, 1024, 4096, 65536, 1048576}) pBenchmark->Arg(nSize);
+    for (const int64_t nSize : {16, 64, 128, 256, 512, 1024, 4096, 65536, 1048576}) pBenchmark->Arg(nSize);
 }
 
 BENCHMARK(BM_CrcOurs<Crc32Ours>)->Name("crc32/ours")->Apply(Sizes);
 BENCHMARK(BM_CrcPeer<Crc32Zlib>)->Name("crc32/zlib")->Apply(Sizes);
-BENCHMARK(BM_Crc32Blob)->Name("crc32/blob")->Arg(65536);
+BENCHMARK(BM_Crc32Blob)->Name("crc32 of a blob/ours")->Arg(65536);
+BENCHMARK(BM_CrcOurs<Crc32Ours>)->Name("crc32 of a blob/ours on bytes")->Arg(65536);
 BENCHMARK(BM_CrcOurs<Crc16Ours>)->Name("crc16/ours")->Apply(Sizes);
 #ifdef ORVEL_HAS_ISAL
 BENCHMARK(BM_CrcPeer<Crc32Isal>)->Name("crc32/isa-l")->Apply(Sizes);

@@ -27,6 +27,7 @@ void BM_Ours(benchmark::State& rState)
         benchmark::DoNotOptimize(auCode);
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+    rState.SetLabel(orvel_internal::CpuPathName(orvel_internal::ECpuAlgorithm::eSHA));
 }
 
 void CompareWithOurs(const std::vector<uint8_t>& rInput, const uint8_t* puPeers)

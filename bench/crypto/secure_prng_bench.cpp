@@ -29,5 +29,5 @@ void BM_Peer(benchmark::State& rState)
 }
 }  // namespace
 
-BENCHMARK(BM_Ours)->Name("secure_prng/ours")->Arg(16)->Arg(1024);
-BENCHMARK(BM_Peer)->Name("secure_prng/libcrypto RAND_bytes")->Arg(16)->Arg(1024);
+BENCHMARK(BM_Ours)->Name("secure prng/ours")->Arg(16)->Arg(1024);
+BENCHMARK(BM_Peer)->Name("secure prng/libcrypto RAND_bytes")->Arg(16)->Arg(1024);

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <vector>
 
+#include "framework/crypto/cpu_features.h"
+
 /// The same bytes in every run.
 inline std::vector<uint8_t> FixedBytes(std::int64_t nSize)
 {
@@ -66,6 +68,13 @@ void BM_DigestOurs(benchmark::State& rState)
         benchmark::DoNotOptimize(auDigest);
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+template <typename Hash>
+void BM_ShaOurs(benchmark::State& rState)
+{
+    BM_DigestOurs<Hash>(rState);
+    rState.SetLabel(orvel_internal::CpuPathName(orvel_internal::ECpuAlgorithm::eSHA));
 }
 
 template <typename Hash, const EVP_MD* (*pfnDigest)()>

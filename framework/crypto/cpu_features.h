@@ -48,10 +48,9 @@ inline bool HasCpuFeature(ECpuFeature eFeature)
     return (CpuFeatures() & eFeature) == eFeature;
 }
 
-/// The path an algorithm takes: the best one that the processor has the feature for.
-inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
+/// The path an algorithm takes: the best one that there is a feature for.
+inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm, unsigned int uFeatures)
 {
-    const unsigned int uFeatures = CpuFeatures();
     const auto Has = [uFeatures](ECpuFeature eFeature) { return (uFeatures & eFeature) != 0; };
     switch (eAlgorithm)
     {
@@ -62,6 +61,12 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
             return Has(eCPU_VPCLMULQDQ) ? eCPU_VPCLMULQDQ : Has(eCPU_PCLMULQDQ) ? eCPU_PCLMULQDQ : eCPU_PORTABLE;
     }
     return eCPU_PORTABLE;
+}
+
+/// The path it takes on this processor.
+inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
+{
+    return CpuPath(eAlgorithm, CpuFeatures());
 }
 
 /// The same as a word for people: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".

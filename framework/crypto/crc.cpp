@@ -25,7 +25,9 @@ uint32_t MoveOn(const orvel_internal::SCrcVariant& rstVariant, uint32_t uRegiste
     using orvel_internal::ECpuFeature;
     if (uSize > orvel_internal::uCRC_SLICING_STEP) [[likely]]
     {
-        const ECpuFeature ePath = CpuPath(ECpuAlgorithm::eCRC);
+        // The constructor has asked the processor. To ask here would cost every call a stack frame.
+        const unsigned int uFeatures = orvel_internal::g_uCpuFeatures.load(std::memory_order_relaxed);
+        const ECpuFeature ePath = CpuPath(ECpuAlgorithm::eCRC, uFeatures);
         if (ePath == ECpuFeature::eCPU_VPCLMULQDQ) [[likely]]
             return CrcFoldVpclmul(rstVariant, uRegister, puData, uSize);
         if (ePath == ECpuFeature::eCPU_PCLMULQDQ) return CrcFoldPclmul(rstVariant, uRegister, puData, uSize);
@@ -36,6 +38,7 @@ uint32_t MoveOn(const orvel_internal::SCrcVariant& rstVariant, uint32_t uRegiste
 
 CCrc::CCrc() : m_eType(eCRC16), m_uRegister(0), m_bActive(false)
 {
+    orvel_internal::CpuFeatures();
 }
 
 CCrc::~CCrc() = default;

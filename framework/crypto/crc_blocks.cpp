@@ -3,7 +3,7 @@
 // and zeros in front of it change nothing.
 //
 // Slicing (portable): the contribution of a byte that is n bytes before the end of a step depends on the byte and n only.
-// Table n gives it, so the 16 look-ups of a step do not wait for each other.
+// Table n gives it, so the look-ups of a step do not wait for each other.
 //
 // Folding: carry-less multiplication takes 8 bytes, wherever they lie, to any later place: a factor x^n modulo the
 // polynomial moves them on by n bits. Accumulators travel over a long message, adding up what lies at equal distances;
@@ -27,12 +27,14 @@ constexpr uint16_t g_uPolynomial16 = 0x8408;
 constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
 
 constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
+// Each step waits for the one before, so long messages take longer ones.
+constexpr unsigned int g_uLongStep = 24;
 
 template <typename Register>
 struct SSlices
 {
     // [n][b]: the register that byte b leaves n bytes later.
-    Register auSlices[g_uStep][256];
+    Register auSlices[g_uLongStep][256];
 };
 
 template <typename Register>
@@ -52,7 +54,7 @@ constexpr SSlices<Register> MakeSlices(Register uPolynomial)
         for (unsigned int uBit = 0; uBit < 8; ++uBit) uRegister = TimesX(uRegister, uPolynomial);
         st.auSlices[0][uByte] = uRegister;
     }
-    for (unsigned int u = 1; u < g_uStep; ++u)
+    for (unsigned int u = 1; u < g_uLongStep; ++u)
     {
         for (unsigned int uByte = 0; uByte < 256; ++uByte)
         {
@@ -83,18 +85,29 @@ uint32_t SliceWord(const SSlices<Register>& rstSlices, uint32_t uWord, unsigned 
     return uFirstTwo ^ uLastTwo;
 }
 
+// One step of SIZE bytes, a multiple of 4. Only the first word waits for the step before.
+template <unsigned int SIZE, typename Register>
+uint32_t SliceStep(const SSlices<Register>& rstSlices, uint32_t uRegister, const uint8_t* puData)
+{
+    uint32_t uOthers = 0;
+#pragma GCC unroll 8
+    for (unsigned int u = 4; u < SIZE; u += 4) uOthers ^= SliceWord(rstSlices, LoadWord(puData + u), SIZE - 4 - u);
+    return SliceWord(rstSlices, LoadWord(puData) ^ uRegister, SIZE - 4) ^ uOthers;
+}
+
 template <typename Register>
 uint32_t Slice(const SSlices<Register>& rstSlices, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     uRegister = static_cast<Register>(uRegister);
+    for (; uSize >= g_uLongStep; puData += g_uLongStep, uSize -= g_uLongStep)
+    {
+        uRegister = SliceStep<g_uLongStep>(rstSlices, uRegister, puData);
+    }
     for (; uSize >= g_uStep; puData += g_uStep, uSize -= g_uStep)
     {
-        // Only the first word waits for the step before.
-        uint32_t uOthers = SliceWord(rstSlices, LoadWord(puData + 4), 8);
-        uOthers ^= SliceWord(rstSlices, LoadWord(puData + 8), 4) ^ SliceWord(rstSlices, LoadWord(puData + 12), 0);
-        uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 12) ^ uOthers;
+        uRegister = SliceStep<g_uStep>(rstSlices, uRegister, puData);
     }
-    for (; uSize >= 4; puData += 4, uSize -= 4) uRegister = SliceWord(rstSlices, LoadWord(puData) ^ uRegister, 0);
+    for (; uSize >= 4; puData += 4, uSize -= 4) uRegister = SliceStep<4>(rstSlices, uRegister, puData);
     for (; uSize != 0; ++puData, --uSize)
     {
         uRegister = uRegister >> 8 ^ rstSlices.auSlices[0][(*puData ^ uRegister) & 0xFF];
@@ -147,7 +160,7 @@ constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t uMask,
         st.auDivision[0] |= uint64_t{uRemainder & 1} << u;
         uRemainder = TimesX(uRemainder, uPolynomial);
     }
-    st.auDivision[1] = uint64_t{uPolynomial} << 32;
+    st.auDivision[1] = uint64_t{uPolynomial} << 1;
     return st;
 }
 }  // namespace

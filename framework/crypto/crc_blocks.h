@@ -6,7 +6,7 @@
 /// The registers of CRC-16 and CRC-32 moved on over uSize bytes. Internal; the idea is in crc_blocks.cpp.
 namespace orvel_internal
 {
-/// On any x86-64, from tables: uCRC_SLICING_STEP bytes a step, any number in all.
+/// On any x86-64, from tables, for any size: uCRC_SLICING_STEP bytes in one step, long messages in longer steps.
 constexpr unsigned int uCRC_SLICING_STEP = 16;
 uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
 uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize);
@@ -22,7 +22,8 @@ struct SCrcVariant
     /// Factors that move 16 bytes on by 64, by 512.
     uint64_t auBy64[2];
     uint64_t auBy512[2];
-    /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term.
+    /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term, placed such that its
+    /// product with the quotient meets the last 32 bits of the remainder.
     uint64_t auDivision[2];
     /// The bits that the register has.
     uint32_t uRegisterMask;

@@ -24,8 +24,7 @@ inline uint32_t Divide(__m128i remainder, const SCrcVariant& rstVariant)
     const __m128i factors = Load(rstVariant.auDivision);
     const __m128i quotient = _mm_clmulepi64_si128(remainder, factors, 0x00);
     const __m128i product = _mm_clmulepi64_si128(quotient, factors, 0x10);
-    const uint64_t uProduct = static_cast<uint64_t>(_mm_extract_epi64(product, 1));
-    return static_cast<uint32_t>(uProduct >> 31) ^ static_cast<uint32_t>(_mm_extract_epi32(remainder, 2));
+    return static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(remainder, product), 2));
 }
 }  // namespace
 

@@ -34,59 +34,58 @@ inline uint32_t Divide(__m128i remainder, const SCrcVariant& rstVariant)
     const __m128i factors = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auDivision));
     const __m128i quotient = _mm_clmulepi64_si128(remainder, factors, 0x00);
     const __m128i product = _mm_clmulepi64_si128(quotient, factors, 0x10);
-    const uint64_t uProduct = static_cast<uint64_t>(_mm_extract_epi64(product, 1));
-    return static_cast<uint32_t>(uProduct >> 31) ^ static_cast<uint32_t>(_mm_extract_epi32(remainder, 2));
+    return static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(remainder, product), 2));
 }
 
-// The bytes that are no whole block go first, at the end of a block of zeros: all else are whole blocks then. The register
-// is added to the first four bytes of the message.
-inline __m512i FirstBlock(uint32_t uRegister, const uint8_t* puData, unsigned int uSize)
+// The register, where it is added to the message: at its first four bytes.
+inline __m512i InFront(uint32_t uRegister)
+{
+    return _mm512_zextsi128_si512(_mm_cvtsi32_si128(static_cast<int>(uRegister)));
+}
+
+// The bytes in front of the whole blocks, 4 to 63, as the end of a block that begins with zeros.
+inline __m512i OddBlock(uint32_t uRegister, const uint8_t* puData, unsigned int uSize)
 {
     alignas(64) static constexpr uint8_t auCOUNT[64] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15,
                                                         16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31,
                                                         32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45, 46, 47,
                                                         48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59, 60, 61, 62, 63};
-    const __m512i inFront = _mm512_zextsi128_si512(_mm_cvtsi32_si128(static_cast<int>(uRegister)));
-    if (uSize == 64) [[likely]]
-        return _mm512_xor_si512(Load(puData), inFront);
-    const __m512i bytes = _mm512_xor_si512(_mm512_maskz_loadu_epi8((1ull << uSize) - 1, puData), inFront);
+    const __m512i bytes = _mm512_xor_si512(_mm512_maskz_loadu_epi8((1ull << uSize) - 1, puData), InFront(uRegister));
     // Rotates the bytes up: the indexes wrap at 64.
     const __m512i from = _mm512_add_epi8(_mm512_load_si512(auCOUNT), _mm512_set1_epi8(static_cast<char>(uSize)));
     return _mm512_maskz_permutexvar_epi8(~(~0ull >> uSize), from, bytes);
 }
-// How much of the message goes into the first block.
-inline unsigned int FirstSize(size_t uSize)
+
+inline const uint8_t* FactorsEnd(const SCrcVariant& rstVariant)
 {
-    return (static_cast<unsigned int>(uSize) - 1) % 64 + 1;
+    return reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
 }
 
 // Ends a message of which nRest bytes, whole blocks, are not in the sum.
 inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t* puEnd, ptrdiff_t nRest)
 {
-    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd + SCrcVariant::uREACH / 8);
-#pragma GCC unroll 2
-    for (; nRest != 0; nRest -= 64) sum = MultiplyAdd(sum, Load(puEnd - nRest), Load(puFactorsEnd - nRest));
+    const uint8_t* const puFactorsEnd = FactorsEnd(rstVariant);
+    for (ptrdiff_t n = -nRest; n != 0; n += 64) sum = MultiplyAdd(sum, Load(puEnd + n), Load(puFactorsEnd + n));
     return Divide(AddLanes(sum), rstVariant);
 }
 
 constexpr ptrdiff_t g_nLanes = 8;
 
-// Messages of eight blocks and more: eight accumulators travel over them, as far as the last few. Without the unrolling
-// g++ keeps the accumulators in memory.
-uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+// Eight accumulators travel over the message, as far as the last few blocks. Without the unrolling g++ keeps them in
+// memory.
+[[gnu::noinline]] uint32_t FoldLong(const SCrcVariant& rstVariant, __m512i first, const uint8_t* puEnd, ptrdiff_t nRest)
 {
     constexpr ptrdiff_t nAHEAD = 2048;
-    const uint8_t* const puEnd = puData + uSize;
     const __m512i factors =
         _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auBy512)));
     __m512i aLanes[g_nLanes];
-    aLanes[0] = FirstBlock(uRegister, puData, FirstSize(uSize));
-    puData += FirstSize(uSize);
+    aLanes[0] = first;
 #pragma GCC unroll 8
-    for (ptrdiff_t n = 1; n < g_nLanes; ++n, puData += 64) aLanes[n] = Load(puData);
-    for (; puEnd - puData >= 64 * g_nLanes; puData += 64 * g_nLanes)
+    for (ptrdiff_t n = 1; n < g_nLanes; ++n, nRest -= 64) aLanes[n] = Load(puEnd - nRest);
+    for (; nRest >= 64 * g_nLanes; nRest -= 64 * g_nLanes)
     {
-        if (puEnd - puData > nAHEAD)
+        const uint8_t* const puData = puEnd - nRest;
+        if (nRest > nAHEAD)
         {
 #pragma GCC unroll 8
             for (ptrdiff_t n = 0; n < g_nLanes; ++n)
@@ -97,15 +96,22 @@ uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8
 #pragma GCC unroll 8
         for (ptrdiff_t n = 0; n < g_nLanes; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
     }
-    const ptrdiff_t nRest = puEnd - puData;
-    const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 * g_nLanes - nRest) / 8;
+    const uint8_t* const puToEnd = FactorsEnd(rstVariant) - nRest - 64 * g_nLanes;
     __m512i sum = _mm512_setzero_si512();
 #pragma GCC unroll 8
-    for (ptrdiff_t n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 8 * n));
+    for (ptrdiff_t n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 64 * n));
     return Finish(rstVariant, sum, puEnd, nRest);
 }
 
-// Messages whose first block would be shorter than the register. Apart, so that all others do without its stack frame.
+// Folds a block and the nRest bytes, whole blocks, that follow it.
+inline uint32_t FoldBlocks(const SCrcVariant& rstVariant, __m512i first, const uint8_t* puEnd, ptrdiff_t nRest)
+{
+    if (nRest >= 64 * (g_nLanes - 1)) return FoldLong(rstVariant, first, puEnd, nRest);
+    const __m512i sum = MultiplyAdd(_mm512_setzero_si512(), first, Load(FactorsEnd(rstVariant) - nRest - 64));
+    return Finish(rstVariant, sum, puEnd, nRest);
+}
+
+// Messages whose odd bytes are fewer than the register's. Apart, so that all others do without its stack frame.
 [[gnu::noinline]] uint32_t FoldBehindSlice(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData,
                                            size_t uSize)
 {
@@ -117,13 +123,15 @@ uint32_t FoldLong(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8
 
 uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
-    if (FirstSize(uSize) < sizeof(uRegister)) return FoldBehindSlice(rstVariant, uRegister, puData, uSize);
-    constexpr size_t uSHORT = 64 * (g_nLanes - 1);
-    if (uSize > uSHORT) return FoldLong(rstVariant, uRegister, puData, uSize);
-    const unsigned int uFirstSize = FirstSize(uSize);
-    const ptrdiff_t nRest = static_cast<ptrdiff_t>(uSize - uFirstSize);
-    const uint64_t* const puToEnd = rstVariant.auToEnd + (SCrcVariant::uREACH - 64 - nRest) / 8;
-    const __m512i first = FirstBlock(uRegister, puData, uFirstSize);
-    return Finish(rstVariant, MultiplyAdd(_mm512_setzero_si512(), first, Load(puToEnd)), puData + uSize, nRest);
+    const unsigned int uOdd = uSize % 64;
+    const uint8_t* const puEnd = puData + uSize;
+    if (uOdd == 0) [[likely]]
+    {
+        const __m512i first = _mm512_xor_si512(Load(puData), InFront(uRegister));
+        return FoldBlocks(rstVariant, first, puEnd, static_cast<ptrdiff_t>(uSize) - 64);
+    }
+    if (uOdd < sizeof(uRegister)) return FoldBehindSlice(rstVariant, uRegister, puData, uSize);
+    const __m512i first = OddBlock(uRegister, puData, uOdd);
+    return FoldBlocks(rstVariant, first, puEnd, static_cast<ptrdiff_t>(uSize - uOdd));
 }
 }  // namespace orvel_internal
