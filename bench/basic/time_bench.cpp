@@ -141,6 +141,6 @@ BENCHMARK(BM_Date<DatePeer>)->Name("date of a Julian day/std::chrono");
 BENCHMARK(BM_Date<DatePeerInlined>)->Name("date of a Julian day/std::chrono inlined");
 BENCHMARK(BM_DayOurs)->Name("Julian day of a date/ours");
 BENCHMARK(BM_DayPeer)->Name("Julian day of a date/std::chrono inlined");
-BENCHMARK(BM_NowOurs)->Name("clock/ours, pinned");
-BENCHMARK(BM_NowObject)->Name("clock/ours, a new CTime with its zone");
+BENCHMARK(BM_NowOurs)->Name("clock/ours");
+BENCHMARK(BM_NowObject)->Name("clock/ours in a new CTime with its zone");
 BENCHMARK(BM_NowPeer)->Name("clock/std::chrono::system_clock");
