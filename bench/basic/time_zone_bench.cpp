@@ -146,11 +146,11 @@ void BM_SetPeer(benchmark::State& rState)
 }
 }  // namespace
 
-BENCHMARK(BM_FieldsOurs)->Name("local time of UTC/ours, to fields");
-BENCHMARK(BM_PairOurs)->Name("local time of UTC/ours, pair to pair");
+BENCHMARK(BM_FieldsOurs)->Name("local time of UTC/ours");
+BENCHMARK(BM_PairOurs)->Name("local time of UTC/ours from pair to pair");
 BENCHMARK(BM_Peer)->Name("local time of UTC/localtime_r()");
 BENCHMARK(BM_BackOurs)->Name("UTC of local time/ours");
 BENCHMARK(BM_BackPeer)->Name("UTC of local time/mktime()");
 BENCHMARK(BM_SetOurs)->Name("set a zone/ours");
-BENCHMARK(BM_CopyOurs)->Name("set a zone/ours, a copy");
+BENCHMARK(BM_CopyOurs)->Name("set a zone/ours by copying");
 BENCHMARK(BM_SetPeer)->Name("set a zone/setenv() and tzset()");
