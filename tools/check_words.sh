@@ -8,12 +8,13 @@ sources=(--include='*.h' --include='*.cpp' --include='*.sh' --include='*.py' --i
 
 # find LABEL PATTERN
 refuse() {
-  if grep -rnIE "${sources[@]}" --exclude-dir=build --exclude-dir=.git --exclude=check_words.sh -e "$2" .; then
+  if grep -rnIE "${sources[@]}" --exclude-dir=build --exclude-dir=.git -e "$2" .; then
     echo "$1"
     status=1
   fi
 }
-refuse "finish it or drop it" '\b(TODO|FIXME|XXX)\b'
+# Spelt so that they do not find themselves.
+refuse "finish it or drop it" '\b(TOD[O]|FIXM[E]|XX[X])\b'
 refuse "white space at the end of a line" '[[:blank:]]$'
 refuse "a tab where spaces belong" $'\t'
 exit "$status"

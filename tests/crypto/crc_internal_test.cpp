@@ -150,3 +150,11 @@ INSTANTIATE_TEST_SUITE_P(Paths, CCrcPath,
                              return std::string(std::get<0>(rInfo.param).pszName) + (b16 ? "Crc16" : "Crc32");
                          });
 }  // namespace
+
+// Update() only reads what was found out.
+TEST(CCrcDetection, HappensWhenAnObjectIsMade)
+{
+    g_uCpuFeatures.store(0);
+    const CCrc crc;
+    EXPECT_NE(0u, g_uCpuFeatures.load());
+}
