@@ -11,6 +11,10 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 UMBRELLA = "framework/framework.h"
+# A project of its own, which finds the framework where it is installed.
+FOREIGN = "tests/package/foreign_project/"
+# Programs that declare the library's classes themselves.
+WITHOUT_OUR_HEADERS = "tests/abi/"
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 
 complaints = []
@@ -69,10 +73,14 @@ def sources(*directories):
 def check_include_lines():
     """Our own files are included in quotes and from the root, others in angle brackets."""
     for path in sources("framework", "tests", "bench", "examples"):
+        if path.startswith(FOREIGN):
+            continue
         for number, quote, target in includes_of(path):
             ours = (ROOT / target).is_file()
             if quote == '"' and not ours:
                 complain(f"{path}:{number}", f'"{target}" is not written from the root of the tree')
+            if path.startswith(WITHOUT_OUR_HEADERS) and target.startswith("framework/"):
+                complain(f"{path}:{number}", "these tests know the library without its headers")
             if quote == "<" and ours:
                 complain(f"{path}:{number}", f"<{target}> is ours and belongs in quotes")
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # check_symbols.sh [--update] LIBRARY: compares what the library exports with tools/exported_symbols.txt, or writes it.
+# Whoever changes that list tells the users in CHANGELOG.md, in the same commit.
 set -euo pipefail
 export LC_ALL=C
 list=$(dirname "${BASH_SOURCE[0]}")/exported_symbols.txt
@@ -19,4 +20,17 @@ if $update; then
 elif ! diff "$list" <(printf '%s\n' "$exported"); then
   echo "< was exported, > is now; if that is meant: tools/check_symbols.sh --update $1"
   exit 1
+fi
+
+# What changed with the list: files not committed yet, and those of the commit that touched it last.
+cd "$(dirname "$list")/.."
+if git rev-parse --git-dir >/dev/null 2>&1; then
+  changed=$(git diff --name-only HEAD)
+  if ! grep -qx tools/exported_symbols.txt <<<"$changed"; then
+    changed=$(git show --format= --name-only "$(git log -1 --format=%H -- tools/exported_symbols.txt)")
+  fi
+  if ! grep -qx CHANGELOG.md <<<"$changed"; then
+    echo "tools/exported_symbols.txt has changed, and CHANGELOG.md does not tell"
+    exit 1
+  fi
 fi

@@ -2,7 +2,6 @@
 #define FRAMEWORK_BASIC_AATREE_H
 #include <stddef.h>
 
-#include <memory>
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
@@ -268,16 +267,16 @@ public:
         return CAATreeBase::SetComparisonFunction(orvel_internal::StatelessCallback<T, Comparison>, 0);
     }
 
-    QvResult Insert(const T& rElement) { return CAATreeBase::Insert(std::addressof(rElement)); }
+    QvResult Insert(const T& rElement) { return CAATreeBase::Insert(__builtin_addressof(rElement)); }
     QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
-        return CAATreeBase::AllocateSorted(std::addressof(rKey), ppElement);
+        return CAATreeBase::AllocateSorted(__builtin_addressof(rKey), ppElement);
     }
     using CAATreeBase::Allocate;
     using CAATreeBase::EraseAllocated;
     using CAATreeBase::InsertAllocated;
 
-    void EraseElement(const T& rKey) { CAATreeBase::EraseElement(std::addressof(rKey)); }
+    void EraseElement(const T& rKey) { CAATreeBase::EraseElement(__builtin_addressof(rKey)); }
     using CAATreeBase::Erase;
     /// Destroys the element of a handle; none is ignored.
     void Erase(const_handle element)
@@ -286,10 +285,10 @@ public:
     }
 
     /// The element that equals a key, else none.
-    handle Find(const T& rKey) { return ToHandle<handle>(CAATreeBase::FindNode(std::addressof(rKey))); }
+    handle Find(const T& rKey) { return ToHandle<handle>(CAATreeBase::FindNode(__builtin_addressof(rKey))); }
     const_handle Find(const T& rKey) const
     {
-        return ToHandle<const_handle>(CAATreeBase::FindNode(std::addressof(rKey)));
+        return ToHandle<const_handle>(CAATreeBase::FindNode(__builtin_addressof(rKey)));
     }
     /// The element at an index below the size, else null.
     T* GetAt(unsigned int uIndex)

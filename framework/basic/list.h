@@ -2,7 +2,6 @@
 #define FRAMEWORK_BASIC_LIST_H
 #include <stddef.h>
 
-#include <memory>
 #include <new>
 #include <type_traits>
 
@@ -227,10 +226,10 @@ protected:
     QV_HIDDEN void SortElements(const Compare& rCompare)
     {
         if (m_uSize < 2) return;
-        const std::unique_ptr<void*[]> ppElements(new void*[m_uSize]);
-        ListElements(ppElements.get());
-        orvel_internal::SortPointers(ppElements.get(), m_uSize, rCompare);
-        RelinkAs(ppElements.get());
+        const orvel_internal::CScratchArray<void*> elements(m_uSize);
+        ListElements(elements.Get());
+        orvel_internal::SortPointers(elements.Get(), m_uSize, rCompare);
+        RelinkAs(elements.Get());
     }
 
     CBlockAllocator m_nodeAllocator;

@@ -26,6 +26,22 @@ struct SComparison
     int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
 };
 
+/// What a sort needs beside the elements. (A std::unique_ptr would cost every includer ten times the time of this header.)
+template <typename T>
+class CScratchArray
+{
+public:
+    explicit CScratchArray(size_t uCount) : m_pFirst(new T[uCount]) {}
+    CScratchArray(const CScratchArray&) = delete;
+    CScratchArray& operator=(const CScratchArray&) = delete;
+    ~CScratchArray() { delete[] m_pFirst; }
+
+    T* Get() const { return m_pFirst; }
+
+private:
+    T* const m_pFirst;
+};
+
 /// Searches one sequence with one comparison. At::g_bWALKS_FROM_SINGLE tells a published difference: arrays ask a single
 /// element that orders before the key once more, lists do not.
 template <typename At, typename Compare>

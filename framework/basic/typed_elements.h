@@ -2,11 +2,17 @@
 #define FRAMEWORK_BASIC_TYPED_ELEMENTS_H
 #include <stddef.h>
 
-#include <iterator>
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
+
+// The iterator tags alone: <iterator> brings the iterators of the streams as well, and a program would take longer to
+// compile for them than for the whole framework.
+#if __has_include(<bits/stl_iterator_base_types.h>)
+#include <bits/stl_iterator_base_types.h>
+#else
+#include <iterator>
+#endif
 
 #include "framework/basic/ordered_sequence.h"
 #include "framework/kernel/export.h"
@@ -140,7 +146,7 @@ public:
     /// Whether it designates an element.
     explicit operator bool() const { return m_position != Position(); }
     T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
-    T* operator->() const { return std::addressof(**this); }
+    T* operator->() const { return __builtin_addressof(**this); }
     /// The neighbours; none beyond the ends, and none of none.
     CNodeHandle GetNext() const { return CNodeHandle(Base::GetNext(m_position)); }
     CNodeHandle GetPrevious() const { return CNodeHandle(Base::GetPrevious(m_position)); }
@@ -268,7 +274,7 @@ public:
     }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
-        return Base::Insert(uIndex, uCount, std::addressof(rElement));
+        return Base::Insert(uIndex, uCount, __builtin_addressof(rElement));
     }
     QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
     {
@@ -280,11 +286,11 @@ public:
     template <typename Compare = SNaturalOrder>
     QvResult InsertSorted(const T& rElement, Compare compare = Compare())
     {
-        return Insert(SearchFor<T>(compare).LowerBound(std::addressof(rElement)), 1, rElement);
+        return Insert(SearchFor<T>(compare).LowerBound(__builtin_addressof(rElement)), 1, rElement);
     }
     QvResult InsertSorted(const T& rElement, PFNCompareElements pfnCompare, unsigned int uParam)
     {
-        return Base::InsertSorted(std::addressof(rElement), pfnCompare, uParam);
+        return Base::InsertSorted(__builtin_addressof(rElement), pfnCompare, uParam);
     }
 
     /// Room for an element, which counts from now on: construct a T there at once.
@@ -293,7 +299,7 @@ public:
     template <typename Key, typename Compare>
     QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
     {
-        return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), std::addressof(rKey), ppElement);
+        return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), __builtin_addressof(rKey), ppElement);
     }
 
     QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
@@ -313,7 +319,7 @@ public:
     template <typename Key, typename Compare = SNaturalOrder>
     unsigned int Find(unsigned int uStartIndex, const Key& rKey, Compare compare = Compare()) const
     {
-        return SearchFor<Key>(compare).Find(uStartIndex, std::addressof(rKey));
+        return SearchFor<Key>(compare).Find(uStartIndex, __builtin_addressof(rKey));
     }
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const
@@ -324,7 +330,7 @@ public:
     template <typename Key, typename Compare = SNaturalOrder>
     unsigned int FindSorted(const Key& rKey, Compare compare = Compare()) const
     {
-        return SearchFor<Key>(compare).FindSorted(std::addressof(rKey));
+        return SearchFor<Key>(compare).FindSorted(__builtin_addressof(rKey));
     }
     using Base::GetMinElementIndex;
     template <typename Compare = SNaturalOrder>

@@ -3,7 +3,6 @@
 #include <stddef.h>
 #include <string.h>
 
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -202,8 +201,8 @@ void CVectorBase::SortElements(const Compare& rCompare)
     using orvel_internal::CConstructedElements;
     using orvel_internal::ShellSort;
     using orvel_internal::SortBytes;
-    const std::unique_ptr<unsigned char[]> held(new unsigned char[m_uElementSize]);
-    void* const pHeld = held.get();
+    const orvel_internal::CScratchArray<unsigned char> held(m_uElementSize);
+    void* const pHeld = held.Get();
     const CConstructedElements<CVectorBase, Compare> constructed(*this, pHeld, rCompare);
     if (m_bConstruct) ShellSort(m_pvStorage, m_uSize, m_uElementSize, constructed);
     else if (m_uElementSize == 4) SortBytes<4>(m_pvStorage, m_uSize, 4, pHeld, rCompare);

@@ -2,8 +2,6 @@
 #define FRAMEWORK_BASIC_VECTOR_LIST_H
 #include <stddef.h>
 
-#include <iterator>
-#include <memory>
 #include <type_traits>
 
 #include "framework/basic/allocator.h"

@@ -7,6 +7,12 @@ CAliveObj::CAliveObj()
 {
 }
 
+#ifdef __clang__
+// Of an abstract class, clang++ leaves out the constructor of complete objects, which g++ emits. The binary interface has it.
+extern "C" QV_EXPORT void ConstructCompleteAliveObj() __asm__("_ZN9CAliveObjC1Ev")
+    __attribute__((alias("_ZN9CAliveObjC2Ev")));
+#endif
+
 CAliveObj::~CAliveObj()
 {
     Join(nullptr);  // here already: the thread still uses the members

@@ -1,0 +1,25 @@
+# Where `cmake --install` puts what a program needs to run (runtime) and what it needs to be built (development).
+include(CMakePackageConfigHelpers)
+
+install(TARGETS orvel_framework EXPORT orvel_framework
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+
+set(internal_headers container_members.h base64_blocks.h cipher_blob.h cpu_features.h crc_blocks.h digest.h sha_blocks.h)
+list(TRANSFORM internal_headers REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
+install(DIRECTORY framework DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.h" ${internal_headers})
+
+# For find_package(orvel_framework).
+set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvel_framework)
+write_basic_package_version_file(orvel_framework-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES cmake/orvel_framework-config.cmake ${PROJECT_BINARY_DIR}/orvel_framework-config-version.cmake
+  DESTINATION ${config_dir} COMPONENT development)
+install(EXPORT orvel_framework NAMESPACE orvel:: FILE orvel_framework-targets.cmake
+  DESTINATION ${config_dir} COMPONENT development)
+
+# For pkg-config. Its file finds the prefix from where it lies itself, so that a tree can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  OUTPUT_VARIABLE pkgconfig_to_prefix)
+configure_file(cmake/orvel_framework.pc.in orvel_framework.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/orvel_framework.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -1,0 +1,35 @@
+# Debian packages, made by `cpack` in the build directory: liborvel-framework1 and liborvel-framework-dev.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME liborvel-framework)
+set(CPACK_PACKAGE_VENDOR "orvel framework")
+set(CPACK_PACKAGE_CONTACT "The orvel framework developers <framework@orvel.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Result codes, ordered start-up, allocators, containers, strings, byte buffers,
+marshaling, time, threads and locks, components and cryptography in one
+shared library.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liborvel-framework${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# What the library is linked with says what the package depends on, and the package's own version what others then need.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
+
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file for programs that use the orvel
+framework.")
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liborvel-framework-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# The packages that own what our own package files ask for.
+execute_process(COMMAND dpkg-query --search ${OPENSSL_CRYPTO_LIBRARY}
+  OUTPUT_VARIABLE owner OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+if(owner MATCHES "^([^:]+):")
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ${CMAKE_MATCH_1})
+endif()
+include(CPack)

@@ -1,0 +1,6 @@
+#include "framework/kernel/framework_version.h"
+
+CVersion QvGetFrameworkVersion()
+{
+    return QvGetFrameworkHeaderVersion();
+}

@@ -1,0 +1,42 @@
+// A module that a program loads while it runs, and that brings the framework up for itself.
+#include <cstring>
+
+#include "framework/framework.h"
+
+extern "C" QV_EXPORT int Open()
+{
+    return CFrameworkInitializer::Initialize();
+}
+
+extern "C" QV_EXPORT void Close()
+{
+    CFrameworkInitializer::Finalize();
+}
+
+namespace
+{
+unsigned int Increment(unsigned int uParameter)
+{
+    static_cast<void>(uParameter);
+    return 1;
+}
+}  // namespace
+
+// Goes through what is set up at start-up: strings, the pool, singletons, threads and the crypto lock.
+extern "C" QV_EXPORT bool Work()
+{
+    CString strText("text"), strCopy;
+    CMarshaler marshaler;
+    marshaler << strText >> strCopy;
+    unsigned char auRandom[16] = {};
+    const unsigned char auNone[16] = {};
+    CSecurePrng().Generate(sizeof(auRandom), auRandom);
+    CThread thread;
+    unsigned int uExitCode = 0;
+    const bool bRan =
+        thread.StartThread(Increment, 0, nullptr, 0, CThread::eNORMAL) >= 0 && thread.Join(&uExitCode) >= 0;
+    CVector<int> vecn;
+    vecn.Append(7);
+    return strCopy == "text" && std::memcmp(auRandom, auNone, sizeof(auNone)) != 0 && bRan && uExitCode == 1 &&
+           vecn[0] == 7;
+}

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# check_abi.sh LIBRARY: builds the library with the other compiler and compares what the two export, function by function.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+other=build/abi-clang
+cmake -S . -B "$other" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=clang++ \
+  -DORVEL_TESTS=OFF -DORVEL_EXAMPLES=OFF -DORVEL_BENCHMARKS=OFF
+cmake --build "$other" --target orvel_framework
+abidiff "$1" "$other/liborvel_framework.so"
