@@ -27,9 +27,11 @@ def read_times(files):
                 continue
             if name is None:
                 sys.exit(f"{file}: '{run['run_name']}' is not called WHAT/WHO[/SIZE]")
-            key = name["what"], (name["size"] or "").replace("threads:", "threads ")
-            # The processor's time leaves out what other programs took; threads also wait for each other.
-            time = run["real_time" if run["threads"] > 1 else "cpu_time"] * NANOSECONDS[run["time_unit"]]
+            size = name["size"] or ""
+            # The processor's time leaves out what other programs took; but threads and processes also wait for each other.
+            waits = run["threads"] > 1 or size.endswith("real_time")
+            key = name["what"], size.removesuffix("real_time").removesuffix("/").replace("threads:", "threads ")
+            time = run["real_time" if waits else "cpu_time"] * NANOSECONDS[run["time_unit"]]
             sides = times.setdefault(key, {})
             sides[name["who"]] = min(time, sides.get(name["who"], time))
             if name["who"] == "ours":
