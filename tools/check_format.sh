@@ -2,7 +2,7 @@
 # Fails if clang-format would change a source.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-if ! find framework tests bench examples \( -name '*.h' -o -name '*.cpp' \) -print0 |
+if ! find framework debugger tests bench examples \( -name '*.h' -o -name '*.cpp' \) -print0 |
   xargs -0 clang-format --dry-run -Werror; then
   echo "clang-format -i FILE puts a file in order"
   exit 1

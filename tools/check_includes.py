@@ -72,7 +72,7 @@ def sources(*directories):
 
 def check_include_lines():
     """Our own files are included in quotes and from the root, others in angle brackets."""
-    for path in sources("framework", "tests", "bench", "examples"):
+    for path in sources("framework", "debugger", "tests", "bench", "examples"):
         if path.startswith(FOREIGN):
             continue
         for number, quote, target in includes_of(path):
