@@ -164,11 +164,6 @@ bool CBlockAllocator::operator!=(const CBlockAllocator& rOther) const
     return !(*this == rOther);
 }
 
-void* CBlockAllocator::PopReserving()
-{
-    return Reserve(1) ? Pop() : nullptr;
-}
-
 QvResult InitializeCDefaultAllocator()
 {
     return CDefaultAllocator::InitializeCDefaultAllocator();

@@ -70,8 +70,8 @@ public:
     CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator);
     /// Same source and block size; the free list is not shared and starts empty.
     CBlockAllocator(const CBlockAllocator& rOther);
-    /// The same, with blocks of at least uMinBlockSize bytes.
-    CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
+    /// The same, with blocks of at least uMinBlockSize bytes: for the library's containers, like Exchange().
+    QV_HIDDEN CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
     CBlockAllocator& operator=(const CBlockAllocator&) = delete;
     /// Returns the free blocks to the source.
     virtual ~CBlockAllocator();
@@ -97,7 +97,7 @@ public:
     virtual void Push(void* pBlock);
 
     /// Exchanges everything: source, block size and free list.
-    void Exchange(CBlockAllocator& rOther);
+    QV_HIDDEN void Exchange(CBlockAllocator& rOther);
 
     /// The number of free blocks.
     unsigned int GetBlockCount() const;
@@ -117,7 +117,8 @@ public:
     }
 
 private:
-    void* PopReserving();
+    // Out of the way of Pop(), which a call that returns here would make save registers.
+    QV_HIDDEN __attribute__((noinline)) void* PopReserving() { return Reserve(1) ? Pop() : nullptr; }
 
     IAllocator* m_pAllocator;
     IAllocator::SBlock* m_pHead;

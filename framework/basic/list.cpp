@@ -303,15 +303,6 @@ void CListBase::ExchangeContents(CListBase& rOther)
                                     &List::m_pCachedNode, &List::m_pHead, &List::m_pTail);
 }
 
-void CListBase::DropAll()
-{
-    if (m_uSize == 0) return;
-    m_nodeAllocator.PushChain(&m_pTail->stBackwards, &m_pHead->stBackwards, m_uSize);
-    m_uSize = 0;
-    m_pHead = m_pTail = nullptr;
-    SetCache(0, nullptr);
-}
-
 // Makes at least uCount nodes free.
 QvResult CListBase::ReserveFree(unsigned int uCount)
 {

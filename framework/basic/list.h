@@ -184,7 +184,13 @@ protected:
     /// Exchanges everything but the element size with a list of the same element size.
     void ExchangeContents(CListBase& rOther);
     /// EraseAll() for elements that need no destruction. Cost: constant.
-    void DropAll();
+    QV_HIDDEN void DropAll()
+    {
+        if (m_uSize == 0) return;
+        m_nodeAllocator.PushChain(&m_pTail->stBackwards, &m_pHead->stBackwards, m_uSize);
+        m_uSize = m_uCachedIndex = 0;
+        m_pHead = m_pTail = m_pCachedNode = nullptr;
+    }
     /// Where the element of a block from the node allocator lies.
     static void* ElementIn(void* pBlock) { return static_cast<unsigned char*>(pBlock) + sizeof(SNode); }
     /// Makes a block, in which an element lies already, the last node and the cached one.

@@ -290,7 +290,7 @@ public:
     QvResult Append(const T& rElement)
     {
         const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
-        if (uSize == m_uCapacity) return AppendGrowing(rElement);
+        if (uSize == m_uCapacity) return AppendGrowing<Argument>(rElement);
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
@@ -329,7 +329,9 @@ private:
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;
 
-    __attribute__((noinline)) QvResult AppendGrowing(Argument element)
+    // A template, because the library's own instances would export a plain member.
+    template <typename Element>
+    QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(Element element)
     {
         return CVectorBase::Insert(m_uSize, 1, &element);
     }
