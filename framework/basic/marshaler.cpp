@@ -22,6 +22,20 @@ void SetLinkAt(unsigned char* puSegmentEnd, unsigned char* puNext)
     memcpy(puSegmentEnd, &puNext, sizeof(puNext));
 }
 
+// Integers that meet the end of a segment come through here: a width known to the compiler costs no call.
+void CopyRest(unsigned char* puDst, const unsigned char* puSrc, unsigned int uSize)
+{
+    switch (uSize)
+    {
+        case 0: return;
+        case 1: *puDst = *puSrc; return;
+        case 2: memcpy(puDst, puSrc, 2); return;
+        case 4: memcpy(puDst, puSrc, 4); return;
+        case 8: memcpy(puDst, puSrc, 8); return;
+        default: memcpy(puDst, puSrc, uSize); return;
+    }
+}
+
 // The inline members belong to the binary interface: this makes the compiler emit them.
 template <typename T>
 struct SOperators
@@ -86,13 +100,19 @@ void CMarshaler::Insert(const void* pvData, unsigned int uSize)
     const unsigned char* puData = static_cast<const unsigned char*>(pvData);
     for (;;)
     {
-        const unsigned int uPart = std::min(static_cast<unsigned int>(m_puWriteEnd - m_puWrite), uSize);
-        if (uPart != 0) memcpy(m_puWrite, puData, uPart);
-        m_puWrite += uPart;
-        uSize -= uPart;
-        if (uSize == 0 || !AppendSegment()) return;
-        puData += uPart;
+        const unsigned int uRoom = static_cast<unsigned int>(m_puWriteEnd - m_puWrite);
+        if (uSize <= uRoom) break;
+        if (uRoom != 0)
+        {
+            memcpy(m_puWrite, puData, uRoom);
+            m_puWrite += uRoom;
+            puData += uRoom;
+            uSize -= uRoom;
+        }
+        if (!AppendSegment()) return;
     }
+    CopyRest(m_puWrite, puData, uSize);
+    m_puWrite += uSize;
 }
 
 void CMarshaler::Extract(void* pvData, unsigned int uSize)
@@ -100,18 +120,23 @@ void CMarshaler::Extract(void* pvData, unsigned int uSize)
     unsigned char* puData = static_cast<unsigned char*>(pvData);
     for (;;)
     {
-        const unsigned int uPart = std::min(static_cast<unsigned int>(m_puReadEnd - m_puRead), uSize);
-        if (uPart != 0) memcpy(puData, m_puRead, uPart);
-        m_puRead += uPart;
-        uSize -= uPart;
-        if (uSize == 0) return;
-        puData += uPart;
+        const unsigned int uUnread = static_cast<unsigned int>(m_puReadEnd - m_puRead);
+        if (uSize <= uUnread) break;
+        if (uUnread != 0)
+        {
+            memcpy(puData, m_puRead, uUnread);
+            m_puRead += uUnread;
+            puData += uUnread;
+            uSize -= uUnread;
+        }
         if (!EnterNextSegment())
         {
             memset(puData, 0, uSize);
             return;
         }
     }
+    CopyRest(puData, m_puRead, uSize);
+    m_puRead += uSize;
 }
 
 void CMarshaler::Store(const void* pvData, unsigned int uSize)

@@ -65,31 +65,29 @@ private:
     static constexpr unsigned int uINLINE_SIZE = 56;
     static constexpr unsigned int uSEGMENT_SIZE = 88;
 
-    bool AppendSegment();
-    bool EnterNextSegment();
+    QV_HIDDEN bool AppendSegment();
+    QV_HIDDEN bool EnterNextSegment();
 
     // The pointers are copied first: storing bytes could change any member, as far as the compiler knows. What crosses
-    // segments is out of line and by value: an integer whose address is taken would have to be in memory always.
+    // segments goes through a copy: an integer whose address is taken would have to be in memory always.
     template <typename T>
-    CMarshaler& InsertValue(T value)
+    QV_HIDDEN CMarshaler& InsertValue(T value)
     {
         unsigned char* const puWrite = m_puWrite;
-        if (static_cast<size_t>(m_puWriteEnd - puWrite) < sizeof(T)) InsertAcrossSegments(value);
-        else
+        if (static_cast<size_t>(m_puWriteEnd - puWrite) >= sizeof(T))
         {
             memcpy(puWrite, &value, sizeof(T));
             m_puWrite = puWrite + sizeof(T);
         }
+        else
+        {
+            const T copy = value;
+            Insert(&copy, sizeof(T));
+        }
         return *this;
     }
     template <typename T>
-    __attribute__((noinline)) void InsertAcrossSegments(T value)
-    {
-        if (m_puWrite == m_puWriteEnd && AppendSegment()) InsertValue(value);
-        else Insert(&value, sizeof(T));
-    }
-    template <typename T>
-    CMarshaler& ExtractValue(T& rValue)
+    QV_HIDDEN CMarshaler& ExtractValue(T& rValue)
     {
         unsigned char* const puRead = m_puRead;
         if (static_cast<size_t>(m_puReadEnd - puRead) < sizeof(T)) rValue = ExtractAcrossSegments<T>();
@@ -103,7 +101,7 @@ private:
         return *this;
     }
     template <typename T>
-    __attribute__((noinline)) T ExtractAcrossSegments()
+    QV_HIDDEN __attribute__((noinline)) T ExtractAcrossSegments()
     {
         T value;
         if (m_puRead == m_puReadEnd && EnterNextSegment()) ExtractValue(value);

@@ -125,6 +125,17 @@ bool HasEndlessNumber(const char* psz)
     return false;
 }
 
+// The implicit assignments belong to the binary interface: this makes the compiler emit them.
+template <typename T>
+using Assignment = T& (T::*)(const T&);
+struct SEmitted
+{
+    Assignment<CTimeZone::STimeZone> pfnAssignTimeZone;
+    Assignment<CTimeZone::SDaylightSavingTime> pfnAssignDaylightSavingTime;
+};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {&CTimeZone::STimeZone::operator=,
+                                                &CTimeZone::SDaylightSavingTime::operator= };
+
 // The readers of the grammar move psz behind what they read; where they fail, the whole text is refused.
 
 bool ReadName(const char*& rpsz, CString& rstrName)
