@@ -255,6 +255,13 @@ TEST_F(CAATreeBaseLayout, ADestructorThroughItsSlotGivesTheNodesBack)
     EXPECT_EQ(0U, m_source.m_uOut);
 }
 
+TEST_F(CAATreeBaseLayout, ADestructorClearsTheElementSizeAndTheLock)
+{
+    const CRemains<CAATreeBase> tree(4U, CompareModulo, g_uWHOLE, static_cast<IAllocator*>(&m_source));
+    EXPECT_EQ(0U, tree.At(&CAATreeBase::m_uElementSize));
+    EXPECT_EQ(0U, tree.At(&CAATreeBase::m_uLockCapacity));
+}
+
 TEST(CAATreeBaseModule, SentinelLivesFromInitialiserToFinaliser)
 {
     const std::pair<QvResult (*)(), void (*)()> aModule[] = {

@@ -168,6 +168,13 @@ TEST_F(CBlockAllocatorLayout, ADestructorThroughItsSlotGivesTheBlocksBack)
     EXPECT_EQ(0U, m_source.m_uOut);
 }
 
+TEST_F(CBlockAllocatorLayout, ADestructorClearsTheSourceAndTheBlockSize)
+{
+    const CRemains<CBlockAllocator> blocks(8U, &m_source);
+    EXPECT_EQ(nullptr, blocks.At(&CBlockAllocator::m_pAllocator));
+    EXPECT_EQ(0U, blocks.At(&CBlockAllocator::m_uBlockSize));
+}
+
 TEST_F(CBlockAllocatorInterface, RaisesTheBlockSizeToALink)
 {
     for (const unsigned int uSize : {0U, 7U, 8U}) EXPECT_EQ(8U, CBlockAllocator(uSize, &m_source).m_uBlockSize);

@@ -250,6 +250,28 @@ private:
     alignas(16) unsigned char m_auMemory[sizeof(Object) + 64];
 };
 
+/// An object whose memory can still be looked at when its destructor has run.
+template <typename Object>
+class CRemains
+{
+public:
+    template <typename... Arguments>
+    explicit CRemains(Arguments&&... arguments)
+    {
+        (::new (m_auMemory) Object(std::forward<Arguments>(arguments)...))->~Object();
+    }
+
+    template <typename Field>
+    Field At(Field Object::*pmField) const
+    {
+        const Object* const pRemains = reinterpret_cast<const Object*>(m_auMemory);
+        return LoadAt<Field>(&(pRemains->*pmField), 0);
+    }
+
+private:
+    alignas(16) unsigned char m_auMemory[sizeof(Object)];
+};
+
 /// Whether the virtual table of an object or base object begins with these exported functions. By mangled names, which
 /// tell the two entries of a destructor apart, and by address, which equal functions may share.
 inline testing::AssertionResult HasSlots(const void* pvObject, std::initializer_list<const char*> mangledNames)

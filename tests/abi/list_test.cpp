@@ -190,6 +190,12 @@ TEST_F(CListBaseLayout, ADestructorThroughItsSlotGivesTheNodesBack)
     EXPECT_EQ(0U, m_source.m_uOut);
 }
 
+TEST_F(CListBaseLayout, ADestructorClearsTheElementSize)
+{
+    const CRemains<CListBase> list(4U, static_cast<IAllocator*>(&m_source));
+    EXPECT_EQ(0U, list.At(&CListBase::m_uElementSize));
+}
+
 TEST_F(CListBaseInterface, TakesItsNodesFromTheGivenSource)
 {
     const CBlockAllocator nodes(20, &m_source);

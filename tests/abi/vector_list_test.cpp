@@ -149,6 +149,12 @@ TEST_F(CVListBaseLayout, ADestructorThroughItsSlotGivesTheBlocksBack)
     EXPECT_EQ(0U, m_source.m_uOut);
 }
 
+TEST_F(CVListBaseLayout, ADestructorClearsTheElementSize)
+{
+    const CRemains<CVListBase> vlist(4U, static_cast<IAllocator*>(&m_source));
+    EXPECT_EQ(0U, vlist.At(&CVListBase::m_uElementSize));
+}
+
 TEST_F(CVListBaseInterface, TakesItsBlocksFromTheGivenSource)
 {
     const CBlockAllocator blocks(12, &m_source);

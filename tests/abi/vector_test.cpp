@@ -116,6 +116,13 @@ TEST_F(CVectorBaseLayout, ADestructorThroughItsSlotGivesTheStorageBack)
     EXPECT_EQ(0U, m_source.m_uOut);
 }
 
+TEST_F(CVectorBaseLayout, ADestructorClearsTheLockAndTheElementSize)
+{
+    const CRemains<CVectorBase> vector(4U, &m_source);
+    EXPECT_EQ(0U, vector.At(&CVectorBase::m_uLockCapacity));
+    EXPECT_EQ(0U, vector.At(&CVectorBase::m_uElementSize));
+}
+
 TEST_F(CVectorBaseInterface, CapacityIsExactAndOneBlock)
 {
     CVectorBase vector(3, false, &m_source);
