@@ -57,8 +57,8 @@ protected:
     static CVector<CCipher::EMode>* ms_pveceModes;
 
 private:
-    QvResult SetKey(const uint8_t* puKey, unsigned int uKeySize);
-    void Transform(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
+    QV_HIDDEN QvResult SetKey(const uint8_t* puKey, unsigned int uKeySize);
+    QV_HIDDEN void Transform(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
 
     CCipher::EAction m_eDefaultAction;
     CCipher::EMode m_eDefaultMode;

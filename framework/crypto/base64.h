@@ -84,11 +84,13 @@ public:
     int Position(uint8_t c);
 
 private:
-    QvResult UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
-    QvResult UpdateDecoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
-    unsigned int DecodedSize(const uint8_t* puIn, unsigned int uInSize) const;
-    unsigned int TopUpGroup(const uint8_t* puIn, unsigned int uInSize, unsigned int uFull);
-    void KeepRest(const uint8_t* puRest, unsigned int uSize);
+    QV_HIDDEN QvResult UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                      unsigned int* puOutSize);
+    QV_HIDDEN QvResult UpdateDecoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                      unsigned int* puOutSize);
+    QV_HIDDEN unsigned int DecodedSize(const uint8_t* puIn, unsigned int uInSize) const;
+    QV_HIDDEN unsigned int TopUpGroup(const uint8_t* puIn, unsigned int uInSize, unsigned int uFull);
+    QV_HIDDEN void KeepRest(const uint8_t* puRest, unsigned int uSize);
 
     EAction m_eDefaultAction;
     EMode m_eDefaultMode;

@@ -21,9 +21,9 @@ public:
     unsigned int GetSizeInBytes();
 
 private:
-    void Transform(const uint8_t* puBlocks, size_t uCount);
-    static void Encode(uint8_t* puOut, const uint32_t* puWords, unsigned int uWordCount);
-    static void Decode(uint32_t* puWords, const uint8_t* puIn, unsigned int uWordCount);
+    QV_HIDDEN void Transform(const uint8_t* puBlocks, size_t uCount);
+    QV_HIDDEN static void Encode(uint8_t* puOut, const uint32_t* puWords, unsigned int uWordCount);
+    QV_HIDDEN static void Decode(uint32_t* puWords, const uint8_t* puIn, unsigned int uWordCount);
 
     uint32_t m_auState[4];
     uint32_t m_auBitCount[2];  // low word first
