@@ -67,6 +67,9 @@ TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
     ASSERT_TRUE(queue->Initialize(2, 0));
     EXPECT_EQ(queue->m_puBegin + 4, queue->m_puEnd);
     EXPECT_EQ(1U, queue->m_uAlignment);
+    queue->Uninitialize();
+    ASSERT_TRUE(queue->Initialize(2, 0x80000000));
+    EXPECT_EQ(0x80000000U, queue->m_uAlignment);
 }
 
 TEST(CMemoryQueueLayout, APushedRecordIsItsSizeAndThenItsAlignedPayload)

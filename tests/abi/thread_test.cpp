@@ -44,6 +44,13 @@ void OnAnotherThread(Function function)
     std::thread(function).join();
 }
 
+/// A detached thread may still be on its way out after its join.
+void AwaitTheEndOfAllThreads()
+{
+    EXPECT_TRUE(CThread::ms_psemFinalizeWaitThread->Wait());
+    CThread::ms_psemFinalizeWaitThread->Signal(false);
+}
+
 bool IsListed(const CThread::STsd* pTsd)
 {
     CThread::ms_pmutex->Lock();
@@ -150,8 +157,7 @@ TEST(CThreadLayout, RunningThreadsAreCountedAndHoldTheShutDownBarrier)
     EXPECT_STREQ("CThread", thread.m_szName);
     g_mayReturn.Open();
     ASSERT_EQ(0, thread.Join(nullptr));
-    EXPECT_TRUE(CThread::ms_psemFinalizeWaitThread->Wait());
-    CThread::ms_psemFinalizeWaitThread->Signal(false);
+    AwaitTheEndOfAllThreads();
     EXPECT_EQ(0U, CThread::ms_uThreadCounter);
 }
 
@@ -260,6 +266,7 @@ TEST(CThreadCalls, AThreadKnowsItselfAndIsNotJoinedByItself)
     };
     ASSERT_EQ(0, thread.StartThread(pfnJoinMyself, 0, nullptr, 0, CThread::ePRIORITY_2));
     EXPECT_EQ(0, thread.Join(nullptr));
+    AwaitTheEndOfAllThreads();
     EXPECT_EQ(nullptr, CThread::GetThreadSelf());
     EXPECT_FALSE(thread.IsCurrentThread());
     const CThread other;

@@ -35,7 +35,7 @@ void FinalizeCTimer();
 
 namespace
 {
-constexpr unsigned long g_uHOUR_MS = 3600000;
+constexpr unsigned long g_uPERIOD_MS = 1UL << 40;  // more than 32 bits hold
 
 /// Free and made for timed waits, or taken; both with the maximum of a binary semaphore.
 void ExpectBinary(const CBinarySemaphore& rSemaphore, unsigned int uCount)
@@ -63,17 +63,17 @@ TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
 {
     const CRoomFor<CTimer> timer;
     const unsigned long uBefore = CTimer::GetSystemUpTimeMs();
-    EXPECT_TRUE(timer->StartCyclicWait(g_uHOUR_MS));
+    EXPECT_TRUE(timer->StartCyclicWait(g_uPERIOD_MS));
     EXPECT_LE(uBefore, timer->m_uNextMs);
     EXPECT_GE(CTimer::GetSystemUpTimeMs(), timer->m_uNextMs);
-    EXPECT_EQ(g_uHOUR_MS, timer->m_uPeriodMs);
+    EXPECT_EQ(g_uPERIOD_MS, timer->m_uPeriodMs);
     ExpectBinary(timer->m_semStop, 0);
     EXPECT_FALSE(timer->StartCyclicWait(1));
 
-    const unsigned long uLate = timer->m_uNextMs - 2 * g_uHOUR_MS;
+    const unsigned long uLate = timer->m_uNextMs - 2 * g_uPERIOD_MS;
     timer->m_uNextMs = uLate;
     EXPECT_TRUE(timer->CyclicWait(false));
-    EXPECT_EQ(uLate + g_uHOUR_MS, timer->m_uNextMs);
+    EXPECT_EQ(uLate + g_uPERIOD_MS, timer->m_uNextMs);
 
     timer->StopCyclicWait();
     EXPECT_EQ(0UL, timer->m_uNextMs);
@@ -84,11 +84,11 @@ TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
 TEST(CTimerLayout, AStoppedWaitGivesTheSemaphoreBack)
 {
     const CRoomFor<CTimer> timer;
-    ASSERT_TRUE(timer->StartCyclicWait(g_uHOUR_MS));
+    ASSERT_TRUE(timer->StartCyclicWait(g_uPERIOD_MS));
     timer->m_semStop.Signal(false);
     const unsigned long uNextMs = timer->m_uNextMs;
     EXPECT_FALSE(timer->CyclicWait(true));
-    EXPECT_EQ(uNextMs + g_uHOUR_MS, timer->m_uNextMs);
+    EXPECT_EQ(uNextMs + g_uPERIOD_MS, timer->m_uNextMs);
     ExpectBinary(timer->m_semStop, 1);
 }
 
