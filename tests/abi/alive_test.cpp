@@ -8,7 +8,7 @@ class CAliveObj : public CThread
 {
 public:
     CAliveObj();
-    virtual ~CAliveObj();
+    ~CAliveObj() override;
     virtual void Behavior() = 0;
     virtual void BehaviorTerminating();
     int Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
