@@ -1,0 +1,177 @@
+#include "tests/abi/foreign_program.h"
+#include "tests/abi/foreign_threads.h"
+#include "tests/abi/room_for.h"
+#include "tests/abi/started_framework.h"
+#include "tests/support/gate.h"
+
+class CAliveObj : public CThread
+{
+public:
+    CAliveObj();
+    ~CAliveObj() override;
+    virtual void Behavior() = 0;
+    virtual void BehaviorTerminating();
+    int Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
+    bool IsAlive();
+    bool IsDead();
+    bool IsUnborn();
+    static unsigned int StartMechanism(unsigned int uParameter);
+
+    unsigned int m_eAliveState;
+    CBinarySemaphore m_semStarted;
+    CBinarySemaphore m_semGo;
+    CMutex m_mutexActivation;
+    CMutex m_mutexState;
+};
+
+namespace
+{
+/// Where the mutexes that the calling thread locks are noted, while somebody wants to know.
+thread_local std::vector<const pthread_mutex_t*>* t_pLocked = nullptr;
+}  // namespace
+
+// In the place of the C library's.
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
+{
+    static const auto pfnReal = reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+    if (t_pLocked != nullptr) t_pLocked->push_back(pMutex);
+    return pfnReal(pMutex);
+}
+
+namespace
+{
+constexpr int g_nINVALID_STATE = static_cast<int>(0x80000002);
+
+/// Lives until it is told to die, and notes which of its functions the library has called.
+class CLife : public CAliveObj
+{
+public:
+    ~CLife() override
+    {
+        m_mayEnd.Open();
+        Join(nullptr);
+    }
+    void Behavior() override
+    {
+        m_notes += "lives;";
+        m_isLiving.Open();
+        m_mayEnd.Pass();
+    }
+    void BehaviorTerminating() override
+    {
+        m_notes += "has lived;";
+        CAliveObj::BehaviorTerminating();
+    }
+
+    std::string m_notes;
+    CGate m_isLiving;
+    CGate m_mayEnd;
+};
+
+void ExpectTaken(const CBinarySemaphore& rSemaphore)
+{
+    EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&rSemaphore, 0));
+    EXPECT_EQ(0U, rSemaphore.m_sem.m_uCount);
+    EXPECT_EQ(1U, rSemaphore.m_sem.m_uMaxCount);
+    EXPECT_TRUE(rSemaphore.m_sem.m_bTimedWait);
+}
+}  // namespace
+
+TEST(CAliveObjLayout, IsAThreadThenTheStateThenTwoSemaphoresAndTwoMutexes)
+{
+    static_assert(sizeof(CAliveObj) == 616);
+    const CRoomFor<CLife> life;
+    const void* const pvLife = static_cast<CAliveObj*>(&*life);
+    EXPECT_EQ(pvLife, static_cast<CThread*>(&*life));
+    EXPECT_EQ(0, OffsetToTop(pvLife));
+    EXPECT_EQ(224U, OffsetOf(*life, &CAliveObj::m_eAliveState));
+    EXPECT_EQ(232U, OffsetOf(*life, &CAliveObj::m_semStarted));
+    EXPECT_EQ(376U, OffsetOf(*life, &CAliveObj::m_semGo));
+    EXPECT_EQ(520U, OffsetOf(*life, &CAliveObj::m_mutexActivation));
+    EXPECT_EQ(568U, OffsetOf(*life, &CAliveObj::m_mutexState));
+    EXPECT_EQ(1U, life->m_eAliveState);
+    ExpectTaken(life->m_semStarted);
+    ExpectTaken(life->m_semGo);
+    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&life->m_mutexActivation, 0));
+    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&life->m_mutexState, 0));
+    EXPECT_EQ("(Not started)", std::string(life->m_szName));
+}
+
+TEST(CAliveObjLayout, TheStateFieldFollowsTheLife)
+{
+    const CRoomFor<CLife> life;
+    EXPECT_TRUE(life->IsUnborn());
+    ASSERT_EQ(0, life->Activate("life", 0, CThread::ePRIORITY_1));
+    life->m_isLiving.Pass();
+    EXPECT_EQ(3U, life->m_eAliveState);
+    EXPECT_TRUE(life->IsAlive());
+    EXPECT_FALSE(life->IsUnborn());
+    EXPECT_STREQ("life", life->m_szName);
+    EXPECT_EQ(CThread::ePRIORITY_1, life->m_ePriority);
+    EXPECT_EQ(&CAliveObj::StartMechanism, life->m_pfnThread);
+    EXPECT_EQ(g_nINVALID_STATE, life->Activate("again", 0, CThread::ePRIORITY_2));
+    life->m_mayEnd.Open();
+    ASSERT_EQ(0, life->Join(nullptr));
+    EXPECT_EQ(4U, life->m_eAliveState);
+    EXPECT_TRUE(life->IsDead());
+    EXPECT_FALSE(life->IsAlive());
+    EXPECT_EQ("lives;has lived;", life->m_notes);
+}
+
+TEST(CAliveObjLayout, TheQueriesReadTheStateField)
+{
+    const CRoomFor<CLife> life;
+    life->m_eAliveState = 2;
+    EXPECT_TRUE(life->IsAlive());
+    EXPECT_FALSE(life->IsUnborn());
+    EXPECT_FALSE(life->IsDead());
+    life->m_eAliveState = 4;
+    EXPECT_TRUE(life->IsDead());
+    EXPECT_FALSE(life->IsAlive());
+    life->m_eAliveState = 1;
+}
+
+TEST(CAliveObjLayout, TheActivationMutexStandsBeforeTheMutexOfTheState)
+{
+    const CRoomFor<CLife> life;
+    std::vector<const pthread_mutex_t*> locked;
+    t_pLocked = &locked;
+    life->IsUnborn();
+    life->m_eAliveState = 3;
+    const int nRes = life->Activate(nullptr, 0, CThread::ePRIORITY_2);
+    t_pLocked = nullptr;
+    EXPECT_EQ(g_nINVALID_STATE, nRes);
+    life->m_eAliveState = 1;
+    ASSERT_LE(3U, locked.size());
+    EXPECT_EQ(&life->m_mutexState.m_mutex, locked[0]);
+    EXPECT_EQ(&life->m_mutexActivation.m_mutex, locked[1]);
+    EXPECT_EQ(&life->m_mutexState.m_mutex, locked[2]);
+}
+
+TEST(CAliveObjLayout, ARefusedActivationStillSignalsTheSecondSemaphore)
+{
+    const CRoomFor<CLife> life;
+    life->m_eAliveState = 3;
+    EXPECT_EQ(g_nINVALID_STATE, life->Activate(nullptr, 0, CThread::ePRIORITY_2));
+    life->m_eAliveState = 1;
+    EXPECT_EQ(1U, life->m_semGo.m_sem.m_uCount);
+    ExpectTaken(life->m_semStarted);
+}
+
+TEST(CAliveObjLayout, BehaviourAndItsEndStandBehindTheDestructors)
+{
+    EXPECT_EQ(2, SlotOf(&CAliveObj::Behavior));
+    EXPECT_EQ(3, SlotOf(&CAliveObj::BehaviorTerminating));
+    const void* const pvTable = dlsym(RTLD_DEFAULT, "_ZTV9CAliveObj");
+    ASSERT_NE(nullptr, pvTable);
+    const void* const* const ppvSlots = static_cast<const void* const*>(pvTable) + 2;
+    // The first two are the destructors', which an abstract class need not fill.
+    EXPECT_EQ("__cxa_pure_virtual", FunctionInSlot(&ppvSlots, 2));
+    EXPECT_EQ("CAliveObj::BehaviorTerminating()", FunctionInSlot(&ppvSlots, 3));
+    delete ThroughTheTable(static_cast<CThread*>(new CLife));
+}
+
+TEST(CAliveObjCalls, TheThreadFunctionDoesNothingWithoutAnObject)
+{
+    EXPECT_EQ(0U, CAliveObj::StartMechanism(0));
+}

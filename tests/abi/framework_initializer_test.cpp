@@ -1,0 +1,243 @@
+#include <pthread.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "tests/abi/foreign_program.h"
+
+using QvResult = int;
+
+class CFrameworkInitializer
+{
+public:
+    enum EFinalizeFrom : int
+    {
+        eFROM_ASSERT = 1,
+        eFROM_RESULT = 3,
+        eFROM_THREAD = 5,
+        eFROM_DEFAULT_ALLOCATOR = 7,
+        eFROM_SINGLETON = 8,
+        eFROM_STRING = 9,
+        eFROM_EVENT_NOTIFIER = 10,
+        eFROM_TIMER = 11,
+        eFROM_TRACE_KERNEL = 12,
+        eFROM_TIME = 13,
+        eFROM_TRACE_TIME = 14,
+        eFROM_ECOM = 15,
+        eFROM_POOL = 17,
+        eFROM_AATREE = 18,
+        eFROM_STRING_FORMAT = 26,
+        eFROM_FAULT = 27,
+        eFROM_CRYPTO = 29,
+        eFROM_AES = 35,
+        eFROM_SECURE_PRNG = 36,
+        eFROM_SECURE_SEED = 37,
+        eFROM_ALL = 38
+    };
+
+    static QvResult Initialize();
+    static void Finalize();
+    static void PartialFinalize(EFinalizeFrom eFrom);
+
+    static unsigned int ms_uInitializationCount;
+};
+
+class CMarshaler;
+template <typename Object>
+QvResult InitializeCPool();
+template <typename Object>
+void FinalizeCPool();
+extern template QvResult InitializeCPool<CMarshaler>();
+extern template void FinalizeCPool<CMarshaler>();
+
+QvResult InitializeQvAssert();
+QvResult InitializeResult();
+QvResult InitializeCThread();
+QvResult InitializeCDefaultAllocator();
+QvResult InitializeCSingleton();
+QvResult InitializeCString();
+QvResult InitializeQvEventNotifier();
+QvResult InitializeCTimer();
+QvResult InitializeQvTraceKernel();
+QvResult InitializeCTime();
+QvResult InitializeQvTraceTime();
+QvResult InitializeECom();
+QvResult InitializeCAATreeBase();
+QvResult InitializeQvStringFormat();
+QvResult InitializeQvFault();
+QvResult InitializeCCrypto();
+QvResult InitializeCAesBremoFwOpenSsl();
+QvResult InitializeCSecurePrngBremoFw();
+QvResult InitializeCSecureSeedBremoFw();
+void FinalizeQvAssert();
+void FinalizeResult();
+void FinalizeCThread();
+void FinalizeCDefaultAllocator();
+void FinalizeCSingleton();
+void FinalizeCString();
+void FinalizeQvEventNotifier();
+void FinalizeCTimer();
+void FinalizeQvTraceKernel();
+void FinalizeCTime();
+void FinalizeQvTraceTime();
+void FinalizeECom();
+void FinalizeCAATreeBase();
+void FinalizeQvStringFormat();
+void FinalizeQvFault();
+void FinalizeCCrypto();
+void FinalizeCAesBremoFwOpenSsl();
+void FinalizeCSecurePrngBremoFw();
+void FinalizeCSecureSeedBremoFw();
+
+namespace
+{
+/// One row of the start-up sequence, and the exported pointer that shows whether the module is up, if it has one.
+struct SModule
+{
+    int nStage;
+    QvResult (*pfnInitialize)();
+    void (*pfnFinalize)();
+    const char* pszPointer;
+};
+
+constexpr SModule g_astMODULES[] = {
+    {1, InitializeQvAssert, FinalizeQvAssert, "g_pstAssertFailHandler"},
+    {3, InitializeResult, FinalizeResult, nullptr},
+    {5, InitializeCThread, FinalizeCThread, "_ZN7CThread9ms_pmutexE"},
+    {7, InitializeCDefaultAllocator, FinalizeCDefaultAllocator, "_ZN10CSingletonI17CDefaultAllocatorE12ms_pInstanceE"},
+    {8, InitializeCSingleton, FinalizeCSingleton, "_ZN14CSingletonBase9ms_pmutexE"},
+    {9, InitializeCString, FinalizeCString, "_ZN7CString9ms_pmutexE"},
+    {10, InitializeQvEventNotifier, FinalizeQvEventNotifier, nullptr},
+    {11, InitializeCTimer, FinalizeCTimer, "_ZN6CTimer28ms_pmutexThreadingProtectionE"},
+    {12, InitializeQvTraceKernel, FinalizeQvTraceKernel, nullptr},
+    {13, InitializeCTime, FinalizeCTime, "_ZN5CTime31ms_psemInternalAccessProtectionE"},
+    {14, InitializeQvTraceTime, FinalizeQvTraceTime, nullptr},
+    {15, InitializeECom, FinalizeECom, nullptr},
+    {17, InitializeCPool<CMarshaler>, FinalizeCPool<CMarshaler>, "_ZN5CPoolI10CMarshalerE18ms_pBlockAllocatorE"},
+    {18, InitializeCAATreeBase, FinalizeCAATreeBase, "_ZN11CAATreeBase12ms_pNullNodeE"},
+    {26, InitializeQvStringFormat, FinalizeQvStringFormat, nullptr},
+    {27, InitializeQvFault, FinalizeQvFault, nullptr},
+    {29, InitializeCCrypto, FinalizeCCrypto, "_ZN10CSingletonI7CCryptoE12ms_pInstanceE"},
+    {35, InitializeCAesBremoFwOpenSsl, FinalizeCAesBremoFwOpenSsl, "_ZN18CAesBremoFwOpenSsl13ms_pveceModesE"},
+    {36, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw, nullptr},
+    {37, InitializeCSecureSeedBremoFw, FinalizeCSecureSeedBremoFw, nullptr},
+};
+
+bool IsUp(const SModule& rModule)
+{
+    const void* const pvPointer = dlsym(RTLD_DEFAULT, rModule.pszPointer);
+    EXPECT_NE(nullptr, pvPointer) << rModule.pszPointer;
+    return pvPointer != nullptr && LoadAt<const void*>(pvPointer, 0) != nullptr;
+}
+
+/// The stages that the exported pointers show to be up.
+std::vector<int> StagesUp()
+{
+    std::vector<int> stages;
+    for (const SModule& rModule : g_astMODULES)
+    {
+        if (rModule.pszPointer != nullptr && IsUp(rModule)) stages.push_back(rModule.nStage);
+    }
+    return stages;
+}
+
+void InitializeByHand(int nLastStage)
+{
+    for (const SModule& rModule : g_astMODULES)
+    {
+        if (rModule.nStage > nLastStage) return;
+        ASSERT_EQ(0, rModule.pfnInitialize()) << "stage " << rModule.nStage;
+    }
+}
+
+const std::vector<int> g_ALL_STAGES = {1, 5, 7, 8, 9, 11, 13, 17, 18, 29, 35};
+}  // namespace
+
+TEST(CFrameworkInitializerCalls, TheExportedCountFollowsEveryUser)
+{
+    ASSERT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(1U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(g_ALL_STAGES, StagesUp());
+    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(2U, CFrameworkInitializer::ms_uInitializationCount);
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(1U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(g_ALL_STAGES, StagesUp());
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(std::vector<int>(), StagesUp());
+}
+
+TEST(CFrameworkInitializerCalls, TheCountIsTheOneThatTheFunctionsRead)
+{
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(0xFFFFFFFFU, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    CFrameworkInitializer::ms_uInitializationCount = 1;
+    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(2U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(std::vector<int>(), StagesUp());
+    CFrameworkInitializer::ms_uInitializationCount = 0;
+}
+
+TEST(CFrameworkInitializerCalls, AProgramCanBringTheModulesUpAndDownOneByOne)
+{
+    InitializeByHand(CFrameworkInitializer::eFROM_ALL);
+    EXPECT_EQ(g_ALL_STAGES, StagesUp());
+    std::vector<int> stages = g_ALL_STAGES;
+    for (auto iModule = std::rbegin(g_astMODULES); iModule != std::rend(g_astMODULES); ++iModule)
+    {
+        iModule->pfnFinalize();
+        stages.erase(std::remove(stages.begin(), stages.end(), iModule->nStage), stages.end());
+        EXPECT_EQ(stages, StagesUp()) << "stage " << iModule->nStage;
+    }
+    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+}
+
+TEST(CFrameworkInitializerCalls, PartialFinalisationTakesDownWhatItsStageSays)
+{
+    for (const int nStage : {1, 3, 5, 9, 10, 11, 13, 15, 17, 18, 26, 29, 35, 37})
+    {
+        SCOPED_TRACE(testing::Message() << "stage " << nStage);
+        InitializeByHand(nStage);
+        CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(nStage));
+        EXPECT_EQ(std::vector<int>(), StagesUp());
+    }
+}
+
+TEST(CFrameworkInitializerCalls, StagesInTheGapsBehaveLikeTheOneBelow)
+{
+    InitializeByHand(CFrameworkInitializer::eFROM_RESULT);
+    for (const int nStage : {0, 39, -1})
+    {
+        CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(nStage));
+        EXPECT_EQ(std::vector<int>{1}, StagesUp()) << "stage " << nStage;
+    }
+    CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(2));
+    EXPECT_EQ(std::vector<int>(), StagesUp());
+    InitializeByHand(CFrameworkInitializer::eFROM_AATREE);
+    CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(25));
+    EXPECT_EQ(std::vector<int>(), StagesUp());
+}
+
+TEST(CFrameworkInitializerCalls, FromAllTakesEverythingDown)
+{
+    InitializeByHand(CFrameworkInitializer::eFROM_ALL);
+    CFrameworkInitializer::PartialFinalize(CFrameworkInitializer::eFROM_ALL);
+    EXPECT_EQ(std::vector<int>(), StagesUp());
+}
+
+TEST(CFrameworkInitializerCalls, AStartThatFailsLeavesNothingUpAndIsNotCounted)
+{
+    std::vector<pthread_key_t> keys;
+    pthread_key_t hKey;
+    while (pthread_key_create(&hKey, nullptr) == 0) keys.push_back(hKey);
+    EXPECT_EQ(static_cast<QvResult>(0x80000001), CFrameworkInitializer::Initialize());
+    for (const pthread_key_t hTaken : keys) pthread_key_delete(hTaken);
+    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_FALSE(IsUp(g_astMODULES[0]));
+    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    CFrameworkInitializer::Finalize();
+}

@@ -1,0 +1,143 @@
+#include "tests/abi/foreign_program.h"
+#include "tests/abi/room_for.h"
+
+class CMemoryQueue
+{
+public:
+    CMemoryQueue();
+    virtual ~CMemoryQueue();
+    bool Initialize(unsigned int uSize, unsigned int uAlignment);
+    void Uninitialize();
+    unsigned char* Push(unsigned int uSize);
+
+    unsigned char* m_puBegin;
+    unsigned char* m_puEnd;
+    unsigned char* m_puDataEnd;
+    unsigned char* m_puRead;
+    unsigned char* m_puWrite;
+    unsigned int m_uAlignment;
+};
+
+template <typename Value>
+Value QV_ALIGNUP_VAL(Value uValue, unsigned long uAlignment);
+template <typename Pointer>
+Pointer QV_ALIGNUP_PTR(Pointer p, long nAlignment);
+extern template unsigned int QV_ALIGNUP_VAL<unsigned int>(unsigned int, unsigned long);
+extern template unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned char*, long);
+
+enum EOsVersion : unsigned int
+{
+};
+extern EOsVersion g_eOsVersion;
+class COsVersion
+{
+public:
+    static EOsVersion GetOsVersion();
+};
+
+// Neither needs the framework.
+TEST(CMemoryQueueLayout, AnUninitialisedQueueHoldsFiveNullPointersAndNoAlignment)
+{
+    static_assert(sizeof(CMemoryQueue) == 56);
+    const CRoomFor<CMemoryQueue> queue;
+    EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
+}
+
+TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
+{
+    const CRoomFor<CMemoryQueue> queue;
+    EXPECT_EQ(8U, OffsetOf(*queue, &CMemoryQueue::m_puBegin));
+    EXPECT_EQ(16U, OffsetOf(*queue, &CMemoryQueue::m_puEnd));
+    EXPECT_EQ(24U, OffsetOf(*queue, &CMemoryQueue::m_puDataEnd));
+    EXPECT_EQ(32U, OffsetOf(*queue, &CMemoryQueue::m_puRead));
+    EXPECT_EQ(40U, OffsetOf(*queue, &CMemoryQueue::m_puWrite));
+    EXPECT_EQ(48U, OffsetOf(*queue, &CMemoryQueue::m_uAlignment));
+    ASSERT_TRUE(queue->Initialize(64, 8));
+    unsigned char* const puBegin = queue->m_puBegin;
+    ASSERT_NE(nullptr, puBegin);
+    EXPECT_EQ(puBegin + 64, queue->m_puEnd);
+    EXPECT_EQ(puBegin + 64, queue->m_puDataEnd);
+    EXPECT_EQ(puBegin, queue->m_puRead);
+    EXPECT_EQ(puBegin, queue->m_puWrite);
+    EXPECT_EQ(8U, queue->m_uAlignment);
+    EXPECT_FALSE(queue->Initialize(128, 1));
+    EXPECT_EQ(puBegin, queue->m_puBegin);
+    queue->Uninitialize();
+    EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
+    ASSERT_TRUE(queue->Initialize(2, 0));
+    EXPECT_EQ(queue->m_puBegin + 4, queue->m_puEnd);
+    EXPECT_EQ(1U, queue->m_uAlignment);
+    queue->Uninitialize();
+    ASSERT_TRUE(queue->Initialize(2, 0x80000000));
+    EXPECT_EQ(0x80000000U, queue->m_uAlignment);
+}
+
+TEST(CMemoryQueueLayout, APushedRecordIsItsSizeAndThenItsAlignedPayload)
+{
+    const CRoomFor<CMemoryQueue> queue;
+    ASSERT_TRUE(queue->Initialize(64, 8));
+    EXPECT_EQ(queue->m_puBegin + 8, queue->Push(5));
+    EXPECT_EQ(5U, LoadAt<unsigned int>(queue->m_puWrite, 0));
+    EXPECT_EQ(queue->m_puBegin, queue->m_puWrite) << "the writer commits by moving the pointer itself";
+    queue->m_puWrite += 16;
+    EXPECT_EQ(queue->m_puBegin + 24, queue->Push(6));
+    EXPECT_EQ(6U, LoadAt<unsigned int>(queue->m_puBegin, 16));
+}
+
+TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEnd)
+{
+    const CRoomFor<CMemoryQueue> queue;
+    ASSERT_TRUE(queue->Initialize(64, 1));
+    unsigned char* const puBegin = queue->m_puBegin;
+    queue->m_puRead = puBegin + 40;
+    queue->m_puWrite = puBegin + 52;
+    EXPECT_EQ(puBegin + 4, queue->Push(16));
+    EXPECT_EQ(puBegin, queue->m_puWrite);
+    EXPECT_EQ(puBegin + 52, queue->m_puDataEnd);
+    EXPECT_EQ(puBegin + 40, queue->m_puRead);
+    queue->m_puWrite = puBegin + 20;
+    EXPECT_EQ(nullptr, queue->Push(16)) << "the writer would reach the reader";
+    EXPECT_EQ(puBegin + 24, queue->Push(12));
+}
+
+TEST(CMemoryQueueLayout, AnEmptyQueueStartsOverWhereItsTailIsTooShort)
+{
+    const CRoomFor<CMemoryQueue> queue;
+    ASSERT_TRUE(queue->Initialize(64, 1));
+    unsigned char* const puBegin = queue->m_puBegin;
+    queue->m_puRead = queue->m_puWrite = puBegin + 52;
+    EXPECT_EQ(puBegin + 4, queue->Push(16));
+    EXPECT_EQ(puBegin, queue->m_puRead);
+    EXPECT_EQ(puBegin, queue->m_puWrite);
+    EXPECT_EQ(puBegin + 64, queue->m_puDataEnd);
+}
+
+TEST(CMemoryQueueLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
+{
+    CMemoryQueue* const pQueue = ThroughTheTable(new CMemoryQueue);
+    ASSERT_TRUE(pQueue->Initialize(16, 1));
+    EXPECT_EQ(0, OffsetToTop(pQueue));
+    EXPECT_EQ("CMemoryQueue::~CMemoryQueue()", FunctionInSlot(pQueue, 0));
+    EXPECT_EQ("CMemoryQueue::~CMemoryQueue()", FunctionInSlot(pQueue, 1));
+    delete pQueue;
+}
+
+TEST(AlignmentCalls, RoundUpIn32BitsAndOnAddresses)
+{
+    EXPECT_EQ(8U, QV_ALIGNUP_VAL<unsigned int>(5, 4));
+    EXPECT_EQ(8U, QV_ALIGNUP_VAL<unsigned int>(8, 4));
+    EXPECT_EQ(0U, QV_ALIGNUP_VAL<unsigned int>(0, 16));
+    EXPECT_EQ(0U, QV_ALIGNUP_VAL<unsigned int>(0xFFFFFFFF, 4));
+    alignas(16) unsigned char auBytes[32];
+    EXPECT_EQ(auBytes + 16, QV_ALIGNUP_PTR<unsigned char*>(auBytes + 1, 16));
+    EXPECT_EQ(auBytes, QV_ALIGNUP_PTR<unsigned char*>(auBytes, 16));
+    EXPECT_EQ(nullptr, QV_ALIGNUP_PTR<unsigned char*>(nullptr, 16));
+}
+
+TEST(OsVersionCalls, TheAnswerIsKeptInTheExportedVariable)
+{
+    static_assert(sizeof(g_eOsVersion) == 4);
+    g_eOsVersion = EOsVersion(0);
+    EXPECT_EQ(6U, COsVersion::GetOsVersion());
+    EXPECT_EQ(6U, g_eOsVersion);
+}

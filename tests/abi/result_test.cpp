@@ -1,0 +1,159 @@
+#include "tests/abi/foreign_program.h"
+#include "tests/abi/started_framework.h"
+
+using QvResult = int;
+enum EQvPackageId : int
+{
+};
+
+QvResult QvRGetWorstOf(QvResult a, QvResult b);
+const char* QvResultGetMsgStr(QvResult res);
+QvResult QvResultInspect(QvResult res, EQvPackageId ePackage);
+QvResult InitializeResult();
+void FinalizeResult();
+unsigned long QvRemoveUnusedFunctionParamWarning(unsigned long uParameter);
+
+/// The same two fields in all four; what the functions other than the fail handler's take is not asserted.
+template <typename Function>
+struct SHandler
+{
+    Function* pfnHandler;
+    unsigned int uOpaque;
+};
+using FailFunction = void(unsigned int, const char*, int, const char*, const char*, unsigned int);
+using OtherFunction = void(unsigned int);
+struct SAssertFailHandler : SHandler<FailFunction>
+{
+};
+struct SAssertTraceHandler : SHandler<OtherFunction>
+{
+};
+struct SAssertCallStackTraceHandler : SHandler<OtherFunction>
+{
+};
+struct SAssertFinalBehaviorHandler : SHandler<OtherFunction>
+{
+};
+
+void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFirst, int nLine, const char* pszSecond,
+                                const char* pszThird, unsigned int uNumber);
+SAssertFailHandler QvAssertSetNewFailHandler(SAssertFailHandler* pstHandler);
+SAssertTraceHandler QvAssertSetNewTraceHandler(SAssertTraceHandler* pstHandler);
+SAssertCallStackTraceHandler QvAssertSetNewCallStackTraceHandler(SAssertCallStackTraceHandler* pstHandler);
+SAssertFinalBehaviorHandler QvAssertSetNewFinalBehaviorHandler(SAssertFinalBehaviorHandler* pstHandler);
+QvResult InitializeQvAssert();
+void FinalizeQvAssert();
+extern SAssertFailHandler* g_pstAssertFailHandler;
+extern SAssertTraceHandler* g_pstAssertTraceHandler;
+extern SAssertCallStackTraceHandler* g_pstAssertCallStackTraceHandler;
+extern SAssertFinalBehaviorHandler* g_pstAssertFinalBehaviorHandler;
+
+namespace
+{
+void OwnFailHandler(unsigned int, const char*, int, const char*, const char*, unsigned int)
+{
+}
+void OwnHandler(unsigned int)
+{
+}
+
+constexpr QvResult Code(unsigned int uBits)
+{
+    return static_cast<QvResult>(uBits);
+}
+}  // namespace
+
+TEST(ResultCalls, CodesAreSigned32BitNumbersRankedByTheirTopBits)
+{
+    EXPECT_EQ(Code(0x80000001), QvRGetWorstOf(Code(0x80000001), Code(0x80000003)));
+    EXPECT_EQ(Code(0x80000003), QvRGetWorstOf(0, Code(0x80000003)));
+    EXPECT_EQ(Code(0xC0000001), QvRGetWorstOf(Code(0xC0000001), Code(0x80000003)));
+    EXPECT_EQ(Code(0x40000000), QvRGetWorstOf(Code(0x40000000), 0));
+}
+
+TEST(ResultCalls, EveryCodeHasTheSameEmptyTextAndPassesThroughInspection)
+{
+    EXPECT_STREQ("", QvResultGetMsgStr(0));
+    EXPECT_EQ(QvResultGetMsgStr(0), QvResultGetMsgStr(Code(0x80000001)));
+    EXPECT_EQ(Code(0x80008417), QvResultInspect(Code(0x80008417), EQvPackageId(7)));
+}
+
+TEST(ResultCalls, TheModuleHasNothingToSetUp)
+{
+    FinalizeResult();
+    EXPECT_EQ(0, InitializeResult());
+}
+
+TEST(ResultCalls, TheSilencerReturnsAllBitsOfAPointer)
+{
+    EXPECT_EQ(0xFEDCBA9876543210UL, QvRemoveUnusedFunctionParamWarning(0xFEDCBA9876543210UL));
+}
+
+/// How the setter and the record of one kind of handler work together.
+template <typename Record>
+void ExpectHandlersAreExchanged(Record (*pfnSet)(Record*), Record*& rpCurrent, decltype(Record::pfnHandler) pfnOwn,
+                                decltype(Record::pfnHandler) pfnDefault)
+{
+    static_assert(sizeof(Record) == 16 && sizeof(Record::uOpaque) == 4);
+    ASSERT_NE(nullptr, rpCurrent);
+    EXPECT_EQ(pfnDefault, LoadAt<decltype(pfnDefault)>(rpCurrent, 0));
+    EXPECT_EQ(0U, LoadAt<unsigned int>(rpCurrent, 8));
+
+    Record own;
+    own.pfnHandler = pfnOwn;
+    own.uOpaque = 0xFEDCBA98;
+    EXPECT_EQ(pfnDefault, pfnSet(&own).pfnHandler);
+    EXPECT_EQ(pfnOwn, LoadAt<decltype(pfnOwn)>(rpCurrent, 0));
+    EXPECT_EQ(0xFEDCBA98U, LoadAt<unsigned int>(rpCurrent, 8));
+
+    const Record before = pfnSet(nullptr);
+    EXPECT_EQ(pfnOwn, before.pfnHandler);
+    EXPECT_EQ(0xFEDCBA98U, before.uOpaque);
+    EXPECT_EQ(pfnDefault, rpCurrent->pfnHandler);
+    EXPECT_EQ(0U, rpCurrent->uOpaque);
+}
+
+TEST(AssertionLayout, EveryRecordIsAFunctionAndANumberAndTravelsByValue)
+{
+    ExpectHandlersAreExchanged(QvAssertSetNewFailHandler, g_pstAssertFailHandler, OwnFailHandler,
+                               QvDefaultAssertFailHandler);
+    ExpectHandlersAreExchanged(QvAssertSetNewTraceHandler, g_pstAssertTraceHandler, OwnHandler, nullptr);
+    ExpectHandlersAreExchanged(QvAssertSetNewCallStackTraceHandler, g_pstAssertCallStackTraceHandler, OwnHandler,
+                               nullptr);
+    ExpectHandlersAreExchanged(QvAssertSetNewFinalBehaviorHandler, g_pstAssertFinalBehaviorHandler, OwnHandler,
+                               nullptr);
+}
+
+TEST(AssertionLayout, TheRecordsAreFourDifferentOnes)
+{
+    SAssertTraceHandler own;
+    own.pfnHandler = OwnHandler;
+    own.uOpaque = 1;
+    QvAssertSetNewTraceHandler(&own);
+    EXPECT_EQ(nullptr, g_pstAssertCallStackTraceHandler->pfnHandler);
+    EXPECT_EQ(nullptr, g_pstAssertFinalBehaviorHandler->pfnHandler);
+    QvAssertSetNewTraceHandler(nullptr);
+}
+
+TEST(AssertionCalls, TheDefaultHandlerTakesItsSixArgumentsAndReturns)
+{
+    QvDefaultAssertFailHandler(1, "condition", 2, "file", nullptr, 3);
+}
+
+TEST(AssertionCalls, TheExportedPointersAreNullWhileTheModuleIsDown)
+{
+    SAssertFailHandler own;
+    own.pfnHandler = OwnFailHandler;
+    own.uOpaque = 9;
+    QvAssertSetNewFailHandler(&own);
+    const SAssertFailHandler* const pstRecord = g_pstAssertFailHandler;
+    FinalizeQvAssert();
+    EXPECT_EQ(nullptr, g_pstAssertFailHandler);
+    EXPECT_EQ(nullptr, g_pstAssertTraceHandler);
+    EXPECT_EQ(nullptr, g_pstAssertCallStackTraceHandler);
+    EXPECT_EQ(nullptr, g_pstAssertFinalBehaviorHandler);
+    EXPECT_EQ(0, InitializeQvAssert());
+    EXPECT_EQ(pstRecord, g_pstAssertFailHandler) << "static storage";
+    EXPECT_EQ(QvDefaultAssertFailHandler, g_pstAssertFailHandler->pfnHandler);
+    EXPECT_EQ(0U, g_pstAssertFailHandler->uOpaque);
+}
