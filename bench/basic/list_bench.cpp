@@ -80,5 +80,5 @@ BENCHMARK(BM_IterateStd)->Name("list scan/std::list")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_IndexScanOurs)->Name("list scan by index/ours")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_IterateStd)->Name("list scan by index/std::list iterators")->Arg(1000)->Arg(100000);
 BENCHMARK(SortOurs<CList<int>>)->Name("list sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortByHand<20>)->Name("list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<CList<int>>)->Name("list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
 }  // namespace

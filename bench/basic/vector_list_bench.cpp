@@ -42,5 +42,5 @@ void BM_MiddleStd(benchmark::State& rState)
 BENCHMARK(BM_MiddleOurs)->Name("vector list middle/ours")->Arg(100)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_MiddleStd)->Name("vector list middle/std::vector of pointers")->Arg(100)->Arg(1000)->Arg(100000);
 BENCHMARK(SortOurs<CVList<int>>)->Name("vector list sort/ours")->Arg(100)->Arg(1000)->Arg(100000);
-BENCHMARK(SortByHand<8>)->Name("vector list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
+BENCHMARK(SortByHand<CVList<int>>)->Name("vector list sort/by hand")->Arg(100)->Arg(1000)->Arg(100000);
 }  // namespace

@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include "framework/basic/allocator.h"
 #include "framework/basic/ordered_sequence.h"
 
 /// The comparison of all container benchmarks, called through a pointer by both sides.
@@ -47,69 +47,118 @@ inline std::vector<int> ShuffledInts(std::int64_t nCount)
     return numbers;
 }
 
-/// The containers' Shell sort as one writes it by hand over an array of addresses.
-inline void ShellSortByHand(std::vector<int*>& rElements, PFNCompareElements pfnCompare)
+/// The containers' Shell sort as one writes it by hand over an array of addresses; a function of its own, as ours is.
+[[gnu::noinline]] inline void ShellSortByHand(int** ppnElements, std::size_t uSize, PFNCompareElements pfnCompare,
+                                              unsigned int uParam)
 {
     static const std::size_t auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
                                          861,     336,    112,    48,    21,    7,     3,    1};
     for (const std::size_t uGap : auGAPS)
     {
-        for (std::size_t uNext = uGap; uNext < rElements.size(); ++uNext)
+        for (std::size_t uNext = uGap; uNext < uSize; ++uNext)
         {
-            int* const pHeld = rElements[uNext];
+            int* const pnHeld = ppnElements[uNext];
             std::size_t uHole = uNext;
-            for (; uHole >= uGap && pfnCompare(rElements[uHole - uGap], pHeld, 0) > 0; uHole -= uGap)
+            for (; uHole >= uGap && pfnCompare(ppnElements[uHole - uGap], pnHeld, uParam) > 0; uHole -= uGap)
             {
-                rElements[uHole] = rElements[uHole - uGap];
+                ppnElements[uHole] = ppnElements[uHole - uGap];
             }
-            rElements[uHole] = pHeld;
+            ppnElements[uHole] = pnHeld;
         }
     }
 }
 
-/// Brings elements back into disorder, untimed where that takes longer than stopping the clock.
-template <typename Elements, typename Assign>
-void Shuffle(benchmark::State& rState, Elements& rElements, const std::vector<int>& rNumbers, Assign assign)
+/// Small blocks side by side, 32 bytes apart as malloc() lays them: elements lie alike in every run, in whatever order
+/// the heap would give back the blocks of those before.
+class CArena : public IAllocator
 {
-    const bool bUntimed = rNumbers.size() >= 10000;
-    if (bUntimed) rState.PauseTiming();
-    auto itNumber = rNumbers.begin();
-    for (auto& rElement : rElements) assign(rElement, *itNumber++);
-    if (bUntimed) rState.ResumeTiming();
-}
+public:
+    explicit CArena(std::int64_t nBlocks) : m_slots(static_cast<std::size_t>(nBlocks)), m_uUsed(0) {}
+
+    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
+    {
+        if (uSize > sizeof(SSlot) || uCount > m_slots.size() - m_uUsed) return nullptr;
+        SBlock* pFirst = nullptr;
+        for (SBlock** ppLink = &pFirst; uCount != 0; --uCount, ppLink = &(*ppLink)->pNext)
+        {
+            *ppLink = new (&m_slots[m_uUsed++]) SBlock{nullptr};
+            if (ppLast != nullptr) *ppLast = *ppLink;
+        }
+        return pFirst;
+    }
+    void Release(SBlock*, unsigned int) override {}
+
+private:
+    struct alignas(16) SSlot
+    {
+        unsigned char auBytes[32];
+    };
+
+    std::vector<SSlot> m_slots;
+    std::size_t m_uUsed;
+};
+
+/// A container of ours with numbers in disorder, to which they return however they were sorted.
+template <typename Container>
+class CDisorder
+{
+public:
+    explicit CDisorder(std::int64_t nCount)
+        : m_arena(nCount), m_container(&m_arena), m_numbers(ShuffledInts(nCount)), m_uStep(0), m_uNext(0)
+    {
+        m_container.ReserveCapacity(static_cast<unsigned int>(nCount));
+        for (const int n : m_numbers) m_container.Append(n);
+        for (int& rn : m_container) m_elements.push_back(&rn);
+    }
+    Container& GetContainer() { return m_container; }
+    /// The addresses of the elements, as they were made.
+    const std::vector<int*>& GetElements() const { return m_elements; }
+
+    /// Deals the numbers to the elements as they were made: no container pays for the way to them. Each time it begins
+    /// another step further on: the processor cannot learn the outcome of the comparisons by heart.
+    void Restore()
+    {
+        m_uStep = m_uStep + 1 < m_numbers.size() ? m_uStep + 1 : 1;
+        m_uNext = (m_uNext + m_uStep) % m_numbers.size();
+        for (int* const pnElement : m_elements)
+        {
+            *pnElement = m_numbers[m_uNext];
+            if (++m_uNext == m_numbers.size()) m_uNext = 0;
+        }
+    }
+
+private:
+    CArena m_arena;
+    Container m_container;
+    std::vector<int> m_numbers;
+    std::vector<int*> m_elements;
+    std::size_t m_uStep;
+    std::size_t m_uNext;
+};
 
 /// Sorts a container of ours by a callback.
 template <typename Container>
 void SortOurs(benchmark::State& rState)
 {
-    const std::vector<int> numbers = ShuffledInts(rState.range(0));
-    Container elements;
-    elements.ReserveCapacity(static_cast<unsigned int>(numbers.size()));
-    for (const int n : numbers) elements.Append(n);
+    CDisorder<Container> disorder(rState.range(0));
     for (auto _ : rState)
     {
-        Shuffle(rState, elements, numbers, [](int& rnElement, int n) { rnElement = n; });
-        elements.Sort(OpaqueCompare(), 0);
+        disorder.GetContainer().Sort(OpaqueCompare(), 0);
+        disorder.Restore();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-/// Sorts the addresses of elements that were allocated as a container's are.
-template <std::size_t NODE_SIZE>
+/// Sorts the addresses of the same elements.
+template <typename Container>
 void SortByHand(benchmark::State& rState)
 {
-    const std::vector<int> numbers = ShuffledInts(rState.range(0));
-    std::vector<std::unique_ptr<unsigned char[]>> nodes;
-    std::vector<int*> elements;
-    for (const int n : numbers)
-    {
-        nodes.emplace_back(new unsigned char[NODE_SIZE]);
-        elements.push_back(new (nodes.back().get() + NODE_SIZE - sizeof(int)) int(n));
-    }
+    CDisorder<Container> disorder(rState.range(0));
+    std::vector<int*> order = disorder.GetElements();
     for (auto _ : rState)
     {
-        Shuffle(rState, elements, numbers, [](int* pnElement, int n) { *pnElement = n; });
-        ShellSortByHand(elements, OpaqueCompare());
+        ShellSortByHand(order.data(), order.size(), OpaqueCompare(), 0);
+        disorder.Restore();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }

@@ -27,6 +27,11 @@ void* ElementOf(CListBase::SNode* pNode)
 {
     return pNode + 1;
 }
+
+CListBase::SNode* NodeOf(void* pElement)
+{
+    return static_cast<CListBase::SNode*>(pElement) - 1;
+}
 }  // namespace
 
 // Nodes linked with each other, but not, or no longer, with a list.
@@ -389,9 +394,18 @@ void CListBase::SetCache(unsigned int uIndex, SNode* pNode) const
     m_pCachedNode = pNode;
 }
 
+// Walks from both ends at once: a step waits for the link that it follows, and two can wait together.
 void CListBase::ListElements(void** ppElements) const
 {
-    for (SNode* pNode = m_pHead; pNode != nullptr; pNode = pNode->pFollowing) *ppElements++ = ElementOf(pNode);
+    SNode* pFront = m_pHead;
+    SNode* pBack = m_pTail;
+    for (void** ppEnd = ppElements + m_uSize; ppElements < ppEnd;)
+    {
+        *ppElements++ = ElementOf(pFront);
+        *--ppEnd = ElementOf(pBack);
+        pFront = pFront->pFollowing;
+        pBack = pBack->GetPrevious();
+    }
 }
 
 // Links all nodes anew, in the order of their elements.
@@ -399,14 +413,18 @@ void CListBase::RelinkAs(void* const* ppElements)
 {
     // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
     constexpr unsigned int uAHEAD = 16;
-    SChain stSorted{};
-    while (stSorted.uCount < m_uSize)
+    SNode* pLast = NodeOf(ppElements[0]);
+    m_pHead = pLast;
+    pLast->SetPrevious(nullptr);
+    for (unsigned int uNext = 1; uNext < m_uSize; ++uNext)
     {
-        if (m_uSize - stSorted.uCount > uAHEAD) __builtin_prefetch(ppElements[stSorted.uCount + uAHEAD], 1);
-        stSorted.Append(static_cast<SNode*>(ppElements[stSorted.uCount]) - 1);
+        if (m_uSize - uNext > uAHEAD) __builtin_prefetch(ppElements[uNext + uAHEAD], 1);
+        SNode* const pNext = NodeOf(ppElements[uNext]);
+        pLast->pFollowing = pNext;
+        pNext->SetPrevious(pLast);
+        pLast = pNext;
     }
-    stSorted.pLast->pFollowing = nullptr;
-    m_pHead = stSorted.pFirst;
-    m_pTail = stSorted.pLast;
+    pLast->pFollowing = nullptr;
+    m_pTail = pLast;
     SetCache(0, m_pHead);
 }

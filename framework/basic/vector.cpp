@@ -148,7 +148,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, unsigned int uCount, const voi
     const QvResult res = GrowTo(size_t{m_uSize} + uCount);
     if (res >= 0)
     {
-        Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+        MoveTail(uIndex + uCount, uIndex);
         m_uSize += uCount;
         for (unsigned int uNew = 0; uNew < uCount; ++uNew) FillSlot(uIndex + uNew, pElement);
     }
@@ -167,7 +167,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
     const unsigned int uCount = rSrc.m_uSize;
     const QvResult res = GrowTo(size_t{m_uSize} + uCount);
     if (res < 0) return res;
-    Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+    MoveTail(uIndex + uCount, uIndex);
     // A vector inserted into itself has its source cut in two by the gap.
     const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
     Copy(this, uIndex, &rSrc, 0, uBeforeGap);
@@ -179,7 +179,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
 void* CVectorBase::Allocate(unsigned int uIndex)
 {
     if (uIndex > m_uSize || GrowTo(size_t{m_uSize} + 1) < 0) return nullptr;
-    Move(this, uIndex + 1, this, uIndex, m_uSize - uIndex);
+    MoveTail(uIndex + 1, uIndex);
     ++m_uSize;
     return SlotAt(uIndex);
 }
@@ -192,7 +192,7 @@ void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
     {
         for (unsigned int uErased = 0; uErased < uCount; ++uErased) Destruct(SlotAt(uIndex + uErased));
     }
-    Move(this, uIndex, this, uIndex + uCount, m_uSize - uIndex - uCount);
+    MoveTail(uIndex, uIndex + uCount);
     m_uSize -= uCount;
 }
 
@@ -212,7 +212,7 @@ QvResult CVectorBase::Merge(unsigned int uIndex, CVectorBase& rSrc)
     const unsigned int uCount = rSrc.m_uSize;
     const QvResult res = GrowTo(size_t{m_uSize} + uCount);
     if (res < 0) return res;
-    Move(this, uIndex + uCount, this, uIndex, m_uSize - uIndex);
+    MoveTail(uIndex + uCount, uIndex);
     Move(this, uIndex, &rSrc, 0, uCount);
     m_uSize += uCount;
     rSrc.m_uSize = 0;
@@ -325,6 +325,14 @@ bool CVectorBase::HoldsAddress(const void* pv) const
 {
     const uintptr_t uOffset = reinterpret_cast<uintptr_t>(pv) - reinterpret_cast<uintptr_t>(m_pvStorage);
     return pv != nullptr && uOffset < BytesOf(m_uCapacity);
+}
+
+// Moves all elements from uSrcIndex on. Bytes go at once: what Move() asks about two vectors costs as much as moving few.
+inline void CVectorBase::MoveTail(unsigned int uDestIndex, unsigned int uSrcIndex)
+{
+    const unsigned int uCount = m_uSize - uSrcIndex;
+    if (m_bConstruct) Move(this, uDestIndex, this, uSrcIndex, uCount);
+    else if (uCount != 0) memmove(SlotAt(uDestIndex), SlotAt(uSrcIndex), BytesOf(uCount));
 }
 
 QvResult CVectorBase::GrowTo(size_t uCapacity)

@@ -188,6 +188,7 @@ private:
     QV_HIDDEN unsigned char* SlotAt(unsigned int uIndex) const;
     QV_HIDDEN size_t BytesOf(unsigned int uCount) const;
     QV_HIDDEN bool HoldsAddress(const void* pv) const;
+    QV_HIDDEN void MoveTail(unsigned int uDestIndex, unsigned int uSrcIndex);
     QV_HIDDEN QvResult GrowTo(size_t uCapacity);
     QV_HIDDEN QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
     QV_HIDDEN void ReplaceStorage(void* pvStorage, unsigned int uCapacity);

@@ -98,17 +98,14 @@ const void* CVListBase::GetAt(unsigned int uIndex) const
 QvResult CVListBase::Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
     if (uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
-    const bool bAtHand = uCount == 1 && m_elementAllocator.HasFree();
-    if (!bAtHand && !m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
-    const QvResult res = OpenSlots(uIndex, uCount);
-    for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew)
+    if (uCount != 1 || !m_elementAllocator.HasFree() || GetSize() == GetCapacity())
     {
-        void* const pBlock = m_elementAllocator.Pop();
-        if (pElement != nullptr) ConstructFrom(pBlock, pElement);
-        else Construct(pBlock);
-        m_order[uIndex + uNew] = pBlock;
+        return InsertReserving(uIndex, uCount, pElement);
     }
-    return res;
+    // Block and slot are at hand: nothing can fail, and the slot need not be null before it is filled.
+    m_order.Allocate(uIndex);
+    FillSlot(uIndex, pElement);
+    return QV_RES_OK;
 }
 
 QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
@@ -236,12 +233,26 @@ bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, uns
            size_t{uSrcIndex} + uCount <= rSrc.GetSize();
 }
 
+QvResult CVListBase::InsertReserving(unsigned int uIndex, unsigned int uCount, const void* pElement)
+{
+    if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+    const QvResult res = OpenSlots(uIndex, uCount);
+    for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew) FillSlot(uIndex + uNew, pElement);
+    return res;
+}
+
 QvResult CVListBase::OpenSlots(unsigned int uIndex, unsigned int uCount)
 {
-    if (uCount != 1 || GetSize() == GetCapacity()) return m_order.Insert(uIndex, uCount, nullptr);
-    // Within the capacity a single slot cannot fail, and need not be null before it is filled.
-    m_order.Allocate(uIndex);
-    return QV_RES_OK;
+    return m_order.Insert(uIndex, uCount, nullptr);
+}
+
+// Makes the element of a slot, in a block that is free.
+inline void CVListBase::FillSlot(unsigned int uIndex, const void* pElement)
+{
+    void* const pBlock = m_elementAllocator.Pop();
+    if (pElement != nullptr) ConstructFrom(pBlock, pElement);
+    else Construct(pBlock);
+    m_order[uIndex] = pBlock;
 }
 
 QvResult CVListBase::GrowFor(size_t uSize)

@@ -173,7 +173,9 @@ protected:
 private:
     QV_HIDDEN bool HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex,
                               unsigned int uCount) const;
+    QV_HIDDEN QvResult InsertReserving(unsigned int uIndex, unsigned int uCount, const void* pElement);
     QV_HIDDEN QvResult OpenSlots(unsigned int uIndex, unsigned int uCount);
+    QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
     QV_HIDDEN QvResult GrowFor(size_t uSize);
     QV_HIDDEN bool ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount);
     QV_HIDDEN void DiscardBlock(void* pBlock);

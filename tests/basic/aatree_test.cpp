@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 #include <string>
 
+#include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
@@ -13,6 +16,8 @@
 namespace
 {
 using CNode = CAATreeBase::CAATreeNode;
+
+constexpr std::size_t g_uROOT = 88;  // offset of the binary interface
 
 int CompareInts(const void* pFirst, const void* pSecond, unsigned int)
 {
@@ -79,7 +84,7 @@ TEST(CAATreeLayout, FieldsLieWhereTheBinaryInterfaceHasThem)
     void* const pElement = tree.Allocate();
     EXPECT_EQ(1u, LoadAt<unsigned int>(&tree, 80));
     tree.EraseAllocated(pElement);
-    const CNode* const pRoot = LoadAt<CNode*>(&tree, 88);
+    const CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
     EXPECT_EQ(2, ValueOf(const_cast<CNode*>(pRoot)));
     CNode* const pThird = tree.FindNodeByIndex(2);
     EXPECT_EQ(pThird, LoadAt<CNode*>(&tree, 96));
@@ -229,7 +234,7 @@ TEST(CAATreeErase, OfAllKeepsTheCapacity)
     EXPECT_TRUE(tree.IsEmpty());
     EXPECT_EQ(20u, tree.GetCapacity());
     EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(&tree, 88));
+    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(&tree, g_uROOT));
     const std::size_t uRequests = allocator.GetRequests().size();
     for (int n = 0; n < 20; ++n) tree.Add(n);
     EXPECT_EQ(uRequests, allocator.GetRequests().size()) << "nodes are used again";
@@ -407,33 +412,62 @@ TEST(CAATreeCurrentNode, OneThatWasSetDoesNotMisleadAccessByIndex)
     EXPECT_TRUE(tree.CurrentNodeIsInvalid());
 }
 
+// From a node to the root, both included.
+std::vector<CNode*> WayUp(CNode* pNode)
+{
+    std::vector<CNode*> way;
+    for (; !CAATreeBase::IsSentinel(pNode); pNode = pNode->pParent) way.push_back(pNode);
+    return way;
+}
+
+// The nodes on the shortest way from one to another, both included.
+std::set<CNode*> WayBetween(CNode* pFrom, CNode* pTo)
+{
+    const std::vector<CNode*> up = WayUp(pFrom);
+    const std::vector<CNode*> down = WayUp(pTo);
+    const auto itsTop = std::mismatch(up.rbegin(), up.rend(), down.rbegin(), down.rend());
+    std::set<CNode*> way(up.begin(), itsTop.first.base());
+    way.insert(down.begin(), itsTop.second.base());
+    way.insert(*std::prev(itsTop.first));
+    return way;
+}
+
+// A step is a link followed. In each access all nodes are blank but those on the shortest way from the node asked for
+// last, or to an end from the root: no others can have been visited.
 TEST(CAATreeCurrentNode, AScanByIndexTakesAtMostTwoStepsAnElement)
 {
+    constexpr unsigned int uSIZE = 200;
     CIntTree tree;
-    for (int n = 0; n < 1000; ++n) tree.Add(n);
-    // A step is a link followed; counted here on the way that the successor takes.
-    unsigned int uSteps = 0;
-    for (unsigned int u = 0; u + 1 < 1000; ++u)
+    for (unsigned int u = 0; u < uSIZE; ++u) tree.Add(static_cast<int>(u * 77 % uSIZE));
+    std::vector<CNode*> nodes;
+    for (CNode* pNode = tree.GetFirst(); pNode != nullptr; pNode = CAATreeBase::GetNext(pNode)) nodes.push_back(pNode);
+    for (const bool bRising : {true, false})
     {
-        CNode* pNode = tree.FindNodeByIndex(u);
-        CNode* const pNext = tree.FindNodeByIndex(u + 1);
-        if (!CAATreeBase::IsSentinel(pNode->pRight))
+        std::size_t uSteps = 0;
+        CNode* pAskedForLast = nullptr;
+        for (unsigned int u = 0; u < uSIZE; ++u)
         {
-            for (pNode = pNode->pRight, ++uSteps; pNode != pNext; pNode = pNode->pLeft) ++uSteps;
+            const unsigned int uIndex = bRising ? u : uSIZE - 1 - u;
+            const bool bEnd = u == 0 || u == uSIZE - 1;
+            const std::set<CNode*> way =
+                WayBetween(bEnd ? LoadAt<CNode*>(&tree, g_uROOT) : pAskedForLast, nodes[uIndex]);
+            uSteps += way.size() - 1;
+            std::vector<CNode*> others = nodes;
+            others.erase(std::remove_if(others.begin(), others.end(), [&](CNode* pNode) { return way.count(pNode); }),
+                         others.end());
+            const CBlankedNodes<CNode> blanked(others);
+            pAskedForLast = tree.FindNodeByIndex(uIndex);
+            ASSERT_EQ(nodes[uIndex], pAskedForLast);
         }
-        else
-        {
-            for (; pNode != pNext; pNode = pNode->pParent) ++uSteps;
-        }
+        EXPECT_LE(uSteps, 2 * uSIZE);
     }
-    EXPECT_LE(uSteps, 2000u);
 }
 
 TEST(CAATreeNodes, MinimumAndMaximumOfASubtree)
 {
     CIntTree tree;
     for (int n = 0; n < 15; ++n) tree.Add(n);
-    CNode* const pRoot = LoadAt<CNode*>(&tree, 88);
+    CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
     EXPECT_EQ(0, ValueOf(tree.FindNodeMin(pRoot)));
     EXPECT_EQ(14, ValueOf(tree.FindNodeMax(pRoot)));
     EXPECT_EQ(ValueOf(pRoot) + 1, ValueOf(tree.FindNodeMin(pRoot->pRight)));

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <numeric>
 
+#include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
 #include "tests/support/logged_container.h"
 #include "tests/support/object_bytes.h"
@@ -80,6 +81,30 @@ TEST_F(CListTest, TheCacheGoesToTheNearerEndFirstAndJumpsToTheEnds)
     }
     EXPECT_FALSE(list.Find(8));
     EXPECT_EQ((CCache{4, 4}), CacheOf(list));
+}
+
+// Every other node is blank meanwhile. So from neighbour to neighbour, as a scan goes, it is one step.
+TEST_F(CListTest, AnIndexCostsTheStepsFromTheOneAskedForLastAndAnEndNone)
+{
+    CIntList list('a', log);
+    AddNumbers(list, 0, 12);
+    std::vector<CListBase::SNode*> nodes;
+    for (CListBase::SPtr ptr = list.GetFirst(); ptr; ptr = CListBase::GetNext(ptr)) nodes.push_back(ptr.pNode);
+    for (unsigned int uFrom = 0; uFrom < nodes.size(); ++uFrom)
+    {
+        for (unsigned int uTo = 0; uTo < nodes.size(); ++uTo)
+        {
+            SCOPED_TRACE(testing::Message() << "from " << uFrom << " to " << uTo);
+            list.Find(uFrom);
+            // What leads to the last node of the way are the links of those before it.
+            std::vector<CListBase::SNode*> others = nodes;
+            const bool bEnd = uTo == list.GetFirstIndex() || uTo == list.GetLastIndex();
+            if (!bEnd && uFrom < uTo) others.erase(others.begin() + uFrom, others.begin() + uTo);
+            if (!bEnd && uFrom > uTo) others.erase(others.begin() + uTo + 1, others.begin() + uFrom + 1);
+            const CBlankedNodes<CListBase::SNode> blanked(others);
+            ASSERT_EQ(nodes[uTo] + 1, list.GetAt(uTo));
+        }
+    }
 }
 
 TEST_F(CListTest, TheCacheIsSetByInsertionAndResetByWhatRestructures)
