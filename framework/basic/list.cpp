@@ -27,11 +27,6 @@ void* ElementOf(CListBase::SNode* pNode)
 {
     return pNode + 1;
 }
-
-CListBase::SNode* NodeOf(void* pElement)
-{
-    return static_cast<CListBase::SNode*>(pElement) - 1;
-}
 }  // namespace
 
 // Nodes linked with each other, but not, or no longer, with a list.
@@ -392,39 +387,4 @@ void CListBase::SetCache(unsigned int uIndex, SNode* pNode) const
 {
     m_uCachedIndex = uIndex;
     m_pCachedNode = pNode;
-}
-
-// Walks from both ends at once: a step waits for the link that it follows, and two can wait together.
-void CListBase::ListElements(void** ppElements) const
-{
-    SNode* pFront = m_pHead;
-    SNode* pBack = m_pTail;
-    for (void** ppEnd = ppElements + m_uSize; ppElements < ppEnd;)
-    {
-        *ppElements++ = ElementOf(pFront);
-        *--ppEnd = ElementOf(pBack);
-        pFront = pFront->pFollowing;
-        pBack = pBack->GetPrevious();
-    }
-}
-
-// Links all nodes anew, in the order of their elements.
-void CListBase::RelinkAs(void* const* ppElements)
-{
-    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
-    constexpr unsigned int uAHEAD = 16;
-    SNode* pLast = NodeOf(ppElements[0]);
-    m_pHead = pLast;
-    pLast->SetPrevious(nullptr);
-    for (unsigned int uNext = 1; uNext < m_uSize; ++uNext)
-    {
-        if (m_uSize - uNext > uAHEAD) __builtin_prefetch(ppElements[uNext + uAHEAD], 1);
-        SNode* const pNext = NodeOf(ppElements[uNext]);
-        pLast->pFollowing = pNext;
-        pNext->SetPrevious(pLast);
-        pLast = pNext;
-    }
-    pLast->pFollowing = nullptr;
-    m_pTail = pLast;
-    SetCache(0, m_pHead);
 }

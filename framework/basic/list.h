@@ -261,9 +261,45 @@ private:
     QV_HIDDEN SChain Unlink(SNode* pFirst, unsigned int uCount);
     QV_HIDDEN void SetNeighbours(SNode* pNode, SNode* pFollowing);
     QV_HIDDEN void SetCache(unsigned int uIndex, SNode* pNode) const;
-    void ListElements(void** ppElements) const;
-    void RelinkAs(void* const* ppElements);
+    QV_HIDDEN void ListElements(void** ppElements) const;
+    QV_HIDDEN void RelinkAs(void* const* ppElements);
 };
+
+// Walks from both ends at once: a step waits for the link that it follows, and two can wait together.
+inline void CListBase::ListElements(void** ppElements) const
+{
+    SNode* pFront = m_pHead;
+    SNode* pBack = m_pTail;
+    for (void** ppEnd = ppElements + m_uSize; ppElements < ppEnd;)
+    {
+        *ppElements++ = pFront + 1;
+        *--ppEnd = pBack + 1;
+        pFront = pFront->pFollowing;
+        pBack = pBack->GetPrevious();
+    }
+}
+
+// Links all nodes anew, in the order of their elements.
+inline void CListBase::RelinkAs(void* const* ppElements)
+{
+    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
+    constexpr unsigned int uAHEAD = 16;
+    SNode* pLast = static_cast<SNode*>(ppElements[0]) - 1;
+    m_pHead = pLast;
+    pLast->SetPrevious(nullptr);
+    for (unsigned int uNext = 1; uNext < m_uSize; ++uNext)
+    {
+        if (m_uSize - uNext > uAHEAD) __builtin_prefetch(ppElements[uNext + uAHEAD], 1);
+        SNode* const pNext = static_cast<SNode*>(ppElements[uNext]) - 1;
+        pLast->pFollowing = pNext;
+        pNext->SetPrevious(pLast);
+        pLast = pNext;
+    }
+    pLast->pFollowing = nullptr;
+    m_pTail = pLast;
+    m_uCachedIndex = 0;
+    m_pCachedNode = m_pHead;
+}
 
 /// A list of T over CListBase, whose growth, threading and cost rules it has:
 ///
