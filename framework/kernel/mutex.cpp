@@ -4,6 +4,17 @@
 
 static_assert(sizeof(CMutex) == 48, "field order and widths are the binary interface");
 
+namespace
+{
+// The inline members belong to the binary interface: this makes the compiler emit them.
+struct SEmitted
+{
+    void (CMutex::*apfnLocking[2])() const;
+    bool (CMutex::*pfnTryLock)() const;
+};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
+}  // namespace
+
 CMutex::CMutex()
 {
     // The attribute object stays undestroyed: it owns nothing.
@@ -19,19 +30,4 @@ CMutex::~CMutex()
     // Through the compiler's eyes the object is dead and the store pointless; it is part of what callers see.
     memset(&m_mutex, 0, sizeof(m_mutex));
     __asm__ volatile("" : : "r"(&m_mutex) : "memory");
-}
-
-void CMutex::Lock() const
-{
-    pthread_mutex_lock(&m_mutex);
-}
-
-void CMutex::Unlock() const
-{
-    pthread_mutex_unlock(&m_mutex);
-}
-
-bool CMutex::TryLock() const
-{
-    return pthread_mutex_trylock(&m_mutex) == 0;
 }

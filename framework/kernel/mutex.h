@@ -21,10 +21,10 @@ public:
     CMutex& operator=(const CMutex&) = delete;
 
     /// Blocks until the calling thread holds the lock.
-    void Lock() const;
-    void Unlock() const;
+    void Lock() const { pthread_mutex_lock(&m_mutex); }
+    void Unlock() const { pthread_mutex_unlock(&m_mutex); }
     /// Takes the lock if that needs no waiting; false when another thread holds it.
-    bool TryLock() const;
+    bool TryLock() const { return pthread_mutex_trylock(&m_mutex) == 0; }
 
 private:
     mutable pthread_mutex_t m_mutex;
