@@ -69,8 +69,8 @@ void BM_CurrentIdStd(benchmark::State& rState)
 }
 }  // namespace
 
-BENCHMARK(BM_StartJoinOurs)->Name("start and join/ours")->UseRealTime();
-BENCHMARK(BM_StartJoinStd)->Name("start and join/std::thread")->UseRealTime();
+BENCHMARK(BM_StartJoinOurs)->Name("start and join/ours")->MeasureProcessCPUTime();
+BENCHMARK(BM_StartJoinStd)->Name("start and join/std::thread")->MeasureProcessCPUTime();
 BENCHMARK(BM_GetSpecificOurs)->Name("specific data/ours");
 BENCHMARK(BM_GetSpecificPthread)->Name("specific data/pthread_getspecific");
 BENCHMARK(BM_CurrentIdOurs)->Name("current id/ours");

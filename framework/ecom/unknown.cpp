@@ -1,5 +1,7 @@
 #include "framework/ecom/unknown.h"
 
+#include <atomic>
+
 static_assert(sizeof(CEComUnknown) == 64, "field order and widths are the binary interface");
 
 namespace
@@ -30,8 +32,8 @@ QvResult CEComUnknown::NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInte
 
 unsigned int CEComUnknown::NonDelegatingAddIfRef()
 {
-    const CBriefMutexGuard guard(&m_mutex);
-    return ++m_uReferenceCount;
+    const CBriefMutexGuard guard(MutexUnlessEnding());
+    return SetCount(m_uReferenceCount + 1);
 }
 
 unsigned int CEComUnknown::NonDelegatingReleaseIfRef()
@@ -39,8 +41,8 @@ unsigned int CEComUnknown::NonDelegatingReleaseIfRef()
     // The object may be gone, through another thread, as soon as the lock is open.
     unsigned int uLeft = 0;
     {
-        const CBriefMutexGuard guard(&m_mutex);
-        uLeft = --m_uReferenceCount;
+        const CBriefMutexGuard guard(MutexUnlessLast());
+        uLeft = SetCount(m_uReferenceCount - 1);
     }
     if (uLeft != 0) return uLeft;
     bool bDeleteThis = true;
@@ -64,4 +66,29 @@ unsigned int CEComUnknown::GetReferenceCount() const
 {
     const CBriefMutexGuard guard(&m_mutex);
     return m_uReferenceCount;
+}
+
+// Without references the object ends, and only the thread that ends it still knows it.
+const CMutex* CEComUnknown::MutexUnlessEnding() const
+{
+    return PeekCount() == 0 ? nullptr : &m_mutex;
+}
+
+// Who holds the only reference is alone with the object: nobody else can change the count, or read it. But who lowered it
+// to 1 may not have left the mutex yet, which is about to go with the object: so it must be open as well.
+const CMutex* CEComUnknown::MutexUnlessLast() const
+{
+    return PeekCount() == 1 && m_mutex.IsOpen() ? nullptr : &m_mutex;
+}
+
+// Acquire and release: who sees a count without the lock sees what its holders did to the object before.
+unsigned int CEComUnknown::PeekCount() const
+{
+    return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(m_uReferenceCount)).load(std::memory_order_acquire);
+}
+
+unsigned int CEComUnknown::SetCount(unsigned int uCount)
+{
+    std::atomic_ref<unsigned int>(m_uReferenceCount).store(uCount, std::memory_order_release);
+    return uCount;
 }

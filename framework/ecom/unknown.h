@@ -80,6 +80,11 @@ public:
     unsigned int GetReferenceCount() const;
 
 private:
+    QV_HIDDEN const CMutex* MutexUnlessEnding() const;
+    QV_HIDDEN const CMutex* MutexUnlessLast() const;
+    QV_HIDDEN unsigned int PeekCount() const;
+    QV_HIDDEN unsigned int SetCount(unsigned int uCount);
+
     CMutex m_mutex;
     unsigned int m_uReferenceCount;
 };

@@ -21,10 +21,13 @@ public:
     CMutex& operator=(const CMutex&) = delete;
 
     /// Blocks until the calling thread holds the lock.
-    void Lock() const;
-    void Unlock() const;
+    void Lock() const { pthread_mutex_lock(&m_mutex); }
+    void Unlock() const { pthread_mutex_unlock(&m_mutex); }
     /// Takes the lock if that needs no waiting; false when another thread holds it.
-    bool TryLock() const;
+    bool TryLock() const { return pthread_mutex_trylock(&m_mutex) == 0; }
+    /// Whether no thread holds the lock, for who knows that none will take it: the last one has left for good then, and the
+    /// mutex may be destroyed.
+    QV_HIDDEN bool IsOpen() const { return __atomic_load_n(&m_mutex.__data.__lock, __ATOMIC_ACQUIRE) == 0; }
 
 private:
     mutable pthread_mutex_t m_mutex;

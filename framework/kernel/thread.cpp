@@ -384,7 +384,10 @@ void CThread::DeleteTsdKey(STsdKey* pKey, STsdKey* pPrevious)
 
 void CThread::FreeTsdCallback(STsd* pTsd)
 {
-    STsd* const pSaved = SwapCurrentTsd(pTsd);
+    // For the destructors of values to see. Only then: a thread that sets a key while it ends has all of its keys gone
+    // through once more.
+    const bool bHasValues = pTsd->pValues != nullptr;
+    STsd* const pSaved = bHasValues ? SwapCurrentTsd(pTsd) : nullptr;
     for (int nRound = 0; pTsd->pValues != nullptr; ++nRound)
     {
         DestroyValues(pTsd, nRound < PTHREAD_DESTRUCTOR_ITERATIONS);
@@ -395,7 +398,7 @@ void CThread::FreeTsdCallback(STsd* pTsd)
         STsd** ppLink = &ms_pTsdHead;
         while (*ppLink != pTsd) ppLink = &(*ppLink)->pNext;
         *ppLink = pTsd->pNext;
-        SwapCurrentTsd(pSaved);
+        if (bHasValues) SwapCurrentTsd(pSaved);
         if (pTsd->pThread != nullptr)
         {
             t_stSelf.pThread = nullptr;

@@ -494,6 +494,47 @@ TEST_F(CEComCreation, CountsReferencesFromManyThreadsAndEndsOnce)
     }
 }
 
+/// Tells what its holders have written into it when it ends.
+class CNotebook : public CEComUnknown
+{
+public:
+    explicit CNotebook(unsigned int* puSum) : CEComUnknown(nullptr), m_puSum(puSum) {}
+    ~CNotebook() override { *m_puSum = auNotes[0] + auNotes[1]; }
+    unsigned int auNotes[2] = {0, 0};
+
+private:
+    unsigned int* m_puSum;
+};
+
+TEST(CEComUnknown, EndsAfterAllThatItsHoldersDidToIt)
+{
+    constexpr unsigned int uROUNDS = 2000;
+    std::vector<unsigned int> sums(uROUNDS);
+    std::vector<CNotebook*> notebooks;
+    for (unsigned int& ruSum : sums)
+    {
+        notebooks.push_back(new CNotebook(&ruSum));
+        notebooks.back()->NonDelegatingAddIfRef();
+    }
+    // Both holders of each object let go of it at about the same time: the one who comes second destroys its mutex, too.
+    std::atomic<unsigned int> uArrived = 0;
+    const auto letGo = [&](unsigned int uHolder)
+    {
+        ++uArrived;
+        while (uArrived != 2) std::this_thread::yield();
+        for (CNotebook* const pNotebook : notebooks)
+        {
+            pNotebook->auNotes[uHolder] = uHolder + 1;
+            pNotebook->NonDelegatingReleaseIfRef();
+        }
+    };
+    std::thread thread1(letGo, 0);
+    std::thread thread2(letGo, 1);
+    thread1.join();
+    thread2.join();
+    EXPECT_EQ(std::vector<unsigned int>(uROUNDS, 3), sums);
+}
+
 /// An interface that answers the query for the base interface with what it is told.
 class CFacet final : public IEComUnknown
 {

@@ -10,6 +10,7 @@
 
 #include "framework/basic/allocator.h"
 #include "framework/kernel/semaphore.h"
+#include "tests/support/real_mutex.h"
 #include "tests/support/vtable.h"
 
 namespace
@@ -18,25 +19,26 @@ std::atomic<unsigned int> g_uLocks{0};
 /// Told of each lock that is about to be taken, when there.
 std::atomic<const CSemaphore*> g_pLocking{nullptr};
 
-}  // namespace
-
-// The template's code is this program's, and what it calls is found here first.
-void CMutex::Lock() const
-{
-    ++g_uLocks;
-    if (const CSemaphore* const pLocking = g_pLocking) pLocking->Signal(false);
-    pthread_mutex_lock(&m_mutex);
-}
-
-namespace
-{
 class CBaseProbe : public CSingletonBase
 {
 public:
     using CSingletonBase::ms_auMutex;
     using CSingletonBase::ms_pmutex;
 };
+}  // namespace
 
+extern "C" QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
+{
+    if (static_cast<void*>(pMutex) == CBaseProbe::ms_auMutex + sizeof(void*))
+    {
+        ++g_uLocks;
+        if (const CSemaphore* const pLocking = g_pLocking) pLocking->Signal(false);
+    }
+    return RealMutexLock(pMutex);
+}
+
+namespace
+{
 bool IsMutexFreeForOthers()
 {
     bool bFree = false;

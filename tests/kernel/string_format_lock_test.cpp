@@ -1,11 +1,12 @@
-// strerror() and the library's locks are replaced here, to see the one under the other.
+// strerror() and the C library's mutexes are replaced here, to see the one under the other.
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cstring>
 #include <vector>
 
-#include "framework/kernel/mutex.h"
 #include "framework/kernel/string_format.h"
+#include "tests/support/real_mutex.h"
 
 namespace
 {
@@ -16,17 +17,20 @@ char g_achText[] = "text of the system";
 bool g_bReplaced = false;
 }  // namespace
 
-void CMutex::Lock() const
+extern "C"
 {
-    pthread_mutex_lock(&m_mutex);
-    ++g_nHeld;
-    ++g_nLocks;
-}
-
-void CMutex::Unlock() const
-{
-    --g_nHeld;
-    pthread_mutex_unlock(&m_mutex);
+    QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
+    {
+        const int nResult = RealMutexLock(pMutex);
+        ++g_nHeld;
+        ++g_nLocks;
+        return nResult;
+    }
+    QV_EXPORT int pthread_mutex_unlock(pthread_mutex_t* pMutex) noexcept
+    {
+        --g_nHeld;
+        return RealMutexUnlock(pMutex);
+    }
 }
 
 extern "C" QV_EXPORT char* strerror(int) noexcept
