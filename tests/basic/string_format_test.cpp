@@ -292,3 +292,13 @@ TEST(CStringFormatMemory, WithoutAPrivateCopyNothingIsWrittenIntoTheSharedBlock)
     EXPECT_STREQ("abcdef", strCopy.CStr());
     EXPECT_EQ(6u, strCopy.GetSize());
 }
+
+TEST(CStringFormat, CountsCharactersForTheCaller)
+{
+    CString strText;
+    // Not a literal, which checked formatting would let pass.
+    char szFormat[] = "ab%n";
+    int nCount = 0;
+    EXPECT_EQ(QV_RES_OK, strText.Format(0, szFormat, &nCount));
+    EXPECT_EQ(2, nCount);
+}

@@ -547,3 +547,13 @@ TEST(CHexToAscii, AnOddSizeReadsTheCharacterBehindTheLast)
     ExpectDecoded("ab7c", 3, {0xAB, 0x7C}, 2);
     ExpectDecoded(std::string("ab7\0", 4), 3, {0xAB, 0x70}, 2);
 }
+
+TEST(CSnprintf, CountsCharactersForTheCaller)
+{
+    char szText[8];
+    // Not a literal, which checked formatting would let pass.
+    char szFormat[] = "ab%n";
+    int nCount = 0;
+    EXPECT_EQ(2, QvSnprintf(szText, sizeof(szText), szFormat, &nCount));
+    EXPECT_EQ(2, nCount);
+}
