@@ -9,6 +9,8 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/unused_parameter.h"
+
 static_assert(sizeof(CThread) == 224, "field order and widths are the binary interface");
 
 alignas(CMutex) unsigned char CThread::ms_auMutex[sizeof(CMutex)];
@@ -141,7 +143,7 @@ CThread::~CThread()
 QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
                               unsigned int uStackSize, EPriority ePriority)
 {
-    static_cast<void>(uStackSize);
+    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uStackSize);
     if (static_cast<unsigned int>(ePriority) >= g_uPriorityCount) return QV_RES_INVALID_ARGUMENT;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
