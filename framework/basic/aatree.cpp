@@ -278,7 +278,7 @@ void CAATreeBase::EraseAll()
     InvalidateCurrentNode();
 }
 
-CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
+QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
 {
     const SCompareVoidParams stCompare = m_stCompare;
     CAATreeNode* const pNull = ms_pNullNode;

@@ -133,7 +133,7 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
     m_uBlockCount -= uRelease;
 }
 
-void CBlockAllocator::Push(void* pBlock)
+QV_HOT_CODE void CBlockAllocator::Push(void* pBlock)
 {
     if (pBlock == nullptr) return;
     IAllocator::SBlock* const pPushed = new (pBlock) IAllocator::SBlock{nullptr};

@@ -75,7 +75,7 @@ CString::CString(const char* pszText, unsigned int uSize) : CString()
     Insert(0, 1, pszText, uSize);
 }
 
-CString::CString(const CString& rSrc) : CString()
+QV_HOT_CODE CString::CString(const CString& rSrc) : CString()
 {
     *this = rSrc;
 }
@@ -85,7 +85,7 @@ CString::CString(CString&& rSrc) noexcept : CString()
     std::swap(m_pstInfo, rSrc.m_pstInfo);
 }
 
-CString::~CString()
+QV_HOT_CODE CString::~CString()
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
     const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);

@@ -7,4 +7,8 @@
 /// Marks a member of an exported class that nobody links with: the library's own sources call it, or it is inline.
 #define QV_HIDDEN __attribute__((visibility("hidden")))
 
+/// For sources: begins a function at a cache line. A short function that is called very often can lose a fifth of its
+/// speed by where the functions in front of it happen to end.
+#define QV_HOT_CODE __attribute__((aligned(64)))
+
 #endif
