@@ -32,7 +32,8 @@ unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabe
     uint8_t auText[g_uTextGroup];
     uint8_t auBytes[g_uByteGroup];
     memcpy(auText, puGroup, g_uTextGroup);
-    memset(auText + g_uTextGroup - uPadding, rstAlphabet.auCharacters[0], uPadding);
+    auText[3] = rstAlphabet.auCharacters[0];
+    if (uPadding == 2) auText[2] = rstAlphabet.auCharacters[0];
     if (orvel_internal::Base64DecodePortable(rstAlphabet, auText, 1, auBytes) == 0) return 0;
     memcpy(puOut, auBytes, g_uByteGroup - uPadding);
     return g_uByteGroup - uPadding;

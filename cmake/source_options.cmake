@@ -1,0 +1,29 @@
+# What single sources of the library are compiled with besides the rest.
+
+# Files for one kind of processor, which is found out at run time: they alone may use its instructions.
+# (g++ 12 finds uninitialized values in its own headers for AVX-512, which leave a register undefined on purpose.)
+set(avx512 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi
+  "$<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized;-Wno-maybe-uninitialized>")
+# Their short loops begin at cache lines, or their speed would hang on where the code in front of them ends.
+set(at_cache_lines -falign-functions=64)
+set_source_files_properties(framework/crypto/base64_blocks_avx2.cpp PROPERTIES
+  COMPILE_OPTIONS "-mavx2;${at_cache_lines}")
+set_source_files_properties(framework/crypto/base64_blocks_avx512.cpp PROPERTIES
+  COMPILE_OPTIONS "${avx512};${at_cache_lines}")
+set_source_files_properties(framework/crypto/crc_blocks_pclmul.cpp PROPERTIES
+  COMPILE_OPTIONS "-mpclmul;-msse4.1;${at_cache_lines}")
+set_source_files_properties(framework/crypto/crc_blocks_vpclmul.cpp PROPERTIES
+  COMPILE_OPTIONS "${avx512};-mpclmul;-mvpclmulqdq;${at_cache_lines}")
+set_source_files_properties(framework/crypto/sha_blocks_x86.cpp PROPERTIES COMPILE_OPTIONS "-msha;-mssse3;-msse4.1")
+
+# The checked functions of the C library are others than those that a program may replace, and its vsnprintf() ends the
+# process at a %n that the application asked for: these three call the functions themselves.
+set_source_files_properties(
+  framework/basic/string.cpp framework/crypto/secure_seed.cpp framework/kernel/string_format.cpp
+  PROPERTIES COMPILE_OPTIONS "-U_FORTIFY_SOURCE")
+
+# The destructors of these say what they leave behind. g++ would drop it, since nobody may look.
+set_property(SOURCE
+  framework/basic/aatree.cpp framework/basic/allocator.cpp framework/basic/list.cpp framework/basic/vector.cpp
+  framework/basic/vector_list.cpp framework/crypto/base64.cpp framework/kernel/thread.cpp
+  APPEND PROPERTY COMPILE_OPTIONS "$<$<CXX_COMPILER_ID:GNU>:-fno-lifetime-dse>")
