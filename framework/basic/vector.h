@@ -212,6 +212,16 @@ void CVectorBase::SortElements(const Compare& rCompare)
     else SortBytes<0>(m_pvStorage, m_uSize, m_uElementSize, pHeld, rCompare);
 }
 
+namespace orvel_internal
+{
+/// Appends where the capacity may not do. No member of CVector, or the library's own instances would export it.
+template <typename Argument>
+QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector, Argument element)
+{
+    return rVector.Insert(rVector.GetSize(), 1, &element);
+}
+}  // namespace orvel_internal
+
 /// An array of T over CVectorBase, whose growth and threading rules it has:
 ///
 ///     CVector<int> vector;
@@ -291,7 +301,7 @@ public:
     QvResult Append(const T& rElement)
     {
         const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
-        if (uSize == m_uCapacity) return AppendGrowing<Argument>(rElement);
+        if (uSize == m_uCapacity) return orvel_internal::AppendGrowing<Argument>(*this, rElement);
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
@@ -329,13 +339,6 @@ private:
     // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;
-
-    // A template, because the library's own instances would export a plain member.
-    template <typename Element>
-    QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(Element element)
-    {
-        return CVectorBase::Insert(m_uSize, 1, &element);
-    }
 };
 
 extern template class CVector<void*>;
