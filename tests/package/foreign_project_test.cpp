@@ -62,6 +62,19 @@ TEST_P(CForeignProject, FindsTheInstalledPackageByCMake)
     EXPECT_EQ(g_pszOutput, Shell(Quoted(build / "foreign")));
 }
 
+TEST_P(CForeignProject, DoesNotTakeAVersionThatIsNotThere)
+{
+    for (const char* const pszVersion : {"1.999", "2.0", "0.9"})
+    {
+        const SRunResult result =
+            RunProgram(ORVEL_CMAKE, {"-S", SOURCE, "-B", BuildDirectory(pszVersion), "-G", "Ninja",
+                                     "-DCMAKE_CXX_COMPILER=" + Compiler(), "-DCMAKE_PREFIX_PATH=" + ms_prefix.string(),
+                                     std::string("-DORVEL_WANTED=") + pszVersion});
+        EXPECT_NE(0, result.nStatus) << pszVersion;
+        EXPECT_NE(std::string::npos, result.strErrors.find("compatible with requested version")) << result.strErrors;
+    }
+}
+
 TEST_P(CForeignProject, FindsTheInstalledLibraryByPkgConfig)
 {
     const fs::path build = BuildDirectory("pkg-config");
