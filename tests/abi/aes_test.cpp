@@ -231,8 +231,9 @@ TEST(CAesLayout, EndsWithTheStateOfTheMessage)
 TEST(CAesLayout, SupportedModesAreBuiltInPlaceAndInTheirOrder)
 {
     ASSERT_EQ(static_cast<const void*>(CAesBremoFwOpenSsl::ms_auModes), CAesBremoFwOpenSsl::ms_pveceModes);
-    EXPECT_EQ(56u, SizeOfDatum(CAesBremoFwOpenSsl::ms_auModes));
-    EXPECT_EQ(8u, SizeOfDatum(&CAesBremoFwOpenSsl::ms_pveceModes));
+    static_assert(sizeof(CAesBremoFwOpenSsl::ms_auModes) == 56);
+    EXPECT_TRUE(HasItsSize(CAesBremoFwOpenSsl::ms_auModes));
+    EXPECT_TRUE(HasItsSize(CAesBremoFwOpenSsl::ms_pveceModes));
     const CVector<CCipher::EMode>& rModes = *CAesBremoFwOpenSsl::ms_pveceModes;
     EXPECT_EQ("CVector<CCipher::EMode>::~CVector()", FunctionInSlot(&rModes, 0));
     static_assert(sizeof(CCipher::EMode) == 4);

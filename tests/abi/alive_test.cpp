@@ -65,7 +65,6 @@ public:
     CGate m_isLiving;
     CGate m_mayEnd;
 };
-
 }  // namespace
 
 TEST(CAliveObjLayout, IsAThreadThenTheStateThenTwoSemaphoresAndTwoMutexes)

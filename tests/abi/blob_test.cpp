@@ -5,9 +5,7 @@
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/marshaler.h"
-
-CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob);
-CMarshaler& operator>>(CMarshaler& rMarshaler, CBlob& rBlob);
+#include "tests/support/derived.h"
 
 namespace
 {
@@ -33,17 +31,6 @@ void ExpectAppendAt(unsigned int uIndex, unsigned int uBitOffset, const CBlob& r
     EXPECT_EQ(uIndex, rBlob.m_uAppendBitsIndex);
     EXPECT_EQ(uBitOffset, rBlob.m_uAppendBitsBitOffset);
 }
-
-/// Constructs and destroys its base as a base object, which takes entry points of its own.
-class CNamedBlob : public CBlob
-{
-public:
-    using CBlob::CBlob;
-    CNamedBlob(const CBlob& rSrc) : CBlob(rSrc) {}
-    ~CNamedBlob() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedBlob::ms_uDestroyed = 0;
 }  // namespace
 
 TEST(CBlobLayout, VectorComesFirstAndTheFourCursorsFollow)
@@ -133,14 +120,14 @@ TEST(CBlobConstruction, CopiesTheFourCursorsAlone)
 TEST(CBlobConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
     const CBlob source(g_auBytes, 3, 5, nullptr);
-    EXPECT_EQ(0u, CNamedBlob(nullptr).m_uCapacity);
-    EXPECT_EQ(9u, CNamedBlob(9, nullptr).m_uCapacity);
-    EXPECT_EQ((Bytes{0xA1, 0xB2}), BytesOf(CNamedBlob(g_auBytes, 2, 0, nullptr)));
-    CNamedBlob::ms_uDestroyed = 0;
-    std::unique_ptr<CVectorBase> pCopy = std::make_unique<CNamedBlob>(source);
+    EXPECT_EQ(0u, CDerived<CBlob>(nullptr).m_uCapacity);
+    EXPECT_EQ(9u, CDerived<CBlob>(9, nullptr).m_uCapacity);
+    EXPECT_EQ((Bytes{0xA1, 0xB2}), BytesOf(CDerived<CBlob>(g_auBytes, 2, 0, nullptr)));
+    CDerived<CBlob>::ms_uDestroyed = 0;
+    std::unique_ptr<CVectorBase> pCopy = std::make_unique<CDerived<CBlob>>(source);
     EXPECT_EQ(3u, pCopy->m_uSize);
     pCopy.reset();
-    EXPECT_EQ(1u, CNamedBlob::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CBlob>::ms_uDestroyed);
 }
 
 TEST(CBlobMemory, IsOneBlockOfTheExactSizeFromTheProgramsAllocator)

@@ -106,6 +106,15 @@ TYPED_TEST(CContainer, ADestructorThroughItsSlotGivesTheMemoryBack)
     EXPECT_EQ(0u, this->m_source.m_uOut);
 }
 
+TYPED_TEST(CContainer, ADestructorClearsTheElementSize)
+{
+    using TBase = typename TypeParam::TBase;
+    CGuarded<TBase> container(TypeParam::MakeUntyped(&this->m_source));
+    EXPECT_EQ(4u, container->m_uElementSize);
+    container.Destroy();
+    EXPECT_EQ(0u, container.Remains(&TBase::m_uElementSize));
+}
+
 /// Those whose order is the caller's.
 template <typename Container>
 class CSequence : public CContainer<Container>

@@ -216,7 +216,7 @@ protected:
 TEST(SEComGuidLayout, HasSizeThenData)
 {
     static_assert(sizeof(SEComGuid) == 16);
-    EXPECT_EQ(16u, SizeOfDatum(&IID_IEComUnknown));
+    EXPECT_TRUE(HasItsSize(IID_IEComUnknown));
     ASSERT_EQ(13u, IID_IEComUnknown.m_uSize);
     EXPECT_STREQ("IEComUnknown", reinterpret_cast<const char*>(IID_IEComUnknown.m_puData));
 }

@@ -37,6 +37,15 @@ inline std::size_t SizeOfDatum(const void* pvDatum)
     return uUsed;
 }
 
+/// Whether it is there as large as this program declares it.
+template <typename Datum>
+testing::AssertionResult HasItsSize(const Datum& rDatum)
+{
+    const std::size_t uSize = SizeOfDatum(&rDatum);
+    if (uSize == sizeof(Datum)) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << uSize << " bytes, not " << sizeof(Datum);
+}
+
 inline std::string Demangled(const std::string& rMangled)
 {
     int nStatus = 0;

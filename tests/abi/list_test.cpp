@@ -68,13 +68,6 @@ TEST_F(CListBaseLayout, AChangedLockIsSeenByTheLibrary)
     EXPECT_EQ(QV_RES_INVALID_STATE, list.Insert(0, 1, nullptr));
 }
 
-TEST_F(CListBaseLayout, ADestructorClearsTheElementSize)
-{
-    CGuarded<CListBase> list(4u, static_cast<IAllocator*>(&m_source));
-    list.Destroy();
-    EXPECT_EQ(0u, list.Remains(&CListBase::m_uElementSize));
-}
-
 TEST_F(CListBaseInterface, TakesItsNodesFromTheGivenSource)
 {
     const CBlockAllocator nodes(20, &m_source);

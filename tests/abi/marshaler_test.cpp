@@ -210,11 +210,11 @@ TEST(CMarshalerBytes, AssignmentCopiesContentAndBothPositions)
 
 TEST_F(CPoolOfMarshalers, StaticsHaveTheirWidths)
 {
-    EXPECT_EQ(8u, SizeOfDatum(&Pool::ms_pBlockAllocator));
-    EXPECT_EQ(4u, SizeOfDatum(&Pool::ms_uAllocatedCount));
-    EXPECT_EQ(4u, SizeOfDatum(&Pool::ms_uCapacity));
-    EXPECT_EQ(4u, SizeOfDatum(&Pool::ms_uLockCapacity));
-    EXPECT_EQ(8u, SizeOfDatum(&Pool::ms_pmutex));
+    EXPECT_TRUE(HasItsSize(Pool::ms_pBlockAllocator));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uAllocatedCount));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uCapacity));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uLockCapacity));
+    EXPECT_TRUE(HasItsSize(Pool::ms_pmutex));
 }
 
 TEST_F(CPoolOfMarshalers, ModuleFunctionsMakeItLockedEmptyAndUnlimited)

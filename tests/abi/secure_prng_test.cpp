@@ -87,7 +87,6 @@ std::string NextBlock()
     HMAC(EVP_sha1(), TPrng::ms_auSeed, 20, auData, sizeof(auData), auMac, nullptr);
     return Hex(auMac, sizeof(auMac));
 }
-
 }  // namespace
 
 TEST(CSecurePrngLayout, IsAVirtualTableAlone)
@@ -102,11 +101,11 @@ TEST(CSecurePrngLayout, IsAVirtualTableAlone)
 
 TEST(CSecurePrngLayout, StateHasItsPublishedWidths)
 {
-    EXPECT_EQ(20u, SizeOfDatum(TPrng::ms_auSeed));
-    EXPECT_EQ(24u, SizeOfDatum(TPrng::ms_auCurrentBytes));
-    EXPECT_EQ(4u, SizeOfDatum(&TPrng::ms_uBytesRemaining));
-    EXPECT_EQ(1u, SizeOfDatum(&TPrng::ms_bInitialized));
-    EXPECT_EQ(4u, SizeOfDatum(&CSecureSeedBremoFw::ms_uCounter));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_auSeed));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_auCurrentBytes));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_uBytesRemaining));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_bInitialized));
+    EXPECT_TRUE(HasItsSize(CSecureSeedBremoFw::ms_uCounter));
 }
 
 TEST(CSecurePrngSlots, AreTheDestructorsAloneInAllFourClasses)

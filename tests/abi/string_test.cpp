@@ -8,14 +8,7 @@
 #include "tests/abi/module_functions.h"
 #include "tests/abi/mutex.h"
 #include "tests/abi/string.h"
-
-CString operator+(const char* pszLhs, const CString& rRhs);
-CString operator+(char cLhs, const CString& rRhs);
-CMarshaler& operator<<(CMarshaler& rMarshaler, const CString& rString);
-CMarshaler& operator>>(CMarshaler& rMarshaler, CString& rString);
-QvResult InitializeCString();
-void FinalizeCString();
-extern const char g_szEMPTY_STRING[];
+#include "tests/support/derived.h"
 
 namespace
 {
@@ -41,17 +34,6 @@ protected:
     CForeignSource m_source;
     IAllocator* const m_pOwn = CString::ms_pAllocator;
 };
-
-/// Constructs and destroys its base as a base object, which takes entry points of its own.
-class CNamedString : public CString
-{
-public:
-    using CString::CString;
-    CNamedString(const CString& rSrc) : CString(rSrc) {}
-    ~CNamedString() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedString::ms_uDestroyed = 0;
 }  // namespace
 
 TEST(CStringLayout, ObjectIsAVirtualTableAndAPointerToTheBlock)
@@ -129,15 +111,15 @@ TEST(CStringConstruction, FillsTheBlock)
 TEST(CStringConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
     const CString source("text");
-    ExpectBlock(0, 0, "", CNamedString());
-    ExpectBlock(1, 32, "text", CNamedString("text"));
-    ExpectBlock(1, 32, "te", CNamedString("text", 2));
-    ExpectBlock(2, 32, "text", CNamedString(source));
-    CNamedString::ms_uDestroyed = 0;
-    std::unique_ptr<CString> pShare = std::make_unique<CNamedString>(source);
+    ExpectBlock(0, 0, "", CDerived<CString>());
+    ExpectBlock(1, 32, "text", CDerived<CString>("text"));
+    ExpectBlock(1, 32, "te", CDerived<CString>("text", 2));
+    ExpectBlock(2, 32, "text", CDerived<CString>(source));
+    CDerived<CString>::ms_uDestroyed = 0;
+    std::unique_ptr<CString> pShare = std::make_unique<CDerived<CString>>(source);
     ExpectBlock(2, 32, "text", source);
     pShare.reset();
-    EXPECT_EQ(1u, CNamedString::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CString>::ms_uDestroyed);
     ExpectBlock(1, 32, "text", source);
 }
 

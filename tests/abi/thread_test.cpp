@@ -122,6 +122,22 @@ TEST(CThreadLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
     EXPECT_EQ(224u, SizeToldByDelete(new CThread));
 }
 
+TEST(CThreadLayout, StaticsHaveTheirWidths)
+{
+    EXPECT_TRUE(HasItsSize(CThread::ms_pmutex));
+    EXPECT_TRUE(HasItsSize(CThread::ms_auMutex));
+    EXPECT_TRUE(HasItsSize(CThread::ms_uThreadId));
+    EXPECT_TRUE(HasItsSize(CThread::ms_uThreadCounter));
+    EXPECT_TRUE(HasItsSize(CThread::ms_psemFinalizeWaitThread));
+    EXPECT_TRUE(HasItsSize(CThread::ms_auSemFinalizeWaitThread));
+    EXPECT_TRUE(HasItsSize(CThread::ms_bFinalizing));
+    EXPECT_TRUE(HasItsSize(CThread::ms_hTsdKey));
+    EXPECT_TRUE(HasItsSize(CThread::ms_bTsdInitialized));
+    EXPECT_TRUE(HasItsSize(CThread::ms_keyCounter));
+    EXPECT_TRUE(HasItsSize(CThread::ms_pTsdHead));
+    EXPECT_TRUE(HasItsSize(CThread::ms_pTsdKeyHead));
+}
+
 TEST(CThreadLayout, TheModuleBuildsItsLocksInStaticStorage)
 {
     EXPECT_EQ(static_cast<void*>(CThread::ms_auMutex), static_cast<void*>(CThread::ms_pmutex));

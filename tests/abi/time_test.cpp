@@ -10,6 +10,7 @@
 #include "tests/abi/semaphore.h"
 #include "tests/abi/string.h"
 #include "tests/abi/timer.h"
+#include "tests/support/derived.h"
 
 class CTimeZone
 {
@@ -191,27 +192,6 @@ protected:
         ASSERT_EQ(QV_RES_OK, CTime::InitializeCTime());
     }
 };
-
-/// Constructs and destroys its base as a base object, which takes entry points of its own.
-class CNamedZone : public CTimeZone
-{
-public:
-    using CTimeZone::CTimeZone;
-    CNamedZone(const CTimeZone& rSrc) : CTimeZone(rSrc) {}
-    ~CNamedZone() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedZone::ms_uDestroyed = 0;
-
-class CNamedTime : public CTime
-{
-public:
-    CNamedTime() = default;
-    CNamedTime(const CTime& rSrc) : CTime(rSrc) {}
-    ~CNamedTime() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedTime::ms_uDestroyed = 0;
 }  // namespace
 
 TEST(CTimeZoneTable, HasTheReadyMadeZonesInTheirOrder)
@@ -336,13 +316,13 @@ TEST(CTimeZoneConstruction, AssignmentReturnsACopy)
 
 TEST(CTimeZoneConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
-    EXPECT_STREQ("", CNamedZone().GetTimeZone());
-    EXPECT_STREQ("UTC0", CNamedZone("UTC0").GetTimeZone());
-    CNamedZone::ms_uDestroyed = 0;
-    std::unique_ptr<CTimeZone> pCopy = std::make_unique<CNamedZone>(CTimeZone("UTC0"));
+    EXPECT_STREQ("", CDerived<CTimeZone>().GetTimeZone());
+    EXPECT_STREQ("UTC0", CDerived<CTimeZone>("UTC0").GetTimeZone());
+    CDerived<CTimeZone>::ms_uDestroyed = 0;
+    std::unique_ptr<CTimeZone> pCopy = std::make_unique<CDerived<CTimeZone>>(CTimeZone("UTC0"));
     EXPECT_STREQ("UTC0", pCopy->GetTimeZone());
     pCopy.reset();
-    EXPECT_EQ(1u, CNamedZone::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CTimeZone>::ms_uDestroyed);
     pCopy = std::make_unique<CTimeZone>("UTC0");
     pCopy.reset();
 }
@@ -440,10 +420,10 @@ TEST(CTimeLayout, DestructorIsTheOnlyVirtualOperation)
 
 TEST_F(CTimeClock, StaticsHaveTheirWidthsAndReachTheirStorage)
 {
-    EXPECT_EQ(4u, SizeOfDatum(&CTime::ms_uJulianDateDay));
-    EXPECT_EQ(4u, SizeOfDatum(&CTime::ms_uJulianTimeMs));
-    EXPECT_EQ(8u, SizeOfDatum(&CTime::ms_uLastSynchronizationTimeMs));
-    EXPECT_EQ(1u, SizeOfDatum(&CTime::ms_bDefaultDateAndTime));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uJulianDateDay));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uJulianTimeMs));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uLastSynchronizationTimeMs));
+    EXPECT_TRUE(HasItsSize(CTime::ms_bDefaultDateAndTime));
     EXPECT_EQ(sizeof(CTimeZone), SizeOfDatum(CTime::ms_auTimeZone));
     EXPECT_EQ(sizeof(CBinarySemaphore), SizeOfDatum(CTime::ms_auInternalAccessProtection));
     EXPECT_EQ(reinterpret_cast<unsigned char*>(CTime::ms_pTimeZone), CTime::ms_auTimeZone);
@@ -563,13 +543,13 @@ TEST(CTimeConstruction, CopyHasTheMomentInAnUnsetZone)
 
 TEST(CTimeConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
-    const CNamedTime now;
+    const CDerived<CTime> now;
     EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, now.m_timeZone.GetTimeZone());
-    CNamedTime::ms_uDestroyed = 0;
-    std::unique_ptr<CTime> pCopy = std::make_unique<CNamedTime>(static_cast<const CTime&>(now));
+    CDerived<CTime>::ms_uDestroyed = 0;
+    std::unique_ptr<CTime> pCopy = std::make_unique<CDerived<CTime>>(static_cast<const CTime&>(now));
     EXPECT_EQ(StoredIn(now), StoredIn(*pCopy));
     pCopy.reset();
-    EXPECT_EQ(1u, CNamedTime::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CTime>::ms_uDestroyed);
     pCopy = std::make_unique<CTime>();
     pCopy.reset();
 }

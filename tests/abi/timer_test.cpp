@@ -13,7 +13,6 @@ void FinalizeCTimer();
 namespace
 {
 constexpr unsigned long g_uPERIOD_MS = 1UL << 40;  // more than 32 bits hold
-
 }  // namespace
 
 TEST(CTimerLayout, ATimerIsIdleWithAFreeSemaphoreBehindTwoTimes)
@@ -80,6 +79,17 @@ TEST(CTimerLayout, TheUpTimeIsTakenFromTheExportedTicks)
     EXPECT_EQ(uTicks + 10 + (CTimer::ms_uLastSysUpTimeTick - uLast), CTimer::ms_uSysUpTimeTick);
     EXPECT_EQ(CTimer::ms_uSysUpTimeTick * 1000 / CTimer::ms_uTickPerSec, uMs);
     CTimer::ms_uSysUpTimeTick -= 10;
+}
+
+TEST(CTimerLayout, StaticsHaveTheirWidths)
+{
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uSysUpTimeTick));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uLastSysUpTimeTick));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uTickPerSec));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_pmutexThreadingProtection));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_aumutexThreadingProtection));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_psemWait));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_ausemWait));
 }
 
 TEST(CTimerLayout, TheModuleBuildsItsLocksInStaticStorage)

@@ -63,13 +63,6 @@ TEST_F(CVListBaseLayout, TheLockIsTheOrders)
     EXPECT_EQ(QV_RES_INVALID_STATE, vlist.Insert(0, 1, nullptr));
 }
 
-TEST_F(CVListBaseLayout, ADestructorClearsTheElementSize)
-{
-    CGuarded<CVListBase> vlist(4u, static_cast<IAllocator*>(&m_source));
-    vlist.Destroy();
-    EXPECT_EQ(0u, vlist.Remains(&CVListBase::m_uElementSize));
-}
-
 TEST_F(CVListBaseInterface, TakesItsBlocksFromTheGivenSource)
 {
     const CBlockAllocator blocks(12, &m_source);
@@ -81,8 +74,6 @@ TEST_F(CVListBaseInterface, TakesItsBlocksFromTheGivenSource)
 TEST_F(CVListBaseInterface, CapacityIsTheOrdersAndKeepsBlocksFree)
 {
     CIntVList vlist(&m_source);
-    EXPECT_TRUE(vlist.IsEmpty());
-    EXPECT_EQ(0xFFFFFFFFu, vlist.GetLastIndex());
     vlist.Fill({1, 2});
     ASSERT_EQ(QV_RES_OK, vlist.ReserveCapacity(5));
     EXPECT_EQ(5u, vlist.GetCapacity());
@@ -90,11 +81,6 @@ TEST_F(CVListBaseInterface, CapacityIsTheOrdersAndKeepsBlocksFree)
     ASSERT_EQ(QV_RES_OK, vlist.ReduceCapacity(3));
     EXPECT_EQ(3u, vlist.GetCapacity());
     EXPECT_EQ(1u, vlist.m_elementAllocator.GetBlockCount());
-    EXPECT_FALSE(vlist.IsEmpty());
-    EXPECT_EQ(2u, vlist.GetSize());
-    EXPECT_EQ(0u, vlist.GetFirstIndex());
-    EXPECT_EQ(1u, vlist.GetLastIndex());
-    EXPECT_EQ(2u, vlist.GetEndIndex());
 }
 
 TEST_F(CVListBaseInterface, InsertsElementsAndVectorListsInFrontOfAnIndex)
