@@ -238,6 +238,8 @@ TEST(SEComGuid, IsComparedBySizeAndBytesUnderAllThreeNames)
 TEST(SEComClsInfoLayout, RegistryEntryIsTheIdentifiersAddressThenTheFunction)
 {
     static_assert(sizeof(SEComClsInfo) == 16);
+    FinalizeECom();
+    ASSERT_EQ(QV_RES_OK, InitializeECom()) << "without the room that earlier entries left";
     g_pvLastArray = nullptr;
     ASSERT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
     ASSERT_NE(nullptr, g_pvLastArray) << "the registry grows exactly";
