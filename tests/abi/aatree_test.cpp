@@ -1,88 +1,12 @@
-#include "tests/abi/foreign_memory.h"
-
-using PFNCompare = int (*)(const void* pFirst, const void* pSecond, unsigned int uParam);
-
-class CAATreeBase
-{
-public:
-    class CAATreeNode
-    {
-    public:
-        CAATreeNode();
-        CAATreeNode(CAATreeNode* pLeft, CAATreeNode* pRight, CAATreeNode* pParent, unsigned int uLevel);
-
-        CAATreeNode* m_pLeft;
-        CAATreeNode* m_pRight;
-        CAATreeNode* m_pParent;
-        unsigned int m_uLevel;
-    };
-    struct SCompareVoidParams
-    {
-        SCompareVoidParams(PFNCompare pfn, unsigned int u);
-
-        PFNCompare pfnCompare;
-        unsigned int uParam;
-    };
-
-    CAATreeBase(unsigned int uSizeOfElement, PFNCompare pfnCompare, unsigned int uParam, IAllocator* pAllocator);
-    CAATreeBase(unsigned int uSizeOfElement, PFNCompare pfnCompare, unsigned int uParam,
-                const CBlockAllocator& rAllocator);
-    CAATreeBase(const CAATreeBase& rSrc);
-    virtual ~CAATreeBase();
-    virtual void Construct(void* pElement);
-    virtual void ConstructFrom(void* pElement, const void* pSource);
-    virtual void Destruct(void* pElement);
-
-    CAATreeBase& operator=(const CAATreeBase& rSrc);
-    QvResult SetComparisonFunction(PFNCompare pfnCompare, unsigned int uParam);
-    QvResult ReserveCapacity(unsigned int uCapacity);
-    QvResult ReduceCapacity(unsigned int uCapacity);
-    unsigned int GetCapacity() const;
-    unsigned int GetLockCapacity() const;
-    unsigned int GetSize() const;
-    bool IsEmpty() const;
-    unsigned int GetFirstIndex() const;
-    unsigned int GetLastIndex() const;
-    QvResult Insert(const void* pElement);
-    QvResult AllocateSorted(const void* pKey, void** ppElement);
-    void* Allocate();
-    QvResult InsertAllocated(void* pElement);
-    void EraseAllocated(void* pElement);
-    void EraseElement(const void* pKey);
-    void Erase(unsigned int uIndex);
-    void EraseAll();
-    CAATreeNode* FindNode(const void* pKey) const;
-    CAATreeNode* FindNodeByIndex(unsigned int uIndex) const;
-    CAATreeNode* FindNodeMin(CAATreeNode* pNode) const;
-    CAATreeNode* FindNodeMax(CAATreeNode* pNode) const;
-    CAATreeNode* GetCurrentNode() const;
-    void SetCurrentNode(CAATreeNode* pNode) const;
-    void InvalidateCurrentNode() const;
-    bool CurrentNodeIsInvalid() const;
-    void IncrementCurrentNode() const;
-    void DecrementCurrentNode() const;
-    static QvResult InitializeCAATreeBase();
-    static void FinalizeCAATreeBase();
-
-    static unsigned char ms_auNullNode[];
-    static CAATreeNode* ms_pNullNode;
-
-    CBlockAllocator m_nodeAllocator;
-    unsigned int m_uElementSize;
-    SCompareVoidParams m_stCompare;
-    unsigned int m_uLockCapacity;
-    unsigned int m_uSize;
-    unsigned int m_uAllocatedCount;
-    CAATreeNode* m_pRoot;
-    CAATreeNode* m_pCurrentNode;
-    unsigned int m_uCurrentIndex;
-};
-
-QvResult InitializeCAATreeBase();
-void FinalizeCAATreeBase();
+#include "tests/abi/aatree.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/foreign_source.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/ints.h"
+#include "tests/abi/module_functions.h"
 
 using CNode = CAATreeBase::CAATreeNode;
-using CIntTree = CInts<CAATreeBase>;
 
 namespace
 {
@@ -121,11 +45,11 @@ Ints LinkedInts(const CAATreeBase& rTree)
 
 void Fill(CAATreeBase& rTree, std::initializer_list<int> values)
 {
-    for (const int nValue : values) ASSERT_EQ(eOK, rTree.Insert(&nValue));
+    for (const int nValue : values) ASSERT_EQ(QV_RES_OK, rTree.Insert(&nValue));
 }
 }  // namespace
 
-class CAATreeBaseLayout : public CForeignProgram
+class CAATreeBaseLayout : public testing::Test
 {
 protected:
     CForeignSource m_source;
@@ -136,25 +60,25 @@ class CAATreeBaseInterface : public CAATreeBaseLayout
 
 TEST_F(CAATreeBaseLayout, FieldsAreNodeAllocatorElementSizeComparisonLockCountsRootCurrent)
 {
-    CGuarded<CAATreeBase> tree(4U, CompareModulo, g_uWHOLE, &m_source);
+    CGuarded<CAATreeBase> tree(4u, CompareModulo, g_uWHOLE, &m_source);
     const void* const pvTree = &*tree;
     CIntTree ints(CompareModulo, g_uWHOLE, &m_source);
     Fill(ints, {1, 2, 3});
-    ASSERT_EQ(eOK, tree->CAATreeBase::ReserveCapacity(4));
+    ASSERT_EQ(QV_RES_OK, tree->CAATreeBase::ReserveCapacity(4));
     static_cast<CAATreeBase&>(*tree) = ints;
     void* const pAllocated = tree->Allocate();
     CNode* const pLast = tree->FindNodeByIndex(0);
     EXPECT_EQ(&m_source, LoadAt<IAllocator*>(pvTree, 8 + 8));
-    EXPECT_EQ(4U + 32U, LoadAt<uint32_t>(pvTree, 8 + 36));
-    EXPECT_EQ(4U, LoadAt<uint32_t>(pvTree, 48));
+    EXPECT_EQ(4u + 32u, LoadAt<uint32_t>(pvTree, 8 + 36));
+    EXPECT_EQ(4u, LoadAt<uint32_t>(pvTree, 48));
     EXPECT_EQ(CompareModulo, LoadAt<PFNCompare>(pvTree, 56));
     EXPECT_EQ(g_uWHOLE, LoadAt<uint32_t>(pvTree, 64));
-    EXPECT_EQ(0U, LoadAt<uint32_t>(pvTree, 72));
-    EXPECT_EQ(3U, LoadAt<uint32_t>(pvTree, 76));
-    EXPECT_EQ(1U, LoadAt<uint32_t>(pvTree, 80));
+    EXPECT_EQ(0u, LoadAt<uint32_t>(pvTree, 72));
+    EXPECT_EQ(3u, LoadAt<uint32_t>(pvTree, 76));
+    EXPECT_EQ(1u, LoadAt<uint32_t>(pvTree, 80));
     EXPECT_EQ(pLast->m_pParent, LoadAt<CNode*>(pvTree, 88));
     EXPECT_EQ(pLast, LoadAt<CNode*>(pvTree, 96));
-    EXPECT_EQ(0U, LoadAt<uint32_t>(pvTree, 104));
+    EXPECT_EQ(0u, LoadAt<uint32_t>(pvTree, 104));
     tree->EraseAllocated(pAllocated);
     static_assert(sizeof(CAATreeBase) == 112, "the program's declaration");
 }
@@ -167,12 +91,12 @@ TEST_F(CAATreeBaseLayout, NodesLinkLeftRightParentThenHaveALevelThenTheElement)
     const CNode* const pLeft = LoadAt<const CNode*>(pRoot, 0);
     const CNode* const pRight = LoadAt<const CNode*>(pRoot, 8);
     EXPECT_EQ(CAATreeBase::ms_pNullNode, LoadAt<const CNode*>(pRoot, 16));
-    EXPECT_EQ(2U, LoadAt<uint32_t>(pRoot, 24));
+    EXPECT_EQ(2u, LoadAt<uint32_t>(pRoot, 24));
     EXPECT_EQ(20, LoadAt<int>(pRoot, 32));
     EXPECT_EQ(10, LoadAt<int>(pLeft, 32));
     EXPECT_EQ(30, LoadAt<int>(pRight, 32));
     EXPECT_EQ(pRoot, LoadAt<const CNode*>(pLeft, 16));
-    EXPECT_EQ(1U, LoadAt<uint32_t>(pRight, 24));
+    EXPECT_EQ(1u, LoadAt<uint32_t>(pRight, 24));
     static_assert(sizeof(CNode) == 32, "the program's declaration");
 }
 
@@ -181,18 +105,18 @@ TEST_F(CAATreeBaseLayout, ANodeIsConstructedFromItsFieldsOrZero)
     CGuarded<CNode> zero;
     EXPECT_EQ(std::vector<unsigned char>(28), BytesAt(&*zero, 0, 28));
     CNode nodes[3];
-    CGuarded<CNode> node(&nodes[0], &nodes[1], &nodes[2], 7U);
+    CGuarded<CNode> node(&nodes[0], &nodes[1], &nodes[2], 7u);
     EXPECT_EQ(&nodes[0], LoadAt<CNode*>(&*node, 0));
     EXPECT_EQ(&nodes[1], LoadAt<CNode*>(&*node, 8));
     EXPECT_EQ(&nodes[2], LoadAt<CNode*>(&*node, 16));
-    EXPECT_EQ(7U, LoadAt<uint32_t>(&*node, 24));
+    EXPECT_EQ(7u, LoadAt<uint32_t>(&*node, 24));
 }
 
 TEST_F(CAATreeBaseLayout, AComparisonIsACallbackAndItsParameter)
 {
-    CGuarded<CAATreeBase::SCompareVoidParams> params(CompareModulo, 9U);
+    CGuarded<CAATreeBase::SCompareVoidParams> params(CompareModulo, 9u);
     EXPECT_EQ(CompareModulo, LoadAt<PFNCompare>(&*params, 0));
-    EXPECT_EQ(9U, LoadAt<uint32_t>(&*params, 8));
+    EXPECT_EQ(9u, LoadAt<uint32_t>(&*params, 8));
 }
 
 TEST_F(CAATreeBaseLayout, TheSentinelIsTheExportedStorageAndPointsAtItself)
@@ -202,37 +126,23 @@ TEST_F(CAATreeBaseLayout, TheSentinelIsTheExportedStorageAndPointsAtItself)
     EXPECT_EQ(pSentinel, pSentinel->m_pLeft);
     EXPECT_EQ(pSentinel, pSentinel->m_pRight);
     EXPECT_EQ(pSentinel, pSentinel->m_pParent);
-    EXPECT_EQ(0U, pSentinel->m_uLevel);
+    EXPECT_EQ(0u, pSentinel->m_uLevel);
 }
 
-TEST_F(CAATreeBaseLayout, SlotsAreDestructorConstructConstructFromDestruct)
+TEST_F(CAATreeBaseLayout, TheNodeAllocatorHasItsOwnVirtualTable)
 {
     CAATreeBase tree(4, CompareModulo, g_uWHOLE, &m_source);
-    EXPECT_EQ(0, OffsetToTop(&tree));
-    EXPECT_TRUE(HasSlots(&tree, {"_ZN11CAATreeBaseD1Ev", "_ZN11CAATreeBaseD0Ev", "_ZN11CAATreeBase9ConstructEPv",
-                                 "_ZN11CAATreeBase13ConstructFromEPvPKv", "_ZN11CAATreeBase8DestructEPv"}));
     EXPECT_EQ("CBlockAllocator::Push(void*)", FunctionInSlot(&tree.m_nodeAllocator, 2));
-}
-
-TEST_F(CAATreeBaseLayout, TheBasesElementOperationsDoNothing)
-{
-    CAATreeBase tree(4, CompareModulo, g_uWHOLE, &m_source);
-    int nElement = 5;
-    const int nSource = 6;
-    tree.CAATreeBase::Construct(&nElement);
-    tree.CAATreeBase::ConstructFrom(&nElement, &nSource);
-    tree.CAATreeBase::Destruct(&nElement);
-    EXPECT_EQ(5, nElement);
 }
 
 TEST_F(CAATreeBaseLayout, TheLibraryCallsTheElementOperationsOfAProgramsClass)
 {
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     Fill(tree, {1, 2});
-    EXPECT_EQ(2U, tree.m_uCopied);
+    EXPECT_EQ(2u, tree.m_uCopied);
     tree.Erase(0);
-    EXPECT_EQ(1U, tree.m_uDestroyed);
-    EXPECT_EQ(0U, tree.m_uMade);
+    EXPECT_EQ(1u, tree.m_uDestroyed);
+    EXPECT_EQ(0u, tree.m_uMade);
 }
 
 TEST_F(CAATreeBaseLayout, AChangedLockIsSeenByTheLibrary)
@@ -240,41 +150,34 @@ TEST_F(CAATreeBaseLayout, AChangedLockIsSeenByTheLibrary)
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     const int nElement = 1;
     tree.m_uLockCapacity = 8;
-    EXPECT_EQ(8U, tree.GetLockCapacity());
-    EXPECT_EQ(eINVALID_STATE, tree.ReserveCapacity(1));
-    EXPECT_EQ(eINVALID_STATE, tree.ReduceCapacity(0));
-    EXPECT_EQ(eINVALID_STATE, tree.Insert(&nElement));
-}
-
-TEST_F(CAATreeBaseLayout, ADestructorThroughItsSlotGivesTheNodesBack)
-{
-    CAATreeBase* const pTree = new CAATreeBase(4, CompareModulo, g_uWHOLE, &m_source);
-    ASSERT_EQ(eOK, pTree->ReserveCapacity(3));
-    EXPECT_EQ(3U, m_source.m_uOut);
-    delete pTree;
-    EXPECT_EQ(0U, m_source.m_uOut);
+    EXPECT_EQ(8u, tree.GetLockCapacity());
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReserveCapacity(1));
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReduceCapacity(0));
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.Insert(&nElement));
 }
 
 TEST_F(CAATreeBaseLayout, ADestructorClearsTheElementSizeAndTheLock)
 {
-    const CRemains<CAATreeBase> tree(4U, CompareModulo, g_uWHOLE, static_cast<IAllocator*>(&m_source));
-    EXPECT_EQ(0U, tree.At(&CAATreeBase::m_uElementSize));
-    EXPECT_EQ(0U, tree.At(&CAATreeBase::m_uLockCapacity));
+    CGuarded<CAATreeBase> tree(4u, CompareModulo, g_uWHOLE, static_cast<IAllocator*>(&m_source));
+    tree.Destroy();
+    EXPECT_EQ(0u, tree.Remains(&CAATreeBase::m_uElementSize));
+    EXPECT_EQ(0u, tree.Remains(&CAATreeBase::m_uLockCapacity));
 }
 
 TEST(CAATreeBaseModule, SentinelLivesFromInitialiserToFinaliser)
 {
-    const std::pair<QvResult (*)(), void (*)()> aModule[] = {
-        {CAATreeBase::InitializeCAATreeBase, CAATreeBase::FinalizeCAATreeBase},
-        {InitializeCAATreeBase, FinalizeCAATreeBase}};
-    for (const auto& rPair : aModule)
+    CFrameworkInitializer::Finalize();
+    const SModuleFunctions aPairs[] = {{CAATreeBase::InitializeCAATreeBase, CAATreeBase::FinalizeCAATreeBase},
+                                       {InitializeCAATreeBase, FinalizeCAATreeBase}};
+    for (const SModuleFunctions& rPair : aPairs)
     {
         EXPECT_EQ(nullptr, CAATreeBase::ms_pNullNode);
-        EXPECT_EQ(eOK, rPair.first());
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
         EXPECT_EQ(static_cast<const void*>(CAATreeBase::ms_auNullNode), CAATreeBase::ms_pNullNode);
-        rPair.second();
+        rPair.pfnFinalize();
         EXPECT_EQ(nullptr, CAATreeBase::ms_pNullNode);
     }
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
 }
 
 TEST_F(CAATreeBaseInterface, TakesItsNodesFromTheGivenSource)
@@ -291,55 +194,55 @@ TEST_F(CAATreeBaseInterface, CapacityIsTheSizeTheAllocatedAndTheFreeNodes)
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     Fill(tree, {1, 2});
     void* const pAllocated = tree.Allocate();
-    ASSERT_EQ(eOK, tree.ReserveCapacity(6));
-    EXPECT_EQ(3U, m_source.m_uLastCount);
-    EXPECT_EQ(6U, tree.GetCapacity());
-    ASSERT_EQ(eOK, tree.ReduceCapacity(0));
-    EXPECT_EQ(3U, tree.GetCapacity());
+    ASSERT_EQ(QV_RES_OK, tree.ReserveCapacity(6));
+    EXPECT_EQ(3u, m_source.m_uAllocatedCount);
+    EXPECT_EQ(6u, tree.GetCapacity());
+    ASSERT_EQ(QV_RES_OK, tree.ReduceCapacity(0));
+    EXPECT_EQ(3u, tree.GetCapacity());
     tree.EraseAllocated(nullptr);
     tree.EraseAllocated(pAllocated);
-    EXPECT_EQ(0U, tree.m_uAllocatedCount);
-    EXPECT_EQ(1U, tree.m_nodeAllocator.GetBlockCount());
+    EXPECT_EQ(0u, tree.m_uAllocatedCount);
+    EXPECT_EQ(1u, tree.m_nodeAllocator.GetBlockCount());
     m_source.m_bRefusing = true;
-    EXPECT_EQ(eOUT_OF_MEMORY, tree.ReserveCapacity(4));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, tree.ReserveCapacity(4));
 }
 
 TEST_F(CAATreeBaseInterface, IndexesSpanTheSize)
 {
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     EXPECT_TRUE(tree.IsEmpty());
-    EXPECT_EQ(0xFFFFFFFFU, tree.GetLastIndex());
+    EXPECT_EQ(0xFFFFFFFFu, tree.GetLastIndex());
     EXPECT_TRUE(IsSentinel(tree.m_pRoot));
     Fill(tree, {1, 2, 3});
     EXPECT_FALSE(tree.IsEmpty());
-    EXPECT_EQ(3U, tree.GetSize());
-    EXPECT_EQ(0U, tree.GetFirstIndex());
-    EXPECT_EQ(2U, tree.GetLastIndex());
+    EXPECT_EQ(3u, tree.GetSize());
+    EXPECT_EQ(0u, tree.GetFirstIndex());
+    EXPECT_EQ(2u, tree.GetLastIndex());
 }
 
 TEST_F(CAATreeBaseInterface, InsertsCopiesPlacesAndNodesOfTheCaller)
 {
-    CIntTree tree(CompareModulo, 10U, &m_source);
+    CIntTree tree(CompareModulo, 10u, &m_source);
     Fill(tree, {5, 1});
     int nKey = 11;
     void* pElement = nullptr;
-    EXPECT_EQ(eALREADY_EXISTS, tree.Insert(&nKey));
-    EXPECT_EQ(eALREADY_EXISTS, tree.AllocateSorted(&nKey, &pElement));
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.Insert(&nKey));
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.AllocateSorted(&nKey, &pElement));
     nKey = 3;
-    EXPECT_EQ(eINVALID_ARGUMENT, tree.AllocateSorted(&nKey, nullptr));
-    ASSERT_EQ(eOK, tree.AllocateSorted(&nKey, &pElement));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.AllocateSorted(&nKey, nullptr));
+    ASSERT_EQ(QV_RES_OK, tree.AllocateSorted(&nKey, &pElement));
     *static_cast<int*>(pElement) = 3;
-    EXPECT_EQ(2U, tree.m_uCopied) << "the place is left to the caller";
+    EXPECT_EQ(2u, tree.m_uCopied) << "the place is left to the caller";
 
-    EXPECT_EQ(eINVALID_ARGUMENT, tree.InsertAllocated(nullptr));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.InsertAllocated(nullptr));
     int* const pnAllocated = static_cast<int*>(tree.Allocate());
-    EXPECT_EQ(1U, tree.m_uAllocatedCount);
+    EXPECT_EQ(1u, tree.m_uAllocatedCount);
     *pnAllocated = 5;
-    EXPECT_EQ(eALREADY_EXISTS, tree.InsertAllocated(pnAllocated));
-    EXPECT_EQ(1U, tree.m_uAllocatedCount);
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.InsertAllocated(pnAllocated));
+    EXPECT_EQ(1u, tree.m_uAllocatedCount);
     *pnAllocated = 7;
-    ASSERT_EQ(eOK, tree.InsertAllocated(pnAllocated));
-    EXPECT_EQ(0U, tree.m_uAllocatedCount);
+    ASSERT_EQ(QV_RES_OK, tree.InsertAllocated(pnAllocated));
+    EXPECT_EQ(0u, tree.m_uAllocatedCount);
     EXPECT_EQ((Ints{1, 3, 5, 7}), LinkedInts(tree));
 }
 
@@ -349,7 +252,7 @@ TEST_F(CAATreeBaseInterface, AllocatedNodesAreDetachedLeaves)
     void* const pElement = tree.Allocate();
     const CNode* const pNode = reinterpret_cast<const CNode*>(static_cast<unsigned char*>(pElement) - 32);
     EXPECT_TRUE(IsSentinel(pNode->m_pLeft) && IsSentinel(pNode->m_pRight) && IsSentinel(pNode->m_pParent));
-    EXPECT_EQ(1U, pNode->m_uLevel);
+    EXPECT_EQ(1u, pNode->m_uLevel);
     tree.EraseAllocated(pElement);
 }
 
@@ -367,8 +270,8 @@ TEST_F(CAATreeBaseInterface, ErasesByKeyAndByIndex)
     EXPECT_EQ((Ints{1, 3, 5, 6, 7}), LinkedInts(tree));
     tree.EraseAll();
     EXPECT_EQ(Ints{}, LinkedInts(tree));
-    EXPECT_EQ(7U, tree.GetCapacity());
-    EXPECT_EQ(7U, tree.m_uDestroyed);
+    EXPECT_EQ(7u, tree.GetCapacity());
+    EXPECT_EQ(7u, tree.m_uDestroyed);
 }
 
 TEST_F(CAATreeBaseInterface, FindsNodesByKeyAndByIndex)
@@ -376,7 +279,7 @@ TEST_F(CAATreeBaseInterface, FindsNodesByKeyAndByIndex)
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     EXPECT_TRUE(IsSentinel(tree.FindNodeByIndex(0)));
     Fill(tree, {1, 2, 3, 4, 5, 6, 7});
-    for (const unsigned int uIndex : {3U, 4U, 0U, 6U, 1U})
+    for (const unsigned int uIndex : {3u, 4u, 0u, 6u, 1u})
     {
         const CNode* const pNode = tree.FindNodeByIndex(uIndex);
         const int nElement = static_cast<int>(uIndex) + 1;
@@ -432,11 +335,11 @@ TEST_F(CAATreeBaseInterface, ChangesInFrontOfTheCurrentNodeInvalidateIt)
 TEST_F(CAATreeBaseInterface, TheComparisonOfAnEmptyTreeCanBeSet)
 {
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
-    ASSERT_EQ(eOK, tree.SetComparisonFunction(CompareModulo, 10));
-    EXPECT_EQ(10U, tree.m_stCompare.uParam);
+    ASSERT_EQ(QV_RES_OK, tree.SetComparisonFunction(CompareModulo, 10));
+    EXPECT_EQ(10u, tree.m_stCompare.uParam);
     Fill(tree, {12, 21});
     EXPECT_EQ((Ints{21, 12}), LinkedInts(tree));
-    EXPECT_EQ(eINVALID_STATE, tree.SetComparisonFunction(CompareModulo, 10));
+    EXPECT_EQ(QV_RES_INVALID_STATE, tree.SetComparisonFunction(CompareModulo, 10));
 }
 
 TEST_F(CAATreeBaseInterface, SearchingAsksForTheKeyFirst)
@@ -458,7 +361,7 @@ TEST_F(CAATreeBaseInterface, ACopyHasTheElementSizeAndTheSourceAndAnAssignmentTh
 {
     CIntTree tree(CompareModulo, g_uWHOLE, &m_source);
     Fill(tree, {1, 2, 3, 4, 5, 6});
-    CIntTree assigned(CompareModulo, 10U, static_cast<IAllocator*>(nullptr));
+    CIntTree assigned(CompareModulo, 10u, static_cast<IAllocator*>(nullptr));
     EXPECT_EQ(&assigned, &(assigned.CAATreeBase::operator=(tree)));
     EXPECT_EQ(g_uWHOLE, assigned.m_stCompare.uParam);
     EXPECT_EQ((Ints{1, 2, 3, 4, 5, 6}), LinkedInts(assigned));
@@ -466,8 +369,8 @@ TEST_F(CAATreeBaseInterface, ACopyHasTheElementSizeAndTheSourceAndAnAssignmentTh
 
     const CAATreeBase empty(12, CompareModulo, 10, &m_source);
     CGuarded<CAATreeBase> copy(empty);
-    EXPECT_EQ(12U, copy->m_uElementSize);
+    EXPECT_EQ(12u, copy->m_uElementSize);
     EXPECT_EQ(CompareModulo, copy->m_stCompare.pfnCompare);
-    EXPECT_EQ(10U, copy->m_stCompare.uParam);
+    EXPECT_EQ(10u, copy->m_stCompare.uParam);
     EXPECT_TRUE(copy->m_nodeAllocator == empty.m_nodeAllocator);
 }

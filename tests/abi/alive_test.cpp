@@ -1,7 +1,7 @@
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/foreign_threads.h"
-#include "tests/abi/room_for.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/thread.h"
 #include "tests/support/gate.h"
 
 class CAliveObj : public CThread
@@ -11,7 +11,7 @@ public:
     ~CAliveObj() override;
     virtual void Behavior() = 0;
     virtual void BehaviorTerminating();
-    int Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
+    QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
     bool IsAlive();
     bool IsDead();
     bool IsUnborn();
@@ -40,8 +40,6 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread
 
 namespace
 {
-constexpr int g_nINVALID_STATE = static_cast<int>(0x80000002);
-
 /// Lives until it is told to die, and notes which of its functions the library has called.
 class CLife : public CAliveObj
 {
@@ -67,31 +65,23 @@ public:
     CGate m_isLiving;
     CGate m_mayEnd;
 };
-
-void ExpectTaken(const CBinarySemaphore& rSemaphore)
-{
-    EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&rSemaphore, 0));
-    EXPECT_EQ(0U, rSemaphore.m_sem.m_uCount);
-    EXPECT_EQ(1U, rSemaphore.m_sem.m_uMaxCount);
-    EXPECT_TRUE(rSemaphore.m_sem.m_bTimedWait);
-}
 }  // namespace
 
 TEST(CAliveObjLayout, IsAThreadThenTheStateThenTwoSemaphoresAndTwoMutexes)
 {
     static_assert(sizeof(CAliveObj) == 616);
-    const CRoomFor<CLife> life;
+    const CGuarded<CLife> life;
     const void* const pvLife = static_cast<CAliveObj*>(&*life);
     EXPECT_EQ(pvLife, static_cast<CThread*>(&*life));
     EXPECT_EQ(0, OffsetToTop(pvLife));
-    EXPECT_EQ(224U, OffsetOf(*life, &CAliveObj::m_eAliveState));
-    EXPECT_EQ(232U, OffsetOf(*life, &CAliveObj::m_semStarted));
-    EXPECT_EQ(376U, OffsetOf(*life, &CAliveObj::m_semGo));
-    EXPECT_EQ(520U, OffsetOf(*life, &CAliveObj::m_mutexActivation));
-    EXPECT_EQ(568U, OffsetOf(*life, &CAliveObj::m_mutexState));
-    EXPECT_EQ(1U, life->m_eAliveState);
-    ExpectTaken(life->m_semStarted);
-    ExpectTaken(life->m_semGo);
+    EXPECT_EQ(224u, OffsetOf(*life, &CAliveObj::m_eAliveState));
+    EXPECT_EQ(232u, OffsetOf(*life, &CAliveObj::m_semStarted));
+    EXPECT_EQ(376u, OffsetOf(*life, &CAliveObj::m_semGo));
+    EXPECT_EQ(520u, OffsetOf(*life, &CAliveObj::m_mutexActivation));
+    EXPECT_EQ(568u, OffsetOf(*life, &CAliveObj::m_mutexState));
+    EXPECT_EQ(1u, life->m_eAliveState);
+    ExpectBinary(0, life->m_semStarted);
+    ExpectBinary(0, life->m_semGo);
     EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&life->m_mutexActivation, 0));
     EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&life->m_mutexState, 0));
     EXPECT_EQ("(Not started)", std::string(life->m_szName));
@@ -99,20 +89,20 @@ TEST(CAliveObjLayout, IsAThreadThenTheStateThenTwoSemaphoresAndTwoMutexes)
 
 TEST(CAliveObjLayout, TheStateFieldFollowsTheLife)
 {
-    const CRoomFor<CLife> life;
+    const CGuarded<CLife> life;
     EXPECT_TRUE(life->IsUnborn());
-    ASSERT_EQ(0, life->Activate("life", 0, CThread::ePRIORITY_1));
+    ASSERT_EQ(QV_RES_OK, life->Activate("life", 0, CThread::ePRIORITY_1));
     life->m_isLiving.Pass();
-    EXPECT_EQ(3U, life->m_eAliveState);
+    EXPECT_EQ(3u, life->m_eAliveState);
     EXPECT_TRUE(life->IsAlive());
     EXPECT_FALSE(life->IsUnborn());
     EXPECT_STREQ("life", life->m_szName);
     EXPECT_EQ(CThread::ePRIORITY_1, life->m_ePriority);
     EXPECT_EQ(&CAliveObj::StartMechanism, life->m_pfnThread);
-    EXPECT_EQ(g_nINVALID_STATE, life->Activate("again", 0, CThread::ePRIORITY_2));
+    EXPECT_EQ(QV_RES_INVALID_STATE, life->Activate("again", 0, CThread::ePRIORITY_2));
     life->m_mayEnd.Open();
-    ASSERT_EQ(0, life->Join(nullptr));
-    EXPECT_EQ(4U, life->m_eAliveState);
+    ASSERT_EQ(QV_RES_OK, life->Join(nullptr));
+    EXPECT_EQ(4u, life->m_eAliveState);
     EXPECT_TRUE(life->IsDead());
     EXPECT_FALSE(life->IsAlive());
     EXPECT_EQ("lives;has lived;", life->m_notes);
@@ -120,7 +110,7 @@ TEST(CAliveObjLayout, TheStateFieldFollowsTheLife)
 
 TEST(CAliveObjLayout, TheQueriesReadTheStateField)
 {
-    const CRoomFor<CLife> life;
+    const CGuarded<CLife> life;
     life->m_eAliveState = 2;
     EXPECT_TRUE(life->IsAlive());
     EXPECT_FALSE(life->IsUnborn());
@@ -133,16 +123,16 @@ TEST(CAliveObjLayout, TheQueriesReadTheStateField)
 
 TEST(CAliveObjLayout, TheActivationMutexStandsBeforeTheMutexOfTheState)
 {
-    const CRoomFor<CLife> life;
+    const CGuarded<CLife> life;
     std::vector<const pthread_mutex_t*> locked;
     t_pLocked = &locked;
     life->IsUnborn();
     life->m_eAliveState = 3;
     const int nRes = life->Activate(nullptr, 0, CThread::ePRIORITY_2);
     t_pLocked = nullptr;
-    EXPECT_EQ(g_nINVALID_STATE, nRes);
+    EXPECT_EQ(QV_RES_INVALID_STATE, nRes);
     life->m_eAliveState = 1;
-    ASSERT_LE(3U, locked.size());
+    ASSERT_LE(3u, locked.size());
     EXPECT_EQ(&life->m_mutexState.m_mutex, locked[0]);
     EXPECT_EQ(&life->m_mutexActivation.m_mutex, locked[1]);
     EXPECT_EQ(&life->m_mutexState.m_mutex, locked[2]);
@@ -150,28 +140,27 @@ TEST(CAliveObjLayout, TheActivationMutexStandsBeforeTheMutexOfTheState)
 
 TEST(CAliveObjLayout, ARefusedActivationStillSignalsTheSecondSemaphore)
 {
-    const CRoomFor<CLife> life;
+    const CGuarded<CLife> life;
     life->m_eAliveState = 3;
-    EXPECT_EQ(g_nINVALID_STATE, life->Activate(nullptr, 0, CThread::ePRIORITY_2));
+    EXPECT_EQ(QV_RES_INVALID_STATE, life->Activate(nullptr, 0, CThread::ePRIORITY_2));
     life->m_eAliveState = 1;
-    EXPECT_EQ(1U, life->m_semGo.m_sem.m_uCount);
-    ExpectTaken(life->m_semStarted);
+    EXPECT_EQ(1u, life->m_semGo.m_sem.m_uCount);
+    ExpectBinary(0, life->m_semStarted);
 }
 
 TEST(CAliveObjLayout, BehaviourAndItsEndStandBehindTheDestructors)
 {
     EXPECT_EQ(2, SlotOf(&CAliveObj::Behavior));
     EXPECT_EQ(3, SlotOf(&CAliveObj::BehaviorTerminating));
-    const void* const pvTable = dlsym(RTLD_DEFAULT, "_ZTV9CAliveObj");
-    ASSERT_NE(nullptr, pvTable);
-    const void* const* const ppvSlots = static_cast<const void* const*>(pvTable) + 2;
+    const std::vector<std::string> table = TableNamed("_ZTV9CAliveObj");
+    ASSERT_EQ(4u, table.size());
     // The first two are the destructors', which an abstract class need not fill.
-    EXPECT_EQ("__cxa_pure_virtual", FunctionInSlot(&ppvSlots, 2));
-    EXPECT_EQ("CAliveObj::BehaviorTerminating()", FunctionInSlot(&ppvSlots, 3));
-    delete ThroughTheTable(static_cast<CThread*>(new CLife));
+    EXPECT_EQ("__cxa_pure_virtual", table[2]);
+    EXPECT_EQ("CAliveObj::BehaviorTerminating()", table[3]);
+    delete &OfUnknownOrigin(static_cast<CThread&>(*new CLife));
 }
 
 TEST(CAliveObjCalls, TheThreadFunctionDoesNothingWithoutAnObject)
 {
-    EXPECT_EQ(0U, CAliveObj::StartMechanism(0));
+    EXPECT_EQ(0u, CAliveObj::StartMechanism(0));
 }

@@ -1,4 +1,9 @@
-#include "tests/abi/foreign_memory.h"
+#include "tests/abi/allocator.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/foreign_source.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/module_functions.h"
 
 namespace
 {
@@ -16,13 +21,13 @@ std::vector<const void*> FreeBlocksOf(const CBlockAllocator& rAllocator)
 }
 }  // namespace
 
-class CDefaultAllocatorLayout : public CForeignProgram
+class CDefaultAllocatorLayout : public testing::Test
 {
 };
-class CDefaultAllocatorInterface : public CForeignProgram
+class CDefaultAllocatorInterface : public testing::Test
 {
 };
-class CBlockAllocatorLayout : public CForeignProgram
+class CBlockAllocatorLayout : public testing::Test
 {
 protected:
     CForeignSource m_source;
@@ -124,32 +129,34 @@ TEST_F(CDefaultAllocatorInterface, IsInheritedByAProgramsOwnClass)
 
 TEST(CDefaultAllocatorModule, FinaliserDestroysTheInstance)
 {
-    ASSERT_EQ(eOK, CSingletonBase::InitializeCSingletonBase());
-    const std::pair<QvResult (*)(), void (*)()> aModule[] = {
+    CFrameworkInitializer::Finalize();
+    ASSERT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());
+    const SModuleFunctions aPairs[] = {
         {CDefaultAllocator::InitializeCDefaultAllocator, CDefaultAllocator::FinalizeCDefaultAllocator},
         {InitializeCDefaultAllocator, FinalizeCDefaultAllocator},
         {InitializeCDefaultAllocator, CSingleton<CDefaultAllocator>::DestroyInstance}};
-    for (const auto& rPair : aModule)
+    for (const SModuleFunctions& rPair : aPairs)
     {
-        EXPECT_EQ(eOK, rPair.first());
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
         EXPECT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
         EXPECT_NE(nullptr, CSingleton<CDefaultAllocator>::Instance());
-        rPair.second();
+        rPair.pfnFinalize();
         EXPECT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
     }
     CSingletonBase::FinalizeCSingletonBase();
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
 }
 
 TEST_F(CBlockAllocatorLayout, FieldsAreSourceHeadTailCountSize)
 {
     static_assert(sizeof(CBlockAllocator) == 40, "the program's declaration");
-    CGuarded<CBlockAllocator> blocks(24U, &m_source);
+    CGuarded<CBlockAllocator> blocks(24u, &m_source);
     ASSERT_TRUE(blocks->Reserve(3));
     EXPECT_EQ(&m_source, LoadAt<IAllocator*>(&*blocks, 8));
     const auto* const pHead = LoadAt<const IAllocator::SBlock*>(&*blocks, 16);
     EXPECT_EQ(pHead->pNext->pNext, LoadAt<const IAllocator::SBlock*>(&*blocks, 24));
-    EXPECT_EQ(3U, LoadAt<uint32_t>(&*blocks, 32));
-    EXPECT_EQ(24U, LoadAt<uint32_t>(&*blocks, 36));
+    EXPECT_EQ(3u, LoadAt<uint32_t>(&*blocks, 32));
+    EXPECT_EQ(24u, LoadAt<uint32_t>(&*blocks, 36));
 }
 
 TEST_F(CBlockAllocatorLayout, SlotsAreDestructorPush)
@@ -165,20 +172,21 @@ TEST_F(CBlockAllocatorLayout, ADestructorThroughItsSlotGivesTheBlocksBack)
     CBlockAllocator* const pBlocks = new CBlockAllocator(8, &m_source);
     ASSERT_TRUE(pBlocks->Reserve(2));
     delete pBlocks;
-    EXPECT_EQ(0U, m_source.m_uOut);
+    EXPECT_EQ(0u, m_source.m_uOut);
 }
 
 TEST_F(CBlockAllocatorLayout, ADestructorClearsTheSourceAndTheBlockSize)
 {
-    const CRemains<CBlockAllocator> blocks(8U, &m_source);
-    EXPECT_EQ(nullptr, blocks.At(&CBlockAllocator::m_pAllocator));
-    EXPECT_EQ(0U, blocks.At(&CBlockAllocator::m_uBlockSize));
+    CGuarded<CBlockAllocator> blocks(8u, &m_source);
+    blocks.Destroy();
+    EXPECT_EQ(nullptr, blocks.Remains(&CBlockAllocator::m_pAllocator));
+    EXPECT_EQ(0u, blocks.Remains(&CBlockAllocator::m_uBlockSize));
 }
 
 TEST_F(CBlockAllocatorInterface, RaisesTheBlockSizeToALink)
 {
-    for (const unsigned int uSize : {0U, 7U, 8U}) EXPECT_EQ(8U, CBlockAllocator(uSize, &m_source).m_uBlockSize);
-    EXPECT_EQ(9U, CBlockAllocator(9, &m_source).m_uBlockSize);
+    for (const unsigned int uSize : {0u, 7u, 8u}) EXPECT_EQ(8u, CBlockAllocator(uSize, &m_source).m_uBlockSize);
+    EXPECT_EQ(9u, CBlockAllocator(9, &m_source).m_uBlockSize);
 }
 
 TEST_F(CBlockAllocatorInterface, TakesTheDefaultAllocatorForNull)
@@ -192,16 +200,16 @@ TEST_F(CBlockAllocatorInterface, ReservesTheShortfallInOneCallBehindTheTail)
     ASSERT_TRUE(blocks.Reserve(2));
     const IAllocator::SBlock* const pFirst = blocks.m_pHead;
     ASSERT_TRUE(blocks.Reserve(5));
-    EXPECT_EQ(3U, m_source.m_uLastCount);
-    EXPECT_EQ(16U, m_source.m_uLastSize);
+    EXPECT_EQ(3u, m_source.m_uAllocatedCount);
+    EXPECT_EQ(16u, m_source.m_uAllocatedSize);
     EXPECT_TRUE(blocks.Reserve(5));
-    EXPECT_EQ(2U, m_source.m_uAllocations);
-    EXPECT_EQ(5U, blocks.GetBlockCount());
+    EXPECT_EQ(2u, m_source.m_uAllocations);
+    EXPECT_EQ(5u, blocks.GetBlockCount());
     EXPECT_EQ(pFirst, blocks.m_pHead);
     EXPECT_EQ(blocks.m_pTail, FreeBlocksOf(blocks).back());
     m_source.m_bRefusing = true;
     EXPECT_FALSE(blocks.Reserve(6));
-    EXPECT_EQ(5U, FreeBlocksOf(blocks).size());
+    EXPECT_EQ(5u, FreeBlocksOf(blocks).size());
 }
 
 TEST_F(CBlockAllocatorInterface, PopTakesTheBlockPushedLastAndAsksTheSourceForOneAtATime)
@@ -209,15 +217,15 @@ TEST_F(CBlockAllocatorInterface, PopTakesTheBlockPushedLastAndAsksTheSourceForOn
     CBlockAllocator blocks(16, &m_source);
     void* const pBlock = blocks.Pop();
     ASSERT_NE(nullptr, pBlock);
-    EXPECT_EQ(1U, m_source.m_uLastCount);
-    EXPECT_EQ(0U, blocks.GetBlockCount());
+    EXPECT_EQ(1u, m_source.m_uAllocatedCount);
+    EXPECT_EQ(0u, blocks.GetBlockCount());
     EXPECT_EQ(nullptr, blocks.m_pTail);
     ASSERT_TRUE(blocks.Reserve(2));
     blocks.Push(nullptr);
-    EXPECT_EQ(2U, blocks.GetBlockCount());
+    EXPECT_EQ(2u, blocks.GetBlockCount());
     blocks.Push(pBlock);
     EXPECT_EQ(pBlock, blocks.m_pHead);
-    EXPECT_EQ(3U, blocks.GetBlockCount());
+    EXPECT_EQ(3u, blocks.GetBlockCount());
     EXPECT_EQ(pBlock, blocks.Pop());
     blocks.Push(pBlock);
     blocks.Reduce(0);
@@ -241,7 +249,7 @@ TEST_F(CBlockAllocatorInterface, ReduceGivesBackTheEndThatIsReachedByTheShorterW
         const std::vector<const void*> all = FreeBlocksOf(blocks);
         blocks.Reduce(10);
         blocks.Reduce(rCase.uKeep);
-        EXPECT_EQ(rCase.uReleased, m_source.m_uLastCount);
+        EXPECT_EQ(rCase.uReleased, m_source.m_uReleasedCount);
         EXPECT_EQ(rCase.uKeep, m_source.m_uOut);
         EXPECT_EQ(rCase.uKeep, blocks.GetBlockCount());
         const auto itFirst = all.begin() + static_cast<std::ptrdiff_t>(rCase.uFirstKept);
@@ -256,8 +264,8 @@ TEST_F(CBlockAllocatorInterface, ACopyHasTheSourceAndTheSizeButNoBlocks)
     ASSERT_TRUE(blocks.Reserve(2));
     CGuarded<CBlockAllocator> copy(blocks);
     EXPECT_EQ(&m_source, copy->m_pAllocator);
-    EXPECT_EQ(24U, copy->m_uBlockSize);
-    EXPECT_EQ(0U, copy->GetBlockCount());
+    EXPECT_EQ(24u, copy->m_uBlockSize);
+    EXPECT_EQ(0u, copy->GetBlockCount());
     EXPECT_EQ(nullptr, copy->m_pHead);
     EXPECT_TRUE(blocks == *copy);
     EXPECT_FALSE(blocks != *copy);

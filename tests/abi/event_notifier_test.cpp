@@ -1,7 +1,6 @@
 #include <cstdarg>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/framework_up.h"
 
 enum EEventNotifier : int
 {
@@ -11,7 +10,7 @@ using Observer = void(void* pOpaque, EEventNotifier eEvent, va_list args);
 void RegisterEventObserver(Observer* pfnObserver, void* pOpaque);
 void UnregisterEventObserver(Observer* pfnObserver, void* pOpaque);
 void NotifyEventObservers(EEventNotifier eEvent, ...);
-int InitializeQvEventNotifier();
+QvResult InitializeQvEventNotifier();
 void FinalizeQvEventNotifier();
 
 namespace
@@ -58,7 +57,7 @@ TEST(EventNotifierCalls, TheModuleForgetsItsObserversWhenItGoesDownAndUp)
     std::string notes;
     RegisterEventObserver(Note, &notes);
     FinalizeQvEventNotifier();
-    EXPECT_EQ(0, InitializeQvEventNotifier());
+    EXPECT_EQ(QV_RES_OK, InitializeQvEventNotifier());
     NotifyEventObservers(EEventNotifier(1), 1, "z");
     EXPECT_EQ("", notes);
 }

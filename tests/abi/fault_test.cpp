@@ -1,11 +1,13 @@
+#include <gtest/gtest.h>
+
 #include <csignal>
 
-#include "tests/abi/foreign_program.h"
+#include "tests/abi/result.h"
 
 // Fault handling does not need the framework.
 bool InstallGenericFaultHandler();
 bool UnInstallGenericFaultHandler();
-int InitializeQvFault();
+QvResult InitializeQvFault();
 void FinalizeQvFault();
 
 namespace
@@ -35,7 +37,7 @@ void Catch(int nSignal)
 TEST(FaultCalls, InstallingReplacesTheEightActionsUntilUninstalling)
 {
     std::signal(SIGTRAP, Catch);
-    EXPECT_EQ(0, InitializeQvFault());
+    EXPECT_EQ(QV_RES_OK, InitializeQvFault());
     ASSERT_TRUE(InstallGenericFaultHandler());
     EXPECT_TRUE(IsPipeSignalBlocked());
     const auto pfnHandler = ActionOf(SIGTRAP).sa_sigaction;

@@ -3,52 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "tests/abi/foreign_program.h"
-
-using QvResult = int;
-
-class CFrameworkInitializer
-{
-public:
-    enum EFinalizeFrom : int
-    {
-        eFROM_ASSERT = 1,
-        eFROM_RESULT = 3,
-        eFROM_THREAD = 5,
-        eFROM_DEFAULT_ALLOCATOR = 7,
-        eFROM_SINGLETON = 8,
-        eFROM_STRING = 9,
-        eFROM_EVENT_NOTIFIER = 10,
-        eFROM_TIMER = 11,
-        eFROM_TRACE_KERNEL = 12,
-        eFROM_TIME = 13,
-        eFROM_TRACE_TIME = 14,
-        eFROM_ECOM = 15,
-        eFROM_POOL = 17,
-        eFROM_AATREE = 18,
-        eFROM_STRING_FORMAT = 26,
-        eFROM_FAULT = 27,
-        eFROM_CRYPTO = 29,
-        eFROM_AES = 35,
-        eFROM_SECURE_PRNG = 36,
-        eFROM_SECURE_SEED = 37,
-        eFROM_ALL = 38
-    };
-
-    static QvResult Initialize();
-    static void Finalize();
-    static void PartialFinalize(EFinalizeFrom eFrom);
-
-    static unsigned int ms_uInitializationCount;
-};
-
-class CMarshaler;
-template <typename Object>
-QvResult InitializeCPool();
-template <typename Object>
-void FinalizeCPool();
-extern template QvResult InitializeCPool<CMarshaler>();
-extern template void FinalizeCPool<CMarshaler>();
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_initializer.h"
+#include "tests/abi/pool.h"
 
 QvResult InitializeQvAssert();
 QvResult InitializeResult();
@@ -146,7 +103,7 @@ void InitializeByHand(int nLastStage)
     for (const SModule& rModule : g_astMODULES)
     {
         if (rModule.nStage > nLastStage) return;
-        ASSERT_EQ(0, rModule.pfnInitialize()) << "stage " << rModule.nStage;
+        ASSERT_EQ(QV_RES_OK, rModule.pfnInitialize()) << "stage " << rModule.nStage;
     }
 }
 
@@ -155,29 +112,29 @@ const std::vector<int> g_ALL_STAGES = {1, 5, 7, 8, 9, 11, 13, 17, 18, 29, 35};
 
 TEST(CFrameworkInitializerCalls, TheExportedCountFollowsEveryUser)
 {
-    ASSERT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
-    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
-    EXPECT_EQ(1U, CFrameworkInitializer::ms_uInitializationCount);
+    ASSERT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(1u, CFrameworkInitializer::ms_uInitializationCount);
     EXPECT_EQ(g_ALL_STAGES, StagesUp());
-    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
-    EXPECT_EQ(2U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(2u, CFrameworkInitializer::ms_uInitializationCount);
     CFrameworkInitializer::Finalize();
-    EXPECT_EQ(1U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(1u, CFrameworkInitializer::ms_uInitializationCount);
     EXPECT_EQ(g_ALL_STAGES, StagesUp());
     CFrameworkInitializer::Finalize();
-    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
     EXPECT_EQ(std::vector<int>(), StagesUp());
 }
 
 TEST(CFrameworkInitializerCalls, TheCountIsTheOneThatTheFunctionsRead)
 {
     CFrameworkInitializer::Finalize();
-    EXPECT_EQ(0xFFFFFFFFU, CFrameworkInitializer::ms_uInitializationCount);
-    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
-    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0xFFFFFFFFu, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
     CFrameworkInitializer::ms_uInitializationCount = 1;
-    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
-    EXPECT_EQ(2U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(2u, CFrameworkInitializer::ms_uInitializationCount);
     EXPECT_EQ(std::vector<int>(), StagesUp());
     CFrameworkInitializer::ms_uInitializationCount = 0;
 }
@@ -193,7 +150,7 @@ TEST(CFrameworkInitializerCalls, AProgramCanBringTheModulesUpAndDownOneByOne)
         stages.erase(std::remove(stages.begin(), stages.end(), iModule->nStage), stages.end());
         EXPECT_EQ(stages, StagesUp()) << "stage " << iModule->nStage;
     }
-    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
 }
 
 TEST(CFrameworkInitializerCalls, PartialFinalisationTakesDownWhatItsStageSays)
@@ -234,10 +191,10 @@ TEST(CFrameworkInitializerCalls, AStartThatFailsLeavesNothingUpAndIsNotCounted)
     std::vector<pthread_key_t> keys;
     pthread_key_t hKey;
     while (pthread_key_create(&hKey, nullptr) == 0) keys.push_back(hKey);
-    EXPECT_EQ(static_cast<QvResult>(0x80000001), CFrameworkInitializer::Initialize());
+    EXPECT_EQ(QV_RES_FAIL, CFrameworkInitializer::Initialize());
     for (const pthread_key_t hTaken : keys) pthread_key_delete(hTaken);
-    EXPECT_EQ(0U, CFrameworkInitializer::ms_uInitializationCount);
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
     EXPECT_FALSE(IsUp(g_astMODULES[0]));
-    EXPECT_EQ(0, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     CFrameworkInitializer::Finalize();
 }

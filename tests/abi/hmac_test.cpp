@@ -2,9 +2,11 @@
 #include <memory>
 #include <numeric>
 
-#include "tests/abi/foreign_blob.h"
-#include "tests/abi/foreign_hash.h"
-#include "tests/abi/foreign_object.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/sha1.h"
+#include "tests/abi/text_blob.h"
+#include "tests/abi/told_size.h"
 
 class CHMac
 {
@@ -214,8 +216,7 @@ TEST(CHMacSlots, AreFilledByCSha1MacInTheirOrder)
 TEST(CHMacSlots, OfTheImplementationAreTheDestructorsAlone)
 {
     const CSha1MacBremoFw mac;
-    const std::vector<std::string> own{"CSha1MacBremoFw::~CSha1MacBremoFw()", "CSha1MacBremoFw::~CSha1MacBremoFw()"};
-    EXPECT_EQ(own, TableOf(&mac));
+    EXPECT_TRUE(HasDestructorsAlone(&mac, "15CSha1MacBremoFw"));
     const std::vector<std::string> base{"CHMacBremoFw::~CHMacBremoFw()", "CHMacBremoFw::~CHMacBremoFw()"};
     EXPECT_EQ(base, TableNamed("_ZTV12CHMacBremoFw"));
 }

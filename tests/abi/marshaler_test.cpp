@@ -4,119 +4,15 @@
 #include <memory>
 #include <numeric>
 
-#include "tests/abi/exported_symbol.h"
-#include "tests/abi/foreign_program.h"
-
-using QvResult = int;
-
-class CFrameworkInitializer
-{
-public:
-    static QvResult Initialize();
-    static void Finalize();
-};
-
-class IAllocator
-{
-public:
-    struct SBlock
-    {
-        SBlock* m_pNext;
-    };
-    virtual ~IAllocator();
-    virtual SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) = 0;
-    virtual void Release(SBlock* pChain, unsigned int uCount) = 0;
-};
-
-class CBlockAllocator
-{
-public:
-    virtual ~CBlockAllocator();
-    virtual void Push(void* pvBlock);
-    unsigned int GetBlockCount();
-    IAllocator* m_pAllocator;
-    IAllocator::SBlock* m_pHead;
-    IAllocator::SBlock* m_pTail;
-    unsigned int m_uBlockCount;
-    unsigned int m_uBlockSize;
-};
-
-class CMutex
-{
-public:
-    virtual ~CMutex();
-    void Lock() const;
-    void Unlock() const;
-    pthread_mutex_t m_mutex;
-};
-
-class CMarshaler
-{
-public:
-    CMarshaler();
-    ~CMarshaler();
-    CMarshaler& operator=(const CMarshaler& rSrc);
-
-    void Insert(const void* pvData, unsigned int uSize);
-    void Extract(void* pvData, unsigned int uSize);
-    void Store(const void* pvData, unsigned int uSize);
-    bool Load(void* pvData, unsigned int uSize);
-    CMarshaler& operator<<(unsigned int uValue);
-    CMarshaler& operator>>(unsigned int& ruValue);
-    CMarshaler& operator<<(unsigned short uValue);
-    CMarshaler& operator>>(unsigned short& ruValue);
-    void Clear();
-    void ReleaseSegments();
-    void ResetMembers();
-
-    unsigned char* m_puWrite;
-    unsigned char* m_puWriteSegmentEnd;
-    unsigned char* m_puRead;
-    unsigned char* m_puReadSegmentEnd;
-    unsigned char m_auInline[56];
-    unsigned char* m_puInlineLink;
-};
-
-template <typename Object>
-class CPool;
-
-template <>
-class CPool<CMarshaler>
-{
-public:
-    static void Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator);
-    static void Uninitialize();
-    static void* Allocate();
-    static void Deallocate(void* pvBlock);
-    static QvResult InitializeCPool();
-    static void FinalizeCPool();
-
-    static CBlockAllocator* ms_pBlockAllocator;
-    static unsigned int ms_uAllocatedCount;
-    static unsigned int ms_uCapacity;
-    static unsigned int ms_uLockCapacity;
-    static CMutex* ms_pmutex;
-};
-
-template <typename Object>
-QvResult InitializeCPool();
-template <typename Object>
-void FinalizeCPool();
-template <>
-QvResult InitializeCPool<CMarshaler>();
-template <>
-void FinalizeCPool<CMarshaler>();
+#include "tests/abi/exports.h"
+#include "tests/abi/foreign_source.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/marshaler.h"
+#include "tests/abi/module_functions.h"
+#include "tests/abi/pool.h"
 
 namespace
 {
-class CFramework : public testing::Environment
-{
-public:
-    void SetUp() override { ASSERT_EQ(0, CFrameworkInitializer::Initialize()); }
-    void TearDown() override { CFrameworkInitializer::Finalize(); }
-};
-const testing::Environment* const g_pFramework = testing::AddGlobalTestEnvironment(new CFramework);
-
 using Bytes = std::vector<unsigned char>;
 using Pool = CPool<CMarshaler>;
 
@@ -150,43 +46,6 @@ void ExpectEmpty(const CMarshaler& rMarshaler)
     EXPECT_EQ(nullptr, rMarshaler.m_puInlineLink);
 }
 
-/// Lends chains as the pool's source of blocks, and notes what it was asked.
-class CLender : public IAllocator
-{
-public:
-    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
-    {
-        m_uAllocatedCount = uCount;
-        m_uAllocatedSize = uSize;
-        SBlock* pChain = nullptr;
-        for (unsigned int uIndex = 0; uIndex < uCount; ++uIndex)
-        {
-            SBlock* const pBlock = reinterpret_cast<SBlock*>(new unsigned char[uSize]);
-            pBlock->m_pNext = pChain;
-            if (pChain == nullptr && ppLast != nullptr) *ppLast = pBlock;
-            pChain = pBlock;
-            ++m_nOut;
-        }
-        return pChain;
-    }
-    void Release(SBlock* pChain, unsigned int uCount) override
-    {
-        m_uReleasedCount = uCount;
-        while (pChain != nullptr)
-        {
-            SBlock* const pBlock = pChain;
-            pChain = pChain->m_pNext;
-            delete[] reinterpret_cast<unsigned char*>(pBlock);
-            --m_nOut;
-        }
-    }
-
-    unsigned int m_uAllocatedCount = 0;
-    unsigned int m_uAllocatedSize = 0;
-    unsigned int m_uReleasedCount = 0;
-    int m_nOut = 0;
-};
-
 /// A pool as each test sets it up; the framework's own comes back afterwards.
 class CPoolOfMarshalers : public testing::Test
 {
@@ -195,11 +54,11 @@ protected:
     void TearDown() override
     {
         Pool::FinalizeCPool();
-        EXPECT_EQ(0, m_lender.m_nOut);
-        ASSERT_EQ(0, Pool::InitializeCPool());
+        EXPECT_EQ(0u, m_source.m_uOut);
+        ASSERT_EQ(QV_RES_OK, Pool::InitializeCPool());
     }
 
-    CLender m_lender;
+    CForeignSource m_source;
 };
 
 class CNamedMarshaler : public CMarshaler
@@ -256,7 +115,7 @@ TEST(CMarshalerLayout, IsEmptyAfterConstructionAsAnObjectOfItsOwnAndAsABase)
 TEST(CMarshalerValues, OutOfLineOperatorsCopyTheirBytes)
 {
     CMarshaler marshaler;
-    EXPECT_EQ(&marshaler, &(marshaler << 0x01020304U));
+    EXPECT_EQ(&marshaler, &(marshaler << 0x01020304u));
     EXPECT_EQ(&marshaler, &(marshaler << static_cast<unsigned short>(0x0506)));
     EXPECT_EQ((Bytes{4, 3, 2, 1, 6, 5}), BytesAt(&marshaler, 32, 6));
     EXPECT_EQ(marshaler.m_auInline + 6, marshaler.m_puWrite);
@@ -264,7 +123,7 @@ TEST(CMarshalerValues, OutOfLineOperatorsCopyTheirBytes)
     unsigned short uHalf = 0;
     EXPECT_EQ(&marshaler, &(marshaler >> uWord));
     EXPECT_EQ(&marshaler, &(marshaler >> uHalf));
-    EXPECT_EQ(0x01020304U, uWord);
+    EXPECT_EQ(0x01020304u, uWord);
     EXPECT_EQ(0x0506, uHalf);
     EXPECT_EQ(marshaler.m_auInline + 6, marshaler.m_puRead);
 }
@@ -273,7 +132,7 @@ TEST(CMarshalerValues, OutOfLineOperatorsCrossSegments)
 {
     CMarshaler marshaler;
     InsertNumbered(marshaler, g_uInlineSize - 1);
-    marshaler << 0x01020304U;
+    marshaler << 0x01020304u;
     InsertNumbered(marshaler, g_uSegmentSize - 4);
     marshaler << static_cast<unsigned short>(0x0506);
     EXPECT_EQ(4, marshaler.m_auInline[55]);
@@ -288,7 +147,7 @@ TEST(CMarshalerValues, OutOfLineOperatorsCrossSegments)
     marshaler >> uWord;
     marshaler.Extract(skipped.data(), g_uSegmentSize - 4);
     marshaler >> uHalf;
-    EXPECT_EQ(0x01020304U, uWord);
+    EXPECT_EQ(0x01020304u, uWord);
     EXPECT_EQ(0x0506, uHalf);
 }
 
@@ -351,31 +210,27 @@ TEST(CMarshalerBytes, AssignmentCopiesContentAndBothPositions)
 
 TEST_F(CPoolOfMarshalers, StaticsHaveTheirWidths)
 {
-    EXPECT_TRUE(Covers("_ZN5CPoolI10CMarshalerE18ms_pBlockAllocatorE", 8));
-    EXPECT_TRUE(Covers("_ZN5CPoolI10CMarshalerE18ms_uAllocatedCountE", 4));
-    EXPECT_TRUE(Covers("_ZN5CPoolI10CMarshalerE12ms_uCapacityE", 4));
-    EXPECT_TRUE(Covers("_ZN5CPoolI10CMarshalerE16ms_uLockCapacityE", 4));
-    EXPECT_TRUE(Covers("_ZN5CPoolI10CMarshalerE9ms_pmutexE", 8));
+    EXPECT_TRUE(HasItsSize(Pool::ms_pBlockAllocator));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uAllocatedCount));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uCapacity));
+    EXPECT_TRUE(HasItsSize(Pool::ms_uLockCapacity));
+    EXPECT_TRUE(HasItsSize(Pool::ms_pmutex));
 }
 
 TEST_F(CPoolOfMarshalers, ModuleFunctionsMakeItLockedEmptyAndUnlimited)
 {
-    static constexpr struct
-    {
-        QvResult (*pfnInitialize)();
-        void (*pfnFinalize)();
-    } aPairs[] = {{&InitializeCPool<CMarshaler>, &FinalizeCPool<CMarshaler>},
-                  {&Pool::InitializeCPool, &Pool::FinalizeCPool}};
-    for (const auto& rPair : aPairs)
+    static constexpr SModuleFunctions aPairs[] = {{&InitializeCPool<CMarshaler>, &FinalizeCPool<CMarshaler>},
+                                                  {&Pool::InitializeCPool, &Pool::FinalizeCPool}};
+    for (const SModuleFunctions& rPair : aPairs)
     {
         Pool::ms_uAllocatedCount = Pool::ms_uCapacity = Pool::ms_uLockCapacity = 7;
-        EXPECT_EQ(0, rPair.pfnInitialize());
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
         ASSERT_NE(nullptr, Pool::ms_pBlockAllocator);
         EXPECT_EQ(sizeof(CMarshaler), Pool::ms_pBlockAllocator->m_uBlockSize);
-        EXPECT_EQ(0U, Pool::ms_pBlockAllocator->m_uBlockCount);
-        EXPECT_EQ(0U, Pool::ms_uAllocatedCount);
-        EXPECT_EQ(0U, Pool::ms_uCapacity);
-        EXPECT_EQ(0U, Pool::ms_uLockCapacity);
+        EXPECT_EQ(0u, Pool::ms_pBlockAllocator->m_uBlockCount);
+        EXPECT_EQ(0u, Pool::ms_uAllocatedCount);
+        EXPECT_EQ(0u, Pool::ms_uCapacity);
+        EXPECT_EQ(0u, Pool::ms_uLockCapacity);
         ASSERT_NE(nullptr, Pool::ms_pmutex);
         EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(Pool::ms_pmutex, 0));
         rPair.pfnFinalize();
@@ -385,54 +240,54 @@ TEST_F(CPoolOfMarshalers, ModuleFunctionsMakeItLockedEmptyAndUnlimited)
 
 TEST_F(CPoolOfMarshalers, ReservesItsCapacityAtOnceFromTheProgramsAllocator)
 {
-    Pool::Initialize(true, 2, true, &m_lender);
-    EXPECT_EQ(2U, m_lender.m_uAllocatedCount);
-    EXPECT_EQ(96U, m_lender.m_uAllocatedSize);
-    EXPECT_EQ(static_cast<IAllocator*>(&m_lender), Pool::ms_pBlockAllocator->m_pAllocator);
-    EXPECT_EQ(2U, Pool::ms_pBlockAllocator->m_uBlockCount);
-    EXPECT_EQ(2U, Pool::ms_uCapacity);
-    EXPECT_NE(0U, Pool::ms_uLockCapacity);
+    Pool::Initialize(true, 2, true, &m_source);
+    EXPECT_EQ(2u, m_source.m_uAllocatedCount);
+    EXPECT_EQ(96u, m_source.m_uAllocatedSize);
+    EXPECT_EQ(static_cast<IAllocator*>(&m_source), Pool::ms_pBlockAllocator->m_pAllocator);
+    EXPECT_EQ(2u, Pool::ms_pBlockAllocator->m_uBlockCount);
+    EXPECT_EQ(2u, Pool::ms_uCapacity);
+    EXPECT_NE(0u, Pool::ms_uLockCapacity);
 
     void* const pvFirst = Pool::Allocate();
     void* const pvSecond = Pool::Allocate();
-    EXPECT_EQ(2U, Pool::ms_uAllocatedCount);
+    EXPECT_EQ(2u, Pool::ms_uAllocatedCount);
     EXPECT_EQ(nullptr, Pool::Allocate());
     Pool::Deallocate(pvFirst);
     Pool::Deallocate(pvSecond);
-    EXPECT_EQ(0U, Pool::ms_uAllocatedCount);
+    EXPECT_EQ(0u, Pool::ms_uAllocatedCount);
     EXPECT_EQ(pvSecond, Pool::ms_pBlockAllocator->m_pHead);
     EXPECT_EQ(pvFirst, Pool::ms_pBlockAllocator->m_pTail);
 }
 
 TEST_F(CPoolOfMarshalers, CapacityFollowsTheCountWhereItIsNotLocked)
 {
-    Pool::Initialize(true, 0, false, &m_lender);
+    Pool::Initialize(true, 0, false, &m_source);
     void* const pvBlock = Pool::Allocate();
-    EXPECT_EQ(1U, Pool::ms_uAllocatedCount);
-    EXPECT_EQ(1U, Pool::ms_uCapacity);
+    EXPECT_EQ(1u, Pool::ms_uAllocatedCount);
+    EXPECT_EQ(1u, Pool::ms_uCapacity);
     Pool::ms_uCapacity = 0;
     Pool::Deallocate(pvBlock);
-    EXPECT_EQ(0U, Pool::ms_pBlockAllocator->m_uBlockCount) << "above the capacity, every free block goes back";
-    EXPECT_EQ(1U, m_lender.m_uReleasedCount);
+    EXPECT_EQ(0u, Pool::ms_pBlockAllocator->m_uBlockCount) << "above the capacity, every free block goes back";
+    EXPECT_EQ(1u, m_source.m_uReleasedCount);
 }
 
 TEST_F(CPoolOfMarshalers, UninitialisingClearsAllButTheMutexPointer)
 {
-    Pool::Initialize(true, 2, true, &m_lender);
+    Pool::Initialize(true, 2, true, &m_source);
     CMutex* const pmutex = Pool::ms_pmutex;
     EXPECT_NE(nullptr, pmutex);
     Pool::Uninitialize();
     EXPECT_EQ(nullptr, Pool::ms_pBlockAllocator);
-    EXPECT_EQ(0U, Pool::ms_uAllocatedCount);
-    EXPECT_EQ(0U, Pool::ms_uCapacity);
-    EXPECT_EQ(0U, Pool::ms_uLockCapacity);
+    EXPECT_EQ(0u, Pool::ms_uAllocatedCount);
+    EXPECT_EQ(0u, Pool::ms_uCapacity);
+    EXPECT_EQ(0u, Pool::ms_uLockCapacity);
     EXPECT_EQ(pmutex, Pool::ms_pmutex);
 }
 
 TEST_F(CPoolOfMarshalers, HasNoMutexWhereNoneIsAskedFor)
 {
     Pool::ms_pmutex = nullptr;
-    Pool::Initialize(false, 0, false, &m_lender);
+    Pool::Initialize(false, 0, false, &m_source);
     EXPECT_EQ(nullptr, Pool::ms_pmutex);
     void* const pvBlock = Pool::Allocate();
     EXPECT_NE(nullptr, pvBlock);

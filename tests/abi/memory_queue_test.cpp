@@ -1,5 +1,6 @@
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/room_for.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/told_size.h"
 
 class CMemoryQueue
 {
@@ -39,19 +40,19 @@ public:
 TEST(CMemoryQueueLayout, AnUninitialisedQueueHoldsFiveNullPointersAndNoAlignment)
 {
     static_assert(sizeof(CMemoryQueue) == 56);
-    const CRoomFor<CMemoryQueue> queue;
+    const CGuarded<CMemoryQueue> queue;
     EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
 }
 
 TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
 {
-    const CRoomFor<CMemoryQueue> queue;
-    EXPECT_EQ(8U, OffsetOf(*queue, &CMemoryQueue::m_puBegin));
-    EXPECT_EQ(16U, OffsetOf(*queue, &CMemoryQueue::m_puEnd));
-    EXPECT_EQ(24U, OffsetOf(*queue, &CMemoryQueue::m_puDataEnd));
-    EXPECT_EQ(32U, OffsetOf(*queue, &CMemoryQueue::m_puRead));
-    EXPECT_EQ(40U, OffsetOf(*queue, &CMemoryQueue::m_puWrite));
-    EXPECT_EQ(48U, OffsetOf(*queue, &CMemoryQueue::m_uAlignment));
+    const CGuarded<CMemoryQueue> queue;
+    EXPECT_EQ(8u, OffsetOf(*queue, &CMemoryQueue::m_puBegin));
+    EXPECT_EQ(16u, OffsetOf(*queue, &CMemoryQueue::m_puEnd));
+    EXPECT_EQ(24u, OffsetOf(*queue, &CMemoryQueue::m_puDataEnd));
+    EXPECT_EQ(32u, OffsetOf(*queue, &CMemoryQueue::m_puRead));
+    EXPECT_EQ(40u, OffsetOf(*queue, &CMemoryQueue::m_puWrite));
+    EXPECT_EQ(48u, OffsetOf(*queue, &CMemoryQueue::m_uAlignment));
     ASSERT_TRUE(queue->Initialize(64, 8));
     unsigned char* const puBegin = queue->m_puBegin;
     ASSERT_NE(nullptr, puBegin);
@@ -59,34 +60,34 @@ TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
     EXPECT_EQ(puBegin + 64, queue->m_puDataEnd);
     EXPECT_EQ(puBegin, queue->m_puRead);
     EXPECT_EQ(puBegin, queue->m_puWrite);
-    EXPECT_EQ(8U, queue->m_uAlignment);
+    EXPECT_EQ(8u, queue->m_uAlignment);
     EXPECT_FALSE(queue->Initialize(128, 1));
     EXPECT_EQ(puBegin, queue->m_puBegin);
     queue->Uninitialize();
     EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
     ASSERT_TRUE(queue->Initialize(2, 0));
     EXPECT_EQ(queue->m_puBegin + 4, queue->m_puEnd);
-    EXPECT_EQ(1U, queue->m_uAlignment);
+    EXPECT_EQ(1u, queue->m_uAlignment);
     queue->Uninitialize();
     ASSERT_TRUE(queue->Initialize(2, 0x80000000));
-    EXPECT_EQ(0x80000000U, queue->m_uAlignment);
+    EXPECT_EQ(0x80000000u, queue->m_uAlignment);
 }
 
 TEST(CMemoryQueueLayout, APushedRecordIsItsSizeAndThenItsAlignedPayload)
 {
-    const CRoomFor<CMemoryQueue> queue;
+    const CGuarded<CMemoryQueue> queue;
     ASSERT_TRUE(queue->Initialize(64, 8));
     EXPECT_EQ(queue->m_puBegin + 8, queue->Push(5));
-    EXPECT_EQ(5U, LoadAt<unsigned int>(queue->m_puWrite, 0));
+    EXPECT_EQ(5u, LoadAt<unsigned int>(queue->m_puWrite, 0));
     EXPECT_EQ(queue->m_puBegin, queue->m_puWrite) << "the writer commits by moving the pointer itself";
     queue->m_puWrite += 16;
     EXPECT_EQ(queue->m_puBegin + 24, queue->Push(6));
-    EXPECT_EQ(6U, LoadAt<unsigned int>(queue->m_puBegin, 16));
+    EXPECT_EQ(6u, LoadAt<unsigned int>(queue->m_puBegin, 16));
 }
 
 TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEnd)
 {
-    const CRoomFor<CMemoryQueue> queue;
+    const CGuarded<CMemoryQueue> queue;
     ASSERT_TRUE(queue->Initialize(64, 1));
     unsigned char* const puBegin = queue->m_puBegin;
     queue->m_puRead = puBegin + 40;
@@ -102,7 +103,7 @@ TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEn
 
 TEST(CMemoryQueueLayout, AnEmptyQueueStartsOverWhereItsTailIsTooShort)
 {
-    const CRoomFor<CMemoryQueue> queue;
+    const CGuarded<CMemoryQueue> queue;
     ASSERT_TRUE(queue->Initialize(64, 1));
     unsigned char* const puBegin = queue->m_puBegin;
     queue->m_puRead = queue->m_puWrite = puBegin + 52;
@@ -114,20 +115,19 @@ TEST(CMemoryQueueLayout, AnEmptyQueueStartsOverWhereItsTailIsTooShort)
 
 TEST(CMemoryQueueLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
 {
-    CMemoryQueue* const pQueue = ThroughTheTable(new CMemoryQueue);
+    const CMemoryQueue queue;
+    EXPECT_TRUE(HasDestructorsAlone(&queue, "12CMemoryQueue"));
+    auto* const pQueue = new CMemoryQueue;
     ASSERT_TRUE(pQueue->Initialize(16, 1));
-    EXPECT_EQ(0, OffsetToTop(pQueue));
-    EXPECT_EQ("CMemoryQueue::~CMemoryQueue()", FunctionInSlot(pQueue, 0));
-    EXPECT_EQ("CMemoryQueue::~CMemoryQueue()", FunctionInSlot(pQueue, 1));
-    delete pQueue;
+    EXPECT_EQ(56u, SizeToldByDelete(pQueue));
 }
 
 TEST(AlignmentCalls, RoundUpIn32BitsAndOnAddresses)
 {
-    EXPECT_EQ(8U, QV_ALIGNUP_VAL<unsigned int>(5, 4));
-    EXPECT_EQ(8U, QV_ALIGNUP_VAL<unsigned int>(8, 4));
-    EXPECT_EQ(0U, QV_ALIGNUP_VAL<unsigned int>(0, 16));
-    EXPECT_EQ(0U, QV_ALIGNUP_VAL<unsigned int>(0xFFFFFFFF, 4));
+    EXPECT_EQ(8u, QV_ALIGNUP_VAL<unsigned int>(5, 4));
+    EXPECT_EQ(8u, QV_ALIGNUP_VAL<unsigned int>(8, 4));
+    EXPECT_EQ(0u, QV_ALIGNUP_VAL<unsigned int>(0, 16));
+    EXPECT_EQ(0u, QV_ALIGNUP_VAL<unsigned int>(0xFFFFFFFF, 4));
     alignas(16) unsigned char auBytes[32];
     EXPECT_EQ(auBytes + 16, QV_ALIGNUP_PTR<unsigned char*>(auBytes + 1, 16));
     EXPECT_EQ(auBytes, QV_ALIGNUP_PTR<unsigned char*>(auBytes, 16));
@@ -138,6 +138,6 @@ TEST(OsVersionCalls, TheAnswerIsKeptInTheExportedVariable)
 {
     static_assert(sizeof(g_eOsVersion) == 4);
     g_eOsVersion = EOsVersion(0);
-    EXPECT_EQ(6U, COsVersion::GetOsVersion());
-    EXPECT_EQ(6U, g_eOsVersion);
+    EXPECT_EQ(6u, COsVersion::GetOsVersion());
+    EXPECT_EQ(6u, g_eOsVersion);
 }

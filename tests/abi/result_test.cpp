@@ -1,7 +1,6 @@
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/framework_up.h"
+#include "tests/support/object_bytes.h"
 
-using QvResult = int;
 enum EQvPackageId : int
 {
 };
@@ -81,7 +80,7 @@ TEST(ResultCalls, EveryCodeHasTheSameEmptyTextAndPassesThroughInspection)
 TEST(ResultCalls, TheModuleHasNothingToSetUp)
 {
     FinalizeResult();
-    EXPECT_EQ(0, InitializeResult());
+    EXPECT_EQ(QV_RES_OK, InitializeResult());
 }
 
 TEST(ResultCalls, TheSilencerReturnsAllBitsOfAPointer)
@@ -97,20 +96,20 @@ void ExpectHandlersAreExchanged(Record (*pfnSet)(Record*), Record*& rpCurrent, d
     static_assert(sizeof(Record) == 16 && sizeof(Record::uOpaque) == 4);
     ASSERT_NE(nullptr, rpCurrent);
     EXPECT_EQ(pfnDefault, LoadAt<decltype(pfnDefault)>(rpCurrent, 0));
-    EXPECT_EQ(0U, LoadAt<unsigned int>(rpCurrent, 8));
+    EXPECT_EQ(0u, LoadAt<unsigned int>(rpCurrent, 8));
 
     Record own;
     own.pfnHandler = pfnOwn;
     own.uOpaque = 0xFEDCBA98;
     EXPECT_EQ(pfnDefault, pfnSet(&own).pfnHandler);
     EXPECT_EQ(pfnOwn, LoadAt<decltype(pfnOwn)>(rpCurrent, 0));
-    EXPECT_EQ(0xFEDCBA98U, LoadAt<unsigned int>(rpCurrent, 8));
+    EXPECT_EQ(0xFEDCBA98u, LoadAt<unsigned int>(rpCurrent, 8));
 
     const Record before = pfnSet(nullptr);
     EXPECT_EQ(pfnOwn, before.pfnHandler);
-    EXPECT_EQ(0xFEDCBA98U, before.uOpaque);
+    EXPECT_EQ(0xFEDCBA98u, before.uOpaque);
     EXPECT_EQ(pfnDefault, rpCurrent->pfnHandler);
-    EXPECT_EQ(0U, rpCurrent->uOpaque);
+    EXPECT_EQ(0u, rpCurrent->uOpaque);
 }
 
 TEST(AssertionLayout, EveryRecordIsAFunctionAndANumberAndTravelsByValue)
@@ -152,8 +151,8 @@ TEST(AssertionCalls, TheExportedPointersAreNullWhileTheModuleIsDown)
     EXPECT_EQ(nullptr, g_pstAssertTraceHandler);
     EXPECT_EQ(nullptr, g_pstAssertCallStackTraceHandler);
     EXPECT_EQ(nullptr, g_pstAssertFinalBehaviorHandler);
-    EXPECT_EQ(0, InitializeQvAssert());
+    EXPECT_EQ(QV_RES_OK, InitializeQvAssert());
     EXPECT_EQ(pstRecord, g_pstAssertFailHandler) << "static storage";
     EXPECT_EQ(QvDefaultAssertFailHandler, g_pstAssertFailHandler->pfnHandler);
-    EXPECT_EQ(0U, g_pstAssertFailHandler->uOpaque);
+    EXPECT_EQ(0u, g_pstAssertFailHandler->uOpaque);
 }

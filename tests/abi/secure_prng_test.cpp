@@ -1,15 +1,14 @@
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <openssl/sha.h>
-#include <pthread.h>
-
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <thread>
 
-#include "tests/abi/foreign_blob.h"
-#include "tests/abi/foreign_object.h"
+#include "tests/abi/crypto.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/text_blob.h"
+#include "tests/abi/told_size.h"
 
 class CSecurePrngBremoFw
 {
@@ -60,29 +59,6 @@ void FinalizeCSecurePrngBremoFw();
 QvResult InitializeCSecureSeedBremoFw();
 void FinalizeCSecureSeedBremoFw();
 
-// Only as much of the crypto lock as shows whether somebody holds it.
-class CSingletonBase
-{
-};
-template <typename T>
-class CSingleton : public CSingletonBase
-{
-public:
-    virtual ~CSingleton();
-    static T* Instance();
-};
-class CCrypto : public CSingleton<CCrypto>
-{
-public:
-    ~CCrypto() override;
-    struct
-    {
-        void* m_pvTable;
-        pthread_mutex_t m_mutex;
-    } m_mutex;
-};
-extern template class CSingleton<CCrypto>;
-
 namespace
 {
 using TPrng = CSecurePrngBremoFw;
@@ -111,27 +87,6 @@ std::string NextBlock()
     HMAC(EVP_sha1(), TPrng::ms_auSeed, 20, auData, sizeof(auData), auMac, nullptr);
     return Hex(auMac, sizeof(auMac));
 }
-
-bool IsLocked()
-{
-    int nResult = -1;
-    std::thread other(
-        [&]
-        {
-            pthread_mutex_t* const pMutex = &CSingleton<CCrypto>::Instance()->m_mutex.m_mutex;
-            nResult = pthread_mutex_trylock(pMutex);
-            if (nResult == 0) pthread_mutex_unlock(pMutex);
-        });
-    other.join();
-    return nResult == EBUSY;
-}
-
-void ExpectTheDestructorsAlone(const void* pvObject, const std::string& rMangledClass)
-{
-    EXPECT_EQ(2u, TableOf(pvObject).size()) << rMangledClass;
-    EXPECT_TRUE(HoldsInSlot(pvObject, 0, "_ZN" + rMangledClass + "D1Ev")) << rMangledClass;
-    EXPECT_TRUE(HoldsInSlot(pvObject, 1, "_ZN" + rMangledClass + "D0Ev")) << rMangledClass;
-}
 }  // namespace
 
 TEST(CSecurePrngLayout, IsAVirtualTableAlone)
@@ -146,11 +101,11 @@ TEST(CSecurePrngLayout, IsAVirtualTableAlone)
 
 TEST(CSecurePrngLayout, StateHasItsPublishedWidths)
 {
-    EXPECT_EQ(20u, SizeOfDatum(TPrng::ms_auSeed));
-    EXPECT_EQ(24u, SizeOfDatum(TPrng::ms_auCurrentBytes));
-    EXPECT_EQ(4u, SizeOfDatum(&TPrng::ms_uBytesRemaining));
-    EXPECT_EQ(1u, SizeOfDatum(&TPrng::ms_bInitialized));
-    EXPECT_EQ(4u, SizeOfDatum(&CSecureSeedBremoFw::ms_uCounter));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_auSeed));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_auCurrentBytes));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_uBytesRemaining));
+    EXPECT_TRUE(HasItsSize(TPrng::ms_bInitialized));
+    EXPECT_TRUE(HasItsSize(CSecureSeedBremoFw::ms_uCounter));
 }
 
 TEST(CSecurePrngSlots, AreTheDestructorsAloneInAllFourClasses)
@@ -159,10 +114,10 @@ TEST(CSecurePrngSlots, AreTheDestructorsAloneInAllFourClasses)
     const CSecurePrng prng;
     const CSecureSeedBremoFw seedBremo;
     const CSecureSeed seed;
-    ExpectTheDestructorsAlone(&prngBremo, "18CSecurePrngBremoFw");
-    ExpectTheDestructorsAlone(&prng, "11CSecurePrng");
-    ExpectTheDestructorsAlone(&seedBremo, "18CSecureSeedBremoFw");
-    ExpectTheDestructorsAlone(&seed, "11CSecureSeed");
+    EXPECT_TRUE(HasDestructorsAlone(&prngBremo, "18CSecurePrngBremoFw"));
+    EXPECT_TRUE(HasDestructorsAlone(&prng, "11CSecurePrng"));
+    EXPECT_TRUE(HasDestructorsAlone(&seedBremo, "18CSecureSeedBremoFw"));
+    EXPECT_TRUE(HasDestructorsAlone(&seed, "11CSecureSeed"));
 }
 
 TEST(CSecurePrng, DrawsFromTheExportedState)
@@ -232,9 +187,9 @@ TEST(CSecurePrng, ExplicitSeedReplacesTheCurrentBlockAlone)
 TEST(CSecurePrng, LockIsTheCryptoLock)
 {
     TPrng::Lock();
-    EXPECT_TRUE(IsLocked());
+    EXPECT_FALSE(IsFree(CSingleton<CCrypto>::Instance()->m_mutex));
     TPrng::Unlock();
-    EXPECT_FALSE(IsLocked());
+    EXPECT_TRUE(IsFree(CSingleton<CCrypto>::Instance()->m_mutex));
 }
 
 TEST(CSecurePrng, EitherInitialiserClearsAllButTheSeed)

@@ -1,36 +1,12 @@
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/foreign_threads.h"
-#include "tests/abi/room_for.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/singleton.h"
+#include "tests/abi/allocator.h"
+#include "tests/abi/crypto.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/told_size.h"
 
-class CSingletonBase
-{
-public:
-    static int InitializeCSingletonBase();
-    static void FinalizeCSingletonBase();
-
-    static unsigned char ms_auMutex[sizeof(CMutex)];
-    static CMutex* ms_pmutex;
-};
-
-template <typename Object>
-class CSingleton : public CSingletonBase
-{
-public:
-    CSingleton();
-    virtual ~CSingleton();
-    static Object* Instance();
-    static void DestroyInstance();
-
-    static Object* ms_pInstance;
-};
-
-class CDefaultAllocator;
-class CCrypto;
-extern template class CSingleton<CDefaultAllocator>;
-extern template class CSingleton<CCrypto>;
-
-int InitializeCSingleton();
+QvResult InitializeCSingleton();
 void FinalizeCSingleton();
 
 TEST(CSingletonLayout, TheBaseHoldsOneMutexForAllInItsStaticStorage)
@@ -47,30 +23,23 @@ TEST(CSingletonLayout, TheModuleGoesDownAndUpUnderBothOfItsNames)
 {
     FinalizeCSingleton();
     EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(0, CSingletonBase::InitializeCSingletonBase());
+    EXPECT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());
     EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
     CSingletonBase::FinalizeCSingletonBase();
     EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(0, InitializeCSingleton());
+    EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
     EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
-}
-
-template <typename Object>
-void ExpectNothingButThePointerToTheDestructors(const char* pszDestructor)
-{
-    static_assert(sizeof(CSingleton<Object>) == sizeof(void*));
-    CSingleton<Object>* const pSingleton = ThroughTheTable(new CSingleton<Object>);
-    EXPECT_EQ(0, OffsetToTop(pSingleton));
-    EXPECT_EQ(pszDestructor, FunctionInSlot(pSingleton, 0));
-    EXPECT_EQ(pszDestructor, FunctionInSlot(pSingleton, 1));
-    delete pSingleton;
 }
 
 TEST(CSingletonLayout, HasTheTwoDestructorsAsItsVirtualFunctionsAndNoField)
 {
-    const CRoomFor<CSingleton<CCrypto>> singleton;
-    ExpectNothingButThePointerToTheDestructors<CCrypto>("CSingleton<CCrypto>::~CSingleton()");
-    ExpectNothingButThePointerToTheDestructors<CDefaultAllocator>("CSingleton<CDefaultAllocator>::~CSingleton()");
+    static_assert(sizeof(CSingleton<CCrypto>) == 8 && sizeof(CSingleton<CDefaultAllocator>) == 8);
+    const CGuarded<CSingleton<CCrypto>> ofCrypto;
+    const CGuarded<CSingleton<CDefaultAllocator>> ofDefaultAllocator;
+    EXPECT_TRUE(HasDestructorsAlone(&*ofCrypto, "10CSingletonI7CCryptoE"));
+    EXPECT_TRUE(HasDestructorsAlone(&*ofDefaultAllocator, "10CSingletonI17CDefaultAllocatorE"));
+    EXPECT_EQ(8u, SizeToldByDelete(new CSingleton<CCrypto>));
+    EXPECT_EQ(8u, SizeToldByDelete(new CSingleton<CDefaultAllocator>));
 }
 
 TEST(CSingletonCalls, TheOneInstanceIsMadeOnFirstUseAndMadeAnewAfterItsDestruction)
@@ -96,10 +65,10 @@ TEST(CSingletonCalls, TheDefaultAllocatorCanBeDestroyedAndMadeAnew)
 {
     CFrameworkInitializer::Finalize();
     ASSERT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
-    ASSERT_EQ(0, InitializeCSingleton());
+    ASSERT_EQ(QV_RES_OK, InitializeCSingleton());
     EXPECT_NE(nullptr, CSingleton<CDefaultAllocator>::Instance());
     CSingleton<CDefaultAllocator>::DestroyInstance();
     EXPECT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
     FinalizeCSingleton();
-    ASSERT_EQ(0, CFrameworkInitializer::Initialize());
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
 }

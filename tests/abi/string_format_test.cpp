@@ -1,7 +1,8 @@
 #include <cstdarg>
+#include <cstring>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/framework_up.h"
+#include "tests/support/object_bytes.h"
 
 int QvStringCaseCompare(const char* pszLeft, const char* pszRight);
 int QvStringCaseCompareLength(const char* pszLeft, const char* pszRight, int nLength);
@@ -14,7 +15,7 @@ unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppszEnd, int n
 unsigned int AsciiToHex(bool bUpperCase, const unsigned char* puIn, unsigned int uInSize, unsigned char* puOut,
                         unsigned int uOutSize);
 unsigned int HexToAscii(const unsigned char* puHex, unsigned int uHexSize, unsigned char* puOut, unsigned int uOutSize);
-int InitializeQvStringFormat();
+QvResult InitializeQvStringFormat();
 void FinalizeQvStringFormat();
 
 namespace
@@ -49,7 +50,7 @@ TEST(StringFormatCalls, ComparisonsIgnoreCaseAndTheLengthIsSigned)
 TEST(StringFormatCalls, NumbersAreWrittenAndReadInTheirFullWidth)
 {
     char szText[32];
-    EXPECT_EQ(8, QvUnsignedInt32ToString(szText, sizeof(szText), 0xFFFFFFFFU, 16));
+    EXPECT_EQ(8, QvUnsignedInt32ToString(szText, sizeof(szText), 0xFFFFFFFFu, 16));
     EXPECT_STREQ("FFFFFFFF", szText);
     EXPECT_EQ(20, QvUnsignedInt64ToString(szText, sizeof(szText), ~0UL, 10));
     EXPECT_STREQ("18446744073709551615", szText);
@@ -64,12 +65,12 @@ TEST(StringFormatCalls, BytesBecomeHexadecimalTextAndComeBack)
 {
     const unsigned char auBytes[] = {0xAB, 0x01};
     unsigned char auText[5];
-    EXPECT_EQ(4U, AsciiToHex(false, auBytes, sizeof(auBytes), auText, sizeof(auText)));
+    EXPECT_EQ(4u, AsciiToHex(false, auBytes, sizeof(auBytes), auText, sizeof(auText)));
     EXPECT_EQ("ab01", std::string(auText, auText + 4));
-    EXPECT_EQ(4U, AsciiToHex(true, auBytes, sizeof(auBytes), auText, sizeof(auText)));
+    EXPECT_EQ(4u, AsciiToHex(true, auBytes, sizeof(auBytes), auText, sizeof(auText)));
     EXPECT_EQ("AB01", std::string(auText, auText + 4));
     unsigned char auBack[2] = {};
-    EXPECT_EQ(2U, HexToAscii(auText, 4, auBack, 0));
+    EXPECT_EQ(2u, HexToAscii(auText, 4, auBack, 0));
     EXPECT_EQ(BytesAt(auBytes, 0, 2), BytesAt(auBack, 0, 2));
 }
 
@@ -84,7 +85,7 @@ TEST(StringFormatCalls, TheTextOfAnErrorIsWrittenAndItsLengthReturned)
 TEST(StringFormatCalls, TheModuleCanBeTakenDownAndUpByItsOwnFunctions)
 {
     FinalizeQvStringFormat();
-    EXPECT_EQ(0, InitializeQvStringFormat());
+    EXPECT_EQ(QV_RES_OK, InitializeQvStringFormat());
     char szText[128];
     EXPECT_LT(0, QvStrErrorReentrant(szText, sizeof(szText), 2));
 }

@@ -1,19 +1,17 @@
 #include <thread>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/foreign_threads.h"
-#include "tests/abi/room_for.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/thread.h"
+#include "tests/abi/told_size.h"
 #include "tests/support/gate.h"
 
-int InitializeCThread();
+QvResult InitializeCThread();
 void FinalizeCThread();
 
 namespace
 {
-constexpr int g_nTSD_KEY_NOT_FOUND = static_cast<int>(0x8000841A);
-constexpr int g_nTHREAD_JOIN_SELF = static_cast<int>(0x8000841B);
-
 CGate g_isRunning;
 CGate g_mayReturn;
 
@@ -27,14 +25,6 @@ unsigned int ReturnAfterTheGate(unsigned int uParameter)
 unsigned int ReturnTheOpposite(unsigned int uParameter)
 {
     return ~uParameter;
-}
-
-void ExpectFree(const CBinarySemaphore& rSemaphore)
-{
-    EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&rSemaphore, 0));
-    EXPECT_EQ(1U, rSemaphore.m_sem.m_uCount);
-    EXPECT_EQ(1U, rSemaphore.m_sem.m_uMaxCount);
-    EXPECT_TRUE(rSemaphore.m_sem.m_bTimedWait);
 }
 
 /// Runs a function of the program on a thread that the library did not start.
@@ -70,23 +60,23 @@ void NoteDestroyed(unsigned int uValue)
 TEST(CThreadLayout, AThreadThatWasNeverStartedIsIdleAndSaysSo)
 {
     static_assert(sizeof(CThread) == 224);
-    const CRoomFor<CThread> thread;
-    EXPECT_EQ(8U, OffsetOf(*thread, &CThread::m_pfnThread));
-    EXPECT_EQ(16U, OffsetOf(*thread, &CThread::m_uParameter));
-    EXPECT_EQ(20U, OffsetOf(*thread, &CThread::m_szName));
-    EXPECT_EQ(52U, OffsetOf(*thread, &CThread::m_eState));
-    EXPECT_EQ(56U, OffsetOf(*thread, &CThread::m_uId));
-    EXPECT_EQ(60U, OffsetOf(*thread, &CThread::m_uExitCode));
-    EXPECT_EQ(64U, OffsetOf(*thread, &CThread::m_semRun));
-    EXPECT_EQ(208U, OffsetOf(*thread, &CThread::m_ePriority));
-    EXPECT_EQ(216U, OffsetOf(*thread, &CThread::m_hThread));
+    const CGuarded<CThread> thread;
+    EXPECT_EQ(8u, OffsetOf(*thread, &CThread::m_pfnThread));
+    EXPECT_EQ(16u, OffsetOf(*thread, &CThread::m_uParameter));
+    EXPECT_EQ(20u, OffsetOf(*thread, &CThread::m_szName));
+    EXPECT_EQ(52u, OffsetOf(*thread, &CThread::m_eState));
+    EXPECT_EQ(56u, OffsetOf(*thread, &CThread::m_uId));
+    EXPECT_EQ(60u, OffsetOf(*thread, &CThread::m_uExitCode));
+    EXPECT_EQ(64u, OffsetOf(*thread, &CThread::m_semRun));
+    EXPECT_EQ(208u, OffsetOf(*thread, &CThread::m_ePriority));
+    EXPECT_EQ(216u, OffsetOf(*thread, &CThread::m_hThread));
     EXPECT_EQ(nullptr, thread->m_pfnThread);
-    EXPECT_EQ(0U, thread->m_uParameter);
+    EXPECT_EQ(0u, thread->m_uParameter);
     EXPECT_STREQ("(Not started)", thread->m_szName);
     EXPECT_EQ(CThread::eIDLE, thread->m_eState);
-    EXPECT_EQ(0U, thread->m_uId);
-    EXPECT_EQ(0U, thread->m_uExitCode);
-    ExpectFree(thread->m_semRun);
+    EXPECT_EQ(0u, thread->m_uId);
+    EXPECT_EQ(0u, thread->m_uExitCode);
+    ExpectBinary(1, thread->m_semRun);
     EXPECT_EQ(CThread::ePRIORITY_2, thread->m_ePriority);
     EXPECT_EQ(pthread_t{}, thread->m_hThread);
 }
@@ -95,43 +85,57 @@ TEST(CThreadLayout, TheFieldsFollowAThreadFromItsStartToItsJoin)
 {
     g_isRunning.Shut();
     g_mayReturn.Shut();
-    const CRoomFor<CThread> thread;
-    ASSERT_EQ(0, thread->StartThread(ReturnAfterTheGate, 0xFFFF0000, "a name that is longer than its 32 characters", 0,
-                                     CThread::ePRIORITY_3));
+    const CGuarded<CThread> thread;
+    ASSERT_EQ(QV_RES_OK, thread->StartThread(ReturnAfterTheGate, 0xFFFF0000,
+                                             "a name that is longer than its 32 characters", 0, CThread::ePRIORITY_3));
     g_isRunning.Pass();
     EXPECT_EQ(ReturnAfterTheGate, thread->m_pfnThread);
-    EXPECT_EQ(0xFFFF0000U, thread->m_uParameter);
+    EXPECT_EQ(0xFFFF0000u, thread->m_uParameter);
     EXPECT_STREQ("a name that is longer than its ", thread->m_szName);
     EXPECT_EQ(CThread::eRUNNING, thread->m_eState);
     EXPECT_EQ(CThread::ms_uThreadId, thread->m_uId);
     EXPECT_EQ(thread->m_uId, thread->GetId());
-    EXPECT_EQ(0U, thread->m_semRun.m_sem.m_uCount);
+    EXPECT_EQ(0u, thread->m_semRun.m_sem.m_uCount);
     EXPECT_EQ(CThread::ePRIORITY_3, thread->m_ePriority);
     EXPECT_NE(pthread_t{}, thread->m_hThread);
     g_mayReturn.Open();
     unsigned int uExitCode = 0;
-    EXPECT_EQ(0, thread->Join(&uExitCode));
-    EXPECT_EQ(0xFFFF0001U, uExitCode);
-    EXPECT_EQ(0xFFFF0001U, thread->m_uExitCode);
+    EXPECT_EQ(QV_RES_OK, thread->Join(&uExitCode));
+    EXPECT_EQ(0xFFFF0001u, uExitCode);
+    EXPECT_EQ(0xFFFF0001u, thread->m_uExitCode);
     EXPECT_EQ(CThread::eIDLE, thread->m_eState);
     EXPECT_EQ(pthread_t{}, thread->m_hThread);
-    ExpectFree(thread->m_semRun);
+    ExpectBinary(1, thread->m_semRun);
 }
 
 TEST(CThreadLayout, DestructionLeavesItsMarkInTheState)
 {
-    CRoomFor<CThread> thread;
+    CGuarded<CThread> thread;
     thread.Destroy();
-    EXPECT_EQ(CThread::eDESTROYED, LoadAt<unsigned int>(thread.Bytes(), 52));
+    EXPECT_EQ(CThread::eDESTROYED, thread.Remains(&CThread::m_eState));
 }
 
 TEST(CThreadLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
 {
-    CThread* const pThread = ThroughTheTable(new CThread);
-    EXPECT_EQ(0, OffsetToTop(pThread));
-    EXPECT_EQ("CThread::~CThread()", FunctionInSlot(pThread, 0));
-    EXPECT_EQ("CThread::~CThread()", FunctionInSlot(pThread, 1));
-    delete pThread;
+    const CThread thread;
+    EXPECT_TRUE(HasDestructorsAlone(&thread, "7CThread"));
+    EXPECT_EQ(224u, SizeToldByDelete(new CThread));
+}
+
+TEST(CThreadLayout, StaticsHaveTheirWidths)
+{
+    EXPECT_TRUE(HasItsSize(CThread::ms_pmutex));
+    EXPECT_TRUE(HasItsSize(CThread::ms_auMutex));
+    EXPECT_TRUE(HasItsSize(CThread::ms_uThreadId));
+    EXPECT_TRUE(HasItsSize(CThread::ms_uThreadCounter));
+    EXPECT_TRUE(HasItsSize(CThread::ms_psemFinalizeWaitThread));
+    EXPECT_TRUE(HasItsSize(CThread::ms_auSemFinalizeWaitThread));
+    EXPECT_TRUE(HasItsSize(CThread::ms_bFinalizing));
+    EXPECT_TRUE(HasItsSize(CThread::ms_hTsdKey));
+    EXPECT_TRUE(HasItsSize(CThread::ms_bTsdInitialized));
+    EXPECT_TRUE(HasItsSize(CThread::ms_keyCounter));
+    EXPECT_TRUE(HasItsSize(CThread::ms_pTsdHead));
+    EXPECT_TRUE(HasItsSize(CThread::ms_pTsdKeyHead));
 }
 
 TEST(CThreadLayout, TheModuleBuildsItsLocksInStaticStorage)
@@ -140,7 +144,7 @@ TEST(CThreadLayout, TheModuleBuildsItsLocksInStaticStorage)
     EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CThread::ms_pmutex, 0));
     EXPECT_EQ(static_cast<void*>(CThread::ms_auSemFinalizeWaitThread),
               static_cast<void*>(CThread::ms_psemFinalizeWaitThread));
-    ExpectFree(*CThread::ms_psemFinalizeWaitThread);
+    ExpectBinary(1, *CThread::ms_psemFinalizeWaitThread);
     EXPECT_FALSE(CThread::ms_bFinalizing);
     EXPECT_TRUE(CThread::ms_bTsdInitialized);
 }
@@ -150,15 +154,15 @@ TEST(CThreadLayout, RunningThreadsAreCountedAndHoldTheShutDownBarrier)
     g_isRunning.Shut();
     g_mayReturn.Shut();
     CThread thread;
-    ASSERT_EQ(0, thread.StartThread(ReturnAfterTheGate, 0, nullptr, 0, CThread::ePRIORITY_2));
-    EXPECT_EQ(1U, CThread::ms_uThreadCounter);
-    EXPECT_EQ(0U, CThread::ms_psemFinalizeWaitThread->m_sem.m_uCount);
+    ASSERT_EQ(QV_RES_OK, thread.StartThread(ReturnAfterTheGate, 0, nullptr, 0, CThread::ePRIORITY_2));
+    EXPECT_EQ(1u, CThread::ms_uThreadCounter);
+    EXPECT_EQ(0u, CThread::ms_psemFinalizeWaitThread->m_sem.m_uCount);
     g_isRunning.Pass();
     EXPECT_STREQ("CThread", thread.m_szName);
     g_mayReturn.Open();
-    ASSERT_EQ(0, thread.Join(nullptr));
+    ASSERT_EQ(QV_RES_OK, thread.Join(nullptr));
     AwaitTheEndOfAllThreads();
-    EXPECT_EQ(0U, CThread::ms_uThreadCounter);
+    EXPECT_EQ(0u, CThread::ms_uThreadCounter);
 }
 
 TEST(CThreadLayout, TheRecordOfAThreadIsHeadOfTheListWithItsThreadAndItsNumber)
@@ -177,7 +181,7 @@ TEST(CThreadLayout, TheRecordOfAThreadIsHeadOfTheListWithItsThreadAndItsNumber)
             EXPECT_EQ(pTsd, pthread_getspecific(CThread::ms_hTsdKey));
             EXPECT_EQ(pBefore, pTsd->pNext);
             EXPECT_EQ(nullptr, pTsd->pThread);
-            EXPECT_EQ(0U, pTsd->uId);
+            EXPECT_EQ(0u, pTsd->uId);
             EXPECT_FALSE(pTsd->bCounted);
             EXPECT_EQ(nullptr, pTsd->pValues);
             const unsigned int uLastId = CThread::ms_uThreadId;
@@ -185,7 +189,7 @@ TEST(CThreadLayout, TheRecordOfAThreadIsHeadOfTheListWithItsThreadAndItsNumber)
             EXPECT_EQ(uLastId + 1, CThread::ms_uThreadId);
             EXPECT_EQ(uLastId + 1, pTsd->uId);
             pTsd->uId = 0xFFFFFFF0;
-            EXPECT_EQ(0xFFFFFFF0U, CThread::GetCurrentId());
+            EXPECT_EQ(0xFFFFFFF0u, CThread::GetCurrentId());
         });
     CThread thread;
     const auto pfnRecord = [](unsigned int)
@@ -194,9 +198,9 @@ TEST(CThreadLayout, TheRecordOfAThreadIsHeadOfTheListWithItsThreadAndItsNumber)
         EXPECT_EQ(CThread::GetThreadSelf(), pTsd->pThread);
         EXPECT_EQ(CThread::GetThreadSelf()->m_uId, pTsd->uId);
         EXPECT_TRUE(pTsd->bCounted);
-        return 0U;
+        return 0u;
     };
-    EXPECT_EQ(0, thread.StartThread(pfnRecord, 0, nullptr, 0, CThread::ePRIORITY_2));
+    EXPECT_EQ(QV_RES_OK, thread.StartThread(pfnRecord, 0, nullptr, 0, CThread::ePRIORITY_2));
 }
 
 TEST(CThreadLayout, AKeyIsHeadOfItsListWithItsNumberDestructorAndReferences)
@@ -206,25 +210,25 @@ TEST(CThreadLayout, AKeyIsHeadOfItsListWithItsNumberDestructorAndReferences)
     static_assert(offsetof(SKey, uReferences) == 24);
     const SKey* const pBefore = CThread::ms_pTsdKeyHead;
     unsigned int uKey = 0;
-    ASSERT_EQ(0, CThread::CreateKey(NoteDestroyed, uKey));
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(NoteDestroyed, uKey));
     EXPECT_EQ(CThread::ms_keyCounter, uKey);
     const SKey* const pKey = CThread::ms_pTsdKeyHead;
     EXPECT_EQ(pBefore, pKey->pNext);
     EXPECT_EQ(uKey, pKey->uKey);
     EXPECT_EQ(NoteDestroyed, pKey->pfnDestructor);
-    EXPECT_EQ(1U, pKey->uReferences);
+    EXPECT_EQ(1u, pKey->uReferences);
     OnAnotherThread(
         [&]
         {
-            EXPECT_EQ(0, CThread::SetSpecific(uKey, 5));
-            EXPECT_EQ(2U, pKey->uReferences);
-            EXPECT_EQ(0, CThread::DeleteKey(uKey));
-            EXPECT_EQ(0U, pKey->uKey);
+            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 5));
+            EXPECT_EQ(2u, pKey->uReferences);
+            EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(uKey));
+            EXPECT_EQ(0u, pKey->uKey);
             EXPECT_EQ(nullptr, pKey->pfnDestructor);
-            EXPECT_EQ(1U, pKey->uReferences);
+            EXPECT_EQ(1u, pKey->uReferences);
         });
     EXPECT_EQ(pBefore, CThread::ms_pTsdKeyHead);
-    EXPECT_EQ(g_nTSD_KEY_NOT_FOUND, CThread::DeleteKey(uKey));
+    EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::DeleteKey(uKey));
 }
 
 TEST(CThreadLayout, AValueIsHeadOfItsThreadsListWithItsKey)
@@ -232,24 +236,24 @@ TEST(CThreadLayout, AValueIsHeadOfItsThreadsListWithItsKey)
     using SValue = CThread::STsdValue;
     static_assert(sizeof(SValue) == 24 && offsetof(SValue, pKey) == 8 && offsetof(SValue, uValue) == 16);
     unsigned int uKey = 0;
-    ASSERT_EQ(0, CThread::CreateKey(nullptr, uKey));
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
     CThread::STsd* const pTsd = CThread::GetCurrentTsd();
     const SValue* const pBefore = pTsd->pValues;
-    ASSERT_EQ(0, CThread::SetSpecific(uKey, 0xFEDCBA98));
+    ASSERT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 0xFEDCBA98));
     SValue* const pValue = pTsd->pValues;
     ASSERT_NE(pBefore, pValue);
     EXPECT_EQ(pBefore, pValue->pNext);
     EXPECT_EQ(CThread::ms_pTsdKeyHead, pValue->pKey);
-    EXPECT_EQ(0xFEDCBA98U, pValue->uValue);
+    EXPECT_EQ(0xFEDCBA98u, pValue->uValue);
     pValue->uValue = 7;
     unsigned int uValue = 0;
-    EXPECT_EQ(0, CThread::GetSpecific(uKey, uValue));
-    EXPECT_EQ(7U, uValue);
-    EXPECT_EQ(0, CThread::SetSpecific(uKey, 0));
+    EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(uKey, uValue));
+    EXPECT_EQ(7u, uValue);
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 0));
     EXPECT_EQ(pBefore, pTsd->pValues);
-    EXPECT_EQ(0, CThread::DeleteKey(uKey));
-    EXPECT_EQ(g_nTSD_KEY_NOT_FOUND, CThread::GetSpecific(uKey, uValue));
-    EXPECT_EQ(g_nTSD_KEY_NOT_FOUND, CThread::SetSpecific(uKey, 1));
+    EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(uKey));
+    EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::GetSpecific(uKey, uValue));
+    EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::SetSpecific(uKey, 1));
 }
 
 TEST(CThreadCalls, AThreadKnowsItselfAndIsNotJoinedByItself)
@@ -261,11 +265,11 @@ TEST(CThreadCalls, AThreadKnowsItselfAndIsNotJoinedByItself)
         EXPECT_TRUE(pSelf->IsCurrentThread());
         EXPECT_EQ(pSelf->m_uId, CThread::GetCurrentId());
         EXPECT_NE(0, pthread_equal(pthread_self(), pSelf->m_hThread));
-        EXPECT_EQ(g_nTHREAD_JOIN_SELF, pSelf->Join(nullptr));
-        return 0U;
+        EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, pSelf->Join(nullptr));
+        return 0u;
     };
-    ASSERT_EQ(0, thread.StartThread(pfnJoinMyself, 0, nullptr, 0, CThread::ePRIORITY_2));
-    EXPECT_EQ(0, thread.Join(nullptr));
+    ASSERT_EQ(QV_RES_OK, thread.StartThread(pfnJoinMyself, 0, nullptr, 0, CThread::ePRIORITY_2));
+    EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
     AwaitTheEndOfAllThreads();
     EXPECT_EQ(nullptr, CThread::GetThreadSelf());
     EXPECT_FALSE(thread.IsCurrentThread());
@@ -289,8 +293,8 @@ TEST(CThreadCalls, TheEntryPointRunsAnObjectThatTheProgramPreparedItself)
     pthread_t hThread;
     ASSERT_EQ(0, pthread_create(&hThread, nullptr, CThread::ThreadEntry, &thread));
     unsigned int uExitCode = 0;
-    EXPECT_EQ(0, thread.Join(&uExitCode));
-    EXPECT_EQ(15U, uExitCode);
+    EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
+    EXPECT_EQ(15u, uExitCode);
     CThread::ThreadEntryEnd();
 }
 
@@ -298,11 +302,11 @@ TEST(CThreadCalls, ARecordCanBeFreedByTheCallback)
 {
     g_destroyed.clear();
     unsigned int uKey = 0;
-    ASSERT_EQ(0, CThread::CreateKey(NoteDestroyed, uKey));
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(NoteDestroyed, uKey));
     OnAnotherThread(
         [&]
         {
-            EXPECT_EQ(0, CThread::SetSpecific(uKey, 0xFEDCBA98));
+            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 0xFEDCBA98));
             CThread::STsd* const pTsd = CThread::GetCurrentTsd();
             EXPECT_TRUE(IsListed(pTsd));
             CThread::FreeTsdCallback(pTsd);
@@ -310,16 +314,16 @@ TEST(CThreadCalls, ARecordCanBeFreedByTheCallback)
             EXPECT_FALSE(IsListed(pTsd));
         });
     EXPECT_EQ(std::vector<unsigned int>{0xFEDCBA98}, g_destroyed);
-    EXPECT_EQ(0, CThread::DeleteKey(uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(uKey));
 }
 
 TEST(CThreadCalls, KeysAreFoundWithTheirPredecessorAndDeletedBehindIt)
 {
     unsigned int uFirst = 0;
     unsigned int uSecond = 0;
-    ASSERT_EQ(0, CThread::CreateKey(nullptr, uFirst));
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uFirst));
     CThread::STsdKey* const pFirst = CThread::ms_pTsdKeyHead;
-    ASSERT_EQ(0, CThread::CreateKey(nullptr, uSecond));
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uSecond));
     CThread::STsdKey* const pSecond = CThread::ms_pTsdKeyHead;
     CThread::STsdKey* pPrevious = pFirst;
     EXPECT_EQ(pSecond, CThread::FindTsdKey(uSecond, &pPrevious));
@@ -344,7 +348,7 @@ void ExpectDown()
     EXPECT_EQ(nullptr, CThread::ms_psemFinalizeWaitThread);
     EXPECT_EQ(nullptr, CThread::ms_pTsdHead);
     EXPECT_EQ(nullptr, CThread::ms_pTsdKeyHead);
-    EXPECT_EQ(0U, CThread::ms_hTsdKey);
+    EXPECT_EQ(0u, CThread::ms_hTsdKey);
 }
 
 void ExpectUpAfresh()
@@ -353,10 +357,10 @@ void ExpectUpAfresh()
     EXPECT_NE(nullptr, CThread::ms_pmutex);
     EXPECT_NE(nullptr, CThread::ms_psemFinalizeWaitThread);
     EXPECT_TRUE(CThread::ms_bTsdInitialized);
-    EXPECT_EQ(0U, CThread::ms_uThreadId);
-    EXPECT_EQ(0U, CThread::ms_uThreadCounter);
-    EXPECT_EQ(0U, CThread::ms_keyCounter);
-    EXPECT_EQ(1U, CThread::GetCurrentId());
+    EXPECT_EQ(0u, CThread::ms_uThreadId);
+    EXPECT_EQ(0u, CThread::ms_uThreadCounter);
+    EXPECT_EQ(0u, CThread::ms_keyCounter);
+    EXPECT_EQ(1u, CThread::GetCurrentId());
 }
 }  // namespace
 
@@ -364,28 +368,28 @@ TEST(CThreadModule, GoesDownAndUpUnderBothOfItsNames)
 {
     CFrameworkInitializer::Finalize();
     ExpectDown();
-    EXPECT_EQ(0, CThread::InitializeCThread());
+    EXPECT_EQ(QV_RES_OK, CThread::InitializeCThread());
     ExpectUpAfresh();
     CThread::FinalizeCThread();
     ExpectDown();
-    EXPECT_EQ(0, InitializeCThread());
+    EXPECT_EQ(QV_RES_OK, InitializeCThread());
     ExpectUpAfresh();
     FinalizeCThread();
     ExpectDown();
-    ASSERT_EQ(0, CFrameworkInitializer::Initialize());
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
 }
 
 TEST(CThreadModule, ThreadDataGoesDownAndUpByItself)
 {
     CFrameworkInitializer::Finalize();
-    ASSERT_EQ(0, CThread::InitializeCThread());
+    ASSERT_EQ(QV_RES_OK, CThread::InitializeCThread());
     const pthread_key_t hFirst = CThread::ms_hTsdKey;
-    EXPECT_EQ(0, CThread::InitializeTsd()) << "is up already";
+    EXPECT_EQ(QV_RES_OK, CThread::InitializeTsd()) << "is up already";
     EXPECT_EQ(hFirst, CThread::ms_hTsdKey);
     g_destroyed.clear();
     unsigned int uKey = 0;
-    EXPECT_EQ(0, CThread::CreateKey(NoteDestroyed, uKey));
-    EXPECT_EQ(0, CThread::SetSpecific(uKey, 3));
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(NoteDestroyed, uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 3));
     CThread::FinalizeTsd();
     pthread_setspecific(hFirst, nullptr);
     EXPECT_EQ(std::vector<unsigned int>{3}, g_destroyed);
@@ -393,9 +397,9 @@ TEST(CThreadModule, ThreadDataGoesDownAndUpByItself)
     EXPECT_EQ(nullptr, CThread::ms_pTsdKeyHead);
     ASSERT_EQ(0, pthread_key_delete(hFirst));
     CThread::ms_bTsdInitialized = false;
-    EXPECT_EQ(0, CThread::InitializeTsd());
+    EXPECT_EQ(QV_RES_OK, CThread::InitializeTsd());
     EXPECT_TRUE(CThread::ms_bTsdInitialized);
     EXPECT_NE(nullptr, CThread::GetCurrentTsd());
     CThread::FinalizeCThread();
-    ASSERT_EQ(0, CFrameworkInitializer::Initialize());
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
 }

@@ -4,66 +4,13 @@
 #include <ctime>
 #include <memory>
 
-#include "tests/abi/exported_symbol.h"
-#include "tests/abi/foreign_program.h"
-
-using QvResult = int;
-
-namespace
-{
-constexpr QvResult g_nOk = 0;
-constexpr QvResult g_nInvalidArgument = static_cast<QvResult>(0x80000003U);
-}  // namespace
-
-class CFrameworkInitializer
-{
-public:
-    static QvResult Initialize();
-    static void Finalize();
-};
-
-class CTimer
-{
-public:
-    static unsigned long GetSystemUpTimeMs();
-};
-
-class CString
-{
-public:
-    CString();
-    CString(const CString& rSrc);
-    virtual ~CString();
-    CString& operator=(const CString& rSrc);
-    CString& operator=(const char* psz);
-    const char* CStr() const;
-    void* m_pstInfo;
-};
-
-class CSemaphore
-{
-public:
-    virtual ~CSemaphore();
-    unsigned int m_uCount;
-    unsigned int m_uMaxCount;
-    pthread_mutex_t m_mutex;
-    pthread_cond_t m_cond;
-    sem_t m_sem;
-    bool m_bTimedWait;
-};
-
-class CBinarySemaphore
-{
-public:
-    enum EInitValue
-    {
-        eTAKEN = 0,
-        eFREE = 1
-    };
-    CBinarySemaphore(EInitValue eInitValue, bool bTimedWait);
-    ~CBinarySemaphore();
-    CSemaphore m_sem;
-};
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/module_functions.h"
+#include "tests/abi/semaphore.h"
+#include "tests/abi/string.h"
+#include "tests/abi/timer.h"
+#include "tests/support/derived.h"
 
 class CTimeZone
 {
@@ -208,14 +155,6 @@ extern const char* const apszTIMEZONE_TABLE[];
 
 namespace
 {
-class CFramework : public testing::Environment
-{
-public:
-    void SetUp() override { ASSERT_EQ(g_nOk, CFrameworkInitializer::Initialize()); }
-    void TearDown() override { CFrameworkInitializer::Finalize(); }
-};
-const testing::Environment* const g_pFramework = testing::AddGlobalTestEnvironment(new CFramework);
-
 constexpr unsigned int g_uHourMs = 3600000;
 constexpr unsigned int g_uJulian2000 = 2451545;
 constexpr unsigned int g_uJulian2024 = 2460311;
@@ -236,7 +175,7 @@ const char* TextAt(const CTimeZone& rZone, std::size_t uOffset)
 void ExpectUnsetClock()
 {
     EXPECT_EQ(g_uJulian2000, CTime::ms_uJulianDateDay);
-    EXPECT_EQ(0U, CTime::ms_uJulianTimeMs);
+    EXPECT_EQ(0u, CTime::ms_uJulianTimeMs);
     EXPECT_TRUE(CTime::ms_bDefaultDateAndTime);
     EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, CTime::ms_pTimeZone->m_strTimeZone.CStr());
 }
@@ -250,30 +189,9 @@ protected:
     static void Restart()
     {
         CTime::FinalizeCTime();
-        ASSERT_EQ(g_nOk, CTime::InitializeCTime());
+        ASSERT_EQ(QV_RES_OK, CTime::InitializeCTime());
     }
 };
-
-/// Constructs and destroys its base as a base object, which takes entry points of its own.
-class CNamedZone : public CTimeZone
-{
-public:
-    using CTimeZone::CTimeZone;
-    CNamedZone(const CTimeZone& rSrc) : CTimeZone(rSrc) {}
-    ~CNamedZone() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedZone::ms_uDestroyed = 0;
-
-class CNamedTime : public CTime
-{
-public:
-    CNamedTime() = default;
-    CNamedTime(const CTime& rSrc) : CTime(rSrc) {}
-    ~CNamedTime() override { ++ms_uDestroyed; }
-    static unsigned int ms_uDestroyed;
-};
-unsigned int CNamedTime::ms_uDestroyed = 0;
 }  // namespace
 
 TEST(CTimeZoneTable, HasTheReadyMadeZonesInTheirOrder)
@@ -301,7 +219,7 @@ TEST(CTimeZoneTable, HasTheReadyMadeZonesInTheirOrder)
         {pszTIMEZONE_EASTERNAUSTRALIA, "AUSEST-10AUSDST-11,M10.5.0/02:00:00,M3.5.0/02:00:00"},
         {pszTIMEZONE_UTC, "UTC0"},
     };
-    EXPECT_TRUE(Covers("apszTIMEZONE_TABLE", 17 * sizeof(char*)));
+    EXPECT_EQ(17 * sizeof(char*), SizeOfDatum(apszTIMEZONE_TABLE));
     for (unsigned int uIndex = 0; uIndex < 17; ++uIndex)
     {
         EXPECT_STREQ(aZones[uIndex].pszZone, aZones[uIndex].pszSymbol);
@@ -320,8 +238,8 @@ TEST(CTimeZoneLayout, HasTheSemaphoreTheTextAndBothTimesInThisOrder)
     zone.DetermineJulianLimits(2024);
     const void* const pvZone = &zone;
     EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&zone.m_semAccess, 0));
-    EXPECT_EQ(1U, LoadAt<unsigned int>(pvZone, 16)) << "semaphore: free";
-    EXPECT_EQ(1U, LoadAt<unsigned int>(pvZone, 20)) << "semaphore: binary";
+    EXPECT_EQ(1u, LoadAt<unsigned int>(pvZone, 16)) << "semaphore: free";
+    EXPECT_EQ(1u, LoadAt<unsigned int>(pvZone, 20)) << "semaphore: binary";
     EXPECT_TRUE(LoadAt<bool>(pvZone, 144)) << "semaphore: timed wait";
     EXPECT_STREQ(g_pszZone, TextAt(zone, 152));
     EXPECT_STREQ("STD", TextAt(zone, 168));
@@ -330,7 +248,7 @@ TEST(CTimeZoneLayout, HasTheSemaphoreTheTextAndBothTimesInThisOrder)
     EXPECT_STREQ("DAY", TextAt(zone, 200));
     EXPECT_EQ(-14400000, LoadAt<int>(pvZone, 216)) << "daylight offset";
 
-    EXPECT_EQ(2U, LoadAt<unsigned int>(pvZone, 224)) << "start: kind";
+    EXPECT_EQ(2u, LoadAt<unsigned int>(pvZone, 224)) << "start: kind";
     EXPECT_EQ(3, LoadAt<unsigned short>(pvZone, 228)) << "start: month";
     EXPECT_EQ(2, LoadAt<unsigned short>(pvZone, 230)) << "start: week";
     EXPECT_EQ(0, LoadAt<unsigned short>(pvZone, 232)) << "start: weekday";
@@ -338,7 +256,7 @@ TEST(CTimeZoneLayout, HasTheSemaphoreTheTextAndBothTimesInThisOrder)
     EXPECT_EQ(g_uJulian2024 + 69, LoadAt<unsigned int>(pvZone, 240)) << "start: first Julian day";
     EXPECT_EQ(g_uJulian2024 + 69, LoadAt<unsigned int>(pvZone, 244)) << "start: second Julian day";
 
-    EXPECT_EQ(1U, LoadAt<unsigned int>(pvZone, 248)) << "end: kind";
+    EXPECT_EQ(1u, LoadAt<unsigned int>(pvZone, 248)) << "end: kind";
     EXPECT_EQ(305, LoadAt<unsigned short>(pvZone, 252)) << "end: day";
     EXPECT_EQ(4 * g_uHourMs, LoadAt<unsigned int>(pvZone, 260)) << "end: time";
     EXPECT_EQ(g_uJulian2024 + 305, LoadAt<unsigned int>(pvZone, 264)) << "end: first Julian day";
@@ -361,7 +279,7 @@ TEST(CTimeZoneLayout, RuleHasMonthWeekAndWeekday)
 {
     const CTimeZone zone("STD5DAY,M3.2.6,7/03:00:00");
     EXPECT_EQ((std::vector<unsigned char>{3, 0, 2, 0, 6, 0}), BytesAt(&zone, 228, 6));
-    EXPECT_EQ(0U, zone.m_stDaylight.m_stEnd.m_uKind);
+    EXPECT_EQ(0u, zone.m_stDaylight.m_stEnd.m_uKind);
     EXPECT_EQ(7, zone.m_stDaylight.m_stEnd.m_stRule.m_uMonth);
     EXPECT_EQ(0, zone.m_stDaylight.m_uYear) << "no query yet";
     EXPECT_EQ(-4 * 3600000, zone.m_stDaylight.m_stTimeZone.m_nOffsetMs);
@@ -370,9 +288,7 @@ TEST(CTimeZoneLayout, RuleHasMonthWeekAndWeekday)
 TEST(CTimeZoneLayout, DestructorIsTheOnlyVirtualOperation)
 {
     const CTimeZone zone;
-    EXPECT_EQ("CTimeZone::~CTimeZone()", FunctionInSlot(&zone, 0));
-    EXPECT_EQ("CTimeZone::~CTimeZone()", FunctionInSlot(&zone, 1));
-    EXPECT_TRUE(Covers("_ZTV9CTimeZone", 4 * sizeof(void*)));
+    EXPECT_TRUE(HasDestructorsAlone(&zone, "9CTimeZone"));
 }
 
 TEST(CTimeZoneConstruction, ParsesCopiesAndAssigns)
@@ -400,13 +316,13 @@ TEST(CTimeZoneConstruction, AssignmentReturnsACopy)
 
 TEST(CTimeZoneConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
-    EXPECT_STREQ("", CNamedZone().GetTimeZone());
-    EXPECT_STREQ("UTC0", CNamedZone("UTC0").GetTimeZone());
-    CNamedZone::ms_uDestroyed = 0;
-    std::unique_ptr<CTimeZone> pCopy = std::make_unique<CNamedZone>(CTimeZone("UTC0"));
+    EXPECT_STREQ("", CDerived<CTimeZone>().GetTimeZone());
+    EXPECT_STREQ("UTC0", CDerived<CTimeZone>("UTC0").GetTimeZone());
+    CDerived<CTimeZone>::ms_uDestroyed = 0;
+    std::unique_ptr<CTimeZone> pCopy = std::make_unique<CDerived<CTimeZone>>(CTimeZone("UTC0"));
     EXPECT_STREQ("UTC0", pCopy->GetTimeZone());
     pCopy.reset();
-    EXPECT_EQ(1U, CNamedZone::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CTimeZone>::ms_uDestroyed);
     pCopy = std::make_unique<CTimeZone>("UTC0");
     pCopy.reset();
 }
@@ -414,8 +330,8 @@ TEST(CTimeZoneConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 TEST(CTimeZoneSetting, RefusesWhatIsMalformedAndKeepsTheZone)
 {
     CTimeZone zone;
-    EXPECT_EQ(g_nOk, zone.SetTimeZone("UTC0"));
-    EXPECT_EQ(g_nInvalidArgument, zone.SetTimeZone("EST5EDT"));
+    EXPECT_EQ(QV_RES_OK, zone.SetTimeZone("UTC0"));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, zone.SetTimeZone("EST5EDT"));
     EXPECT_STREQ("UTC0", zone.m_strTimeZone.CStr());
     EXPECT_FALSE(zone.m_stDaylight.m_bEnabled);
 }
@@ -491,7 +407,7 @@ TEST(CTimeLayout, ZoneComesFirstThenDayTimeAndFlag)
     EXPECT_TRUE(LoadAt<bool>(&time, 296)) << "from a clock that was never set";
     time.SetJulianDateAndTime(g_uJulian2024, 4711, true);
     EXPECT_EQ(g_uJulian2024, LoadAt<unsigned int>(&time, 288));
-    EXPECT_EQ(4711U, LoadAt<unsigned int>(&time, 292));
+    EXPECT_EQ(4711u, LoadAt<unsigned int>(&time, 292));
     EXPECT_FALSE(LoadAt<bool>(&time, 296));
     EXPECT_EQ(0, OffsetToTop(&time));
 }
@@ -499,34 +415,29 @@ TEST(CTimeLayout, ZoneComesFirstThenDayTimeAndFlag)
 TEST(CTimeLayout, DestructorIsTheOnlyVirtualOperation)
 {
     const CTime time;
-    EXPECT_EQ("CTime::~CTime()", FunctionInSlot(&time, 0));
-    EXPECT_EQ("CTime::~CTime()", FunctionInSlot(&time, 1));
-    EXPECT_TRUE(Covers("_ZTV5CTime", 4 * sizeof(void*)));
+    EXPECT_TRUE(HasDestructorsAlone(&time, "5CTime"));
 }
 
 TEST_F(CTimeClock, StaticsHaveTheirWidthsAndReachTheirStorage)
 {
-    EXPECT_TRUE(Covers("_ZN5CTime17ms_uJulianDateDayE", 4));
-    EXPECT_TRUE(Covers("_ZN5CTime16ms_uJulianTimeMsE", 4));
-    EXPECT_TRUE(Covers("_ZN5CTime29ms_uLastSynchronizationTimeMsE", 8));
-    EXPECT_TRUE(Covers("_ZN5CTime22ms_bDefaultDateAndTimeE", 1));
-    EXPECT_TRUE(Covers("_ZN5CTime13ms_auTimeZoneE", sizeof(CTimeZone)));
-    EXPECT_TRUE(Covers("_ZN5CTime29ms_auInternalAccessProtectionE", sizeof(CBinarySemaphore)));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uJulianDateDay));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uJulianTimeMs));
+    EXPECT_TRUE(HasItsSize(CTime::ms_uLastSynchronizationTimeMs));
+    EXPECT_TRUE(HasItsSize(CTime::ms_bDefaultDateAndTime));
+    EXPECT_EQ(sizeof(CTimeZone), SizeOfDatum(CTime::ms_auTimeZone));
+    EXPECT_EQ(sizeof(CBinarySemaphore), SizeOfDatum(CTime::ms_auInternalAccessProtection));
     EXPECT_EQ(reinterpret_cast<unsigned char*>(CTime::ms_pTimeZone), CTime::ms_auTimeZone);
     EXPECT_EQ(reinterpret_cast<unsigned char*>(CTime::ms_psemInternalAccessProtection),
               CTime::ms_auInternalAccessProtection);
-    EXPECT_EQ(1U, CTime::ms_psemInternalAccessProtection->m_sem.m_uCount);
+    EXPECT_EQ(1u, CTime::ms_psemInternalAccessProtection->m_sem.m_uCount);
     EXPECT_TRUE(CTime::ms_psemInternalAccessProtection->m_sem.m_bTimedWait);
 }
 
 TEST_F(CTimeClock, ModuleFunctionsTakeItDownAndBringItUp)
 {
-    static constexpr struct
-    {
-        QvResult (*pfnInitialize)();
-        void (*pfnFinalize)();
-    } aPairs[] = {{&InitializeCTime, &FinalizeCTime}, {&CTime::InitializeCTime, &CTime::FinalizeCTime}};
-    for (const auto& rPair : aPairs)
+    static constexpr SModuleFunctions aPairs[] = {{&InitializeCTime, &FinalizeCTime},
+                                                  {&CTime::InitializeCTime, &CTime::FinalizeCTime}};
+    for (const SModuleFunctions& rPair : aPairs)
     {
         CTime time;
         time.SetJulianDateAndTime(g_uJulian2024, 4711, true);
@@ -536,7 +447,7 @@ TEST_F(CTimeClock, ModuleFunctionsTakeItDownAndBringItUp)
         EXPECT_EQ(nullptr, CTime::ms_pTimeZone);
         EXPECT_EQ(nullptr, CTime::ms_psemInternalAccessProtection);
         const unsigned long uBefore = CTimer::GetSystemUpTimeMs();
-        EXPECT_EQ(g_nOk, rPair.pfnInitialize());
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
         ExpectUnsetClock();
         EXPECT_LE(uBefore, CTime::ms_uLastSynchronizationTimeMs);
     }
@@ -549,7 +460,7 @@ TEST_F(CTimeClock, IsSetAndRead)
     const unsigned long uBefore = CTimer::GetSystemUpTimeMs();
     CTime::SetSystemTime(time);
     EXPECT_EQ(g_uJulian2024, CTime::ms_uJulianDateDay);
-    EXPECT_EQ(4711U, CTime::ms_uJulianTimeMs);
+    EXPECT_EQ(4711u, CTime::ms_uJulianTimeMs);
     EXPECT_LE(uBefore, CTime::ms_uLastSynchronizationTimeMs);
     EXPECT_FALSE(CTime::ms_bDefaultDateAndTime);
 }
@@ -565,7 +476,7 @@ TEST_F(CTimeClock, RunsFromTheStaticsWithTheUpTime)
     bool bDefault = true;
     CTime::PinTime(uJulianDay, uTimeMs, bDefault);
     EXPECT_EQ(g_uJulian2024 + 1, uJulianDay);
-    EXPECT_EQ(18U, uTimeMs / g_uHourMs);
+    EXPECT_EQ(18u, uTimeMs / g_uHourMs);
     EXPECT_FALSE(bDefault);
 
     CTime time;
@@ -594,8 +505,8 @@ TEST_F(CTimeClock, AnswersForTodayAndNotForTheObject)
     CTime other;
     other.SetDateAndTime(2024, 1, 3, 0, 0, 0, 0, true);
     EXPECT_TRUE(other.SetTimeZone(pszTIMEZONE_NA_EASTERN));
-    EXPECT_EQ(1U, other.GetDayOfWeek(true));
-    EXPECT_EQ(2U, other.GetDayOfWeek(false));
+    EXPECT_EQ(1u, other.GetDayOfWeek(true));
+    EXPECT_EQ(2u, other.GetDayOfWeek(false));
     EXPECT_TRUE(other.IsDayLightSavingInEffect());
 
     tm stTime;
@@ -632,13 +543,13 @@ TEST(CTimeConstruction, CopyHasTheMomentInAnUnsetZone)
 
 TEST(CTimeConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
-    const CNamedTime now;
+    const CDerived<CTime> now;
     EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, now.m_timeZone.GetTimeZone());
-    CNamedTime::ms_uDestroyed = 0;
-    std::unique_ptr<CTime> pCopy = std::make_unique<CNamedTime>(static_cast<const CTime&>(now));
+    CDerived<CTime>::ms_uDestroyed = 0;
+    std::unique_ptr<CTime> pCopy = std::make_unique<CDerived<CTime>>(static_cast<const CTime&>(now));
     EXPECT_EQ(StoredIn(now), StoredIn(*pCopy));
     pCopy.reset();
-    EXPECT_EQ(1U, CNamedTime::ms_uDestroyed);
+    EXPECT_EQ(1u, CDerived<CTime>::ms_uDestroyed);
     pCopy = std::make_unique<CTime>();
     pCopy.reset();
 }
@@ -682,7 +593,7 @@ TEST(CTimeValues, LeapYearIsOfTheDateAskedFor)
 TEST(CTimeCalendar, OutOfLineFormsConvertBothWays)
 {
     EXPECT_EQ(g_uJulian2000, CTime::GetJulianDate(2000, 1, 1));
-    EXPECT_EQ(2440588U, CTime::GetJulianDate(1970, 1, 1));
+    EXPECT_EQ(2440588u, CTime::GetJulianDate(1970, 1, 1));
     unsigned short uYear = 0;
     unsigned short uMonth = 0;
     unsigned short uDay = 0;

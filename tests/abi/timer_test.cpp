@@ -1,73 +1,41 @@
 #include <unistd.h>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/foreign_threads.h"
-#include "tests/abi/room_for.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/exports.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
+#include "tests/abi/module_functions.h"
+#include "tests/abi/timer.h"
+#include "tests/abi/told_size.h"
 
-class CTimer
-{
-public:
-    CTimer();
-    virtual ~CTimer();
-    static unsigned long GetSystemUpTimeMs();
-    bool StartCyclicWait(unsigned long uPeriodMs);
-    bool CyclicWait(bool bResynchronize);
-    void StopCyclicWait();
-    static int InitializeCTimer();
-    static void FinalizeCTimer();
-
-    static unsigned long ms_uSysUpTimeTick;
-    static unsigned int ms_uLastSysUpTimeTick;
-    static unsigned int ms_uTickPerSec;
-    static CMutex* ms_pmutexThreadingProtection;
-    static unsigned char ms_aumutexThreadingProtection[sizeof(CMutex)];
-    static CBinarySemaphore* ms_psemWait;
-    static unsigned char ms_ausemWait[sizeof(CBinarySemaphore)];
-
-    unsigned long m_uNextMs;
-    unsigned long m_uPeriodMs;
-    CBinarySemaphore m_semStop;
-};
-
-int InitializeCTimer();
+QvResult InitializeCTimer();
 void FinalizeCTimer();
 
 namespace
 {
 constexpr unsigned long g_uPERIOD_MS = 1UL << 40;  // more than 32 bits hold
-
-/// Free and made for timed waits, or taken; both with the maximum of a binary semaphore.
-void ExpectBinary(const CBinarySemaphore& rSemaphore, unsigned int uCount)
-{
-    EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&rSemaphore, 0));
-    EXPECT_EQ(uCount, rSemaphore.m_sem.m_uCount);
-    EXPECT_EQ(1U, rSemaphore.m_sem.m_uMaxCount);
-    EXPECT_TRUE(rSemaphore.m_sem.m_bTimedWait);
-}
 }  // namespace
 
 TEST(CTimerLayout, ATimerIsIdleWithAFreeSemaphoreBehindTwoTimes)
 {
     static_assert(sizeof(CTimer) == 168);
-    const CRoomFor<CTimer> timer;
-    EXPECT_EQ(8U, OffsetOf(*timer, &CTimer::m_uNextMs));
-    EXPECT_EQ(16U, OffsetOf(*timer, &CTimer::m_uPeriodMs));
-    EXPECT_EQ(24U, OffsetOf(*timer, &CTimer::m_semStop));
+    const CGuarded<CTimer> timer;
+    EXPECT_EQ(8u, OffsetOf(*timer, &CTimer::m_uNextMs));
+    EXPECT_EQ(16u, OffsetOf(*timer, &CTimer::m_uPeriodMs));
+    EXPECT_EQ(24u, OffsetOf(*timer, &CTimer::m_semStop));
     EXPECT_EQ(0UL, timer->m_uNextMs);
     EXPECT_EQ(0UL, timer->m_uPeriodMs);
-    ExpectBinary(timer->m_semStop, 1);
+    ExpectBinary(1, timer->m_semStop);
 }
 
 TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
 {
-    const CRoomFor<CTimer> timer;
+    const CGuarded<CTimer> timer;
     const unsigned long uBefore = CTimer::GetSystemUpTimeMs();
     EXPECT_TRUE(timer->StartCyclicWait(g_uPERIOD_MS));
     EXPECT_LE(uBefore, timer->m_uNextMs);
     EXPECT_GE(CTimer::GetSystemUpTimeMs(), timer->m_uNextMs);
     EXPECT_EQ(g_uPERIOD_MS, timer->m_uPeriodMs);
-    ExpectBinary(timer->m_semStop, 0);
+    ExpectBinary(0, timer->m_semStop);
     EXPECT_FALSE(timer->StartCyclicWait(1));
 
     const unsigned long uLate = timer->m_uNextMs - 2 * g_uPERIOD_MS;
@@ -78,27 +46,25 @@ TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
     timer->StopCyclicWait();
     EXPECT_EQ(0UL, timer->m_uNextMs);
     EXPECT_EQ(0UL, timer->m_uPeriodMs);
-    ExpectBinary(timer->m_semStop, 1);
+    ExpectBinary(1, timer->m_semStop);
 }
 
 TEST(CTimerLayout, AStoppedWaitGivesTheSemaphoreBack)
 {
-    const CRoomFor<CTimer> timer;
+    const CGuarded<CTimer> timer;
     ASSERT_TRUE(timer->StartCyclicWait(g_uPERIOD_MS));
     timer->m_semStop.Signal(false);
     const unsigned long uNextMs = timer->m_uNextMs;
     EXPECT_FALSE(timer->CyclicWait(true));
     EXPECT_EQ(uNextMs + g_uPERIOD_MS, timer->m_uNextMs);
-    ExpectBinary(timer->m_semStop, 1);
+    ExpectBinary(1, timer->m_semStop);
 }
 
 TEST(CTimerLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
 {
-    CTimer* const pTimer = ThroughTheTable(new CTimer);
-    EXPECT_EQ(0, OffsetToTop(pTimer));
-    EXPECT_EQ("CTimer::~CTimer()", FunctionInSlot(pTimer, 0));
-    EXPECT_EQ("CTimer::~CTimer()", FunctionInSlot(pTimer, 1));
-    delete pTimer;
+    const CTimer timer;
+    EXPECT_TRUE(HasDestructorsAlone(&timer, "6CTimer"));
+    EXPECT_EQ(168u, SizeToldByDelete(new CTimer));
 }
 
 TEST(CTimerLayout, TheUpTimeIsTakenFromTheExportedTicks)
@@ -115,30 +81,41 @@ TEST(CTimerLayout, TheUpTimeIsTakenFromTheExportedTicks)
     CTimer::ms_uSysUpTimeTick -= 10;
 }
 
+TEST(CTimerLayout, StaticsHaveTheirWidths)
+{
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uSysUpTimeTick));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uLastSysUpTimeTick));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_uTickPerSec));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_pmutexThreadingProtection));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_aumutexThreadingProtection));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_psemWait));
+    EXPECT_TRUE(HasItsSize(CTimer::ms_ausemWait));
+}
+
 TEST(CTimerLayout, TheModuleBuildsItsLocksInStaticStorage)
 {
     EXPECT_EQ(static_cast<void*>(CTimer::ms_aumutexThreadingProtection),
               static_cast<void*>(CTimer::ms_pmutexThreadingProtection));
     EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CTimer::ms_aumutexThreadingProtection, 0));
     EXPECT_EQ(static_cast<void*>(CTimer::ms_ausemWait), static_cast<void*>(CTimer::ms_psemWait));
-    ExpectBinary(*CTimer::ms_psemWait, 0);
+    ExpectBinary(0, *CTimer::ms_psemWait);
 }
 
 /// Takes the module down and up and looks at its statics on the way.
-void ExpectDownAndUp(void (*pfnFinalize)(), int (*pfnInitialize)())
+void ExpectDownAndUp(const SModuleFunctions& rModule)
 {
-    pfnFinalize();
+    rModule.pfnFinalize();
     EXPECT_EQ(nullptr, CTimer::ms_pmutexThreadingProtection);
     EXPECT_EQ(nullptr, CTimer::ms_psemWait);
-    EXPECT_EQ(0, pfnInitialize());
+    EXPECT_EQ(QV_RES_OK, rModule.pfnInitialize());
     EXPECT_NE(nullptr, CTimer::ms_pmutexThreadingProtection);
     EXPECT_NE(nullptr, CTimer::ms_psemWait);
     EXPECT_EQ(0UL, CTimer::ms_uSysUpTimeTick);
-    EXPECT_EQ(0U, CTimer::ms_uLastSysUpTimeTick);
+    EXPECT_EQ(0u, CTimer::ms_uLastSysUpTimeTick);
 }
 
 TEST(CTimerLayout, TheModuleGoesDownAndUpUnderBothOfItsNames)
 {
-    ExpectDownAndUp(FinalizeCTimer, InitializeCTimer);
-    ExpectDownAndUp(CTimer::FinalizeCTimer, CTimer::InitializeCTimer);
+    ExpectDownAndUp({InitializeCTimer, FinalizeCTimer});
+    ExpectDownAndUp({CTimer::InitializeCTimer, CTimer::FinalizeCTimer});
 }

@@ -1,7 +1,8 @@
 #include <cstdlib>
+#include <cstring>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/framework_up.h"
+#include "tests/abi/timer.h"
 
 // A program with a trace engine of its own: it defines the setter, and the library's calls arrive there.
 namespace
@@ -14,12 +15,6 @@ __attribute__((visibility("default"))) int QvTraceSetSysTimeFormatHandler(int (*
     g_pfnStamp = pfnHandler;
     return 0;
 }
-
-class CTimer
-{
-public:
-    static unsigned long GetSystemUpTimeMs();
-};
 
 TEST(TraceKernel, OffersTheUpTimeInMillisecondsToATraceEngine)
 {

@@ -1,7 +1,6 @@
 #include <cstdarg>
 
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/started_framework.h"
+#include "tests/abi/framework_up.h"
 
 enum EQvTraceLevel : int
 {
@@ -49,9 +48,9 @@ void QvTraceToStderr(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char* 
 void QvTraceToStdout(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char* pszText, int nLength);
 void QvTraceToDebugger(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char* pszText, int nLength);
 void QvTraceAllCallStacks(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackage);
-int InitializeQvTraceKernel();
+QvResult InitializeQvTraceKernel();
 void FinalizeQvTraceKernel();
-int InitializeQvTraceTime();
+QvResult InitializeQvTraceTime();
 void FinalizeQvTraceTime();
 
 namespace
@@ -139,6 +138,6 @@ TEST(TraceCalls, BothModulesGoDownAndUpByTheirOwnFunctions)
 {
     FinalizeQvTraceTime();
     FinalizeQvTraceKernel();
-    EXPECT_EQ(0, InitializeQvTraceKernel());
-    EXPECT_EQ(0, InitializeQvTraceTime());
+    EXPECT_EQ(QV_RES_OK, InitializeQvTraceKernel());
+    EXPECT_EQ(QV_RES_OK, InitializeQvTraceTime());
 }

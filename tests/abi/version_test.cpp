@@ -1,5 +1,4 @@
-#include "tests/abi/foreign_program.h"
-#include "tests/abi/room_for.h"
+#include "tests/abi/guarded.h"
 
 class CVersion
 {
@@ -42,7 +41,7 @@ using Bytes = std::vector<unsigned char>;
 TEST(CVersionLayout, IsFourBytesFromMajorToBuild)
 {
     static_assert(sizeof(CVersion) == 4);
-    const CRoomFor<CVersion> version;
+    const CGuarded<CVersion> version;
     EXPECT_EQ((Bytes{0, 0, 0, 0}), BytesAt(&*version, 0, 4));
     EXPECT_TRUE(version->SetStr("1.20.3.255"));
     EXPECT_EQ((Bytes{1, 20, 3, 255}), BytesAt(&*version, 0, 4));
@@ -54,7 +53,7 @@ TEST(CVersionLayout, IsFourBytesFromMajorToBuild)
 
 TEST(CVersionLayout, EveryPartIsReadAndSetInItsByteAndTheSettersReturnTheVersion)
 {
-    const CRoomFor<CVersion> version;
+    const CGuarded<CVersion> version;
     EXPECT_EQ(&*version, &version->SetMajor(1));
     EXPECT_EQ(&*version, &version->SetMinor(2));
     EXPECT_EQ(&*version, &version->SetRelease(3));
@@ -68,10 +67,10 @@ TEST(CVersionLayout, EveryPartIsReadAndSetInItsByteAndTheSettersReturnTheVersion
 
 TEST(CVersionLayout, CopiesAndAssignsTheFourBytes)
 {
-    const CRoomFor<CVersion> source("9.8.7.6");
-    const CRoomFor<CVersion> copy(*source);
+    const CGuarded<CVersion> source("9.8.7.6");
+    const CGuarded<CVersion> copy(*source);
     EXPECT_EQ((Bytes{9, 8, 7, 6}), BytesAt(&*copy, 0, 4));
-    const CRoomFor<CVersion> assigned;
+    const CGuarded<CVersion> assigned;
     EXPECT_EQ(&*assigned, &(*assigned = *source));
     EXPECT_EQ((Bytes{9, 8, 7, 6}), BytesAt(&*assigned, 0, 4));
 }

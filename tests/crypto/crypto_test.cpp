@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "framework/crypto/secure_prng.h"
+#include "tests/support/derived.h"
+#include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/vtable.h"
 
@@ -43,19 +45,6 @@ uint32_t BlockCounter()
 const CMutex& MutexOf(const CCrypto* pCrypto)
 {
     return *reinterpret_cast<const CMutex*>(reinterpret_cast<const unsigned char*>(pCrypto) + sizeof(void*));
-}
-
-bool IsFreeForAnotherThread(const CMutex& rMutex)
-{
-    bool bFree = false;
-    std::thread other(
-        [&]
-        {
-            bFree = rMutex.TryLock();
-            if (bFree) rMutex.Unlock();
-        });
-    other.join();
-    return bFree;
 }
 }  // namespace
 
@@ -119,11 +108,11 @@ TEST(CCryptoLock, EnterLocksTheMutexAndExitUnlocksIt)
 {
     CCrypto* const pCrypto = CCrypto::Instance();
     const CMutex& rMutex = MutexOf(pCrypto);
-    EXPECT_TRUE(IsFreeForAnotherThread(rMutex));
+    EXPECT_TRUE(IsFreeForOthers(rMutex));
     pCrypto->Enter();
-    EXPECT_FALSE(IsFreeForAnotherThread(rMutex));
+    EXPECT_FALSE(IsFreeForOthers(rMutex));
     pCrypto->Exit();
-    EXPECT_TRUE(IsFreeForAnotherThread(rMutex));
+    EXPECT_TRUE(IsFreeForOthers(rMutex));
 }
 
 TEST(CCryptoLock, LetsOneThreadInAtATime)
@@ -152,8 +141,8 @@ TEST(CCryptoLock, DiffersFromObjectToObject)
     CCrypto one;
     CCrypto other;
     one.Enter();
-    EXPECT_TRUE(IsFreeForAnotherThread(MutexOf(&other)));
-    EXPECT_FALSE(IsFreeForAnotherThread(MutexOf(&one)));
+    EXPECT_TRUE(IsFreeForOthers(MutexOf(&other)));
+    EXPECT_FALSE(IsFreeForOthers(MutexOf(&one)));
     one.Exit();
 }
 
@@ -171,27 +160,12 @@ TEST(CCryptoLock, EndsWithItsObject)
               BytesAt(auStorage, 2 * sizeof(void*), sizeof(pthread_mutex_t)));
 }
 
-namespace
-{
-class CMortal : public CCrypto
-{
-public:
-    explicit CMortal(bool* pbDead) : m_pbDead(pbDead) {}
-    CMortal(const CMortal&) = delete;
-    CMortal& operator=(const CMortal&) = delete;
-    ~CMortal() override { *m_pbDead = true; }
-
-private:
-    bool* m_pbDead;
-};
-}  // namespace
-
 TEST(CCryptoLock, DestructionIsVirtual)
 {
-    bool bDead = false;
-    CCrypto* const pCrypto = new CMortal(&bDead);
+    CDerived<CCrypto>::ms_uDestroyed = 0;
+    CCrypto* const pCrypto = new CDerived<CCrypto>;
     delete pCrypto;
-    EXPECT_TRUE(bDead);
+    EXPECT_EQ(1u, CDerived<CCrypto>::ms_uDestroyed);
 }
 
 TEST(CCryptoStartUp, DrawsFortyBytesOfTheStream)

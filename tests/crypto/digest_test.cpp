@@ -8,6 +8,7 @@
 #include "framework/crypto/md5.h"
 #include "framework/crypto/sha1.h"
 #include "framework/crypto/sha256.h"
+#include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
@@ -16,8 +17,6 @@
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 // Puts an implementation class behind the interface, so that both are driven alike.
 template <typename Implementation>
 class CAsHash : public CHash
@@ -72,23 +71,6 @@ constexpr SDigest Row(const char* pszName, const EVP_MD* (*pfnOracle)(), const c
 void PrintTo(const SDigest& rstDigest, std::ostream* pStream)
 {
     *pStream << rstDigest.pszName;
-}
-
-// A pointer that is not null, however few bytes there are.
-const uint8_t* DataOf(const Bytes& rBytes)
-{
-    static const uint8_t uNone = 0;
-    return rBytes.empty() ? &uNone : rBytes.data();
-}
-
-unsigned int SizeOf(const Bytes& rBytes)
-{
-    return static_cast<unsigned int>(rBytes.size());
-}
-
-Bytes BytesOf(const CBlob& rblob)
-{
-    return {rblob.begin(), rblob.end()};
 }
 
 class CDigest : public testing::TestWithParam<SDigest>

@@ -8,6 +8,7 @@
 #include "framework/crypto/md5.h"
 #include "framework/crypto/sha1.h"
 #include "framework/crypto/sha256.h"
+#include "tests/support/derived.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/vtable.h"
 
@@ -57,33 +58,16 @@ TEST(CHashInterface, IsTheFirstBaseAndTheImplementationTheSecond)
     ExpectInterfaceBeforeImplementation<CSha256, CSha256BremoFw>();
 }
 
-namespace
-{
-// Tells when it dies.
-class CMortal : public CSha1
-{
-public:
-    explicit CMortal(bool* pbDead) : m_pbDead(pbDead) {}
-    CMortal(const CMortal&) = delete;
-    CMortal& operator=(const CMortal&) = delete;
-    ~CMortal() override { *m_pbDead = true; }
-
-private:
-    bool* m_pbDead;
-};
-}  // namespace
-
 TEST(CHashInterface, DeletesTheWholeObjectThroughEitherBase)
 {
-    bool bDead = false;
-    CHash* const pHash = new CMortal(&bDead);
+    CDerived<CSha1>::ms_uDestroyed = 0;
+    CHash* const pHash = new CDerived<CSha1>;
     delete pHash;
-    EXPECT_TRUE(bDead);
+    EXPECT_EQ(1u, CDerived<CSha1>::ms_uDestroyed);
 
-    bDead = false;
-    CSha1BremoFw* const pImplementation = new CMortal(&bDead);
+    CSha1BremoFw* const pImplementation = new CDerived<CSha1>;
     delete pImplementation;
-    EXPECT_TRUE(bDead);
+    EXPECT_EQ(2u, CDerived<CSha1>::ms_uDestroyed);
 }
 
 TEST(CHashInterface, ImplementationsHaveAVirtualDestructorAndNothingElseVirtual)

@@ -10,6 +10,8 @@
 
 #include "framework/crypto/md5.h"
 #include "framework/crypto/sha256.h"
+#include "tests/support/bytes.h"
+#include "tests/support/derived.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
@@ -25,24 +27,6 @@ static_assert(!std::is_base_of_v<CHMac, CSha1MacBremoFw>);
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
-const uint8_t* DataOf(const Bytes& rBytes)
-{
-    static const uint8_t uNone = 0;
-    return rBytes.empty() ? &uNone : rBytes.data();
-}
-
-unsigned int SizeOf(const Bytes& rBytes)
-{
-    return static_cast<unsigned int>(rBytes.size());
-}
-
-Bytes BytesOf(const CBlob& rblob)
-{
-    return {rblob.begin(), rblob.end()};
-}
-
 Bytes Want(const Bytes& rKey, const Bytes& rMessage)
 {
     return EvpHmac(EVP_sha1(), rKey, rMessage);
@@ -133,33 +117,16 @@ TEST(CHMacInterface, IsTheFirstBaseAndTheImplementationTheSecond)
               reinterpret_cast<unsigned char*>(static_cast<CSha1MacBremoFw*>(&mac)));
 }
 
-namespace
-{
-// Tells when it dies.
-class CMortal : public CSha1Mac
-{
-public:
-    explicit CMortal(bool* pbDead) : m_pbDead(pbDead) {}
-    CMortal(const CMortal&) = delete;
-    CMortal& operator=(const CMortal&) = delete;
-    ~CMortal() override { *m_pbDead = true; }
-
-private:
-    bool* m_pbDead;
-};
-}  // namespace
-
 TEST(CHMacInterface, DeletesTheWholeObjectThroughEveryBase)
 {
-    bool bDead = false;
-    CHMac* const pMac = new CMortal(&bDead);
+    CDerived<CSha1Mac>::ms_uDestroyed = 0;
+    CHMac* const pMac = new CDerived<CSha1Mac>;
     delete pMac;
-    EXPECT_TRUE(bDead);
+    EXPECT_EQ(1u, CDerived<CSha1Mac>::ms_uDestroyed);
 
-    bDead = false;
-    CHMacBremoFw* const pGeneric = new CMortal(&bDead);
+    CHMacBremoFw* const pGeneric = new CDerived<CSha1Mac>;
     delete pGeneric;
-    EXPECT_TRUE(bDead);
+    EXPECT_EQ(2u, CDerived<CSha1Mac>::ms_uDestroyed);
 }
 
 TEST(CSha1MacState, HoldsTheOuterPadAndThenTheDigest)

@@ -10,29 +10,13 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/vtable.h"
 
 static_assert(std::is_polymorphic_v<CMutex> && std::has_virtual_destructor_v<CMutex>);
 static_assert(sizeof(CMutex) == sizeof(void*) + sizeof(pthread_mutex_t));
 static_assert(!std::is_copy_constructible_v<CMutex> && !std::is_copy_assignable_v<CMutex>);
-
-namespace
-{
-/// Whether another thread could have the lock right now.
-bool IsFreeForOthers(const CMutex& rMutex)
-{
-    bool bFree = false;
-    std::thread other(
-        [&]
-        {
-            bFree = rMutex.TryLock();
-            if (bFree) rMutex.Unlock();
-        });
-    other.join();
-    return bFree;
-}
-}  // namespace
 
 TEST(CMutexLayout, HasTheTwoDestructorsForSlots)
 {

@@ -1,23 +1,13 @@
-// ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
-#if defined(__SANITIZE_THREAD__)
-#define TESTS_OWN_OPERATOR_NEW 0
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TESTS_OWN_OPERATOR_NEW 0
-#endif
-#endif
-#ifndef TESTS_OWN_OPERATOR_NEW
-#define TESTS_OWN_OPERATOR_NEW 1
-#endif
+#include "tests/support/own_operator_new.h"
 
 #if TESTS_OWN_OPERATOR_NEW
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <new>
-#include <thread>
 
 #include "framework/kernel/singleton.h"
+#include "tests/support/free_mutex.h"
 
 namespace
 {
@@ -66,24 +56,11 @@ public:
     using CSingletonBase::ms_pmutex;
 };
 
-bool IsMutexFreeForOthers()
-{
-    bool bFree = false;
-    std::thread other(
-        [&]
-        {
-            bFree = CBaseProbe::ms_pmutex->TryLock();
-            if (bFree) CBaseProbe::ms_pmutex->Unlock();
-        });
-    other.join();
-    return bFree;
-}
-
 /// A class with its own way to memory, which must not be taken.
 class CSized : public CSingleton<CSized>
 {
 public:
-    CSized() { bMutexHeld = !IsMutexFreeForOthers(); }
+    CSized() { bMutexHeld = !IsFreeForOthers(*CBaseProbe::ms_pmutex); }
     static void* operator new(std::size_t) = delete;
     static void operator delete(void* pvBlock) { ::operator delete(pvBlock); }
     static inline bool bMutexHeld = false;
@@ -121,7 +98,7 @@ protected:
     }
     ~CSingletonMemory() override
     {
-        EXPECT_TRUE(IsMutexFreeForOthers()) << "the mutex of all singletons was left locked";
+        EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex)) << "the mutex of all singletons was left locked";
     }
 };
 }  // namespace
@@ -142,7 +119,7 @@ TEST_F(CSingletonMemory, WithoutMemoryTheExceptionPassesAndTheMutexIsFree)
     EXPECT_THROW(CSized::Instance(), std::bad_alloc);
     EXPECT_THROW(CSized::Instance(), std::bad_alloc);
     g_bRefusing = false;
-    EXPECT_TRUE(IsMutexFreeForOthers());
+    EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex));
     EXPECT_NE(nullptr, CSized::Instance());
     CSized::DestroyInstance();
 }
@@ -153,9 +130,9 @@ TEST_F(CSingletonMemory, AThrowingConstructorPassesThroughReleasesTheMemoryAndLe
     EXPECT_EQ(1u, g_uAllocated);
     EXPECT_EQ(1u, g_uReleased);
     EXPECT_FALSE(CThrowing::IsMade());
-    EXPECT_FALSE(IsMutexFreeForOthers());
+    EXPECT_FALSE(IsFreeForOthers(*CBaseProbe::ms_pmutex));
     CBaseProbe::ms_pmutex->Unlock();
-    EXPECT_TRUE(IsMutexFreeForOthers());
+    EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex));
 
     CThrowing::ms_bThrow = false;
     EXPECT_NE(nullptr, CThrowing::Instance());

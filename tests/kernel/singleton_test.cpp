@@ -10,6 +10,7 @@
 
 #include "framework/basic/allocator.h"
 #include "framework/kernel/semaphore.h"
+#include "tests/support/free_mutex.h"
 #include "tests/support/real_mutex.h"
 #include "tests/support/vtable.h"
 
@@ -39,19 +40,6 @@ extern "C" QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
 
 namespace
 {
-bool IsMutexFreeForOthers()
-{
-    bool bFree = false;
-    std::thread other(
-        [&]
-        {
-            bFree = CBaseProbe::ms_pmutex->TryLock();
-            if (bFree) CBaseProbe::ms_pmutex->Unlock();
-        });
-    other.join();
-    return bFree;
-}
-
 class CCounted : public CSingleton<CCounted>
 {
 public:
@@ -85,7 +73,7 @@ protected:
     {
         COther::DestroyInstance();
         CCounted::DestroyInstance();
-        EXPECT_TRUE(IsMutexFreeForOthers()) << "the mutex of all singletons was left locked";
+        EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex)) << "the mutex of all singletons was left locked";
     }
 };
 }  // namespace
@@ -201,7 +189,7 @@ TEST(CSingletonModule, KeepsItsMutexInStaticStorageUntilItGoesDown)
     }
     EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
     EXPECT_EQ(static_cast<void*>(CBaseProbe::ms_auMutex), CBaseProbe::ms_pmutex);
-    EXPECT_TRUE(IsMutexFreeForOthers());
+    EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex));
     CSingletonBase::FinalizeCSingletonBase();
     EXPECT_EQ(nullptr, CBaseProbe::ms_pmutex);
     EXPECT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());

@@ -1,14 +1,4 @@
-// ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
-#if defined(__SANITIZE_THREAD__)
-#define TESTS_OWN_OPERATOR_NEW 0
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TESTS_OWN_OPERATOR_NEW 0
-#endif
-#endif
-#ifndef TESTS_OWN_OPERATOR_NEW
-#define TESTS_OWN_OPERATOR_NEW 1
-#endif
+#include "tests/support/own_operator_new.h"
 
 #if TESTS_OWN_OPERATOR_NEW
 #include <gtest/gtest.h>

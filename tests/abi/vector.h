@@ -1,10 +1,8 @@
-#ifndef TESTS_ABI_FOREIGN_VECTOR_H
-#define TESTS_ABI_FOREIGN_VECTOR_H
-#include "tests/abi/foreign_memory.h"
-
-// The vector as an old program declares it.
-
-using PFNCompare = int (*)(const void* pElement, const void* pKey, unsigned int uParam);
+#ifndef TESTS_ABI_VECTOR_H
+#define TESTS_ABI_VECTOR_H
+#include "tests/abi/allocator.h"
+#include "tests/abi/compare.h"
+#include "tests/abi/result.h"
 
 class CVectorBase
 {
@@ -69,7 +67,7 @@ public:
 };
 
 template <typename T>
-class CVector : private CVectorBase
+class CVector : public CVectorBase
 {
 public:
     CVector(IAllocator* pAllocator);
@@ -96,6 +94,7 @@ public:
     void EraseAll();
 };
 
+// The library brings the functions of three instances; their users declare the other two.
 extern template class CVector<void*>;
 
 #endif

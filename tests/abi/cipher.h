@@ -1,10 +1,10 @@
-#ifndef TESTS_ABI_FOREIGN_CIPHER_H
-#define TESTS_ABI_FOREIGN_CIPHER_H
+#ifndef TESTS_ABI_CIPHER_H
+#define TESTS_ABI_CIPHER_H
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "tests/abi/foreign_object.h"
+#include "tests/abi/result.h"
 
 class CBlob;
 template <typename T>

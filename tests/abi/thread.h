@@ -1,55 +1,10 @@
-#ifndef TESTS_ABI_FOREIGN_THREADS_H
-#define TESTS_ABI_FOREIGN_THREADS_H
+#ifndef TESTS_ABI_THREAD_H
+#define TESTS_ABI_THREAD_H
 #include <pthread.h>
-#include <semaphore.h>
 
-// The locks and the thread, as a program that was compiled long ago knows them.
-
-class CMutex
-{
-public:
-    CMutex();
-    virtual ~CMutex();
-    void Lock() const;
-    void Unlock() const;
-
-    mutable pthread_mutex_t m_mutex;
-};
-
-class CSemaphore
-{
-public:
-    CSemaphore(unsigned int uInitialCount, unsigned int uMaxCount, bool bTimedWait);
-    virtual ~CSemaphore();
-    bool Wait() const;
-    bool Wait(unsigned long uTimeoutMs) const;
-    void Signal(bool bYield) const;
-
-    mutable unsigned int m_uCount;
-    unsigned int m_uMaxCount;
-    mutable pthread_mutex_t m_mutex;
-    mutable pthread_cond_t m_cond;
-    mutable sem_t m_sem;
-    bool m_bTimedWait;
-};
-
-class CBinarySemaphore
-{
-public:
-    enum EInitValue
-    {
-        eTAKEN,
-        eFREE
-    };
-
-    CBinarySemaphore(EInitValue eInitValue, bool bTimedWait);
-    ~CBinarySemaphore();
-    bool Wait() const;
-    bool Wait(unsigned long uTimeoutMs) const;
-    void Signal(bool bYield) const;
-
-    CSemaphore m_sem;
-};
+#include "tests/abi/mutex.h"
+#include "tests/abi/result.h"
+#include "tests/abi/semaphore.h"
 
 class CThread
 {
@@ -93,19 +48,19 @@ public:
 
     CThread();
     virtual ~CThread();
-    int StartThread(unsigned int (*pfnThread)(unsigned int), unsigned int uParameter, const char* pszName,
-                    unsigned int uStackSize, EPriority ePriority);
-    int Join(unsigned int* puExitCode);
+    QvResult StartThread(unsigned int (*pfnThread)(unsigned int), unsigned int uParameter, const char* pszName,
+                         unsigned int uStackSize, EPriority ePriority);
+    QvResult Join(unsigned int* puExitCode);
     static CThread* GetThreadSelf();
     bool IsCurrentThread() const;
     bool operator==(const CThread& rOther) const;
     unsigned int GetId() const;
     static unsigned int GetCurrentId();
-    static int CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey);
-    static int DeleteKey(unsigned int uKey);
-    static int SetSpecific(unsigned int uKey, unsigned int uValue);
-    static int GetSpecific(unsigned int uKey, unsigned int& ruValue);
-    static int InitializeCThread();
+    static QvResult CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey);
+    static QvResult DeleteKey(unsigned int uKey);
+    static QvResult SetSpecific(unsigned int uKey, unsigned int uValue);
+    static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
+    static QvResult InitializeCThread();
     static void FinalizeCThread();
 
     static void* ThreadEntry(void* pvThread);
@@ -114,7 +69,7 @@ public:
     static STsdKey* FindTsdKey(unsigned int uKey, STsdKey** ppPrevious);
     static void DeleteTsdKey(STsdKey* pKey, STsdKey* pPrevious);
     static void FreeTsdCallback(STsd* pTsd);
-    static int InitializeTsd();
+    static QvResult InitializeTsd();
     static void FinalizeTsd();
 
     static CMutex* ms_pmutex;

@@ -1,0 +1,32 @@
+#ifndef TESTS_ABI_TIMER_H
+#define TESTS_ABI_TIMER_H
+#include "tests/abi/mutex.h"
+#include "tests/abi/result.h"
+#include "tests/abi/semaphore.h"
+
+class CTimer
+{
+public:
+    CTimer();
+    virtual ~CTimer();
+    static unsigned long GetSystemUpTimeMs();
+    bool StartCyclicWait(unsigned long uPeriodMs);
+    bool CyclicWait(bool bResynchronize);
+    void StopCyclicWait();
+    static QvResult InitializeCTimer();
+    static void FinalizeCTimer();
+
+    static unsigned long ms_uSysUpTimeTick;
+    static unsigned int ms_uLastSysUpTimeTick;
+    static unsigned int ms_uTickPerSec;
+    static CMutex* ms_pmutexThreadingProtection;
+    static unsigned char ms_aumutexThreadingProtection[sizeof(CMutex)];
+    static CBinarySemaphore* ms_psemWait;
+    static unsigned char ms_ausemWait[sizeof(CBinarySemaphore)];
+
+    unsigned long m_uNextMs;
+    unsigned long m_uPeriodMs;
+    CBinarySemaphore m_semStop;
+};
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef TESTS_ABI_TOLD_SIZE_H
+#define TESTS_ABI_TOLD_SIZE_H
+#include <cstddef>
+#include <new>
+
+#include "tests/abi/guarded.h"
+
+// One per program, since it replaces a global operator.
+
+inline thread_local std::size_t g_uDeletedSize = 0;
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsized-deallocation"
+#endif
+void operator delete(void* pvObject, std::size_t uSize) noexcept
+{
+    g_uDeletedSize = uSize;
+    ::operator delete(pvObject);
+}
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+
+/// How large the library holds an object of a class with a virtual destructor to be: its deleting destructor tells the
+/// global operator delete. Clang's does not, so that a library built with it can only confirm the declared size.
+template <typename Object>
+std::size_t SizeToldByDelete(Object* pObject)
+{
+#ifdef __clang__
+    g_uDeletedSize = sizeof(Object);
+#else
+    g_uDeletedSize = 0;
+#endif
+    delete &OfUnknownOrigin(*pObject);
+    return g_uDeletedSize;
+}
+
+#endif
