@@ -14,7 +14,12 @@ def load_orvel_printers():
     directory = os.path.join(os.path.dirname(os.path.realpath(objfile.filename)), "orvel_framework", "gdb")
     if directory not in sys.path:
         sys.path.insert(0, directory)
-    import orvel_printers
+    # Nothing is written beside an installed library: removing the library would leave it there.
+    writes_no_bytecode, sys.dont_write_bytecode = sys.dont_write_bytecode, True
+    try:
+        import orvel_printers
+    finally:
+        sys.dont_write_bytecode = writes_no_bytecode
     orvel_printers.register(objfile)
 
 
