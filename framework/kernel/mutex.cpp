@@ -15,9 +15,13 @@ struct SEmitted
 [[gnu::used]] constexpr SEmitted g_stEmitted = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
 }  // namespace
 
-// What pthread_mutex_init() makes with the attribute PTHREAD_MUTEX_RECURSIVE, in less time: each component has a mutex.
-CMutex::CMutex() : m_mutex(PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP)
+CMutex::CMutex()
 {
+    // The attribute object stays undestroyed: it owns nothing.
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(&m_mutex, &attributes);
 }
 
 CMutex::~CMutex()

@@ -37,22 +37,6 @@ TEST(CMutexLayout, HoldsARecursivePosixMutexBehindTheTablePointer)
     mutex.Unlock();
 }
 
-TEST(CMutexLayout, HoldsWhatTheSystemMakesOfTheRecursiveType)
-{
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_t made;
-    pthread_mutex_init(&made, &attributes);
-    alignas(CMutex) unsigned char auStorage[sizeof(CMutex)];
-    std::fill_n(auStorage, sizeof(auStorage), static_cast<unsigned char>(0xEE));
-    CMutex* const pMutex = new (auStorage) CMutex;
-    EXPECT_EQ(BytesAt(&made, 0, sizeof(made)), BytesAt(auStorage, sizeof(void*), sizeof(made)));
-    pMutex->~CMutex();
-    pthread_mutex_destroy(&made);
-    pthread_mutexattr_destroy(&attributes);
-}
-
 TEST(CMutexDestructor, LeavesTheStorageZeroed)
 {
     alignas(CMutex) unsigned char auStorage[sizeof(CMutex)];
