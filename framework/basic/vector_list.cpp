@@ -235,6 +235,8 @@ bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, uns
 
 QvResult CVListBase::InsertReserving(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
+    // What the order can never hold is not asked of the allocator, which might work on it for long.
+    if (size_t{GetSize()} + uCount > UINT_MAX / sizeof(void*)) return QV_RES_OUT_OF_MEMORY;
     if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     const QvResult res = OpenSlots(uIndex, uCount);
     for (unsigned int uNew = 0; res >= 0 && uNew < uCount; ++uNew) FillSlot(uIndex + uNew, pElement);

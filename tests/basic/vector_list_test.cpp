@@ -70,6 +70,18 @@ TEST_F(CVListTest, ReservingSucceedsWithoutMemoryForTheBlocks)
     EXPECT_TRUE(list.IsEmpty());
 }
 
+TEST_F(CVListTest, MoreThanTheOrderCouldEverHoldIsRefusedBeforeBlocksAreTaken)
+{
+    CIntVList list('a', log, &allocator);
+    AddNumbers(list, 0, 1);
+    allocator.SetRefusing(true);
+    const std::size_t uRequests = allocator.GetRequests().size();
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Insert(0, 0xFFFFFFFF, nullptr));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Insert(0, 0x1FFFFFFF, nullptr));
+    EXPECT_EQ(uRequests, allocator.GetRequests().size());
+    EXPECT_EQ("0 ", list.Values());
+}
+
 TEST_F(CVListTest, AListIsInsertedAtTheIndexAlsoIntoItself)
 {
     CIntVList list('a', log, &allocator);
@@ -108,6 +120,7 @@ TEST_F(CVListTest, CopyFillsSlotsThatExist)
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&list, 1, &more, 0, 2));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&list, 0, &more, 2, 2));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Move(&list, 0, &more, 0xFFFFFFFF, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CVListBase::Copy(&list, 0xFFFFFFFF, &more, 0, 2));
     EXPECT_EQ(QV_RES_OK, CVListBase::Move(&list, 9, &more, 9, 0));
     EXPECT_EQ("0 1 ", list.Values());
 }
