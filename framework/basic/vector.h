@@ -26,7 +26,8 @@
 /// Threads    No locking: one thread at a time.
 /// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
 /// Addresses  Elements move whenever the capacity changes, never while it is locked.
-/// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments.
+/// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
+///            operations and comparisons must not throw.
 class QV_EXPORT CVectorBase
 {
 public:
@@ -218,7 +219,7 @@ namespace orvel_internal
 template <typename Argument>
 QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector, Argument element)
 {
-    return rVector.Insert(rVector.GetSize(), 1, &element);
+    return rVector.Insert(rVector.GetSize(), 1, __builtin_addressof(element));
 }
 }  // namespace orvel_internal
 
@@ -296,7 +297,7 @@ public:
     QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
-        return CVectorBase::Insert(uIndex, uCount, &rElement);
+        return CVectorBase::Insert(uIndex, uCount, __builtin_addressof(rElement));
     }
     QvResult Append(const T& rElement)
     {
@@ -305,7 +306,7 @@ public:
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
-        else memcpy(pvSlot, static_cast<const void*>(&rElement), sizeof(T));
+        else memcpy(pvSlot, static_cast<const void*>(__builtin_addressof(rElement)), sizeof(T));
         m_uSize = uSize + 1;
         return QV_RES_OK;
     }

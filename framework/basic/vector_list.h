@@ -28,7 +28,7 @@
 ///            first. Blocks of erased elements become free and are used again.
 /// Addresses  An element stays where it is until it is erased.
 /// Failure    Reported as QvResult with the vector-lists as they were (blocks had by then stay as spare capacity); what
-///            returns nothing ignores bad arguments.
+///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
 class QV_EXPORT CVListBase
 {
 public:
@@ -67,7 +67,7 @@ public:
     /// QV_RES_OK                the elements are in
     /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
     /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
+    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order, or its bytes do not fit 32 bits
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
@@ -78,7 +78,7 @@ public:
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
-    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order
+    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order, or its bytes do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more, and gives surplus blocks back.
     /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
@@ -263,8 +263,11 @@ public:
     const_iterator end() const { return const_iterator(m_order.end()); }
 
     /// The element at an index below the size, else null.
-    T* GetAt(unsigned int uIndex) { return uIndex < m_order.GetSize() ? &begin()[uIndex] : nullptr; }
-    const T* GetAt(unsigned int uIndex) const { return uIndex < m_order.GetSize() ? &begin()[uIndex] : nullptr; }
+    T* GetAt(unsigned int uIndex) { return uIndex < m_order.GetSize() ? static_cast<T*>(m_order[uIndex]) : nullptr; }
+    const T* GetAt(unsigned int uIndex) const
+    {
+        return uIndex < m_order.GetSize() ? static_cast<const T*>(m_order[uIndex]) : nullptr;
+    }
     /// The element at an index that the caller knows to be below the size.
     T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
     const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }

@@ -284,6 +284,22 @@ TYPED_TEST(CTypedFront, CopiesAndMovesAreWhatTheySay)
     EXPECT_EQ("other", *moved.GetAt(0));
 }
 
+TYPED_TEST(CTypedFront, AnExchangeTakesAlongWhereAnIndexWasAskedForLast)
+{
+    TypeParam few;
+    TypeParam many;
+    for (const char* const pszText : {"a", "b", "c", "d"}) few.Append(pszText);
+    for (const char* const pszText : {"s", "t", "u", "v", "w", "x", "y"}) many.Append(pszText);
+    few.GetAt(1);
+    many.GetAt(4);
+    few = std::move(many);
+    EXPECT_EQ("v", *few.GetAt(3));
+    EXPECT_EQ("c", *many.GetAt(2));
+    TypeParam moved(std::move(few));
+    EXPECT_EQ("u", *moved.GetAt(2));
+    EXPECT_EQ(nullptr, few.GetAt(0));
+}
+
 TYPED_TEST(CTypedFront, AnElementOfTheContainerItselfMayBeInserted)
 {
     TypeParam texts;
@@ -352,6 +368,38 @@ TYPED_TEST(CTypedFront, ACapacityWhoseBytesDoNotFitIsOutOfMemory)
     EXPECT_EQ(1u, texts.GetSize());
     EXPECT_EQ(1u, allocator.GetRequests().size());
 }
+
+// An element that does not hand out its address: containers must not ask it.
+struct SShy
+{
+    SShy* operator&() = delete;
+    const SShy* operator&() const = delete;
+    bool operator<(const SShy& rOther) const { return nValue < rOther.nValue; }
+    int nValue;
+};
+
+template <typename Container>
+class CSequenceOfShy : public testing::Test
+{
+};
+using CShyContainers = testing::Types<CVector<SShy>, CList<SShy>, CVList<SShy>>;
+TYPED_TEST_SUITE(CSequenceOfShy, CShyContainers);
+
+TYPED_TEST(CSequenceOfShy, AnAddressOperatorOfTheElementIsNotUsed)
+{
+    TypeParam container;
+    for (const int nValue : {5, 2, 3}) container.Append({nValue});
+    container.Insert(0, 2, SShy{4});
+    container.Sort();
+    container.InsertSorted(SShy{1});
+    EXPECT_EQ(3u, container.FindSorted(SShy{4}));
+    EXPECT_EQ(5u, container.Find(0, SShy{5}));
+    EXPECT_EQ(5u, container.GetMaxElementIndex());
+    EXPECT_EQ(1, container.begin()->nValue);
+    const TypeParam& rConst = container;
+    for (unsigned int u = 1; u < 6; ++u) EXPECT_LE(rConst.GetAt(u - 1)->nValue, container.GetAt(u)->nValue);
+}
+
 template <typename Base>
 class CNodeSequence : public testing::Test
 {
