@@ -33,7 +33,7 @@
 ///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
 /// Lifetime    Between start-up and shut-down of the framework.
 /// Failure     Reported as QvResult with the tree as it was (a free node had by then stays as spare capacity); what
-///             returns nothing ignores bad arguments.
+///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
 class QV_EXPORT CAATreeBase
 {
 public:

@@ -94,6 +94,7 @@ public:
     /// The storage, GetCapacity() bytes; null when the capacity is 0.
     unsigned char* GetFirstIndexPtr() { return static_cast<unsigned char*>(m_pvStorage); }
     const unsigned char* GetFirstIndexPtr() const { return static_cast<const unsigned char*>(m_pvStorage); }
+    /// For range-for and the standard algorithms: all bytes, read or not, valid until the blob changes.
     unsigned char* begin() { return GetFirstIndexPtr(); }
     unsigned char* end() { return begin() + m_uSize; }
     const unsigned char* begin() const { return GetFirstIndexPtr(); }

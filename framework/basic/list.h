@@ -27,7 +27,7 @@
 /// Cost       An index costs the steps from the one last asked for; the first and last are at hand. A scan by rising or
 ///            falling index is one step an element. Handles walk without the cache.
 /// Failure    Reported as QvResult with the lists as they were (free nodes had by then stay as spare capacity); what
-///            returns nothing ignores bad arguments.
+///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
 class QV_EXPORT CListBase
 {
 public:

@@ -78,6 +78,7 @@ public:
     /// The character at an index that the caller knows to be at most the size.
     const char& GetAt(unsigned int uIndex) const { return CStr()[uIndex]; }
     const char& operator[](unsigned int uIndex) const { return GetAt(uIndex); }
+    /// For range-for and the standard algorithms: the characters without their NUL, valid as long as CStr() is.
     const char* begin() const { return CStr(); }
     const char* end() const { return CStr() + GetSize(); }
     /// The characters for writing, GetCapacity() of them and a NUL; Resize() tells how many were written. Valid until
