@@ -561,6 +561,26 @@ TEST(CAATreeTyped, IteratorsServeTheStandardAlgorithms)
     static_assert(!std::is_convertible_v<CAATree<int>::const_iterator, CAATree<int>::iterator>);
 }
 
+TEST(CAATreeTyped, AnExchangeTakesAlongTheCurrentNodeAndWhatIsAllocated)
+{
+    CAATree<int> low;
+    CAATree<int> high;
+    for (int n = 0; n < 5; ++n) low.Insert(n);
+    for (int n = 10; n < 18; ++n) high.Insert(n);
+    low.GetAt(1);
+    high.GetAt(5);
+    void* const pElement = low.Allocate();
+    std::swap(low, high);
+    EXPECT_EQ(14, *low.GetAt(4));
+    EXPECT_EQ(2, *high.GetAt(2));
+    EXPECT_EQ(8u, low.GetCapacity());
+    EXPECT_EQ(6u, high.GetCapacity());
+    new (pElement) int(7);
+    EXPECT_EQ(QV_RES_OK, high.InsertAllocated(pElement));
+    EXPECT_EQ(6u, high.GetCapacity());
+    EXPECT_EQ(7, *high.GetLast());
+}
+
 TEST(CAATreeTyped, EveryElementIsDestroyedOnce)
 {
     std::mt19937 rng(TestSeed());

@@ -36,6 +36,11 @@ std::pair<unsigned int, int> CacheOf(const CIntList& rList)
 }
 using CCache = std::pair<unsigned int, int>;
 
+int CompareInts(const void* pFirst, const void* pSecond, unsigned int)
+{
+    return *static_cast<const int*>(pFirst) - *static_cast<const int*>(pSecond);
+}
+
 class CListTest : public testing::Test
 {
 protected:
@@ -120,6 +125,9 @@ TEST_F(CListTest, TheCacheIsSetByInsertionAndResetByWhatRestructures)
     list.Erase(5);
     EXPECT_EQ((CCache{0, 0}), CacheOf(list));
     list.Find(3);
+    list.Erase(1, 0);
+    EXPECT_EQ((CCache{0, 0}), CacheOf(list)) << "also by the erasure of nothing";
+    list.Find(3);
     list.Erase(list.GetLast());
     EXPECT_EQ((CCache{0, 0}), CacheOf(list));
     list.Find(3);
@@ -138,6 +146,35 @@ TEST_F(CListTest, TheCacheIsSetByInsertionAndResetByWhatRestructures)
     EXPECT_EQ((CCache{0, -1}), CacheOf(more));
     list.EraseAll();
     EXPECT_EQ((CCache{0, -1}), CacheOf(list));
+}
+
+TEST_F(CListTest, TheCacheStaysOverWhatChangesNothing)
+{
+    CIntList list('a', log);
+    const CIntList empty('b', log);
+    AddNumbers(list, 0, 6);
+    list.Find(3);
+    const int nNew = 9;
+    EXPECT_EQ(QV_RES_OK, list.Insert(1, 0, &nNew));
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "no element";
+    EXPECT_EQ(QV_RES_OK, list.Insert(1, empty));
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "an empty list";
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(7, 1, &nNew));
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "an index that is refused";
+    list.MoveToFirst(list.GetFirst());
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "the first is first";
+    list.MoveToLast(list.GetLast());
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "the last is last";
+    list.Erase(6, 1);
+    list.Erase(CListBase::SPtr());
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "nothing to erase";
+    EXPECT_EQ(QV_RES_OK, CListBase::Copy(&list, 0, &empty, 0, 0));
+    EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 0, &list, 1, 0));
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "no element to copy or move";
+    EXPECT_EQ(5u, list.Find(0, list.GetElement(list.GetLast()), CompareInts, 0));
+    EXPECT_EQ(5u, list.FindSorted(list.GetElement(list.GetLast()), CompareInts, 0));
+    EXPECT_EQ(5u, list.GetMaxElementIndex(CompareInts, 0));
+    EXPECT_EQ((CCache{3, 3}), CacheOf(list)) << "a search";
 }
 
 TEST_F(CListTest, SwapLeavesTheSecondNodeCachedAtItsNewPlace)
@@ -229,6 +266,7 @@ TEST_F(CListTest, AListIsInsertedAtTheFrontWhateverTheIndex)
     CIntList more('b', log);
     AddNumbers(list, 0, 5);
     EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(6, more)) << "the index is looked at first";
     AddNumbers(more, 10, 3);
     EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
     EXPECT_EQ("10 11 12 0 1 2 3 4 ", list.Values());
@@ -274,6 +312,7 @@ TEST_F(CListTest, MoveWithinOneSourceRelinksNodes)
     EXPECT_EQ("10 13 ", more.Values());
     EXPECT_EQ(pMoved, list.GetAt(1));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Move(&list, 0, &more, 1, 2));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CListBase::Move(&list, 0, &more, 0xFFFFFFFF, 2));
     EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 0, &more, 9, 0));
 }
 
@@ -286,7 +325,9 @@ TEST_F(CListTest, MoveWithinOneListReordersIt)
         std::vector<int> expected = {0, 1, 4, 5};
         const unsigned int uPlace = uDest <= 2 ? uDest : uDest <= 4 ? 2 : uDest - 2;
         expected.insert(expected.begin() + uPlace, {2, 3});
+        list.Find(3);
         EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, uDest, &list, 2, 2));
+        EXPECT_EQ((CCache{0, expected.front()}), CacheOf(list)) << uDest;
         std::string text;
         for (const int n : expected) text += std::to_string(n) + ' ';
         EXPECT_EQ(text, list.Values()) << uDest;
@@ -348,6 +389,17 @@ TEST_F(CListTest, ABlockAllocatorWithTooSmallBlocksIsRaised)
     EXPECT_EQ(64u, allocator.GetRequests().back().uSize);
     CListBase monster(0xFFFFFFF8, &allocator);
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, monster.Insert(0, 1, nullptr));
+}
+
+TEST_F(CListTest, ATotalBeyondEveryNumberIsRefusedWithoutARequest)
+{
+    CIntList list('a', log, &allocator);
+    AddNumbers(list, 0, 1);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, list.Insert(0, 0xFFFFFFFF, nullptr));
+    EXPECT_EQ(1u, allocator.GetRequests().size());
+    list.SetLockCapacity(1);
+    EXPECT_EQ(QV_RES_INVALID_STATE, list.Insert(0, 0xFFFFFFFF, nullptr));
+    EXPECT_EQ("0 ", list.Values());
 }
 
 TEST_F(CListTest, MergeReservesForTheTotalThoughItOnlyRelinks)
