@@ -1,0 +1,69 @@
+// What the typed containers refuse to compile, and the words in which they do.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tuple>
+
+#include "tests/support/run_program.h"
+
+namespace
+{
+struct SRefusal
+{
+    const char* pszName;
+    const char* pszStatement;
+    const char* pszReason;  // null: it is accepted
+};
+
+const char* const g_pszProgram = R"(
+#include "framework/framework.h"
+struct SWide { alignas(16) char acBytes[16]; };
+struct STooWide { alignas(32) char acBytes[32]; };
+struct SNoDefault { explicit SNoDefault(int) {} };
+struct SByFactor { int operator()(int n1, int n2) const { return nFactor * (n1 - n2); } int nFactor; };
+void Use() {)";
+
+const char* const g_pszOVER_ALIGNED = "they cannot hold an over-aligned type";
+const char* const g_pszBOOL = "a negative number, 0 or a positive number, not whether one comes first";
+const char* const g_pszSTATE = "a comparison must have no state";
+const char* const g_pszDEFAULT = "elements made without a source need a default constructor";
+
+const SRefusal g_astREFUSALS[] = {
+    {"NothingAlignedToSixteen", "CVector<SWide> v; CList<SWide> l; CAATree<SWide> t(nullptr, 0); CVList<SWide> x;",
+     nullptr},
+    {"OverAlignedInAVector", "CVector<STooWide> v;", g_pszOVER_ALIGNED},
+    {"OverAlignedInAList", "CList<STooWide> l;", g_pszOVER_ALIGNED},
+    {"OverAlignedInATree", "CAATree<STooWide> t(nullptr, 0);", g_pszOVER_ALIGNED},
+    {"OverAlignedInAVectorList", "CVList<STooWide> x;", g_pszOVER_ALIGNED},
+    {"AnOrderThatIsATruth", "CList<int> l; l.Sort([](int n1, int n2) { return n1 < n2; });", g_pszBOOL},
+    {"AnOrderWithAState", "CAATree<int> t{SByFactor{2}};", g_pszSTATE},
+    {"AnOrderWithoutAState", "CAATree<int> t{[](int n1, int n2) { return n2 - n1; }};", nullptr},
+    {"ElementsOfNothing", "CVList<SNoDefault> x; x.Insert(0, 2);", g_pszDEFAULT}};
+
+class CRefusals : public testing::TestWithParam<std::tuple<const char*, SRefusal>>
+{
+};
+
+TEST_P(CRefusals, TellWhy)
+{
+    const auto& [pszCompiler, rstRefusal] = GetParam();
+    const std::string command =
+        std::string("LC_ALL=C ") + pszCompiler + " -std=c++17 -fsyntax-only -I'" ORVEL_SOURCE_DIR "' -x c++ -";
+    const SRunResult result =
+        RunProgram("/bin/sh", {"-c", command}, g_pszProgram + std::string(rstRefusal.pszStatement) + "}\n");
+    if (rstRefusal.pszReason == nullptr) EXPECT_EQ(0, result.nStatus) << result.strErrors;
+    else
+    {
+        EXPECT_NE(0, result.nStatus) << "it was accepted";
+        EXPECT_NE(std::string::npos, result.strErrors.find(rstRefusal.pszReason)) << result.strErrors;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfBothCompilers, CRefusals,
+                         testing::Combine(testing::Values("g++", "clang++"), testing::ValuesIn(g_astREFUSALS)),
+                         [](const auto& rInfo)
+                         {
+                             const bool bGcc = std::get<0>(rInfo.param)[0] == 'g';
+                             return std::string(bGcc ? "Gcc" : "Clang") + std::get<1>(rInfo.param).pszName;
+                         });
+}  // namespace
