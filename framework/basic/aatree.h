@@ -252,7 +252,8 @@ public:
     {
         CAATreeBase::operator=(rSrc);
     }
-    CAATree(CAATree&& rSrc) : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
+    CAATree(CAATree&& rSrc) noexcept
+        : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
     {
         CAATreeBase::ExchangeContents(rSrc);
     }

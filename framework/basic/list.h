@@ -324,7 +324,7 @@ public:
     explicit CList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
     explicit CList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
     CList(const CList& rSrc) : Sequence(rSrc.m_nodeAllocator) { CListBase::operator=(rSrc); }
-    CList(CList&& rSrc) : Sequence(rSrc.m_nodeAllocator) { CListBase::ExchangeContents(rSrc); }
+    CList(CList&& rSrc) noexcept : Sequence(rSrc.m_nodeAllocator) { CListBase::ExchangeContents(rSrc); }
     CList& operator=(const CList& rSrc) = default;
     /// The two lists exchange everything.
     CList& operator=(CList&& rSrc) = default;

@@ -121,7 +121,7 @@ protected:
         Base::operator=(rSrc);
         return *this;
     }
-    CTypedElements& operator=(CTypedElements&& rSrc)
+    CTypedElements& operator=(CTypedElements&& rSrc) noexcept
     {
         Base::ExchangeContents(rSrc);
         return *this;

@@ -265,7 +265,7 @@ public:
     }
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
-    CVector& operator=(CVector&& rSrc)
+    CVector& operator=(CVector&& rSrc) noexcept
     {
         CVectorBase::ExchangeContents(rSrc);
         return *this;

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <set>
 #include <string>
+#include <type_traits>
 
 #include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
@@ -563,6 +564,8 @@ TEST(CAATreeTyped, IteratorsServeTheStandardAlgorithms)
 
 TEST(CAATreeTyped, AnExchangeTakesAlongTheCurrentNodeAndWhatIsAllocated)
 {
+    static_assert(std::is_nothrow_move_constructible_v<CAATree<int>>);
+    static_assert(std::is_nothrow_move_assignable_v<CAATree<int>>);
     CAATree<int> low;
     CAATree<int> high;
     for (int n = 0; n < 5; ++n) low.Insert(n);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 #include <numeric>
+#include <vector>
 
 #include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
@@ -29,7 +30,8 @@ constexpr std::size_t g_uHEAD = 72;
 constexpr std::size_t g_uTAIL = 80;
 
 // The cache as (index, value); (index, -1) without a node.
-std::pair<unsigned int, int> CacheOf(const CIntList& rList)
+template <typename List>
+std::pair<unsigned int, int> CacheOf(const List& rList)
 {
     const void* const pNode = LoadAt<void*>(&rList, g_uCACHED_NODE);
     return {LoadAt<unsigned int>(&rList, g_uCACHED_INDEX), pNode != nullptr ? LoadAt<int>(pNode, 16) : -1};
@@ -461,6 +463,15 @@ TEST(CListTyped, HandlesWalkEraseAndMove)
     EXPECT_FALSE(rConst.Find(3));
 }
 
+TEST(CListTyped, AVectorThatGrowsMovesItsListsInsteadOfCopyingThem)
+{
+    std::vector<CList<int>> lists(1);
+    lists[0].Append(7);
+    const int* const pnElement = lists[0].GetAt(0);
+    lists.resize(lists.capacity() + 1);
+    EXPECT_EQ(pnElement, lists[0].GetAt(0));
+}
+
 TEST(CListTyped, IteratorsServeTheStandardAlgorithms)
 {
     CList<int> list;
@@ -495,12 +506,17 @@ TEST(CListTyped, ClearingAtOnceLeavesWhatClearingOneByOneLeaves)
         addresses.push_back(atOnce.GetAt(static_cast<unsigned int>(n)));
     }
     atOnce.EraseAll();
+    EXPECT_EQ((CCache{0, -1}), CacheOf(atOnce));
     atOnce.EraseAll();
     oneByOne.EraseAll();
     EXPECT_EQ(0, CCounted::ms_nLive);
     EXPECT_EQ(5u, atOnce.GetCapacity());
     EXPECT_EQ(5u, oneByOne.GetCapacity());
-    for (int n = 0; n < 5; ++n) atOnce.Append(n);
+    for (int n = 0; n < 5; ++n)
+    {
+        atOnce.Append(n);
+        EXPECT_EQ((CCache{static_cast<unsigned int>(n), n}), CacheOf(atOnce));
+    }
     for (unsigned int u = 0; u < 5; ++u) EXPECT_EQ(addresses[4 - u], atOnce.GetAt(u));
     EXPECT_EQ(10u, allocator.GetLiveBlocks());
 }

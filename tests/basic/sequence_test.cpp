@@ -286,6 +286,7 @@ TYPED_TEST(CTypedFront, CopiesAndMovesAreWhatTheySay)
 
 TYPED_TEST(CTypedFront, AnExchangeTakesAlongWhereAnIndexWasAskedForLast)
 {
+    static_assert(std::is_nothrow_move_assignable_v<TypeParam>);
     TypeParam few;
     TypeParam many;
     for (const char* const pszText : {"a", "b", "c", "d"}) few.Append(pszText);
