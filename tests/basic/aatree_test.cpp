@@ -562,6 +562,18 @@ TEST(CAATreeTyped, IteratorsServeTheStandardAlgorithms)
     static_assert(!std::is_convertible_v<CAATree<int>::const_iterator, CAATree<int>::iterator>);
 }
 
+TEST(CAATreeTyped, CopiesAndWhatIsMovedFromKeepTheSourceOfMemory)
+{
+    CTestAllocator allocator;
+    CAATree<int> tree(SNaturalOrder(), &allocator);
+    tree.Insert(1);
+    const CAATree<int> copy(tree);
+    EXPECT_EQ(2u, allocator.GetLiveBlocks());
+    const CAATree<int> moved(std::move(tree));
+    tree.Insert(2);
+    EXPECT_EQ(3u, allocator.GetLiveBlocks());
+}
+
 TEST(CAATreeTyped, AnExchangeTakesAlongTheCurrentNodeAndWhatIsAllocated)
 {
     static_assert(std::is_nothrow_move_constructible_v<CAATree<int>>);

@@ -284,6 +284,20 @@ TYPED_TEST(CTypedFront, CopiesAndMovesAreWhatTheySay)
     EXPECT_EQ("other", *moved.GetAt(0));
 }
 
+TYPED_TEST(CTypedFront, CopiesAndWhatIsMovedFromKeepTheSourceOfMemory)
+{
+    CTestAllocator allocator;
+    TypeParam texts(&allocator);
+    texts.Append("a");
+    std::size_t uRequests = allocator.GetRequests().size();
+    const TypeParam copy(texts);
+    EXPECT_LT(uRequests, allocator.GetRequests().size());
+    const TypeParam moved(std::move(texts));
+    uRequests = allocator.GetRequests().size();
+    texts.Append("b");
+    EXPECT_LT(uRequests, allocator.GetRequests().size());
+}
+
 TYPED_TEST(CTypedFront, AnExchangeTakesAlongWhereAnIndexWasAskedForLast)
 {
     static_assert(std::is_nothrow_move_assignable_v<TypeParam>);
