@@ -77,6 +77,8 @@ public:
 private:
     QV_HIDDEN uint64_t Footprint(unsigned int uSize) const;
     QV_HIDDEN bool FitsAtWrite(uint64_t uFootprint) const;
+    QV_HIDDEN bool HasRoomForHeader() const;
+    QV_HIDDEN void MoveWriter(unsigned char* puWrite);
     QV_HIDDEN bool WrapForFootprint(uint64_t uFootprint);
     QV_HIDDEN unsigned char* PayloadOf(unsigned char* puRecord) const;
 

@@ -347,6 +347,45 @@ TEST(CMemoryQueueCommit, TakesOnlyWhatTheLastPushGave)
     EXPECT_TRUE(queue.IsEmpty());
 }
 
+TEST(CMemoryQueueCommit, OfARecordThatWasReleasedIsRefusedWhereverTheWriterStands)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 4));
+    unsigned char* const puFirst = queue.Push(8);
+    ASSERT_TRUE(queue.Commit(puFirst));
+    unsigned char* const puSecond = queue.Push(8);
+    ASSERT_TRUE(queue.Commit(puSecond));
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(queue.Pop());
+    EXPECT_FALSE(queue.Commit(puFirst)) << "the queue is back at the front, where this one was";
+    EXPECT_TRUE(queue.IsEmpty());
+    ASSERT_TRUE(PushSize(queue, 8));
+    EXPECT_FALSE(queue.Commit(puSecond)) << "the writer is back where this one was";
+    ASSERT_TRUE(queue.Pop());
+    EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCommit, WithoutAPushIsRefused)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 4));
+    EXPECT_FALSE(queue.Commit(SFields(queue).puBegin + 4));
+    EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCommit, AtTheEndOfTheBufferReadsNothingBehindIt)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(32, 1));
+    ASSERT_TRUE(PushSize(queue, 4));
+    ASSERT_TRUE(PushSize(queue, 4));
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(PushSize(queue, 12));
+    ASSERT_EQ(32, SFields(queue).nWrite);
+    EXPECT_FALSE(queue.Commit(SFields(queue).puBegin + 32 + 4));
+    EXPECT_EQ(4u, Oldest(queue).size());
+}
+
 TEST(CMemoryQueueCommit, OfAnOldRecordThatNoLongerFitsIsRefused)
 {
     CMemoryQueue queue;
