@@ -34,11 +34,23 @@ std::atomic<unsigned int> g_uNiceWho = 0;
 std::atomic<int> g_nNiceValue = -1;
 std::atomic<unsigned int> g_uJoins = 0;
 std::atomic<unsigned int> g_uDetaches = 0;
+std::atomic<pthread_t> g_hCreated = 0;
+/// A handle that stands for no thread any more; joining it is counted instead.
+std::atomic<pthread_t> g_hGone = 0;
+std::atomic<unsigned int> g_uJoinsOfGone = 0;
+/// Threads stop at it before they run, when there is one; opened when the thread of the test waits for something.
+std::atomic<CGate*> g_pStop = nullptr;
+thread_local bool t_bOpensStop = false;
 
 template <typename TFunction>
 TFunction* Real(const char* pszName)
 {
     return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+}
+
+void OpenStop()
+{
+    if (t_bOpensStop) g_pStop.load()->Open();
 }
 }  // namespace
 
@@ -80,12 +92,22 @@ extern "C"
         g_calls.push_back(uStackSize == uDefault ? "create" : "create with another stack size");
         if (g_failures.bCreate) return EAGAIN;
         const auto pfnCreate = __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : pfnReal;
-        return pfnCreate(phThread, pAttributes, pfnStart, pvArgument);
+        const int nResult = pfnCreate(phThread, pAttributes, pfnStart, pvArgument);
+        g_hCreated = *phThread;
+        return nResult;
+    }
+    QV_EXPORT int pthread_cond_wait(pthread_cond_t* pCondition, pthread_mutex_t* pMutex)
+    {
+        static const auto pfnReal = Real<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
+        OpenStop();
+        return pfnReal(pCondition, pMutex);
     }
     QV_EXPORT int pthread_join(pthread_t hThread, void** ppvResult)
     {
         static const auto pfnReal = Real<int(pthread_t, void**)>("pthread_join");
+        OpenStop();
         ++g_uJoins;
+        if (hThread == g_hGone) return static_cast<int>(++g_uJoinsOfGone);
         return pfnReal(hThread, ppvResult);
     }
     QV_EXPORT int pthread_detach(pthread_t hThread) noexcept
@@ -110,6 +132,8 @@ extern "C"
         ++g_uNiceCalls;
         g_uNiceWho = eWhich == PRIO_PROCESS ? uWho : 0;
         g_nNiceValue = nValue;
+        CGate* const pStop = g_pStop;
+        if (pStop != nullptr) pStop->Pass();
         return 0;
     }
 }
@@ -213,6 +237,49 @@ TEST_F(CThreadCalls, LeaveAThreadThatJoinsItselfWhileAnotherJoinsItToTheOther)
     EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
     EXPECT_EQ(0u, g_uDetaches);
     EXPECT_EQ(1u, g_uJoins);
+}
+
+TEST_F(CThreadCalls, JoinOnceWhatAnotherThreadHasStartedAndWhatDoesNotRunYet)
+{
+    static CGate s_firstIsOver;
+    static CGate s_stop;
+    static CThread* s_pThread = nullptr;
+    static CThread s_other;
+    s_firstIsOver.Shut();
+    s_stop.Shut();
+    s_pThread = &m_thread;
+    // Starts the second run: its thread exists then, but only its starter has been told by which handle. Another thread
+    // before it takes the handle of the first, which the system likes to use again.
+    const auto pfnStart = [](unsigned int)
+    {
+        s_firstIsOver.Pass();
+        g_pStop = &s_stop;
+        s_other.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+        return static_cast<unsigned int>(s_pThread->StartThread(Return, 7, nullptr, 0, CThread::eNORMAL));
+    };
+    CThread starter;
+    ASSERT_EQ(QV_RES_OK, starter.StartThread(pfnStart, 0, nullptr, 0, CThread::eNORMAL));
+    Start();
+    const pthread_t hFirst = g_hCreated;
+    m_thread.Join(nullptr);
+    s_firstIsOver.Open();
+    starter.Join(nullptr);
+    ASSERT_EQ(CThread::eSTARTING, m_thread.GetState());
+    g_hGone = hFirst != g_hCreated ? hFirst : 0;
+    g_uJoinsOfGone = 0;
+    g_uJoins = 0;
+
+    unsigned int uExitCode = 0;
+    t_bOpensStop = true;
+    EXPECT_EQ(QV_RES_OK, m_thread.Join(&uExitCode));
+    t_bOpensStop = false;
+    g_pStop = nullptr;
+    g_hGone = 0;
+    const unsigned int uJoins = g_uJoins;
+    s_other.Join(nullptr);
+    EXPECT_EQ(7u, uExitCode);
+    EXPECT_EQ(1u, uJoins);
+    EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started an earlier run";
 }
 
 TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)
