@@ -82,9 +82,9 @@ bool CMemoryQueue::Commit(const unsigned char* puPayload)
 {
     if (puPayload == nullptr || !HasRoomForHeader()) return false;
     if (puPayload != PayloadOf(m_puWrite)) return false;
-    const uint64_t uFootprint = Footprint(LoadSize(m_puWrite));
-    if (!FitsAtWrite(uFootprint)) return false;
-    MoveWriter(m_puWrite + uFootprint);
+    const unsigned int uSize = LoadSize(m_puWrite);
+    if (uSize == g_uNoRecord) return false;
+    MoveWriter(m_puWrite + Footprint(uSize));
     return true;
 }
 
