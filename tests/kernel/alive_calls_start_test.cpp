@@ -163,6 +163,7 @@ TEST_F(CAliveObjCalls, AnActivationWaitsForItsThreadToRunAndARefusedOneForNothin
     g_bCreateFails = false;
     EXPECT_EQ(QV_RES_OK, m_object.Activate());
     EXPECT_EQ(1u, g_uStartedWaits);
+    m_object.Join(nullptr);
 }
 
 TEST_F(CAliveObjCalls, TheStateIsNobodyElsesWhileTheThreadIsStarted)
@@ -178,14 +179,15 @@ TEST_F(CAliveObjCalls, AnObjectThatIsDestroyedKeepsItsPartsUntilItsThreadHasEnde
 {
     struct SBare : public CAliveObj
     {
-        void Behavior() override { m_rBegun.Open(); }
-        explicit SBare(CGate& rBegun) : m_rBegun(rBegun) {}
-        CGate& m_rBegun;
+        explicit SBare(CGate& rOver) : m_rOver(rOver) {}
+        void Behavior() override {}
+        void BehaviorTerminating() override { m_rOver.Open(); }
+        CGate& m_rOver;
     };
-    CGate begun;
-    auto pBare = std::make_unique<SBare>(begun);
+    CGate over;
+    auto pBare = std::make_unique<SBare>(over);
     EXPECT_EQ(QV_RES_OK, pBare->Activate(nullptr, 0, CThread::eNORMAL));
-    begun.Pass();
+    over.Pass();
     g_pvRun = PartOf<CBinarySemaphore>(*pBare, g_uSEM_RUN_AT);
     g_pStateMutex = PartOf<CMutex>(*pBare, g_uSTATE_MUTEX_AT);
     g_bStateWasThere = false;

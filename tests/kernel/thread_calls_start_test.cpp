@@ -16,6 +16,13 @@
 #include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
 
+// For what a sanitizer calls while it starts itself.
+#if defined(__clang__)
+#define NOT_INSTRUMENTED __attribute__((disable_sanitizer_instrumentation))
+#else
+#define NOT_INSTRUMENTED
+#endif
+
 namespace
 {
 struct SFailures
@@ -42,10 +49,11 @@ std::atomic<unsigned int> g_uJoinsOfGone = 0;
 std::atomic<CGate*> g_pStop = nullptr;
 thread_local bool t_bOpensStop = false;
 
+/// What stands behind a function that is replaced here: the sanitizer's, where there is one, or the C library's.
 template <typename TFunction>
-TFunction* Real(const char* pszName)
+NOT_INSTRUMENTED TFunction* Real(const char* pszName, TFunction* pfnSanitizers = nullptr)
 {
-    return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+    return pfnSanitizers != nullptr ? pfnSanitizers : reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
 }
 
 void OpenStop()
@@ -56,8 +64,11 @@ void OpenStop()
 
 extern "C"
 {
-    // Sanitizers must see a thread begin: where there is one, it offers its own function under this name.
+    // Sanitizers must see what threads do: where there is one, it offers its own functions under these names.
     int __interceptor_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) __attribute__((weak));
+    int __interceptor_pthread_cond_wait(pthread_cond_t*, pthread_mutex_t*) __attribute__((weak));
+    int __interceptor_pthread_join(pthread_t, void**) __attribute__((weak));
+    int __interceptor_pthread_detach(pthread_t) __attribute__((weak));
 
     QV_EXPORT int pthread_attr_setinheritsched(pthread_attr_t* pAttributes, int nInherit) noexcept
     {
@@ -80,8 +91,7 @@ extern "C"
     QV_EXPORT int pthread_create(pthread_t* phThread, const pthread_attr_t* pAttributes, void* (*pfnStart)(void*),
                                  void* pvArgument) noexcept
     {
-        static const auto pfnReal =
-            Real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+        static const auto pfnReal = Real("pthread_create", __interceptor_pthread_create);
         std::size_t uStackSize = 0;
         pthread_attr_getstacksize(pAttributes, &uStackSize);
         pthread_attr_t fresh;
@@ -91,20 +101,19 @@ extern "C"
         pthread_attr_destroy(&fresh);
         g_calls.push_back(uStackSize == uDefault ? "create" : "create with another stack size");
         if (g_failures.bCreate) return EAGAIN;
-        const auto pfnCreate = __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : pfnReal;
-        const int nResult = pfnCreate(phThread, pAttributes, pfnStart, pvArgument);
+        const int nResult = pfnReal(phThread, pAttributes, pfnStart, pvArgument);
         g_hCreated = *phThread;
         return nResult;
     }
     QV_EXPORT int pthread_cond_wait(pthread_cond_t* pCondition, pthread_mutex_t* pMutex)
     {
-        static const auto pfnReal = Real<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
+        static const auto pfnReal = Real("pthread_cond_wait", __interceptor_pthread_cond_wait);
         OpenStop();
         return pfnReal(pCondition, pMutex);
     }
     QV_EXPORT int pthread_join(pthread_t hThread, void** ppvResult)
     {
-        static const auto pfnReal = Real<int(pthread_t, void**)>("pthread_join");
+        static const auto pfnReal = Real("pthread_join", __interceptor_pthread_join);
         OpenStop();
         ++g_uJoins;
         if (hThread == g_hGone) return static_cast<int>(++g_uJoinsOfGone);
@@ -112,18 +121,18 @@ extern "C"
     }
     QV_EXPORT int pthread_detach(pthread_t hThread) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_t)>("pthread_detach");
+        static const auto pfnReal = Real("pthread_detach", __interceptor_pthread_detach);
         ++g_uDetaches;
         return pfnReal(hThread);
     }
-    QV_EXPORT int pthread_key_create(pthread_key_t* phKey, void (*pfnDestructor)(void*)) noexcept
+    QV_EXPORT NOT_INSTRUMENTED int pthread_key_create(pthread_key_t* phKey, void (*pfnDestructor)(void*)) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_key_t*, void (*)(void*))>("pthread_key_create");
+        const auto pfnReal = Real<int(pthread_key_t*, void (*)(void*))>("pthread_key_create");
         return g_failures.bKey ? EAGAIN : pfnReal(phKey, pfnDestructor);
     }
-    QV_EXPORT int pthread_setspecific(pthread_key_t hKey, const void* pvValue) noexcept
+    QV_EXPORT NOT_INSTRUMENTED int pthread_setspecific(pthread_key_t hKey, const void* pvValue) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_key_t, const void*)>("pthread_setspecific");
+        const auto pfnReal = Real<int(pthread_key_t, const void*)>("pthread_setspecific");
         // Sanitizers have keys of their own.
         return g_failures.bSetSpecific && hKey == CThreadProbe::ms_hTsdKey ? ENOMEM : pfnReal(hKey, pvValue);
     }
