@@ -27,8 +27,9 @@
 /// Growth     Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
 ///            first. Blocks of erased elements become free and are used again.
 /// Addresses  An element stays where it is until it is erased.
-/// Failure    Reported as QvResult with the vector-lists as they were (blocks had by then stay as spare capacity); what
-///            returns nothing ignores bad arguments.
+/// Failure    Reported as QvResult with the vector-lists as they were (blocks obtained by then stay as spare capacity);
+///            what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
+///            is held aside).
 class QV_EXPORT CVListBase
 {
 public:
@@ -115,8 +116,8 @@ public:
     static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
     /// Moves them; the source's slots are left for the caller to remove. Between vector-lists with one source of memory
-    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the source's
-    /// destroyed. Results as above.
+    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the
+    /// source's destroyed. Results as above.
     static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 
