@@ -32,7 +32,7 @@
 /// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
 ///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
 /// Lifetime    Between start-up and shut-down of the framework.
-/// Failure     Reported as QvResult with the tree as it was (a free node had by then stays as spare capacity); what
+/// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
 ///             returns nothing ignores bad arguments.
 class QV_EXPORT CAATreeBase
 {
@@ -79,7 +79,7 @@ public:
     /// QV_RES_INVALID_STATE  the tree is not empty
     QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
 
-    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// Allocates the nodes that are missing to a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits

@@ -26,7 +26,7 @@
 /// Addresses  An element stays where it is until it is erased; sorting and swapping only relink.
 /// Cost       An index costs the steps from the one last asked for; the first and last are at hand. A scan by rising or
 ///            falling index is one step an element. Handles walk without the cache.
-/// Failure    Reported as QvResult with the lists as they were (free nodes had by then stay as spare capacity); what
+/// Failure    Reported as QvResult with the lists as they were (nodes obtained by then stay as spare capacity); what
 ///            returns nothing ignores bad arguments.
 class QV_EXPORT CListBase
 {
@@ -41,7 +41,8 @@ public:
         SNode* GetPrevious() const { return reinterpret_cast<SNode*>(stBackwards.pNext); }
         void SetPrevious(SNode* pNode) { stBackwards.pNext = reinterpret_cast<IAllocator::SBlock*>(pNode); }
 
-        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they are.
+        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they
+        // are.
         IAllocator::SBlock stBackwards;
         SNode* pFollowing;
     };
@@ -98,8 +99,8 @@ public:
     /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    /// Puts copies of all elements of rSrc at the front of this list, whatever uIndex is: it is only checked. That is
-    /// kept for those who rely on it; Copy() has the position that it is told. Results as above, and
+    /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. Callers rely on
+    /// that; Copy() inserts where it is told to. Results as above, and
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
@@ -121,7 +122,7 @@ public:
     void Erase(SPtr pNode);
     void EraseAll();
 
-    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// Allocates the nodes that are missing to a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
@@ -171,8 +172,8 @@ public:
     /// The same from uStartIndex on in any list. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (an array of
-    /// addresses is sorted in their stead).
+    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (it sorts an array
+    /// of their addresses).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes an element in raw memory; copies one into raw memory; destroys one.

@@ -30,7 +30,7 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///     EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
 ///     |  ||  | |               |
 ///     |  ||  | start           end of daylight saving time, each day[/hh[:mm[:ss]]], 02:00:00 if not given
-///     |  ||  its offset; one hour ahead of standard time if not given, which takes rules behind it
+///     |  ||  its offset; may be left out in front of rules, and is then one hour ahead of standard time
 ///     |  |daylight saving time: its name; without it there is none
 ///     |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
 ///     standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
@@ -46,10 +46,10 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 /// Moments are a Julian day number (CTime::GetJulianDate()) and milliseconds since midnight.
 ///
 /// Ownership  Owns its texts.
-/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its text
-///            needs.
-/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without daylight
-///            saving time and has no text.
+/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its
+///            text needs.
+/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without
+///            daylight saving time and has no text.
 /// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
 /// Failure    Only setting can fail, with the zone as it was.
 /// Source     POSIX.1-2017, section 8.3, but for what is said here.
@@ -76,7 +76,8 @@ public:
         unsigned int uKind = 0;
         SM stRule;
         unsigned int uTimeMs = 0;
-        /// In the year in question, on either side of it where daylight saving time spans the new year.
+        /// Of the first and the second stretch of daylight saving time that the year has a part of. There are two where
+        /// it spans the new year; otherwise both members are the same.
         unsigned int uJulianDay1 = 0;
         unsigned int uJulianDay2 = 0;
     };

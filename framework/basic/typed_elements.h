@@ -219,6 +219,7 @@ public:
 private:
     const Base* m_pContainer;
 };
+
 /// The typed operations of containers whose elements lie in nodes: handles and iterators.
 template <typename T, typename Base>
 class CTypedNodes : public CTypedElements<T, Base>

@@ -214,7 +214,7 @@ void CVectorBase::SortElements(const Compare& rCompare)
 
 namespace orvel_internal
 {
-/// Appends where the capacity may not do. No member of CVector, or the library's own instances would export it.
+/// Appends when the capacity may have to grow. Not a member of CVector: the library's own instances would export it.
 template <typename Argument>
 QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector, Argument element)
 {
@@ -300,7 +300,7 @@ public:
     }
     QvResult Append(const T& rElement)
     {
-        const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
+        const unsigned int uSize = m_uSize;  // read once: for all the compiler knows, storing an int changes it
         if (uSize == m_uCapacity) return orvel_internal::AppendGrowing<Argument>(*this, rElement);
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
@@ -336,7 +336,7 @@ public:
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 
 private:
-    // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.
+    // Small plain elements go by value: taking the address of one would force it into memory on the fast path as well.
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;
 };

@@ -198,7 +198,7 @@ QvResult CThread::Join(unsigned int* puExitCode)
     }
     while (GetState() != eIDLE && !Reap())
     {
-        // Somebody else is about it: wait for what he waits for, and let him have it.
+        // Another thread is joining or detaching: wait until the run is over, let that thread finish, and look again.
         m_semRun.Wait();
         m_semRun.Signal(true);
     }
@@ -449,7 +449,7 @@ bool CThread::Reap()
     return true;
 }
 
-/// A thread that somebody is joining already is left to him.
+/// Does nothing when another thread is joining or detaching already.
 void CThread::Detach()
 {
     if (!ClaimReaping()) return;
@@ -465,7 +465,7 @@ bool CThread::ClaimReaping()
     return std::atomic_ref<unsigned int>(m_uReaping).compare_exchange_strong(uNobody, 1);
 }
 
-/// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. For who has claimed it.
+/// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. After ClaimReaping().
 pthread_t CThread::KnownHandle() const
 {
     if (GetState() != eSTARTING) return m_hThread;

@@ -58,6 +58,7 @@ protected:
     alignas(CMutex) static unsigned char ms_aumutexThreadingProtection[sizeof(CMutex)];
     static CMutex* ms_pmutexThreadingProtection;
     alignas(CBinarySemaphore) static unsigned char ms_ausemWait[sizeof(CBinarySemaphore)];
+    /// Taken; nothing waits on it. Part of the binary interface.
     static CBinarySemaphore* ms_psemWait;
 
 private:
