@@ -151,7 +151,7 @@ private:
 /// Writes the size as 32 bits, then the bytes.
 QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob);
 /// Reads them back over the blob's bytes; the cursors stay. If memory does not allow, the bytes are skipped and the
-/// blob stays as it was. A length that cannot be is believed: where the content may be foreign, compare it with
+/// blob stays as it was. A length is not checked: where the content may be foreign, compare it with
 /// CMarshaler::GetUnreadSize() first.
 QV_EXPORT CMarshaler& operator>>(CMarshaler& rMarshaler, CBlob& rBlob);
 

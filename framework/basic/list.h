@@ -41,8 +41,8 @@ public:
         SNode* GetPrevious() const { return reinterpret_cast<SNode*>(stBackwards.pNext); }
         void SetPrevious(SNode* pNode) { stBackwards.pNext = reinterpret_cast<IAllocator::SBlock*>(pNode); }
 
-        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they
-        // are.
+        // The link of the block leads back: read from the last node, a list is the chain of blocks that an allocator
+        // takes back.
         IAllocator::SBlock stBackwards;
         SNode* pFollowing;
     };
@@ -84,12 +84,12 @@ public:
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
 
-    /// The ends of the list, and from node to node; none beyond an end, and none of none.
+    /// The ends of the list, and from node to node; no node beyond an end, and none from no node.
     SPtr GetFirst() const { return m_pHead; }
     SPtr GetLast() const { return m_pTail; }
     static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pFollowing : nullptr; }
     static SPtr GetPrevious(SPtr pNode) { return pNode ? pNode.pNode->GetPrevious() : nullptr; }
-    /// The element of a node; null of none.
+    /// The element of a node; null without a node.
     static void* GetElement(SPtr pNode) { return pNode ? pNode.pNode + 1 : nullptr; }
 
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
@@ -138,7 +138,7 @@ public:
     /// Relinks a node of this list as the first (last); none is ignored.
     void MoveToFirst(SPtr pNode);
     void MoveToLast(SPtr pNode);
-    /// Exchanges the places of two nodes; nothing happens when an index has none.
+    /// Exchanges the places of two nodes; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
     /// Moves all elements of rSrc in front of index uIndex.
@@ -283,7 +283,7 @@ inline void CListBase::ListElements(void** ppElements) const
 // Links all nodes anew, in the order of their elements.
 inline void CListBase::RelinkAs(void* const* ppElements)
 {
-    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
+    // The sorted nodes are scattered in memory: each is fetched while those before it are being linked.
     constexpr unsigned int uAHEAD = 16;
     SNode* pLast = static_cast<SNode*>(ppElements[0]) - 1;
     m_pHead = pLast;

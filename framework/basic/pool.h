@@ -74,7 +74,7 @@ void CPool<T>::Uninitialize()
     ms_uAllocatedCount = 0;
     ms_uCapacity = 0;
     ms_uLockCapacity = 0;
-    delete ms_pmutex;  // The pointer itself is cleared by the next start-up.
+    delete ms_pmutex;  // the pointer stays, until the next start-up sets it
 }
 
 template <typename T>

@@ -119,7 +119,7 @@ public:
     /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no block
     QvResult Split(unsigned int uIndex, CVectorBase& rDest);
-    /// Exchanges two elements; nothing happens when an index is none.
+    /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
     /// Copies, or moves (the source's are destroyed), uCount elements between slots that exist; the destination slots
@@ -318,7 +318,7 @@ public:
     }
 
     using Sequence::Sort;
-    /// Shell sort by a typed comparison, as in CTypedSequence; bytes are moved as such.
+    /// Shell sort by a typed comparison, as in CTypedSequence. Trivially copyable elements are moved as bytes.
     template <typename Compare = SNaturalOrder>
     void Sort(Compare compare = Compare())
     {

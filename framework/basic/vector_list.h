@@ -102,7 +102,7 @@ public:
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Shell sort of the addresses; equal elements may change places.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
-    /// Exchanges the places of two elements; nothing happens when an index is none.
+    /// Exchanges the places of two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;

@@ -32,7 +32,7 @@ AES_KEY& ScheduleIn(unsigned char* puSchedule)
     return *std::launder(reinterpret_cast<AES_KEY*>(puSchedule));
 }
 
-// No key has 0 rounds: so an object knows whether it has one.
+// Every key has rounds, so that 0 of them mean: no key.
 bool HasKey(unsigned char* puSchedule)
 {
     return ScheduleIn(puSchedule).rounds != 0;

@@ -26,7 +26,7 @@ public:
     /// the generator has not gathered a seed since its start-up, it no longer does.
     /// Better leave seeding to the generator. The stream cannot be repeated by this: the key stays the seed gathered
     /// last, which the start-up of the framework has drawn at the latest. And what the current block still had to give
-    /// is then given from that SHA-1 as it is, which is no secret for who knows the seed.
+    /// is then taken from that SHA-1 itself, which is no secret to anybody who knows the seed.
     /// QV_RES_OK                it is mixed in
     /// QV_RES_INVALID_ARGUMENT  puSeed is null
     /// QV_RES_FAIL              uSize is 0
