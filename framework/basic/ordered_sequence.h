@@ -26,8 +26,7 @@ struct SComparison
     int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
 };
 
-/// What a sort needs beside the elements. (A std::unique_ptr would cost every includer ten times the time of this
-/// header.)
+/// What a sort needs beside the elements. (Including <memory> would take ten times as long as this header.)
 template <typename T>
 class CScratchArray
 {

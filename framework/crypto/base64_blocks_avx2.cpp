@@ -66,8 +66,8 @@ size_t Base64EncodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
 {
     const __m256i offsets = TwiceOf(rstAlphabet.auEncodingOffsets);
     const size_t uBefore = uGroups;
-    // Registers are loaded whole, from four bytes before the 24 that are meant to four behind them; the first time there
-    // is nothing before them.
+    // Registers are loaded whole, from four bytes before the 24 that are meant to four behind them; the first time
+    // there is nothing before them.
     if (uGroups < 10) return 0;
     __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_slli_si128(Load(puIn), 4)), Load(puIn + 12), 1);
     while (true)

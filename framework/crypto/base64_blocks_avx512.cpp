@@ -1,5 +1,5 @@
-// Base64 with AVX-512 VBMI, whose byte permutations look up all 64 characters at once: 48 bytes or 64 characters a step.
-// Masks cut the last step to what is there. This file alone is compiled with the instructions it uses, so it uses
+// Base64 with AVX-512 VBMI, whose byte permutations look up all 64 characters at once: 48 bytes or 64 characters a
+// step. Masks cut the last step to what is there. This file alone is compiled with the instructions it uses, so it uses
 // nothing inline of other headers: the linker might keep its copy for everybody.
 #include <immintrin.h>
 
