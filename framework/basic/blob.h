@@ -58,7 +58,6 @@ public:
     /// Cost: moves the bytes behind uIndex; at the end and within the capacity, one copy and no allocation.
     /// QV_RES_OK                the bytes are in
     /// QV_RES_INVALID_ARGUMENT  uIndex is above the size, or puData is null and uSize is not 0
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
     QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.

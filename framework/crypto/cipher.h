@@ -65,8 +65,8 @@ public:
     virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
     virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
-    /// The same with blobs, whose capacity is raised to what the raw form may need.
-    /// A failed reservation of that is returned: QV_RES_OUT_OF_MEMORY, or QV_RES_INVALID_STATE for a locked capacity.
+    /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
+    /// QV_RES_OUT_OF_MEMORY  it could not be
     virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
