@@ -63,6 +63,7 @@ public:
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
     /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
     QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
+    /// Insert() at the end.
     QvResult Append(const unsigned char* puData, unsigned int uSize);
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
@@ -80,6 +81,7 @@ public:
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more.
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
     QvResult ReduceCapacity(unsigned int uCapacity);
 
     unsigned int GetSize() const { return m_uSize; }

@@ -74,6 +74,7 @@ public:
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
+    /// Results as of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
