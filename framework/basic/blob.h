@@ -16,8 +16,7 @@
 /// bit appending stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
 /// AppendBits() starts a new byte. There is one exception, which is kept because callers know it: when a single byte
 /// was appended as a byte behind bits that ended on a byte boundary, or as the first of the blob, AppendBits() replaces
-/// that byte. To be safe, append all as bits or all as bytes; between the two, call RealignAppendBits(8), and once
-/// only.
+/// that byte. So, where bits follow, append bytes by AppendBits() as well.
 ///
 /// Ownership  Owns its bytes. Borrows the allocator, which must outlive it; null means the default allocator.
 /// Threads    No locking: one thread at a time per blob; different blobs are as independent as their allocators.

@@ -106,8 +106,8 @@ public:
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as of
-    /// Insert().
+    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as
+    /// of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Links such a node at the place of pKey in a sorted list that holds no equal element.
     /// QV_RES_OK                *ppElement is the room for the element

@@ -92,8 +92,8 @@ public:
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
     /// above.
     QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
-    /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results as
-    /// of Insert().
+    /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results
+    /// as of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.

@@ -43,6 +43,7 @@ inline unsigned int CpuFeatures()
     return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~uCPU_DETECTED;
 }
 
+/// For the tests: whether a path can be taken here.
 inline bool HasCpuFeature(ECpuFeature eFeature)
 {
     return (CpuFeatures() & eFeature) == eFeature;
