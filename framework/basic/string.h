@@ -154,7 +154,7 @@ protected:
     void Release();
     /// Makes the block private. When memory runs out it stays shared, and the result is QV_RES_OUT_OF_MEMORY.
     QvResult CreateCopy();
-    /// Hold ms_pmutex, for derived classes.
+    /// Lock and unlock ms_pmutex, for derived classes.
     static void MutexLock();
     static void MutexUnlock();
     unsigned int GetRefCount();
