@@ -12,8 +12,8 @@
 ///     |<---- read ---->|<---- unread ---->|<---- spare ---->|
 ///     0           read index            size            capacity
 ///
-/// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The cursor of
-/// bit appending stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
+/// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The append
+/// cursor for bits stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
 /// AppendBits() starts a new byte. There is one exception, which is kept because callers know it: when a single byte
 /// was appended as a byte behind bits that ended on a byte boundary, or as the first of the blob, AppendBits() replaces
 /// that byte. So, where bits follow, append bytes by AppendBits() as well.
@@ -106,7 +106,7 @@ public:
     unsigned char* Read(unsigned char* puDst, unsigned int uSize);
     /// The same without a copy: the bytes in place, valid until the blob changes.
     unsigned char* ReadNoCopy(unsigned int uSize);
-    /// Moves the byte cursor of reading; a bit offset inside a byte stays, and then means the byte before the index:
+    /// Moves the read cursor to a byte. A bit offset inside a byte stays, and then means the byte before the index:
     /// RealignReadBits(8) drops it. At index 0 there is no such byte; ReadBits() drops the offset there itself.
     /// QV_RES_INVALID_ARGUMENT  uIndex is not below the size (0 always is allowed)
     QvResult SetReadIndex(unsigned int uIndex);

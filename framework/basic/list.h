@@ -11,7 +11,7 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed face.
+/// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed front-end.
 ///
 ///     head -> [previous|next|element] <-> [previous|next|element] <-> ... <- tail        free nodes (spare capacity)
 ///                                              ^ cached (index, node)
@@ -173,8 +173,7 @@ public:
     /// The same from uStartIndex on in any list. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (it sorts an array
-    /// of their addresses).
+    /// Shell sort of the nodes, not stable. Throws what operator new[] throws (it sorts an array of their addresses).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes an element in raw memory; copies one into raw memory; destroys one.

@@ -13,7 +13,7 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed face.
+/// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
 ///
 ///     |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
 ///     storage                              end index           capacity
@@ -130,7 +130,7 @@ public:
     static void Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
 
-    /// Shell sort; equal elements may change places. Throws what operator new[] throws (one element is held aside).
+    /// Shell sort, not stable. Throws what operator new[] throws (one element is held aside).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
     /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,

@@ -12,7 +12,7 @@
 #include "framework/kernel/result.h"
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
-/// addresses; CVList<T> is its typed face.
+/// addresses; CVList<T> is its typed front-end.
 ///
 ///     order       [ . | . | . | . ]      index: constant time; inserting, erasing and sorting move addresses only
 ///                   |   |   |   |
@@ -101,7 +101,7 @@ public:
                       unsigned int uParam) const;
     /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Shell sort of the addresses; equal elements may change places.
+    /// Shell sort of the addresses, not stable.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
     /// Exchanges the places of two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
