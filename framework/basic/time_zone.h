@@ -38,8 +38,9 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///     n         day of the year from 0 on, 29 February counted       0 ... 365
 ///     Jn        day of the year from 1 on, 29 February never counted 1 ... 365
 ///     Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
-///     M         first Sunday of April as the start, last Sunday of October as the end
+///     M         first Sunday of April as the start; last Sunday of October as the end, where a time must follow
 ///
+/// Hours go up to 23, minutes and seconds to 59. J and M may be small letters, too.
 /// Without rules daylight saving time lasts from the first Sunday of April to the last Sunday of October, 02:00:00.
 /// The start is given in standard time, the end in daylight saving time.
 ///
@@ -103,8 +104,9 @@ public:
     /// The text last accepted, an empty one if none was. Valid until the zone is set again: where another thread may do
     /// that, use a copy of the zone.
     const char* GetTimeZone() const;
-    /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. The length
-    /// of a name is not checked below one character: "A5" is a zone, though POSIX asks for three.
+    /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. A number
+    /// that is too large never wraps, but is refused. The length of a name is not checked below one character: "A5" is
+    /// a zone, though POSIX asks for three.
     /// QV_RES_OK                the zone is set
     /// QV_RES_INVALID_ARGUMENT  the text is null, empty, malformed, or longer than a CString
     /// QV_RES_OUT_OF_MEMORY     the texts could not be kept

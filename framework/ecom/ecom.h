@@ -47,7 +47,7 @@ QV_EXPORT QvResult UnregisterECom(const SEComGuid* pClsid);
 /// Makes an object and gives one of its interfaces, which holds the only reference. With an outer object, of which it
 /// becomes a part, the interface must be IID_IEComUnknown: it is the non-delegating unknown, which the outer object keeps
 /// to itself and through which it asks for the interfaces that it lends out.
-/// QV_RES_OK                    *ppInterface is the interface; in every other case it is null
+/// QV_RES_OK                    *ppInterface is the interface; after a failure it is null
 /// QV_RES_INVALID_ARGUMENT      pClsid, pIid or ppInterface is null
 /// QV_RES_NO_INTERFACE          the object lacks the interface; or pIid is not IID_IEComUnknown, with an outer object
 /// QV_RES_CLASS_NOT_REGISTERED  no such class is registered
