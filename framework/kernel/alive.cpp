@@ -6,7 +6,7 @@ static_assert(sizeof(CAliveObj) == 616, "field order and widths are the binary i
 
 namespace
 {
-/// What an object gives its thread: as much of its address as fits, but never 0.
+// What an object gives its thread: as much of its address as fits, but never 0.
 unsigned int ParameterOf(const CThread* pObject)
 {
     const unsigned int uLow = static_cast<unsigned int>(reinterpret_cast<uintptr_t>(pObject));

@@ -113,7 +113,7 @@ bool CMemoryQueue::Pop()
     return true;
 }
 
-/// In 64 bits, so that no size wraps to a small one.
+// In 64 bits, so that no size wraps to a small one.
 uint64_t CMemoryQueue::Footprint(unsigned int uSize) const
 {
     const uint64_t uHeader = QV_ALIGNUP_VAL<uint64_t>(g_uHeaderSize, m_uAlignment);
@@ -129,7 +129,7 @@ bool CMemoryQueue::FitsAtWrite(uint64_t uFootprint) const
     return uFootprint < uTail || (uFootprint == uTail && m_puRead != m_puBegin);
 }
 
-/// At the tail there may be less; in front of the reader there is always that much.
+// At the tail there may be less; in front of the reader there is always that much.
 bool CMemoryQueue::HasRoomForHeader() const
 {
     return Distance(m_puWrite, m_puEnd) >= g_uHeaderSize;
@@ -141,7 +141,7 @@ void CMemoryQueue::MoveWriter(unsigned char* puWrite)
     if (HasRoomForHeader()) StoreSize(m_puWrite, g_uNoRecord);
 }
 
-/// Moves the writer to the front if the tail is too short for the record and the front is not.
+// Moves the writer to the front if the tail is too short for the record and the front is not.
 bool CMemoryQueue::WrapForFootprint(uint64_t uFootprint)
 {
     const bool bWrapped = m_puWrite < m_puRead;
