@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -288,19 +289,24 @@ const CGdbRun& RunOfCoreDump()
     return run;
 }
 
+const std::string& InstallationPrefix()
+{
+    static const CScratchDirectory prefix;
+    return prefix.GetPath();
+}
+
 // The optimised program, with the installed library, stripped of all that a debugger wants.
 const CGdbRun& RunOfInstallation()
 {
-    static const CScratchDirectory prefix;
     static const CGdbRun run = []
     {
+        const std::string& rPrefix = InstallationPrefix();
         const SRunResult installation =
-            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", prefix.GetPath()});
+            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", rPrefix});
         EXPECT_EQ(0, installation.nStatus) << installation.strOutput << installation.strErrors;
-        const std::string strAutoLoad = prefix.GetPath() + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
+        const std::string strAutoLoad = rPrefix + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
         std::vector<std::string> commands = CommandsToShow();
-        commands.insert(commands.begin(),
-                        "set environment LD_LIBRARY_PATH " + prefix.GetPath() + "/" ORVEL_INSTALL_LIBDIR);
+        commands.insert(commands.begin(), "set environment LD_LIBRARY_PATH " + rPrefix + "/" ORVEL_INSTALL_LIBDIR);
         return CGdbRun({"add-auto-load-scripts-directory " + strAutoLoad, "add-auto-load-safe-path " + strAutoLoad},
                        commands, ExpressionsOf(Cases()), {ORVEL_PRINTED_OPTIMIZED});
     }();
@@ -341,6 +347,16 @@ TEST(CPrinters, RaiseNothingAndAreLoadedInSilence)
         EXPECT_EQ(std::string::npos, rResult.strErrors.find("Python")) << rResult.strErrors;
         EXPECT_EQ(std::string::npos, (rResult.strOutput + rResult.strErrors).find("class_layouts"))
             << rResult.strOutput << rResult.strErrors;
+    }
+}
+
+// Removing the library would leave it there, and not everybody may write there.
+TEST(CPrinters, WriteNothingBesideTheInstalledLibrary)
+{
+    RunOfInstallation();
+    for (const auto& rEntry : std::filesystem::recursive_directory_iterator(InstallationPrefix()))
+    {
+        EXPECT_NE("__pycache__", rEntry.path().filename()) << rEntry.path();
     }
 }
 

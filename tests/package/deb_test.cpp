@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -21,7 +22,7 @@ protected:
         std::string name = (fs::temp_directory_path() / "orvel-deb-XXXXXX").string();
         ASSERT_NE(nullptr, mkdtemp(name.data()));
         ms_directory = name;
-        Shell("'" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " + Quoted(name));
+        Shell("umask 077; '" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " + Quoted(name));
     }
     static void TearDownTestSuite() { fs::remove_all(ms_directory); }
 
@@ -33,6 +34,12 @@ protected:
     static std::string Field(const std::string& rPackage, const std::string& rField)
     {
         return Shell("dpkg-deb --field " + File(rPackage) + " " + rField);
+    }
+
+    // A shell command that unpacks a package to its output, as tar does it.
+    static std::string Unpack(const std::string& rPackage, const std::string& rTarOptions)
+    {
+        return "dpkg-deb --fsys-tarfile " + File(rPackage) + " | tar " + rTarOptions;
     }
 
     // The names of a package's dependencies, without their versions.
@@ -51,7 +58,7 @@ protected:
     static std::set<std::string> Contents(const std::string& rPackage)
     {
         std::set<std::string> names;
-        std::istringstream stream(Shell("dpkg-deb --fsys-tarfile " + File(rPackage) + " | tar --list"));
+        std::istringstream stream(Shell(Unpack(rPackage, "--list")));
         for (std::string name; std::getline(stream, name);)
         {
             if (name.back() != '/') names.insert(name.substr(1));
@@ -94,6 +101,59 @@ TEST_F(CDeb, TheRuntimePackageTellsOthersWhatToDependOn)
 {
     const std::string shlibs = Shell("dpkg-deb --info " + File(g_strRuntime) + " shlibs");
     EXPECT_EQ("liborvel_framework 1 liborvel-framework1 (>= " ORVEL_VERSION ")\n", shlibs);
+}
+
+TEST_F(CDeb, TheRuntimePackageHasTheLoadersCacheBroughtUpToDate)
+{
+    EXPECT_EQ("activate-noawait ldconfig\n", Shell("dpkg-deb --info " + File(g_strRuntime) + " triggers"));
+}
+
+TEST_F(CDeb, ThePackagesCanBeReadByAllWhateverTheUmaskOfWhoMadeThem)
+{
+    const std::regex readable("(drwxr-xr-x|-rw-r--r--|lrwxrwxrwx) root/root .*");
+    for (const std::string& rPackage : {g_strRuntime, g_strDevelopment})
+    {
+        std::istringstream stream(Shell(Unpack(rPackage, "--list --verbose")));
+        for (std::string line; std::getline(stream, line);) EXPECT_TRUE(std::regex_match(line, readable)) << line;
+    }
+}
+
+TEST_F(CDeb, EachPackageTellsWhatChanged)
+{
+    for (const std::string& rPackage : {g_strRuntime, g_strDevelopment})
+    {
+        const std::string changelog =
+            Unpack(rPackage, "--extract --to-stdout ./usr/share/doc/" + rPackage + "/changelog.gz") +
+            " | gzip --decompress --stdout";
+        const std::string parse = changelog + " | dpkg-parsechangelog --file - ";
+        EXPECT_EQ(ORVEL_VERSION "\n", Shell(parse + "--show-field Version"));
+        EXPECT_EQ("liborvel-framework\n", Shell(parse + "--show-field Source"));
+        EXPECT_EQ("", Shell(parse + "2>&1 >/dev/null")) << "not as Debian writes it";
+        EXPECT_EQ(Shell("grep --count '^- ' '" ORVEL_SOURCE_DIR "/CHANGELOG.md'"),
+                  Shell(changelog + " | grep --count '^  \\* '"));
+    }
+}
+
+TEST(CDebianChangelog, IsMadeOfAllVersions)
+{
+    const char* const pszChanges =
+        "# Changelog\n\nWhat users notice.\n\n"
+        "## 1.1.0 (unreleased)\n\n### Added\n- One thing that takes so many words to be told of that they do not fit\n"
+        "  into one line.\n- `CAnother`.\n\n### Fixed\n- A third.\n\n"
+        "## 1.0.0 (2026-01-31)\n\n- The first.\n";
+    const char* const pszWant =
+        "source (1.1.0) UNRELEASED; urgency=medium\n\n"
+        "  [ Added ]\n  * One thing that takes so many words to be told of that they do not fit into\n"
+        "    one line.\n  * `CAnother`.\n\n  [ Fixed ]\n  * A third.\n\n"
+        " -- Some Body <body@host>  Thu, 01 Jan 1970 00:00:01 +0000\n\n"
+        "source (1.0.0) unstable; urgency=medium\n\n  * The first.\n\n"
+        " -- Some Body <body@host>  Sat, 31 Jan 2026 00:00:00 +0000\n";
+    const SRunResult result = RunProgram(
+        "/usr/bin/env",
+        {"SOURCE_DATE_EPOCH=1", ORVEL_SOURCE_DIR "/cmake/debian_changelog.sh", "source", "Some Body <body@host>"},
+        pszChanges);
+    EXPECT_EQ(0, result.nStatus) << result.strErrors;
+    EXPECT_EQ(pszWant, result.strOutput);
 }
 
 TEST_F(CDeb, TheDevelopmentPackageHoldsWhatAProgramIsBuiltWith)
