@@ -97,6 +97,10 @@ TEST_P(CForeignProject, DoesNotTakeAVersionThatIsNotThere)
 TEST_P(CForeignProject, FindsTheInstalledLibraryByPkgConfig)
 {
     EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("pkg-config"), ms_libraryPath));
+    // The AES functions that come with the library are those of libcrypto.
+    const std::string libraries =
+        Shell("PKG_CONFIG_PATH=" + Quoted(ms_libraryPath / "pkgconfig") + " pkg-config --libs orvel_framework");
+    EXPECT_NE(std::string::npos, libraries.find("-lcrypto")) << libraries;
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, CForeignProject,
