@@ -30,7 +30,11 @@ awk -v source="$1" -v maintainer="$2" -v now="$now" '
     version = $2
     released = match($3, /[0-9]+-[0-9]+-[0-9]+/)
     date = now
-    if (released) ("date --utc --rfc-email --date=" substr($3, RSTART, RLENGTH)) | getline date
+    if (released) {
+      command = "date --utc --rfc-email --date=" substr($3, RSTART, RLENGTH)
+      command | getline date
+      close(command)
+    }
     print source " (" version ") " (released ? "unstable" : "UNRELEASED") "; urgency=medium"
     print ""
   }

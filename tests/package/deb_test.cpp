@@ -151,13 +151,15 @@ TEST(CDebianChangelog, IsMadeOfAllVersions)
         "# Changelog\n\nWhat users notice.\n\n"
         "## 1.1.0 (unreleased)\n\n### Added\n- One thing that takes so many words to be told of that they do not fit\n"
         "  into one line.\n- `CAnother`.\n\n### Fixed\n- A third.\n\n"
-        "## 1.0.0 (2026-01-31)\n\n- The first.\n";
+        "## 1.0.0 (2026-01-31)\n\n- The second.\n\n## 0.9.0 (2026-01-31)\n\n- The first.\n";
     const char* const pszWant =
         "source (1.1.0) UNRELEASED; urgency=medium\n\n"
         "  [ Added ]\n  * One thing that takes so many words to be told of that they do not fit into\n"
         "    one line.\n  * `CAnother`.\n\n  [ Fixed ]\n  * A third.\n\n"
         " -- Some Body <body@host>  Thu, 01 Jan 1970 00:00:01 +0000\n\n"
-        "source (1.0.0) unstable; urgency=medium\n\n  * The first.\n\n"
+        "source (1.0.0) unstable; urgency=medium\n\n  * The second.\n\n"
+        " -- Some Body <body@host>  Sat, 31 Jan 2026 00:00:00 +0000\n\n"
+        "source (0.9.0) unstable; urgency=medium\n\n  * The first.\n\n"
         " -- Some Body <body@host>  Sat, 31 Jan 2026 00:00:00 +0000\n";
     const SRunResult result = RunProgram(
         "/usr/bin/env",
