@@ -20,6 +20,16 @@ install(EXPORT orvel_framework NAMESPACE orvel:: FILE orvel_framework-targets.cm
 # For pkg-config. Its file finds the prefix from where it lies itself, so that a tree can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   OUTPUT_VARIABLE pkgconfig_to_prefix)
+set(pkgconfig_libdir ${CMAKE_INSTALL_LIBDIR})
+set(pkgconfig_includedir ${CMAKE_INSTALL_INCLUDEDIR})
+foreach(path IN ITEMS pkgconfig_to_prefix pkgconfig_libdir pkgconfig_includedir)
+  string(REPLACE " " "\\ " ${path} "${${path}}")
+endforeach()
+foreach(path IN ITEMS pkgconfig_libdir pkgconfig_includedir)
+  if(NOT IS_ABSOLUTE "${${path}}")
+    set(${path} "\${prefix}/${${path}}")
+  endif()
+endforeach()
 configure_file(cmake/orvel_framework.pc.in orvel_framework.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvel_framework.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

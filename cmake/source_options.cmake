@@ -4,7 +4,7 @@
 # (g++ 12 finds uninitialized values in its own headers for AVX-512, which leave a register undefined on purpose.)
 set(avx512 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized;-Wno-maybe-uninitialized>")
-# Their short loops begin at cache lines, or their speed would hang on where the code in front of them ends.
+# Their functions begin at cache lines, or the speed of their short loops would depend on where the code in front ends.
 set(at_cache_lines -falign-functions=64)
 set_source_files_properties(framework/crypto/base64_blocks_avx2.cpp PROPERTIES
   COMPILE_OPTIONS "-mavx2;${at_cache_lines}")
@@ -22,7 +22,7 @@ set_source_files_properties(
   framework/basic/string.cpp framework/crypto/secure_seed.cpp framework/kernel/string_format.cpp
   PROPERTIES COMPILE_OPTIONS "-U_FORTIFY_SOURCE")
 
-# The destructors of these say what they leave behind. g++ would drop it, since nobody may look.
+# The destructors of these promise values that they leave in the members. g++ would drop such stores to a dead object.
 set_property(SOURCE
   framework/basic/aatree.cpp framework/basic/allocator.cpp framework/basic/list.cpp framework/basic/vector.cpp
   framework/basic/vector_list.cpp framework/crypto/base64.cpp framework/kernel/thread.cpp

@@ -28,7 +28,7 @@ def read_times(files):
             if name is None:
                 sys.exit(f"{file}: '{run['run_name']}' is not called WHAT/WHO[/SIZE]")
             size = name["size"] or ""
-            # The processor's time leaves out what other programs took; but threads and processes also wait for each other.
+            # The processor's time leaves out what other programs took, but also what threads wait for each other.
             waits = run["threads"] > 1 or size.endswith("real_time")
             key = name["what"], size.removesuffix("real_time").removesuffix("/").replace("threads:", "threads ")
             time = run["real_time" if waits else "cpu_time"] * NANOSECONDS[run["time_unit"]]

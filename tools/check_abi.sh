@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# check_abi.sh LIBRARY: builds the library with the other compiler and compares what the two export, function by function.
+# check_abi.sh LIBRARY: builds the library with the other compiler and compares the interfaces of both.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 other=build/abi-clang

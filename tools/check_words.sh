@@ -6,7 +6,7 @@ status=0
 sources=(--include='*.h' --include='*.cpp' --include='*.sh' --include='*.py' --include='*.md' --include='*.cmake'
   --include=CMakeLists.txt --include=dev)
 
-# find LABEL PATTERN
+# refuse COMPLAINT PATTERN
 refuse() {
   if grep -rnIE "${sources[@]}" --exclude-dir=build --exclude-dir=.git -e "$2" .; then
     echo "$1"

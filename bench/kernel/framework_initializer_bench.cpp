@@ -1,5 +1,5 @@
 // Whole processes, from their start to their end: one that brings the framework up and down, one that is linked with it
-// (and so with libcrypto) and does nothing, one that knows nothing of it. "In this process" is start-up and shut-down alone.
+// (and so with libcrypto) and does nothing, one that knows nothing of it. "In this process": start-up and shut-down.
 #include "framework/kernel/framework_initializer.h"
 
 #include <benchmark/benchmark.h>

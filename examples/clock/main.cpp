@@ -26,7 +26,7 @@ constexpr char g_szHelp[] =
 A ZONE is a name of the list, in either case, or a text in the manner of the POSIX variable TZ, such as
 EST5EDT,M3.2.0,M11.1.0. The time is that of the system, or the one given, in UTC.
 
-Exit status: 0 done, 1 the time or a zone is none, 2 wrong usage.
+Exit status: 0 done, 1 the time or a zone is invalid, 2 wrong usage.
 )";
 
 // In the order of apszTIMEZONE_TABLE.
@@ -70,7 +70,7 @@ CString DateAndTime(const CTime& rTime)
     return strText;
 }
 
-// Nothing is validated on setting: a time that does not read as it was written is none.
+// Setting validates nothing: a time is valid if it reads back as it was written.
 bool ReadTime(const char* pszText, CTime& rTime)
 {
     unsigned short auFields[6];

@@ -45,7 +45,7 @@ run show --journal log.jrn --last 1
 run show --key log.key --journal log.jrn --last 1 | tee shown
 grep -q "nobody else's business" shown || fail "expected the sealed text"
 
-# The last character of the text of a record in the middle is what stands before the 24 bytes of that record's MAC and CRC.
+# The byte to change: the last of a record's text, in front of the 24 bytes of its MAC and CRC.
 victim=$(((lines + 1) / 2))
 head -n "$victim" text >half
 "$journal" write --key log.key --journal half.jrn half >printed

@@ -84,7 +84,7 @@ public:
     bool IsAuthentic(const SKey& rKey) const;
     bool Follows(const SMac& rMac) const { return IsSame(GetHead().link, rMac); }
     SMac GetMac() const { return GetTail().mac; }
-    /// False when the content is none of a record; rRecord then is of no use.
+    /// False when the content is not that of a record; rRecord is then of no use.
     bool GetRecord(SRecord& rRecord) const;
     uint64_t GetRecordCount() const;
     const CBlob& GetBytes() const { return m_blobBytes; }

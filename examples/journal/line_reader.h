@@ -7,8 +7,8 @@
 #include "framework/framework.h"
 
 /// The lines of a file one after the other, in constant memory. A line is what stands before a newline, and what stands
-/// behind the last one, if anything does; every other character, NUL and carriage return included, is part of it. A line
-/// that a CString cannot hold is refused.
+/// behind the last one, if anything does; every other character, NUL and carriage return included, is part of it. A
+/// line that a CString cannot hold is refused.
 class CLineReader
 {
 public:

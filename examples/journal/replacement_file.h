@@ -14,8 +14,8 @@
 class CReplacementFile
 {
 public:
-    /// previous: what is there and will be replaced, which hands on its owner and mode; without, Commit() finds it out
-    /// if another file came there in the meantime, and refuses.
+    /// rPrevious: the file that is there and will be replaced; owner and mode are taken from it. Without one, Commit()
+    /// refuses if a file has appeared there in the meantime.
     CReplacementFile(const CString& rPath, const std::optional<struct stat>& rPrevious);
     ~CReplacementFile();
     CReplacementFile(const CReplacementFile&) = delete;

@@ -15,7 +15,7 @@ const uint8_t* BytesOf(const CString& rText)
 }
 
 // RFC 5869, HKDF-Expand with HMAC-SHA1: "T(N) = HMAC-Hash(PRK, T(N-1) | info | N)". No header and no frame begins like
-// what is hashed here, so that the code of none is a part of this key.
+// what is hashed here, so that no code in a journal is a part of this key.
 void DeriveKey(const SKey& rKey, uint8_t* puDerived)
 {
     static constexpr char s_acInfo[] = {'t', 'e', 'x', 't', ' ', 's', 'e', 'a', 'l'};

@@ -48,7 +48,7 @@ int List()
     return 0;
 }
 
-/// Reads lines without their newline. A NUL is a character.
+/// Reads lines without their newline. A NUL is a character. Next() is false at the end, and when reading fails.
 class CLines
 {
 public:
@@ -97,6 +97,11 @@ int Filter(bool bCount, char** ppszNames)
         for (const CEComPtr<ITextFilter>& rpFilter : filters) rpFilter->Apply(strLine);
         std::fwrite(strLine.CStr(), 1, strLine.GetSize(), stdout);
         std::putchar('\n');
+    }
+    if (!std::feof(stdin))
+    {
+        std::perror("plugins: standard input");
+        return g_nRefused;
     }
     for (std::size_t u = 0; u < filters.size(); ++u)
     {

@@ -45,17 +45,23 @@ void CChannel::Close()
 
 CChannel::EOutcome CChannel::TryPut(uint64_t uNumber, const unsigned char* puData, unsigned int uSize)
 {
+    EOutcome eOutcome = eDONE;
     {
         const CMutexGuard guard(&m_mutex);
         unsigned char* const puRecord = m_queue.Push(g_uNumberSize + uSize);
+        if (puRecord != nullptr)
+        {
+            std::memcpy(puRecord, &uNumber, g_uNumberSize);
+            if (uSize != 0) std::memcpy(puRecord + g_uNumberSize, puData, uSize);
+            m_queue.Commit(puRecord);
+        }
         // What does not fit an empty queue will never fit.
-        if (puRecord == nullptr) return m_queue.IsEmpty() ? eNEVER : eWAIT;
-        std::memcpy(puRecord, &uNumber, g_uNumberSize);
-        if (uSize != 0) std::memcpy(puRecord + g_uNumberSize, puData, uSize);
-        m_queue.Commit(puRecord);
+        else eOutcome = m_queue.IsEmpty() ? eNEVER : eWAIT;
     }
-    m_semRecords.Signal(false);
-    return eDONE;
+    if (eOutcome == eDONE) m_semRecords.Signal(false);
+    // There may be room left for another one who puts.
+    if (eOutcome != eWAIT) m_semRoom.Signal(false);
+    return eOutcome;
 }
 
 CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)

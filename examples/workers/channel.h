@@ -11,7 +11,7 @@ struct SRecord
     CBlob bytes;
 };
 
-/// A CMemoryQueue between threads: full, it makes those wait who put, and empty those who take.
+/// A CMemoryQueue between threads: when it is full, those who put wait, and when it is empty, those who take.
 ///
 /// Threads    Any number on both sides.
 class CChannel
@@ -44,7 +44,8 @@ private:
     CMutex m_mutex;
     CMemoryQueue m_queue;
     bool m_bClosed = false;
-    /// Signalled when that may be worth another look: who looks and leaves something for others signals it again.
+    /// Signalled when another look may be worth while. A thread that looks and leaves something for others signals
+    /// again.
     CBinarySemaphore m_semRoom{CBinarySemaphore::eTAKEN, false};
     CBinarySemaphore m_semRecords{CBinarySemaphore::eTAKEN, false};
 };

@@ -1,3 +1,4 @@
+// Digests of lines, computed in parallel: active objects that share queues, and end in order, also when interrupted.
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>

@@ -58,6 +58,7 @@ Node* MaxOf(Node* pNode, const Node* pNull)
     return pNode;
 }
 
+// The climb ends at the root at the latest: its parent is the sentinel, whose children are the sentinel again.
 Node* SuccessorOf(Node* pNode, const Node* pNull)
 {
     if (pNode->pRight != pNull) return MinOf(pNode->pRight, pNull);

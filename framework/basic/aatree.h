@@ -10,7 +10,7 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed face.
+/// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.
 ///
 ///                 [40]         a node: left, right, parent, level, then the element
 ///               /      \       no child is the one sentinel that all trees share
@@ -32,7 +32,7 @@
 /// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
 ///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
 /// Lifetime    Between start-up and shut-down of the framework.
-/// Failure     Reported as QvResult with the tree as it was (a free node had by then stays as spare capacity); what
+/// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
 ///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
 class QV_EXPORT CAATreeBase
 {
@@ -79,7 +79,7 @@ public:
     /// QV_RES_INVALID_STATE  the tree is not empty
     QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
 
-    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// Allocates the nodes that are missing to a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
@@ -103,8 +103,8 @@ public:
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     QvResult AllocateSorted(const void* pKey, void** ppElement);
-    /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow), for
-    /// the caller to construct it in ...
+    /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow),
+    /// for the caller to construct it in ...
     void* Allocate();
     /// ... and its way into the tree. An element that is refused stays the caller's.
     /// QV_RES_OK                it is in
@@ -144,8 +144,8 @@ public:
     void IncrementCurrentNode() const;
     void DecrementCurrentNode() const;
 
-    /// The first and last element's nodes, and from node to node in order, without the current node. Null beyond an end,
-    /// and null of null.
+    /// The first and last element's nodes, and from node to node in order, without the current node. Null beyond an
+    /// end, and null of null.
     CAATreeNode* GetFirst() const;
     CAATreeNode* GetLast() const;
     static CAATreeNode* GetNext(CAATreeNode* pNode);
@@ -216,7 +216,13 @@ QV_EXPORT void FinalizeCAATreeBase();
 ///     for (int n : tree) ...
 ///     if (tree.Find(7)) tree.EraseElement(7);
 ///
-///     struct SById { int operator()(const SUser& rLeft, const SUser& rRight) const { return rLeft.nId - rRight.nId; } };
+///     struct SById
+///     {
+///         int operator()(const SUser& rFirst, const SUser& rSecond) const
+///         {
+///             return SNaturalOrder()(rFirst.nId, rSecond.nId);  // a difference could overflow
+///         }
+///     };
 ///     CAATree<SUser> users{SById()};
 ///
 /// A typed comparison is called with two T, returns a negative number, 0 or a positive number, and has no state: a

@@ -8,6 +8,9 @@
 
 /// A source of memory in chains of equal blocks. Whatever takes an IAllocator* uses the default allocator when it is
 /// null, and borrows it otherwise: it must outlive its users.
+///
+/// To write one   Align blocks as operator new[] does, and refuse with null instead of throwing. It is called without a
+///                lock from every thread that uses an object which borrows it.
 class QV_EXPORT IAllocator
 {
 public:
@@ -23,7 +26,9 @@ public:
     /// *ppLast, when ppLast is given, becomes the last block of the chain.
     virtual SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) = 0;
 
-    /// Takes a chain back: all blocks from pChain to the null link. A null chain is none.
+    /// Takes a chain back: all blocks from pChain to the null link. A null chain is none. Follow the links and do not
+    /// rely on uCount: CBlockAllocator tells the number of blocks there, but vectors and strings, which give back one
+    /// block, its size in bytes.
     virtual void Release(SBlock* pChain, unsigned int uCount) = 0;
 };
 
@@ -76,7 +81,7 @@ public:
     /// Returns the free blocks to the source.
     virtual ~CBlockAllocator();
 
-    /// Makes at least uCount blocks free, asking the source for exactly those that lack. False when it has no memory.
+    /// Makes at least uCount blocks free, asking the source for exactly the missing ones. False when it has no memory.
     bool Reserve(unsigned int uCount);
 
     /// Returns all but uKeep free blocks to the source. Cost: a walk over the shorter of what is kept and returned.

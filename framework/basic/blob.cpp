@@ -1,7 +1,8 @@
-// Bit cursors. A position is an index and a bit offset of 0 to 7. With an offset, the byte in progress is the one before
-// the read index, but the one at the append-bits index. Bits travel in 32-bit words loaded big-endian, so that bit n of
-// a byte run is bit n of the word from the top; a step moves as many bits as source and destination both have left in
-// their words. Words are loaded and stored only as far as bytes exist to load them from.
+// Bit cursors. A position is an index and a bit offset of 0 to 7. With an offset above 0 a byte is in progress: for
+// reading it is the one before the read index, for appending the one at the append-bits index. Bits travel in 32-bit
+// words loaded big-endian, so that bit n of a byte run is bit n of the word from the top; a step moves as many bits as
+// source and destination both have left in their words. Words are loaded and stored only as far as bytes exist to load
+// them from.
 #include "framework/basic/blob.h"
 
 #include <limits.h>
@@ -337,7 +338,7 @@ void CBlob::SkipBits(unsigned int uBitCount)
 {
     const uint64_t uSkipped = std::min<uint64_t>(uBitCount, ReadableBits());
     if (uSkipped == 0) return;
-    // Counted from a byte that is being read, which the read index is behind of.
+    // Counted as if a byte were in progress: the read index is then the one behind it.
     if (m_uReadBitOffset == 0) ++m_uReadIndex;
     m_uReadIndex += static_cast<unsigned int>((uSkipped + m_uReadBitOffset) / 8);
     m_uReadBitOffset = static_cast<unsigned int>((uSkipped + m_uReadBitOffset) % 8);

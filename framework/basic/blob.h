@@ -12,18 +12,19 @@
 ///     |<---- read ---->|<---- unread ---->|<---- spare ---->|
 ///     0           read index            size            capacity
 ///
-/// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The cursor of
-/// bit appending stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
-/// AppendBits() starts a new byte. One corner is kept from that rule: where the cursor is exactly one byte before the
-/// end (one byte was appended behind a bit append that ended on a byte boundary, or the blob's one byte was appended
-/// as a byte), AppendBits() replaces that byte. Call RealignAppendBits(8) and append all else as bits, or all as bytes.
+/// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The append
+/// cursor for bits stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
+/// AppendBits() starts a new byte. There is one exception, which is kept because callers know it: when a single byte
+/// was appended as a byte behind bits that ended on a byte boundary, or as the first of the blob, AppendBits() replaces
+/// that byte. So, where bits follow, append bytes by AppendBits() as well.
 ///
 /// Ownership  Owns its bytes. Borrows the allocator, which must outlive it; null means the default allocator.
 /// Threads    No locking: one thread at a time per blob; different blobs are as independent as their allocators.
 /// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
 /// Cursors    Set by construction, assignment, SetReadIndex() and the reading and bit operations only: appending bytes,
 ///            Resize() and extraction from a marshaler leave them where they were.
-/// Failure    Reported as QvResult or a null pointer, with the blob as it was.
+/// Failure    Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator new[]
+///            throws (one byte is held aside).
 class QV_EXPORT CBlob : private CVectorBase
 {
 public:
@@ -56,12 +57,12 @@ public:
     /// Cost: moves the bytes behind uIndex; at the end and within the capacity, one copy and no allocation.
     /// QV_RES_OK                the bytes are in
     /// QV_RES_INVALID_ARGUMENT  uIndex is above the size, or puData is null and uSize is not 0
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
     QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
     /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
     QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
+    /// Insert() at the end.
     QvResult Append(const unsigned char* puData, unsigned int uSize);
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
@@ -79,6 +80,7 @@ public:
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more.
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
     QvResult ReduceCapacity(unsigned int uCapacity);
 
     unsigned int GetSize() const { return m_uSize; }
@@ -105,7 +107,7 @@ public:
     unsigned char* Read(unsigned char* puDst, unsigned int uSize);
     /// The same without a copy: the bytes in place, valid until the blob changes.
     unsigned char* ReadNoCopy(unsigned int uSize);
-    /// Moves the byte cursor of reading; a bit offset inside a byte stays, and then means the byte before the index:
+    /// Moves the read cursor to a byte. A bit offset inside a byte stays, and then means the byte before the index:
     /// RealignReadBits(8) drops it. At index 0 there is no such byte; ReadBits() drops the offset there itself.
     /// QV_RES_INVALID_ARGUMENT  uIndex is not below the size (0 always is allowed)
     QvResult SetReadIndex(unsigned int uIndex);
@@ -115,13 +117,13 @@ public:
     /// The same in bits, those of a partly read byte included. 32 bits: wraps from 512 MiB on.
     unsigned int GetUnreadBits() const;
 
-    /// Appends uBitCount bits of puSrc, beginning uSrcBitOffset bits into its first byte. Only the bytes that hold those
-    /// bits are read; they may be bytes of this blob. Reserves four bytes more than the bits need. Nothing happens when
-    /// memory runs out, and nothing tells: reserve first where it might.
+    /// Appends uBitCount bits of puSrc, beginning uSrcBitOffset bits into its first byte. Only the bytes that hold
+    /// those bits are read; they may be bytes of this blob. Reserves four bytes more than the bits need. Nothing
+    /// happens when memory runs out, and nothing tells: reserve first where it might.
     /// Cost: up to 32 bits a step.
     void AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
-    /// Reads up to uBitCount bits, no more than are unread, to uDstBitOffset bits into the first byte of puDst. The bits
-    /// of puDst before them are kept, those behind them in the last byte written become 0.
+    /// Reads up to uBitCount bits, no more than are unread, to uDstBitOffset bits into the first byte of puDst. The
+    /// bits of puDst before them are kept, those behind them in the last byte written become 0.
     void ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset);
     /// Appends uBitCount zero bits.
     void PadBits(unsigned int uBitCount);
@@ -149,8 +151,8 @@ private:
 
 /// Writes the size as 32 bits, then the bytes.
 QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob);
-/// Reads them back over the blob's bytes; the cursors stay. If memory does not allow, the bytes are skipped and the blob
-/// stays as it was. A length that cannot be is believed: where the content may be foreign, compare it with
+/// Reads them back over the blob's bytes; the cursors stay. If memory does not allow, the bytes are skipped and the
+/// blob stays as it was. A length is not checked: where the content may be foreign, compare it with
 /// CMarshaler::GetUnreadSize() first.
 QV_EXPORT CMarshaler& operator>>(CMarshaler& rMarshaler, CBlob& rBlob);
 

@@ -2,8 +2,8 @@
 #define FRAMEWORK_BASIC_CALENDAR_H
 #include <stdint.h>
 
-// Internal: the proleptic Gregorian calendar and Julian day numbers, for times and time zones. CTime has some of it inline,
-// so that it is installed; applications use it through CTime.
+// Internal: the proleptic Gregorian calendar and Julian day numbers, for times and time zones. CTime has some of it
+// inline, so that it is installed; applications use it through CTime.
 //
 // Years are counted from March here, so that the leap day is the last of its year and all months before it have a
 // regular length: day (153 * m + 2) / 5 begins month m, with 0 for March and 11 for February.
@@ -58,7 +58,7 @@ constexpr unsigned int JulianDayOf(unsigned int uYear, unsigned int uMonth, unsi
 /// whose quotient and remainder are both wanted become one multiplication, whose upper and lower half give them.
 constexpr SDate DateOf(unsigned int uJulianDay)
 {
-    // Day 0 is then 1 March -4800, the begin of a span of 400 years.
+    // Day 0 is then 1 March -4800, the beginning of a span of 400 years.
     const uint64_t uQuarterDays = 4 * (uint64_t{uJulianDay} + 32044) + 3;
     const uint32_t uCentury = static_cast<uint32_t>(uQuarterDays / nDAYS_PER_400_YEARS);
     const uint32_t uQuarterDayOfCentury = static_cast<uint32_t>(uQuarterDays % nDAYS_PER_400_YEARS) | 3;

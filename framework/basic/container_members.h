@@ -3,10 +3,10 @@
 #include "framework/basic/ordered_sequence.h"
 #include "framework/kernel/unused_parameter.h"
 
-/// Members that several containers have alike. Each exists in every one of them, for the binary interface names it there;
-/// their definitions exist once, here, for the containers' own sources.
+/// Internal: members that several containers have alike. The binary interface has them in each container, so that a
+/// common base cannot hold them; their definitions are written once, here, for the containers' own sources.
 
-/// Of containers that keep their size and lock themselves.
+/// For containers that have m_uSize and m_uLockCapacity.
 #define ORVEL_DEFINE_SIZE_MEMBERS(Container)                    \
     unsigned int Container::GetLockCapacity() const             \
     {                                                           \
@@ -21,7 +21,7 @@
         return m_uSize;                                         \
     }
 
-/// Of all.
+/// For all containers.
 #define ORVEL_DEFINE_INDEX_MEMBERS(Container)     \
     bool Container::IsEmpty() const               \
     {                                             \
@@ -36,7 +36,7 @@
         return GetSize() - 1;                     \
     }
 
-/// The element operations of an untyped container: none.
+/// The element operations of an untyped container, which do nothing.
 #define ORVEL_DEFINE_ELEMENT_OPERATIONS(Container)                     \
     void Container::Construct(void* pElement)                          \
     {                                                                  \
@@ -52,7 +52,7 @@
         QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pElement);             \
     }
 
-/// Sorting and searching by callback, of what has SearchWith() and SortElements().
+/// Sorting and searching by callback, for containers that have SearchWith() and SortElements().
 #define ORVEL_DEFINE_SEQUENCE_MEMBERS(Container)                                                                     \
     unsigned int Container::GetEndIndex() const                                                                      \
     {                                                                                                                \

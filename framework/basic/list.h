@@ -11,7 +11,7 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed face.
+/// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed front-end.
 ///
 ///     head -> [previous|next|element] <-> [previous|next|element] <-> ... <- tail        free nodes (spare capacity)
 ///                                              ^ cached (index, node)
@@ -26,7 +26,7 @@
 /// Addresses  An element stays where it is until it is erased; sorting and swapping only relink.
 /// Cost       An index costs the steps from the one last asked for; the first and last are at hand. A scan by rising or
 ///            falling index is one step an element. Handles walk without the cache.
-/// Failure    Reported as QvResult with the lists as they were (free nodes had by then stay as spare capacity); what
+/// Failure    Reported as QvResult with the lists as they were (nodes obtained by then stay as spare capacity); what
 ///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
 class QV_EXPORT CListBase
 {
@@ -41,7 +41,8 @@ public:
         SNode* GetPrevious() const { return reinterpret_cast<SNode*>(stBackwards.pNext); }
         void SetPrevious(SNode* pNode) { stBackwards.pNext = reinterpret_cast<IAllocator::SBlock*>(pNode); }
 
-        // The link of the block leads back: so the nodes of a list, from the last on, are a chain of blocks as they are.
+        // The link of the block leads back: read from the last node, a list is the chain of blocks that an allocator
+        // takes back.
         IAllocator::SBlock stBackwards;
         SNode* pFollowing;
     };
@@ -83,12 +84,12 @@ public:
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
 
-    /// The ends of the list, and from node to node; none beyond an end, and none of none.
+    /// The ends of the list, and from node to node; no node beyond an end, and none from no node.
     SPtr GetFirst() const { return m_pHead; }
     SPtr GetLast() const { return m_pTail; }
     static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pFollowing : nullptr; }
     static SPtr GetPrevious(SPtr pNode) { return pNode ? pNode.pNode->GetPrevious() : nullptr; }
-    /// The element of a node; null of none.
+    /// The element of a node; null without a node.
     static void* GetElement(SPtr pNode) { return pNode ? pNode.pNode + 1 : nullptr; }
 
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
@@ -98,14 +99,15 @@ public:
     /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    /// Puts copies of all elements of rSrc at the front of this list, whatever uIndex is: it is only checked. That is
-    /// kept for those who rely on it; Copy() has the position that it is told. Results as above, and
+    /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. Callers rely on
+    /// that; Copy() inserts where it is told to. Results as above, and
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted.
+    /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as
+    /// of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Links such a node at the place of pKey in a sorted list that holds no equal element.
     /// QV_RES_OK                *ppElement is the room for the element
@@ -121,7 +123,7 @@ public:
     void Erase(SPtr pNode);
     void EraseAll();
 
-    /// Takes the nodes that the capacity lacks to uCapacity.
+    /// Allocates the nodes that are missing to a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
@@ -137,7 +139,7 @@ public:
     /// Relinks a node of this list as the first (last); none is ignored.
     void MoveToFirst(SPtr pNode);
     void MoveToLast(SPtr pNode);
-    /// Exchanges the places of two nodes; nothing happens when an index has none.
+    /// Exchanges the places of two nodes; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
     /// Moves all elements of rSrc in front of index uIndex.
@@ -171,8 +173,7 @@ public:
     /// The same from uStartIndex on in any list. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// Shell sort of the nodes; equal elements may change places. Throws what operator new[] throws (an array of
-    /// addresses is sorted in their stead).
+    /// Shell sort of the nodes, not stable. Throws what operator new[] throws (it sorts an array of their addresses).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes an element in raw memory; copies one into raw memory; destroys one.
@@ -282,7 +283,7 @@ inline void CListBase::ListElements(void** ppElements) const
 // Links all nodes anew, in the order of their elements.
 inline void CListBase::RelinkAs(void* const* ppElements)
 {
-    // The nodes lie in no order by now: each is on its way from memory while those before it are linked.
+    // The sorted nodes are scattered in memory: each is fetched while those before it are being linked.
     constexpr unsigned int uAHEAD = 16;
     SNode* pLast = static_cast<SNode*>(ppElements[0]) - 1;
     m_pHead = pLast;

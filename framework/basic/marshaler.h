@@ -15,8 +15,9 @@
 ///     [ 56 bytes inside the object |-]--> [ 88 bytes of a pool block |-]--> [ 88 bytes |0]
 ///          ^ read pointer                                                      ^ write pointer
 ///
-/// Encoding   The bytes of each value as they lie in memory (on x86-64 least significant first), without tags, alignment
-///            or padding: writer and reader must agree on the sequence. CString and CBlob write their length first.
+/// Encoding   The bytes of each value as they lie in memory (on x86-64 least significant first), without tags,
+///            alignment or padding: writer and reader must agree on the sequence. CString and CBlob write their length
+///            first.
 /// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
 /// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
 /// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.

@@ -26,7 +26,7 @@ struct SComparison
     int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
 };
 
-/// What a sort needs beside the elements. (A std::unique_ptr would cost every includer ten times the time of this header.)
+/// What a sort needs beside the elements. (Including <memory> would take ten times as long as this header.)
 template <typename T>
 class CScratchArray
 {
@@ -42,8 +42,9 @@ private:
     T* const m_pFirst;
 };
 
-/// Searches one sequence with one comparison. At::g_bWALKS_FROM_SINGLE tells a published difference: arrays ask a single
-/// element that orders before the key once more, lists do not.
+/// Searches one sequence with one comparison. How often it compares is part of the contract of the containers, and
+/// differs where there is a single element that orders before the key: with At::g_bWALKS_FROM_SINGLE (arrays, not
+/// lists) that element is compared twice.
 template <typename At, typename Compare>
 class CSearch
 {
@@ -77,7 +78,7 @@ public:
         unsigned int uMid = uHigh / 2;
         while (uHigh - uLow > 1)
         {
-            // Two calls on purpose: their number and order are published.
+            // Two calls on purpose: their number and order are part of the contract.
             if (CompareAt(uMid, pKey) > 0) uHigh = uMid;
             else if (CompareAt(uMid, pKey) < 0) uLow = uMid;
             else return FirstOfRun(uMid, pKey);
@@ -158,7 +159,8 @@ QvResult AllocateSorted(Container& rContainer, Search search, const void* pKey, 
 template <typename Elements>
 void ShellSort(void* pvFirst, size_t uSize, size_t uStride, Elements elements)
 {
-    // Sedgewick, "A new upper bound for Shellsort", J. Algorithms 7 (1986), largest gap first.
+    // J. Incerpi, R. Sedgewick, "Improved upper bounds on Shellsort", J. Comput. Syst. Sci. 31 (1985), largest gap
+    // first.
     static constexpr size_t auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
                                         861,     336,    112,    48,    21,    7,     3,    1};
     unsigned char* const puFirst = static_cast<unsigned char*>(pvFirst);
@@ -200,7 +202,8 @@ private:
     Compare m_compare;
 };
 
-/// Elements that are bytes. Those whose SIZE the compiler knows are moved as machine words; SIZE 0 stands for any other.
+/// Elements that are bytes. Those whose SIZE the compiler knows are moved as machine words; SIZE 0 stands for any
+/// other.
 template <size_t SIZE, typename Compare>
 class CByteElements
 {

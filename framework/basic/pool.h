@@ -18,7 +18,7 @@ class QV_EXPORT CPool
 {
 public:
     /// Sets the pool up; does nothing if it is. uCapacity blocks are reserved at once. Beyond them the pool grows, or,
-    /// with bLockCapacity, refuses. pAllocator null means the default allocator.
+    /// with bLockCapacity, refuses. pAllocator null means the default allocator. Throws what operator new throws.
     static void Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator);
     /// Returns the free blocks to the allocator; does nothing if the pool is not set up.
     static void Uninitialize();
@@ -74,7 +74,7 @@ void CPool<T>::Uninitialize()
     ms_uAllocatedCount = 0;
     ms_uCapacity = 0;
     ms_uLockCapacity = 0;
-    delete ms_pmutex;  // The pointer itself is cleared by the next start-up.
+    delete ms_pmutex;  // the pointer stays, until the next start-up sets it
 }
 
 template <typename T>

@@ -409,7 +409,7 @@ void CString::IncRefCount()
 
 void CString::DecRefCount()
 {
-    // Releases what this string read of the block to who finds itself alone with it.
+    // Release order: a string that then finds itself alone with the block may write to what this one has read.
     const uint16_t uRefCount = static_cast<uint16_t>(GetRefCount() - 1);
     std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).store(uRefCount, std::memory_order_release);
 }

@@ -125,8 +125,8 @@ public:
     CString operator+(const char* pszRight) const;
     CString operator+(char cRight) const;
 
-    /// Replaces everything from uStartIndex on by formatted text: GetSize() appends, 0 replaces all. The capacity grows
-    /// by doubling from 32; since it is doubled in 16 bits, a text that finds no room at 32,768 gets none.
+    /// Replaces everything from uStartIndex on by formatted text: GetSize() appends, 0 replaces all. The capacity
+    /// doubles, from 32 on, until it is 32,768 or more: for a longer text, call ReserveCapacity() first.
     /// On a failure other than the first, the string ends at uStartIndex.
     /// QV_RES_OK                the text is in
     /// QV_RES_INVALID_ARGUMENT  uStartIndex is above the size, or the text is too long
@@ -155,6 +155,7 @@ protected:
     void Release();
     /// Makes the block private. When memory runs out it stays shared, and the result is QV_RES_OUT_OF_MEMORY.
     QvResult CreateCopy();
+    /// Lock and unlock ms_pmutex, for derived classes.
     static void MutexLock();
     static void MutexUnlock();
     unsigned int GetRefCount();

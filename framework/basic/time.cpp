@@ -62,7 +62,7 @@ void CTime::AddMs(int64_t nMs)
 {
     constexpr int64_t nMS_PER_DAY = uMS_PER_DAY;
     const int64_t nTimeMs = nMs % nMS_PER_DAY + m_uTimeMs;
-    const int64_t nDays = nTimeMs / nMS_PER_DAY - (nTimeMs % nMS_PER_DAY < 0 ? 1 : 0);
+    const int64_t nDays = nTimeMs / nMS_PER_DAY - (nTimeMs < 0 ? 1 : 0);
     m_uJulianDay += static_cast<unsigned int>(nMs / nMS_PER_DAY + nDays);
     m_uTimeMs = static_cast<unsigned int>(nTimeMs - nDays * nMS_PER_DAY);
 }

@@ -121,8 +121,9 @@ public:
     static CString GetSystemTimeZone();
     /// False, and the zone stays, when the text is invalid.
     static bool SetSystemTimeZone(const char* pszTimeZone);
-    /// The clock's time in UTC. But tm_wday is the weekday of the date in the system zone, which around midnight is
-    /// another one: take (GetJulianDate(...) + 1) % 7, or GetStoredDayOfWeek(true), for that of the UTC date.
+    /// The clock's time in UTC; the result is that of a getter. But tm_wday is the weekday of the date in the system
+    /// zone, which around midnight is another one: take (GetJulianDate(...) + 1) % 7, or GetStoredDayOfWeek(true), for
+    /// that of the UTC date.
     static bool GetGmtTime(tm& rstTime);
 
     /// Module start-up and shut-down. Start-up returns QV_RES_OK.

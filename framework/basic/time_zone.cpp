@@ -68,7 +68,7 @@ struct CTimeZone::SDescription
     STimeZone stStandard;
     SDaylightSavingTime stDaylight;
 
-    // The texts are never empty: one that is could not be kept.
+    // A valid description has no empty text: an empty one found no memory.
     bool IsKept() const
     {
         const bool bDaylightKept = !stDaylight.bEnabled || !stDaylight.stTimeZone.strName.IsEmpty();

@@ -30,7 +30,7 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///     EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
 ///     |  ||  | |               |
 ///     |  ||  | start           end of daylight saving time, each day[/hh[:mm[:ss]]], 02:00:00 if not given
-///     |  ||  its offset; one hour ahead of standard time if not given, which takes rules behind it
+///     |  ||  its offset; may be left out in front of rules, and is then one hour ahead of standard time
 ///     |  |daylight saving time: its name; without it there is none
 ///     |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
 ///     standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
@@ -38,18 +38,19 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///     n         day of the year from 0 on, 29 February counted       0 ... 365
 ///     Jn        day of the year from 1 on, 29 February never counted 1 ... 365
 ///     Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
-///     M         first Sunday of April as the start, last Sunday of October as the end
+///     M         first Sunday of April as the start; last Sunday of October as the end, where a time must follow
 ///
+/// Hours go up to 23, minutes and seconds to 59. J and M may be small letters, too.
 /// Without rules daylight saving time lasts from the first Sunday of April to the last Sunday of October, 02:00:00.
 /// The start is given in standard time, the end in daylight saving time.
 ///
 /// Moments are a Julian day number (CTime::GetJulianDate()) and milliseconds since midnight.
 ///
 /// Ownership  Owns its texts.
-/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its text
-///            needs.
-/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without daylight
-///            saving time and has no text.
+/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its
+///            text needs.
+/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without
+///            daylight saving time and has no text.
 /// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
 /// Failure    Only setting can fail, with the zone as it was.
 /// Source     POSIX.1-2017, section 8.3, but for what is said here.
@@ -76,7 +77,8 @@ public:
         unsigned int uKind = 0;
         SM stRule;
         unsigned int uTimeMs = 0;
-        /// In the year in question, on either side of it where daylight saving time spans the new year.
+        /// Of the first and the second stretch of daylight saving time that the year has a part of. There are two where
+        /// it spans the new year; otherwise both members are the same.
         unsigned int uJulianDay1 = 0;
         unsigned int uJulianDay2 = 0;
     };
@@ -102,8 +104,9 @@ public:
     /// The text last accepted, an empty one if none was. Valid until the zone is set again: where another thread may do
     /// that, use a copy of the zone.
     const char* GetTimeZone() const;
-    /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. The length
-    /// of a name is not checked below one character: "A5" is a zone, though POSIX asks for three.
+    /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. A number
+    /// that is too large never wraps, but is refused. The length of a name is not checked below one character: "A5" is
+    /// a zone, though POSIX asks for three.
     /// QV_RES_OK                the zone is set
     /// QV_RES_INVALID_ARGUMENT  the text is null, empty, malformed, or longer than a CString
     /// QV_RES_OUT_OF_MEMORY     the texts could not be kept

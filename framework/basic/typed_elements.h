@@ -66,7 +66,7 @@ int StatelessCallback(const void* pFirst, const void* pSecond, unsigned int)
     static_assert(std::is_empty<Compare>::value && std::is_trivially_copyable<Compare>::value,
                   "the container keeps a callback and a number, not an object: a comparison must have no state "
                   "(wrap a function in a lambda without captures)");
-    // An array of bytes brings an object of such a type to life with it, also one without a default constructor.
+    // An array of bytes implicitly creates an object of such a type, even of one without a default constructor.
     alignas(Compare) unsigned char auCompare[sizeof(Compare)] = {};
     return CTypedComparison<T, T, Compare>(*std::launder(reinterpret_cast<Compare*>(auCompare)))(pFirst, pSecond);
 }
@@ -147,7 +147,7 @@ public:
     explicit operator bool() const { return m_position != Position(); }
     T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
     T* operator->() const { return __builtin_addressof(**this); }
-    /// The neighbours; none beyond the ends, and none of none.
+    /// The neighbours; no element beyond the ends, and none from no element.
     CNodeHandle GetNext() const { return CNodeHandle(Base::GetNext(m_position)); }
     CNodeHandle GetPrevious() const { return CNodeHandle(Base::GetPrevious(m_position)); }
 

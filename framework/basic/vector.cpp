@@ -327,7 +327,7 @@ bool CVectorBase::HoldsAddress(const void* pv) const
     return pv != nullptr && uOffset < BytesOf(m_uCapacity);
 }
 
-// Moves all elements from uSrcIndex on. Bytes go at once: what Move() asks about two vectors costs as much as moving few.
+// Moves all elements from uSrcIndex on. Bytes go at once: what Move() asks first costs as much as moving a few.
 inline void CVectorBase::MoveTail(unsigned int uDestIndex, unsigned int uSrcIndex)
 {
     const unsigned int uCount = m_uSize - uSrcIndex;

@@ -13,7 +13,7 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed face.
+/// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
 ///
 ///     |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
 ///     storage                              end index           capacity
@@ -93,7 +93,8 @@ public:
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
     /// above.
     QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
-    /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted.
+    /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results
+    /// as of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
@@ -120,7 +121,7 @@ public:
     /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no block
     QvResult Split(unsigned int uIndex, CVectorBase& rDest);
-    /// Exchanges two elements; nothing happens when an index is none.
+    /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
     /// Copies, or moves (the source's are destroyed), uCount elements between slots that exist; the destination slots
@@ -130,7 +131,7 @@ public:
     static void Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
 
-    /// Shell sort; equal elements may change places. Throws what operator new[] throws (one element is held aside).
+    /// Shell sort, not stable. Throws what operator new[] throws (one element is held aside).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
     /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
@@ -215,7 +216,7 @@ void CVectorBase::SortElements(const Compare& rCompare)
 
 namespace orvel_internal
 {
-/// Appends where the capacity may not do. No member of CVector, or the library's own instances would export it.
+/// Appends when the capacity may have to grow. Not a member of CVector: the library's own instances would export it.
 template <typename Argument>
 QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector, Argument element)
 {
@@ -301,7 +302,7 @@ public:
     }
     QvResult Append(const T& rElement)
     {
-        const unsigned int uSize = m_uSize;  // not read again: storing an int could have changed it
+        const unsigned int uSize = m_uSize;  // read once: for all the compiler knows, storing an int changes it
         if (uSize == m_uCapacity) return orvel_internal::AppendGrowing<Argument>(*this, rElement);
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
@@ -319,7 +320,7 @@ public:
     }
 
     using Sequence::Sort;
-    /// Shell sort by a typed comparison, as in CTypedSequence; bytes are moved as such.
+    /// Shell sort by a typed comparison, as in CTypedSequence. Trivially copyable elements are moved as bytes.
     template <typename Compare = SNaturalOrder>
     void Sort(Compare compare = Compare())
     {
@@ -337,7 +338,7 @@ public:
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 
 private:
-    // Small plain elements go by value: one whose address is taken would have to be in memory on the fast path, too.
+    // Small plain elements go by value: taking the address of one would force it into memory on the fast path as well.
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;
 };

@@ -25,7 +25,8 @@ CVListBase::CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllo
 {
 }
 
-// The addresses in the order of a copy are constructed instead of moved as bytes: a difference that is kept.
+// The order of a copy constructs its addresses instead of moving them as bytes, unlike the others: the flag shows in
+// the object.
 CVListBase::CVListBase(const CVListBase& rSrc)
     : m_elementAllocator(rSrc.m_elementAllocator), m_uElementSize(rSrc.m_uElementSize), m_order(nullptr)
 {

@@ -12,7 +12,7 @@
 #include "framework/kernel/result.h"
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
-/// addresses; CVList<T> is its typed face.
+/// addresses; CVList<T> is its typed front-end.
 ///
 ///     order       [ . | . | . | . ]      index: constant time; inserting, erasing and sorting move addresses only
 ///                   |   |   |   |
@@ -27,8 +27,9 @@
 /// Growth     Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
 ///            first. Blocks of erased elements become free and are used again.
 /// Addresses  An element stays where it is until it is erased.
-/// Failure    Reported as QvResult with the vector-lists as they were (blocks had by then stay as spare capacity); what
-///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
+/// Failure    Reported as QvResult with the vector-lists as they were (blocks obtained by then stay as spare capacity);
+///            what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
+///            is held aside). Element operations and comparisons must not throw.
 class QV_EXPORT CVListBase
 {
 public:
@@ -73,6 +74,7 @@ public:
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
+    /// Results as of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
@@ -99,9 +101,9 @@ public:
                       unsigned int uParam) const;
     /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Shell sort of the addresses; equal elements may change places.
+    /// Shell sort of the addresses, not stable.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
-    /// Exchanges the places of two elements; nothing happens when an index is none.
+    /// Exchanges the places of two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
@@ -115,8 +117,8 @@ public:
     static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
     /// Moves them; the source's slots are left for the caller to remove. Between vector-lists with one source of memory
-    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the source's
-    /// destroyed. Results as above.
+    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the
+    /// source's destroyed. Results as above.
     static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 

@@ -4,9 +4,10 @@
 #include <string.h>
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 
-// The AES interface is deprecated since OpenSSL 3.0, and it is the one this class stands on.
+// The AES interface, on which this class is built, is deprecated since OpenSSL 3.0. Without the macro every call warns.
 #define OPENSSL_API_COMPAT 10101
 #include <openssl/aes.h>
 #include <openssl/modes.h>
@@ -22,12 +23,16 @@ CVector<CCipher::EMode>* CAesBremoFwOpenSsl::ms_pveceModes = nullptr;
 
 namespace
 {
+// In the order in which GetSupportedModes() tells them.
+constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_ECB, CCipher::eMODE_OFB,
+                                        CCipher::eMODE_CTR};
+
 AES_KEY& ScheduleIn(unsigned char* puSchedule)
 {
     return *std::launder(reinterpret_cast<AES_KEY*>(puSchedule));
 }
 
-// No key has 0 rounds: so an object knows whether it has one.
+// Every key has rounds, so that 0 of them mean: no key.
 bool HasKey(unsigned char* puSchedule)
 {
     return ScheduleIn(puSchedule).rounds != 0;
@@ -224,12 +229,8 @@ const CVector<CCipher::EMode>* CAesBremoFwOpenSsl::GetSupportedModes()
 QvResult CAesBremoFwOpenSsl::InitializeCAesBremoFwOpenSsl()
 {
     ms_pveceModes = new (ms_auModes) CVector<CCipher::EMode>;
-    ms_pveceModes->ReserveCapacity(5);
-    ms_pveceModes->Append(CCipher::eMODE_CBC);
-    ms_pveceModes->Append(CCipher::eMODE_CFB);
-    ms_pveceModes->Append(CCipher::eMODE_ECB);
-    ms_pveceModes->Append(CCipher::eMODE_OFB);
-    ms_pveceModes->Append(CCipher::eMODE_CTR);
+    ms_pveceModes->ReserveCapacity(std::size(g_aeModes));
+    for (const CCipher::EMode eMode : g_aeModes) ms_pveceModes->Append(eMode);
     return QV_RES_OK;
 }
 

@@ -17,16 +17,17 @@ public:
     CAesBremoFwOpenSsl& operator=(const CAesBremoFwOpenSsl&) = default;
     virtual ~CAesBremoFwOpenSsl();
 
-    /// What a Begin() without a key takes; null with size 0 takes it back.
-    /// QV_RES_OK                it is kept; whether AES has such a size (16, 24, 32) is for Begin() to say
+    /// What a Begin() without a key takes; null with size 0 removes it.
+    /// QV_RES_OK                it is kept; only Begin() checks that it has 16, 24 or 32 bytes
     /// QV_RES_INVALID_ARGUMENT  puKey is null and uKeySize is not 0, or uKeySize is above 32
     QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
     /// What a Begin() without an initialisation vector takes; 16 zero bytes at first.
     /// QV_RES_OK                it is kept
     /// QV_RES_INVALID_ARGUMENT  puIv is null, or uIvSize is not 16
     QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
-    /// What eACTION_DEFAULT and eMODE_DEFAULT stand for; at first, and again with these values themselves, nothing.
-    /// QV_RES_INVALID_ARGUMENT  a value beyond them
+    /// What eACTION_DEFAULT and eMODE_DEFAULT stand for. They stand for nothing at first; setting these values
+    /// themselves goes back to that.
+    /// QV_RES_INVALID_ARGUMENT  no enumerator has that value
     QvResult SetDefaultAction(CCipher::EAction eAction);
     QvResult SetDefaultMode(CCipher::EMode eMode);
 
@@ -88,7 +89,7 @@ private:
 ///
 /// Begin()    Null key: the default one. Null initialisation vector: the default one.
 ///     QV_RES_OK                a message is begun
-///     QV_RES_FAIL              no action, mode or key is given or set by default, or AES has no such
+///     QV_RES_FAIL              an action, mode or key is neither given nor set by default, or is not one of AES
 ///     QV_RES_INVALID_ARGUMENT  the initialisation vector is longer than 16 bytes (of a shorter one, the rest is zero)
 /// Update()
 ///     QV_RES_OK                the bytes are taken; always so for a size of 0 with pointers that are not null

@@ -18,8 +18,8 @@
 ///
 /// Sizes      With a null output pointer, Update() and End() change nothing and only tell the size of what they would
 ///            write; of a text that does not decode, or is padded before its end, the most it could be.
-/// Padding    Of the input of one Update(), what follows a padded group is ignored. A group that was begun by the
-///            Update() before is decoded by itself, and what follows that one is not.
+/// Padding    Of the input of one Update(), what follows a padded group is ignored. Only a group that an earlier
+///            Update() began is decoded by itself: what follows it is decoded even if it was padded.
 /// Cost       With AVX2 or AVX-512 (found out at run time) under a cycle a byte either way.
 ///
 /// Begin()    Empties the group that was begun; the mode is ignored; eACTION_DEFAULT encodes.
@@ -80,7 +80,7 @@ public:
     /// QV_RES_OK    they are written
     /// QV_RES_FAIL  the group behind them does not decode, or has fewer than 4 characters
     QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
-    /// The value of a character; -1 when the alphabet has no such.
+    /// The value of a character; -1 when the alphabet does not have it.
     int Position(uint8_t c);
 
 private:

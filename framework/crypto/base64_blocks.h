@@ -13,8 +13,8 @@ struct SBase64Alphabet
     alignas(64) uint8_t auCharacters[64];
     alignas(64) uint8_t auValues[256];
 
-    /// The same for shuffles, which look up 16 at a time. Encoding adds an offset by the class of a value: 0 the upper-case
-    /// letters, 1 the lower-case letters, 2 to 11 the digits, 12 and 13 the last two.
+    /// The same for shuffles, which look up 16 at a time. Encoding adds an offset by the class of a value: 0 the
+    /// upper-case letters, 1 the lower-case letters, 2 to 11 the digits, 12 and 13 the last two.
     alignas(16) uint8_t auEncodingOffsets[16];
     /// Decoding adds an offset by the upper nibble of a character. Character 63 may share its upper nibble with others,
     /// and has a correction of its own.
@@ -29,9 +29,9 @@ struct SBase64Alphabet
 /// whose last two characters do not decode.
 const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector);
 
-/// The fastest way this processor has: encodes uGroups groups; decodes up to uGroups groups and stops in front of the
-/// first one with a character that is not of the alphabet ("=" is not, either). Writes what the groups give and nothing
-/// else. Decoding returns how many groups it did.
+/// By the fastest path that this processor has: encodes uGroups groups; decodes up to uGroups groups and stops in front
+/// of the first one with a character that is not of the alphabet ("=" is not, either). Writes what the groups give and
+/// nothing else. Decoding returns how many groups it did.
 void Base64Encode(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut);
 size_t Base64Decode(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut);
 

@@ -8,6 +8,9 @@ namespace orvel_internal
 {
 namespace
 {
+constexpr size_t g_uStep = 8;         // groups
+constexpr size_t g_uWithMargin = 10;  // groups: the fewest that have the 24 bytes of a step and four more
+
 inline __m128i Load(const void* pv)
 {
     return _mm_loadu_si128(static_cast<const __m128i*>(pv));
@@ -66,17 +69,17 @@ size_t Base64EncodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
 {
     const __m256i offsets = TwiceOf(rstAlphabet.auEncodingOffsets);
     const size_t uBefore = uGroups;
-    // Registers are loaded whole, from four bytes before the 24 that are meant to four behind them; the first time there
-    // is nothing before them.
-    if (uGroups < 10) return 0;
+    // Whole registers are loaded: the 24 bytes of a step, and four bytes on either side. The first step has none in
+    // front, so it is put together from two loads.
+    if (uGroups < g_uWithMargin) return 0;
     __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_slli_si128(Load(puIn), 4)), Load(puIn + 12), 1);
     while (true)
     {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(puOut), Name(Spread(bytes), offsets));
-        uGroups -= 8;
+        uGroups -= g_uStep;
         puIn += 24;
         puOut += 32;
-        if (uGroups < 10) return uBefore - uGroups;
+        if (uGroups < g_uWithMargin) return uBefore - uGroups;
         bytes = Load256(puIn - 4);
     }
 }
@@ -90,7 +93,7 @@ size_t Base64DecodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
     const __m256i correction63 = Bytes(rstAlphabet.uCorrection63);
     const __m256i nibble = Bytes(0x0F);
     const size_t uBefore = uGroups;
-    for (; uGroups >= 8; uGroups -= 8, puIn += 32, puOut += 24)
+    for (; uGroups >= g_uStep; uGroups -= g_uStep, puIn += 32, puOut += 24)
     {
         const __m256i text = Load256(puIn);
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(text, 4), nibble);

@@ -1,5 +1,5 @@
-// Base64 with AVX-512 VBMI, whose byte permutations look up all 64 characters at once: 48 bytes or 64 characters a step.
-// Masks cut the last step to what is there. This file alone is compiled with the instructions it uses, so it uses
+// Base64 with AVX-512 VBMI, whose byte permutations look up all 64 characters at once: 48 bytes or 64 characters a
+// step. Masks cut the last step to what is there. This file alone is compiled with the instructions it uses, so it uses
 // nothing inline of other headers: the linker might keep its copy for everybody.
 #include <immintrin.h>
 
@@ -9,8 +9,9 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr size_t g_uStep = 16;  // groups
-constexpr size_t g_uAhead = 1024;
+constexpr size_t g_uStep = 16;           // groups
+constexpr size_t g_uWholeRegister = 22;  // groups: the fewest that have 64 bytes
+constexpr size_t g_uAhead = 1024;        // bytes to fetch before they are needed
 
 inline __m512i Load(const void* pv)
 {
@@ -50,9 +51,9 @@ void Base64EncodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
 {
     const __m512i characters = Load(rstAlphabet.auCharacters);
     // Whole registers are loaded, of which 48 bytes are meant.
-    for (; uGroups >= 22; uGroups -= g_uStep, puIn += 48, puOut += 64)
+    for (; uGroups >= g_uWholeRegister; uGroups -= g_uStep, puIn += 48, puOut += 64)
     {
-        // May point behind the ends: a prefetch touches nothing that can be missed.
+        // May point behind the ends: a prefetch of what is not there does nothing.
         __builtin_prefetch(puIn + g_uAhead);
         __builtin_prefetch(puOut + g_uAhead, 1);
         _mm512_storeu_si512(puOut, EncodeStep(Load(puIn), characters));
@@ -91,7 +92,7 @@ size_t Base64DecodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puI
         const __m512i text = _mm512_maskz_loadu_epi8(LowBytes(4 * uStep), puIn);
         const __m512i values = _mm512_permutex2var_epi8(lower, text, upper);
         const __mmask64 bad = _mm512_movepi8_mask(_mm512_or_si512(values, text));
-        // What lies behind the end reads as zero, which is no character.
+        // What lies behind the end is loaded as zero, which is not of the alphabet.
         if (bad != 0) uStep = static_cast<size_t>(__builtin_ctzll(bad)) / 4;
         _mm512_mask_storeu_epi8(puOut, LowBytes(3 * uStep), Pack(values));
         uGroups -= uStep;

@@ -17,10 +17,12 @@
 /// What each call hands out, and when it refuses, is the algorithm's: see CAes and CBase64.
 ///
 /// Blobs      bAppend true: the output goes behind what the blob holds; false: it becomes its whole content. A blob
-///            without storage hands a null raw pointer on. Input and output may be one blob.
+///            without storage (capacity 0) counts as a null raw pointer. Input and output may be one blob.
 /// Buffers    Raw input and output must not overlap.
 /// Threads    No locking: one thread at a time per object.
-/// Failure    Reported as QvResult; a blob form that fails leaves the output blob's bytes as they were counted.
+/// Failure    Reported as QvResult. A blob form that fails leaves the output blob's size as it was, but with bAppend
+///            false may have written over its bytes. When input and output are one blob, bAppend false copies it first,
+///            and throws what operator new[] throws.
 class QV_EXPORT CCipher
 {
 public:
@@ -28,7 +30,7 @@ public:
     {
         eACTION_DECRYPT = 0,
         eACTION_ENCRYPT = 1,
-        /// What the object was told to take by default.
+        /// The object's default.
         eACTION_DEFAULT = 2
     };
 
@@ -40,7 +42,7 @@ public:
         eMODE_CTR = 2,
         eMODE_ECB = 3,
         eMODE_OFB = 4,
-        /// What the object was told to take by default.
+        /// The object's default.
         eMODE_DEFAULT = 5
     };
 
@@ -63,8 +65,8 @@ public:
     virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
     virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
-    /// The same with blobs, whose capacity is raised to what the raw form may need.
-    /// A failed reservation of that is returned: QV_RES_OUT_OF_MEMORY, or QV_RES_INVALID_STATE for a locked capacity.
+    /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
+    /// QV_RES_OUT_OF_MEMORY  it could not be
     virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;

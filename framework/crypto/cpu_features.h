@@ -7,7 +7,7 @@
 /// portable one needs nothing.
 namespace orvel_internal
 {
-/// Each feature names the path that needs it. Where the registers are wide, the operating system saves them, too.
+/// Each feature names the path that needs it. For those with wide registers, the operating system saves these as well.
 enum ECpuFeature : unsigned int
 {
     eCPU_PORTABLE = 0,
@@ -21,7 +21,7 @@ enum ECpuFeature : unsigned int
     /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
     eCPU_VPCLMULQDQ = 1u << 4
 };
-/// Beside the features: they are known.
+/// Set beside the feature bits once they were detected, so that 0 always means: not yet.
 constexpr unsigned int uCPU_DETECTED = 1u << 31;
 
 /// The algorithms that have more than one path.
@@ -32,7 +32,7 @@ enum class ECpuAlgorithm
     eCRC
 };
 
-/// 0 until the first question.
+/// The bits, 0 until they are detected.
 extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
 
@@ -43,6 +43,7 @@ inline unsigned int CpuFeatures()
     return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~uCPU_DETECTED;
 }
 
+/// For the tests: whether a path can be taken here.
 inline bool HasCpuFeature(ECpuFeature eFeature)
 {
     return (CpuFeatures() & eFeature) == eFeature;
@@ -69,7 +70,7 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
     return CpuPath(eAlgorithm, CpuFeatures());
 }
 
-/// The same as a word for people: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".
+/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".
 const char* CpuPathName(ECpuAlgorithm eAlgorithm);
 
 /// Lets the tests take features away (detected ones only, or the code would trap); ~0u gives them all back.

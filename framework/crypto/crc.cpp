@@ -16,8 +16,8 @@ struct SEmitted
 };
 [[gnu::used]] constexpr SEmitted g_stEmitted = {&CCrc::Begin, &CCrc::End, &CCrc::End};
 
-// Moves a register on in the fastest way; for a single step of the tables, the way to the multiplier and back is too
-// long.
+// Moves a register on by the fastest path. For what the tables do in one step, the detour over the multiplier takes
+// longer.
 uint32_t MoveOn(const orvel_internal::SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     using orvel_internal::CpuPath;

@@ -14,11 +14,12 @@
 ///     uint32_t uCrc;
 ///     crc.End(&uCrc);
 ///
-///                Begin()          Update()   End(), width of the type   End(), the other width
-///     inactive   active           refused    refused                    refused
-///     active     refused, goes on goes on    inactive                   refused, goes on
+///                Begin()         Update()     End(), width of the type   End(), the other width
+///     inactive   then active     refused      refused                    refused
+///     active     refused         adds bytes   then inactive              refused
 ///
-/// One corner is kept: a type that is none is accepted by Begin(), and no call leads out of that computation.
+/// What is refused changes nothing. Begin() does not check the type: after one that is no ECrcType, Update() and both
+/// End() are refused, and the object stays active for good.
 ///
 /// Threads    No locking: one thread at a time per object.
 /// Cost       With carry-less multiplication (found out at run time) 8 to 30 bytes a cycle, else one to two.
@@ -54,7 +55,7 @@ public:
     /// QV_RES_OK                they are in; always so for a size of 0 with a pointer that is not null
     /// QV_RES_INVALID_ARGUMENT  puData is null
     /// QV_RES_INVALID_STATE     no computation is active
-    /// QV_RES_FAIL              the type it began with is none
+    /// QV_RES_FAIL              the type it began with is no ECrcType
     QvResult Update(const uint8_t* puData, unsigned int uSize);
     /// Adds the bytes of a blob.
     /// QV_RES_INVALID_ARGUMENT  pblobData is null, or the blob has no storage

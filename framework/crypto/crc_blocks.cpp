@@ -2,13 +2,13 @@
 // message is the message, times x^32, modulo the polynomial; the register before it is added (XOR) to its first bytes,
 // and zeros in front of it change nothing.
 //
-// Slicing (portable): the contribution of a byte that is n bytes before the end of a step depends on the byte and n only.
-// Table n gives it, so the look-ups of a step do not wait for each other.
+// Slicing (portable): the contribution of a byte that is n bytes before the end of a step depends on the byte and n
+// only. Table n gives it, so the look-ups of a step do not wait for each other.
 //
 // Folding: carry-less multiplication takes 8 bytes, wherever they lie, to any later place: a factor x^n modulo the
 // polynomial moves them on by n bits. Accumulators travel over a long message, adding up what lies at equal distances;
-// the last 1024 bytes go straight to the end, each 8 by a factor of their own, none waiting for another. What is left is
-// one remainder of 96 bits, and Barrett's division makes 32 of it.
+// the last 1024 bytes go straight to the end, each 8 by a factor of their own, none waiting for another. What is left
+// is one remainder of 96 bits, and Barrett's division makes 32 of it.
 //
 // Everything is bit-reflected: the lowest bit of a register is its highest power. A product of two reflected 64-bit
 // words comes out one bit short, that is, multiplied by x; the factors make up for it. They are stored in the low half

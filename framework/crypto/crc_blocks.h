@@ -22,8 +22,8 @@ struct SCrcVariant
     /// Factors that move 16 bytes on by 64, by 512.
     uint64_t auBy64[2];
     uint64_t auBy512[2];
-    /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term, placed such that its
-    /// product with the quotient meets the last 32 bits of the remainder.
+    /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term, placed such that
+    /// its product with the quotient meets the last 32 bits of the remainder.
     uint64_t auDivision[2];
     /// The bits that the register has.
     uint32_t uRegisterMask;

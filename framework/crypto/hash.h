@@ -15,7 +15,7 @@
 ///
 /// Threads    No locking: one thread at a time per object.
 /// Failure    Raw pointers that are null give QV_RES_INVALID_ARGUMENT, blob pointers that are null QV_RES_FAIL. A blob
-///            without storage hands a null raw pointer on.
+///            without storage (capacity 0) counts as a null raw pointer.
 class QV_EXPORT CHash
 {
 public:

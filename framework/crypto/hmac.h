@@ -18,7 +18,8 @@
 /// Compare codes in constant time, not with memcmp(), where an attacker can measure.
 ///
 /// Threads    No locking: one thread at a time per object.
-/// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage hands a null raw pointer on.
+/// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage (capacity 0) counts as a null raw
+///            pointer.
 class QV_EXPORT CHMac
 {
 public:

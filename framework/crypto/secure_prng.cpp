@@ -93,7 +93,7 @@ void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw()
 
 void CSecurePrngBremoFw::InitializeSeed()
 {
-    // Pairs with the releases: who sees the flag sees the seed.
+    // Pairs with the releases: a thread that sees the flag sees the seed.
     if (__atomic_load_n(&ms_bInitialized, __ATOMIC_ACQUIRE)) return;
     Lock();
     if (!ms_bInitialized && CSecureSeed::GenerateSeed(ms_auSeed) >= 0)

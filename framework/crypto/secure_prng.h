@@ -22,8 +22,11 @@ public:
     /// QV_RES_OUT_OF_MEMORY     the blob could not get the room
     static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
 
-    /// Mixes a seed of one's own into the stream, and keeps the generator from gathering one if it has not yet: the key
-    /// then is the one before, all zero at first. For reproducible tests; otherwise leave seeding to the generator.
+    /// Puts the SHA-1 of a seed of one's own in the place of the current block, from which all later blocks follow. If
+    /// the generator has not gathered a seed since its start-up, it no longer does.
+    /// Better leave seeding to the generator. The stream cannot be repeated by this: the key stays the seed gathered
+    /// last, which the start-up of the framework has drawn at the latest. And what the current block still had to give
+    /// is then taken from that SHA-1 itself, which is no secret to anybody who knows the seed.
     /// QV_RES_OK                it is mixed in
     /// QV_RES_INVALID_ARGUMENT  puSeed is null
     /// QV_RES_FAIL              uSize is 0
@@ -55,9 +58,9 @@ protected:
 ///
 /// It seeds itself on the first draw after start-up, see CSecureSeed.
 ///
-/// FORK       The state is the process's: after fork() the child would draw the very bytes that its parent draws. A child
-///            that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no other
-///            thread running; it then gathers a seed of its own.
+/// FORK       The state is the process's: after fork() the child would draw the very bytes that its parent draws. A
+///            child that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no
+///            other thread running; it then gathers a seed of its own.
 ///
 /// Threads    Any thread; a draw holds the crypto lock (CCrypto).
 /// Lifetime   Between the start-up and the shut-down of the framework.

@@ -26,8 +26,8 @@ protected:
 };
 
 /// Gathers seeds: SHA-1 over 32 bytes from /dev/urandom, /dev/random and /dev/srandom (zeros where they give none), the
-/// process and user identifiers, the time of day and a counter. Without any device the seed is no secret, yet no two are
-/// alike in one process.
+/// process and user identifiers, the time of day and a counter. Without any device the seed is no secret, yet no two
+/// are alike in one process.
 ///
 /// Threads    Any thread.
 /// Cost       System calls; a device that does not answer costs up to 10 ms.

@@ -41,8 +41,9 @@ private:
     uint32_t m_auState[8];
 };
 
-/// SHA-256, 256 bits. It knows when it is misused: Update() after End() gives QV_RES_INVALID_STATE, and so does
-/// everything but Begin() from then on; so does a message of 2^61 bytes. A second End() writes the same digest again.
+/// SHA-256, 256 bits. A second End() writes the same digest again. Update() after End() gives QV_RES_INVALID_STATE, and
+/// from then on so does every call until Begin(). A message that reaches 2^61 bytes ends alike: the Update() that gets
+/// there still returns QV_RES_OK, the calls after it do not.
 /// Source     FIPS 180-4.
 class QV_EXPORT CSha256 : public CHash, public CSha256BremoFw
 {

@@ -7,7 +7,7 @@
 /// Source     FIPS 180-4, sections 6.1.2 and 6.2.2.
 namespace orvel_internal
 {
-/// The fastest way this processor has.
+/// By the fastest path that this processor has.
 void Sha1Blocks(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
 void Sha256Blocks(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
 

@@ -1,5 +1,5 @@
-// The SHA instructions of x86-64. This file alone is compiled with them, so it uses nothing inline of other headers: the
-// linker might keep its copy for everybody.
+// The SHA instructions of x86-64. This file alone is compiled with them, so it uses nothing inline of other headers:
+// the linker might keep its copy for everybody.
 #include <immintrin.h>
 
 #include "framework/crypto/sha_blocks.h"

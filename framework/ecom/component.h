@@ -43,8 +43,8 @@
 ///         CEComPtr<IEComUnknown> m_pInner;
 ///     };
 
-/// Stands in an interface class that extends Base, and goes on with its public operations. GetIid() is the identifier:
-/// the name and its NUL.
+/// Begins the body of an interface class Name that extends Base; its public operations follow. GetIid() gives the
+/// identifier: the name and its NUL.
 #define QV_ECOM_INTERFACE(Name, Base)                                      \
 protected:                                                                 \
     ~Name() = default;                                                     \

@@ -30,6 +30,7 @@ struct QV_EXPORT SEComClsInfo
     PFNCreateEComInstance pfnCreateInstance;
 };
 
+/// Adds a class.
 /// QV_RES_OK                the class is registered
 /// QV_RES_INVALID_ARGUMENT  a null argument
 /// QV_RES_ALREADY_EXISTS    a class of an equal identifier is registered, and stays
@@ -37,7 +38,7 @@ struct QV_EXPORT SEComClsInfo
 QV_EXPORT QvResult RegisterECom(const SEComGuid* pClsid, QvResult (*pfnCreateInstance)(IEComUnknown* pOuterUnknown,
                                                                                        CEComUnknown** ppCEComUnknown));
 
-/// Objects of the class live on.
+/// Removes a class. Its objects live on.
 /// QV_RES_OK                the class is forgotten
 /// QV_RES_INVALID_ARGUMENT  pClsid is null
 /// QV_RES_INVALID_STATE     no such class is registered
@@ -46,11 +47,11 @@ QV_EXPORT QvResult UnregisterECom(const SEComGuid* pClsid);
 /// Makes an object and gives one of its interfaces, which holds the only reference. With an outer object, of which it
 /// becomes a part, the interface must be IID_IEComUnknown: it is the non-delegating unknown, which the outer object keeps
 /// to itself and through which it asks for the interfaces that it lends out.
-/// QV_RES_OK                    *ppInterface is the interface; in every other case it is null
+/// QV_RES_OK                    *ppInterface is the interface; after a failure it is null
 /// QV_RES_INVALID_ARGUMENT      pClsid, pIid or ppInterface is null
 /// QV_RES_NO_INTERFACE          the object lacks the interface; or pIid is not IID_IEComUnknown, with an outer object
 /// QV_RES_CLASS_NOT_REGISTERED  no such class is registered
-/// QV_RES_FAIL                  the creation function made no object, and said it had
+/// QV_RES_FAIL                  the creation function reported success, but gave no object
 /// and every failure of the creation function, of InitializeInstance() and of the query
 QV_EXPORT QvResult CreateEComInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown, const SEComGuid* pIid,
                                       void** ppInterface);

@@ -23,7 +23,7 @@ struct QV_EXPORT SEComGuid
 QV_EXPORT inline bool IsEqualSEComGuid(const SEComGuid* pGuid1, const SEComGuid* pGuid2)
 {
     if (pGuid1 == nullptr || pGuid2 == nullptr || pGuid1->uSize != pGuid2->uSize) return false;
-    // Constants mostly are the same ones, too.
+    // Mostly both refer to the same constant.
     if (pGuid1->puData == pGuid2->puData || pGuid1->uSize == 0) return true;
     return memcmp(pGuid1->puData, pGuid2->puData, pGuid1->uSize) == 0;
 }

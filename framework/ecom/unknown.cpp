@@ -68,20 +68,21 @@ unsigned int CEComUnknown::GetReferenceCount() const
     return m_uReferenceCount;
 }
 
-// Without references the object ends, and only the thread that ends it still knows it.
+// Without references the object is ending, and no thread but the one that ends it still knows it.
 const CMutex* CEComUnknown::MutexUnlessEnding() const
 {
     return PeekCount() == 0 ? nullptr : &m_mutex;
 }
 
-// Who holds the only reference is alone with the object: nobody else can change the count, or read it. But who lowered it
-// to 1 may not have left the mutex yet, which is about to go with the object: so it must be open as well.
+// A thread that holds the only reference is alone with the object: no other can change the count, or read it. But the
+// one that lowered it to 1 may not have left the mutex yet, which is about to go with the object: so it must be open as
+// well.
 const CMutex* CEComUnknown::MutexUnlessLast() const
 {
     return PeekCount() == 1 && m_mutex.IsOpen() ? nullptr : &m_mutex;
 }
 
-// Acquire and release: who sees a count without the lock sees what its holders did to the object before.
+// Acquire and release: a thread that sees a count without the lock also sees what was done to the object before.
 unsigned int CEComUnknown::PeekCount() const
 {
     return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(m_uReferenceCount)).load(std::memory_order_acquire);

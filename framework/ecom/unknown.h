@@ -22,7 +22,7 @@ public:
     /// QV_RES_INVALID_ARGUMENT  a null argument
     /// QV_RES_NO_INTERFACE      the object has none of that identifier; *ppInterface is null
     virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
-    /// One user more, one less; both return the number of users left. The object ends with the last one.
+    /// Adds a user, removes one; both return how many there are then. The object ends when the last one goes.
     virtual unsigned int AddIfRef() = 0;
     virtual unsigned int ReleaseIfRef() = 0;
 

@@ -1,6 +1,18 @@
 #include "framework/kernel/alive.h"
 
+#include <stdint.h>
+
 static_assert(sizeof(CAliveObj) == 616, "field order and widths are the binary interface");
+
+namespace
+{
+// What an object gives its thread: as much of its address as fits, but never 0.
+unsigned int ParameterOf(const CThread* pObject)
+{
+    const unsigned int uLow = static_cast<unsigned int>(reinterpret_cast<uintptr_t>(pObject));
+    return uLow != 0 ? uLow : 1;
+}
+}  // namespace
 
 CAliveObj::CAliveObj()
     : m_eAliveState(eUNBORN), m_semStarted(CBinarySemaphore::eTAKEN, true), m_semGo(CBinarySemaphore::eTAKEN, true)
@@ -39,8 +51,7 @@ QvResult CAliveObj::Start(const char* pszName, unsigned int uStackSize, CThread:
     const CMutexGuard guard(&m_mutexState);
     const EAliveState eBefore = m_eAliveState;
     m_eAliveState = eACTIVATING;
-    // The parameter says no more than that there is an object: its address does not fit.
-    const QvResult res = StartThread(StartMechanism, 1, pszName, uStackSize, ePriority);
+    const QvResult res = StartThread(StartMechanism, ParameterOf(this), pszName, uStackSize, ePriority);
     if (res < 0) m_eAliveState = eBefore;
     return res;
 }
@@ -65,9 +76,10 @@ bool CAliveObj::IsUnborn()
 
 unsigned int CAliveObj::StartMechanism(unsigned int uParameter)
 {
-    if (uParameter == 0) return 0;
-    CAliveObj* const pObject = dynamic_cast<CAliveObj*>(GetThreadSelf());
-    if (pObject != nullptr) pObject->Live();
+    CThread* const pThread = GetThreadSelf();
+    if (pThread == nullptr || uParameter != ParameterOf(pThread)) return 0;
+    // Not by dynamic_cast: the object may be of a program that is built without run-time type information.
+    static_cast<CAliveObj*>(pThread)->Live();  // NOLINT(cppcoreguidelines-pro-type-static-cast-downcast)
     return 0;
 }
 

@@ -47,8 +47,8 @@ public:
     bool IsDead();
     bool IsUnborn();
 
-    /// The function of the object's thread; it finds the object through the thread that it runs on. Does nothing for
-    /// 0 and on other threads. Returns 0.
+    /// The function of the object's thread; it finds the object through the thread that it runs on, whose parameter is
+    /// the lower half of the object's address. Does nothing for 0 and on other threads. Returns 0.
     static unsigned int StartMechanism(unsigned int uParameter);
 
 protected:

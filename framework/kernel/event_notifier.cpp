@@ -19,7 +19,7 @@ SObserver* g_pstTable = nullptr;
 unsigned int g_uCount = 0;
 unsigned int g_uCapacity = 0;
 
-/// Behind the last entry when it is not there.
+// Behind the last entry when it is not there.
 SObserver* Find(PFNEventObserver pfnObserver, const void* pOpaque)
 {
     return std::find_if(g_pstTable, g_pstTable + g_uCount,

@@ -42,7 +42,8 @@ enum class EEventNotifier : int
 typedef void (*PFNEventObserver)(void* pOpaque, EEventNotifier eEvent, va_list args);
 
 /// Adds the pair of function and pOpaque, unless it is registered already. A null function is ignored; so is, without a
-/// report, a registration for which there is no memory. Registered by an observer, it is called for the same event yet.
+/// report, a registration for which there is no memory. A pair that an observer registers is called for the event that
+/// is being announced as well.
 QV_EXPORT void RegisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque);
 
 /// Takes the pair away, if it is registered. An observer that takes away itself, or one before it, makes the one that

@@ -50,7 +50,7 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_AATREE, InitializeCAATreeBase, FinalizeCAATreeBase},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
     {EStage::eFROM_FAULT, InitializeQvFault, FinalizeQvFault},
-    // Draws random bytes, and so seeds the generator, which the stages behind it set back: an order that is kept.
+    // Draws random bytes, and so seeds the generator, which a later stage sets back. ARCHITECTURE.md tells why.
     {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
     {EStage::eFROM_AES, InitializeCAesBremoFwOpenSsl, FinalizeCAesBremoFwOpenSsl},
     {EStage::eFROM_SECURE_PRNG, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw},

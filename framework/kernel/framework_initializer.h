@@ -12,7 +12,8 @@
 /// Calls are counted: each user in a process initialises and finalises for itself, and the modules live from the first
 /// Initialize() to the matching last Finalize(). CFrameworkScope does both for a scope.
 ///
-/// Threads    No locking: from one thread at a time, before other threads use the framework and after they have stopped.
+/// Threads    No locking: from one thread at a time, before other threads use the framework and after they have
+///            stopped.
 class QV_EXPORT CFrameworkInitializer
 {
 public:
@@ -46,14 +47,15 @@ public:
     /// and the count stays.
     /// QV_RES_OK    the framework is up
     /// QV_RES_FAIL  the operating system has no key for thread-specific data left
+    /// What operator new throws passes through. Then nothing is taken down: treat it as fatal.
     static QvResult Initialize();
 
     /// Takes everything down when it matches the first Initialize(). Waits until every thread started through the
     /// framework has ended. Without a matching Initialize() the count wraps and nothing is taken down.
     static void Finalize();
 
-    /// Takes down every module whose stage is at most eFrom, in the reverse order of start-up; eFROM_ALL begins with the
-    /// trace kernel and the threads. Values that are no stage do nothing. Meant for Initialize() and Finalize().
+    /// Takes down every module whose stage is at most eFrom, in the reverse order of start-up; eFROM_ALL begins with
+    /// the trace kernel and the threads. Values that are no stage do nothing. Meant for Initialize() and Finalize().
     static void PartialFinalize(EFinalizeFrom eFrom);
 
     /// Initialize() calls not yet matched by Finalize().

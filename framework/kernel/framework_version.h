@@ -3,8 +3,8 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/version.h"
 
-// The version of the headers that a program is compiled with. The build of the library reads it here, too: this is the one
-// place to change it.
+// The version of the headers that a program is compiled with. The build of the library reads it here, too: this is the
+// one place to change it.
 
 /// Moves when programs have to be compiled anew: it is also the number in liborvel_framework.so.1.
 #define QV_FRAMEWORK_VERSION_MAJOR 1
@@ -12,7 +12,7 @@
 #define QV_FRAMEWORK_VERSION_MINOR 0
 /// Moves with corrections that change no interface.
 #define QV_FRAMEWORK_VERSION_RELEASE 0
-/// Left to who packages the library; 0 as it comes from here.
+/// Left to packagers of the library; 0 in this tree.
 #define QV_FRAMEWORK_VERSION_BUILD 0
 
 /// The four parts in one number, to be compared: #if QV_FRAMEWORK_VERSION >= QV_FRAMEWORK_VERSION_OF(1, 2, 0, 0).

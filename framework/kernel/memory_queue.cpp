@@ -1,5 +1,6 @@
 #include "framework/kernel/memory_queue.h"
 
+#include <limits.h>
 #include <string.h>
 
 #include <algorithm>
@@ -16,6 +17,10 @@ namespace
 // (or one header, if that is larger) behind the record.
 constexpr unsigned int g_uHeaderSize = 4;
 
+// What the header says of a record that no Push() has begun: a size that fits nowhere, so that Commit() does not take
+// the record that lay there before.
+constexpr unsigned int g_uNoRecord = UINT_MAX;
+
 uint64_t Distance(const unsigned char* puFrom, const unsigned char* puTo)
 {
     return static_cast<uint64_t>(puTo - puFrom);
@@ -26,6 +31,11 @@ unsigned int LoadSize(const unsigned char* puRecord)
     unsigned int uSize;
     memcpy(&uSize, puRecord, g_uHeaderSize);
     return uSize;
+}
+
+void StoreSize(unsigned char* puRecord, unsigned int uSize)
+{
+    memcpy(puRecord, &uSize, g_uHeaderSize);
 }
 }  // namespace
 
@@ -46,7 +56,8 @@ bool CMemoryQueue::Initialize(unsigned int uSize, unsigned int uAlignment)
     m_puBegin = new (std::nothrow) unsigned char[uBufferSize];
     if (m_puBegin == nullptr) return false;
     m_puDataEnd = m_puEnd = m_puBegin + uBufferSize;
-    m_puRead = m_puWrite = m_puBegin;
+    m_puRead = m_puBegin;
+    MoveWriter(m_puBegin);
     m_uAlignment = std::max(uAlignment, 1U);
     return true;
 }
@@ -63,18 +74,17 @@ unsigned char* CMemoryQueue::Push(unsigned int uSize)
     if (m_puBegin == nullptr) return nullptr;
     const uint64_t uFootprint = Footprint(uSize);
     if (!FitsAtWrite(uFootprint) && !WrapForFootprint(uFootprint)) return nullptr;
-    memcpy(m_puWrite, &uSize, g_uHeaderSize);
+    StoreSize(m_puWrite, uSize);
     return PayloadOf(m_puWrite);
 }
 
 bool CMemoryQueue::Commit(const unsigned char* puPayload)
 {
-    if (puPayload == nullptr || Distance(m_puWrite, m_puEnd) < g_uHeaderSize) return false;
+    if (puPayload == nullptr || !HasRoomForHeader()) return false;
     if (puPayload != PayloadOf(m_puWrite)) return false;
-    // An old payload may lie where the next one would: what its header says still has to fit.
-    const uint64_t uFootprint = Footprint(LoadSize(m_puWrite));
-    if (!FitsAtWrite(uFootprint)) return false;
-    m_puWrite += uFootprint;
+    const unsigned int uSize = LoadSize(m_puWrite);
+    if (uSize == g_uNoRecord) return false;
+    MoveWriter(m_puWrite + Footprint(uSize));
     return true;
 }
 
@@ -91,8 +101,9 @@ bool CMemoryQueue::Pop()
     m_puRead += Footprint(LoadSize(m_puRead));
     if (m_puRead == m_puWrite)
     {
-        m_puRead = m_puWrite = m_puBegin;
+        m_puRead = m_puBegin;
         m_puDataEnd = m_puEnd;
+        MoveWriter(m_puBegin);
     }
     else if (m_puRead == m_puDataEnd)
     {
@@ -102,7 +113,7 @@ bool CMemoryQueue::Pop()
     return true;
 }
 
-/// In 64 bits, so that no size wraps to a small one.
+// In 64 bits, so that no size wraps to a small one.
 uint64_t CMemoryQueue::Footprint(unsigned int uSize) const
 {
     const uint64_t uHeader = QV_ALIGNUP_VAL<uint64_t>(g_uHeaderSize, m_uAlignment);
@@ -118,7 +129,19 @@ bool CMemoryQueue::FitsAtWrite(uint64_t uFootprint) const
     return uFootprint < uTail || (uFootprint == uTail && m_puRead != m_puBegin);
 }
 
-/// Moves the writer to the front if the tail is too short for the record and the front is not.
+// At the tail there may be less; in front of the reader there is always that much.
+bool CMemoryQueue::HasRoomForHeader() const
+{
+    return Distance(m_puWrite, m_puEnd) >= g_uHeaderSize;
+}
+
+void CMemoryQueue::MoveWriter(unsigned char* puWrite)
+{
+    m_puWrite = puWrite;
+    if (HasRoomForHeader()) StoreSize(m_puWrite, g_uNoRecord);
+}
+
+// Moves the writer to the front if the tail is too short for the record and the front is not.
 bool CMemoryQueue::WrapForFootprint(uint64_t uFootprint)
 {
     const bool bWrapped = m_puWrite < m_puRead;

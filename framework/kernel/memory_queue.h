@@ -36,11 +36,12 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 ///     read                                 data end         the writer has wrapped: one record is never split
 ///
 /// Ownership  Owns its buffer. A payload is the producer's until Commit() and the consumer's until Pop().
-/// Threads    No locking. One producer and one consumer share a queue under a lock of theirs: the producer holds it from
-///            Push() to Commit(), the consumer in Peek() and in Pop(), not in between while it uses the payload.
+/// Threads    No locking. One producer and one consumer share a queue under a lock of theirs: the producer holds it
+///            from Push() to Commit(), the consumer in Peek() and in Pop(), not in between while it uses the payload.
 /// Footprint  A record takes its size in 4 bytes, padding to the alignment, the payload, padding to 4 bytes: with
-///            alignment 1 it takes 4 bytes more than the payload, rounded up to 4. The ring is never filled to the last
-///            byte by records that begin at its start, or while the writer is behind the reader.
+///            alignment 1 it takes 4 bytes more than the payload, rounded up to 4. Full and empty are told apart by a
+///            gap: the writer never comes up to the oldest record, nor to the end while the oldest record is at the
+///            front.
 /// Cost       Constant, without allocation; payloads are never moved.
 class QV_EXPORT CMemoryQueue
 {
@@ -68,8 +69,8 @@ public:
     /// The payload of the oldest record; null when the queue is empty. *puSize, when given, becomes its size.
     unsigned char* Peek(unsigned int* puSize) const;
 
-    /// Releases the oldest record. False when the queue is empty. A queue that becomes empty starts over at the front of
-    /// its buffer, so that an empty one takes whatever a new one takes.
+    /// Releases the oldest record. False when the queue is empty. A queue that becomes empty starts over at the front
+    /// of its buffer, so that an empty one takes whatever a new one takes.
     bool Pop();
 
     bool IsEmpty() const { return m_puRead == m_puWrite; }
@@ -77,6 +78,8 @@ public:
 private:
     QV_HIDDEN uint64_t Footprint(unsigned int uSize) const;
     QV_HIDDEN bool FitsAtWrite(uint64_t uFootprint) const;
+    QV_HIDDEN bool HasRoomForHeader() const;
+    QV_HIDDEN void MoveWriter(unsigned char* puWrite);
     QV_HIDDEN bool WrapForFootprint(uint64_t uFootprint);
     QV_HIDDEN unsigned char* PayloadOf(unsigned char* puRecord) const;
 

@@ -27,7 +27,7 @@ CMutex::CMutex()
 CMutex::~CMutex()
 {
     pthread_mutex_destroy(&m_mutex);
-    // Through the compiler's eyes the object is dead and the store pointless; it is part of what callers see.
+    // The object is dead, so the compiler would drop the store, which is part of the contract.
     memset(&m_mutex, 0, sizeof(m_mutex));
     __asm__ volatile("" : : "r"(&m_mutex) : "memory");
 }

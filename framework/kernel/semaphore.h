@@ -60,7 +60,8 @@ private:
 ///     taken  blocks           false at once    free; one waiter wakes
 ///
 /// Threads    Every member, from any thread; the thread that signals need not be the one that waited.
-/// Time-outs  Above 0: milliseconds by the wall clock; without bTimedWait at construction false at once, even when free.
+/// Time-outs  Above 0: milliseconds by the wall clock; if constructed without bTimedWait, false at once, even when
+///            free. A time-out of 0 never blocks.
 /// Lifetime   Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
 class QV_EXPORT CBinarySemaphore
 {

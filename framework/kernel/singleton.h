@@ -25,7 +25,8 @@ protected:
 ///     class CRegistry : public CSingleton<CRegistry> { ... };
 ///     CRegistry::Instance()->Add(...);
 ///
-/// Ownership  The object lives until DestroyInstance(), which its module's shut-down calls; nothing destroys it at exit.
+/// Ownership  The object lives until DestroyInstance(), which its module's shut-down calls; nothing destroys it at
+///            exit.
 /// Threads    Instance() from any thread. DestroyInstance() takes no lock: only when no other thread runs.
 /// Lifetime   Between the start-up and the shut-down of the framework; Instance() outside it dereferences null.
 /// Failure    What operator new or T's constructor throws passes through. A constructor that throws anything but
@@ -55,7 +56,7 @@ T* CSingleton<T>::ms_pInstance = nullptr;
 template <typename T>
 T* CSingleton<T>::Instance()
 {
-    // Pairs with the release below: who sees the pointer sees the object whole.
+    // Pairs with the release below: a thread that sees the pointer sees the object complete.
     T* pInstance = __atomic_load_n(&ms_pInstance, __ATOMIC_ACQUIRE);
     if (pInstance != nullptr) return pInstance;
 

@@ -24,7 +24,7 @@ const char* FormatOrEmpty(const char* pszFormat)
     return pszFormat != nullptr ? pszFormat : "";
 }
 
-/// The text again, cut to nSize characters and without a terminator.
+// The text again, cut to nSize characters and without a terminator.
 void FormatCut(char* pszBuf, int nSize, const char* pszFormat, va_list args)
 {
     const size_t uSize = static_cast<size_t>(nSize);
@@ -72,7 +72,7 @@ bool IsHexDigit(unsigned char uCharacter)
     return isxdigit(uCharacter) != 0;
 }
 
-/// The value of a digit or letter; whatever else is passed gets a value that means nothing.
+// The value of a digit or letter; whatever else is passed gets a value that means nothing.
 unsigned int DigitValue(unsigned char uCharacter)
 {
     if (uCharacter >= '0' && uCharacter <= '9') return uCharacter - unsigned{'0'};

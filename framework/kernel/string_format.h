@@ -22,7 +22,7 @@ QV_EXPORT int QvStringCaseCompareLength(const char* pszA, const char* pszB, int 
 ///     vsnprintf() fails                the negative value that it returned
 ///
 /// So a result equal to nSize means that the text was cut and must not be read as a terminated one.
-/// Cost: formatting once, twice when cut.
+/// Cost: formatting once, twice when cut. Cutting to 256 characters or more throws what operator new[] throws.
 QV_EXPORT int QvVsnprintf(char* pszBuf, int nSize, const char* pszFormat, va_list args)
     __attribute__((format(printf, 3, 0)));
 QV_EXPORT int QvSnprintf(char* pszBuf, int nSize, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));

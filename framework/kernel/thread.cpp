@@ -43,22 +43,22 @@ bool g_bHasKey = false;
 // What stands in for the key at shut-down, when it is gone and the records are not.
 void* g_pvCurrentTsd = nullptr;
 
-/// What a thread has to know about itself even where there is no memory for its record.
+// What a thread has to know about itself even where there is no memory for its record.
 struct SSelf
 {
     CThread* pThread;
-    /// The value whose destructor is running, and the number of its key. It is still found, but has given its
-    /// reference to the key back: the key may be deleted meanwhile, and another one made in its place.
+    // The value whose destructor is running, and the number of its key. It is still found, but has given its
+    // reference to the key back: the key may be deleted meanwhile, and another one made in its place.
     const void* pvDyingValue;
     unsigned int uDyingKey;
-    /// The last thread that this one has started: only its starter has its handle before it runs.
+    // The last thread that this one has started: only its starter has its handle before it runs.
     const CThread* pStarted;
     unsigned int uStartedId;
     pthread_t hStarted;
 };
 thread_local SSelf t_stSelf = {};
 
-// With acquire and release order: who sees a state or a claim sees what was stored before it.
+// With acquire and release order: a thread that sees a state or a claim sees what was stored before it.
 unsigned int Load(const unsigned int& ruField)
 {
     return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(ruField)).load(std::memory_order_acquire);
@@ -81,7 +81,7 @@ QvResult SetScheduling(pthread_attr_t& rAttributes, const SScheduling& rstSchedu
 }
 }  // namespace
 
-/// One run of a thread, as long as it lasts: also one that ends in pthread_exit(), and one without a record.
+// One run of a thread, as long as it lasts: also one that ends in pthread_exit(), and one without a record.
 class CThread::CRun
 {
 public:
@@ -198,7 +198,7 @@ QvResult CThread::Join(unsigned int* puExitCode)
     }
     while (GetState() != eIDLE && !Reap())
     {
-        // Somebody else is about it: wait for what he waits for, and let him have it.
+        // Another thread is joining or detaching: wait until the run is over, let that thread finish, and look again.
         m_semRun.Wait();
         m_semRun.Signal(true);
     }
@@ -328,7 +328,7 @@ void* CThread::ThreadEntry(void* pvThread)
     const SScheduling& rstScheduling = g_astScheduling[pThread->m_ePriority];
     if (rstScheduling.nPolicy == SCHED_OTHER)
     {
-        // Of the process, not of the thread, and at every start: an effect that is kept.
+        // Of the process, not of the thread, and at every start, on purpose: StartThread() promises it.
         setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), rstScheduling.nPriority);
     }
     pThread->m_hThread = pthread_self();
@@ -428,7 +428,7 @@ void CThread::FinalizeTsd()
     while (ms_pTsdKeyHead != nullptr) DeleteKey(ms_pTsdKeyHead->uKey);
 }
 
-/// Waits until the run has ended and joins it, unless it was detached. False when another thread is doing that.
+// Waits until the run has ended and joins it, unless it was detached. False when another thread is doing that.
 bool CThread::Reap()
 {
     if (!ClaimReaping()) return false;
@@ -437,7 +437,7 @@ bool CThread::Reap()
         Store(m_uReaping, 0);
         return true;
     }
-    // The thread first and its record, gone by then, second: in the other order the caller would be woken twice.
+    // First the thread, then its record, which is gone by then: in the other order the caller would be woken twice.
     const pthread_t hKnown = KnownHandle();
     if (hKnown != 0) pthread_join(hKnown, nullptr);
     m_semRun.Wait();
@@ -449,7 +449,7 @@ bool CThread::Reap()
     return true;
 }
 
-/// A thread that somebody is joining already is left to him.
+// Does nothing when another thread is joining or detaching already.
 void CThread::Detach()
 {
     if (!ClaimReaping()) return;
@@ -458,14 +458,14 @@ void CThread::Detach()
     Store(m_uReaping, 0);
 }
 
-/// One thread at a time joins or detaches.
+// One thread at a time joins or detaches.
 bool CThread::ClaimReaping()
 {
     unsigned int uNobody = 0;
     return std::atomic_ref<unsigned int>(m_uReaping).compare_exchange_strong(uNobody, 1);
 }
 
-/// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. For who has claimed it.
+// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. After ClaimReaping().
 pthread_t CThread::KnownHandle() const
 {
     if (GetState() != eSTARTING) return m_hThread;
@@ -502,13 +502,13 @@ void CThread::CountEnd()
     if (bLast) ms_psemFinalizeWaitThread->Signal(false);
 }
 
-/// The calling thread's record, if it has one.
+// The calling thread's record, if it has one.
 CThread::STsd* CThread::PeekTsd()
 {
     return static_cast<STsd*>(g_bHasKey ? pthread_getspecific(ms_hTsdKey) : g_pvCurrentTsd);
 }
 
-/// Makes another record the calling thread's; returns the one that was.
+// Makes another record the calling thread's; returns the one that was.
 CThread::STsd* CThread::SwapCurrentTsd(STsd* pTsd)
 {
     STsd* const pPrevious = PeekTsd();
@@ -554,7 +554,7 @@ void CThread::UnlinkValue(STsd* pTsd, STsdValue* pValue)
     *ppLink = pValue->pNext;
 }
 
-/// Destroys the values that are there now. Destructors may add others, in front of them, and take others away.
+// Destroys the values that are there now. Destructors may add others, in front of them, and take others away.
 void CThread::DestroyValues(STsd* pTsd, bool bCallDestructors)
 {
     for (STsdValue* pValue = pTsd->pValues; pValue != nullptr;)
@@ -583,7 +583,7 @@ void CThread::DestroyValue(STsdValue* pValue, bool bCallDestructor)
     rstSelf.pvDyingValue = nullptr;
 }
 
-/// The caller holds ms_pmutex.
+// The caller holds ms_pmutex.
 void CThread::DropKeyReference(STsdKey* pKey)
 {
     if (--pKey->uRefCount != 0) return;

@@ -157,6 +157,7 @@ protected:
     };
 
     static void* ThreadEntry(void* pvThread);
+    /// Does nothing: part of the binary interface.
     static void ThreadEntryEnd();
     /// The calling thread's record, made by the first call; null without memory.
     static STsd* GetCurrentTsd();

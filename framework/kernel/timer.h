@@ -37,8 +37,8 @@ public:
 
     /// Waits for the end of the current period. True when it is over, false when the cycle was stopped meanwhile.
     /// A caller that is late gets true at once. Then the periods it missed end at once too, with bResynchronize false;
-    /// with bResynchronize true the current period is said to begin at now + (2^64 - lateness) mod period, which is
-    /// not the planned grid: use it when the distance of the calls matters, not their phase.
+    /// with bResynchronize true the next period counts from now + (2^64 - lateness) mod period, off the planned grid:
+    /// use it when the distance of the calls matters, not their phase.
     /// A stop is seen by the wait that is blocked when it comes. Without a wait blocked, the period is 0 from then on
     /// and every wait returns true at once: pair the stop with a flag of your own, and end the loop on the first false.
     bool CyclicWait(bool bResynchronize);
@@ -58,6 +58,7 @@ protected:
     alignas(CMutex) static unsigned char ms_aumutexThreadingProtection[sizeof(CMutex)];
     static CMutex* ms_pmutexThreadingProtection;
     alignas(CBinarySemaphore) static unsigned char ms_ausemWait[sizeof(CBinarySemaphore)];
+    /// Taken; nothing waits on it. Part of the binary interface.
     static CBinarySemaphore* ms_psemWait;
 
 private:

@@ -17,7 +17,7 @@ bool IsDigit(char cText)
     return cText >= '0' && cText <= '9';
 }
 
-/// Reads one number as sscanf("%u") does, but does not let one that is too large wrap. Moves rpszText behind it.
+// Reads one number as sscanf("%u") does, but does not let one that is too large wrap. Moves rpszText behind it.
 bool ReadPart(const char*& rpszText, unsigned char& ruPart)
 {
     while (isspace(static_cast<unsigned char>(*rpszText)) != 0) ++rpszText;

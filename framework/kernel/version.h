@@ -30,8 +30,8 @@ public:
     CVersion& SetRelease(unsigned char uRelease);
     CVersion& SetBuild(unsigned char uBuild);
 
-    /// Writes the dotted text, at most 15 characters, as QvSnprintf() would: a result equal to uSize means that the text
-    /// was cut and has no terminator.
+    /// Writes the dotted text, at most 15 characters, as QvSnprintf() would: a result equal to uSize means that the
+    /// text was cut and has no terminator.
     int GetStr(char* pszBuf, unsigned int uSize) const;
 
     /// Reads four decimal numbers with dots between them. White space before each number, a sign, and anything behind

@@ -99,6 +99,7 @@ TEST(CAliveObjLayout, TheStateFieldFollowsTheLife)
     EXPECT_STREQ("life", life->m_szName);
     EXPECT_EQ(CThread::ePRIORITY_1, life->m_ePriority);
     EXPECT_EQ(&CAliveObj::StartMechanism, life->m_pfnThread);
+    EXPECT_EQ(static_cast<unsigned int>(reinterpret_cast<uintptr_t>(&*life)), life->m_uParameter);
     EXPECT_EQ(QV_RES_INVALID_STATE, life->Activate("again", 0, CThread::ePRIORITY_2));
     life->m_mayEnd.Open();
     ASSERT_EQ(QV_RES_OK, life->Join(nullptr));

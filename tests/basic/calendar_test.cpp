@@ -106,8 +106,9 @@ TEST(Calendar, MonthsAndDaysOutOfRangeExtendTheFormula)
     }
     EXPECT_EQ(CTime::GetJulianDate(2025, 1, 1), CTime::GetJulianDate(2024, 13, 1));
     EXPECT_EQ(CTime::GetJulianDate(2024, 2, 29), CTime::GetJulianDate(2024, 3, 0));
-    // Month 0 is three months in front of March, in which the formula counts 91 days.
+    // Month 0 is three months in front of March, in which the formula counts 91 days, leap year or not.
     EXPECT_EQ(CTime::GetJulianDate(2024, 3, 1) - 91, CTime::GetJulianDate(2024, 0, 1));
+    EXPECT_EQ(CTime::GetJulianDate(2023, 3, 1) - 91, CTime::GetJulianDate(2023, 0, 1));
 }
 
 TEST(Calendar, KnownDaysHaveTheirNumbers)

@@ -186,6 +186,15 @@ TEST_F(CTimeTest, SettingTheClockTakesTheUtcValueAndPinningReadsIt)
     EXPECT_EQ("2024-05-06 07:08:09.100", TextOf(time, false)) << "and keeps its zone";
 }
 
+TEST_F(CTimeTest, AClockSetPast24HoursReadsOnTheNextDay)
+{
+    CTime time = At(2024, 2, 28);
+    time.SetTime(25, 0, 0, 0, true);
+    CTime::SetSystemTime(time);
+    EXPECT_EQ(25 * g_uHourMs, CTimeProbe::ms_uJulianTimeMs);
+    EXPECT_EQ("2024-02-29 01:00:00.000", TextOf(CTime(), true));
+}
+
 TEST_F(CTimeTest, PinningSetsTheDefaultFlagAsTheClockHasIt)
 {
     CTime time = At(2024, 1, 1);
@@ -227,6 +236,9 @@ TEST_F(CTimeTest, GettersGiveUtcOrTheLocalTimeOfTheObject)
     EXPECT_EQ("2024-03-10 03:00:00.000", TextOf(local, false));
     EXPECT_EQ((TPair{CTime::GetJulianDate(2024, 3, 10), 3 * g_uHourMs}), PairOf(local, false));
     EXPECT_EQ((TPair{CTime::GetJulianDate(2024, 3, 10), 7 * g_uHourMs}), PairOf(local, true));
+    local.SetDateAndTime(2024, 3, 1, 4, 0, 0, 0, true);
+    EXPECT_TRUE(local.GetDate(u[0], u[1], u[2], false));
+    EXPECT_EQ((std::vector<int>{2024, 2, 29}), (std::vector<int>{u[0], u[1], u[2]}));
 }
 
 TEST_F(CTimeTest, LocalMidnightMayReadAsHour24OfTheDayBefore)

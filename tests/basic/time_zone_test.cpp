@@ -456,12 +456,25 @@ TEST(CTimeZoneConversion, RulesMayLieInAnotherDayOfUtc)
     ExpectEnd(midnight, At(2023, 7, 20), true);
 }
 
+TEST(CTimeZoneConversion, RulesMayLieInAnotherYearOfUtc)
+{
+    const CTimeZone west("A5B4,J365/23,J100");
+    ExpectStart(west, At(2023, 1, 1, 4), true);
+    ExpectStart(west, At(2024, 1, 1, 4), true);
+    const CTimeZone east("A-5B-6,J300,0/1");
+    ExpectEnd(east, At(2022, 12, 31, 19), true);
+    ExpectEnd(east, At(2023, 12, 31, 19), true);
+    EXPECT_FALSE(IsDaylight(east, At(2024, 1, 1), true));
+}
+
 TEST(CTimeZoneConveniences, NameAndOffsetFollowTheMoment)
 {
     const CTimeZone zone(g_pszEastern);
     EXPECT_TRUE(zone.HasDayLightSaving());
     EXPECT_STREQ("EDT", zone.GetName(Day(2024, 7, 1), 0, true).CStr());
     EXPECT_STREQ("EST", zone.GetName(Day(2024, 1, 1), 0, true).CStr());
+    EXPECT_STREQ("EST", zone.GetName(Day(2024, 3, 10), 6 * g_uHour, true).CStr());
+    EXPECT_STREQ("EDT", zone.GetName(Day(2024, 3, 10), 6 * g_uHour, false).CStr());
     EXPECT_EQ(-4 * 3600000, zone.GetOffsetMs(Day(2024, 11, 3), g_uHour, false));
     EXPECT_EQ(-5 * 3600000, zone.GetOffsetMs(Day(2024, 11, 3), 6 * g_uHour, true));
 }

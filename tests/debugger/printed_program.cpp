@@ -1,5 +1,6 @@
 // A program for debugger/printers_test.cpp to stop in Show(), with an object of each kind that gdb has a printer for.
 #include <string.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <new>
@@ -10,6 +11,11 @@ namespace
 {
 constexpr unsigned int g_uMany = 300;
 constexpr unsigned char g_auBinaryId[] = {0x00, 0xFF, 0x10};
+// Text, and not one that ends.
+constexpr unsigned char g_auOpenId[] = {'a', 'b', 'c'};
+// A page with nothing behind it.
+unsigned char* const g_puLastPage = reinterpret_cast<unsigned char*>(0x6A0000000000);
+constexpr size_t g_uPageSize = 4096;
 QV_ECOM_GUID(g_textId, "example.Circle");
 
 struct SNamed
@@ -77,7 +83,8 @@ struct CBrokenTree : CAATreeBase
 struct CBrokenVList : CVListBase
 {
     CBrokenVList() : CVListBase(2, nullptr) { Insert(0, 1, nullptr); }
-    void Break() { *m_order.begin() = nullptr; }
+    void LoseElement() { *m_order.begin() = nullptr; }
+    void LoseOrder() { SetPointerIn(&m_order, 48, nullptr); }
 };
 
 struct SObjects
@@ -88,7 +95,9 @@ struct SObjects
     void FillTyped();
     void FillUntyped();
     void FillTimes();
-    void Break();
+    void BreakTexts();
+    void BreakContainers();
+    void BreakMarshalers();
 
     CString strEmpty, strText, strShared, strSpecial, strMany;
     CBlob blobEmpty, blob, blobBits, blobMany;
@@ -106,6 +115,7 @@ struct SObjects
     CVectorBase vectorBaseEmpty{4, nullptr}, vectorBase{2, false, nullptr}, vectorBaseWide{g_uMany, nullptr};
     CListBase listBaseEmpty{2, nullptr}, listBase{2, nullptr};
     CAATreeBase treeBaseEmpty{2, CompareShorts, 0, nullptr}, treeBase{2, CompareShorts, 0, nullptr};
+    CAATreeBase treeBaseAllocated{2, CompareShorts, 0, nullptr};
     CVListBase vlistBaseEmpty{2, nullptr}, vlistBase{2, nullptr};
 
     CTime time, timeLong, timeFar;
@@ -116,15 +126,17 @@ struct SObjects
     const QvResult resFail = QV_RES_FAIL;
     const QvResult& rRes = resFail;
     QvResult resWarning = 0x40000005, resSevere = static_cast<QvResult>(0xC0001234);
-    SEComGuid guidText = g_textId, guidBinary{3, g_auBinaryId}, guidEmpty{0, nullptr}, guidNull{3, nullptr};
+    SEComGuid guidText = g_textId, guidBinary{3, g_auBinaryId}, guidOpen{3, g_auOpenId};
+    SEComGuid guidEmpty{0, nullptr}, guidNull{3, nullptr};
     SEComGuid guidFar{3, reinterpret_cast<const unsigned char*>(16)};
     const CString& rstrText = strText;
 
     CBrokenVector vectorBroken;
     CBrokenList listCircle, listBack, listShort, listLong, listNoEnds;
     CBrokenTree treeCircle, treeShort, treeLong, treeNoRoot;
-    CBrokenVList vlistBroken;
-    CMarshaler marshalerCircle, marshalerLost;
+    CBrokenVList vlistBroken, vlistNoOrder;
+    CMarshaler marshalerCircle, marshalerLost, marshalerWrite, marshalerRead;
+    CString strBroken, strCut;
 
     alignas(16) unsigned char auGarbage[512];
     alignas(16) unsigned char auZeros[512];
@@ -137,7 +149,9 @@ SObjects::SObjects()
     FillTyped();
     FillUntyped();
     FillTimes();
-    Break();
+    BreakTexts();
+    BreakContainers();
+    BreakMarshalers();
     mutexHeld.Lock();
     mutexHeld.Lock();
     memset(auGarbage, 0xA5, sizeof(auGarbage));
@@ -205,6 +219,7 @@ void SObjects::FillUntyped()
     AppendShorts(vectorBase);
     AppendShorts(listBase);
     AppendShorts(treeBase);
+    treeBaseAllocated.Allocate();
     AppendShorts(vlistBase);
     memset(vectorBaseWide.Allocate(0), 0xAB, g_uMany);
 }
@@ -219,7 +234,21 @@ void SObjects::FillTimes()
     timeFar.SetDateAndTime(20000, 1, 1, 0, 0, 0, 0, true);
 }
 
-void SObjects::Break()
+void SObjects::BreakTexts()
+{
+    strBroken = "text";
+    const unsigned short uSize = 33, uCapacity = 32;
+    memcpy(const_cast<char*>(strBroken.CStr()) - sizeof(uSize), &uSize, sizeof(uSize));
+
+    // Its characters begin where the page ends.
+    mmap(g_puLastPage, g_uPageSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    unsigned char* const puInfo = g_puLastPage + g_uPageSize - 3 * sizeof(uSize);
+    memcpy(puInfo + sizeof(uSize), &uCapacity, sizeof(uSize));
+    memcpy(puInfo + 2 * sizeof(uSize), &uCapacity, sizeof(uSize));
+    SetPointerIn(&strCut, 8, puInfo);
+}
+
+void SObjects::BreakContainers()
 {
     vectorBroken.Break();
     listCircle.CloseCircle();
@@ -232,14 +261,20 @@ void SObjects::Break()
     treeShort.SetSize(4);
     treeLong.SetSize(2);
     treeNoRoot.LoseRoot();
-    vlistBroken.Break();
+    vlistBroken.LoseElement();
+    vlistNoOrder.LoseOrder();
+}
 
+void SObjects::BreakMarshalers()
+{
     // The second segment follows itself, and the write pointer is elsewhere.
     for (unsigned int u = 0; u < 100; ++u) marshalerCircle << static_cast<unsigned char>(u);
     void* const pvSegment = PointerIn(&marshalerCircle, 88);
     SetPointerIn(pvSegment, 88, pvSegment);
     SetPointerIn(&marshalerCircle, 8, nullptr);
     SetPointerIn(&marshalerLost, 24, nullptr);
+    SetPointerIn(&marshalerWrite, 0, nullptr);
+    SetPointerIn(&marshalerRead, 16, nullptr);
 }
 
 __attribute__((noinline)) void Show(const SObjects& rObjects)

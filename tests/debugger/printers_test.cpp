@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -47,6 +49,17 @@ SCase NoObject(const std::string& rMemory, const char* pszType, const char* pszW
     return {strName, std::string("*(") + pszType + "*)rObjects." + rMemory, pszWant};
 }
 
+// 0x00, 0x01, ..., 0xff, 0x00, ...
+std::string HexOfCountedBytes(int nCount)
+{
+    std::ostringstream text;
+    for (int n = 0; n < nCount; ++n)
+    {
+        text << (n == 0 ? "" : ", ") << "0x" << std::hex << std::setw(2) << std::setfill('0') << n % 256;
+    }
+    return text.str();
+}
+
 const std::vector<SCase>& Cases()
 {
     static const std::vector<SCase> cases = {
@@ -60,6 +73,9 @@ const std::vector<SCase>& Cases()
         Member("blob", "CBlob of 4 bytes, capacity 8, read index 1 = {0xde, 0xad, 0xbe, 0xef}"),
         Member("blobBits", "CBlob of 4 bytes, capacity 4, read index 2 and 3 bits = {0xde, 0xad, 0xbe, 0xef}"),
         Limited("blobMany", "CBlob of 300 bytes, capacity 300, read index 0 = {0x00, 0x01, 0x02, 0x03, 0x04...}"),
+
+        {"blobManyAll", "-elements unlimited -- rObjects.blobMany",
+         "CBlob of 300 bytes, capacity 300, read index 0 = {" + HexOfCountedBytes(300) + "}"},
 
         Member("marshalerEmpty", "CMarshaler of 0 bytes, 0 unread, 1 segment"),
         Member("marshaler", "CMarshaler of 5 bytes, 2 unread, 1 segment = {0x01, 0x02, 0x03, 0x04, 0x05}"),
@@ -93,6 +109,7 @@ const std::vector<SCase>& Cases()
         Member("listBase", "CListBase of 3 elements of 2 bytes, capacity 3 = {01 00, 02 00, 03 00}"),
         Member("treeBaseEmpty", "CAATreeBase of 0 elements of 2 bytes, capacity 0"),
         Member("treeBase", "CAATreeBase of 3 elements of 2 bytes, capacity 3 = {01 00, 02 00, 03 00}"),
+        Member("treeBaseAllocated", "CAATreeBase of 0 elements of 2 bytes, capacity 1"),
         Member("vlistBaseEmpty", "CVListBase of 0 elements of 2 bytes, capacity 0"),
         Member("vlistBase", "CVListBase of 3 elements of 2 bytes, capacity 3 = {01 00, 02 00, 03 00}"),
 
@@ -122,6 +139,7 @@ const std::vector<SCase>& Cases()
         Member("guidText", "SEComGuid of 15 bytes: 65 78 61 6d 70 6c 65 2e 43 69 72 63 6c 65 00 \"example.Circle\""),
         Limited("guidText", "SEComGuid of 15 bytes: 65 78 61 6d 70..."),
         Member("guidBinary", "SEComGuid of 3 bytes: 00 ff 10"),
+        Member("guidOpen", "SEComGuid of 3 bytes: 61 62 63"),
         Member("guidEmpty", "SEComGuid of 0 bytes"),
         Member("guidNull", "<SEComGuid: 3 bytes at null>"),
         Member("guidFar", "<SEComGuid: Cannot access memory at address 0x10>"),
@@ -151,8 +169,13 @@ const std::vector<SCase>& Cases()
         Broken("CAATreeBase", "treeNoRoot", "<CAATreeBase: size 3 and no root>"),
         Broken("CVListBase", "vlistBroken",
                "CVListBase of 1 element of 2 bytes, capacity 1 = {<Cannot access memory at address 0x0>}"),
+        Broken("CVListBase", "vlistNoOrder", "<CVListBase: no storage>"),
+        Member("strBroken", "<CString: size 33 above capacity 32>"),
+        Member("strCut", "<CString: Cannot access memory at address 0x6a0000001000>"),
         Member("marshalerCircle", "<CMarshaler: its segments form a circle>"),
         Member("marshalerLost", "<CMarshaler: the read pointer is in none of its segments>"),
+        Member("marshalerWrite", "<CMarshaler: the write pointer is outside of its segment>"),
+        Member("marshalerRead", "<CMarshaler: the read pointer is outside of its segment>"),
 
         NoObject(g_strGarbage, "CString", "<CString: Cannot access memory at address 0xa5a5a5a5a5a5a5a9>"),
         NoObject(g_strGarbage, "CBlob", "<CBlob: elements that are not bytes>"),
@@ -288,19 +311,24 @@ const CGdbRun& RunOfCoreDump()
     return run;
 }
 
+const std::string& InstallationPrefix()
+{
+    static const CScratchDirectory prefix;
+    return prefix.GetPath();
+}
+
 // The optimised program, with the installed library, stripped of all that a debugger wants.
 const CGdbRun& RunOfInstallation()
 {
-    static const CScratchDirectory prefix;
     static const CGdbRun run = []
     {
+        const std::string& rPrefix = InstallationPrefix();
         const SRunResult installation =
-            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", prefix.GetPath()});
+            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", rPrefix});
         EXPECT_EQ(0, installation.nStatus) << installation.strOutput << installation.strErrors;
-        const std::string strAutoLoad = prefix.GetPath() + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
+        const std::string strAutoLoad = rPrefix + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
         std::vector<std::string> commands = CommandsToShow();
-        commands.insert(commands.begin(),
-                        "set environment LD_LIBRARY_PATH " + prefix.GetPath() + "/" ORVEL_INSTALL_LIBDIR);
+        commands.insert(commands.begin(), "set environment LD_LIBRARY_PATH " + rPrefix + "/" ORVEL_INSTALL_LIBDIR);
         return CGdbRun({"add-auto-load-scripts-directory " + strAutoLoad, "add-auto-load-safe-path " + strAutoLoad},
                        commands, ExpressionsOf(Cases()), {ORVEL_PRINTED_OPTIMIZED});
     }();
@@ -344,6 +372,16 @@ TEST(CPrinters, RaiseNothingAndAreLoadedInSilence)
     }
 }
 
+// Removing the library would leave it there, and not everybody may write there.
+TEST(CPrinters, WriteNothingBesideTheInstalledLibrary)
+{
+    RunOfInstallation();
+    for (const auto& rEntry : std::filesystem::recursive_directory_iterator(InstallationPrefix()))
+    {
+        EXPECT_NE("__pycache__", rEntry.path().filename()) << rEntry.path();
+    }
+}
+
 // The script is run again each time the library is, and perhaps by hand.
 TEST(CPrinters, LoadTwiceAndStandOnce)
 {
@@ -367,6 +405,17 @@ TEST(CPrinters, TellWhoHoldsAMutex)
     const CGdbRun run(BuildTreeSetup(), CommandsToShow(), {"rObjects.mutexHeld"}, {ORVEL_PRINTED_PROGRAM});
     EXPECT_TRUE(std::regex_match(run.GetText(0), std::regex("CMutex, held by LWP [1-9][0-9]*, 2 times")))
         << run.GetText(0);
+}
+
+TEST(CPrinters, GiveUpWhereThereIsNoEndInSight)
+{
+    std::vector<std::string> commands = CommandsToShow();
+    commands.push_back(
+        "python import orvel_printers; orvel_printers.MAX_SEGMENTS = 2; orvel_printers.MAX_TREE_HEIGHT = 1");
+    const CGdbRun run(BuildTreeSetup(), commands, {"rObjects.marshalerMany", "rObjects.treeBase"},
+                      {ORVEL_PRINTED_PROGRAM});
+    EXPECT_EQ("<CMarshaler: more than 2 segments>", run.GetText(0)) << run.GetResult().strErrors;
+    EXPECT_EQ("CAATreeBase of 3 elements of 2 bytes, capacity 3 = {<the tree is too high>}", run.GetText(1));
 }
 
 // The names in the printers are a copy.

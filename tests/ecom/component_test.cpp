@@ -195,6 +195,18 @@ TEST_F(CComponents, AnAggregateWhosePartCannotBeMadeIsNotMade)
     EXPECT_EQ(0, g_nFramesAlive);
 }
 
+TEST_F(CComponents, AnAggregateWithoutItsPartYetAnswersForItself)
+{
+    CEComUnknown* pObject = nullptr;
+    ASSERT_EQ(QV_RES_OK, CreateEComObject<CFrameAround<CLSID_Circle>>(nullptr, &pObject));
+    void* pvInterface = &pvInterface;
+    EXPECT_EQ(QV_RES_NO_INTERFACE, pObject->NonDelegatingQueryIf(IShape::GetIid(), &pvInterface));
+    EXPECT_EQ(nullptr, pvInterface);
+    EXPECT_EQ(QV_RES_OK, pObject->NonDelegatingQueryIf(IFrame::GetIid(), &pvInterface));
+    EXPECT_EQ(1u, static_cast<IFrame*>(pvInterface)->ReleaseIfRef());
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+}
+
 TEST_F(CComponents, APartKeptByItselfIsAskedForItsUnknownOnly)
 {
     CEComPtr<IFrame> pFrame;

@@ -82,4 +82,12 @@ TEST(PluginsExample, ReportsAFullDisk)
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("plugins: standard output: No space left on device\n", result.strErrors);
 }
+
+TEST(PluginsExample, ReportsInputThatCannotBeRead)
+{
+    const SRunResult result = RunProgram("/bin/sh", {"-c", ORVEL_BINARY_DIR "/examples/plugins/plugins upper < /"});
+    EXPECT_EQ(1, result.nStatus);
+    EXPECT_EQ("", result.strOutput);
+    EXPECT_EQ("plugins: standard input: Is a directory\n", result.strErrors);
+}
 }  // namespace

@@ -6,9 +6,14 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstddef>
+#include <memory>
+#include <vector>
 
 #include "framework/kernel/alive.h"
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/gate.h"
+#include "tests/support/object_bytes.h"
 
 namespace
 {
@@ -17,6 +22,26 @@ bool g_bPolicyFails = false;
 /// The semaphore that lets a behaviour begin, of the object under test; how often it was waited for.
 const void* g_pvGo = nullptr;
 std::atomic<unsigned int> g_uGoWaits = 0;
+/// The same of the semaphore that tells that the thread runs.
+const void* g_pvStarted = nullptr;
+unsigned int g_uStartedWaits = 0;
+/// The mutex of the state, of the object under test; whether it was taken when the thread was created.
+const CMutex* g_pStateMutex = nullptr;
+bool g_bStateWasTaken = false;
+/// The semaphore of an object's run; whether the mutex of its state was still there when the run was waited for.
+const void* g_pvRun = nullptr;
+bool g_bStateWasThere = false;
+
+constexpr std::size_t g_uSEM_RUN_AT = 64;
+constexpr std::size_t g_uSTARTED_AT = 232;
+constexpr std::size_t g_uGO_AT = 376;
+constexpr std::size_t g_uSTATE_MUTEX_AT = 568;
+
+template <typename TPart>
+const TPart* PartOf(const CAliveObj& rObject, std::size_t uOffset)
+{
+    return reinterpret_cast<const TPart*>(reinterpret_cast<const unsigned char*>(&rObject) + uOffset);
+}
 
 class CCounting : public CAliveObj
 {
@@ -44,6 +69,7 @@ extern "C"
                                  void* pvArgument) noexcept
     {
         using TCreate = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+        if (g_pStateMutex != nullptr) g_bStateWasTaken = !g_pStateMutex->IsOpen();
         if (g_bCreateFails) return EAGAIN;
         TCreate* pfnCreate = __interceptor_pthread_create;
         if (pfnCreate == nullptr) pfnCreate = reinterpret_cast<TCreate*>(dlsym(RTLD_NEXT, "pthread_create"));
@@ -58,6 +84,9 @@ extern "C"
 bool CBinarySemaphore::Wait() const
 {
     if (this == g_pvGo) ++g_uGoWaits;
+    if (this == g_pvStarted) ++g_uStartedWaits;
+    // Destroyed, a mutex is all zeros.
+    if (this == g_pvRun) g_bStateWasThere = BytesAt(g_pStateMutex, 8, 40) != std::vector<unsigned char>(40);
     return m_sem.Wait();
 }
 
@@ -68,6 +97,8 @@ protected:
     {
         g_bCreateFails = false;
         g_bPolicyFails = false;
+        g_pvGo = g_pvStarted = g_pvRun = nullptr;
+        g_pStateMutex = nullptr;
     }
     CFrameworkScope m_framework;
     CCounting m_object;
@@ -115,10 +146,51 @@ TEST_F(CAliveObjCalls, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
 
 TEST_F(CAliveObjCalls, NoBehaviourBeginsBeforeItIsLetGo)
 {
-    g_pvGo = reinterpret_cast<const unsigned char*>(&m_object) + 376;
+    g_pvGo = PartOf<CBinarySemaphore>(m_object, g_uGO_AT);
     g_uGoWaits = 0;
     EXPECT_EQ(QV_RES_OK, m_object.Activate());
     m_object.Join(nullptr);
     EXPECT_EQ(1u, m_object.m_uGoWaitsBefore);
-    g_pvGo = nullptr;
+}
+
+TEST_F(CAliveObjCalls, AnActivationWaitsForItsThreadToRunAndARefusedOneForNothing)
+{
+    g_pvStarted = PartOf<CBinarySemaphore>(m_object, g_uSTARTED_AT);
+    g_uStartedWaits = 0;
+    g_bCreateFails = true;
+    EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, m_object.Activate());
+    EXPECT_EQ(0u, g_uStartedWaits);
+    g_bCreateFails = false;
+    EXPECT_EQ(QV_RES_OK, m_object.Activate());
+    EXPECT_EQ(1u, g_uStartedWaits);
+    m_object.Join(nullptr);
+}
+
+TEST_F(CAliveObjCalls, TheStateIsNobodyElsesWhileTheThreadIsStarted)
+{
+    g_pStateMutex = PartOf<CMutex>(m_object, g_uSTATE_MUTEX_AT);
+    g_bStateWasTaken = false;
+    EXPECT_EQ(QV_RES_OK, m_object.Activate());
+    EXPECT_TRUE(g_bStateWasTaken);
+    EXPECT_TRUE(m_object.Join(nullptr) == QV_RES_OK && g_pStateMutex->IsOpen());
+}
+
+TEST_F(CAliveObjCalls, AnObjectThatIsDestroyedKeepsItsPartsUntilItsThreadHasEnded)
+{
+    struct SBare : public CAliveObj
+    {
+        explicit SBare(CGate& rOver) : m_rOver(rOver) {}
+        void Behavior() override {}
+        void BehaviorTerminating() override { m_rOver.Open(); }
+        CGate& m_rOver;
+    };
+    CGate over;
+    auto pBare = std::make_unique<SBare>(over);
+    EXPECT_EQ(QV_RES_OK, pBare->Activate(nullptr, 0, CThread::eNORMAL));
+    over.Pass();
+    g_pvRun = PartOf<CBinarySemaphore>(*pBare, g_uSEM_RUN_AT);
+    g_pStateMutex = PartOf<CMutex>(*pBare, g_uSTATE_MUTEX_AT);
+    g_bStateWasThere = false;
+    pBare.reset();
+    EXPECT_TRUE(g_bStateWasThere);
 }

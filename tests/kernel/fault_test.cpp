@@ -52,6 +52,15 @@ extern "C" QV_EXPORT int raise(int nSignal) noexcept
 
 namespace
 {
+/// Sanitizers have handlers of their own, and who starts the tests may ignore or block what he likes (nohup: SIGHUP).
+void ForgetInheritedSignals()
+{
+    for (int nSignal = 1; nSignal < SIGRTMIN; ++nSignal) SetHandler(nSignal, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 /// How a child ends that does something: its exit status, or 1000 and the number of the signal that killed it.
 int EndOf(const std::function<int()>& rWhat)
 {
@@ -60,8 +69,7 @@ int EndOf(const std::function<int()>& rWhat)
     {
         const struct rlimit noCore = {0, 0};
         setrlimit(RLIMIT_CORE, &noCore);
-        // Sanitizers have handlers of their own.
-        for (int nSignal : g_anSIGNALS) SetHandler(nSignal, SIG_DFL);
+        ForgetInheritedSignals();
         alarm(20);  // a signal that is never taken its usual way ends the test as well
         _exit(rWhat());
     }
@@ -251,6 +259,26 @@ TEST(CFaultHandler, TurnsABrokenPipeIntoAnError)
                          if (write(anPipe[1], "x", 1) != -1 || errno != EPIPE) return 2;
                          UnInstallGenericFaultHandler();
                          if (write(anPipe[1], "x", 1) != -1 || errno != EPIPE) return 3;
+                         return 0;
+                     }));
+}
+
+TEST(CFaultHandler, AddsOneSignalToThoseThatAreBlocked)
+{
+    EXPECT_EQ(0, EndOf(
+                     []
+                     {
+                         sigset_t mask;
+                         sigemptyset(&mask);
+                         sigaddset(&mask, SIGUSR1);
+                         sigprocmask(SIG_SETMASK, &mask, nullptr);
+                         InstallGenericFaultHandler();
+                         sigprocmask(SIG_SETMASK, nullptr, &mask);
+                         for (int nSignal = 1; nSignal < SIGRTMIN; ++nSignal)
+                         {
+                             const bool bWant = nSignal == SIGUSR1 || nSignal == SIGPIPE;
+                             if ((sigismember(&mask, nSignal) != 0) != bWant) return nSignal;
+                         }
                          return 0;
                      }));
 }

@@ -347,18 +347,58 @@ TEST(CMemoryQueueCommit, TakesOnlyWhatTheLastPushGave)
     EXPECT_TRUE(queue.IsEmpty());
 }
 
-TEST(CMemoryQueueCommit, OfAnOldRecordThatNoLongerFitsIsRefused)
+TEST(CMemoryQueueCommit, OfARecordThatWasReleasedIsRefusedWhereverTheWriterStands)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 4));
+    unsigned char* const puFirst = queue.Push(8);
+    ASSERT_TRUE(queue.Commit(puFirst));
+    unsigned char* const puSecond = queue.Push(8);
+    ASSERT_TRUE(queue.Commit(puSecond));
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(queue.Pop());
+    EXPECT_FALSE(queue.Commit(puFirst)) << "the queue is back at the front, where this one was";
+    EXPECT_TRUE(queue.IsEmpty());
+    ASSERT_TRUE(PushSize(queue, 8));
+    EXPECT_FALSE(queue.Commit(puSecond)) << "the writer is back where this one was";
+    ASSERT_TRUE(queue.Pop());
+    EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCommit, OfAReleasedRecordThatWouldNotFitAnyMoreIsRefused)
 {
     CMemoryQueue queue;
     ASSERT_TRUE(queue.Initialize(64, 1));
+    ASSERT_TRUE(PushSize(queue, 4));
     unsigned char* const puOld = queue.Push(44);
     ASSERT_TRUE(queue.Commit(puOld));
+    ASSERT_TRUE(PushSize(queue, 0));
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(PushSize(queue, 4));  // wraps: the next one would begin where the old one did
+    EXPECT_FALSE(queue.Commit(puOld)) << "would run over the record that is left at the tail";
+    EXPECT_EQ(0u, Oldest(queue).size());
+    EXPECT_FALSE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCommit, WithoutAPushIsRefused)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 4));
+    EXPECT_FALSE(queue.Commit(SFields(queue).puBegin + 4));
+    EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCommit, AtTheEndOfTheBufferReadsNothingBehindIt)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(32, 1));
+    ASSERT_TRUE(PushSize(queue, 4));
     ASSERT_TRUE(PushSize(queue, 4));
     ASSERT_TRUE(queue.Pop());
-    ASSERT_TRUE(PushSize(queue, 4));  // the tail is full now
-    ASSERT_NE(nullptr, queue.Push(20));
-    StoreAt(puOld - sizeof(unsigned int), 0, 44u);
-    EXPECT_FALSE(queue.Commit(puOld)) << "would run over the records behind it";
+    ASSERT_TRUE(PushSize(queue, 12));
+    ASSERT_EQ(32, SFields(queue).nWrite);
+    EXPECT_FALSE(queue.Commit(SFields(queue).puBegin + 32 + 4));
     EXPECT_EQ(4u, Oldest(queue).size());
 }
 

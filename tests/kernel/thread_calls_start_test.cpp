@@ -16,6 +16,13 @@
 #include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
 
+// For what a sanitizer calls while it starts itself.
+#if defined(__clang__)
+#define NOT_INSTRUMENTED __attribute__((disable_sanitizer_instrumentation))
+#else
+#define NOT_INSTRUMENTED
+#endif
+
 namespace
 {
 struct SFailures
@@ -34,18 +41,34 @@ std::atomic<unsigned int> g_uNiceWho = 0;
 std::atomic<int> g_nNiceValue = -1;
 std::atomic<unsigned int> g_uJoins = 0;
 std::atomic<unsigned int> g_uDetaches = 0;
+std::atomic<pthread_t> g_hCreated = 0;
+/// A handle that stands for no thread any more; joining it is counted instead.
+std::atomic<pthread_t> g_hGone = 0;
+std::atomic<unsigned int> g_uJoinsOfGone = 0;
+/// Threads stop at it before they run, when there is one; opened when the thread of the test waits for something.
+std::atomic<CGate*> g_pStop = nullptr;
+thread_local bool t_bOpensStop = false;
 
+/// What stands behind a function that is replaced here: the sanitizer's, where there is one, or the C library's.
 template <typename TFunction>
-TFunction* Real(const char* pszName)
+NOT_INSTRUMENTED TFunction* Real(const char* pszName, TFunction* pfnSanitizers = nullptr)
 {
-    return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+    return pfnSanitizers != nullptr ? pfnSanitizers : reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+}
+
+void OpenStop()
+{
+    if (t_bOpensStop) g_pStop.load()->Open();
 }
 }  // namespace
 
 extern "C"
 {
-    // Sanitizers must see a thread begin: where there is one, it offers its own function under this name.
+    // Sanitizers must see what threads do: where there is one, it offers its own functions under these names.
     int __interceptor_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) __attribute__((weak));
+    int __interceptor_pthread_cond_wait(pthread_cond_t*, pthread_mutex_t*) __attribute__((weak));
+    int __interceptor_pthread_join(pthread_t, void**) __attribute__((weak));
+    int __interceptor_pthread_detach(pthread_t) __attribute__((weak));
 
     QV_EXPORT int pthread_attr_setinheritsched(pthread_attr_t* pAttributes, int nInherit) noexcept
     {
@@ -68,8 +91,7 @@ extern "C"
     QV_EXPORT int pthread_create(pthread_t* phThread, const pthread_attr_t* pAttributes, void* (*pfnStart)(void*),
                                  void* pvArgument) noexcept
     {
-        static const auto pfnReal =
-            Real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+        static const auto pfnReal = Real("pthread_create", __interceptor_pthread_create);
         std::size_t uStackSize = 0;
         pthread_attr_getstacksize(pAttributes, &uStackSize);
         pthread_attr_t fresh;
@@ -79,29 +101,38 @@ extern "C"
         pthread_attr_destroy(&fresh);
         g_calls.push_back(uStackSize == uDefault ? "create" : "create with another stack size");
         if (g_failures.bCreate) return EAGAIN;
-        const auto pfnCreate = __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : pfnReal;
-        return pfnCreate(phThread, pAttributes, pfnStart, pvArgument);
+        const int nResult = pfnReal(phThread, pAttributes, pfnStart, pvArgument);
+        g_hCreated = *phThread;
+        return nResult;
+    }
+    QV_EXPORT int pthread_cond_wait(pthread_cond_t* pCondition, pthread_mutex_t* pMutex)
+    {
+        static const auto pfnReal = Real("pthread_cond_wait", __interceptor_pthread_cond_wait);
+        OpenStop();
+        return pfnReal(pCondition, pMutex);
     }
     QV_EXPORT int pthread_join(pthread_t hThread, void** ppvResult)
     {
-        static const auto pfnReal = Real<int(pthread_t, void**)>("pthread_join");
+        static const auto pfnReal = Real("pthread_join", __interceptor_pthread_join);
+        OpenStop();
         ++g_uJoins;
+        if (hThread == g_hGone) return static_cast<int>(++g_uJoinsOfGone);
         return pfnReal(hThread, ppvResult);
     }
     QV_EXPORT int pthread_detach(pthread_t hThread) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_t)>("pthread_detach");
+        static const auto pfnReal = Real("pthread_detach", __interceptor_pthread_detach);
         ++g_uDetaches;
         return pfnReal(hThread);
     }
-    QV_EXPORT int pthread_key_create(pthread_key_t* phKey, void (*pfnDestructor)(void*)) noexcept
+    QV_EXPORT NOT_INSTRUMENTED int pthread_key_create(pthread_key_t* phKey, void (*pfnDestructor)(void*)) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_key_t*, void (*)(void*))>("pthread_key_create");
+        const auto pfnReal = Real<int(pthread_key_t*, void (*)(void*))>("pthread_key_create");
         return g_failures.bKey ? EAGAIN : pfnReal(phKey, pfnDestructor);
     }
-    QV_EXPORT int pthread_setspecific(pthread_key_t hKey, const void* pvValue) noexcept
+    QV_EXPORT NOT_INSTRUMENTED int pthread_setspecific(pthread_key_t hKey, const void* pvValue) noexcept
     {
-        static const auto pfnReal = Real<int(pthread_key_t, const void*)>("pthread_setspecific");
+        const auto pfnReal = Real<int(pthread_key_t, const void*)>("pthread_setspecific");
         // Sanitizers have keys of their own.
         return g_failures.bSetSpecific && hKey == CThreadProbe::ms_hTsdKey ? ENOMEM : pfnReal(hKey, pvValue);
     }
@@ -110,6 +141,8 @@ extern "C"
         ++g_uNiceCalls;
         g_uNiceWho = eWhich == PRIO_PROCESS ? uWho : 0;
         g_nNiceValue = nValue;
+        CGate* const pStop = g_pStop;
+        if (pStop != nullptr) pStop->Pass();
         return 0;
     }
 }
@@ -213,6 +246,49 @@ TEST_F(CThreadCalls, LeaveAThreadThatJoinsItselfWhileAnotherJoinsItToTheOther)
     EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
     EXPECT_EQ(0u, g_uDetaches);
     EXPECT_EQ(1u, g_uJoins);
+}
+
+TEST_F(CThreadCalls, JoinOnceWhatAnotherThreadHasStartedAndWhatDoesNotRunYet)
+{
+    static CGate s_firstIsOver;
+    static CGate s_stop;
+    static CThread* s_pThread = nullptr;
+    static CThread s_other;
+    s_firstIsOver.Shut();
+    s_stop.Shut();
+    s_pThread = &m_thread;
+    // Starts the second run: its thread exists then, but only its starter has been told by which handle. Another thread
+    // before it takes the handle of the first, which the system likes to use again.
+    const auto pfnStart = [](unsigned int)
+    {
+        s_firstIsOver.Pass();
+        g_pStop = &s_stop;
+        s_other.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+        return static_cast<unsigned int>(s_pThread->StartThread(Return, 7, nullptr, 0, CThread::eNORMAL));
+    };
+    CThread starter;
+    ASSERT_EQ(QV_RES_OK, starter.StartThread(pfnStart, 0, nullptr, 0, CThread::eNORMAL));
+    Start();
+    const pthread_t hFirst = g_hCreated;
+    m_thread.Join(nullptr);
+    s_firstIsOver.Open();
+    starter.Join(nullptr);
+    ASSERT_EQ(CThread::eSTARTING, m_thread.GetState());
+    g_hGone = hFirst != g_hCreated ? hFirst : 0;
+    g_uJoinsOfGone = 0;
+    g_uJoins = 0;
+
+    unsigned int uExitCode = 0;
+    t_bOpensStop = true;
+    EXPECT_EQ(QV_RES_OK, m_thread.Join(&uExitCode));
+    t_bOpensStop = false;
+    g_pStop = nullptr;
+    g_hGone = 0;
+    const unsigned int uJoins = g_uJoins;
+    s_other.Join(nullptr);
+    EXPECT_EQ(7u, uExitCode);
+    EXPECT_EQ(1u, uJoins);
+    EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started an earlier run";
 }
 
 TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)

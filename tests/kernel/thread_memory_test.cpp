@@ -272,6 +272,13 @@ TEST(EventObserversWithoutMemory, AreNotRegisteredAndTheOthersAreCalled)
     NotifyEventObservers(EEventNotifier::eAPPLICATION);
     EXPECT_EQ(3, s_nCalls);
     UnregisterEventObserver(observe, &nFirst);
+    {
+        const CNoMemory none;
+        RegisterEventObserver(observe, &nFirst);
+    }
+    NotifyEventObservers(EEventNotifier::eAPPLICATION);
+    EXPECT_EQ(5, s_nCalls) << "in the place that was left";
+    UnregisterEventObserver(observe, &nFirst);
     UnregisterEventObserver(observe, &nSecond);
 }
 #endif

@@ -101,6 +101,24 @@ TEST_F(CThreadModule, StartsAfreshAfterItStopped)
     }
 }
 
+TEST_F(CThreadModule, TakesNoValueForOneThatItDestroyedWhenItStopped)
+{
+    CThread::CreateKey(Note, g_uKey);
+    CThread::SetSpecific(g_uKey, 1);
+    FinalizeCThread();
+    EXPECT_EQ(QV_RES_OK, InitializeCThread());
+    CThread::CreateKey(nullptr, g_uKey);
+    // One of them is likely to get the memory that the destroyed one has left.
+    for (unsigned int u = 2; u < 50; ++u)
+    {
+        CThread::CreateKey(nullptr, g_uKey);
+        EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, u));
+        unsigned int uValue = 0;
+        EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(g_uKey, uValue));
+        EXPECT_EQ(u, uValue);
+    }
+}
+
 TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedAndHasDestroyedItsValues)
 {
     static std::atomic<unsigned int> s_uEnded = 0;

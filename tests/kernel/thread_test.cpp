@@ -389,6 +389,28 @@ TEST_F(CThreadRun, HasACountedRecordThatNamesIt)
     EXPECT_TRUE(s_stSeen.bCounted);
 }
 
+TEST_F(CThreadRun, IsNobodyToWhatRunsOnItsThreadAfterItsRecordIsGone)
+{
+    static pthread_key_t s_hKey = 0;
+    static bool s_bSecondTurn = false;
+    static CThread* s_pSelf = nullptr;
+    s_bSecondTurn = false;
+    s_pSelf = &m_thread;
+    // Asks for a second turn: that comes when every key of the first has had its own, the module's too.
+    const auto pfnDestructor = [](void* pvValue)
+    {
+        if (s_bSecondTurn) s_pSelf = CThread::GetThreadSelf();
+        else pthread_setspecific(s_hKey, pvValue);
+        s_bSecondTurn = true;
+    };
+    ASSERT_EQ(0, pthread_key_create(&s_hKey, pfnDestructor));
+    Start(m_thread, [](unsigned int) { return static_cast<unsigned int>(pthread_setspecific(s_hKey, &s_hKey)); });
+    m_thread.Join(nullptr);
+    EXPECT_TRUE(s_bSecondTurn);
+    EXPECT_EQ(nullptr, s_pSelf) << "the object may be gone by now";
+    pthread_key_delete(s_hKey);
+}
+
 TEST_F(CThreadRun, JoinsFromTwoThreadsAtOnce)
 {
     StartWaiting(m_thread, 11);

@@ -3,6 +3,8 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -21,7 +23,7 @@ protected:
         std::string name = (fs::temp_directory_path() / "orvel-deb-XXXXXX").string();
         ASSERT_NE(nullptr, mkdtemp(name.data()));
         ms_directory = name;
-        Shell("'" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " + Quoted(name));
+        Shell("umask 077; '" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " + Quoted(name));
     }
     static void TearDownTestSuite() { fs::remove_all(ms_directory); }
 
@@ -33,6 +35,12 @@ protected:
     static std::string Field(const std::string& rPackage, const std::string& rField)
     {
         return Shell("dpkg-deb --field " + File(rPackage) + " " + rField);
+    }
+
+    // A shell command that unpacks a package to its output, as tar does it.
+    static std::string Unpack(const std::string& rPackage, const std::string& rTarOptions)
+    {
+        return "dpkg-deb --fsys-tarfile " + File(rPackage) + " | tar " + rTarOptions;
     }
 
     // The names of a package's dependencies, without their versions.
@@ -51,7 +59,7 @@ protected:
     static std::set<std::string> Contents(const std::string& rPackage)
     {
         std::set<std::string> names;
-        std::istringstream stream(Shell("dpkg-deb --fsys-tarfile " + File(rPackage) + " | tar --list"));
+        std::istringstream stream(Shell(Unpack(rPackage, "--list")));
         for (std::string name; std::getline(stream, name);)
         {
             if (name.back() != '/') names.insert(name.substr(1));
@@ -85,6 +93,16 @@ TEST_F(CDeb, TheRuntimePackageHoldsTheLibraryUnderItsSoname)
               libraries);
 }
 
+TEST_F(CDeb, TheLibraryIsStripped)
+{
+    const std::string sections = Shell(
+        "library=$(mktemp); trap 'rm \"$library\"' EXIT; " +
+        Unpack(g_strRuntime, "--extract --to-stdout ./usr/lib/" + Triplet() + "/liborvel_framework.so." ORVEL_VERSION) +
+        " >\"$library\"; readelf --sections --wide \"$library\"");
+    EXPECT_NE(std::string::npos, sections.find(" .dynsym "));
+    EXPECT_EQ(std::string::npos, sections.find(" .symtab "));
+}
+
 TEST_F(CDeb, TheRuntimePackageDependsOnWhatTheLibraryIsLinkedWith)
 {
     EXPECT_EQ((std::set<std::string>{"libc6", "libgcc-s1", "libssl3", "libstdc++6"}), Dependencies(g_strRuntime));
@@ -96,6 +114,61 @@ TEST_F(CDeb, TheRuntimePackageTellsOthersWhatToDependOn)
     EXPECT_EQ("liborvel_framework 1 liborvel-framework1 (>= " ORVEL_VERSION ")\n", shlibs);
 }
 
+TEST_F(CDeb, TheRuntimePackageHasTheLoadersCacheBroughtUpToDate)
+{
+    EXPECT_EQ("activate-noawait ldconfig\n", Shell("dpkg-deb --info " + File(g_strRuntime) + " triggers"));
+}
+
+TEST_F(CDeb, ThePackagesCanBeReadByAllWhateverTheUmaskOfWhoMadeThem)
+{
+    const std::regex readable("(drwxr-xr-x|-rw-r--r--|lrwxrwxrwx) root/root .*");
+    for (const std::string& rPackage : {g_strRuntime, g_strDevelopment})
+    {
+        std::istringstream stream(Shell(Unpack(rPackage, "--list --verbose")));
+        for (std::string line; std::getline(stream, line);) EXPECT_TRUE(std::regex_match(line, readable)) << line;
+    }
+}
+
+TEST_F(CDeb, EachPackageTellsWhatChanged)
+{
+    for (const std::string& rPackage : {g_strRuntime, g_strDevelopment})
+    {
+        const std::string changelog =
+            Unpack(rPackage, "--extract --to-stdout ./usr/share/doc/" + rPackage + "/changelog.gz") +
+            " | gzip --decompress --stdout";
+        const std::string parse = changelog + " | dpkg-parsechangelog --file - ";
+        EXPECT_EQ(ORVEL_VERSION "\n", Shell(parse + "--show-field Version"));
+        EXPECT_EQ("liborvel-framework\n", Shell(parse + "--show-field Source"));
+        EXPECT_EQ("", Shell(parse + "2>&1 >/dev/null")) << "not as Debian writes it";
+        EXPECT_EQ(Shell("grep --count '^- ' '" ORVEL_SOURCE_DIR "/CHANGELOG.md'"),
+                  Shell(changelog + " | grep --count '^  \\* '"));
+    }
+}
+
+TEST(CDebianChangelog, IsMadeOfAllVersions)
+{
+    const char* const pszChanges =
+        "# Changelog\n\nWhat users notice.\n\n"
+        "## 1.1.0 (unreleased)\n\n### Added\n- One thing that takes so many words to be told of that they do not fit\n"
+        "  into one line.\n- `CAnother`.\n\n### Fixed\n- A third.\n\n"
+        "## 1.0.0 (2026-01-31)\n\n- The second.\n\n## 0.9.0 (2026-01-31)\n\n- The first.\n";
+    const char* const pszWant =
+        "source (1.1.0) UNRELEASED; urgency=medium\n\n"
+        "  [ Added ]\n  * One thing that takes so many words to be told of that they do not fit into\n"
+        "    one line.\n  * `CAnother`.\n\n  [ Fixed ]\n  * A third.\n\n"
+        " -- Some Body <body@host>  Thu, 01 Jan 1970 00:00:01 +0000\n\n"
+        "source (1.0.0) unstable; urgency=medium\n\n  * The second.\n\n"
+        " -- Some Body <body@host>  Sat, 31 Jan 2026 00:00:00 +0000\n\n"
+        "source (0.9.0) unstable; urgency=medium\n\n  * The first.\n\n"
+        " -- Some Body <body@host>  Sat, 31 Jan 2026 00:00:00 +0000\n";
+    const SRunResult result = RunProgram(
+        "/usr/bin/env",
+        {"SOURCE_DATE_EPOCH=1", ORVEL_SOURCE_DIR "/cmake/debian_changelog.sh", "source", "Some Body <body@host>"},
+        pszChanges);
+    EXPECT_EQ(0, result.nStatus) << result.strErrors;
+    EXPECT_EQ(pszWant, result.strOutput);
+}
+
 TEST_F(CDeb, TheDevelopmentPackageHoldsWhatAProgramIsBuiltWith)
 {
     const std::string directory = "/usr/lib/" + Triplet() + "/";
@@ -103,12 +176,29 @@ TEST_F(CDeb, TheDevelopmentPackageHoldsWhatAProgramIsBuiltWith)
     for (const std::string& rName : {directory + "liborvel_framework.so", directory + "pkgconfig/orvel_framework.pc",
                                      directory + "cmake/orvel_framework/orvel_framework-config.cmake",
                                      directory + "cmake/orvel_framework/orvel_framework-config-version.cmake",
-                                     directory + "cmake/orvel_framework/orvel_framework-targets.cmake",
-                                     std::string("/usr/include/framework/framework.h")})
+                                     directory + "cmake/orvel_framework/orvel_framework-targets.cmake"})
     {
         EXPECT_EQ(1u, contents.count(rName)) << rName;
     }
-    EXPECT_EQ(0u, contents.count("/usr/include/framework/crypto/cpu_features.h")) << "that one is internal";
+}
+
+TEST_F(CDeb, TheDevelopmentPackageHoldsThePublicHeadersAndNoOthers)
+{
+    const std::string strInclude = "/usr/include/", strUmbrella = "framework/framework.h";
+    std::set<std::string> packed;
+    for (const std::string& rName : Contents(g_strDevelopment))
+    {
+        if (rName.rfind(strInclude, 0) == 0) packed.insert(rName.substr(strInclude.size()));
+    }
+    std::set<std::string> wanted = {strUmbrella};
+    std::ifstream umbrella(ORVEL_SOURCE_DIR "/" + strUmbrella);
+    const std::regex include("#include \"(.*)\"");
+    std::smatch match;
+    for (std::string line; std::getline(umbrella, line);)
+    {
+        if (std::regex_match(line, match, include)) wanted.insert(match[1]);
+    }
+    EXPECT_EQ(wanted, packed);
 }
 
 TEST_F(CDeb, TheDevelopmentPackageDependsOnTheLibraryOfItsVersionAndOnThatsHeaders)

@@ -25,10 +25,9 @@ protected:
         ASSERT_NE(nullptr, mkdtemp(name.data()));
         ms_directory = name;
         ms_prefix = ms_directory / "a prefix";
-        Shell("'" ORVEL_CMAKE "' --install '" ORVEL_BINARY_DIR "' --prefix " + Quoted(ms_prefix));
+        Install(ORVEL_BINARY_DIR, ms_prefix);
         for (const fs::directory_entry& rEntry : fs::recursive_directory_iterator(ms_prefix))
         {
-            if (rEntry.path().filename() == "orvel_framework.pc") ms_pkgConfigPath = rEntry.path().parent_path();
             if (rEntry.path().filename() == "liborvel_framework.so") ms_libraryPath = rEntry.path().parent_path();
         }
     }
@@ -43,6 +42,11 @@ protected:
         return ms_directory / (rWay + " " + Compiler() + " " + Standard());
     }
 
+    static void Install(const fs::path& rBuild, const fs::path& rPrefix)
+    {
+        Shell("'" ORVEL_CMAKE "' --install " + Quoted(rBuild) + " --prefix " + Quoted(rPrefix));
+    }
+
     static std::string ConfigureAndBuild(const fs::path& rBuild, const std::string& rOptions)
     {
         return "'" ORVEL_CMAKE "' -S " + Quoted(SOURCE) + " -B " + Quoted(rBuild) +
@@ -51,15 +55,30 @@ protected:
                Quoted(rBuild) + " --target foreign";
     }
 
+    static std::string OutputBuiltByCMake(const fs::path& rBuild, const std::string& rOptions)
+    {
+        Shell(ConfigureAndBuild(rBuild, rOptions));
+        return Shell(Quoted(rBuild / "foreign"));
+    }
+
+    static std::string OutputBuiltByPkgConfig(const fs::path& rBuild, const fs::path& rLibraries)
+    {
+        fs::create_directory(rBuild);
+        // pkg-config escapes the spaces for a shell that reads its output as part of a command.
+        Shell("export PKG_CONFIG_PATH=" + Quoted(rLibraries / "pkgconfig") + "; cd " + Quoted(SOURCE) + "; eval " +
+              Compiler() + " -std=c++" + Standard() +
+              " -Wall -Wextra -Wpedantic -Werror main.cpp inventory.cpp -o \"'" + rBuild.string() +
+              "/foreign'\" \"$(pkg-config --cflags --libs 'orvel_framework >= 1.0')\"");
+        return Shell("LD_LIBRARY_PATH=" + Quoted(rLibraries) + " " + Quoted(rBuild / "foreign"));
+    }
+
     static constexpr const char* SOURCE = ORVEL_SOURCE_DIR "/tests/package/foreign_project";
-    inline static fs::path ms_directory, ms_prefix, ms_pkgConfigPath, ms_libraryPath;
+    inline static fs::path ms_directory, ms_prefix, ms_libraryPath;
 };
 
 TEST_P(CForeignProject, FindsTheInstalledPackageByCMake)
 {
-    const fs::path build = BuildDirectory("cmake");
-    Shell(ConfigureAndBuild(build, "-DCMAKE_PREFIX_PATH=" + Quoted(ms_prefix)));
-    EXPECT_EQ(g_pszOutput, Shell(Quoted(build / "foreign")));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByCMake(BuildDirectory("cmake"), "-DCMAKE_PREFIX_PATH=" + Quoted(ms_prefix)));
 }
 
 TEST_P(CForeignProject, DoesNotTakeAVersionThatIsNotThere)
@@ -77,13 +96,11 @@ TEST_P(CForeignProject, DoesNotTakeAVersionThatIsNotThere)
 
 TEST_P(CForeignProject, FindsTheInstalledLibraryByPkgConfig)
 {
-    const fs::path build = BuildDirectory("pkg-config");
-    fs::create_directory(build);
-    // pkg-config escapes the spaces for a shell that reads its output as part of a command.
-    Shell("export PKG_CONFIG_PATH=" + Quoted(ms_pkgConfigPath) + "; cd " + Quoted(SOURCE) + "; eval " + Compiler() +
-          " -std=c++" + Standard() + " -Wall -Wextra -Wpedantic -Werror main.cpp inventory.cpp -o \"'" +
-          build.string() + "/foreign'\" \"$(pkg-config --cflags --libs 'orvel_framework >= 1.0')\"");
-    EXPECT_EQ(g_pszOutput, Shell("LD_LIBRARY_PATH=" + Quoted(ms_libraryPath) + " " + Quoted(build / "foreign")));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("pkg-config"), ms_libraryPath));
+    // The AES functions that come with the library are those of libcrypto.
+    const std::string libraries =
+        Shell("PKG_CONFIG_PATH=" + Quoted(ms_libraryPath / "pkgconfig") + " pkg-config --libs orvel_framework");
+    EXPECT_NE(std::string::npos, libraries.find("-lcrypto")) << libraries;
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, CForeignProject,
@@ -92,6 +109,56 @@ INSTANTIATE_TEST_SUITE_P(Each, CForeignProject,
                              return std::string(std::get<0>(rInfo.param)).substr(0, 1) + "xx" +
                                     std::get<1>(rInfo.param);
                          });
+
+// The library where a packager wants it. What is built is the same, only configured and installed anew.
+class CToldDirectories : public CForeignProject
+{
+protected:
+    static void ConfigureAndInstall(const fs::path& rBuild, const fs::path& rPrefix, const std::string& rOptions)
+    {
+        Shell("cd " + Quoted(ms_directory) + "; '" ORVEL_CMAKE "' -S '" ORVEL_SOURCE_DIR "' -B " + Quoted(rBuild) +
+              " -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVEL_TESTS=OFF -DORVEL_EXAMPLES=OFF "
+              "-DCMAKE_CXX_COMPILER=g++ -DCMAKE_INSTALL_PREFIX=" +
+              Quoted(rPrefix) + " " + rOptions);
+        Shell("cp -P '" ORVEL_BINARY_DIR "'/liborvel_framework.so* " + Quoted(rBuild) +
+              "; cp '" ORVEL_BINARY_DIR "/debugger/class_layouts.o' " + Quoted(rBuild / "debugger"));
+        Install(rBuild, rPrefix);
+    }
+};
+
+TEST_P(CToldDirectories, AreBelowThePrefixUnlessTheyAreToldInFull)
+{
+    const fs::path prefix = ms_directory / "told";
+    const fs::path libraries = prefix / "lib";
+    ConfigureAndInstall(BuildDirectory("relative"), prefix, "-DCMAKE_INSTALL_LIBDIR=lib");
+    EXPECT_TRUE(fs::exists(libraries / "liborvel_framework.so.1"));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("relative pkg-config"), libraries));
+    EXPECT_EQ(g_pszOutput,
+              OutputBuiltByCMake(BuildDirectory("relative cmake"), "-DCMAKE_PREFIX_PATH=" + Quoted(prefix)));
+}
+
+TEST_P(CToldDirectories, MayLieOutsideOfThePrefix)
+{
+    const fs::path prefix = ms_directory / "the rest", build = BuildDirectory("absolute");
+    const fs::path libraries = ms_directory / "only libraries", headers = ms_directory / "only headers";
+    ConfigureAndInstall(build, prefix, "-DCMAKE_INSTALL_LIBDIR=" + Quoted(libraries));
+    EXPECT_TRUE(fs::exists(libraries / "liborvel_framework.so.1"));
+    EXPECT_TRUE(fs::exists(prefix / "include/framework/framework.h"));
+    // gdb looks for the whole path of the library.
+    EXPECT_TRUE(fs::exists(prefix / "share/gdb/auto-load" / libraries.relative_path() /
+                           "liborvel_framework.so." ORVEL_VERSION "-gdb.py"));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("absolute pkg-config"), libraries));
+
+    fs::remove_all(prefix / "include");
+    ConfigureAndInstall(build, prefix, "-DCMAKE_INSTALL_INCLUDEDIR=" + Quoted(headers));
+    EXPECT_TRUE(fs::exists(headers / "framework/framework.h"));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("absolute pkg-config"), libraries));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByCMake(BuildDirectory("absolute cmake"),
+                                              "-Dorvel_framework_DIR=" + Quoted(libraries / "cmake/orvel_framework")));
+}
+
+INSTANTIATE_TEST_SUITE_P(With, CToldDirectories, testing::Values(std::make_tuple("g++", "17")),
+                         [](const auto&) { return "gxx17"; });
 
 // The whole library is built with it: once is enough.
 class CTreeInAForeignProject : public CForeignProject

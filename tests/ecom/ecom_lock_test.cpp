@@ -1,0 +1,110 @@
+// The C library's mutex functions are replaced here, to see which operations of a component take its lock.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <thread>
+
+#include "framework/ecom/unknown.h"
+#include "tests/support/gate.h"
+#include "tests/support/real_mutex.h"
+
+namespace
+{
+thread_local int t_nLocks = 0;
+// Opened when the thread is about to take, or to leave, the next mutex; for leaving it then passes the other gate.
+thread_local CGate* t_pAtLock = nullptr;
+thread_local CGate* t_pAtUnlock = nullptr;
+thread_local CGate* t_pMayUnlock = nullptr;
+
+// The gate's own mutex comes by here as well: so it is forgotten first.
+void OpenOnce(CGate*& rpGate)
+{
+    CGate* const pGate = rpGate;
+    rpGate = nullptr;
+    if (pGate != nullptr) pGate->Open();
+}
+}  // namespace
+
+extern "C"
+{
+    QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
+    {
+        ++t_nLocks;
+        OpenOnce(t_pAtLock);
+        return RealMutexLock(pMutex);
+    }
+    QV_EXPORT int pthread_mutex_unlock(pthread_mutex_t* pMutex) noexcept
+    {
+        if (t_pAtUnlock != nullptr)
+        {
+            OpenOnce(t_pAtUnlock);
+            t_pMayUnlock->Pass();
+        }
+        return RealMutexUnlock(pMutex);
+    }
+}
+
+namespace
+{
+template <typename Operation>
+int LocksOf(Operation&& rOperation)
+{
+    const int nBefore = t_nLocks;
+    rOperation();
+    return t_nLocks - nBefore;
+}
+
+/// May outlive its last reference.
+class CKept : public CEComUnknown
+{
+public:
+    using CEComUnknown::CEComUnknown;
+    void UninitializeInstance(bool* pbDeleteThis) override
+    {
+        CEComUnknown::UninitializeInstance(pbDeleteThis);
+        *pbDeleteThis = !bKeep;
+    }
+
+    bool bKeep = false;
+};
+
+TEST(CEComUnknownLock, IsTakenWhereverAnotherHolderMayCountToo)
+{
+    CGate end;
+    std::thread other([&end] { end.Pass(); });  // components do not lock in a process of one thread
+    CEComUnknown* const pObject = new CEComUnknown(nullptr);
+    EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(2u, pObject->NonDelegatingAddIfRef()); }));
+    EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(3u, pObject->NonDelegatingAddIfRef()); }));
+    EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(3u, pObject->GetReferenceCount()); }));
+    EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(2u, pObject->NonDelegatingReleaseIfRef()); }));
+    EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef()); }));
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+    end.Open();
+    other.join();
+}
+
+TEST(CEComUnknownLock, IsLeftByAllOthersBeforeTheObjectEnds)
+{
+    CKept* const pObject = new CKept(nullptr);
+    pObject->bKeep = true;
+    pObject->NonDelegatingAddIfRef();
+    CGate released;
+    CGate mayLeave;
+    std::thread other(
+        [&]
+        {
+            t_pAtUnlock = &released;
+            t_pMayUnlock = &mayLeave;
+            EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef());
+            OpenOnce(t_pAtUnlock);  // nobody shall wait for a mutex that was not taken
+        });
+    released.Pass();  // the count is 1, and the other thread still in the mutex
+    t_pAtLock = &mayLeave;
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+    EXPECT_EQ(nullptr, t_pAtLock) << "the object has ended under the other thread";
+    OpenOnce(t_pAtLock);
+    other.join();
+    pObject->bKeep = false;
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+}
+}  // namespace
