@@ -15,7 +15,7 @@ struct SRefusal
     const char* pszReason;  // null: it is accepted
 };
 
-const char* const g_pszProgram = R"(
+const char* const g_pszPROGRAM = R"(
 #include "framework/framework.h"
 struct SWide { alignas(16) char acBytes[16]; };
 struct STooWide { alignas(32) char acBytes[32]; };
@@ -50,7 +50,7 @@ TEST_P(CRefusals, TellWhy)
     const std::string command =
         std::string("LC_ALL=C ") + pszCompiler + " -std=c++17 -fsyntax-only -I'" ORVEL_SOURCE_DIR "' -x c++ -";
     const SRunResult result =
-        RunProgram("/bin/sh", {"-c", command}, g_pszProgram + std::string(rstRefusal.pszStatement) + "}\n");
+        RunProgram("/bin/sh", {"-c", command}, g_pszPROGRAM + std::string(rstRefusal.pszStatement) + "}\n");
     if (rstRefusal.pszReason == nullptr) EXPECT_EQ(0, result.nStatus) << result.strErrors;
     else
     {
