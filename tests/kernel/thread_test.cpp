@@ -56,6 +56,13 @@ unsigned int WaitAtGate(unsigned int uParameter)
     return uParameter;
 }
 
+/// Waits until all threads that were started have ended, detached ones included: as the shut-down does.
+void WaitForAllThreads()
+{
+    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
+    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+}
+
 class CThreadRun : public testing::Test
 {
 protected:
@@ -466,6 +473,7 @@ TEST_F(CThreadRun, JoiningItselfDetachesAndSaysSo)
     EXPECT_EQ(QV_RES_OK, Start(m_thread, Double, 4));
     m_thread.Join(&uExitCode);
     EXPECT_EQ(8u, uExitCode);
+    WaitForAllThreads();  // the detached one was joined when it let go of the object, a little before its end
 }
 
 TEST_F(CThreadRun, StartedFromItsOwnThreadIsRefusedInsteadOfWaitingForItself)
@@ -495,13 +503,6 @@ public:
 private:
     CGate& m_rGone;
 };
-
-/// Waits until all threads that were started have ended, detached ones included: as the shut-down does.
-void WaitForAllThreads()
-{
-    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
-    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
-}
 }  // namespace
 
 TEST(CThreadDestructor, InsideItsOwnThreadLetsTheThreadRunOn)
