@@ -70,7 +70,7 @@ int EndOf(const std::function<int()>& rWhat)
         // No core dump, not even one for a program of the system, which takes its time and knows no limit of size.
         prctl(PR_SET_DUMPABLE, 0);
         ForgetInheritedSignals();
-        alarm(20);  // a signal that is never taken its usual way ends the test as well
+        alarm(600);  // a signal that is never taken its usual way ends the test as well
         _exit(rWhat());
     }
     int nStatus = 0;
