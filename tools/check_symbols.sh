@@ -24,7 +24,8 @@ fi
 
 # The users are told in the same commit, or in one that followed.
 cd "$(dirname "$list")/.."
-if git rev-parse --git-dir >/dev/null 2>&1; then
+# Where git knows this tree, that is: unpacked elsewhere, or owned by somebody else, there is no history to ask.
+if git cat-file -e HEAD:./CHANGELOG.md 2>/dev/null && git cat-file -e HEAD:./tools/exported_symbols.txt 2>/dev/null; then
   told=$(git log -1 --format=%H -- CHANGELOG.md)
   listed=$(git log -1 --format=%H -- tools/exported_symbols.txt)
   if git diff --quiet HEAD -- CHANGELOG.md && ! { git merge-base --is-ancestor "$listed" "$told" &&

@@ -92,7 +92,7 @@ private:
 
 volatile sig_atomic_t g_bInterrupted = 0;
 
-/// Blocks the signals for this thread and all that it starts; they come in only while it waits for input.
+/// Blocks the signals for this thread and all that it starts; they come in only before it reads.
 sigset_t BlockInterruptions()
 {
     struct sigaction stAction = {};
@@ -133,10 +133,19 @@ private:
     {
         struct pollfd input = {STDIN_FILENO, POLLIN, 0};
         const int nReady = ppoll(&input, 1, nullptr, &m_waitingMask);
+        LetSignalsIn();
         if (g_bInterrupted != 0) return -1;
         const ssize_t nRead = nReady < 0 ? -1 : read(STDIN_FILENO, pcChunk, uSize);
         if (nRead < 0) std::perror("workers: standard input");
         return nRead;
+    }
+
+    /// ppoll() lets none in that finds input, and of a file or a busy pipe it always does.
+    void LetSignalsIn() const
+    {
+        sigset_t blocked;
+        pthread_sigmask(SIG_SETMASK, &m_waitingMask, &blocked);
+        pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
     }
 
     bool Split(const char* pcBegin, const char* pcEnd)

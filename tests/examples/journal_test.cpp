@@ -86,12 +86,18 @@ void Redirect(int nTarget, const char* pszPath, int nFlags)
     if (nFile < 0 || dup2(nFile, nTarget) < 0) _exit(99);
 }
 
-[[noreturn]] void Execute(const char* pszProgram, const std::vector<std::string>& rArguments)
+/// What execv() takes: made before the fork, after which another thread may have left the allocator locked.
+std::vector<char*> CommandOf(const std::vector<std::string>& rArguments)
 {
-    std::vector<char*> argv = {const_cast<char*>(pszProgram)};
-    for (const std::string& rArgument : rArguments) argv.push_back(const_cast<char*>(rArgument.c_str()));
-    argv.push_back(nullptr);
-    execv(pszProgram, argv.data());
+    std::vector<char*> command = {const_cast<char*>(g_pszJournal)};
+    for (const std::string& rArgument : rArguments) command.push_back(const_cast<char*>(rArgument.c_str()));
+    command.push_back(nullptr);
+    return command;
+}
+
+[[noreturn]] void Execute(const std::vector<char*>& rCommand)
+{
+    execv(rCommand[0], rCommand.data());
     _exit(99);
 }
 
@@ -122,7 +128,7 @@ protected:
     {
         std::string strTemplate = (fs::temp_directory_path() / "journal_test.XXXXXX").string();
         ASSERT_NE(nullptr, mkdtemp(strTemplate.data()));
-        m_directory = strTemplate;
+        m_directory = fs::canonical(strTemplate);  // as the program names files, whatever links lead there
         fs::current_path(m_directory);
     }
     void TearDown() override
@@ -137,6 +143,7 @@ protected:
         // Beside the directory, so that tests can look at all that is in it.
         const std::string strOutput = m_directory.string() + ".out";
         const std::string strErrors = m_directory.string() + ".err";
+        const std::vector<char*> command = CommandOf(rArguments);
         const pid_t pid = fork();
         if (pid == 0)
         {
@@ -148,7 +155,7 @@ protected:
                 const struct rlimit limit = {rLimit.uValue, rLimit.uValue};
                 if (setrlimit(rLimit.eResource, &limit) != 0) _exit(99);
             }
-            Execute(g_pszJournal, rArguments);
+            Execute(command);
         }
         const int nStatus = StatusOf(pid);
         SOutcome outcome = {nStatus, pszOutput != nullptr ? "" : Load(strOutput), Load(strErrors)};
@@ -1120,6 +1127,8 @@ public:
         signal(SIGPIPE, SIG_IGN);  // Feed() reports it
         EXPECT_EQ(0, pipe2(m_anPipe, O_CLOEXEC));
         EXPECT_EQ(0, openpty(&m_nMaster, &m_nTerminal, nullptr, nullptr, nullptr));
+        const std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "-"};
+        const std::vector<char*> command = CommandOf(arguments);
         m_pid = fork();
         if (m_pid != 0)
         {
@@ -1131,7 +1140,7 @@ public:
         Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
         if (bOnTerminal) dup2(m_nTerminal, STDERR_FILENO);
         else Redirect(STDERR_FILENO, "/dev/null", O_WRONLY);
-        Execute(g_pszJournal, {"write", "--key", "k", "--journal", "j", "-"});
+        Execute(command);
     }
 
     // Writes lines until they are taken.

@@ -85,7 +85,8 @@ TEST(PluginsExample, ReportsAFullDisk)
 
 TEST(PluginsExample, ReportsInputThatCannotBeRead)
 {
-    const SRunResult result = RunProgram("/bin/sh", {"-c", ORVEL_BINARY_DIR "/examples/plugins/plugins upper < /"});
+    const SRunResult result =
+        RunProgram("/bin/sh", {"-c", "'" ORVEL_BINARY_DIR "/examples/plugins/plugins' upper < /"});
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("", result.strOutput);
     EXPECT_EQ("plugins: standard input: Is a directory\n", result.strErrors);

@@ -1,4 +1,5 @@
 // Runs the example as a user would and looks at what it prints and returns.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <signal.h>
@@ -37,7 +38,8 @@ std::string DigestOf(const std::string& rText)
 class CWorkersProcess
 {
 public:
-    explicit CWorkersProcess(const std::vector<std::string>& rArguments)
+    /// Reads what Write() gives it, or the file pszInput.
+    explicit CWorkersProcess(const std::vector<std::string>& rArguments, const char* pszInput = nullptr)
     {
         int anInput[2];
         int anOutput[2];
@@ -46,7 +48,7 @@ public:
         m_pid = fork();
         if (m_pid == 0)
         {
-            dup2(anInput[0], STDIN_FILENO);
+            dup2(pszInput != nullptr ? open(pszInput, O_RDONLY) : anInput[0], STDIN_FILENO);
             dup2(anOutput[1], STDOUT_FILENO);
             dup2(anErrors[1], STDERR_FILENO);
             for (const int* pnPipe : {anInput, anOutput, anErrors})
@@ -251,6 +253,28 @@ TEST_F(CWorkers, InterruptedInFullSwingFinishEveryLineTheyCount)
     EXPECT_EQ("workers: interrupted, " + std::to_string(digests.size()) + " lines done\n", strErrors);
     lines.resize(std::min(lines.size(), digests.size()));
     EXPECT_EQ(DigestsOf(lines), digests) << "none is left out";
+}
+
+TEST_F(CWorkers, InterruptedLeaveInputThatIsThere)
+{
+    std::vector<std::string> lines;
+    for (unsigned int u = 0; u < 100000; ++u) lines.push_back("line " + std::to_string(u));
+    std::FILE* const pFile = std::tmpfile();
+    const std::string strText = Joined(lines);
+    ASSERT_EQ(strText.size(), std::fwrite(strText.data(), 1, strText.size(), pFile));
+    ASSERT_EQ(0, std::fflush(pFile));
+    CWorkersProcess process({"2"}, ("/proc/self/fd/" + std::to_string(fileno(pFile))).c_str());
+    // The output that nobody reads, and what is full before it, keep the program from getting to the end of the file.
+    std::string strOutput = process.ReadOutput(100);
+    process.Interrupt(SIGTERM);
+    strOutput += process.ReadOutput();
+    const std::map<unsigned long, std::string> digests = DigestsIn(strOutput);
+    EXPECT_LT(digests.size(), lines.size());
+    EXPECT_EQ("workers: interrupted, " + std::to_string(digests.size()) + " lines done\n", process.ReadErrors());
+    EXPECT_EQ(130, process.Wait());
+    lines.resize(std::min(lines.size(), digests.size()));
+    EXPECT_EQ(DigestsOf(lines), digests) << "none is left out";
+    std::fclose(pFile);
 }
 
 TEST_F(CWorkers, SayWhenTheirOutputIsGone)

@@ -89,6 +89,13 @@ QvResult Start(CThread& rThread, unsigned int (*pfn)(unsigned int), unsigned int
 {
     return rThread.StartThread(pfn, uParameter, nullptr, 0, CThread::eNORMAL);
 }
+
+/// Waits until all threads that were started have ended, detached ones included: as the shut-down does.
+void WaitForAllThreads()
+{
+    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
+    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+}
 }  // namespace
 
 TEST(CThreadWithoutMemory, ACallerWithoutARecordHasNoIdentifierAndNoValues)
@@ -172,6 +179,7 @@ TEST(CThreadWithoutMemory, AThreadMayJoinItself)
                                }));
     EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
     EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
+    WaitForAllThreads();  // it was joined when it let go of the object, a little before its end
 }
 
 TEST(CThreadWithoutMemory, AThreadMayDestroyItsObject)
@@ -188,8 +196,7 @@ TEST(CThreadWithoutMemory, AThreadMayDestroyItsObject)
                                        return 1u;
                                    }));
         s_go.Open();
-        CThreadProbe::ms_psemFinalizeWaitThread->Wait();
-        CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+        WaitForAllThreads();
     }
     EXPECT_EQ(0u, CThreadProbe::CountRunning());
 }

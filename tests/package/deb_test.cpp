@@ -210,13 +210,13 @@ TEST_F(CDeb, TheDevelopmentPackageDependsOnTheLibraryOfItsVersionAndOnThatsHeade
 TEST_F(CDeb, ThePackagesAreInstalledAndUsedAsTheyAre)
 {
     const std::string root = (ms_directory / "root").string();
-    Shell("for package in " + File(g_strRuntime) + " " + File(g_strDevelopment) + "; do dpkg-deb --extract $package '" +
-          root + "'; done");
+    Shell("for package in " + File(g_strRuntime) + " " + File(g_strDevelopment) +
+          "; do dpkg-deb --extract \"$package\" '" + root + "'; done");
     const std::string libraries = root + "/usr/lib/" + Triplet();
     Shell("export PKG_CONFIG_PATH='" + libraries +
-          "/pkgconfig'; g++ -std=c++17 '" ORVEL_SOURCE_DIR
-          "/examples/hello/hello.cpp' $(pkg-config --cflags --libs orvel_framework) -o '" +
-          root + "/hello'");
+          "/pkgconfig'; eval g++ -std=c++17 \"'" ORVEL_SOURCE_DIR
+          "/examples/hello/hello.cpp'\" \"$(pkg-config --cflags --libs orvel_framework)\" -o \"'" +
+          root + "/hello'\"");
     // SHA-256 of "Hello, world number 1", as sha256sum gives it.
     EXPECT_EQ(Shell("printf 'Hello, world number 1' | sha256sum | cut -d ' ' -f 1"),
               Shell("LD_LIBRARY_PATH='" + libraries + "' '" + root + "/hello'"));
