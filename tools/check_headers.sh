@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compiles each public header alone, as C++17 and as C++20, with both compilers. Public is what framework/framework.h
-# includes.
+# Compiles each public header alone, as C++17 and as C++20, with both compilers, and all of them without exceptions and
+# run-time type information. Public is what framework/framework.h includes.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export LC_ALL=C
@@ -25,11 +25,17 @@ done < <({
 
 flags=(-fsyntax-only -I . -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
   -Wnon-virtual-dtor -Werror)
-for header in "${public[@]}" "$umbrella"; do
+{
   for compiler in g++ clang++; do
     for standard in c++17 c++20; do
-      printf '%s\n' "echo '#include \"$header\"' | $compiler -std=$standard ${flags[*]} -x c++ -"
+      for header in "${public[@]}" "$umbrella"; do
+        printf '%s\n' "echo '#include \"$header\"' | $compiler -std=$standard ${flags[*]} -x c++ -"
+      done
     done
+    # g++ looks into a template only where it is used.
+    use='class CUser : public CSingleton<CUser> {}; template class CSingleton<CUser>;'
+    bare="-std=c++17 -fno-exceptions -fno-rtti ${flags[*]}"
+    printf '%s\n' "{ echo '#include \"$umbrella\"'; echo '$use'; } | $compiler $bare -x c++ -"
   done
-done | xargs -d '\n' -P "$(nproc)" -n 1 bash -c || status=1
+} | xargs -d '\n' -P "$(nproc)" -n 1 bash -c || status=1
 exit "$status"

@@ -64,6 +64,7 @@ T* CSingleton<T>::Instance()
     pInstance = ms_pInstance;
     if (pInstance == nullptr)
     {
+#ifdef __cpp_exceptions
         try
         {
             pInstance = ::new T;
@@ -73,6 +74,9 @@ T* CSingleton<T>::Instance()
             ms_pmutex->Unlock();
             throw;
         }
+#else
+        pInstance = ::new T;
+#endif
         __atomic_store_n(&ms_pInstance, pInstance, __ATOMIC_RELEASE);
     }
     ms_pmutex->Unlock();
