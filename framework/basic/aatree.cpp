@@ -274,7 +274,8 @@ void CAATreeBase::Erase(unsigned int uIndex)
 
 void CAATreeBase::EraseAll()
 {
-    EraseSubtree(m_pRoot);
+    // An empty tree may be destroyed after the shut-down: its root is then the sentinel that was.
+    if (m_uSize != 0) EraseSubtree(m_pRoot);
     m_pRoot = ms_pNullNode;
     InvalidateCurrentNode();
 }

@@ -31,7 +31,7 @@
 /// Addresses   An element stays where it is until it is erased.
 /// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
 ///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
-/// Lifetime    Between start-up and shut-down of the framework.
+/// Lifetime    Between start-up and shut-down of the framework; an empty tree without capacity may be destroyed later.
 /// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
 ///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
 class QV_EXPORT CAATreeBase

@@ -363,7 +363,7 @@ void CString::FinalizeCString()
 void CString::Release()
 {
     if (GetRefCount() >= 2) DecRefCount();
-    else if (m_pstInfo != ms_pstEmptyStringInfo)
+    else if (m_pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
     {
         // The header becomes the link word of a chain of one block.
         static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");

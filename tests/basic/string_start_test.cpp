@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <new>
+#include <optional>
 #include <string>
 
 #include "framework/basic/string.h"
@@ -23,6 +26,12 @@ void ExpectUp()
               static_cast<void*>(CStringProbe::ms_pstEmptyStringInfo));
     for (unsigned int u = 0; u < 7; ++u) EXPECT_EQ(0, CStringProbe::ms_auEmptyStringInfo[u]) << u;
 }
+
+/// Where the default allocator has put a string.
+char* BlockOf(const CString& rString)
+{
+    return const_cast<char*>(rString.CStr()) - sizeof(SStringHeader);
+}
 }  // namespace
 
 TEST(CStringStart, TheFrameworkBringsTheStaticsUpAndDown)
@@ -36,6 +45,20 @@ TEST(CStringStart, TheFrameworkBringsTheStaticsUpAndDown)
         CFrameworkInitializer::Finalize();
         ExpectDown();
     }
+}
+
+TEST(CStringStart, StringsMayBeDestroyedAfterTheShutDown)
+{
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    auto texts = std::make_optional<std::array<CString, 4>>();
+    (*texts)[1] = "alone";
+    (*texts)[2] = "shared";
+    (*texts)[3] = (*texts)[2];
+    char* const apcBlocks[] = {BlockOf((*texts)[1]), BlockOf((*texts)[2])};
+    CFrameworkInitializer::Finalize();
+    texts.reset();
+    // They are left behind. Freed here, they would be freed twice otherwise, which the sanitizer tells.
+    for (char* const pcBlock : apcBlocks) ::operator delete[](pcBlock);
 }
 
 TEST(CStringStart, TheModuleComesUpAndGoesDownByItself)
