@@ -8,9 +8,9 @@
 
 #include "framework/basic/container_members.h"
 
-// The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one or
-// two binary ones: a left child is one level below its parent; a right child one level below or on the same level (the
-// second half of its parent), but then its own right child is one level below. So the height is at most twice the
+// The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one
+// or two binary ones: a left child is one level below its parent; a right child one level below or on the same level
+// (the second half of its parent), but then its own right child is one level below. So the height is at most twice the
 // level of the root. An insertion or erasure breaks this only along the path to the root, and is followed by a walk up
 // it: Skew() turns a left child on the same level into a right one, Split() raises the middle of three in a row.
 //
@@ -541,7 +541,7 @@ void CAATreeBase::EraseSubtree(CAATreeNode* pNode)
     if (pNode == ms_pNullNode) return;
     EraseSubtree(pNode->pLeft);
     EraseSubtree(pNode->pRight);
-    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): a derived class has erased all before it is destroyed.
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): derived classes erase all before that.
     Destruct(ElementOf(pNode));
     m_nodeAllocator.Push(pNode);
     --m_uSize;

@@ -25,8 +25,8 @@ extern QV_EXPORT const char g_szNULL[5];
 ///            said.
 /// Threads    Copies may be used and destroyed in different threads, one mutex guarding all share counts. One object is
 ///            used by one thread at a time.
-/// Lifetime   Between the start-up and the shut-down of the framework. A string in static storage may be destroyed later;
-///            its block is then not given back.
+/// Lifetime   Between the start-up and the shut-down of the framework. A string in static storage may be destroyed
+///            later; its block is then not given back.
 /// Growth     In steps of 32 characters; blocks shrink only by ReduceCapacity().
 /// Cost       Copying is constant: no character is copied.
 /// Failure    Insert(), Format() and the capacity operations return a QvResult and leave the string as it was, unless

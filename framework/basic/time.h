@@ -16,11 +16,11 @@
 ///     CTime start;                                        // the clock's time
 ///     start.SetDateAndTime(2024, 3, 10, 6, 59, 59, 0, true);
 ///     CTime::SetSystemTime(start);                        // the clock runs on from there
-///     start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 2024-03-10 01:59:59 in New York
+///     start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York
 ///
-/// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. It is the
-/// application's to set; the system's calendar clock is neither read nor set. Getters return true, or false as long as
-/// the value derives from a clock that was never set; the value is there in both cases.
+/// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. It is
+/// the application's to set; the system's calendar clock is neither read nor set. Getters return true, or false as long
+/// as the value derives from a clock that was never set; the value is there in both cases.
 ///
 /// A trailing bUtc says whether values are UTC (true) or local time of this object's zone (false). The calendar is the
 /// proleptic Gregorian one. Nothing is validated: months and days out of range continue the count, and a time of day of
@@ -29,7 +29,7 @@
 /// Ownership  Owns its zone.
 /// Threads    The static members, from any thread. One object is used by one thread at a time.
 /// Lifetime   Between the start-up and the shut-down of the framework.
-/// Cost       Reading the clock is one reading of the up-time and two divisions; a new object copies the system zone, too.
+/// Cost       Reading the clock is one reading of the up-time and two divisions; a new one copies the system zone.
 /// Copying    A copy by construction has the moment but an unset zone, in which local time is UTC: call SetTimeZone()
 ///            on it before local times are asked for. Assignment takes the zone as well, if the source's is set.
 class QV_EXPORT CTime

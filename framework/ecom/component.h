@@ -34,7 +34,10 @@
 ///     {
 ///     public:
 ///         using CEComComponent::CEComComponent;
-///         QvResult InitializeInstance() override { return m_pInner.CreateInstance(&CLSID_Circle, GetControllingUnknown()); }
+///         QvResult InitializeInstance() override
+///         {
+///             return m_pInner.CreateInstance(&CLSID_Circle, GetControllingUnknown());
+///         }
 ///         QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
 ///         {
 ///             return QueryWithInner(m_pInner.Get(), pIid, ppInterface);
@@ -142,8 +145,8 @@ private:
 /// A component with interfaces that were declared with QV_ECOM_INTERFACE. It answers for them, for the interfaces that
 /// they extend, and for IID_IEComUnknown, and can be aggregated.
 ///
-/// Ownership  The outer object is not counted: it holds this one. An outer object that keeps an interface of its inner one,
-///            and not just its IEComUnknown, drops the reference at once, since that one counts the outer object itself.
+/// Ownership  The outer object is not counted: it holds this one. An outer object that keeps an interface of its inner
+///            one, and not just its IEComUnknown, drops the reference at once: it counts the outer object itself.
 /// Threads    As CEComUnknown.
 template <typename... Interfaces>
 class CEComComponent : public CEComUnknown, public Interfaces...

@@ -20,7 +20,7 @@ CAliveObj::CAliveObj()
 }
 
 #ifdef __clang__
-// Of an abstract class, clang++ leaves out the constructor of complete objects, which g++ emits. The binary interface has it.
+// Of an abstract class, clang++ leaves out the constructor of complete objects. g++ and the binary interface have it.
 extern "C" QV_EXPORT void ConstructCompleteAliveObj() __asm__("_ZN9CAliveObjC1Ev")
     __attribute__((alias("_ZN9CAliveObjC2Ev")));
 #endif

@@ -20,9 +20,9 @@
 ///             Activate()               thread runs          Behavior() returns        Activate()
 ///     unborn -----------> activating -------------> alive -------------------> dead -----------> activating
 ///
-/// Ownership  The object must live until its thread has ended. A derived class ends its behaviour and calls Join() in its
-///            destructor, while its members are still there. Behavior() may itself "delete this": nothing is touched
-///            afterwards, and BehaviorTerminating() is not called.
+/// Ownership  The object must live until its thread has ended. A derived class ends its behaviour and calls Join() in
+///            its destructor, while its members are still there. Behavior() may itself "delete this": nothing is
+///            touched afterwards, and BehaviorTerminating() is not called.
 /// Threads    Activate() and the three queries from any thread.
 /// Lifetime   As of CThread.
 class QV_EXPORT CAliveObj : public CThread

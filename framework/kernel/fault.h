@@ -10,8 +10,8 @@
 /// Threads    From the main thread, at start-up and shut-down, before other threads run.
 /// Source     POSIX sigaction() and sigprocmask().
 
-/// Installs the handler, and blocks SIGPIPE in the calling thread and in those that it starts from then on: writing to a
-/// closed pipe or socket then fails with EPIPE. Returns true; what the system refuses is ignored.
+/// Installs the handler, and blocks SIGPIPE in the calling thread and in those that it starts from then on: writing to
+/// a closed pipe or socket then fails with EPIPE. Returns true; what the system refuses is ignored.
 /// Install once only: a second call takes the handler for its own predecessor, so that it catches one fault for ever
 /// and cannot be uninstalled.
 QV_EXPORT bool InstallGenericFaultHandler();

@@ -58,9 +58,9 @@ public:
     CThread(const CThread&) = delete;
     CThread& operator=(const CThread&) = delete;
 
-    /// Runs pfn(uParameter), or nothing when pfn is null, on a new thread. Joins an earlier run first, and so may block.
-    /// The name (null: "CThread") is cut to 31 characters. uStackSize is ignored: every thread has the system's default.
-    /// Each start sets the nice value of the whole process to 0: set it again afterwards where it matters.
+    /// Runs pfn(uParameter), or nothing when pfn is null, on a new thread. Joins an earlier run first, and so may
+    /// block. The name (null: "CThread") is cut to 31 characters. uStackSize is ignored: every thread has the system's
+    /// default. Each start sets the nice value of the whole process to 0: set it again afterwards where it matters.
     /// QV_RES_OK                    the thread runs
     /// QV_RES_THREAD_ATTRIBUTES     the thread runs, although a scheduling attribute could not be set: join it as well
     /// QV_RES_THREAD_CREATE_FAILED  the system refused the thread
@@ -72,8 +72,8 @@ public:
     /// Waits until the thread has ended; *puExitCode, when given, becomes what its function returned (0 when there was
     /// no run yet). At once when there is nothing to join.
     /// QV_RES_OK                there is no run any more
-    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (or left to another thread that
-    ///                          is joining it); *puExitCode stays as it was
+    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (or left to another thread
+    ///                          that is joining it); *puExitCode stays as it was
     QvResult Join(unsigned int* puExitCode);
 
     /// The object whose thread is calling; null on threads that were not started here.

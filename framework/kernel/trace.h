@@ -26,7 +26,7 @@ enum EQvTraceLevel : int
         eTRACE_LEVEL_FATAL | eTRACE_LEVEL_ERROR | eTRACE_LEVEL_WARNING | eTRACE_LEVEL_INFO | eTRACE_LEVEL_DEBUG
 };
 
-/// What a trace is about; a mask when several are meant. Applications have the bits from eTRACE_CATEGORY_APPLICATION up.
+/// What a trace is about; a mask when several are meant. Bits from eTRACE_CATEGORY_APPLICATION up are for applications.
 enum EQvTraceCategory : int
 {
     eTRACE_CATEGORY_NONE = 0,

@@ -10,7 +10,7 @@
 
 #include "tests/support/object_bytes.h"
 
-/// The same object, of which the compiler no longer knows how it was made: virtual functions are called through the table.
+/// The same object, of which the compiler no longer knows how it was made: calls go through the table.
 template <typename Object>
 Object& OfUnknownOrigin(Object& rObject)
 {

@@ -1,4 +1,4 @@
-// The tree against an independent, recursive model of its published algorithms: shape, levels, comparisons, current node.
+// The tree against an independent, recursive model of its published algorithms: shape, levels, comparisons.
 #include <gtest/gtest.h>
 #include <pthread.h>
 

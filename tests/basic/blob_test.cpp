@@ -77,8 +77,8 @@ TEST(CBlobLayout, NothingElseIsVirtual)
     {
         virtual void Next() {}
     };
-    // A pointer to a virtual member is one more than its offset in the table: behind the destructor's two entries and the
-    // three element operations.
+    // A pointer to a virtual member is one more than its offset in the table: behind the destructor's two entries and
+    // the three element operations.
     void (SMore::*const pfnNext)() = &SMore::Next;
     std::uintptr_t uOffset;
     std::memcpy(&uOffset, &pfnNext, sizeof uOffset);

@@ -1,5 +1,5 @@
-// Long random sequences of operations on two containers of a kind, with refused memory and locked capacities in between,
-// against std::vector.
+// Long random sequences of operations on two containers of a kind, with refused memory and locked capacities in
+// between, against std::vector.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // Any text, and conversions of any moment in the zone that it may be:
 //     cmake --preset asan-ubsan -B build/fuzz -DORVEL_FUZZ=ON
-//     cmake --build build/fuzz --target fuzz_basic.time_zone && build/fuzz/tests/fuzz_basic.time_zone -max_total_time=60
+//     cmake --build build/fuzz --target fuzz_basic.time_zone
+//     build/fuzz/tests/fuzz_basic.time_zone -max_total_time=60
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

@@ -4,8 +4,8 @@
 //   - Without rules, daylight saving time lasts from April to October here; glibc takes those of the United States.
 //   - Rules less than two days apart: which of them comes first in the year is decided by their days here, by the
 //     moments in UTC there.
-//   - A rule in the last or first days of a year may fall into the other year in UTC. Of daylight saving time that spans
-//     the new year, the start of the year before is kept in mind here; glibc looks at the rules of one year of UTC only.
+//   - A rule in the last or first days of a year may fall into the other year in UTC. Of daylight saving time that
+//     spans the new year, the start of the year before counts here; glibc looks at the rules of one year of UTC only.
 //   - Local midnight may read as 24:00:00.000 of the day before. Moments are compared, so this does no harm.
 //   - POSIX has names in <>, names of three letters at least and offsets of up to 24 hours, glibc times of rules up to
 //     167 hours and negative ones. These texts are other ones here, or none.

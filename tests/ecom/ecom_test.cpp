@@ -516,7 +516,7 @@ TEST(CEComUnknown, EndsAfterAllThatItsHoldersDidToIt)
         notebooks.push_back(new CNotebook(&ruSum));
         notebooks.back()->NonDelegatingAddIfRef();
     }
-    // Both holders of each object let go of it at about the same time: the one who comes second destroys its mutex, too.
+    // Both holders of each object let go of it at about the same time: the second one destroys its mutex, too.
     std::atomic<unsigned int> uArrived = 0;
     const auto letGo = [&](unsigned int uHolder)
     {

@@ -632,7 +632,7 @@ TEST_F(CThreadRun, SetsTheNiceValueOfTheProcessToZero)
     const id_t uProcess = static_cast<id_t>(getpid());
     const int nRaised = std::max(1, getpriority(PRIO_PROCESS, uProcess));
     ASSERT_EQ(0, setpriority(PRIO_PROCESS, uProcess, nRaised));
-    // Raising it is allowed to everyone, lowering it again is not: the effect is the one that it has for another process.
+    // Raising it is allowed to everyone, lowering it again is not: the effect is that on another process.
     const int nExpected = MayBeSetToZero() ? 0 : nRaised;
     Start(m_thread, nullptr);
     m_thread.Join(nullptr);

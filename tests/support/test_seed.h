@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-/// The seed of this run's random tests: a fixed one, or TEST_SEED from the environment. It is printed when a test fails.
+/// The seed of this run's random tests: a fixed one, or TEST_SEED from the environment. Failing tests print it.
 std::uint32_t TestSeed();
 
 /// A number below uLimit, which must not be 0.
