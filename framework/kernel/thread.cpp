@@ -54,9 +54,13 @@ struct SSelf
     // The last thread that this one has started: only its starter has its handle before it runs.
     const CThread* pStarted;
     unsigned int uStartedId;
+    unsigned int uStartedUp;
     pthread_t hStarted;
 };
 thread_local SSelf t_stSelf = {};
+
+// How often the module has come up: identifiers begin anew each time.
+unsigned int g_uTimesUp = 0;
 
 // With acquire and release order: a thread that sees a state or a claim sees what was stored before it.
 unsigned int Load(const unsigned int& ruField)
@@ -178,6 +182,7 @@ QvResult CThread::Create()
     {
         t_stSelf.pStarted = this;
         t_stSelf.uStartedId = uId;
+        t_stSelf.uStartedUp = g_uTimesUp;
         t_stSelf.hStarted = hThread;
         return res;
     }
@@ -295,6 +300,7 @@ QvResult CThread::GetSpecific(unsigned int uKey, unsigned int& ruValue)
 
 QvResult CThread::InitializeCThread()
 {
+    ++g_uTimesUp;
     ms_pTsdHead = nullptr;
     ms_pTsdKeyHead = nullptr;
     ms_uThreadId = 0;
@@ -469,7 +475,8 @@ bool CThread::ClaimReaping()
 pthread_t CThread::KnownHandle() const
 {
     if (GetState() != eSTARTING) return m_hThread;
-    const bool bStartedHere = t_stSelf.pStarted == this && t_stSelf.uStartedId == GetId();
+    const bool bStartedHere =
+        t_stSelf.pStarted == this && t_stSelf.uStartedId == GetId() && t_stSelf.uStartedUp == g_uTimesUp;
     return bStartedHere ? t_stSelf.hStarted : 0;
 }
 

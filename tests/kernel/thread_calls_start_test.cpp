@@ -291,6 +291,69 @@ TEST_F(CThreadCalls, JoinOnceWhatAnotherThreadHasStartedAndWhatDoesNotRunYet)
     EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started an earlier run";
 }
 
+TEST_F(CThreadCalls, JoinWhatAnotherThreadHasStartedAfterARestartByItsOwnHandle)
+{
+    static CGate s_firstRuns;
+    static CGate s_parkedMayEnd;
+    static CGate s_stop;
+    static CThread* s_pThread = nullptr;
+    s_firstRuns.Shut();
+    s_parkedMayEnd.Shut();
+    s_stop.Shut();
+    s_pThread = &m_thread;
+    const auto pfnJoin = [](unsigned int)
+    {
+        s_firstRuns.Pass();
+        s_pThread->Join(nullptr);
+        return 0u;
+    };
+    CThread helper;
+    helper.StartThread(pfnJoin, 0, nullptr, 0, CThread::eNORMAL);
+    Start();
+    const pthread_t hFirst = g_hCreated;
+    const unsigned int uFirstId = m_thread.GetId();
+    s_firstRuns.Open();
+    helper.Join(nullptr);
+    FinalizeCThread();
+    ASSERT_EQ(QV_RES_OK, InitializeCThread());
+
+    // The system likes to use handles again: these take the two that are free.
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_t ahParked[2] = {};
+    const auto pfnPark = [](void*) -> void*
+    {
+        s_parkedMayEnd.Pass();
+        return nullptr;
+    };
+    for (pthread_t& rhParked : ahParked) ASSERT_EQ(0, pthread_create(&rhParked, &attributes, pfnPark, nullptr));
+    const auto pfnStart = [](void*) -> void*
+    {
+        g_pStop = &s_stop;
+        s_pThread->StartThread(Return, 7, nullptr, 0, CThread::eNORMAL);
+        return nullptr;
+    };
+    CThread::GetCurrentId();  // so that the starter is the second one again, and the run the third
+    pthread_t hStarter;
+    ASSERT_EQ(0, pthread_create(&hStarter, &attributes, pfnStart, nullptr));
+    pthread_join(hStarter, nullptr);
+    ASSERT_EQ(CThread::eSTARTING, m_thread.GetState());
+    ASSERT_EQ(uFirstId, m_thread.GetId());
+    g_hGone = hFirst != g_hCreated ? hFirst : 0;
+    g_uJoinsOfGone = 0;
+
+    unsigned int uExitCode = 0;
+    t_bOpensStop = true;
+    EXPECT_EQ(QV_RES_OK, m_thread.Join(&uExitCode));
+    t_bOpensStop = false;
+    g_pStop = nullptr;
+    g_hGone = 0;
+    EXPECT_EQ(7u, uExitCode);
+    EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started a run of that number before the restart";
+    s_parkedMayEnd.Open();
+    for (const pthread_t hParked : ahParked) pthread_join(hParked, nullptr);
+}
+
 TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)
 {
     for (bool SFailures::*pbFailure : {&SFailures::bInherit, &SFailures::bPolicy, &SFailures::bPriority})
