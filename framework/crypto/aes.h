@@ -87,7 +87,8 @@ private:
 ///            broken by a second message under the same key and initialisation vector. Keys are not wiped on
 ///            destruction. libcrypto's AES functions use tables, whose timing a neighbour on the machine may observe.
 ///
-/// Begin()    Null key: the default one. Null initialisation vector: the default one.
+/// Begin()    Null key: the default one. Null initialisation vector: the default one. A refusal leaves the message
+///            before as it is; only a key that has not 16, 24 or 32 bytes ends it.
 ///     QV_RES_OK                a message is begun
 ///     QV_RES_FAIL              an action, mode or key is neither given nor set by default, or is not one of AES
 ///     QV_RES_INVALID_ARGUMENT  the initialisation vector is longer than 16 bytes (of a shorter one, the rest is zero)

@@ -377,15 +377,21 @@ TEST(CAesBegin, AFailedKeyLeavesNoMessage)
 
 TEST(CAesBegin, ARefusalBeforeThatLeavesTheMessageAsItIs)
 {
+    // A mode in which the direction counts.
+    constexpr CCipher::EMode eMode = CCipher::eMODE_CFB;
     const Data bytes = Key(32);
+    const Data key = Key(16);
     CAes aes;
     Data out;
-    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv));
+    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, eMode, key, g_iv));
     ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data(), 5, out));
-    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_ECB, Key(16).data(), 16, nullptr, 0));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, Key(16), Key(17)));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DEFAULT, CCipher::eMODE_ECB, key.data(), 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, key.data(), 16, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(QV_RES_FAIL, aes.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, nullptr, nullptr));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, Begin(aes, CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, key, Key(17)));
     ASSERT_NO_FATAL_FAILURE(Feed(aes, bytes.data() + 5, 27, out));
-    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(16), g_iv, bytes), out);
+    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, eMode, key, g_iv, bytes), out);
 }
 
 TEST(CAesBegin, TheMissingBytesOfAShortVectorAreZero)

@@ -594,6 +594,22 @@ TEST(CBase64Object, HoldsItsFieldsInTheirOrder)
     pBase64->~CBase64();
 }
 
+TEST(CBase64Object, DestructionSetsBackAllButTheAlphabet)
+{
+    alignas(CBase64) unsigned char auStorage[sizeof(CBase64)];
+    CBase64* const pBase64 = new (auStorage) CBase64;
+    for (const std::size_t uField : {8u, 12u, 16u, 20u}) StoreAt(auStorage, uField, 0u);
+    StoreAt(auStorage, 28, 3u);
+    StoreAt(auStorage, 32, 1u);
+    pBase64->~CBase64();
+    EXPECT_EQ(1u, LoadAt<unsigned int>(auStorage, 8));
+    EXPECT_EQ(5u, LoadAt<unsigned int>(auStorage, 12));
+    EXPECT_EQ(1u, LoadAt<unsigned int>(auStorage, 16));
+    EXPECT_EQ(5u, LoadAt<unsigned int>(auStorage, 20));
+    EXPECT_EQ(0u, LoadAt<unsigned int>(auStorage, 28));
+    EXPECT_EQ(1u, LoadAt<unsigned int>(auStorage, 32));
+}
+
 TEST(CBase64Object, CopiesGoOnByThemselves)
 {
     CBase64 base64;
