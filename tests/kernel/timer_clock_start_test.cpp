@@ -25,6 +25,8 @@ long g_nTickRate = 1000;
 /// The time-outs that were waited for, and what those waits answer.
 std::vector<unsigned long> g_timeouts;
 bool g_bStopped = false;
+/// Stopped while a wait lasts, when there.
+CTimer* g_pStoppedMeanwhile = nullptr;
 std::vector<bool> g_signals;
 }  // namespace
 
@@ -53,6 +55,7 @@ bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
     // Starting a cycle tries the semaphore; that is left to the real one, and so is a wait that has come to its end.
     if (uTimeoutMs == 0 && g_timeouts.empty()) return m_sem.Wait(0);
     g_timeouts.push_back(uTimeoutMs);
+    if (g_pStoppedMeanwhile != nullptr) g_pStoppedMeanwhile->StopCyclicWait();
     return g_bStopped;
 }
 
@@ -254,6 +257,7 @@ protected:
         g_timeouts.clear();
         g_signals.clear();
         g_bStopped = false;
+        g_pStoppedMeanwhile = nullptr;
         SetNow(5000);
     }
 
@@ -384,6 +388,16 @@ TEST_F(CTimerCycle, AStopWhileWaitingIsFalseAndLeavesTheTimerIdle)
     EXPECT_EQ(5100u, m_timer.Next()) << "moved on as by any wait";
     EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "free again";
     EXPECT_TRUE(m_timer.StartCyclicWait(10));
+}
+
+TEST_F(CTimerCycle, AStopWhileWaitingLeavesBothTimesCleared)
+{
+    m_timer.StartCyclicWait(100);
+    g_bStopped = true;
+    g_pStoppedMeanwhile = &m_timer;
+    ExpectWait(5020, false, false, {80});
+    EXPECT_EQ(0u, m_timer.Next()) << "moved on by the period that it had before the stop";
+    EXPECT_EQ(0u, m_timer.Period());
 }
 
 TEST_F(CTimerCycle, AWaitThatIsNotStoppedSignalsNothing)
