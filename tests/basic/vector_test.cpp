@@ -343,6 +343,11 @@ TEST(CVectorComparison, OfDifferentElementSizesTakesTheBytesOfAsManyElementsOfTh
     Fill(words, {0x09090201, 0});  // 1 2 9 9 0 0 0 0
     EXPECT_FALSE(bytes < words) << "two bytes are common and equal, and three elements are not fewer than two";
     EXPECT_TRUE(words < bytes) << "the bytes end after three, and two elements are fewer";
+
+    ASSERT_EQ(QV_RES_OK, bytes.ReserveCapacity(8));
+    memset(bytes.GetAtInCapacity(2), 0xFF, 6);
+    ASSERT_EQ(QV_RES_OK, bytes.Resize(2));
+    EXPECT_FALSE(words < bytes) << "what lies behind the elements was compared";
 }
 
 TEST(CVectorComparison, LooksAtAllBytesOfAllElements)

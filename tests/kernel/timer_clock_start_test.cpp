@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -28,6 +29,8 @@ bool g_bStopped = false;
 /// Stopped while a wait lasts, when there.
 CTimer* g_pStoppedMeanwhile = nullptr;
 std::vector<bool> g_signals;
+/// Called before a signal is given, when there.
+std::function<void()> g_signalling;
 }  // namespace
 
 extern "C" QV_EXPORT clock_t times(tms* pstTimes) noexcept
@@ -62,6 +65,7 @@ bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
 void CBinarySemaphore::Signal(bool bYield) const
 {
     g_signals.push_back(bYield);
+    if (g_signalling) g_signalling();
     m_sem.Signal(bYield);
 }
 
@@ -258,6 +262,7 @@ protected:
         g_signals.clear();
         g_bStopped = false;
         g_pStoppedMeanwhile = nullptr;
+        g_signalling = nullptr;
         SetNow(5000);
     }
 
@@ -417,6 +422,16 @@ TEST_F(CTimerCycle, StopClearsBothTimesAndSignals)
     EXPECT_EQ(0u, m_timer.Period());
     EXPECT_EQ(1u, g_signals.size());
     EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8));
+}
+
+TEST_F(CTimerCycle, StopClearsBothTimesBeforeItSignals)
+{
+    m_timer.StartCyclicWait(100);
+    std::vector<uint64_t> times;
+    g_signalling = [&] { times = {m_timer.Next(), m_timer.Period()}; };
+    m_timer.StopCyclicWait();
+    g_signalling = nullptr;
+    EXPECT_EQ((std::vector<uint64_t>{0, 0}), times) << "the woken thread may have begun a new cycle";
 }
 
 TEST_F(CTimerCycle, StopsOfAnIdleTimerDoNotAddUp)
