@@ -77,7 +77,8 @@ bool CVectorBase::operator<(const CVectorBase& rOther) const
     if (this == &rOther) return false;
     if (m_pvStorage == nullptr) return rOther.m_uSize != 0;
     if (rOther.m_pvStorage == nullptr) return false;
-    const size_t uCommon = std::min(BytesOf(m_uSize), rOther.BytesOf(rOther.m_uSize));
+    // Elements of another size are compared, too, but not beyond their end.
+    const size_t uCommon = std::min(BytesOf(std::min(m_uSize, rOther.m_uSize)), rOther.BytesOf(rOther.m_uSize));
     return memcmp(m_pvStorage, rOther.m_pvStorage, uCommon) < 0 || m_uSize < rOther.m_uSize;
 }
 

@@ -232,6 +232,33 @@ TEST_F(CBlockAllocatorTest, DestructionWithoutFreeBlocksDoesNotCallTheSource)
     EXPECT_TRUE(m_source.GetReleases().empty());
 }
 
+namespace
+{
+/// Looks at the block allocator that gives blocks back, while it does.
+class CLookingSource : public CTestAllocator
+{
+public:
+    void Release(SBlock* pChain, unsigned int uCount) override
+    {
+        uBlocksWhileReleasing = pUser->GetBlockCount();
+        CTestAllocator::Release(pChain, uCount);
+    }
+    const CBlockAllocator* pUser = nullptr;
+    unsigned int uBlocksWhileReleasing = 0;
+};
+}  // namespace
+
+TEST(CBlockAllocatorReduce, CountsTheBlocksAsGoneOnceTheSourceHasThem)
+{
+    CLookingSource source;
+    CBlockAllocator blocks(16, &source);
+    source.pUser = &blocks;
+    ASSERT_TRUE(blocks.Reserve(5));
+    blocks.Reduce(2);
+    EXPECT_EQ(5u, source.uBlocksWhileReleasing);
+    EXPECT_EQ(2u, blocks.GetBlockCount());
+}
+
 TEST_F(CBlockAllocatorTest, ReserveAsksForExactlyTheShortfallInOneCall)
 {
     ASSERT_TRUE(m_blocks.Reserve(3));

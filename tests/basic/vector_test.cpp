@@ -335,6 +335,21 @@ TEST(CVectorComparison, TellsElementSizesApart)
     EXPECT_FALSE(bytes == words);
 }
 
+TEST(CVectorComparison, OfDifferentElementSizesTakesTheBytesOfAsManyElementsOfTheLeftOne)
+{
+    CVectorBase bytes(1, false, nullptr);
+    FillBytes(bytes, {1, 2, 3});
+    CVectorBase words(4, false, nullptr);
+    Fill(words, {0x09090201, 0});  // 1 2 9 9 0 0 0 0
+    EXPECT_FALSE(bytes < words) << "two bytes are common and equal, and three elements are not fewer than two";
+    EXPECT_TRUE(words < bytes) << "the bytes end after three, and two elements are fewer";
+
+    ASSERT_EQ(QV_RES_OK, bytes.ReserveCapacity(8));
+    memset(bytes.GetAtInCapacity(2), 0xFF, 6);
+    ASSERT_EQ(QV_RES_OK, bytes.Resize(2));
+    EXPECT_FALSE(words < bytes) << "what lies behind the elements was compared";
+}
+
 TEST(CVectorComparison, LooksAtAllBytesOfAllElements)
 {
     CVectorBase left(4, false, nullptr);
@@ -728,6 +743,23 @@ TEST_F(CVectorOfInts, AnElementOfTheVectorMayBeInserted)
                 EXPECT_EQ(expected, ValuesOf(vector));
             }
         }
+    }
+}
+
+TEST_F(CVectorOfInts, ASpareSlotOfTheVectorMayBeInserted)
+{
+    for (const unsigned int uCount : {1u, 2u, 3u})
+    {
+        SCOPED_TRACE(uCount);
+        CProbe vector(sizeof(int), false, &m_allocator);
+        Fill(vector, {1, 2});
+        ASSERT_EQ(QV_RES_OK, vector.ReserveCapacity(4));
+        const int nSpare = 7;
+        memcpy(vector.GetAtInCapacity(2), &nSpare, sizeof(nSpare));
+        ASSERT_EQ(QV_RES_OK, vector.Insert(1, uCount, vector.GetAtInCapacity(2)));
+        std::vector<int> expected = {1, 2};
+        expected.insert(expected.begin() + 1, uCount, nSpare);
+        EXPECT_EQ(expected, ValuesOf(vector));
     }
 }
 

@@ -12,11 +12,25 @@
 
 #include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
+#include "tests/support/real_mutex.h"
 #include "tests/support/vtable.h"
 
 static_assert(std::is_polymorphic_v<CMutex> && std::has_virtual_destructor_v<CMutex>);
 static_assert(sizeof(CMutex) == sizeof(void*) + sizeof(pthread_mutex_t));
 static_assert(!std::is_copy_constructible_v<CMutex> && !std::is_copy_assignable_v<CMutex>);
+
+namespace
+{
+/// Where the destruction of a POSIX mutex is looked for, and of what kind that one was then.
+const unsigned char* g_puWatched = nullptr;
+std::vector<int> g_destroyedKinds;
+}  // namespace
+
+extern "C" QV_EXPORT int pthread_mutex_destroy(pthread_mutex_t* pMutex) noexcept
+{
+    if (static_cast<void*>(pMutex) == g_puWatched) g_destroyedKinds.push_back(pMutex->__data.__kind);
+    return RealMutexDestroy(pMutex);
+}
 
 TEST(CMutexLayout, HasTheTwoDestructorsForSlots)
 {
@@ -46,6 +60,16 @@ TEST(CMutexDestructor, LeavesTheStorageZeroed)
     pMutex->~CMutex();
     EXPECT_EQ(std::vector<unsigned char>(sizeof(pthread_mutex_t)),
               BytesAt(auStorage, sizeof(void*), sizeof(pthread_mutex_t)));
+}
+
+TEST(CMutexDestructor, DestroysThePosixMutexBeforeItZeroesIt)
+{
+    alignas(CMutex) unsigned char auStorage[sizeof(CMutex)];
+    const CMutex* const pMutex = new (auStorage) CMutex;
+    g_puWatched = auStorage + sizeof(void*);
+    pMutex->~CMutex();
+    g_puWatched = nullptr;
+    EXPECT_EQ((std::vector<int>{PTHREAD_MUTEX_RECURSIVE}), g_destroyedKinds);
 }
 
 TEST(CMutexDestructor, DeletesThroughTheVirtualTable)

@@ -44,12 +44,17 @@ class CCounted : public CSingleton<CCounted>
 {
 public:
     CCounted() : m_nNumber(++ms_nConstructed) {}
-    ~CCounted() override { ++ms_nDestroyed; }
+    ~CCounted() override
+    {
+        ++ms_nDestroyed;
+        ms_pInstanceAtDestruction = ms_pInstance;
+    }
     static CCounted* Raw() { return ms_pInstance; }
 
     int m_nNumber;
     static inline std::atomic<int> ms_nConstructed{0};
     static inline int ms_nDestroyed = 0;
+    static inline CCounted* ms_pInstanceAtDestruction = nullptr;
 };
 
 class COther : public CSingleton<COther>
@@ -107,6 +112,14 @@ TEST_F(CSingletonTest, IsMadeAnewAfterItsDestruction)
     EXPECT_EQ(1, CCounted::ms_nDestroyed);
     EXPECT_EQ(nullptr, CCounted::Raw());
     EXPECT_EQ(2, CCounted::Instance()->m_nNumber);
+}
+
+TEST_F(CSingletonTest, IsTheInstanceUntilItIsDestroyed)
+{
+    CCounted* const pInstance = CCounted::Instance();
+    CCounted::DestroyInstance();
+    EXPECT_EQ(pInstance, CCounted::ms_pInstanceAtDestruction);
+    EXPECT_EQ(nullptr, CCounted::Raw());
 }
 
 TEST_F(CSingletonTest, DestroyingNoneIsHarmless)

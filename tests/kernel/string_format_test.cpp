@@ -155,6 +155,19 @@ TEST(CSnprintf, EveryBufferSizeHoldsWhatFits)
     }
 }
 
+TEST(CSnprintf, IsCutAroundTheSizeFromWhichOnMemoryIsAllocated)
+{
+    std::string text;
+    for (int n = 0; n < 300; ++n) text += static_cast<char>('a' + n % 23);
+    for (unsigned int uSize = 254; uSize < 260; ++uSize)
+    {
+        SCOPED_TRACE(uSize);
+        CBuffer buffer(uSize);
+        EXPECT_EQ(buffer.Size(), QvSnprintf(buffer.Chars(), buffer.Size(), "%s", text.c_str()));
+        EXPECT_EQ(text.substr(0, uSize), buffer.Text(uSize));
+    }
+}
+
 TEST(CSnprintf, ALongTextIsCutToo)
 {
     const std::string text(100000, 'x');

@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdint>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -25,7 +26,11 @@ long g_nTickRate = 1000;
 /// The time-outs that were waited for, and what those waits answer.
 std::vector<unsigned long> g_timeouts;
 bool g_bStopped = false;
+/// Stopped while a wait lasts, when there.
+CTimer* g_pStoppedMeanwhile = nullptr;
 std::vector<bool> g_signals;
+/// Called before a signal is given, when there.
+std::function<void()> g_signalling;
 }  // namespace
 
 extern "C" QV_EXPORT clock_t times(tms* pstTimes) noexcept
@@ -53,12 +58,14 @@ bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
     // Starting a cycle tries the semaphore; that is left to the real one, and so is a wait that has come to its end.
     if (uTimeoutMs == 0 && g_timeouts.empty()) return m_sem.Wait(0);
     g_timeouts.push_back(uTimeoutMs);
+    if (g_pStoppedMeanwhile != nullptr) g_pStoppedMeanwhile->StopCyclicWait();
     return g_bStopped;
 }
 
 void CBinarySemaphore::Signal(bool bYield) const
 {
     g_signals.push_back(bYield);
+    if (g_signalling) g_signalling();
     m_sem.Signal(bYield);
 }
 
@@ -254,6 +261,8 @@ protected:
         g_timeouts.clear();
         g_signals.clear();
         g_bStopped = false;
+        g_pStoppedMeanwhile = nullptr;
+        g_signalling = nullptr;
         SetNow(5000);
     }
 
@@ -386,6 +395,16 @@ TEST_F(CTimerCycle, AStopWhileWaitingIsFalseAndLeavesTheTimerIdle)
     EXPECT_TRUE(m_timer.StartCyclicWait(10));
 }
 
+TEST_F(CTimerCycle, AStopWhileWaitingLeavesBothTimesCleared)
+{
+    m_timer.StartCyclicWait(100);
+    g_bStopped = true;
+    g_pStoppedMeanwhile = &m_timer;
+    ExpectWait(5020, false, false, {80});
+    EXPECT_EQ(0u, m_timer.Next()) << "moved on by the period that it had before the stop";
+    EXPECT_EQ(0u, m_timer.Period());
+}
+
 TEST_F(CTimerCycle, AWaitThatIsNotStoppedSignalsNothing)
 {
     m_timer.StartCyclicWait(100);
@@ -403,6 +422,16 @@ TEST_F(CTimerCycle, StopClearsBothTimesAndSignals)
     EXPECT_EQ(0u, m_timer.Period());
     EXPECT_EQ(1u, g_signals.size());
     EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8));
+}
+
+TEST_F(CTimerCycle, StopClearsBothTimesBeforeItSignals)
+{
+    m_timer.StartCyclicWait(100);
+    std::vector<uint64_t> times;
+    g_signalling = [&] { times = {m_timer.Next(), m_timer.Period()}; };
+    m_timer.StopCyclicWait();
+    g_signalling = nullptr;
+    EXPECT_EQ((std::vector<uint64_t>{0, 0}), times) << "the woken thread may have begun a new cycle";
 }
 
 TEST_F(CTimerCycle, StopsOfAnIdleTimerDoNotAddUp)
