@@ -309,6 +309,7 @@ TEST(CBlobInsert, ASizeThatDoesNotFit32BitsIsOutOfMemory)
     CBlob blob = BlobOf(Counted(4), &allocator);
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(puSource, UINT_MAX));
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Insert(1, puSource, UINT_MAX - 3));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(blob.GetAt(0), UINT_MAX)) << "before a byte is read";
     EXPECT_EQ(Counted(4), BytesOf(blob));
     EXPECT_EQ(4u, blob.GetCapacity());
     munmap(pvSource, uSize);
