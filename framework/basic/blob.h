@@ -2,6 +2,8 @@
 #define FRAMEWORK_BASIC_BLOB_H
 #include <stdint.h>
 
+#include <type_traits>
+
 #include "framework/basic/marshaler.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
@@ -35,8 +37,12 @@ public:
     /// An empty blob with room for uCapacity bytes, if memory allows: GetCapacity() tells.
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
-    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity = 0,
-          IAllocator* pAllocator = nullptr);
+    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator = nullptr);
+    // The same without more room. A template, lest CBlob(0, NULL) could mean this as well as a capacity.
+    template <typename TByte, typename = typename std::enable_if<std::is_same<TByte, unsigned char>::value>::type>
+    QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
+    {
+    }
     /// Same allocator, capacity, bytes and cursors.
     CBlob(const CBlob& rSrc);
     /// Takes everything; rSrc is empty afterwards.

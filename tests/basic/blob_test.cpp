@@ -115,6 +115,7 @@ TEST(CBlobConstruct, FromACapacityItIsEmptyWithThatRoom)
     EXPECT_EQ(1u, allocator.GetRequests()[0].uCount);
     EXPECT_EQ(100u, allocator.GetRequests()[0].uSize);
     EXPECT_EQ(0u, CBlob(0, &allocator).GetCapacity());
+    EXPECT_EQ(0u, CBlob(0, NULL).GetCapacity()) << "a capacity, not a pointer";
 }
 
 TEST(CBlobConstruct, FromBytesItHasTheLargerOfSizeAndCapacity)
