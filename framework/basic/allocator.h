@@ -27,8 +27,8 @@ public:
     virtual SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) = 0;
 
     /// Takes a chain back: all blocks from pChain to the null link. A null chain is none. Follow the links and do not
-    /// rely on uCount: CBlockAllocator tells the number of blocks there, but vectors and strings, which give back one
-    /// block, its size in bytes.
+    /// rely on uCount: CBlockAllocator tells the number of blocks there, but vectors, which give back one block, its
+    /// size in bytes, and strings always 8.
     virtual void Release(SBlock* pChain, unsigned int uCount) = 0;
 };
 

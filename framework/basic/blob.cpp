@@ -1,8 +1,8 @@
 // Bit cursors. A position is an index and a bit offset of 0 to 7. With an offset above 0 a byte is in progress: for
 // reading it is the one before the read index, for appending the one at the append-bits index. Bits travel in 32-bit
 // words loaded big-endian, so that bit n of a byte run is bit n of the word from the top; a step moves as many bits as
-// source and destination both have left in their words. Words are loaded and stored only as far as bytes exist to load
-// them from.
+// source and destination both have left in their words. Of the last word only the bytes that exist are loaded; reading
+// stores only the bytes that bits have reached, appending a whole word, for which it reserves four bytes more.
 #include "framework/basic/blob.h"
 
 #include <limits.h>
@@ -37,6 +37,12 @@ void StoreWord(unsigned char* pu, uint32_t uWord, size_t uBytes)
 size_t BytesHolding(uint64_t uBits)
 {
     return static_cast<size_t>((uBits + 7) / 8);
+}
+
+// What appending uBits bits behind uOffset bits of a blob's last byte reserves: room for a whole word more.
+size_t CapacityFor(uint64_t uBits, unsigned int uOffset, unsigned int uSize)
+{
+    return uSize + BytesHolding(uBits + uOffset) + g_uWordBytes;
 }
 
 // The top uCount (0 to 32) bits set.
@@ -326,9 +332,7 @@ void CBlob::PadBits(unsigned int uBitCount)
         if (bFirst && uBitCount > g_uWordBits)
         {
             // Growth is exact, so take at once the room that the last chunk is going to ask for.
-            const unsigned int uLastChunk = (uBitCount - 1) % g_uWordBits + 1;
-            const size_t uSizeBeforeLast = size_t{m_uSize} + (uBitCount - uLastChunk) / 8;
-            const size_t uCapacity = uSizeBeforeLast + (uLastChunk + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
+            const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
             if (uCapacity <= UINT_MAX) ReserveCapacity(static_cast<unsigned int>(uCapacity));
         }
     }
@@ -373,7 +377,7 @@ void CBlob::CopyMembers(const CBlob& rSrc)
 bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
 {
     if (size_t{m_uAppendBitsIndex} + 1 != m_uSize) m_uAppendBitsIndex = m_uSize;
-    const size_t uCapacity = m_uSize + (size_t{uBitCount} + m_uAppendBitsBitOffset + 7) / 8 + g_uWordBytes;
+    const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
 
     // Bytes of this blob are read from a copy: the blob may move, and change under them.
     const size_t uSrcBytes = puSrc != nullptr ? BytesHolding(uint64_t{uBitCount} + uSrcBitOffset) : 0;
@@ -400,7 +404,6 @@ bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, un
         unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
         const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
         const uint32_t uDstWord = LoadWord(puDst, 1);
-        // The four bytes reserved beyond the bits make room for a whole word.
         StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
         Advance(puSrc, uSrcBitOffset, uChunk);
         Advance(puDst, m_uAppendBitsBitOffset, uChunk);

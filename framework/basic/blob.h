@@ -2,6 +2,8 @@
 #define FRAMEWORK_BASIC_BLOB_H
 #include <stdint.h>
 
+#include <type_traits>
+
 #include "framework/basic/marshaler.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
@@ -35,8 +37,12 @@ public:
     /// An empty blob with room for uCapacity bytes, if memory allows: GetCapacity() tells.
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
-    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity = 0,
-          IAllocator* pAllocator = nullptr);
+    CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator = nullptr);
+    // The same without more room. A template, lest CBlob(0, NULL) could mean this as well as a capacity.
+    template <typename TByte, typename = typename std::enable_if<std::is_same<TByte, unsigned char>::value>::type>
+    QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
+    {
+    }
     /// Same allocator, capacity, bytes and cursors.
     CBlob(const CBlob& rSrc);
     /// Takes everything; rSrc is empty afterwards.
@@ -105,7 +111,8 @@ public:
     /// Copies the next uSize unread bytes to puDst and returns it. The rest of a partly read byte is skipped first.
     /// Null, with nothing read, when puDst is null, uSize is 0 or fewer whole bytes are unread.
     unsigned char* Read(unsigned char* puDst, unsigned int uSize);
-    /// The same without a copy: the bytes in place, valid until the blob changes.
+    /// The same without a copy: the bytes in place, valid until the blob changes. A uSize of 0 is allowed here: it only
+    /// skips the rest of a partly read byte, and the result is null when no byte follows.
     unsigned char* ReadNoCopy(unsigned int uSize);
     /// Moves the read cursor to a byte. A bit offset inside a byte stays, and then means the byte before the index:
     /// RealignReadBits(8) drops it. At index 0 there is no such byte; ReadBits() drops the offset there itself.
@@ -123,7 +130,8 @@ public:
     /// Cost: up to 32 bits a step.
     void AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
     /// Reads up to uBitCount bits, no more than are unread, to uDstBitOffset bits into the first byte of puDst. The
-    /// bits of puDst before them are kept, those behind them in the last byte written become 0.
+    /// bits of puDst before them are kept, those behind them in the last byte written become 0. Nothing happens
+    /// when puDst is null.
     void ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset);
     /// Appends uBitCount zero bits.
     void PadBits(unsigned int uBitCount);

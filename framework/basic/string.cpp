@@ -40,7 +40,7 @@ unsigned int CapacityToFormat(unsigned int uCapacity, unsigned int uStartIndex, 
     {
         const uint16_t uDoubled = static_cast<uint16_t>(uCapacity * 2);  // 16 bits on purpose: the end of growth.
         if (uDoubled <= uCapacity) return 0;
-        uCapacity = RoundUpCapacity(uDoubled);
+        uCapacity = uDoubled;
     }
     return uCapacity;
 }
@@ -368,7 +368,7 @@ void CString::Release()
         // The header becomes the link word of a chain of one block.
         static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
         memset(m_pstInfo, 0, sizeof(SStringInfo));
-        const unsigned int uBlockSize = m_pstInfo->uCapacity + g_uBlockOverhead;
+        const unsigned int uBlockSize = m_pstInfo->uCapacity + g_uBlockOverhead;  // 8 always: the capacity is cleared
         ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), uBlockSize);
     }
     m_pstInfo = ms_pstEmptyStringInfo;

@@ -128,7 +128,7 @@ public:
 
     /// Replaces everything from uStartIndex on by formatted text: GetSize() appends, 0 replaces all. The capacity
     /// doubles, from 32 on, until it is 32,768 or more: for a longer text, call ReserveCapacity() first.
-    /// On a failure other than the first, the string ends at uStartIndex.
+    /// After any failure but an uStartIndex above the size, the string ends at uStartIndex.
     /// QV_RES_OK                the text is in
     /// QV_RES_INVALID_ARGUMENT  uStartIndex is above the size, or the text is too long
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no block

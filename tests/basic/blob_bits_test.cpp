@@ -408,6 +408,7 @@ TEST(CBlobBits, ReadingNoneWritesAndMovesNothing)
     unsigned char uRead = 0xFF;
     blob.ReadBits(&uRead, 0, 3);
     blob.ReadBits(nullptr, 0, 0);
+    blob.ReadBits(nullptr, 8, 0);
     blob.SkipBits(0);
     EXPECT_EQ(0xFF, uRead);
     EXPECT_EQ((SBlobCursors{0, 0, 0, 0}), CursorsOf(blob));
@@ -650,6 +651,24 @@ TEST(CBlobSkipBits, InsideTheByteBeforeTheFirstCountsThatBytesRest)
     blob.SkipBits(5);
     EXPECT_EQ(32u, blob.GetUnreadBits());
     EXPECT_EQ(4u, blob.GetUnreadSize());
+}
+
+TEST(CBlobPadBits, AsksForMemoryTwiceAtMost)
+{
+    for (const unsigned int uAppended : {0u, 5u, 8u})
+        for (unsigned int uCount = 0; uCount <= 400; ++uCount)
+        {
+            SCOPED_TRACE(testing::Message() << uCount << " behind " << uAppended);
+            CTestAllocator allocator;
+            CBlob blob(20, &allocator);
+            const unsigned char uBits = 0xFF;
+            blob.AppendBits(&uBits, uAppended, 0);
+            ASSERT_EQ(QV_RES_OK, blob.ReduceCapacity(0));
+            const std::size_t uRequests = allocator.GetRequests().size();
+            blob.PadBits(uCount);
+            ASSERT_GE(uRequests + 2, allocator.GetRequests().size());
+            ASSERT_EQ((uAppended + uCount + 7) / 8, blob.GetSize());
+        }
 }
 
 TEST(CBlobPadBits, WithoutMemoryAsksOnceAndGivesUp)

@@ -115,6 +115,7 @@ TEST(CBlobConstruct, FromACapacityItIsEmptyWithThatRoom)
     EXPECT_EQ(1u, allocator.GetRequests()[0].uCount);
     EXPECT_EQ(100u, allocator.GetRequests()[0].uSize);
     EXPECT_EQ(0u, CBlob(0, &allocator).GetCapacity());
+    EXPECT_EQ(0u, CBlob(0, NULL).GetCapacity()) << "a capacity, not a pointer";
 }
 
 TEST(CBlobConstruct, FromBytesItHasTheLargerOfSizeAndCapacity)
@@ -309,6 +310,7 @@ TEST(CBlobInsert, ASizeThatDoesNotFit32BitsIsOutOfMemory)
     CBlob blob = BlobOf(Counted(4), &allocator);
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(puSource, UINT_MAX));
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Insert(1, puSource, UINT_MAX - 3));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(blob.GetAt(0), UINT_MAX)) << "before a byte is read";
     EXPECT_EQ(Counted(4), BytesOf(blob));
     EXPECT_EQ(4u, blob.GetCapacity());
     munmap(pvSource, uSize);

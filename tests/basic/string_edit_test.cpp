@@ -48,32 +48,33 @@ TEST_P(CStringInsert, PutsTheRepeatedSourceInFrontOfTheIndex)
 }
 INSTANTIATE_TEST_SUITE_P(
     All, CStringInsert,
-    testing::Values(SInsertCase{"AtTheFront", "world", 0, 1, "hello ", 6, QV_RES_OK, "hello world"},
-                    SInsertCase{"InTheMiddle", "held", 2, 1, "l wor", 5, QV_RES_OK, "hel world"},
-                    SInsertCase{"AtTheSizeAppends", "hello", 5, 1, " world", 6, QV_RES_OK, "hello world"},
-                    SInsertCase{"BehindTheSize", "hello", 6, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
-                    SInsertCase{"FarBehindTheSize", "hello", UINT_MAX, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
-                    SInsertCase{"IntoNothing", "", 0, 1, "x", 1, QV_RES_OK, "x"},
-                    SInsertCase{"BehindNothing", "", 1, 1, "x", 1, QV_RES_INVALID_ARGUMENT, ""},
-                    SInsertCase{"Repeated", "<>", 1, 3, "ab", 2, QV_RES_OK, "<ababab>"},
-                    SInsertCase{"APartOfTheSource", "<>", 1, 2, "abcd", 2, QV_RES_OK, "<abab>"},
-                    SInsertCase{"NulsToo", "<>", 1, 1, std::string("a\0b", 3), 3, QV_RES_OK, std::string("<a\0b>", 5)},
-                    SInsertCase{"NoRepetition", "hello", 9, 0, "x", 1, QV_RES_OK, "hello"},
-                    SInsertCase{"NoCharacters", "hello", 9, 1, "x", 0, QV_RES_OK, "hello"},
-                    SInsertCase{"WholeText", "<>", 1, 2, "text", 65535, QV_RES_OK, "<texttext>"},
-                    SInsertCase{"WholeTextUpToItsNul", "<>", 1, 1, std::string("a\0b", 3), 65535, QV_RES_OK, "<a>"},
-                    SInsertCase{"WholeEmptyText", "<>", 1, 7, "", 65535, QV_RES_OK, "<>"},
-                    SInsertCase{"WholeEmptyTextBehindTheSize", "<>", 3, 1, "", 65535, QV_RES_INVALID_ARGUMENT, "<>"},
-                    SInsertCase{"UpToTheLargestSize", "x", 0, 1, g_strX65534, 65534, QV_RES_OK, g_strX65535},
-                    SInsertCase{"PastTheLargestSize", "xx", 0, 1, g_strX65534, 65534, QV_RES_INVALID_ARGUMENT, "xx"},
-                    SInsertCase{"UpToTheLargestSizeByRepetition", "", 0, 21845, "xxx", 3, QV_RES_OK, g_strX65535},
-                    SInsertCase{"PastTheLargestSizeByRepetition", "", 0, 21846, "xxx", 3, QV_RES_INVALID_ARGUMENT, ""},
-                    SInsertCase{"ProductOfTwoToThe32", "abc", 0, 65536, std::string(65536, 'x'), 65536,
-                                QV_RES_INVALID_ARGUMENT, "abc"},
-                    SInsertCase{"ProductBeyondTwoToThe32", "abc", 0, 0x80000001, "xy", 2, QV_RES_INVALID_ARGUMENT,
-                                "abc"},
-                    SInsertCase{"SumBeyondTwoToThe32", "abc", 0, UINT_MAX, "x", 1, QV_RES_INVALID_ARGUMENT, "abc"},
-                    SInsertCase{"WholeTextOfTheLargestSize", "", 0, 1, g_strX65535, 65535, QV_RES_OK, g_strX65535}),
+    testing::Values(
+        SInsertCase{"AtTheFront", "world", 0, 1, "hello ", 6, QV_RES_OK, "hello world"},
+        SInsertCase{"InTheMiddle", "held", 2, 1, "l wor", 5, QV_RES_OK, "hel world"},
+        SInsertCase{"AtTheSizeAppends", "hello", 5, 1, " world", 6, QV_RES_OK, "hello world"},
+        SInsertCase{"BehindTheSize", "hello", 6, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
+        SInsertCase{"FarBehindTheSize", "hello", UINT_MAX, 1, "x", 1, QV_RES_INVALID_ARGUMENT, "hello"},
+        SInsertCase{"IntoNothing", "", 0, 1, "x", 1, QV_RES_OK, "x"},
+        SInsertCase{"BehindNothing", "", 1, 1, "x", 1, QV_RES_INVALID_ARGUMENT, ""},
+        SInsertCase{"Repeated", "<>", 1, 3, "ab", 2, QV_RES_OK, "<ababab>"},
+        SInsertCase{"APartOfTheSource", "<>", 1, 2, "abcd", 2, QV_RES_OK, "<abab>"},
+        SInsertCase{"NulsToo", "<>", 1, 1, std::string("a\0b", 3), 3, QV_RES_OK, std::string("<a\0b>", 5)},
+        SInsertCase{"NoRepetition", "hello", 9, 0, "x", 1, QV_RES_OK, "hello"},
+        SInsertCase{"NoCharacters", "hello", 9, 1, "x", 0, QV_RES_OK, "hello"},
+        SInsertCase{"WholeText", "<>", 1, 2, "text", 65535, QV_RES_OK, "<texttext>"},
+        SInsertCase{"WholeTextUpToItsNul", "<>", 1, 1, std::string("a\0b", 3), 65535, QV_RES_OK, "<a>"},
+        SInsertCase{"WholeEmptyText", "<>", 1, 7, "", 65535, QV_RES_OK, "<>"},
+        SInsertCase{"WholeEmptyTextBehindTheSize", "<>", 3, 1, "", 65535, QV_RES_INVALID_ARGUMENT, "<>"},
+        SInsertCase{"UpToTheLargestSize", "x", 0, 1, g_strX65534, 65534, QV_RES_OK, g_strX65535},
+        SInsertCase{"PastTheLargestSize", "xx", 0, 1, g_strX65534, 65534, QV_RES_INVALID_ARGUMENT, "xx"},
+        SInsertCase{"UpToTheLargestSizeByRepetition", "", 0, 21845, "xxx", 3, QV_RES_OK, g_strX65535},
+        SInsertCase{"PastTheLargestSizeByRepetition", "", 0, 21846, "xxx", 3, QV_RES_INVALID_ARGUMENT, ""},
+        SInsertCase{"ProductOfTwoToThe32", "abc", 0, 65536, std::string(65536, 'x'), 65536, QV_RES_INVALID_ARGUMENT,
+                    "abc"},
+        SInsertCase{"ProductBeyondTwoToThe32", "abc", 0, 0x80000001, "xy", 2, QV_RES_INVALID_ARGUMENT, "abc"},
+        SInsertCase{"SumBeyondTwoToThe32", "abc", 0, UINT_MAX, "x", 1, QV_RES_INVALID_ARGUMENT, "abc"},
+        SInsertCase{"WholeTextOfTheLargestSize", "", 0, 1, g_strX65535, 65535, QV_RES_OK, g_strX65535},
+        SInsertCase{"WholeTextThatIsTooLong", "", 0, 1, g_strX65535 + "x", 65535, QV_RES_INVALID_ARGUMENT, ""}),
     [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CStringInsert, ANullTextIsAnEmptyOne)
@@ -123,6 +124,15 @@ TEST(CStringInsert, OfPiecesOfItselfTakesThemAsIfCopiedFirst)
                     ASSERT_EQ(strWant, TextOf(strShared));
                     ASSERT_EQ("abcdef", TextOf(strCopy));
                 }
+}
+
+TEST(CStringInsert, OfItsOwnNulTakesTheNul)
+{
+    CString strText("ab");
+    ASSERT_EQ(QV_RES_OK, strText.Insert(0, 2, strText.CStr() + 1, 2));
+    EXPECT_EQ(std::string("b\0b\0ab", 6), TextOf(strText));
+    ASSERT_EQ(QV_RES_OK, strText.Insert(0, 1, strText.CStr() + 6, 1));
+    EXPECT_EQ(std::string("\0b\0b\0ab", 7), TextOf(strText));
 }
 
 TEST(CStringInsert, OfAStringTakesThePartThatIsThere)
