@@ -139,21 +139,28 @@ TEST_P(CToldDirectories, AreBelowThePrefixUnlessTheyAreToldInFull)
 
 TEST_P(CToldDirectories, MayLieOutsideOfThePrefix)
 {
-    const fs::path prefix = ms_directory / "the rest", build = BuildDirectory("absolute");
-    const fs::path libraries = ms_directory / "only libraries", headers = ms_directory / "only headers";
-    ConfigureAndInstall(build, prefix, "-DCMAKE_INSTALL_LIBDIR=" + Quoted(libraries));
+    const fs::path prefix = ms_directory / "the rest";
+    const fs::path libraries = ms_directory / "only libraries";
+    ConfigureAndInstall(BuildDirectory("absolute"), prefix, "-DCMAKE_INSTALL_LIBDIR=" + Quoted(libraries));
     EXPECT_TRUE(fs::exists(libraries / "liborvel_framework.so.1"));
     EXPECT_TRUE(fs::exists(prefix / "include/framework/framework.h"));
     // gdb looks for the whole path of the library.
     EXPECT_TRUE(fs::exists(prefix / "share/gdb/auto-load" / libraries.relative_path() /
                            "liborvel_framework.so." ORVEL_VERSION "-gdb.py"));
     EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("absolute pkg-config"), libraries));
+}
 
-    fs::remove_all(prefix / "include");
-    ConfigureAndInstall(build, prefix, "-DCMAKE_INSTALL_INCLUDEDIR=" + Quoted(headers));
+// Installed from scratch: CMake does not replace what it installed less than a second ago.
+TEST_P(CToldDirectories, MayAllLieOutsideOfThePrefix)
+{
+    const fs::path prefix = ms_directory / "almost nothing";
+    const fs::path libraries = ms_directory / "libraries apart", headers = ms_directory / "headers apart";
+    ConfigureAndInstall(
+        BuildDirectory("apart"), prefix,
+        "-DCMAKE_INSTALL_LIBDIR=" + Quoted(libraries) + " -DCMAKE_INSTALL_INCLUDEDIR=" + Quoted(headers));
     EXPECT_TRUE(fs::exists(headers / "framework/framework.h"));
-    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("absolute pkg-config"), libraries));
-    EXPECT_EQ(g_pszOutput, OutputBuiltByCMake(BuildDirectory("absolute cmake"),
+    EXPECT_EQ(g_pszOutput, OutputBuiltByPkgConfig(BuildDirectory("apart pkg-config"), libraries));
+    EXPECT_EQ(g_pszOutput, OutputBuiltByCMake(BuildDirectory("apart cmake"),
                                               "-Dorvel_framework_DIR=" + Quoted(libraries / "cmake/orvel_framework")));
 }
 
