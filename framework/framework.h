@@ -39,6 +39,7 @@
 #include "framework/kernel/fault.h"
 #include "framework/kernel/framework_initializer.h"
 #include "framework/kernel/framework_version.h"
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/memory_queue.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/os_version.h"

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "framework/kernel/export.h"
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 
@@ -28,7 +29,7 @@ protected:
 /// Ownership  The object lives until DestroyInstance(), which its module's shut-down calls; nothing destroys it at
 ///            exit.
 /// Threads    Instance() from any thread. DestroyInstance() takes no lock: only when no other thread runs.
-/// Lifetime   Between the start-up and the shut-down of the framework; Instance() outside it dereferences null.
+/// Lifetime   Between the start-up and the shut-down of the framework; Instance() outside it ends the process.
 /// Failure    What operator new or T's constructor throws passes through. A constructor that throws anything but
 ///            std::bad_alloc leaves the mutex of all singletons locked by its thread: treat it as fatal.
 template <typename T>
@@ -60,7 +61,7 @@ T* CSingleton<T>::Instance()
     T* pInstance = __atomic_load_n(&ms_pInstance, __ATOMIC_ACQUIRE);
     if (pInstance != nullptr) return pInstance;
 
-    ms_pmutex->Lock();
+    orvel_internal::RequireUp(ms_pmutex, "CSingleton")->Lock();
     pInstance = ms_pInstance;
     if (pInstance == nullptr)
     {
