@@ -13,6 +13,7 @@ std::atomic<long> g_nGranted = g_nNONE;
 std::atomic<bool> g_bRefused = false;
 std::atomic<long> g_nLive = 0;
 
+#if TESTS_OWN_OPERATOR_NEW
 bool IsRefused()
 {
     if (g_nGranted.load() < 0 || g_nGranted.fetch_sub(1) != 0) return false;
@@ -43,6 +44,7 @@ void* OrThrow(void* pvBlock)
     if (pvBlock == nullptr) throw std::bad_alloc();
     return pvBlock;
 }
+#endif
 }  // namespace
 
 CRefusingNew::CRefusingNew(unsigned long uNth)
