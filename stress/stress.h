@@ -14,12 +14,6 @@
 
 using CRandom = std::mt19937;
 
-/// Below uLimit, which is not 0.
-inline unsigned int Below(CRandom& rRandom, unsigned int uLimit)
-{
-    return static_cast<unsigned int>(rRandom() % uLimit);
-}
-
 /// How long a stress test goes on: STRESS_SECONDS, a second by itself. The clock decides how much is tried, never what
 /// the outcome is.
 inline std::chrono::seconds StressTime()

@@ -51,10 +51,11 @@ void Edit(SText& rst, CRandom& rRandom)
             rst.twin[0] = c;
             break;
         case 2:
-            ASSERT_EQ(QV_RES_OK, rst.strText.Insert(0, "text ", 5));
+            ASSERT_EQ(QV_RES_OK, rst.strText.Insert(0, 1, "text ", 5));
             rst.twin.insert(0, "text ");
             break;
         case 3:
+            if (rst.twin.size() < 3) break;
             rst.strText.Erase(0, 3);
             rst.twin.erase(0, 3);
             break;

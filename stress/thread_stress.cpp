@@ -19,7 +19,7 @@ void DestroyValue(unsigned int uValue)
     ++g_uValuesDestroyed;
 }
 
-unsigned int Run(unsigned int uParameter)
+unsigned int Triple(unsigned int uParameter)
 {
     ++g_uRuns;
     if (uParameter % 2 != 0 && CThread::SetSpecific(g_uKey, uParameter) >= 0) ++g_uValuesSet;
@@ -33,7 +33,7 @@ unsigned int Run(unsigned int uParameter)
 
 unsigned int RunAndDestroySelf(unsigned int uParameter)
 {
-    const unsigned int uExitCode = Run(uParameter);
+    const unsigned int uExitCode = Triple(uParameter);
     delete CThread::GetThreadSelf();
     EXPECT_EQ(nullptr, CThread::GetThreadSelf());
     return uExitCode;
@@ -68,7 +68,7 @@ TEST_F(CThreadStress, EachStartRunsOnceAndGivesItsExitCode)
                       {
                           const unsigned int uParameter = 1 + Below(rRandom, 1000);
                           // A start joins the run before.
-                          ASSERT_GE(thread.StartThread(Run, uParameter, "stress", 0, CThread::eNORMAL), 0);
+                          ASSERT_GE(thread.StartThread(Triple, uParameter, "stress", 0, CThread::eNORMAL), 0);
                           ++uStarts;
                           {
                               const std::lock_guard guard(mutex);
@@ -107,22 +107,22 @@ TEST_F(CThreadStress, ObjectsMayDestroyThemselves)
 TEST_F(CThreadStress, IsLookedAtWhileItIsStartedAndJoined)
 {
     CThread thread;
-    StressThreads(4,
-                  [&](unsigned int uThread, CRandom& rRandom)
-                  {
-                      if (uThread == 0)
-                      {
-                          ASSERT_GE(thread.StartThread(Run, 1 + Below(rRandom, 1000), "looked at", 0, CThread::eNORMAL),
-                                    0);
-                          ASSERT_EQ(QV_RES_OK, thread.Join(nullptr));
-                          return;
-                      }
-                      EXPECT_FALSE(thread.IsCurrentThread());
-                      EXPECT_LE(thread.GetState(), CThread::eRETURNED);
-                      EXPECT_EQ(0u, thread.GetExitCode() % 3);
-                      unsigned int uKey = 0;
-                      ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
-                      ASSERT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 5));
-                      ASSERT_EQ(QV_RES_OK, CThread::DeleteKey(uKey));
-                  });
+    StressThreads(
+        4,
+        [&](unsigned int uThread, CRandom& rRandom)
+        {
+            if (uThread == 0)
+            {
+                ASSERT_GE(thread.StartThread(Triple, 1 + Below(rRandom, 1000), "looked at", 0, CThread::eNORMAL), 0);
+                ASSERT_EQ(QV_RES_OK, thread.Join(nullptr));
+                return;
+            }
+            EXPECT_FALSE(thread.IsCurrentThread());
+            EXPECT_LE(thread.GetState(), CThread::eRETURNED);
+            EXPECT_EQ(0u, thread.GetExitCode() % 3);
+            unsigned int uKey = 0;
+            ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
+            ASSERT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 5));
+            ASSERT_EQ(QV_RES_OK, CThread::DeleteKey(uKey));
+        });
 }
