@@ -1,6 +1,7 @@
 #include "examples/workers/channel.h"
 
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -9,7 +10,7 @@ constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
 
 CChannel::CChannel(unsigned int uSize)
 {
-    m_queue.Initialize(uSize, alignof(uint64_t));
+    if (!m_queue.Initialize(uSize, alignof(uint64_t))) throw std::bad_alloc();
 }
 
 bool CChannel::Put(uint64_t uNumber, const unsigned char* puData, unsigned int uSize)
@@ -76,6 +77,8 @@ CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)
         {
             std::memcpy(&rRecord.uNumber, puRecord, g_uNumberSize);
             rRecord.bytes = CBlob(puRecord + g_uNumberSize, uSize - g_uNumberSize);
+            // A blob tells by its size only that it found no memory.
+            rRecord.bWhole = rRecord.bytes.GetSize() == uSize - g_uNumberSize;
             m_queue.Pop();
         }
         else eOutcome = m_bClosed ? eNEVER : eWAIT;
