@@ -168,7 +168,9 @@ int Show(const char* pszAt, const std::vector<const char*>& rZones)
     std::vector<CTimeZone> zones(rZones.size());
     for (std::size_t u = 0; u < rZones.size(); ++u)
     {
-        if (zones[u].SetTimeZone(TextOfZone(rZones[u])) >= 0) continue;
+        const QvResult res = zones[u].SetTimeZone(TextOfZone(rZones[u]));
+        if (res == QV_RES_OUT_OF_MEMORY) throw std::bad_alloc();
+        if (res >= 0) continue;
         std::fprintf(stderr, "clock: not a zone: %s\n", rZones[u]);
         return g_nRefused;
     }

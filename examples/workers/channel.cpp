@@ -6,6 +6,13 @@
 namespace
 {
 constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
+
+// Without an exception: a thread that ends by one takes the program with it. False without memory.
+bool SetBytes(CBlob& rBlob, const unsigned char* puData, unsigned int uSize)
+{
+    if (rBlob.Resize(0u) < 0) return false;
+    return uSize == 0 || rBlob.Append(puData, uSize) >= 0;
+}
 }  // namespace
 
 CChannel::CChannel(unsigned int uSize)
@@ -76,9 +83,7 @@ CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)
         if (puRecord != nullptr)
         {
             std::memcpy(&rRecord.uNumber, puRecord, g_uNumberSize);
-            rRecord.bytes = CBlob(puRecord + g_uNumberSize, uSize - g_uNumberSize);
-            // A blob tells by its size only that it found no memory.
-            rRecord.bWhole = rRecord.bytes.GetSize() == uSize - g_uNumberSize;
+            rRecord.bWhole = SetBytes(rRecord.bytes, puRecord + g_uNumberSize, uSize - g_uNumberSize);
             m_queue.Pop();
         }
         else eOutcome = m_bClosed ? eNEVER : eWAIT;

@@ -53,10 +53,9 @@ public:
 private:
     void Behavior() override
     {
-        SRecord line;
-        while (m_rLines.Take(line))
+        while (m_rLines.Take(m_line))
         {
-            if (!Digest(line)) m_bAll = false;
+            if (!Digest(m_line)) m_bAll = false;
         }
     }
 
@@ -72,6 +71,7 @@ private:
 
     CChannel& m_rLines;
     CChannel& m_rDigests;
+    SRecord m_line;  // not in Behavior(): to make one may throw
     bool m_bAll = true;
 };
 
@@ -91,10 +91,9 @@ public:
 private:
     void Behavior() override
     {
-        SRecord digest;
-        while (m_rDigests.Take(digest))
+        while (m_rDigests.Take(m_digest))
         {
-            if (digest.bWhole) Print(digest);
+            if (m_digest.bWhole) Print(m_digest);
             else m_bAll = false;
         }
     }
@@ -109,6 +108,7 @@ private:
     }
 
     CChannel& m_rDigests;
+    SRecord m_digest;
     uint64_t m_uCount = 0;
     bool m_bAll = true;
 };
