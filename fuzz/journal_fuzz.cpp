@@ -168,7 +168,7 @@ CBytes MakeJournal(CFuzzInput& rInput, const SKey& rKey, std::vector<size_t>& rC
         record.uTime = NumberOf(rInput, uShape % 9);
         record.nonce.reset();
         if ((uShape & 0x80) != 0) record.nonce.emplace().auBytes[15] = rInput.Byte();
-        const std::string strText(static_cast<size_t>(NumberOf(rInput, (uShape & 0x40) != 0 ? 2 : 1)),
+        const std::string strText(static_cast<size_t>(NumberOf(rInput, (uShape & 0x40) != 0 ? 2 : 1) % 4096),
                                   static_cast<char>(rInput.Byte()));
         SetText(record.strText, strText.data(), static_cast<unsigned int>(strText.size()));
         maker.AddRecord(record);

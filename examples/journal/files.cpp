@@ -8,12 +8,14 @@
 
 #include "examples/journal/refusal.h"
 
-CInputFile::CInputFile(const char* pszPath) : m_strName(TextOf(pszPath)), m_pFile(std::fopen(pszPath, "rbe")), m_bOwned(true)
+CInputFile::CInputFile(const char* pszPath)
+    : m_strName(TextOf(pszPath)), m_pFile(std::fopen(pszPath, "rbe")), m_bOwned(true)
 {
     if (m_pFile == nullptr) RefuseForErrno(pszPath);
 }
 
-CInputFile::CInputFile(std::FILE* pOpen, const char* pszName) : m_strName(TextOf(pszName)), m_pFile(pOpen), m_bOwned(false)
+CInputFile::CInputFile(std::FILE* pOpen, const char* pszName)
+    : m_strName(TextOf(pszName)), m_pFile(pOpen), m_bOwned(false)
 {
 }
 

@@ -95,8 +95,8 @@ void CopyRecords(CJournalWriter& rWriter, CInputFile& rPrevious, const SKey& rKe
     }
 }
 
-// Fills in the key, of its file or of a new one, which is returned. bContinues: there is a journal to go on with, which a
-// new key could never fit.
+// Fills in the key, of its file or of a new one, which is returned. bContinues: there is a journal to go on with, which
+// a new key could never fit.
 std::unique_ptr<CNewKeyFile> GetKey(const SOptions& rOptions, bool bContinues, SKey& rKey)
 {
     if (bContinues && rOptions.bNew) Refuse("%s: is there already, --new begins another one", rOptions.pszJournal);

@@ -212,8 +212,8 @@ bool Activate(CAliveObj& rObject, const char* pszName)
     return res >= 0;
 }
 
-/// Who works between the channels. Everybody finishes what there is, from the source to the sink, also when the start or
-/// the reading throws.
+/// Who works between the channels. Everybody finishes what there is, from the source to the sink, also when the start
+/// or the reading throws.
 class CCrew
 {
 public:

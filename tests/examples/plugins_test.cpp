@@ -96,8 +96,8 @@ TEST(PluginsExample, ReportsInputThatCannotBeRead)
 TEST(PluginsExample, StopWhenTheirOutputIsGone)
 {
     // Input without an end.
-    const SRunResult result =
-        RunProgram("/bin/sh", {"-c", "yes 2>/dev/null | '" ORVEL_BINARY_DIR "/examples/plugins/plugins' upper >/dev/full"});
+    const SRunResult result = RunProgram(
+        "/bin/sh", {"-c", "yes 2>/dev/null | '" ORVEL_BINARY_DIR "/examples/plugins/plugins' upper >/dev/full"});
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("plugins: standard output: No space left on device\n", result.strErrors);
 }

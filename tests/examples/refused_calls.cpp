@@ -52,11 +52,13 @@ struct SInverted
 
 bool IsThere(const SInverted& rWanted, const unsigned char* puBegin, const unsigned char* puEnd)
 {
-    for (const unsigned char* pu = puBegin; pu + sizeof(rWanted) <= puEnd; ++pu)
+    // Its second half: over the first one, memory that was given back has notes about itself.
+    constexpr std::size_t uHalf = sizeof(rWanted) / 2;
+    for (const unsigned char* pu = puBegin; pu + uHalf <= puEnd; ++pu)
     {
         std::size_t u = 0;
-        while (u < sizeof(rWanted) && static_cast<unsigned char>(~pu[u]) == rWanted.auBytes[u]) ++u;
-        if (u == sizeof(rWanted)) return true;
+        while (u < uHalf && static_cast<unsigned char>(~pu[u]) == rWanted.auBytes[uHalf + u]) ++u;
+        if (u == uHalf) return true;
     }
     return false;
 }
@@ -106,12 +108,12 @@ bool IsRefused(const char* pszName)
 }  // namespace
 
 // The linker sends every call of NAME in the example to __wrap_NAME, and knows it itself as __real_NAME.
-#define REFUSABLE(result, name, refused, parameters, arguments)           \
-    result __real_##name parameters;                                     \
-    result __wrap_##name parameters;                                     \
-    result __wrap_##name parameters                                      \
-    {                                                                    \
-        return IsRefused(#name) ? (refused) : __real_##name arguments;   \
+#define REFUSABLE(result, name, refused, parameters, arguments)        \
+    result __real_##name parameters;                                   \
+    result __wrap_##name parameters;                                   \
+    result __wrap_##name parameters                                    \
+    {                                                                  \
+        return IsRefused(#name) ? (refused) : __real_##name arguments; \
     }
 
 extern "C"

@@ -312,7 +312,8 @@ TEST_F(CWorkers, ExplainThemselves)
 
 TEST_F(CWorkers, StopWhenTheirOutputIsGoneAndTheirInputHasNoEnd)
 {
-    const SRunResult result = RunProgram("/bin/sh", {"-c", "yes 2>/dev/null | '" + std::string(g_pszWorkers) + "' >/dev/full"});
+    const SRunResult result =
+        RunProgram("/bin/sh", {"-c", "yes 2>/dev/null | '" + std::string(g_pszWorkers) + "' >/dev/full"});
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("workers: standard output cannot be written\n", result.strErrors);
 }
