@@ -189,23 +189,33 @@ __attribute__((noinline)) void* operator new[](std::size_t uSize)
     return operator new(uSize);
 }
 
+namespace
+{
+// What is searched for residues is not used again, which might cover them.
+void Free(void* pvMemory)
+{
+    static const bool s_bKept = std::getenv("REFUSE_RESIDUE") != nullptr;
+    if (!s_bKept) std::free(pvMemory);
+}
+}  // namespace
+
 __attribute__((noinline)) void operator delete(void* pvMemory) noexcept
 {
-    std::free(pvMemory);
+    Free(pvMemory);
 }
 
 __attribute__((noinline)) void operator delete[](void* pvMemory) noexcept
 {
-    std::free(pvMemory);
+    Free(pvMemory);
 }
 
 __attribute__((noinline)) void operator delete(void* pvMemory, std::size_t) noexcept
 {
-    std::free(pvMemory);
+    Free(pvMemory);
 }
 
 __attribute__((noinline)) void operator delete[](void* pvMemory, std::size_t) noexcept
 {
-    std::free(pvMemory);
+    Free(pvMemory);
 }
 #endif
