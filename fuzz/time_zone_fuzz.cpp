@@ -1,28 +1,16 @@
-// Any text, and conversions of any moment in the zone that it may be:
-//     cmake --preset asan-ubsan -B build/fuzz -DORVEL_FUZZ=ON
-//     cmake --build build/fuzz --target fuzz_basic.time_zone
-//     build/fuzz/tests/fuzz_basic.time_zone -max_total_time=60
+// Any text, and conversions of any moment in the zone that it may be.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
-#include "framework/kernel/framework_initializer.h"
+#include "fuzz/check.h"
 #include "tests/support/zone_bytes.h"
 #include "tests/support/zone_grammar.h"
 
 namespace
 {
-void Require(bool bHolds, const char* pszWhat, const std::string& rText)
-{
-    if (bHolds) return;
-    std::fprintf(stderr, "%s: \"%s\"\n", pszWhat, rText.c_str());
-    std::abort();
-}
-
 bool IsSame(const SZoneGrammar::SRule& rRule, const SZoneBytes::SLimit& rLimit)
 {
     if (rRule.uKind != rLimit.uKind || rRule.uTimeMs != rLimit.uTimeMs) return false;
@@ -76,7 +64,6 @@ void Convert(const CTimeZone& rZone, unsigned int uJulianDay, unsigned int uTime
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
 {
-    static const CFrameworkScope s_framework;
     unsigned int auMoment[2] = {};
     if (uSize < sizeof(auMoment)) return 0;
     std::memcpy(auMoment, puData, sizeof(auMoment));
