@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_CRYPTO_CPU_FEATURES_H
 #define FRAMEWORK_CRYPTO_CPU_FEATURES_H
+#include <stdint.h>
+
 #include <atomic>
 
 /// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
@@ -11,7 +13,7 @@ namespace orvel_internal
 enum ECpuFeature : unsigned int
 {
     eCPU_PORTABLE = 0,
-    /// SHA instructions, with the SSE4.1 that handling their words takes.
+    /// SHA instructions, with the SSSE3 and SSE4.1 that handling their words takes.
     eCPU_SHA = 1u << 0,
     eCPU_AVX2 = 1u << 1,
     /// AVX-512 F, BW, DQ, VL and VBMI.
@@ -35,6 +37,18 @@ enum class ECpuAlgorithm
 /// The bits, 0 until they are detected.
 extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
+
+/// What one leaf of the CPUID instruction tells.
+struct SCpuid
+{
+    unsigned int uEax = 0;
+    unsigned int uEbx = 0;
+    unsigned int uEcx = 0;
+    unsigned int uEdx = 0;
+};
+/// The ECpuFeature bits of a processor with these leaves 1 and 7, under a system that saves the registers of uSaved
+/// (XCR0; 0 when it does not tell).
+unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, uint64_t uSaved);
 
 /// The ECpuFeature bits of this processor.
 inline unsigned int CpuFeatures()

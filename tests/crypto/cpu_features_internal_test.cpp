@@ -1,6 +1,7 @@
 // Oracle: the C library.
 #include "framework/crypto/cpu_features.h"
 
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +23,7 @@ struct SFeature
 TEST(CpuFeatures, AreThoseThatTheCLibraryFindsUsable)
 {
     const SFeature astFeatures[] = {
-        {eCPU_SHA, {x86_cpu_SHA, x86_cpu_SSE4_1}},
+        {eCPU_SHA, {x86_cpu_SHA, x86_cpu_SSSE3, x86_cpu_SSE4_1}},
         {eCPU_AVX2, {x86_cpu_AVX2}},
         {eCPU_AVX512_VBMI,
          {x86_cpu_AVX2, x86_cpu_AVX512F, x86_cpu_AVX512BW, x86_cpu_AVX512DQ, x86_cpu_AVX512VL, x86_cpu_AVX512_VBMI}},
@@ -59,6 +60,46 @@ TEST(CpuFeatures, AnyCanBeTakenAwayAndNoneIsInvented)
     }
     RestrictCpuFeatures(~0u);
     EXPECT_EQ(uDetected, CpuFeatures());
+}
+
+struct SNeed
+{
+    const char* pszName;
+    unsigned int uBasicEcx;
+    unsigned int uExtendedEbx;
+    unsigned int uExtendedEcx;
+    uint64_t uSaved;
+    unsigned int uFeatures;
+};
+
+// All bits that a path asks for, and what is left when one of them is missing.
+TEST(CpuFeatures, AreNoneOfThoseThatMissAPart)
+{
+    constexpr unsigned int uSHA_BASIC = bit_SSSE3 | bit_SSE4_1;
+    constexpr unsigned int uAVX512 = bit_AVX2 | bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
+    constexpr unsigned int uCARRYLESS = bit_PCLMUL | bit_SSE4_1;
+    const SNeed astNeeds[] = {
+        {"Sha", uSHA_BASIC, bit_SHA, 0, 0, eCPU_SHA},
+        {"ShaWithoutSsse3", bit_SSE4_1, bit_SHA, 0, 0, 0},
+        {"ShaWithoutSse41", bit_SSSE3, bit_SHA, 0, 0, 0},
+        {"ShaWithoutSha", uSHA_BASIC, 0, 0, 0, 0},
+        {"Avx2", 0, bit_AVX2, 0, 0x06, eCPU_AVX2},
+        {"Avx2NotSaved", 0, bit_AVX2, 0, 0x02, 0},
+        {"Avx512", 0, uAVX512, bit_AVX512VBMI, 0xE6, eCPU_AVX2 | eCPU_AVX512_VBMI},
+        {"Avx512NotSaved", 0, uAVX512, bit_AVX512VBMI, 0x06, eCPU_AVX2},
+        {"Avx512WithoutDq", 0, uAVX512 - bit_AVX512DQ, bit_AVX512VBMI, 0xE6, eCPU_AVX2},
+        {"Avx512WithoutVbmi", 0, uAVX512, 0, 0xE6, eCPU_AVX2},
+        {"Pclmul", uCARRYLESS, 0, 0, 0, eCPU_PCLMULQDQ},
+        {"PclmulWithoutSse41", bit_PCLMUL, 0, 0, 0, 0},
+        {"VpclmulWithoutAvx512", uCARRYLESS, bit_AVX2, bit_VPCLMULQDQ, 0xE6, eCPU_PCLMULQDQ | eCPU_AVX2},
+        {"Vpclmul", uCARRYLESS, uAVX512, bit_AVX512VBMI | bit_VPCLMULQDQ, 0xE6,
+         eCPU_PCLMULQDQ | eCPU_AVX2 | eCPU_AVX512_VBMI | eCPU_VPCLMULQDQ}};
+    for (const SNeed& rstNeed : astNeeds)
+    {
+        const SCpuid stBasic = {0, 0, rstNeed.uBasicEcx, 0};
+        const SCpuid stExtended = {0, rstNeed.uExtendedEbx, rstNeed.uExtendedEcx, 0};
+        EXPECT_EQ(rstNeed.uFeatures, CpuFeaturesOf(stBasic, stExtended, rstNeed.uSaved)) << rstNeed.pszName;
+    }
 }
 
 struct SNamedPath
