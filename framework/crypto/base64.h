@@ -18,9 +18,9 @@
 ///
 /// Sizes      With a null output pointer, Update() and End() change nothing and only tell the size of what they would
 ///            write; of a text that does not decode, or is padded before its end, the most it could be.
-/// Padding    Of the input of one Update(), the whole groups that follow a padded one are ignored; the 1 to 3 characters
-///            behind the last whole group are held back as always. Only a group that an earlier Update() began is
-///            decoded by itself: what follows it is decoded even if it was padded.
+/// Padding    Of the input of one Update(), the whole groups that follow a padded one are ignored; the 1 to 3
+///            characters behind the last whole group are held back as always. Only a group that an earlier Update()
+///            began is decoded by itself: what follows it is decoded even if it was padded.
 /// Cost       With AVX2 or AVX-512 (found out at run time) under a cycle a byte either way.
 ///
 /// Begin()    Empties the group that was begun; the mode is ignored; eACTION_DEFAULT encodes.

@@ -26,7 +26,6 @@ void PrintTo(const SUse& rstUse, std::ostream* pStream)
 const SUse g_astUses[] = {
     {"Generate", "CSecurePrng", [] { CSecurePrng::Generate(4, g_auBytes); }},
     {"GenerateOfTheImplementation", "CSecurePrng", [] { CSecurePrngBremoFw::Generate(4, g_auBytes); }},
-    {"GenerateIntoABlob", "CSecurePrng", [] { CSecurePrng::Generate(4, reinterpret_cast<CBlob*>(g_auBytes)); }},
     {"SetSeed", "CSecurePrng", [] { CSecurePrng::SetSeed(4, g_auBytes); }},
     {"Lock", "CSecurePrng", [] { CSecurePrng::Lock(); }},
     {"CryptoInstance", "CCrypto", [] { CCrypto::Instance()->Enter(); }},

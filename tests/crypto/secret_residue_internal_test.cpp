@@ -1,5 +1,5 @@
-// What a draw, a seed and a code leave in the memory that they worked in: nothing that gives a secret away. Each runs on
-// a stack of its own, which is searched afterwards.
+// What a draw, a seed and a code leave in the memory that they worked in: nothing that gives a secret away. Each runs
+// on a stack of its own, which is searched afterwards.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
