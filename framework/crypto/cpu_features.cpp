@@ -45,6 +45,7 @@ unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, ui
     constexpr unsigned int uAVX512 = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
 
     const bool bSse41 = HasAll(rstBasic.uEcx, bit_SSE4_1);
+    const bool bAes = HasAll(rstBasic.uEcx, bit_SSSE3 | bit_AES);
     const bool bPclmul = bSse41 && HasAll(rstBasic.uEcx, bit_PCLMUL);
     const bool bAvx2 = HasAll(uSaved, uYMM_SAVED) && HasAll(rstExtended.uEbx, bit_AVX2);
     const bool bAvx512 = bAvx2 && HasAll(uSaved, uZMM_SAVED) && HasAll(rstExtended.uEbx, uAVX512) &&
@@ -56,6 +57,8 @@ unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, ui
     if (bAvx512) uFeatures |= eCPU_AVX512_VBMI;
     if (bPclmul) uFeatures |= eCPU_PCLMULQDQ;
     if (bPclmul && bAvx512 && HasAll(rstExtended.uEcx, bit_VPCLMULQDQ)) uFeatures |= eCPU_VPCLMULQDQ;
+    if (bAes) uFeatures |= eCPU_AES;
+    if (bAes && bAvx512 && HasAll(rstExtended.uEcx, bit_VAES)) uFeatures |= eCPU_VAES;
     return uFeatures;
 }
 
@@ -77,6 +80,8 @@ const char* CpuPathName(ECpuAlgorithm eAlgorithm)
         case eCPU_AVX512_VBMI: return "avx512-vbmi";
         case eCPU_PCLMULQDQ: return "pclmulqdq";
         case eCPU_VPCLMULQDQ: return "vpclmulqdq";
+        case eCPU_AES: return "aesni";
+        case eCPU_VAES: return "vaes";
     }
     return "portable";
 }

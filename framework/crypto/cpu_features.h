@@ -21,7 +21,11 @@ enum ECpuFeature : unsigned int
     /// Carry-less multiplication, with SSE4.1.
     eCPU_PCLMULQDQ = 1u << 3,
     /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
-    eCPU_VPCLMULQDQ = 1u << 4
+    eCPU_VPCLMULQDQ = 1u << 4,
+    /// AES instructions, with SSSE3.
+    eCPU_AES = 1u << 5,
+    /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
+    eCPU_VAES = 1u << 6
 };
 /// Set beside the feature bits once they were detected, so that 0 always means: not yet.
 constexpr unsigned int uCPU_DETECTED = 1u << 31;
@@ -31,7 +35,9 @@ enum class ECpuAlgorithm
 {
     eSHA,
     eBASE64,
-    eCRC
+    eCRC,
+    /// Its portable path is libcrypto's.
+    eAES
 };
 
 /// The bits, 0 until they are detected.
@@ -74,6 +80,8 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm, unsigned int uFeatures)
             return Has(eCPU_AVX512_VBMI) ? eCPU_AVX512_VBMI : Has(eCPU_AVX2) ? eCPU_AVX2 : eCPU_PORTABLE;
         case ECpuAlgorithm::eCRC:
             return Has(eCPU_VPCLMULQDQ) ? eCPU_VPCLMULQDQ : Has(eCPU_PCLMULQDQ) ? eCPU_PCLMULQDQ : eCPU_PORTABLE;
+        // The vector path leaves what it cannot do to the other.
+        case ECpuAlgorithm::eAES: return !Has(eCPU_AES) ? eCPU_PORTABLE : Has(eCPU_VAES) ? eCPU_VAES : eCPU_AES;
     }
     return eCPU_PORTABLE;
 }
@@ -84,7 +92,8 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
     return CpuPath(eAlgorithm, CpuFeatures());
 }
 
-/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".
+/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq", "vpclmulqdq",
+/// "aesni" or "vaes".
 const char* CpuPathName(ECpuAlgorithm eAlgorithm);
 
 /// Lets the tests take features away (detected ones only, or the code would trap); ~0u gives them all back.
