@@ -96,12 +96,17 @@ void Types()
     static_assert(sizeof(Node) == 32 && std::is_same_v<decltype(CAATreeBase::ms_pNullNode), Node*>);
     static_assert(sizeof(CAATreeBase::ms_auNullNode) == sizeof(Node));
     CHECK(static_cast<void*>(CAATreeBase::ms_pNullNode) == static_cast<void*>(CAATreeBase::ms_auNullNode));
+    static_assert(std::is_same_v<decltype(Node::pLeft), Node*> && std::is_same_v<decltype(Node::pRight), Node*>);
+    static_assert(std::is_same_v<decltype(Node::pParent), Node*> &&
+                  std::is_same_v<decltype(Node::uLevel), unsigned int>);
     const Node zero;
     Node* const pNull = CAATreeBase::ms_pNullNode;
     const Node node(pNull, pNull, pNull, 1);
-    CHECK(sizeof zero == sizeof node);
+    CHECK(zero.pLeft == nullptr && zero.pRight == nullptr && zero.pParent == nullptr && zero.uLevel == 0);
+    CHECK(node.pLeft == pNull && node.pRight == pNull && node.pParent == pNull && node.uLevel == 1);
+    CHECK(pNull->pLeft == pNull && pNull->pRight == pNull && pNull->pParent == pNull && pNull->uLevel == 0);
     CAATreeBase::SCompareVoidParams stParams(CompareInts, 3);
-    CHECK(sizeof stParams == 16);
+    CHECK(sizeof stParams == 16 && stParams.pfnCompare == CompareInts && stParams.uParam == 3);
     static_assert(std::is_enum_v<CAATreeBase::EInsertAction>);
     static_assert(std::has_virtual_destructor_v<CAATreeBase>);
     Described<QvResult (CAATreeBase::*)(PFNCompare, unsigned int)>(&CAATreeBase::SetComparisonFunction);

@@ -94,6 +94,46 @@ public:
     unsigned int GetBlockSizeInBits() override { return CAes::GetBlockSizeInBits(); }
     unsigned int GetBlockSizeInByte() override { return CAes::GetBlockSizeInByte(); }
     const CVector<CCipher::EMode>* GetSupportedModes() override { return CAes::GetSupportedModes(); }
+
+    static void Internals()
+    {
+        static_assert(std::is_same_v<decltype(ms_pveceModes), CVector<CCipher::EMode>*>);
+        CHECK(static_cast<void*>(ms_pveceModes) == static_cast<void*>(ms_auModes));
+        const CCipher::EMode aeWanted[] = {C::eMODE_CBC, C::eMODE_CFB, C::eMODE_ECB, C::eMODE_OFB, C::eMODE_CTR};
+        for (unsigned int uIndex = 0; uIndex < 5; ++uIndex) CHECK(*ms_pveceModes->GetAt(uIndex) == aeWanted[uIndex]);
+    }
+};
+/// The interface filled by somebody else.
+class COwnCipher : public CCipher
+{
+public:
+    ~COwnCipher() override = default;
+    QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize, const uint8_t* puIv,
+                   unsigned int uIvSize) override
+    {
+        return m_aes.Begin(eAction, eMode, puKey, uKeySize, puIv, uIvSize);
+    }
+    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) override
+    {
+        return m_aes.Update(puIn, uInSize, puOut, puOutSize);
+    }
+    QvResult End(uint8_t* puOut, unsigned int* puOutSize) override { return m_aes.End(puOut, puOutSize); }
+    QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override
+    {
+        return m_aes.Begin(eAction, eMode, pblobKey, pblobIv);
+    }
+    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override
+    {
+        return m_aes.Update(pblobIn, pblobOut, bAppend);
+    }
+    QvResult End(CBlob* pblobOut, bool bAppend) override { return m_aes.End(pblobOut, bAppend); }
+    unsigned int GetAlgorithm() override { return m_aes.GetAlgorithm(); }
+    unsigned int GetBlockSizeInBits() override { return m_aes.GetBlockSizeInBits(); }
+    unsigned int GetBlockSizeInByte() override { return m_aes.GetBlockSizeInByte(); }
+    const CVector<CCipher::EMode>* GetSupportedModes() override { return m_aes.GetSupportedModes(); }
+
+private:
+    CAesBremoFwOpenSsl m_aes;
 };
 }  // namespace
 
@@ -120,6 +160,9 @@ void AesClient()
     Defaults(aes);
     CMyAes mine;
     Calls(mine);
+    CMyAes::Internals();
+    COwnCipher own;
+    Calls(own);
     CHECK(aes.GetSupportedModes() == mine.GetSupportedModes());
     FinalizeCAesBremoFwOpenSsl();
     CHECK(aes.GetSupportedModes() == nullptr && InitializeCAesBremoFwOpenSsl() == QV_RES_OK);

@@ -69,6 +69,9 @@ int CreateMine(IEComUnknown* pOuterUnknown, CEComUnknown** ppCEComUnknown)
 void Identifiers()
 {
     static_assert(std::is_same_v<decltype(SEComClsInfo::pClsid), const SEComGuid*>);
+    static_assert(std::is_same_v<decltype(SEComClsInfo::pfnCreateInstance), int (*)(IEComUnknown*, CEComUnknown**)>);
+    static_assert(std::is_same_v<decltype(SEComGuid::uSize), unsigned int>);
+    static_assert(std::is_same_v<decltype(SEComGuid::puData), const unsigned char*>);
     static_assert(sizeof(SEComClsInfo) == 16 && sizeof(SEComGuid) == 16);
     CHECK(IID_IEComUnknown.uSize == 13 && std::memcmp(IID_IEComUnknown.puData, "IEComUnknown", 13) == 0);
     const unsigned char auCopy[] = "IMine";
@@ -79,6 +82,24 @@ void Identifiers()
     Described<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualEComCLSID);
     CHECK(IsEqualSEComGuid(&g_stIidMine, &stCopy) && !IsEqualEComIID(&stPrefix, &stCopy));
     CHECK(!IsEqualEComCLSID(&IID_IEComUnknown, &stCopy));
+}
+
+void Raw()
+{
+    CEComUnknown* const pObject = new CEComUnknown(nullptr);
+    const CEComUnknown& rConst = *pObject;
+    void* pvInterface = nullptr;
+    CHECK(pObject->InitializeInstance() == QV_RES_OK && rConst.GetReferenceCount() == 1);
+    CHECK(pObject->NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface) == QV_RES_OK);
+    CHECK(pObject->NonDelegatingQueryIf(&IID_IEComUnknown, NULL) == QV_RES_INVALID_ARGUMENT);
+    CHECK(static_cast<IEComNonDelegatingUnknown*>(pvInterface) == pObject);
+    CHECK(pObject->NonDelegatingReleaseIfRef() == 1 && pObject->NonDelegatingReleaseIfRef() == 0);
+    {
+        CEComUnknown local(0);
+        bool bDeleteThis = false;
+        local.UninitializeInstance(&bDeleteThis);
+        CHECK(bDeleteThis && local.GetReferenceCount() == 2);
+    }
 }
 
 void Objects()
@@ -120,6 +141,7 @@ void EComClient()
     Described<QvResult (*)()>(&InitializeECom);
     Described<void (*)()>(&FinalizeECom);
     Identifiers();
+    Raw();
 
     CHECK(RegisterECom(nullptr, CreateMine) == QV_RES_INVALID_ARGUMENT);
     CHECK(RegisterECom(&g_stClsid, nullptr) == QV_RES_INVALID_ARGUMENT && RegisterECom(NULL, 0) < 0);

@@ -53,6 +53,25 @@ public:
     unsigned int GetSizeInBytes() override { return CSha1Mac::GetSizeInBytes(); }
 };
 
+/// The interface filled by somebody else.
+class COwnMac : public CHMac
+{
+public:
+    ~COwnMac() override = default;
+    QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) override { return m_mac.Begin(puKey, uKeySize); }
+    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return m_mac.Update(puData, uSize); }
+    QvResult End(uint8_t* puDigest) override { return m_mac.End(puDigest); }
+    QvResult Begin(const CBlob* pblobKey) override { return m_mac.Begin(pblobKey); }
+    QvResult Update(const CBlob* pblobData) override { return m_mac.Update(pblobData); }
+    QvResult End(CBlob* pblobDigest) override { return m_mac.End(pblobDigest); }
+    unsigned int GetAlgorithm() override { return m_mac.GetAlgorithm(); }
+    unsigned int GetSizeInBits() override { return m_mac.GetSizeInBits(); }
+    unsigned int GetSizeInBytes() override { return m_mac.GetSizeInBytes(); }
+
+private:
+    CSha1MacBremoFw m_mac;
+};
+
 void Generic()
 {
     Described<QvResult (CHMacBremoFw::*)(const uint8_t*, unsigned int, CHash*, unsigned int, uint8_t*, uint8_t*)>(
@@ -89,4 +108,6 @@ void HMacClient()
     Calls(implementation);
     CMyMac mine;
     Calls(mine);
+    COwnMac own;
+    Calls(own);
 }

@@ -24,6 +24,7 @@ public:
     void Internals()
     {
         const CString strShared(*this);
+        static_assert(std::is_same_v<decltype(SStringInfo::uRefCount), uint16_t>);
         MutexLock();
         CHECK(GetRefCount() == 2);
         IncRefCount();
@@ -147,6 +148,11 @@ void Formatting()
     CHECK(str.Format(0, "no argument") == QV_RES_OK && str == "no argument");
     CHECK(FormatList(str, 3, "%s %u", "text", 7u) == QV_RES_OK && str == "no text 7");
     CHECK(str.Format(99, "%d", 1) == QV_RES_INVALID_ARGUMENT);
+    // Null constants are arguments like others, although a list would take them, too.
+    CHECK(str.Format(0, "%d", 0) == QV_RES_OK && str == "0");
+    CHECK(str.Format(str.GetSize(), "-%s-%d", "text", 0) == QV_RES_OK && str == "0-text-0");
+    CHECK(str.Format(0, "%p", nullptr) == QV_RES_OK && str.GetSize() != 0);
+    CHECK(str.Format(0, "%ld", NULL) == QV_RES_OK && str == "0");
 }
 
 void Serialisation()

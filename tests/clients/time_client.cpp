@@ -17,6 +17,19 @@ class CMyTime : public CTime
 {
 public:
     ~CMyTime() override = default;
+
+    static void Internals()
+    {
+        static_assert(std::is_same_v<decltype(ms_uJulianDateDay), unsigned int>);
+        static_assert(std::is_same_v<decltype(ms_uJulianTimeMs), unsigned int>);
+        static_assert(std::is_same_v<decltype(ms_uLastSynchronizationTimeMs), unsigned long>);
+        static_assert(std::is_same_v<decltype(ms_bDefaultDateAndTime), bool>);
+        static_assert(std::is_same_v<decltype(ms_pTimeZone), CTimeZone*>);
+        static_assert(std::is_same_v<decltype(ms_psemInternalAccessProtection), CBinarySemaphore*>);
+        CHECK(ms_uJulianDateDay == 2451545 && ms_uJulianTimeMs == 0 && ms_bDefaultDateAndTime);
+        CHECK(static_cast<void*>(ms_pTimeZone) == static_cast<void*>(ms_auTimeZone));
+        CHECK(static_cast<void*>(ms_psemInternalAccessProtection) == static_cast<void*>(ms_auInternalAccessProtection));
+    }
 };
 
 void Types()
@@ -103,6 +116,7 @@ void Clock()
 void TimeClient()
 {
     Types();
+    CMyTime::Internals();
     Values();
     Clock();
 }

@@ -56,6 +56,7 @@ void Table()
                                         pszTIMEZONE_CENTRALAUSTRALIA,
                                         pszTIMEZONE_EASTERNAUSTRALIA,
                                         pszTIMEZONE_UTC};
+    static_assert(std::is_same_v<std::remove_const_t<decltype(pszTIMEZONE_UTC)>, const char*>);
     static_assert(sizeof(apszTIMEZONE_TABLE) / sizeof(apszTIMEZONE_TABLE[0]) == 17);
     for (unsigned int uIndex = 0; uIndex < 17; ++uIndex)
     {

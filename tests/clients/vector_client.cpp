@@ -59,9 +59,14 @@ public:
         ++m_uCopied;
         CVector<void*>::ConstructFrom(pElement, pSource);
     }
-    void Destruct(void* pElement) override { CVector<void*>::Destruct(pElement); }
+    void Destruct(void* pElement) override
+    {
+        ++m_uDestroyed;
+        CVector<void*>::Destruct(pElement);
+    }
 
     unsigned int m_uCopied = 0;
+    unsigned int m_uDestroyed = 0;
 };
 
 int At(CVectorBase& rVector, unsigned int uIndex)
@@ -139,6 +144,8 @@ void Derived()
     CCounted counted;
     CHECK(counted.ReserveCapacity(2) == QV_RES_OK);
     CHECK(counted.Append(nullptr) == QV_RES_OK && counted.Append(&strings) == QV_RES_OK && counted.m_uCopied == 2);
+    counted.EraseAll();
+    CHECK(counted.m_uDestroyed == 2);
 }
 
 template <typename T>
