@@ -29,6 +29,8 @@ struct SSide
     CTrace trace;
     CTracedSource sources[2] = {CTracedSource(trace), CTracedSource(trace)};
     std::vector<std::unique_ptr<Container>> containers;
+    /// What containers have handed out to their caller, one list for each.
+    std::vector<void*> held[4];
     std::uint64_t PlaceOf(const void* pv) const { return trace.PlaceOf(pv); }
 };
 

@@ -1,0 +1,10 @@
+// Operations on vector-lists beside a second implementation, with a source of memory that refuses requests.
+#include "fuzz/check.h"
+#include "fuzz/models/vector_list_steps.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
+{
+    const std::string strFailure = twin::CompareVectorLists(puData, uSize);
+    if (!strFailure.empty()) FuzzFailed(strFailure);
+    return 0;
+}
