@@ -1,4 +1,5 @@
 // Operations on block allocators beside a second implementation, with a source of memory that refuses requests.
+// Options: -max_len=1000
 #include "fuzz/check.h"
 #include "fuzz/models/allocator_steps.h"
 

@@ -1,4 +1,5 @@
 // Operations on vector-lists beside a second implementation, with a source of memory that refuses requests.
+// Options: -max_len=1000
 #include "fuzz/check.h"
 #include "fuzz/models/vector_list_steps.h"
 

@@ -399,6 +399,23 @@ private:
             },
             EStrictness::ALL);
     }
+    void Walk()
+    {
+        const unsigned int u = Container();
+        Do(
+            [=](auto& rSide)
+            {
+                auto& rTree = At(rSide, u);
+                Values values;
+                for (auto* p = rTree.GetFirst(); p != nullptr; p = rTree.GetNext(p)) values.push_back(rSide.PlaceOf(p));
+                for (auto* p = rTree.GetLast(); p != nullptr; p = rTree.GetPrevious(p))
+                {
+                    values.push_back(rSide.PlaceOf(p));
+                }
+                return values;
+            },
+            EStrictness::ALL);
+    }
     void SetCurrentNode()
     {
         const unsigned int u = Container();
@@ -417,14 +434,15 @@ private:
     {
         DoOnTree(Container(), [](auto& rTree) { rTree.DecrementCurrentNode(); });
     }
-    void RefuseRequest()
+    void RefuseRequests()
     {
         const unsigned int uSource = Note("source", m_rInput.Below(2));
-        const unsigned int uNth = Note("request", m_rInput.Below(4));
+        const unsigned int uGranted = Note("granted", m_rInput.Below(3));
+        const unsigned int uCount = Note("refused", m_rInput.Below(5));
         Do(
             [=](auto& rSide)
             {
-                rSide.sources[uSource].RefuseNth(uNth);
+                rSide.sources[uSource].Refuse(uGranted, uCount);
                 return Values();
             },
             EStrictness::ALL);
@@ -467,11 +485,12 @@ private:
         {"FindNode", &CAATreeSteps::FindNode},
         {"FindNodeByIndex", &CAATreeSteps::FindNodeByIndex},
         {"FindNodeMin and FindNodeMax", &CAATreeSteps::FindNodeMinAndMax},
+        {"walk both ways", &CAATreeSteps::Walk},
         {"SetCurrentNode", &CAATreeSteps::SetCurrentNode},
         {"InvalidateCurrentNode", &CAATreeSteps::InvalidateCurrentNode},
         {"IncrementCurrentNode", &CAATreeSteps::IncrementCurrentNode},
         {"DecrementCurrentNode", &CAATreeSteps::DecrementCurrentNode},
-        {"refusal of a request", &CAATreeSteps::RefuseRequest},
+        {"refusal of requests", &CAATreeSteps::RefuseRequests},
         {"destruction", &CAATreeSteps::DestroyAndMakeAnew},
     };
 

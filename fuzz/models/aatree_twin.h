@@ -232,6 +232,10 @@ public:
     unsigned int GetCurrentIndex() const { return m_uCurrentIndex; }
     SNode* GetRoot() const { return m_pRoot; }
     unsigned int GetAllocatedCount() const { return m_uAllocated; }
+    SNode* GetFirst() const { return OrNone(FindNodeMin(m_pRoot)); }
+    SNode* GetLast() const { return OrNone(FindNodeMax(m_pRoot)); }
+    SNode* GetNext(SNode* pNode) const { return pNode != nullptr ? OrNone(Successor(pNode)) : nullptr; }
+    SNode* GetPrevious(SNode* pNode) const { return pNode != nullptr ? OrNone(Predecessor(pNode)) : nullptr; }
     static void* GetElement(SNode* pNode) { return IsNull(pNode) ? nullptr : Element(pNode); }
     static bool IsSentinel(const SNode* pNode) { return IsNull(pNode); }
 
@@ -271,6 +275,7 @@ private:
         return &s_stNull;
     }
     static bool IsNull(const SNode* pNode) { return pNode == Null(); }
+    static SNode* OrNone(SNode* pNode) { return IsNull(pNode) ? nullptr : pNode; }
     static void* Element(SNode* pNode) { return pNode + 1; }
     int Compare(const void* pFirst, const void* pSecond) const { return m_pfnCompare(pFirst, pSecond, m_uParam); }
     void SetCurrent(unsigned int uIndex, SNode* pNode) const

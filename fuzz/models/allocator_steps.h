@@ -134,14 +134,15 @@ private:
             },
             EStrictness::ALL);
     }
-    void RefuseRequest()
+    void RefuseRequests()
     {
         const unsigned int uSource = Note("source", m_rInput.Below(2));
-        const unsigned int uNth = Note("request", m_rInput.Below(4));
+        const unsigned int uGranted = Note("granted", m_rInput.Below(3));
+        const unsigned int uCount = Note("refused", m_rInput.Below(5));
         Do(
             [=](auto& rSide)
             {
-                rSide.sources[uSource].RefuseNth(uNth);
+                rSide.sources[uSource].Refuse(uGranted, uCount);
                 return Values();
             },
             EStrictness::ALL);
@@ -171,7 +172,7 @@ private:
         {"Push", &CAllocatorSteps::Push},
         {"copy construction", &CAllocatorSteps::Copy},
         {"comparison", &CAllocatorSteps::Compare},
-        {"refusal of a request", &CAllocatorSteps::RefuseRequest},
+        {"refusal of requests", &CAllocatorSteps::RefuseRequests},
         {"destruction", &CAllocatorSteps::DestroyAndMakeAnew},
     };
 

@@ -245,7 +245,7 @@ private:
         {"GetMaxElementIndex", &CListSteps::GetMaxElementIndex},
         {"Copy", &CListSteps::Copy},
         {"Move", &CListSteps::Move},
-        {"refusal of a request", &CListSteps::RefuseRequest},
+        {"refusal of requests", &CListSteps::RefuseRequests},
         {"destruction", &CListSteps::DestroyAndMakeAnew},
     };
 };

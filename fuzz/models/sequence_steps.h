@@ -301,14 +301,15 @@ protected:
                   [](auto&, auto& rContainer, const void*, unsigned int uParam)
                   { return Values{rContainer.GetMaxElementIndex(CompareElements, uParam)}; });
     }
-    void RefuseRequest()
+    void RefuseRequests()
     {
         const unsigned int uSource = Note("source", m_rInput.Below(2));
-        const unsigned int uNth = Note("request", m_rInput.Below(4));
+        const unsigned int uGranted = Note("granted", m_rInput.Below(3));
+        const unsigned int uCount = Note("refused", m_rInput.Below(5));
         Do(
             [=](auto& rSide)
             {
-                rSide.sources[uSource].RefuseNth(uNth);
+                rSide.sources[uSource].Refuse(uGranted, uCount);
                 return Values();
             },
             EStrictness::ALL);

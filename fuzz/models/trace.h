@@ -170,7 +170,7 @@ public:
         const std::uint64_t uBytes = static_cast<std::uint64_t>(uCount) * uSize;
         // Whether a source is asked for what no 32 bits can count is not promised: that is no request here.
         if (uBytes > 0xFFFFFFFFu) return nullptr;
-        const bool bRefused = (m_uRefuseIn != 0 && --m_uRefuseIn == 0) || uBytes > (1u << 20);
+        const bool bRefused = IsToBeRefused() || uBytes > (1u << 20);
         m_rTrace.Request(uCount, uSize, bRefused);
         if (bRefused) return nullptr;
         SBlock* pChain = nullptr;
@@ -199,12 +199,29 @@ public:
         }
     }
 
-    /// Refuses the uNth request from now on, counted from 1; 0: none.
-    void RefuseNth(unsigned int uNth) { m_uRefuseIn = uNth; }
+    /// Refuses uCount requests, after uGranted that are granted.
+    void Refuse(unsigned int uGranted, unsigned int uCount)
+    {
+        m_uGranted = uGranted;
+        m_uRefused = uCount;
+    }
 
 private:
+    bool IsToBeRefused()
+    {
+        if (m_uRefused == 0) return false;
+        if (m_uGranted != 0)
+        {
+            --m_uGranted;
+            return false;
+        }
+        --m_uRefused;
+        return true;
+    }
+
     CTrace& m_rTrace;
-    unsigned int m_uRefuseIn = 0;
+    unsigned int m_uGranted = 0;
+    unsigned int m_uRefused = 0;
 };
 }  // namespace twin
 

@@ -214,7 +214,7 @@ private:
         {"GetMaxElementIndex", &CVectorListSteps::GetMaxElementIndex},
         {"Copy", &CVectorListSteps::Copy},
         {"Move", &CVectorListSteps::Move},
-        {"refusal of a request", &CVectorListSteps::RefuseRequest},
+        {"refusal of requests", &CVectorListSteps::RefuseRequests},
         {"destruction", &CVectorListSteps::DestroyAndMakeAnew},
     };
 };

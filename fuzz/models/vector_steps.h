@@ -306,7 +306,7 @@ private:
         {"Move", &CVectorSteps::Move},
         {"Move up", &CVectorSteps::MoveUp},
         {"Move down", &CVectorSteps::MoveDown},
-        {"refusal of a request", &CVectorSteps::RefuseRequest},
+        {"refusal of requests", &CVectorSteps::RefuseRequests},
         {"destruction", &CVectorSteps::DestroyAndMakeAnew},
     };
 };

@@ -4,5 +4,5 @@
 
 TEST(CAATreeTwin, EveryCallComparisonAndRequestIsThatOfTheTwin)
 {
-    twin::RunRandomly(twin::CompareTrees, 4000);
+    twin::RunRandomly(twin::CompareTrees, 2000);
 }
