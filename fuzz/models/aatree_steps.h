@@ -209,7 +209,7 @@ private:
         const unsigned int u = Container();
         const unsigned int uFirst = Value();
         const unsigned int uStep = Note("step", m_rInput.Byte());
-        const unsigned int uCount = Note("count", m_rInput.Below(32));
+        const unsigned int uCount = Note("count", m_rInput.Below(Twin(u).GetSize() > 100 ? 2 : 32));
         Do(
             [=](auto& rSide)
             {
