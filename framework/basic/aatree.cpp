@@ -27,6 +27,9 @@ Node* CAATreeBase::ms_pNullNode = nullptr;
 
 namespace
 {
+// As applications call it, when it is used outside the start-up and the shut-down.
+constexpr const char* g_szCLASS = "CAATree";
+
 // Of a current node that somebody set: nobody has counted up to it.
 constexpr unsigned int g_uUNKNOWN_INDEX = UINT_MAX;
 
@@ -128,7 +131,8 @@ ORVEL_DEFINE_ELEMENT_OPERATIONS(CAATreeBase)
 
 CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                          IAllocator* pAllocator)
-    : CAATreeBase(uSizeOfElement, pfnCompare, uParam, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
+    : CAATreeBase(uSizeOfElement, pfnCompare, uParam,
+                  CBlockAllocator(NodeSize(uSizeOfElement), CDefaultAllocator::OrDefault(pAllocator, g_szCLASS)))
 {
 }
 
@@ -140,7 +144,7 @@ CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnComp
       m_uLockCapacity(0),
       m_uSize(0),
       m_uAllocatedCount(0),
-      m_pRoot(ms_pNullNode),
+      m_pRoot(RequireSentinel()),
       m_pCurrentNode(ms_pNullNode),
       m_uCurrentIndex(0)
 {
@@ -183,7 +187,7 @@ QvResult CAATreeBase::ReserveCapacity(unsigned int uCapacity)
     if (m_uLockCapacity != 0 && GetCapacity() < uCapacity) return QV_RES_INVALID_STATE;
     const size_t uUsed = GetUsedCount();
     if (uUsed >= uCapacity) return QV_RES_OK;
-    if (uCapacity > UINT_MAX / (m_uElementSize + sizeof(Node))) return QV_RES_OUT_OF_MEMORY;
+    if (m_uElementSize > UINT_MAX - sizeof(Node)) return QV_RES_OUT_OF_MEMORY;
     return m_nodeAllocator.Reserve(uCapacity - static_cast<unsigned int>(uUsed)) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
 }
 
@@ -202,14 +206,14 @@ unsigned int CAATreeBase::GetCapacity() const
 
 QvResult CAATreeBase::Insert(const void* pElement)
 {
-    const QvResult res = ReserveOneMore();
+    const QvResult res = ReserveNode();
     return res >= 0 ? Insert(pElement, eCOPY_KEY, nullptr) : res;
 }
 
 QvResult CAATreeBase::AllocateSorted(const void* pKey, void** ppElement)
 {
     if (ppElement == nullptr) return QV_RES_INVALID_ARGUMENT;
-    QvResult res = ReserveOneMore();
+    QvResult res = ReserveNode();
     if (res < 0) return res;
     CAATreeNode* pNode = nullptr;
     res = Insert(pKey, eALLOCATE, &pNode);
@@ -219,7 +223,7 @@ QvResult CAATreeBase::AllocateSorted(const void* pKey, void** ppElement)
 
 void* CAATreeBase::Allocate()
 {
-    if (ReserveOneMore() < 0) return nullptr;
+    if (ReserveNode() < 0) return nullptr;
     CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
     ++m_uAllocatedCount;
     return ElementOf(pNode);
@@ -240,7 +244,7 @@ void CAATreeBase::EraseAllocated(void* pElement)
 void CAATreeBase::EraseElement(const void* pKey)
 {
     // Every node is asked once, "before or not": the last that is not before the key is the only one that can equal it.
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pLast = pNull;
     CAATreeNode* pErased = pNull;
     for (CAATreeNode* pNode = m_pRoot; pNode != pNull;)
@@ -283,7 +287,7 @@ void CAATreeBase::EraseAll()
 QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
 {
     const SCompareVoidParams stCompare = m_stCompare;
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pNode = m_pRoot;
     while (pNode != pNull)
     {
@@ -428,8 +432,14 @@ size_t CAATreeBase::GetUsedCount() const
     return size_t{m_uSize} + m_uAllocatedCount;
 }
 
-QvResult CAATreeBase::ReserveOneMore()
+CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 {
+    return orvel_internal::RequireUp(ms_pNullNode, g_szCLASS);
+}
+
+QvResult CAATreeBase::ReserveNode()
+{
+    RequireSentinel();
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
     const size_t uCapacity = GetUsedCount() + 1;
     if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
@@ -449,13 +459,20 @@ QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNod
         else return QV_RES_ALREADY_EXISTS;
     }
     CAATreeNode* const pNode = NodeFor(pKey, eAction);
-    pNode->pParent = pParent;
-    *ppSlot = pNode;
-    ++m_uSize;
     if (ppInserted != nullptr) *ppInserted = pNode;
     if (!CurrentNodeIsInvalid() && Compare(pKey, ElementOf(m_pCurrentNode)) < 0) InvalidateCurrentNode();
-    RebalanceGrown(pParent);
+    LinkNode(pNode, pParent, ppSlot);
     return QV_RES_OK;
+}
+
+void CAATreeBase::LinkNode(CAATreeNode* pNode, CAATreeNode* pParent, CAATreeNode** ppSlot)
+{
+    pNode->pLeft = pNode->pRight = ms_pNullNode;
+    pNode->pParent = pParent;
+    pNode->uLevel = 1;
+    *ppSlot = pNode;
+    ++m_uSize;
+    RebalanceGrown(pParent);
 }
 
 // The caller has reserved the node.
@@ -466,7 +483,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::NodeFor(const void* pKey, EInsertAction e
         --m_uAllocatedCount;
         return NodeOf(const_cast<void*>(pKey));
     }
-    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
+    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode;
     if (eAction == eCOPY_KEY) ConstructFrom(ElementOf(pNode), pKey);
     return pNode;
 }

@@ -11,6 +11,8 @@
 #include <memory>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
+
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
 
 namespace
@@ -89,6 +91,31 @@ bool Overlap(const unsigned char* pu1, size_t uSize1, const unsigned char* pu2, 
     return uSize1 != 0 && u1 < u2 + uSize2 && u2 < u1 + uSize1;
 }
 
+// Bit by bit, as memmove() moves bytes, so that the two runs may overlap. Bits count from the top of the byte at pu.
+void MoveBits(unsigned char* puDst, uint64_t uDstBit, const unsigned char* puSrc, uint64_t uSrcBit, uint64_t uBits)
+{
+    const bool bBackwards =
+        reinterpret_cast<uintptr_t>(puDst) * 8 + uDstBit > reinterpret_cast<uintptr_t>(puSrc) * 8 + uSrcBit;
+    for (uint64_t uDone = 0; uDone < uBits; ++uDone)
+    {
+        const uint64_t uBit = bBackwards ? uBits - 1 - uDone : uDone;
+        const unsigned int uValue = puSrc[(uSrcBit + uBit) / 8] >> (7 - (uSrcBit + uBit) % 8) & 1u;
+        unsigned char& ruDst = puDst[(uDstBit + uBit) / 8];
+        const unsigned int uShift = 7 - (uDstBit + uBit) % 8;
+        ruDst = static_cast<unsigned char>((ruDst & ~(1u << uShift)) | uValue << uShift);
+    }
+}
+
+// A blob with the default allocator needs the module that has it.
+struct SSingletons : CSingletonBase
+{
+    static IAllocator* CheckedSource(IAllocator* pAllocator)
+    {
+        if (pAllocator == nullptr) orvel_internal::RequireUp(ms_pmutex, "CBlob");
+        return pAllocator;
+    }
+};
+
 // The inline members belong to the binary interface: this makes the compiler emit them.
 struct SEmitted
 {
@@ -101,7 +128,7 @@ struct SEmitted
 }  // namespace
 
 CBlob::CBlob(IAllocator* pAllocator)
-    : CVectorBase(1, false, pAllocator),
+    : CVectorBase(1, false, SSingletons::CheckedSource(pAllocator)),
       m_uReadIndex(0),
       m_uReadBitOffset(0),
       m_uAppendBitsIndex(0),
@@ -181,7 +208,7 @@ QvResult CBlob::Insert(unsigned int uIndex, const unsigned char* puData, unsigne
         if (puOwnData == nullptr) return QV_RES_OUT_OF_MEMORY;
         puData = puOwnData.get();
     }
-    const QvResult res = CVectorBase::Insert(uIndex, uSize);
+    const QvResult res = OpenGap(uIndex, uSize);
     if (res >= 0 && uSize != 0) memcpy(GetFirstIndexPtr() + uIndex, puData, uSize);
     return res;
 }
@@ -307,6 +334,14 @@ void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int 
     const unsigned char* puSrc = puFirst + m_uReadIndex - (m_uReadBitOffset != 0 ? 1 : 0);
     puDst += uDstBitOffset / 8;
     uDstBitOffset %= 8;
+    const size_t uDstBytes = BytesHolding(uRemaining + uDstBitOffset);
+    if (Overlap(puDst, uDstBytes, puFirst, m_uSize))
+    {
+        MoveBits(puDst, uDstBitOffset, puSrc, m_uReadBitOffset, uRemaining);
+        puDst[uDstBytes - 1] &= static_cast<unsigned char>(0xFF << (uDstBytes * 8 - uDstBitOffset - uRemaining));
+        SkipBits(static_cast<unsigned int>(uRemaining));
+        return;
+    }
     while (uRemaining != 0)
     {
         const unsigned int uChunk = ChunkSize(uRemaining, uDstBitOffset, m_uReadBitOffset);
@@ -371,6 +406,18 @@ void CBlob::CopyMembers(const CBlob& rSrc)
     m_uReadBitOffset = rSrc.m_uReadBitOffset;
     m_uAppendBitsIndex = rSrc.m_uAppendBitsIndex;
     m_uAppendBitsBitOffset = rSrc.m_uAppendBitsBitOffset;
+}
+
+// As the vector's Insert() of uSize bytes, but leaves them to be filled by the caller.
+QvResult CBlob::OpenGap(unsigned int uIndex, unsigned int uSize)
+{
+    if (uSize > UINT_MAX - m_uSize) return QV_RES_OUT_OF_MEMORY;
+    const QvResult res = CVectorBase::ReserveCapacity(m_uSize + uSize);
+    if (res < 0) return res;
+    unsigned char* const puGap = GetFirstIndexPtr() + uIndex;
+    if (uIndex != m_uSize) memmove(puGap + uSize, puGap, m_uSize - uIndex);
+    m_uSize += uSize;
+    return res;
 }
 
 // False, with nothing appended, when there is no source or no memory.

@@ -27,6 +27,9 @@
 ///            Resize() and extraction from a marshaler leave them where they were.
 /// Failure    Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator new[]
 ///            throws (one byte is held aside).
+///
+/// - **Lifetime:** With the default allocator, between the start-up and the shut-down of the framework: made outside
+///   it, a blob ends the process with a line that says so. One that has storage is destroyed before the shut-down.
 class QV_EXPORT CBlob : private CVectorBase
 {
 public:
@@ -131,7 +134,8 @@ public:
     void AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
     /// Reads up to uBitCount bits, no more than are unread, to uDstBitOffset bits into the first byte of puDst. The
     /// bits of puDst before them are kept, those behind them in the last byte written become 0. Nothing happens
-    /// when puDst is null.
+    /// when puDst is null. puDst may be in this blob: what it gets are the bits as they were before.
+    /// Cost: up to 32 bits a step; a single one where puDst is in this blob.
     void ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset);
     /// Appends uBitCount zero bits.
     void PadBits(unsigned int uBitCount);
@@ -143,12 +147,13 @@ public:
     /// Pads to the next bit position of the append cursor that is a multiple of uBitAlignment; likewise.
     void RealignAppendBits(unsigned int uBitAlignment);
 
-protected:
+    /// Takes the cursors of another blob, not its bytes.
     void CopyMembers(const CBlob& rSrc);
 
 private:
     QV_HIDDEN unsigned int ReadableBytes() const;
     QV_HIDDEN uint64_t ReadableBits() const;
+    QV_HIDDEN QvResult OpenGap(unsigned int uIndex, unsigned int uSize);
     QV_HIDDEN bool TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
 
     unsigned int m_uReadIndex;

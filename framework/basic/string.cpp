@@ -1,3 +1,14 @@
+// Sharing. A string is a pointer to a block; a copy is the same pointer, and one more on the block's share count. One
+// mutex guards the counts of all strings. But a count of 1 can be raised only through the one string that has the
+// share, and the empty block's 0 never changes: a string that reads 0 or 1 goes on without the mutex, and only a count
+// above 1 is read again under it, since the other shares may be ending meanwhile. A share is given up with release
+// order and IsShared() reads with acquire order: the last one left writes where the others have read. Nothing is
+// written into a block whose count is above 1. What changes a string makes its block private first, and leaves the
+// string alone if there is no memory for that.
+//
+// A text that an operation is given may lie in the string's own block, behind the size as well, where Resize() and
+// GetBuffer() leave texts. A new block takes over nothing behind the size, and the old one may be gone with the last
+// share: such a text is copied aside before the block changes.
 #include "framework/basic/string.h"
 
 #include <ctype.h>
@@ -8,6 +19,8 @@
 #include <atomic>
 #include <memory>
 #include <new>
+
+#include "framework/kernel/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
 
@@ -25,6 +38,7 @@ namespace
 constexpr unsigned int g_uGrowthStep = 32;
 // The fields before the characters, their NUL and a spare byte.
 constexpr unsigned int g_uBlockOverhead = 8;
+constexpr unsigned int g_uReleasedSize = 8;  // what a string tells the allocator, whatever its capacity
 constexpr unsigned int g_uMaxRefCount = 65535;
 
 unsigned int RoundUpCapacity(unsigned int uCapacity)
@@ -50,6 +64,26 @@ int LowerCase(char c)
     return tolower(static_cast<unsigned char>(c));
 }
 
+// vsnprintf() that leaves the list to be read again.
+__attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSize, const char* pszFormat, va_list args)
+{
+    va_list argsOfThisPass;
+    va_copy(argsOfThisPass, args);
+    const int nLength = vsnprintf(pszBuffer, uSize, pszFormat, argsOfThisPass);
+    va_end(argsOfThisPass);
+    return nLength;
+}
+
+using Aside = std::unique_ptr<char[]>;
+
+// A copy of a text in the block that is about to change, or null.
+Aside CopyAside(const char* pszText, size_t uSize)
+{
+    Aside pszCopy(new (std::nothrow) char[uSize]);
+    if (pszCopy != nullptr) memcpy(pszCopy.get(), pszText, uSize);
+    return pszCopy;
+}
+
 // The inline members belong to the binary interface: this makes the compiler emit them.
 struct SEmitted
 {
@@ -61,7 +95,7 @@ struct SEmitted
     &CString::CStr, {&CString::GetSize, &CString::GetCapacity}, &CString::GetAt};
 }  // namespace
 
-CString::CString() : m_pstInfo(ms_pstEmptyStringInfo)
+CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
 }
 
@@ -95,7 +129,7 @@ QV_HOT_CODE CString::~CString()
 CString& CString::operator=(const CString& rSrc)
 {
     if (this == &rSrc) return *this;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(orvel_internal::RequireUp(ms_pmutex, "CString"));
     SStringInfo* pstInfo = rSrc.m_pstInfo;
     const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
@@ -117,10 +151,16 @@ CString& CString::operator=(const char* pszText)
     pszText = MakeNullSafe(pszText);
     const size_t uLength = strlen(pszText);
     if (uLength > uMAX_SIZE) return *this;
-    const bool bOwnText = HoldsAddress(pszText);
-    const ptrdiff_t nOffset = bOwnText ? pszText - CStr() : 0;
+    Aside pszAside;
+    // A text in the block always fits it: only a shared block is left.
+    if (IsShared() && HoldsAddress(pszText))
+    {
+        pszAside = CopyAside(pszText, uLength);
+        if (pszAside == nullptr) return *this;
+        pszText = pszAside.get();
+    }
     if (MakeRoom(static_cast<unsigned int>(uLength)) < 0) return *this;
-    memmove(Characters(), bOwnText ? CStr() + nOffset : pszText, uLength);
+    memmove(Characters(), pszText, uLength);
     SetSize(static_cast<unsigned int>(uLength));
     return *this;
 }
@@ -195,14 +235,12 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     const uint64_t uNewSize = uInserted + GetSize();
     if (uIndex > GetSize() || uNewSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
 
-    std::unique_ptr<char[]> pszOwnSrc;
+    Aside pszAside;
     if (HoldsAddress(pszSrc))
     {
-        // The text is about to move, perhaps into another block: insert a copy of it.
-        pszOwnSrc.reset(new (std::nothrow) char[uSize]);
-        if (pszOwnSrc == nullptr) return QV_RES_OUT_OF_MEMORY;
-        memcpy(pszOwnSrc.get(), pszSrc, uSize);
-        pszSrc = pszOwnSrc.get();
+        pszAside = CopyAside(pszSrc, uSize);
+        if (pszAside == nullptr) return QV_RES_OUT_OF_MEMORY;
+        pszSrc = pszAside.get();
     }
     const QvResult res = MakeRoom(static_cast<unsigned int>(uNewSize));
     if (res < 0) return res;
@@ -325,19 +363,15 @@ QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, va_lis
     if (uStartIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
     // The whole text is made before the string is touched: format and arguments may be parts of it.
     char szShort[512];
-    va_list argsOfFirstPass;
-    va_copy(argsOfFirstPass, args);
-    const int nLength = vsnprintf(szShort, sizeof(szShort), MakeNullSafe(pszFormat), argsOfFirstPass);
-    va_end(argsOfFirstPass);
-
+    const int nLength = FormatInto(szShort, sizeof(szShort), MakeNullSafe(pszFormat), args);
     const unsigned int uLength = static_cast<unsigned int>(nLength);
     QvResult res = QV_RES_FAIL;
     if (nLength >= 0 && uLength < sizeof(szShort)) res = PutFormatted(uStartIndex, szShort, uLength);
     else if (nLength >= 0 && uLength > uMAX_SIZE) res = QV_RES_INVALID_ARGUMENT;
     else if (nLength >= 0)
     {
-        const std::unique_ptr<char[]> pszLong(new (std::nothrow) char[uLength + 1]);
-        if (pszLong != nullptr) vsnprintf(pszLong.get(), uLength + 1, MakeNullSafe(pszFormat), args);
+        const Aside pszLong(new (std::nothrow) char[uLength + 1]);
+        if (pszLong != nullptr) FormatInto(pszLong.get(), uLength + 1, MakeNullSafe(pszFormat), args);
         res = pszLong != nullptr ? PutFormatted(uStartIndex, pszLong.get(), uLength) : QV_RES_OUT_OF_MEMORY;
     }
     if (res < 0) Resize(uStartIndex);
@@ -354,7 +388,7 @@ QvResult CString::InitializeCString()
 
 void CString::FinalizeCString()
 {
-    ms_pmutex->~CMutex();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->~CMutex();
     ms_pmutex = nullptr;
     ms_pAllocator = nullptr;
     ms_pstEmptyStringInfo = nullptr;
@@ -368,8 +402,7 @@ void CString::Release()
         // The header becomes the link word of a chain of one block.
         static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
         memset(m_pstInfo, 0, sizeof(SStringInfo));
-        const unsigned int uBlockSize = m_pstInfo->uCapacity + g_uBlockOverhead;  // 8 always: the capacity is cleared
-        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), uBlockSize);
+        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), g_uReleasedSize);
     }
     m_pstInfo = ms_pstEmptyStringInfo;
 }
@@ -388,12 +421,12 @@ QvResult CString::CreateCopy()
 
 void CString::MutexLock()
 {
-    ms_pmutex->Lock();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->Lock();
 }
 
 void CString::MutexUnlock()
 {
-    ms_pmutex->Unlock();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->Unlock();
 }
 
 unsigned int CString::GetRefCount()
@@ -419,8 +452,6 @@ const char* CString::MakeNullSafe(const char* pszText)
     return pszText != nullptr ? pszText : g_szEMPTY_STRING;
 }
 
-// Whether the count may change under other hands, which takes the mutex to read it reliably. Nobody but this string can
-// raise a count of 1, and nobody changes that of the empty block.
 bool CString::IsShared() const
 {
     return std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).load(std::memory_order_acquire) > 1;
@@ -429,7 +460,7 @@ bool CString::IsShared() const
 bool CString::HoldsAddress(const char* psz) const
 {
     const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
-    return uOffset <= GetSize();
+    return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
 }
 
 // Of a private block, or of the empty one, which stays as it is: nothing but 0 fits it.
@@ -443,7 +474,8 @@ void CString::SetSize(unsigned int uSize)
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
 CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
 {
-    void* const pvBlock = ms_pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
+    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
+    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
     if (pvBlock == nullptr) return nullptr;
     SStringInfo* const pstCopy = new (pvBlock) SStringInfo;
     pstCopy->uRefCount = 1;

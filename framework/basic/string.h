@@ -25,8 +25,8 @@ extern QV_EXPORT const char g_szNULL[5];
 ///            said.
 /// Threads    Copies may be used and destroyed in different threads, one mutex guarding all share counts. One object is
 ///            used by one thread at a time.
-/// Lifetime   Between the start-up and the shut-down of the framework. A string in static storage may be destroyed
-///            later; its block is then not given back.
+/// Lifetime   Between the start-up and the shut-down of the framework: made outside it, a string ends the process with
+///            a line that says so. One that is left may be read and destroyed later; its block is not given back.
 /// Growth     In steps of 32 characters; blocks shrink only by ReduceCapacity().
 /// Cost       Copying is constant: no character is copied.
 /// Failure    Insert(), Format() and the capacity operations return a QvResult and leave the string as it was, unless
@@ -128,7 +128,8 @@ public:
 
     /// Replaces everything from uStartIndex on by formatted text: GetSize() appends, 0 replaces all. The capacity
     /// doubles, from 32 on, until it is 32,768 or more: for a longer text, call ReserveCapacity() first.
-    /// After any failure but an uStartIndex above the size, the string ends at uStartIndex.
+    /// After any failure but an uStartIndex above the size, the string ends at uStartIndex; only one that shares its
+    /// block and finds no memory for its own stays whole.
     /// QV_RES_OK                the text is in
     /// QV_RES_INVALID_ARGUMENT  uStartIndex is above the size, or the text is too long
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
@@ -136,6 +137,9 @@ public:
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
         __attribute__((format(printf, 3, 0)));
+
+    /// The text, or g_szEMPTY_STRING for null.
+    static const char* MakeNullSafe(const char* pszText);
 
     /// Module start-up and shut-down. Start-up returns QV_RES_OK.
     static QvResult InitializeCString();
@@ -162,9 +166,6 @@ protected:
     unsigned int GetRefCount();
     void IncRefCount();
     void DecRefCount();
-    /// The text, or g_szEMPTY_STRING for null.
-    static const char* MakeNullSafe(const char* pszText);
-
     alignas(CMutex) static unsigned char ms_auMutex[sizeof(CMutex)];
     static CMutex* ms_pmutex;
     static IAllocator* ms_pAllocator;
