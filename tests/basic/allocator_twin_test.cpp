@@ -4,5 +4,5 @@
 
 TEST(CBlockAllocatorTwin, EveryRequestAndResultIsThatOfTheTwin)
 {
-    twin::RunRandomly(twin::CompareAllocators, 4000);
+    twin::RunRandomly(twin::CompareAllocators, 2000);
 }
