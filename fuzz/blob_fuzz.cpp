@@ -411,7 +411,8 @@ void CBlobRun::ReadNoCopy()
 void CBlobRun::SetReadIndex()
 {
     Pick();
-    const unsigned int uIndex = Index(Twin().GetSize());
+    // The first byte often: there, an offset inside a byte is left without its byte.
+    const unsigned int uIndex = m_bytes.Flag() ? 0 : Index(Twin().GetSize());
     m_trail.Step("SetReadIndex(%u) on blob %u", uIndex, m_uAt);
     Begin();
     SameResult(Library().SetReadIndex(uIndex), Twin().SetReadIndex(uIndex));
