@@ -1,4 +1,5 @@
 // CTime: its calendar beside std::chrono's, and sequences of its operations beside plain arithmetic.
+// Options: -max_len=600
 #include <chrono>
 #include <cstdint>
 #include <optional>
