@@ -90,6 +90,51 @@ void ConvertAtMidnight(const CTimeZone& rZone, unsigned int uDay, const std::str
     }
 }
 
+/// The calls that take and give a date instead of a Julian day.
+void ConvertDate(const CTimeZone& rZone, unsigned int uDay, unsigned int uMs, const std::string& rstrText)
+{
+    unsigned short y;
+    unsigned short m;
+    unsigned short d;
+    CTime::GetGregorianDate(uDay, &y, &m, &d);
+    unsigned short auTime[4] = {static_cast<unsigned short>(uMs / 3600000),
+                                static_cast<unsigned short>(uMs / 60000 % 60),
+                                static_cast<unsigned short>(uMs / 1000 % 60), static_cast<unsigned short>(uMs % 1000)};
+    const auto moment = [&] {
+        return MsOf(CTime::GetJulianDate(y, m, d), ((auTime[0] * 60u + auTime[1]) * 60 + auTime[2]) * 1000 + auTime[3]);
+    };
+    for (const bool bUtc : {true, false})
+    {
+        const bool bDaylight = rZone.IsDayLightSavingInEffect(uDay, uMs, bUtc);
+        const bool bSame =
+            bDaylight == rZone.IsDayLightSavingInEffect(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3], bUtc);
+        Require(bSame, "daylight saving by the date", rstrText);
+        const SZoneBytes bytes(rZone);
+        const std::string strName = rZone.GetName(uDay, uMs, bUtc).CStr();
+        Require(strName == (bDaylight ? bytes.strDaylight : bytes.strStandard), "the name", rstrText);
+    }
+    rZone.ConvertFromUTCToLocale(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3]);
+    rZone.ConvertFromUTCToLocale(uDay, uMs);
+    Require(moment() == MsOf(uDay, uMs), "the local date", rstrText);
+    if (uMs >= 86400000) return;
+    rZone.ConvertFromLocaleToUTC(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3]);
+    rZone.ConvertFromLocaleToUTC(uDay, uMs);
+    Require(moment() == MsOf(uDay, uMs) || uMs > 86400000, "the date in UTC", rstrText);
+}
+
+void CheckCopies(const CTimeZone& rZone, const SZoneGrammar& rWant, const std::string& rstrText)
+{
+    Require(rZone.HasDayLightSaving() == rWant.bDaylight, "has daylight saving", rstrText);
+    const CTimeZone copy(rZone);
+    Require(IsSame(rWant, SZoneBytes(copy)) && rstrText == copy.GetTimeZone(), "a copy", rstrText);
+    CTimeZone assigned(pszTIMEZONE_NA_EASTERN);
+    assigned = rZone;
+    Require(IsSame(rWant, SZoneBytes(assigned)) && rstrText == assigned.GetTimeZone(), "an assigned one", rstrText);
+    assigned = CTimeZone();
+    CTimeZone constructed(rstrText.c_str());
+    Require(IsSame(rWant, SZoneBytes(constructed)), "a constructed one", rstrText);
+}
+
 /// About which day of the year a rule means.
 unsigned int AboutDayOf(const SZoneGrammar::SRule& rRule)
 {
@@ -249,6 +294,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uS
     Require(want.has_value() == (res >= 0), "accepted or not", text);
     if (!want) return 0;
     Require(IsSame(*want, SZoneBytes(zone)), "read differently", text);
+    CheckCopies(zone, *want, text);
+    ConvertDate(zone, 2400000 + uDay % 100000, uMs % 86400000, text);
     if (!IsPosix(text, *want)) return 0;
     // Of a text, its moments come from its end as well.
     CFuzzInput moments(puData, uSize);
