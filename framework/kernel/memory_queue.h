@@ -31,6 +31,9 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 ///     memcpy(puPayload, puData, uSize);                     if (puPayload == nullptr) ...  empty
 ///     queue.Commit(puPayload);                              Use(puPayload, uSize);
 ///                                                           queue.Pop();
+/// or copied in and out:
+///
+///     if (!queue.PushCopy(&stRecord, sizeof(stRecord))) ... if (!queue.PopCopy(&stRecord, sizeof(stRecord))) ...
 ///
 ///     | oldest | ... | newest |  spare            |         | ... newest |  spare  | oldest | ... | too short |
 ///     begin,                  write            end,         begin        write     read           data end   end
@@ -43,7 +46,8 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 ///            alignment 1 it takes 4 bytes more than the payload, rounded up to 4. Full and empty are told apart by a
 ///            gap: the writer never comes up to the oldest record, nor to the end while the oldest record is at the
 ///            front.
-/// Cost       Constant, without allocation; payloads are never moved.
+/// - **Cost:** Constant, without allocation; payloads are never moved. All but Initialize() and Uninitialize() is
+///   inline; records of one size are fastest copied in and out.
 class QV_EXPORT CMemoryQueue
 {
 public:
@@ -99,19 +103,35 @@ public:
     {
         unsigned char* const puRecord = m_puRead;
         if (puRecord == m_puWrite) return false;
-        unsigned char* const puNext = puRecord + Footprint(LoadSize(puRecord));
-        if (puNext == m_puWrite)
-        {
-            m_puRead = m_puWrite = m_puBegin;
-            m_puDataEnd = m_puEnd;
-            StoreSize(m_puBegin, uNO_RECORD);
-        }
-        else if (__builtin_expect(puNext == m_puDataEnd, 0))
-        {
-            m_puRead = m_puBegin;
-            m_puDataEnd = m_puEnd;
-        }
-        else m_puRead = puNext;
+        MoveReader(puRecord + Footprint(LoadSize(puRecord)));
+        return true;
+    }
+
+    /// Push(), a copy of uSize bytes and Commit() in one. False when there is no room. pvRecord must not point into
+    /// this queue; it may be null for a size of 0.
+    bool PushCopy(const void* pvRecord, unsigned int uSize)
+    {
+        const uint64_t uFootprint = Footprint(uSize);
+        if (__builtin_expect(!FitsAtWrite(uFootprint), 0) && !WrapForFootprint(uFootprint)) return false;
+        unsigned char* const puRecord = m_puWrite;
+        unsigned char* const puPayload = PayloadOf(puRecord);
+        MoveWriter(puRecord + uFootprint);
+        StoreSize(puRecord, uSize);
+        if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
+        return true;
+    }
+
+    /// Peek(), a copy and Pop() in one. False, and nothing changes, when the queue is empty, or when the oldest record
+    /// is not one of uSize bytes. pvRecord must not point into this queue; it may be null for a size of 0.
+    bool PopCopy(void* pvRecord, unsigned int uSize)
+    {
+        unsigned char* const puRecord = m_puRead;
+        if (puRecord == m_puWrite || LoadSize(puRecord) != uSize) return false;
+        const unsigned char* const puPayload = PayloadOf(puRecord);
+        // By the caller's size, not the header's, for which everything behind would wait. And before the copy, which
+        // might be into the fields for all that the compiler knows; the payload stays as it is.
+        MoveReader(puRecord + Footprint(uSize));
+        if (uSize != 0) memcpy(pvRecord, puPayload, uSize);
         return true;
     }
 
@@ -140,8 +160,7 @@ private:
     /// In 64 bits, so that no size wraps to a small one.
     uint64_t Footprint(unsigned int uSize) const
     {
-        // What QV_ALIGNUP_VAL() makes of the header's size: both are powers of two.
-        const uint64_t uHeader = m_uAlignment > uHEADER_SIZE ? m_uAlignment : uHEADER_SIZE;
+        const uint64_t uHeader = QV_ALIGNUP_VAL<uint64_t>(uHEADER_SIZE, m_uAlignment);
         return QV_ALIGNUP_VAL<uint64_t>(uHeader + uSize, uHEADER_SIZE);
     }
     unsigned char* PayloadOf(unsigned char* puRecord) const
@@ -172,6 +191,22 @@ private:
     {
         m_puWrite = puWrite;
         if (HasRoomForHeader(puWrite)) StoreSize(puWrite, uNO_RECORD);
+    }
+    /// Behind the oldest record. Branches, not conditional moves: what is stored then waits for no comparison.
+    void MoveReader(unsigned char* puNext)
+    {
+        if (puNext == m_puWrite)
+        {
+            m_puRead = m_puWrite = m_puBegin;
+            m_puDataEnd = m_puEnd;
+            StoreSize(m_puBegin, uNO_RECORD);
+        }
+        else if (__builtin_expect(puNext == m_puDataEnd, 0))
+        {
+            m_puRead = m_puBegin;
+            m_puDataEnd = m_puEnd;
+        }
+        else m_puRead = puNext;
     }
 
     unsigned char* m_puBegin;
