@@ -105,7 +105,7 @@ unsigned int CZoneRun::Day()
 {
     // The rules of a year may look at its neighbours.
     unsigned int uYear = 1970 + m_bytes.Below(60);
-    if (m_bytes.Rarely(8)) uYear = 1 + m_bytes.Below(65534);
+    if (m_bytes.Rarely(8)) uYear = 3 + m_bytes.Below(65530);
     const unsigned int uFirst = CCalendarTwin::JulianDay(uYear, 1, 1);
     if (m_bytes.Rarely(8)) return uFirst - m_bytes.Below(2) + (m_bytes.Flag() ? CCalendarTwin::DaysOf(uYear) - 1 : 1);
     return uFirst + m_bytes.Below(CCalendarTwin::DaysOf(uYear));
