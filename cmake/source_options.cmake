@@ -6,6 +6,10 @@ set(avx512 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized;-Wno-maybe-uninitialized>")
 # Their functions begin at cache lines, or the speed of their short loops would depend on where the code in front ends.
 set(at_cache_lines -falign-functions=64)
+set_source_files_properties(framework/crypto/aes_blocks_aesni.cpp PROPERTIES
+  COMPILE_OPTIONS "-maes;-mssse3;${at_cache_lines}")
+set_source_files_properties(framework/crypto/aes_blocks_vaes.cpp PROPERTIES
+  COMPILE_OPTIONS "${avx512};-maes;-mvaes;${at_cache_lines}")
 set_source_files_properties(framework/crypto/base64_blocks_avx2.cpp PROPERTIES
   COMPILE_OPTIONS "-mavx2;${at_cache_lines}")
 set_source_files_properties(framework/crypto/base64_blocks_avx512.cpp PROPERTIES

@@ -1,74 +1,77 @@
-#include <benchmark/benchmark.h>
+#include "framework/crypto/aes.h"
 
-// The peer is what the class stands on, called directly.
-#define OPENSSL_API_COMPAT 10101
-#include <openssl/aes.h>
-#include <openssl/modes.h>
+#include <openssl/evp.h>
+
+#include <memory>
 
 #include "bench/support/peers.h"
-#include "framework/crypto/aes.h"
+#include "framework/crypto/cpu_features.h"
 
 namespace
 {
-constexpr unsigned int g_uKeySize = 16;
-
 struct SParameters
 {
     CCipher::EAction eAction;
     CCipher::EMode eMode;
+    unsigned int uKeySize;
+    const EVP_CIPHER* pCipher;
 };
 
-struct SPeer
+// What the processor can do is used by both.
+class CEvp
 {
-    AES_KEY key;
-    uint8_t auIv[16] = {};
-    uint8_t auKeyStream[16] = {};
-    unsigned int uKeyStreamAt = 0;
-    int nDirection;
-
-    explicit SPeer(const SParameters& rst)
-        : nDirection(rst.eAction == CCipher::eACTION_ENCRYPT ? AES_ENCRYPT : AES_DECRYPT)
+public:
+    explicit CEvp(const SParameters& rst)
+        : m_pContext(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free), m_key(FixedBytes(rst.uKeySize))
     {
-        const std::vector<uint8_t> bytes = FixedBytes(g_uKeySize);
-        const bool bInverse =
-            (rst.eMode == CCipher::eMODE_CBC || rst.eMode == CCipher::eMODE_ECB) && nDirection == AES_DECRYPT;
-        if (bInverse) AES_set_decrypt_key(bytes.data(), 8 * g_uKeySize, &key);
-        else AES_set_encrypt_key(bytes.data(), 8 * g_uKeySize, &key);
+        const int nEncrypt = rst.eAction == CCipher::eACTION_ENCRYPT ? 1 : 0;
+        EVP_CipherInit_ex(m_pContext.get(), rst.pCipher, nullptr, m_key.data(), m_auIv, nEncrypt);
+        EVP_CIPHER_CTX_set_padding(m_pContext.get(), 0);
     }
 
-    void Run(CCipher::EMode eMode, const uint8_t* puIn, size_t uSize, uint8_t* puOut)
+    // A message under a new key, with the context of the one before.
+    void Begin() { EVP_CipherInit_ex(m_pContext.get(), nullptr, nullptr, m_key.data(), m_auIv, -1); }
+    void Update(const std::vector<uint8_t>& rIn, uint8_t* puOut)
     {
-        int* const pnKeyStreamAt = reinterpret_cast<int*>(&uKeyStreamAt);
-        if (eMode == CCipher::eMODE_CBC) AES_cbc_encrypt(puIn, puOut, uSize, &key, auIv, nDirection);
-        if (eMode == CCipher::eMODE_CFB) AES_cfb128_encrypt(puIn, puOut, uSize, &key, auIv, pnKeyStreamAt, nDirection);
-        if (eMode == CCipher::eMODE_OFB) AES_ofb128_encrypt(puIn, puOut, uSize, &key, auIv, pnKeyStreamAt);
-        if (eMode == CCipher::eMODE_CTR)
-        {
-            CRYPTO_ctr128_encrypt(puIn, puOut, uSize, &key, auIv, auKeyStream, &uKeyStreamAt,
-                                  reinterpret_cast<block128_f>(AES_encrypt));
-        }
-        if (eMode != CCipher::eMODE_ECB) return;
-        for (size_t u = 0; u < uSize; u += 16) AES_ecb_encrypt(puIn + u, puOut + u, &key, nDirection);
+        int nSize = 0;
+        EVP_CipherUpdate(m_pContext.get(), puOut, &nSize, rIn.data(), static_cast<int>(rIn.size()));
     }
+    void End(uint8_t* puOut)
+    {
+        int nSize = 0;
+        EVP_CipherFinal_ex(m_pContext.get(), puOut, &nSize);
+    }
+
+private:
+    std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> m_pContext;
+    std::vector<uint8_t> m_key;
+    uint8_t m_auIv[16] = {};
 };
 
 void Begin(CAes& rAes, const SParameters& rst)
 {
-    rAes.Begin(rst.eAction, rst.eMode, FixedBytes(g_uKeySize).data(), g_uKeySize, nullptr, 0);
+    static const std::vector<uint8_t> s_key = FixedBytes(32);
+    static const uint8_t s_auIv[16] = {};
+    rAes.Begin(rst.eAction, rst.eMode, s_key.data(), rst.uKeySize, s_auIv, sizeof(s_auIv));
+}
+
+void RequireSameAsPeer(const SParameters& rst, const std::vector<uint8_t>& rInput, const std::vector<uint8_t>& rOutput)
+{
+    std::vector<uint8_t> peerOutput(rInput.size() + 16);
+    CEvp(rst).Update(rInput, peerOutput.data());
+    RequireEqual(rOutput.data(), peerOutput.data(), rInput.size(), "aes");
 }
 
 void BM_AesOurs(benchmark::State& rState, SParameters st)
 {
     const std::vector<uint8_t> input = FixedBytes(rState.range(0));
     const unsigned int uInSize = static_cast<unsigned int>(input.size());
-    std::vector<uint8_t> output(input.size() + 15);
+    std::vector<uint8_t> output(input.size() + 16);
     unsigned int uSize = 0;
     CAes aes;
     Begin(aes, st);
     aes.Update(input.data(), uInSize, output.data(), &uSize);
-    std::vector<uint8_t> peerOutput(input.size());
-    SPeer(st).Run(st.eMode, input.data(), input.size(), peerOutput.data());
-    RequireEqual(output.data(), peerOutput.data(), peerOutput.size(), "aes");
+    RequireSameAsPeer(st, input, output);
 
     for (auto _ : rState)
     {
@@ -77,20 +80,56 @@ void BM_AesOurs(benchmark::State& rState, SParameters st)
         benchmark::ClobberMemory();
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+    rState.SetLabel(orvel_internal::CpuPathName(orvel_internal::ECpuAlgorithm::eAES));
 }
 
 void BM_AesPeer(benchmark::State& rState, SParameters st)
 {
     const std::vector<uint8_t> input = FixedBytes(rState.range(0));
-    std::vector<uint8_t> output(input.size());
-    SPeer peer(st);
+    std::vector<uint8_t> output(input.size() + 16);
+    CEvp evp(st);
     for (auto _ : rState)
     {
-        peer.Run(st.eMode, input.data(), input.size(), output.data());
+        evp.Update(input, output.data());
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+// From the key to the last byte.
+void BM_AesMessageOurs(benchmark::State& rState, SParameters st)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    std::vector<uint8_t> output(input.size() + 16);
+    CAes aes;
+    for (auto _ : rState)
+    {
+        unsigned int uSize = 0;
+        unsigned int uLast = 0;
+        Begin(aes, st);
+        aes.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize);
+        aes.End(output.data() + uSize, &uLast);
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    RequireSameAsPeer(st, input, output);
+    rState.SetLabel(orvel_internal::CpuPathName(orvel_internal::ECpuAlgorithm::eAES));
+}
+
+void BM_AesMessagePeer(benchmark::State& rState, SParameters st)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    std::vector<uint8_t> output(input.size() + 16);
+    CEvp evp(st);
+    for (auto _ : rState)
+    {
+        evp.Begin();
+        evp.Update(input, output.data());
+        evp.End(output.data() + input.size());
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
 }
 
 void BM_AesBlob(benchmark::State& rState, SParameters st)
@@ -114,8 +153,11 @@ void Register(const std::string& rstrName, SParameters st)
     for (const int64_t nSize : {16, 1024, 65536})
     {
         benchmark::RegisterBenchmark((rstrName + "/ours").c_str(), BM_AesOurs, st)->Arg(nSize);
-        benchmark::RegisterBenchmark((rstrName + "/libcrypto").c_str(), BM_AesPeer, st)->Arg(nSize);
+        benchmark::RegisterBenchmark((rstrName + "/libcrypto evp").c_str(), BM_AesPeer, st)->Arg(nSize);
     }
+    const std::string strMessage = rstrName + " with the key";
+    benchmark::RegisterBenchmark((strMessage + "/ours").c_str(), BM_AesMessageOurs, st)->Arg(64);
+    benchmark::RegisterBenchmark((strMessage + "/libcrypto evp").c_str(), BM_AesMessagePeer, st)->Arg(64);
     benchmark::RegisterBenchmark((rstrName + " a blob/ours").c_str(), BM_AesBlob, st)->Arg(65536);
     benchmark::RegisterBenchmark((rstrName + " a blob/ours on bytes").c_str(), BM_AesOurs, st)->Arg(65536);
 }
@@ -126,15 +168,23 @@ void Register(const std::string& rstrName, SParameters st)
     {
         const char* pszName;
         CCipher::EMode eMode;
-    } aModes[] = {{"cbc", CCipher::eMODE_CBC},
-                  {"cfb", CCipher::eMODE_CFB},
-                  {"ctr", CCipher::eMODE_CTR},
-                  {"ecb", CCipher::eMODE_ECB},
-                  {"ofb", CCipher::eMODE_OFB}};
-    for (const auto& rMode : aModes)
+        unsigned int uKeySize;
+        const EVP_CIPHER* pCipher;
+    } aModes[] = {{"aes-128-cbc", CCipher::eMODE_CBC, 16, EVP_aes_128_cbc()},
+                  {"aes-128-cfb", CCipher::eMODE_CFB, 16, EVP_aes_128_cfb128()},
+                  {"aes-128-ctr", CCipher::eMODE_CTR, 16, EVP_aes_128_ctr()},
+                  {"aes-128-ecb", CCipher::eMODE_ECB, 16, EVP_aes_128_ecb()},
+                  {"aes-128-ofb", CCipher::eMODE_OFB, 16, EVP_aes_128_ofb()},
+                  {"aes-256-cbc", CCipher::eMODE_CBC, 32, EVP_aes_256_cbc()},
+                  {"aes-256-cfb", CCipher::eMODE_CFB, 32, EVP_aes_256_cfb128()},
+                  {"aes-256-ctr", CCipher::eMODE_CTR, 32, EVP_aes_256_ctr()},
+                  {"aes-256-ecb", CCipher::eMODE_ECB, 32, EVP_aes_256_ecb()},
+                  {"aes-256-ofb", CCipher::eMODE_OFB, 32, EVP_aes_256_ofb()}};
+    for (const auto& rst : aModes)
     {
-        Register(std::string("aes-128-") + rMode.pszName + " encrypt", {CCipher::eACTION_ENCRYPT, rMode.eMode});
-        Register(std::string("aes-128-") + rMode.pszName + " decrypt", {CCipher::eACTION_DECRYPT, rMode.eMode});
+        const std::string strName = rst.pszName;
+        Register(strName + " encrypt", {CCipher::eACTION_ENCRYPT, rst.eMode, rst.uKeySize, rst.pCipher});
+        Register(strName + " decrypt", {CCipher::eACTION_DECRYPT, rst.eMode, rst.uKeySize, rst.pCipher});
     }
     return true;
 }();

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <vector>
 
 #include "framework/framework.h"
@@ -45,9 +46,15 @@ const char* TextOfZone(const char* pszNameOrText)
     return pszNameOrText;
 }
 
+// Strings tell by what is missing only that memory ran out.
+void Check(QvResult res)
+{
+    if (res < 0) throw std::bad_alloc();
+}
+
 CTime SystemTime()
 {
-    timespec now;
+    timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
     CTime time;
     time.SetJulianDateAndTime(g_uEpoch + static_cast<unsigned int>(now.tv_sec / 86400),
@@ -66,7 +73,7 @@ CString DateAndTime(const CTime& rTime)
     unsigned short uMillisecond;
     rTime.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMillisecond, true);
     CString strText;
-    strText.Format(0, "%04d-%02d-%02d %02d:%02d:%02d", uYear, uMonth, uDay, uHour, uMinute, uSecond);
+    Check(strText.Format(0, "%04d-%02d-%02d %02d:%02d:%02d", uYear, uMonth, uDay, uHour, uMinute, uSecond));
     return strText;
 }
 
@@ -99,10 +106,12 @@ public:
     {
         const int nOffset = GetOffsetMs() / 1000;
         const int nSize = nOffset < 0 ? -nOffset : nOffset;
-        CString strName = m_rZone.GetName(m_uJulianDay, m_uTimeMs, true);
-        strName.Format(strName.GetSize(), " (UTC%c%02d:%02d", nOffset < 0 ? '-' : '+', nSize / 3600, nSize / 60 % 60);
-        if (nSize % 60 != 0) strName.Format(strName.GetSize(), ":%02d", nSize % 60);
-        return strName + ")";
+        char szSeconds[8] = "";
+        if (nSize % 60 != 0) std::snprintf(szSeconds, sizeof(szSeconds), ":%02d", nSize % 60);
+        CString strName;
+        Check(strName.Format(0, "%s (UTC%c%02d:%02d%s)", m_rZone.GetName(m_uJulianDay, m_uTimeMs, true).CStr(),
+                             nOffset < 0 ? '-' : '+', nSize / 3600, nSize / 60 % 60, szSeconds));
+        return strName;
     }
 
 private:
@@ -159,7 +168,9 @@ int Show(const char* pszAt, const std::vector<const char*>& rZones)
     std::vector<CTimeZone> zones(rZones.size());
     for (std::size_t u = 0; u < rZones.size(); ++u)
     {
-        if (zones[u].SetTimeZone(TextOfZone(rZones[u])) >= 0) continue;
+        const QvResult res = zones[u].SetTimeZone(TextOfZone(rZones[u]));
+        if (res == QV_RES_OUT_OF_MEMORY) throw std::bad_alloc();
+        if (res >= 0) continue;
         std::fprintf(stderr, "clock: not a zone: %s\n", rZones[u]);
         return g_nRefused;
     }
@@ -201,13 +212,26 @@ int Run(int argc, char** argv)
     if (zones.empty()) zones.assign(std::begin(g_apszNames), std::end(g_apszNames));
     return Show(pszAt, zones);
 }
+
+int RunWithFramework(int argc, char** argv)
+{
+    const CFrameworkScope framework;
+    Check(framework.GetResult());
+    return Run(argc, argv);
+}
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return g_nRefused;
-    const int nStatus = Run(argc, argv);
+    int nStatus = g_nRefused;
+    try
+    {
+        nStatus = RunWithFramework(argc, argv);
+    }
+    catch (const std::bad_alloc&)
+    {
+        std::fputs("clock: out of memory\n", stderr);
+    }
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return nStatus;
     std::perror("clock: standard output");
     return g_nRefused;

@@ -48,7 +48,7 @@ grep -q "nobody else's business" shown || fail "expected the sealed text"
 # The byte to change: the last of a record's text, in front of the 24 bytes of its MAC and CRC.
 victim=$(((lines + 1) / 2))
 head -n "$victim" text >half
-"$journal" write --key log.key --journal half.jrn half >printed
+"$journal" write --new --key log.key --journal half.jrn half >printed
 # The closing record takes 60 bytes.
 offset=$(($(stat -c %s half.jrn) - 60 - 24 - 1))
 

@@ -1,6 +1,6 @@
 #include "examples/journal/files.h"
 
-#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,12 +8,14 @@
 
 #include "examples/journal/refusal.h"
 
-CInputFile::CInputFile(const char* pszPath) : m_strName(pszPath), m_pFile(std::fopen(pszPath, "rbe")), m_bOwned(true)
+CInputFile::CInputFile(const char* pszPath)
+    : m_strName(TextOf(pszPath)), m_pFile(std::fopen(pszPath, "rbe")), m_bOwned(true)
 {
     if (m_pFile == nullptr) RefuseForErrno(pszPath);
 }
 
-CInputFile::CInputFile(std::FILE* pOpen, const char* pszName) : m_strName(pszName), m_pFile(pOpen), m_bOwned(false)
+CInputFile::CInputFile(std::FILE* pOpen, const char* pszName)
+    : m_strName(TextOf(pszName)), m_pFile(pOpen), m_bOwned(false)
 {
 }
 
@@ -41,6 +43,12 @@ struct stat CInputFile::GetStatus() const
     return status;
 }
 
+void CDescriptor::Reset(int nOpen)
+{
+    if (m_nOpen >= 0) close(m_nOpen);
+    m_nOpen = nOpen;
+}
+
 std::optional<struct stat> StatusOf(const char* pszPath)
 {
     struct stat status;
@@ -49,22 +57,23 @@ std::optional<struct stat> StatusOf(const char* pszPath)
     return std::nullopt;
 }
 
+bool Leads(const char* pszPath, const struct stat& rStatus)
+{
+    const std::optional<struct stat> now = StatusOf(pszPath);
+    return now && now->st_ino == rStatus.st_ino && now->st_dev == rStatus.st_dev;
+}
+
+void Lock(int nFile, const char* pszName)
+{
+    if (flock(nFile, LOCK_EX | LOCK_NB) == 0) return;
+    if (errno == EWOULDBLOCK) Refuse("%s: being written by somebody else", pszName);
+    Refuse("%s: cannot be locked: %s", pszName, std::strerror(errno));
+}
+
 CString DirectoryOf(const CString& rPath)
 {
     const char* const pszSlash = std::strrchr(rPath.CStr(), '/');
-    if (pszSlash == nullptr) return CString(".");
+    if (pszSlash == nullptr) return TextOf(".");
     const auto uLength = static_cast<unsigned int>(pszSlash - rPath.CStr());
-    return uLength == 0 ? CString("/") : CString(rPath.CStr(), uLength);
-}
-
-void SyncDirectoryOf(const CString& rPath)
-{
-    const CString strDirectory = DirectoryOf(rPath);
-    const int nDirectory = open(strDirectory.CStr(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    // Some file systems cannot sync a directory; they answer EINVAL.
-    const bool bSynced = nDirectory >= 0 && (fsync(nDirectory) == 0 || errno == EINVAL);
-    const int nErrno = errno;
-    if (nDirectory >= 0) close(nDirectory);
-    errno = nErrno;
-    if (!bSynced) RefuseForErrno(strDirectory.CStr());
+    return uLength == 0 ? TextOf("/") : TextOf(rPath.CStr(), uLength);
 }

@@ -34,11 +34,31 @@ private:
     bool m_bOwned;
 };
 
+/// An open file or directory, closed in the end.
+class CDescriptor
+{
+public:
+    explicit CDescriptor(int nOpen = -1) : m_nOpen(nOpen) {}
+    ~CDescriptor() { Reset(-1); }
+    CDescriptor(const CDescriptor&) = delete;
+    CDescriptor& operator=(const CDescriptor&) = delete;
+
+    bool IsOpen() const { return m_nOpen >= 0; }
+    int Get() const { return m_nOpen; }
+    void Reset(int nOpen);
+
+private:
+    int m_nOpen;
+};
+
 /// What stat() tells about a file, which need not exist.
 std::optional<struct stat> StatusOf(const char* pszPath);
+/// Whether a path leads to that very file, not to one that has taken its place.
+bool Leads(const char* pszPath, const struct stat& rStatus);
+/// Locks an open file against other writers until it is closed. Refuses at once when somebody else has it locked, and
+/// in other words when it cannot be locked at all.
+void Lock(int nFile, const char* pszName);
 /// The path up to its last slash; "." when there is none.
 CString DirectoryOf(const CString& rPath);
-/// Makes the creation or renaming of a file last through a power failure.
-void SyncDirectoryOf(const CString& rPath);
 
 #endif

@@ -70,6 +70,24 @@ unsigned int PayloadSizeOf(const SRecord& rRecord, const CString& rStamp)
     return uStrings + (rRecord.nonce ? g_uNonceSize : 0);
 }
 
+struct SLengths
+{
+    uint16_t uStamp;
+    uint16_t uText;
+};
+
+// Of the two strings in a payload of uSize bytes, at least g_uMinRecord; nothing when they do not fill it.
+std::optional<SLengths> LengthsIn(const uint8_t* puPayload, unsigned int uSize)
+{
+    SLengths lengths;
+    std::memcpy(&lengths.uStamp, puPayload, g_uMarshaledLength);
+    const unsigned int uTextAt = g_uMarshaledLength + lengths.uStamp;
+    if (uTextAt + g_uMarshaledLength > uSize) return std::nullopt;
+    std::memcpy(&lengths.uText, puPayload + uTextAt, g_uMarshaledLength);
+    if (uTextAt + g_uMarshaledLength + lengths.uText != uSize) return std::nullopt;
+    return lengths;
+}
+
 bool ParseStamp(const CString& rStamp, SRecord& rRecord)
 {
     const auto stNumber = std::from_chars(rStamp.begin(), rStamp.end(), rRecord.uNumber);
@@ -86,12 +104,19 @@ bool IsSame(const SMac& rLeft, const SMac& rRight)
     return uDifference == 0;
 }
 
-SHeader MakeHeader(const SKey& rKey)
+SJournalId MakeJournalId()
+{
+    SJournalId id;
+    Check(CSecurePrng::Generate(sizeof(id.auBytes), id.auBytes));
+    return id;
+}
+
+SHeader MakeHeader(const SJournalId& rId, const SKey& rKey)
 {
     SHeader header;
     std::memcpy(header.acMagic, g_acMagic, sizeof(g_acMagic));
     header.uVersion = g_uVersion;
-    Check(CSecurePrng::Generate(sizeof(header.auJournalId), header.auJournalId));
+    std::memcpy(header.auJournalId, rId.auBytes, sizeof(header.auJournalId));
     SetTail(reinterpret_cast<uint8_t*>(&header), sizeof(header), rKey);
     return header;
 }
@@ -181,23 +206,39 @@ bool CFrame::IsAuthentic(const SKey& rKey) const
     return IsSame(GetMac(), MacFor(m_blobBytes.begin(), m_blobBytes.GetSize(), rKey));
 }
 
+SDigest CFrame::GetDigest() const
+{
+    SDigest digest;
+    CSha256 sha256;
+    Check(sha256.Begin());
+    Check(sha256.Update(m_blobBytes.begin(), m_blobBytes.GetSize()));
+    Check(sha256.End(digest.auBytes));
+    return digest;
+}
+
 bool CFrame::GetRecord(SRecord& rRecord) const
 {
+    // What the lengths in a forged payload promise need not be there.
+    const unsigned int uNonceSize = GetHead().uKind == g_uSealedKind ? g_uNonceSize : 0;
+    const std::optional<SLengths> lengths = LengthsIn(GetPayload(), GetHead().uPayloadSize - uNonceSize);
+    if (!lengths) return false;
     CMarshaler marshaler;
     marshaler.Insert(GetPayload(), GetHead().uPayloadSize);
     if (marshaler.GetUnreadSize() != GetHead().uPayloadSize) throw std::bad_alloc();
     CString strStamp;
     marshaler >> strStamp >> rRecord.strText;
     rRecord.nonce.reset();
-    if (GetHead().uKind == g_uSealedKind) marshaler.Extract(rRecord.nonce.emplace().auBytes, g_uNonceSize);
-    // What the lengths in a forged payload promise need not be there.
-    return PayloadSizeOf(rRecord, strStamp) == GetHead().uPayloadSize && ParseStamp(strStamp, rRecord);
+    if (uNonceSize != 0) marshaler.Extract(rRecord.nonce.emplace().auBytes, g_uNonceSize);
+    const bool bWhole = strStamp.GetSize() == lengths->uStamp && rRecord.strText.GetSize() == lengths->uText;
+    if (!bWhole) throw std::bad_alloc();
+    return ParseStamp(strStamp, rRecord);
 }
 
 uint64_t CFrame::GetRecordCount() const
 {
     CMarshaler marshaler;
     marshaler.Insert(GetPayload(), g_uClosingSize);
+    if (marshaler.GetUnreadSize() != g_uClosingSize) throw std::bad_alloc();
     uint64_t uCount = 0;
     marshaler >> uCount;
     return uCount;

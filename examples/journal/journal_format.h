@@ -34,7 +34,14 @@ struct SHeader
     STail tail;
 };
 
-SHeader MakeHeader(const SKey& rKey);
+/// What tells one journal from the others under the same key; random.
+struct SJournalId
+{
+    uint8_t auBytes[16];
+};
+
+SJournalId MakeJournalId();
+SHeader MakeHeader(const SJournalId& rId, const SKey& rKey);
 bool HasMagic(const SHeader& rHeader);
 bool IsKnownVersion(const SHeader& rHeader);
 /// Whether the CRC fits: the cheap first question, which nearly every accident answers with no.
@@ -45,6 +52,12 @@ bool IsAuthentic(const SHeader& rHeader, const SKey& rKey);
 struct SNonce
 {
     uint8_t auBytes[16];
+};
+
+/// What tells any two frames apart, also where nobody can check their codes.
+struct SDigest
+{
+    uint8_t auBytes[32];
 };
 
 /// A line of text in the journal.
@@ -84,6 +97,8 @@ public:
     bool IsAuthentic(const SKey& rKey) const;
     bool Follows(const SMac& rMac) const { return IsSame(GetHead().link, rMac); }
     SMac GetMac() const { return GetTail().mac; }
+    /// SHA-256 of all of it.
+    SDigest GetDigest() const;
     /// False when the content is not that of a record; rRecord is then of no use.
     bool GetRecord(SRecord& rRecord) const;
     uint64_t GetRecordCount() const;

@@ -1,6 +1,7 @@
 #include "examples/journal/journal_reader.h"
 
 #include <cstdarg>
+#include <cstring>
 
 #include "examples/journal/refusal.h"
 
@@ -34,11 +35,11 @@ bool CJournalReader::Next()
     return true;
 }
 
-const SRecord& CJournalReader::ReadAgain(uint64_t uNumber, uint64_t uOffset, const SMac& rMac)
+const SRecord& CJournalReader::ReadAgain(uint64_t uNumber, uint64_t uOffset, const SDigest& rDigest)
 {
     m_rFile.Seek(uOffset);
-    const bool bSame = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && !m_frame.IsClosing() && m_frame.IsUndamaged() &&
-                       IsSame(m_frame.GetMac(), rMac) && (m_pKey == nullptr || m_frame.IsAuthentic(*m_pKey)) &&
+    const bool bSame = m_frame.ReadFrom(m_rFile) == CFrame::eREAD &&
+                       std::memcmp(m_frame.GetDigest().auBytes, rDigest.auBytes, sizeof(rDigest.auBytes)) == 0 &&
                        m_frame.GetRecord(m_record);
     if (!bSame) Refuse("%s: record %lu: changed while it was being read", m_rFile.GetName(), uNumber);
     return m_record;

@@ -22,14 +22,12 @@ public:
     const CFrame& GetFrame() const { return m_frame; }
     /// How many records were read.
     uint64_t GetCount() const { return m_uCount; }
-    /// The code of the last record read, to which the next one links.
-    const SMac& GetLastMac() const { return m_lastMac; }
     /// Where in the file what Next() will read begins.
     uint64_t GetOffset() const { return m_uOffset; }
 
-    /// Goes back to record uNumber at an offset, where Next() found it with this code, and refuses if it is no longer
-    /// the same. Next() is of no use afterwards.
-    const SRecord& ReadAgain(uint64_t uNumber, uint64_t uOffset, const SMac& rMac);
+    /// Goes back to record uNumber at an offset, where Next() found a frame of this digest, and refuses if any byte of
+    /// it has changed since, with or without a key. Next() is of no use afterwards.
+    const SRecord& ReadAgain(uint64_t uNumber, uint64_t uOffset, const SDigest& rDigest);
 
 private:
     void CheckHeader();
@@ -45,7 +43,7 @@ private:
     SHeader m_header;
     CFrame m_frame;
     SRecord m_record;
-    SMac m_lastMac;
+    SMac m_lastMac;  // of the last record read, to which the next one links
     uint64_t m_uCount = 0;
     uint64_t m_uOffset = sizeof(SHeader);
 };

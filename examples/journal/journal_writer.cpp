@@ -3,14 +3,14 @@
 #include <ctime>
 
 CJournalWriter::CJournalWriter(CReplacementFile& rOutput, const SKey& rKey, bool bSeal)
-    : m_rOutput(rOutput), m_key(rKey), m_lastMac()
+    : m_rOutput(rOutput), m_rKey(rKey), m_lastMac()
 {
-    if (bSeal) m_seal.emplace(m_key);
+    if (bSeal) m_seal.emplace(m_rKey);
 }
 
 void CJournalWriter::Begin()
 {
-    Continue(MakeHeader(m_key));
+    Continue(MakeHeader(MakeJournalId(), m_rKey));
 }
 
 void CJournalWriter::Continue(const SHeader& rHeader)
@@ -31,13 +31,13 @@ void CJournalWriter::Append(const char* pcText, unsigned int uSize)
     m_record.uTime = static_cast<uint64_t>(std::time(nullptr));
     SetText(m_record.strText, pcText, uSize);
     if (m_seal) m_seal->Seal(m_record);
-    m_frame.SetRecord(m_record, m_lastMac, m_key);
+    m_frame.SetRecord(m_record, m_lastMac, m_rKey);
     WriteFrame(m_frame);
 }
 
 void CJournalWriter::Close()
 {
-    m_frame.SetClosing(m_record.uNumber, m_lastMac, m_key);
+    m_frame.SetClosing(m_record.uNumber, m_lastMac, m_rKey);
     WriteFrame(m_frame);
 }
 

@@ -12,7 +12,7 @@
 class CJournalWriter
 {
 public:
-    /// The output is borrowed, and committed by the caller. bSeal: the texts of new records are sealed.
+    /// Output and key are borrowed, the output is committed by the caller. bSeal: the texts of new records are sealed.
     CJournalWriter(CReplacementFile& rOutput, const SKey& rKey, bool bSeal);
 
     void Begin();
@@ -29,7 +29,7 @@ private:
     void WriteFrame(const CFrame& rFrame);
 
     CReplacementFile& m_rOutput;
-    const SKey m_key;
+    const SKey& m_rKey;
     std::optional<CTextSeal> m_seal;
     SRecord m_record;  // the last one
     SMac m_lastMac;    // its code, or the header's

@@ -11,52 +11,50 @@
 
 namespace
 {
-bool WriteAndSync(int nFile, const SKey& rKey)
+void CheckStatus(const char* pszPath, const struct stat& rStatus)
 {
-    // A regular file takes 32 bytes at once, or the disk is full.
-    errno = ENOSPC;
-    return write(nFile, rKey.auBytes, sizeof(rKey.auBytes)) == sizeof(rKey.auBytes) && fsync(nFile) == 0;
-}
-
-SKey MakeKey(const char* pszPath)
-{
-    SKey key;
-    Check(CSecurePrng::Generate(sizeof(key.auBytes), key.auBytes));
-    const int nFile = open(pszPath, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (nFile < 0) RefuseForErrno(pszPath);
-    const bool bWritten = WriteAndSync(nFile, key);
-    const int nErrno = errno;
-    close(nFile);
-    if (!bWritten)
+    if (!S_ISREG(rStatus.st_mode)) Refuse("%s: not a key file", pszPath);
+    // Its owner knows it, and can give himself what the mode denies.
+    if (rStatus.st_uid != geteuid()) Refuse("%s: a key is for its owner only, who is user %u", pszPath, rStatus.st_uid);
+    if ((rStatus.st_mode & (S_IRWXG | S_IRWXO)) != 0)
     {
-        unlink(pszPath);
-        errno = nErrno;
-        RefuseForErrno(pszPath);
+        Refuse("%s: a key is for its owner only, but the mode is %04o: chmod 600 it", pszPath, rStatus.st_mode & 07777);
     }
-    SyncDirectoryOf(CString(pszPath));
-    return key;
+    constexpr auto uSize = static_cast<off_t>(sizeof(SKey::auBytes));
+    if (rStatus.st_size == uSize) return;
+    Refuse("%s: not a key file: %ld bytes instead of %ld", pszPath, rStatus.st_size, uSize);
 }
 }  // namespace
 
-SKey LoadKey(const char* pszPath)
+void LoadKey(const char* pszPath, SKey& rKey)
 {
     CInputFile file(pszPath);
-    const struct stat status = file.GetStatus();
-    if (!S_ISREG(status.st_mode)) Refuse("%s: not a key file", pszPath);
-    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
-    {
-        Refuse("%s: a key is for its owner only, but the mode is %04o: chmod 600 it", pszPath, status.st_mode & 07777);
-    }
-    SKey key;
-    const auto uSize = static_cast<size_t>(status.st_size);
-    if (uSize != sizeof(key.auBytes) || file.Read(key.auBytes, uSize) != uSize)
-    {
-        Refuse("%s: not a key file: %zu bytes instead of %zu", pszPath, uSize, sizeof(key.auBytes));
-    }
-    return key;
+    CheckStatus(pszPath, file.GetStatus());
+    // Around the stream, whose buffer would keep the key.
+    const ssize_t nRead = pread(file.GetDescriptor(), rKey.auBytes, sizeof(rKey.auBytes), 0);
+    if (nRead < 0) RefuseForErrno(pszPath);
+    if (nRead != sizeof(rKey.auBytes)) Refuse("%s: not a key file: cut short", pszPath);
 }
 
-SKey LoadOrMakeKey(const char* pszPath)
+void MakeKey(SKey& rKey)
 {
-    return StatusOf(pszPath) ? LoadKey(pszPath) : MakeKey(pszPath);
+    Check(CSecurePrng::Generate(sizeof(rKey.auBytes), rKey.auBytes));
+}
+
+CNewKeyFile::CNewKeyFile(const char* pszPath, const SKey& rKey)
+    : m_strPath(TextOf(pszPath)), m_file(m_strPath, std::nullopt, 0600)
+{
+    m_file.Write(rKey.auBytes, sizeof(rKey.auBytes));
+}
+
+CNewKeyFile::~CNewKeyFile()
+{
+    if (m_bCommitted) unlink(m_strPath.CStr());
+}
+
+void CNewKeyFile::Commit()
+{
+    m_file.Commit();
+    m_bCommitted = true;
+    if (!m_file.SyncDirectory()) RefuseForErrno(m_strPath.CStr());
 }

@@ -1,7 +1,7 @@
 #include <signal.h>
-#include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -57,7 +57,8 @@ uint64_t CheckInputs(char** ppszFiles)
 CString ResolvePath(const char* pszPath)
 {
     const std::unique_ptr<char, decltype(&std::free)> pszResolved(realpath(pszPath, nullptr), &std::free);
-    return CString(pszResolved != nullptr ? pszResolved.get() : pszPath);
+    if (pszResolved == nullptr && errno == ENOMEM) throw std::bad_alloc();
+    return TextOf(pszResolved != nullptr ? pszResolved.get() : pszPath);
 }
 
 // The journal to continue, locked against other writers until it is closed; null when there is none yet.
@@ -68,10 +69,8 @@ std::unique_ptr<CInputFile> OpenToContinue(const CString& rPath)
     if (!status) return nullptr;
     if (!S_ISREG(status->st_mode)) Refuse("%s: not a regular file", pszPath);
     auto pFile = std::make_unique<CInputFile>(pszPath);
-    if (flock(pFile->GetDescriptor(), LOCK_EX | LOCK_NB) != 0) Refuse("%s: being written by somebody else", pszPath);
-    const std::optional<struct stat> now = StatusOf(pszPath);
-    const bool bSame = now && now->st_ino == pFile->GetStatus().st_ino && now->st_dev == pFile->GetStatus().st_dev;
-    if (!bSame) Refuse("%s: was just replaced by somebody else", pszPath);
+    Lock(pFile->GetDescriptor(), pszPath);
+    if (!Leads(pszPath, pFile->GetStatus())) Refuse("%s: was just replaced by somebody else", pszPath);
     return pFile;
 }
 
@@ -96,18 +95,52 @@ void CopyRecords(CJournalWriter& rWriter, CInputFile& rPrevious, const SKey& rKe
     }
 }
 
+// Fills in the key, of its file or of a new one, which is returned. bContinues: there is a journal to go on with, which
+// a new key could never fit.
+std::unique_ptr<CNewKeyFile> GetKey(const SOptions& rOptions, bool bContinues, SKey& rKey)
+{
+    if (bContinues && rOptions.bNew) Refuse("%s: is there already, --new begins another one", rOptions.pszJournal);
+    if (bContinues || StatusOf(rOptions.pszKey))
+    {
+        LoadKey(rOptions.pszKey, rKey);
+        if (bContinues || rOptions.bNew) return nullptr;
+        Refuse("%s: is missing, although its key %s is there: if it was not deleted, --new begins it",
+               rOptions.pszJournal, rOptions.pszKey);
+    }
+    MakeKey(rKey);
+    return std::make_unique<CNewKeyFile>(rOptions.pszKey, rKey);
+}
+
+// All or nothing, the key included. Only what makes the new names last through a power failure comes when they are
+// there for all to see.
+void Commit(CReplacementFile& rJournal, CNewKeyFile* pNewKey)
+{
+    if (pNewKey != nullptr) pNewKey->Commit();
+    rJournal.Commit();
+    if (pNewKey != nullptr) pNewKey->Keep();
+}
+
+void WriteLines(CJournalWriter& rWriter, char** ppszFiles, CProgress& rProgress)
+{
+    for (; *ppszFiles != nullptr; ++ppszFiles)
+    {
+        if (IsStandardInput(*ppszFiles)) AppendLines(rWriter, CInputFile(stdin, "standard input"), rProgress);
+        else AppendLines(rWriter, CInputFile(*ppszFiles), rProgress);
+    }
+}
+
 void Write(const SOptions& rOptions)
 {
     uint64_t uTotalBytes = CheckInputs(rOptions.ppszFiles);
     const CString strPath = ResolvePath(rOptions.pszJournal);
     const std::unique_ptr<CInputFile> pPrevious = OpenToContinue(strPath);
-    // A new key could never fit a journal that is there already.
-    const SKey key = pPrevious != nullptr ? LoadKey(rOptions.pszKey) : LoadOrMakeKey(rOptions.pszKey);
+    SKey key;
+    const std::unique_ptr<CNewKeyFile> pNewKey = GetKey(rOptions, pPrevious != nullptr, key);
 
     std::optional<struct stat> previousStatus;
     if (pPrevious != nullptr) previousStatus = pPrevious->GetStatus();
     if (previousStatus && uTotalBytes != 0) uTotalBytes += static_cast<uint64_t>(previousStatus->st_size);
-    CReplacementFile output(strPath, previousStatus);
+    CReplacementFile output(strPath, previousStatus, 0666);
     CJournalWriter writer(output, key, rOptions.bSeal);
     uint64_t uPreviousCount = 0;
     {
@@ -115,13 +148,13 @@ void Write(const SOptions& rOptions)
         if (pPrevious != nullptr) CopyRecords(writer, *pPrevious, key, progress);
         else writer.Begin();
         uPreviousCount = writer.GetCount();
-        for (char** ppszFile = rOptions.ppszFiles; *ppszFile != nullptr; ++ppszFile)
-        {
-            if (IsStandardInput(*ppszFile)) AppendLines(writer, CInputFile(stdin, "standard input"), progress);
-            else AppendLines(writer, CInputFile(*ppszFile), progress);
-        }
+        WriteLines(writer, rOptions.ppszFiles, progress);
         writer.Close();
-        output.Commit();
+        Commit(output, pNewKey.get());
+    }
+    if (!output.SyncDirectory())
+    {
+        Refuse("%s: written, but a power failure may undo it: %s", strPath.CStr(), std::strerror(errno));
     }
     std::printf("%s: %lu records written, %lu in all\n", rOptions.pszJournal, writer.GetCount() - uPreviousCount,
                 writer.GetCount());
@@ -129,7 +162,8 @@ void Write(const SOptions& rOptions)
 
 void Verify(const SOptions& rOptions)
 {
-    const SKey key = LoadKey(rOptions.pszKey);
+    SKey key;
+    LoadKey(rOptions.pszKey, key);
     CInputFile file(rOptions.pszJournal);
     CJournalReader reader(file, &key);
     {
@@ -150,29 +184,37 @@ void Run(const SOptions& rOptions)
     }
 }
 
+// Also what a start-up without memory throws comes here.
 int Main(int argc, char** argv)
 {
     try
     {
-        Run(ParseOptions(argc, argv));
-        if (std::fflush(stdout) != 0) RefuseForErrno("standard output");
-        return 0;
-    }
-    catch (const CMisuse& rMisuse)
-    {
-        std::fprintf(stderr, "journal: %s\n", rMisuse.GetReason().CStr());
-        return g_nMisused;
-    }
-    catch (const CRefusal& rRefusal)
-    {
-        std::fflush(stdout);
-        std::fprintf(stderr, "journal: %s\n", rRefusal.GetReason().CStr());
+        const CFrameworkScope framework;
+        Check(framework.GetResult());
+        // A refusal holds strings, which go before the framework does.
+        try
+        {
+            Run(ParseOptions(argc, argv));
+            if (std::fflush(stdout) != 0) RefuseForErrno("standard output");
+            return 0;
+        }
+        catch (const CMisuse& rMisuse)
+        {
+            std::fprintf(stderr, "journal: %s\n", rMisuse.GetReason().CStr());
+            return g_nMisused;
+        }
+        catch (const CRefusal& rRefusal)
+        {
+            std::fflush(stdout);
+            std::fprintf(stderr, "journal: %s\n", rRefusal.GetReason().CStr());
+            return g_nRefused;
+        }
     }
     catch (const std::bad_alloc&)
     {
         std::fputs("journal: out of memory\n", stderr);
+        return g_nRefused;
     }
-    return g_nRefused;
 }
 }  // namespace
 
@@ -180,7 +222,5 @@ int main(int argc, char** argv)
 {
     // A limit on the size of files is to be reported like a full disk.
     signal(SIGXFSZ, SIG_IGN);
-    const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return g_nRefused;
     return Main(argc, argv);
 }

@@ -8,16 +8,20 @@
 const char g_szHelp[] =
     R"(Keeps lines of text in a journal in which no later change goes unnoticed.
 
-  journal write  --key K --journal J [--seal] FILE...
+  journal write  --key K --journal J [--new] [--seal] FILE...
       One record for each line of the files ("-": standard input), behind those that J holds already. Makes K and J
-      if absent.
+      if both are absent; where only J is, it may have been deleted, and the call is refused.
+      --new                begins J, which must not be there, under a key that is
       --seal               encrypts the lines: keeps what they say from those without the key, but not how many they
                            are, how long and when written, nor the files that they came from or unsealed records
   journal verify --key K --journal J
       Tells whether J is as it was written, or the first bad record.
-  journal show   --journal J [--key K] [SELECTION]
+  journal show   --journal J [--key K] [--raw] [SELECTION]
       Prints each record as its number, time stamp (seconds since the epoch) and text. Verifies J as well if the key
       is given; without it prints sealed texts as base64, with "/sealed" behind the time stamp. SELECTION is one of
+      --from/--to, --since/--until and --last:
+      --raw                prints texts as they are; without it what could command a terminal is written as \x1b, and
+                           a backslash as \\
       --from N, --to M     by number, from N to M
       --since T, --until U by time stamp, from T to U, in the order of time, when all of J was read
       --last N             the last N records, when all of J was read
@@ -36,7 +40,9 @@ namespace
 {
 [[noreturn]] void RefuseUsage(const char* pszReason, const char* pszSubject = "")
 {
-    throw CMisuse(CString(pszReason) + pszSubject + " (see journal --help)");
+    CString strReason;
+    Check(strReason.Format(0, "%s%s (see journal --help)", pszReason, pszSubject));
+    throw CMisuse(strReason);
 }
 
 uint64_t ParseNumber(const char* pszText, uint64_t uMin, const char* pszComplaint)
@@ -73,6 +79,8 @@ void CheckOptions(const SOptions& rOptions)
     if (bWrite && *rOptions.ppszFiles == nullptr) RefuseUsage("no file given");
     if (!bWrite && *rOptions.ppszFiles != nullptr) RefuseUsage("one argument too many: ", *rOptions.ppszFiles);
     if (!bWrite && rOptions.bSeal) RefuseUsage("--seal is for write");
+    if (!bWrite && rOptions.bNew) RefuseUsage("--new is for write");
+    if (!bShow && rOptions.bRaw) RefuseUsage("--raw is for show");
     if (!bShow && rOptions.HasNumbers()) RefuseUsage("--from and --to are for show");
     if (!bShow && rOptions.HasTimes()) RefuseUsage("--since and --until are for show");
     if (!bShow && rOptions.last) RefuseUsage("--last is for show");
@@ -87,6 +95,7 @@ SOptions ParseOptions(int argc, char** argv)
         {"seal", no_argument, nullptr, 'e'},        {"from", required_argument, nullptr, 'f'},
         {"to", required_argument, nullptr, 't'},    {"since", required_argument, nullptr, 's'},
         {"until", required_argument, nullptr, 'u'}, {"last", required_argument, nullptr, 'l'},
+        {"new", no_argument, nullptr, 'n'},         {"raw", no_argument, nullptr, 'r'},
         {"help", no_argument, nullptr, 'h'},        {nullptr, 0, nullptr, 0}};
     SOptions options;
     opterr = 0;
@@ -97,6 +106,8 @@ SOptions ParseOptions(int argc, char** argv)
             case 'k': options.pszKey = optarg; break;
             case 'j': options.pszJournal = optarg; break;
             case 'e': options.bSeal = true; break;
+            case 'n': options.bNew = true; break;
+            case 'r': options.bRaw = true; break;
             case 'f': options.from = ParseNumber(optarg, 1, "not the number of a record: --from"); break;
             case 't': options.to = ParseNumber(optarg, 1, "not the number of a record: --to"); break;
             case 's': options.since = ParseNumber(optarg, 0, "not seconds since the epoch: --since"); break;

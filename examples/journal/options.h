@@ -25,6 +25,8 @@ struct SOptions
     const char* pszKey = nullptr;
     const char* pszJournal = nullptr;
     bool bSeal = false;
+    bool bNew = false;
+    bool bRaw = false;
     std::optional<uint64_t> from;  // numbers of records
     std::optional<uint64_t> to;
     std::optional<uint64_t> since;  // seconds since the epoch

@@ -25,3 +25,18 @@ void Check(QvResult res)
 {
     if (res < 0) throw std::bad_alloc();
 }
+
+CString TextOf(const char* pszText)
+{
+    const size_t uSize = std::strlen(pszText);
+    if (uSize > CString::uMAX_SIZE) Refuse("a name is longer than %u characters", CString::uMAX_SIZE);
+    return TextOf(pszText, static_cast<unsigned int>(uSize));
+}
+
+CString TextOf(const char* pcText, unsigned int uSize)
+{
+    if (uSize == 0) return CString();
+    CString strText(pcText, uSize);
+    if (strText.GetSize() != uSize) throw std::bad_alloc();
+    return strText;
+}

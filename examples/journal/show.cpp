@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "examples/journal/escape.h"
 #include "examples/journal/files.h"
 #include "examples/journal/journal_reader.h"
 #include "examples/journal/key_file.h"
@@ -19,7 +20,7 @@ class CPrinter
 {
 public:
     // pKey may be null: sealed texts then stay so.
-    explicit CPrinter(const SKey* pKey)
+    CPrinter(const SKey* pKey, bool bRaw) : m_bRaw(bRaw)
     {
         if (pKey != nullptr) m_seal.emplace(*pKey);
     }
@@ -34,13 +35,15 @@ public:
             const CBlob blobText = SealedTextOf(record);
             std::fwrite(blobText.begin(), 1, blobText.GetSize(), stdout);
         }
-        else std::fwrite(record.strText.CStr(), 1, record.strText.GetSize(), stdout);
+        else if (m_bRaw) std::fwrite(record.strText.CStr(), 1, record.strText.GetSize(), stdout);
+        else PrintEscaped(record.strText.CStr(), record.strText.GetSize());
         std::putchar('\n');
         if (std::ferror(stdout)) RefuseForErrno("standard output");
     }
 
 private:
     std::optional<CTextSeal> m_seal;
+    const bool m_bRaw;
 };
 
 // Records that run past on a terminal, or through a pager, show by themselves how far it is.
@@ -86,7 +89,7 @@ struct SIndexEntry
     uint64_t uTime;
     uint64_t uNumber;
     uint64_t uOffset;
-    SMac mac;
+    SDigest digest;
 };
 
 struct SByTime
@@ -109,12 +112,12 @@ void ShowTimes(CJournalReader& rReader, const SOptions& rOptions, CProgress& rPr
         rProgress.Advance(rReader.GetFrame().GetBytes().GetSize());
         const SRecord& rRecord = rReader.GetRecord();
         if (rRecord.uTime < uSince || rRecord.uTime > uUntil) continue;
-        Check(index.Insert({rRecord.uTime, rRecord.uNumber, uOffset, rReader.GetLastMac()}));
+        Check(index.Insert({rRecord.uTime, rRecord.uNumber, uOffset, rReader.GetFrame().GetDigest()}));
     }
     rProgress.SetHidden(true);
     for (const SIndexEntry& rEntry : index)
     {
-        rPrinter.Print(rReader.ReadAgain(rEntry.uNumber, rEntry.uOffset, rEntry.mac));
+        rPrinter.Print(rReader.ReadAgain(rEntry.uNumber, rEntry.uOffset, rEntry.digest));
     }
 }
 }  // namespace
@@ -122,7 +125,7 @@ void ShowTimes(CJournalReader& rReader, const SOptions& rOptions, CProgress& rPr
 void Show(const SOptions& rOptions)
 {
     std::optional<SKey> key;
-    if (rOptions.pszKey != nullptr) key = LoadKey(rOptions.pszKey);
+    if (rOptions.pszKey != nullptr) LoadKey(rOptions.pszKey, key.emplace());
     const SKey* const pKey = key ? &*key : nullptr;
     CInputFile file(rOptions.pszJournal);
     const struct stat status = file.GetStatus();
@@ -131,7 +134,7 @@ void Show(const SOptions& rOptions)
         Refuse("%s: not a regular file, but --since and --until have to go back in it", file.GetName());
     }
     CJournalReader reader(file, pKey);
-    CPrinter printer(pKey);
+    CPrinter printer(pKey, rOptions.bRaw);
     CProgress progress("reading", static_cast<uint64_t>(status.st_size));
     if (rOptions.last) ShowLast(reader, *rOptions.last, progress, printer);
     else if (rOptions.HasTimes()) ShowTimes(reader, rOptions, progress, printer);

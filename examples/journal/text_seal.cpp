@@ -14,9 +14,16 @@ const uint8_t* BytesOf(const CString& rText)
     return reinterpret_cast<const uint8_t*>(rText.CStr());
 }
 
+// The AES key; wiped when it is no longer needed.
+struct SDerivedKey
+{
+    uint8_t auBytes[g_uKeySize];
+    ~SDerivedKey() { explicit_bzero(auBytes, sizeof(auBytes)); }
+};
+
 // RFC 5869, HKDF-Expand with HMAC-SHA1: "T(N) = HMAC-Hash(PRK, T(N-1) | info | N)". No header and no frame begins like
 // what is hashed here, so that no code in a journal is a part of this key.
-void DeriveKey(const SKey& rKey, uint8_t* puDerived)
+void DeriveKey(const SKey& rKey, SDerivedKey& rDerived)
 {
     static constexpr char s_acInfo[] = {'t', 'e', 'x', 't', ' ', 's', 'e', 'a', 'l'};
     SMac block;
@@ -29,16 +36,17 @@ void DeriveKey(const SKey& rKey, uint8_t* puDerived)
         Check(mac.Update(reinterpret_cast<const uint8_t*>(s_acInfo), sizeof(s_acInfo)));
         Check(mac.Update(&uNumber, sizeof(uNumber)));
         Check(mac.End(block.auBytes));
-        std::memcpy(puDerived + uDone, block.auBytes, std::min<size_t>(sizeof(block), g_uKeySize - uDone));
+        std::memcpy(rDerived.auBytes + uDone, block.auBytes, std::min<size_t>(sizeof(block), g_uKeySize - uDone));
     }
+    explicit_bzero(&block, sizeof(block));
 }
 }  // namespace
 
 CTextSeal::CTextSeal(const SKey& rKey)
 {
-    uint8_t auKey[g_uKeySize];
-    DeriveKey(rKey, auKey);
-    Check(m_aes.SetDefaultKey(auKey, sizeof(auKey)));
+    SDerivedKey derived;
+    DeriveKey(rKey, derived);
+    Check(m_aes.SetDefaultKey(derived.auBytes, sizeof(derived.auBytes)));
     Check(m_blobResult.ReserveCapacity(CString::uMAX_SIZE));
 }
 

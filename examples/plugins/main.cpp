@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "examples/plugins/filters.h"
@@ -57,16 +58,19 @@ public:
     CLines(const CLines&) = delete;
     CLines& operator=(const CLines&) = delete;
 
+    /// Without memory for the line it throws.
     bool Next(CString& rstrLine, bool& rbTooLong)
     {
         ssize_t nSize = getline(&m_pszLine, &m_uCapacity, stdin);
         if (nSize < 0) return false;
         if (m_pszLine[nSize - 1] == '\n') m_pszLine[--nSize] = '\0';
         rstrLine.EraseAll();
-        rbTooLong = nSize > CString::uMAX_SIZE ||
-                    (nSize != 0 && rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)) < 0);
-        if (rbTooLong) return true;
-        std::memcpy(rstrLine.GetBuffer(), m_pszLine, static_cast<std::size_t>(nSize));
+        rbTooLong = nSize > CString::uMAX_SIZE;
+        if (rbTooLong || nSize == 0) return true;
+        const bool bRoom = rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)) >= 0;
+        char* const pszBuffer = bRoom ? rstrLine.GetBuffer() : nullptr;
+        if (pszBuffer == nullptr) throw std::bad_alloc();
+        std::memcpy(pszBuffer, m_pszLine, static_cast<std::size_t>(nSize));
         rstrLine.Resize(static_cast<unsigned int>(nSize));
         return true;
     }
@@ -97,6 +101,8 @@ int Filter(bool bCount, char** ppszNames)
         for (const CEComPtr<ITextFilter>& rpFilter : filters) rpFilter->Apply(strLine);
         std::fwrite(strLine.CStr(), 1, strLine.GetSize(), stdout);
         std::putchar('\n');
+        // Input may have no end: main() says what is wrong.
+        if (std::ferror(stdout) != 0) return g_nRefused;
     }
     if (!std::feof(stdin))
     {
@@ -132,15 +138,42 @@ int Run(int argc, char** argv)
     }
     return Filter(bCount, ppszNames);
 }
+
+// The classes are known as long as this lives.
+class CRegistration
+{
+public:
+    CRegistration() : m_res(RegisterFilters()) {}
+    ~CRegistration() { UnregisterFilters(); }
+    CRegistration(const CRegistration&) = delete;
+    CRegistration& operator=(const CRegistration&) = delete;
+    QvResult GetResult() const { return m_res; }
+
+private:
+    const QvResult m_res;
+};
+
+int RunWithFramework(int argc, char** argv)
+{
+    const CFrameworkScope framework;
+    if (framework.GetResult() < 0) return Refuse("cannot start");
+    const CRegistration registration;
+    if (registration.GetResult() < 0) return Refuse("cannot register the filters");
+    return Run(argc, argv);
+}
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return g_nRefused;
-    if (RegisterFilters() < 0) return Refuse("cannot register the filters");
-    const int nStatus = Run(argc, argv);
-    UnregisterFilters();
+    int nStatus = g_nRefused;
+    try
+    {
+        nStatus = RunWithFramework(argc, argv);
+    }
+    catch (const std::bad_alloc&)
+    {
+        Refuse("out of memory");
+    }
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return nStatus;
     std::perror("plugins: standard output");
     return g_nRefused;

@@ -1,15 +1,23 @@
 #include "examples/workers/channel.h"
 
 #include <cstring>
+#include <new>
 
 namespace
 {
 constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
+
+// Without an exception: a thread that ends by one takes the program with it. False without memory.
+bool SetBytes(CBlob& rBlob, const unsigned char* puData, unsigned int uSize)
+{
+    if (rBlob.Resize(0u) < 0) return false;
+    return uSize == 0 || rBlob.Append(puData, uSize) >= 0;
+}
 }  // namespace
 
 CChannel::CChannel(unsigned int uSize)
 {
-    m_queue.Initialize(uSize, alignof(uint64_t));
+    if (!m_queue.Initialize(uSize, alignof(uint64_t))) throw std::bad_alloc();
 }
 
 bool CChannel::Put(uint64_t uNumber, const unsigned char* puData, unsigned int uSize)
@@ -75,7 +83,7 @@ CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)
         if (puRecord != nullptr)
         {
             std::memcpy(&rRecord.uNumber, puRecord, g_uNumberSize);
-            rRecord.bytes = CBlob(puRecord + g_uNumberSize, uSize - g_uNumberSize);
+            rRecord.bWhole = SetBytes(rRecord.bytes, puRecord + g_uNumberSize, uSize - g_uNumberSize);
             m_queue.Pop();
         }
         else eOutcome = m_bClosed ? eNEVER : eWAIT;

@@ -9,15 +9,16 @@ struct SRecord
 {
     uint64_t uNumber = 0;
     CBlob bytes;
+    bool bWhole = false;  // otherwise there was no memory for the bytes
 };
 
 /// A CMemoryQueue between threads: when it is full, those who put wait, and when it is empty, those who take.
 ///
-/// Threads    Any number on both sides.
+/// - **Threads:** Any number on both sides.
 class CChannel
 {
 public:
-    /// Holds about uSize bytes.
+    /// Holds about uSize bytes. Throws std::bad_alloc when there is no memory for them.
     explicit CChannel(unsigned int uSize);
     CChannel(const CChannel&) = delete;
     CChannel& operator=(const CChannel&) = delete;

@@ -4,10 +4,12 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <system_error>
 #include <vector>
 
@@ -33,6 +35,9 @@ were. A line longer than 8,192 characters is refused: what came before it is fin
 Exit status: 0 done, 1 refused or failed, 2 wrong usage, 130 interrupted.
 )";
 
+/// What is read from then on would be for nothing, and it may have no end.
+std::atomic<bool> g_bOutputFailed = false;
+
 /// Digests lines until there are no more.
 class CWorker : public CAliveObj
 {
@@ -42,24 +47,32 @@ public:
     CWorker(const CWorker&) = delete;
     CWorker& operator=(const CWorker&) = delete;
 
+    /// After the join: whether every line that it took was digested, as memory allowed.
+    bool HasAll() const { return m_bAll; }
+
 private:
     void Behavior() override
     {
-        SRecord line;
-        unsigned char auDigest[32];
-        while (m_rLines.Take(line))
+        while (m_rLines.Take(m_line))
         {
-            CSha256 sha256;
-            sha256.Begin();
-            // An empty blob has no bytes to point to.
-            if (line.bytes.GetSize() != 0) sha256.Update(&line.bytes);
-            sha256.End(auDigest);
-            m_rDigests.Put(line.uNumber, auDigest, sizeof(auDigest));
+            if (!Digest(m_line)) m_bAll = false;
         }
+    }
+
+    bool Digest(SRecord& rLine)
+    {
+        unsigned char auDigest[32];
+        CSha256 sha256;
+        if (!rLine.bWhole || sha256.Begin() < 0) return false;
+        // An empty blob has no bytes to point to.
+        if (rLine.bytes.GetSize() != 0 && sha256.Update(&rLine.bytes) < 0) return false;
+        return sha256.End(auDigest) >= 0 && m_rDigests.Put(rLine.uNumber, auDigest, sizeof(auDigest));
     }
 
     CChannel& m_rLines;
     CChannel& m_rDigests;
+    SRecord m_line;  // not in Behavior(): to make one may throw
+    bool m_bAll = true;
 };
 
 /// Prints digests until there are no more.
@@ -73,21 +86,31 @@ public:
 
     /// After the join.
     uint64_t GetCount() const { return m_uCount; }
+    bool HasAll() const { return m_bAll; }
 
 private:
     void Behavior() override
     {
-        SRecord digest;
-        for (; m_rDigests.Take(digest); ++m_uCount)
+        while (m_rDigests.Take(m_digest))
         {
-            std::printf("%lu ", digest.uNumber);
-            for (const unsigned char uByte : digest.bytes) std::printf("%02x", uByte);
-            std::putchar('\n');
+            if (m_digest.bWhole) Print(m_digest);
+            else m_bAll = false;
         }
     }
 
+    void Print(const SRecord& rDigest)
+    {
+        std::printf("%lu ", rDigest.uNumber);
+        for (const unsigned char uByte : rDigest.bytes) std::printf("%02x", uByte);
+        std::putchar('\n');
+        ++m_uCount;
+        if (std::ferror(stdout) != 0) g_bOutputFailed = true;
+    }
+
     CChannel& m_rDigests;
+    SRecord m_digest;
     uint64_t m_uCount = 0;
+    bool m_bAll = true;
 };
 
 volatile sig_atomic_t g_bInterrupted = 0;
@@ -134,7 +157,7 @@ private:
         struct pollfd input = {STDIN_FILENO, POLLIN, 0};
         const int nReady = ppoll(&input, 1, nullptr, &m_waitingMask);
         LetSignalsIn();
-        if (g_bInterrupted != 0) return -1;
+        if (g_bInterrupted != 0 || g_bOutputFailed) return -1;
         const ssize_t nRead = nReady < 0 ? -1 : read(STDIN_FILENO, pcChunk, uSize);
         if (nRead < 0) std::perror("workers: standard input");
         return nRead;
@@ -189,37 +212,86 @@ bool Activate(CAliveObj& rObject, const char* pszName)
     return res >= 0;
 }
 
+/// Who works between the channels. Everybody finishes what there is, from the source to the sink, also when the start
+/// or the reading throws.
+class CCrew
+{
+public:
+    CCrew(CChannel& rLines, CChannel& rDigests) : m_rLines(rLines), m_rDigests(rDigests), m_printer(rDigests) {}
+    ~CCrew() { Finish(); }
+    CCrew(const CCrew&) = delete;
+    CCrew& operator=(const CCrew&) = delete;
+
+    bool Start(unsigned int uWorkers)
+    {
+        m_workers.reserve(uWorkers);
+        bool bAll = Activate(m_printer, "printer");
+        for (unsigned int u = 0; bAll && u < uWorkers; ++u)
+        {
+            m_workers.push_back(std::make_unique<CWorker>(m_rLines, m_rDigests));
+            bAll = Activate(*m_workers.back(), "worker");
+        }
+        return bAll;
+    }
+
+    void Finish()
+    {
+        m_rLines.Close();
+        for (const std::unique_ptr<CWorker>& rpWorker : m_workers)
+        {
+            rpWorker->Join(nullptr);
+            m_bAll = m_bAll && rpWorker->HasAll();
+        }
+        m_workers.clear();
+        m_rDigests.Close();
+        m_printer.Join(nullptr);
+    }
+
+    /// After Finish():
+    bool HasAll() const { return m_bAll && m_printer.HasAll(); }
+    uint64_t GetCount() const { return m_printer.GetCount(); }
+
+private:
+    CChannel& m_rLines;
+    CChannel& m_rDigests;
+    CPrinter m_printer;
+    std::vector<std::unique_ptr<CWorker>> m_workers;
+    bool m_bAll = true;
+};
+
 int Work(unsigned int uWorkers)
 {
     const sigset_t waitingMask = BlockInterruptions();
     CChannel lines(g_uChannelSize);
     CChannel digests(g_uChannelSize);
-    CPrinter printer(digests);
-    std::vector<std::unique_ptr<CWorker>> workers;
-    bool bAll = Activate(printer, "printer");
-    for (unsigned int u = 0; bAll && u < uWorkers; ++u)
-    {
-        workers.push_back(std::make_unique<CWorker>(lines, digests));
-        bAll = Activate(*workers.back(), "worker");
-    }
-    bAll = bAll && CReader(lines, waitingMask).ReadAll();
-    // Everybody finishes what there is, from the source to the sink.
-    lines.Close();
-    workers.clear();
-    digests.Close();
-    printer.Join(nullptr);
+    CCrew crew(lines, digests);
+    const bool bAll = crew.Start(uWorkers) && CReader(lines, waitingMask).ReadAll();
+    crew.Finish();
 
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
     {
         std::fputs("workers: standard output cannot be written\n", stderr);
         return g_nFailed;
     }
+    if (!crew.HasAll())
+    {
+        std::fputs("workers: out of memory, lines are missing\n", stderr);
+        return g_nFailed;
+    }
     if (g_bInterrupted != 0)
     {
-        std::fprintf(stderr, "workers: interrupted, %lu lines done\n", printer.GetCount());
+        std::fprintf(stderr, "workers: interrupted, %lu lines done\n", crew.GetCount());
         return g_nInterrupted;
     }
     return bAll ? 0 : g_nFailed;
+}
+
+int WorkWithFramework(unsigned int uWorkers)
+{
+    const CFrameworkScope framework;
+    if (framework.GetResult() >= 0) return Work(uWorkers);
+    std::fputs("workers: cannot start\n", stderr);
+    return g_nFailed;
 }
 }  // namespace
 
@@ -228,8 +300,7 @@ int main(int argc, char** argv)
     unsigned int uWorkers = 4;
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0)
     {
-        std::fputs(g_szHelp, stdout);
-        return 0;
+        return std::fputs(g_szHelp, stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : g_nFailed;
     }
     if (argc == 2)
     {
@@ -242,8 +313,14 @@ int main(int argc, char** argv)
         std::fputs("workers: one number of workers, 1 to 64, and no more (see workers --help)\n", stderr);
         return g_nMisused;
     }
-    const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return g_nFailed;
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    return Work(uWorkers);
+    try
+    {
+        return WorkWithFramework(uWorkers);
+    }
+    catch (const std::bad_alloc&)
+    {
+        std::fputs("workers: out of memory\n", stderr);
+        return g_nFailed;
+    }
 }

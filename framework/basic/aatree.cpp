@@ -27,10 +27,13 @@ Node* CAATreeBase::ms_pNullNode = nullptr;
 
 namespace
 {
+// As applications call it, when it is used outside the start-up and the shut-down.
+constexpr const char* g_szCLASS = "CAATree";
+
 // Of a current node that somebody set: nobody has counted up to it.
 constexpr unsigned int g_uUNKNOWN_INDEX = UINT_MAX;
 
-// A node whose size does not fit never gets a block: see ReserveCapacity().
+// A node whose size does not fit never gets a block: see ReserveFree().
 unsigned int NodeSize(unsigned int uElementSize)
 {
     return static_cast<unsigned int>(std::min(size_t{UINT_MAX}, uElementSize + sizeof(Node)));
@@ -128,7 +131,8 @@ ORVEL_DEFINE_ELEMENT_OPERATIONS(CAATreeBase)
 
 CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                          IAllocator* pAllocator)
-    : CAATreeBase(uSizeOfElement, pfnCompare, uParam, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
+    : CAATreeBase(uSizeOfElement, pfnCompare, uParam,
+                  CBlockAllocator(NodeSize(uSizeOfElement), CDefaultAllocator::OrDefault(pAllocator, g_szCLASS)))
 {
 }
 
@@ -140,7 +144,7 @@ CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnComp
       m_uLockCapacity(0),
       m_uSize(0),
       m_uAllocatedCount(0),
-      m_pRoot(ms_pNullNode),
+      m_pRoot(RequireSentinel()),
       m_pCurrentNode(ms_pNullNode),
       m_uCurrentIndex(0)
 {
@@ -183,8 +187,7 @@ QvResult CAATreeBase::ReserveCapacity(unsigned int uCapacity)
     if (m_uLockCapacity != 0 && GetCapacity() < uCapacity) return QV_RES_INVALID_STATE;
     const size_t uUsed = GetUsedCount();
     if (uUsed >= uCapacity) return QV_RES_OK;
-    if (uCapacity > UINT_MAX / (m_uElementSize + sizeof(Node))) return QV_RES_OUT_OF_MEMORY;
-    return m_nodeAllocator.Reserve(uCapacity - static_cast<unsigned int>(uUsed)) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+    return ReserveFree(uCapacity - static_cast<unsigned int>(uUsed));
 }
 
 QvResult CAATreeBase::ReduceCapacity(unsigned int uCapacity)
@@ -202,14 +205,14 @@ unsigned int CAATreeBase::GetCapacity() const
 
 QvResult CAATreeBase::Insert(const void* pElement)
 {
-    const QvResult res = ReserveOneMore();
+    const QvResult res = ReserveNode();
     return res >= 0 ? Insert(pElement, eCOPY_KEY, nullptr) : res;
 }
 
 QvResult CAATreeBase::AllocateSorted(const void* pKey, void** ppElement)
 {
     if (ppElement == nullptr) return QV_RES_INVALID_ARGUMENT;
-    QvResult res = ReserveOneMore();
+    QvResult res = ReserveNode();
     if (res < 0) return res;
     CAATreeNode* pNode = nullptr;
     res = Insert(pKey, eALLOCATE, &pNode);
@@ -219,7 +222,7 @@ QvResult CAATreeBase::AllocateSorted(const void* pKey, void** ppElement)
 
 void* CAATreeBase::Allocate()
 {
-    if (ReserveOneMore() < 0) return nullptr;
+    if (ReserveNode() < 0) return nullptr;
     CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
     ++m_uAllocatedCount;
     return ElementOf(pNode);
@@ -240,7 +243,7 @@ void CAATreeBase::EraseAllocated(void* pElement)
 void CAATreeBase::EraseElement(const void* pKey)
 {
     // Every node is asked once, "before or not": the last that is not before the key is the only one that can equal it.
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pLast = pNull;
     CAATreeNode* pErased = pNull;
     for (CAATreeNode* pNode = m_pRoot; pNode != pNull;)
@@ -283,7 +286,7 @@ void CAATreeBase::EraseAll()
 QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
 {
     const SCompareVoidParams stCompare = m_stCompare;
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pNode = m_pRoot;
     while (pNode != pNull)
     {
@@ -428,12 +431,25 @@ size_t CAATreeBase::GetUsedCount() const
     return size_t{m_uSize} + m_uAllocatedCount;
 }
 
-QvResult CAATreeBase::ReserveOneMore()
+CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 {
+    return orvel_internal::RequireUp(ms_pNullNode, g_szCLASS);
+}
+
+QvResult CAATreeBase::ReserveNode()
+{
+    RequireSentinel();
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
-    const size_t uCapacity = GetUsedCount() + 1;
-    if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
-    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    return ReserveFree(1);
+}
+
+// Makes at least uCount nodes free.
+QvResult CAATreeBase::ReserveFree(unsigned int uCount)
+{
+    if (m_uElementSize > UINT_MAX - sizeof(Node)) return QV_RES_OUT_OF_MEMORY;
+    return m_nodeAllocator.Reserve(uCount) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
 }
 
 QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted)
@@ -449,13 +465,17 @@ QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNod
         else return QV_RES_ALREADY_EXISTS;
     }
     CAATreeNode* const pNode = NodeFor(pKey, eAction);
-    pNode->pParent = pParent;
-    *ppSlot = pNode;
-    ++m_uSize;
     if (ppInserted != nullptr) *ppInserted = pNode;
     if (!CurrentNodeIsInvalid() && Compare(pKey, ElementOf(m_pCurrentNode)) < 0) InvalidateCurrentNode();
-    RebalanceGrown(pParent);
+    LinkNode(pNode, pParent, ppSlot);
     return QV_RES_OK;
+}
+
+void CAATreeBase::LinkNode(CAATreeNode* pNode, CAATreeNode* pParent, CAATreeNode** ppSlot)
+{
+    *ppSlot = new (pNode) CAATreeNode(ms_pNullNode, ms_pNullNode, pParent, 1);
+    ++m_uSize;
+    RebalanceGrown(pNode);
 }
 
 // The caller has reserved the node.
@@ -466,24 +486,36 @@ CAATreeBase::CAATreeNode* CAATreeBase::NodeFor(const void* pKey, EInsertAction e
         --m_uAllocatedCount;
         return NodeOf(const_cast<void*>(pKey));
     }
-    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode(ms_pNullNode, ms_pNullNode, ms_pNullNode, 1);
+    CAATreeNode* const pNode = new (m_nodeAllocator.Pop()) CAATreeNode;
     if (eAction == eCOPY_KEY) ConstructFrom(ElementOf(pNode), pKey);
     return pNode;
 }
 
-// From the parent of a new leaf upwards. What changed in a node's place can matter to its parent and grandparent.
+// From a new leaf upwards. A node that came or rose is in order below a parent on the next level. Below one on its own
+// level it must be the right child, and the parent the left end of its row; else the middle of three rises in turn.
 void CAATreeBase::RebalanceGrown(CAATreeNode* pNode)
 {
     const CAATreeNode* const pNull = ms_pNullNode;
-    unsigned int uUnchanged = 0;
-    while (pNode != pNull && uUnchanged < 2)
+    // The sentinel, above the root, is on a level of its own.
+    while (pNode->pParent->uLevel == pNode->uLevel)
     {
         CAATreeNode* const pParent = pNode->pParent;
-        CAATreeNode*& rpSlot = SlotOf(pNode);
-        const bool bSkewed = Skew(rpSlot, pNull);
-        const bool bSplit = Split(rpSlot, pNull);
-        uUnchanged = bSkewed || bSplit ? 0 : uUnchanged + 1;
-        pNode = pParent;
+        CAATreeNode* pLeftEnd = pParent;
+        CAATreeNode* pMiddle = pNode;
+        if (pNode == pParent->pLeft)
+        {
+            Skew(SlotOf(pParent), pNull);
+            pLeftEnd = pNode;
+            pMiddle = pParent;
+        }
+        if (pMiddle->pRight->uLevel != pNode->uLevel)
+        {
+            pMiddle = pLeftEnd;
+            pLeftEnd = pLeftEnd->pParent;
+            if (pLeftEnd->uLevel != pNode->uLevel) return;
+        }
+        Split(SlotOf(pLeftEnd), pNull);
+        pNode = pMiddle;
     }
 }
 

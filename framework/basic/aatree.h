@@ -31,9 +31,12 @@
 /// Addresses   An element stays where it is until it is erased.
 /// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
 ///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
-/// Lifetime    Between start-up and shut-down of the framework; an empty tree without capacity may be destroyed later.
 /// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
 ///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
+///
+/// - **Lifetime:** Made and used only while the framework is up, whatever the allocator: not in static storage. Outside,
+///   one line on standard error names the class, and abort() follows. An empty tree without capacity may be destroyed
+///   after the shut-down.
 class QV_EXPORT CAATreeBase
 {
 public:
@@ -53,6 +56,17 @@ public:
         unsigned int uLevel;
     };
     using Position = CAATreeNode*;
+
+    /// What insertion does when it has found the place for a key.
+    enum EInsertAction : int
+    {
+        /// A new node with a copy of the key.
+        eCOPY_KEY = 0,
+        /// A new node whose element is left to the caller.
+        eALLOCATE = 1,
+        /// The key lies in a node from Allocate(): that one.
+        eLINK_ALLOCATED = 2
+    };
 
     /// A comparison and the number that it wants back.
     struct QV_EXPORT SCompareVoidParams
@@ -82,7 +96,7 @@ public:
     /// Allocates the nodes that are missing to a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
     /// QV_RES_INVALID_STATE  it is locked and less
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of one do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
     /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
@@ -158,28 +172,23 @@ public:
     static QvResult InitializeCAATreeBase();
     static void FinalizeCAATreeBase();
 
+    /// The sentinel's memory, and the sentinel: null while the framework is not up. To be read only.
+    alignas(void*) static unsigned char ms_auNullNode[32];
+    static CAATreeNode* ms_pNullNode;
+
     /// Makes an element in raw memory; copies one into raw memory; destroys one.
     virtual void Construct(void* pElement);
     virtual void ConstructFrom(void* pElement, const void* pSource);
     virtual void Destruct(void* pElement);
 
 protected:
-    /// What insertion does when it has found the place for a key.
-    enum EInsertAction : int
-    {
-        /// A new node with a copy of the key.
-        eCOPY_KEY = 0,
-        /// A new node whose element is left to the caller.
-        eALLOCATE = 1,
-        /// The key lies in a node from Allocate(): that one.
-        eLINK_ALLOCATED = 2
-    };
-
     /// Exchanges everything but the element size with a tree of the same element size.
     void ExchangeContents(CAATreeBase& rOther);
-
-    alignas(void*) static unsigned char ms_auNullNode[32];
-    static CAATreeNode* ms_pNullNode;
+    /// Insertion for typed trees, which find the place themselves. First a free node, with the results of Insert();
+    QvResult ReserveNode();
+    /// then the node with its element goes where the search ended: a slot that holds the sentinel, of pParent or the
+    /// root.
+    void LinkNode(CAATreeNode* pNode, CAATreeNode* pParent, CAATreeNode** ppSlot);
 
     CBlockAllocator m_nodeAllocator;
     unsigned int m_uElementSize;
@@ -194,7 +203,8 @@ protected:
 private:
     QV_HIDDEN int Compare(const void* pFirst, const void* pSecond) const;
     QV_HIDDEN size_t GetUsedCount() const;
-    QV_HIDDEN QvResult ReserveOneMore();
+    QV_HIDDEN static CAATreeNode* RequireSentinel();
+    QV_HIDDEN QvResult ReserveFree(unsigned int uCount);
     QV_HIDDEN QvResult Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted);
     QV_HIDDEN CAATreeNode* NodeFor(const void* pKey, EInsertAction eAction);
     QV_HIDDEN void RebalanceGrown(CAATreeNode* pNode);
@@ -274,7 +284,40 @@ public:
         return CAATreeBase::SetComparisonFunction(orvel_internal::StatelessCallback<T, Comparison>, 0);
     }
 
-    QvResult Insert(const T& rElement) { return CAATreeBase::Insert(__builtin_addressof(rElement)); }
+    QvResult Insert(const T& rElement)
+    {
+        if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return Insert(rElement, SNaturalOrder());
+        else return CAATreeBase::Insert(__builtin_addressof(rElement));
+    }
+    /// The same in the tree's own order, named once more: the compiler can build it in. A tree that has another one is
+    /// not misled, and asks that.
+    template <typename Order>
+    QvResult Insert(const T& rElement, Order order)
+    {
+        if (!IsOrderedBy<Order>()) return CAATreeBase::Insert(__builtin_addressof(rElement));
+        if (!CAATreeBase::m_nodeAllocator.HasFree())
+        {
+            const QvResult res = this->ReserveNode();
+            if (res < 0) return res;
+        }
+        const SPlace stPlace = PlaceOf(rElement, order);
+        if (stPlace.bTaken) return QV_RES_ALREADY_EXISTS;
+        Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
+        this->ConstructFrom(pNode + 1, __builtin_addressof(rElement));
+        Node* const pCurrent = CAATreeBase::m_pCurrentNode;
+        if (pCurrent != CAATreeBase::ms_pNullNode && orvel_internal::IsBefore(order, rElement, ElementOf(pCurrent)))
+        {
+            this->InvalidateCurrentNode();
+        }
+        Node* const pParent = stPlace.pParent;
+        if (pParent == CAATreeBase::ms_pNullNode) this->LinkNode(pNode, pParent, &this->m_pRoot);
+        else
+        {
+            const bool bLeft = orvel_internal::IsBefore(order, rElement, ElementOf(pParent));
+            this->LinkNode(pNode, pParent, bLeft ? &pParent->pLeft : &pParent->pRight);
+        }
+        return QV_RES_OK;
+    }
     QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
         return CAATreeBase::AllocateSorted(__builtin_addressof(rKey), ppElement);
@@ -292,10 +335,18 @@ public:
     }
 
     /// The element that equals a key, else none.
-    handle Find(const T& rKey) { return ToHandle<handle>(CAATreeBase::FindNode(__builtin_addressof(rKey))); }
-    const_handle Find(const T& rKey) const
+    handle Find(const T& rKey) { return handle(FindNodeOf(rKey)); }
+    const_handle Find(const T& rKey) const { return const_handle(FindNodeOf(rKey)); }
+    /// The same in the tree's own order, named once more: see Insert().
+    template <typename Order>
+    handle Find(const T& rKey, Order order)
     {
-        return ToHandle<const_handle>(CAATreeBase::FindNode(__builtin_addressof(rKey)));
+        return handle(FindNodeBy(rKey, order));
+    }
+    template <typename Order>
+    const_handle Find(const T& rKey, Order order) const
+    {
+        return const_handle(FindNodeBy(rKey, order));
     }
     /// The element at an index below the size, else null.
     T* GetAt(unsigned int uIndex)
@@ -308,10 +359,115 @@ public:
     }
 
 private:
-    template <typename Handle>
-    static Handle ToHandle(CAATreeBase::CAATreeNode* pNode)
+    using Node = CAATreeBase::CAATreeNode;
+
+    // Where the search for a place ends: below which node, the sentinel in an empty tree, unless an equal element is
+    // there.
+    struct SPlace
     {
-        return CAATreeBase::IsSentinel(pNode) ? Handle() : Handle(pNode);
+        Node* pParent;
+        bool bTaken;
+    };
+
+    static const T& ElementOf(const Node* pNode) { return *reinterpret_cast<const T*>(pNode + 1); }
+
+    template <typename Order>
+    bool IsOrderedBy() const
+    {
+        return CAATreeBase::m_stCompare.pfnCompare == &orvel_internal::StatelessCallback<T, Order>;
+    }
+
+    // One step of a search in order: the child where it goes on, or null when the element is equal. Which child is a coin
+    // toss to the processor, so that numbers choose without a jump.
+    template <typename Order>
+    static Node* NextOf(Node* pNode, const T& rKey, Order& rOrder)
+    {
+        if constexpr (orvel_internal::g_bFREE_TO_ASK<T, Order>)
+        {
+            const T key = rKey;
+            const T element = ElementOf(pNode);
+            if (!((key < element) | (element < key))) return nullptr;
+            return ORVEL_UNPREDICTABLE(key < element) ? pNode->pLeft : pNode->pRight;
+        }
+        else
+        {
+            const int nOrder = rOrder(rKey, ElementOf(pNode));
+            if (nOrder == 0) return nullptr;
+            return nOrder < 0 ? pNode->pLeft : pNode->pRight;
+        }
+    }
+
+    template <typename Order>
+    SPlace PlaceOf(const T& rKey, Order& rOrder) const
+    {
+        Node* const pNull = CAATreeBase::ms_pNullNode;
+        Node* pParent = pNull;
+        Node* pNode = CAATreeBase::m_pRoot;
+        if constexpr (orvel_internal::g_bHALF_AN_ANSWER<T, Order>)
+        {
+            Node* pNotAfter = nullptr;
+            while (pNode != pNull)
+            {
+                pParent = pNode;
+                const bool bLeft = rKey < ElementOf(pNode);
+                if (!bLeft) pNotAfter = pNode;
+                pNode = bLeft ? pNode->pLeft : pNode->pRight;
+            }
+            return {pParent, pNotAfter != nullptr && !(ElementOf(pNotAfter) < rKey)};
+        }
+        else
+        {
+            while (pNode != pNull)
+            {
+                pParent = pNode;
+                pNode = NextOf(pNode, rKey, rOrder);
+                if (pNode == nullptr) return {pParent, true};
+            }
+            return {pParent, false};
+        }
+    }
+
+    template <typename Order>
+    Node* FindNodeBy(const T& rKey, Order& rOrder) const
+    {
+        if (!IsOrderedBy<Order>()) return FindNodeByCallback(rKey);
+        Node* const pNull = orvel_internal::RequireUp(CAATreeBase::ms_pNullNode, "CAATree");
+        Node* pNode = CAATreeBase::m_pRoot;
+        if constexpr (orvel_internal::g_bHALF_AN_ANSWER<T, Order>)
+        {
+            // Every element is asked once: the last that is not after the key alone can equal it.
+            Node* pNotAfter = nullptr;
+            while (pNode != pNull)
+            {
+                const bool bLeft = rKey < ElementOf(pNode);
+                if (!bLeft) pNotAfter = pNode;
+                pNode = bLeft ? pNode->pLeft : pNode->pRight;
+            }
+            return pNotAfter != nullptr && !(ElementOf(pNotAfter) < rKey) ? pNotAfter : nullptr;
+        }
+        else
+        {
+            while (pNode != pNull)
+            {
+                Node* const pNext = NextOf(pNode, rKey, rOrder);
+                if (pNext == nullptr) return pNode;
+                pNode = pNext;
+            }
+            return nullptr;
+        }
+    }
+
+    Node* FindNodeByCallback(const T& rKey) const
+    {
+        Node* const pNode = CAATreeBase::FindNode(__builtin_addressof(rKey));
+        return CAATreeBase::IsSentinel(pNode) ? nullptr : pNode;
+    }
+
+    Node* FindNodeOf(const T& rKey) const
+    {
+        SNaturalOrder order;
+        if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return FindNodeBy(rKey, order);
+        else return FindNodeByCallback(rKey);
     }
 };
 

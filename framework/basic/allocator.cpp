@@ -60,6 +60,13 @@ void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
     }
 }
 
+IAllocator* CDefaultAllocator::OrDefault(IAllocator* pAllocator, const char* pszClass)
+{
+    if (pAllocator != nullptr) return pAllocator;
+    orvel_internal::RequireUp(ms_pmutex, pszClass);
+    return Instance();
+}
+
 QvResult CDefaultAllocator::InitializeCDefaultAllocator()
 {
     return QV_RES_OK;
@@ -71,7 +78,7 @@ void CDefaultAllocator::FinalizeCDefaultAllocator()
 }
 
 CBlockAllocator::CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator)
-    : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance()),
+    : m_pAllocator(CDefaultAllocator::OrDefault(pAllocator, "CBlockAllocator")),
       m_pHead(nullptr),
       m_pTail(nullptr),
       m_uBlockCount(0),

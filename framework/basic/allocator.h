@@ -6,6 +6,11 @@
 #include "framework/kernel/result.h"
 #include "framework/kernel/singleton.h"
 
+namespace orvel_internal
+{
+struct SNoMembers;
+}
+
 /// A source of memory in chains of equal blocks. Whatever takes an IAllocator* uses the default allocator when it is
 /// null, and borrows it otherwise: it must outlive its users.
 ///
@@ -35,7 +40,7 @@ public:
 /// The process-wide source: every block is a separate allocation with the global operator new[].
 ///
 /// Threads    Keeps no state: any thread at any time.
-/// Lifetime   Made on first use, gone with the shut-down of the framework.
+/// Lifetime   Made on first use, gone with the shut-down of the framework: whatever holds memory from it goes before.
 class QV_EXPORT CDefaultAllocator : public CSingleton<CDefaultAllocator>, public IAllocator
 {
 public:
@@ -48,6 +53,10 @@ public:
 
     /// Frees the chain by its links; uCount is ignored.
     void Release(SBlock* pChain, unsigned int uCount) override;
+
+    /// pAllocator, or the default allocator in place of null: for the library's own classes. Outside the start-up and the
+    /// shut-down of the framework it ends the process with a line that names pszClass.
+    QV_HIDDEN static IAllocator* OrDefault(IAllocator* pAllocator, const char* pszClass);
 
     /// Module start-up and shut-down. Start-up has nothing to do and returns QV_RES_OK; shut-down deletes the instance.
     static QvResult InitializeCDefaultAllocator();
@@ -68,6 +77,9 @@ extern template class CSingleton<CDefaultAllocator>;
 /// Cost       Push() and Pop() are constant and allocate nothing while a block is free; what was pushed last is popped
 ///            first. Reserve() and Reduce() are one call of the source.
 /// Failure    A null block or false, with the free list unchanged.
+///
+/// - **Lifetime:** Without a source of one's own made only while the framework is up: else one line on standard error
+///   names the class, and abort() follows.
 class QV_EXPORT CBlockAllocator
 {
 public:
@@ -77,6 +89,8 @@ public:
     CBlockAllocator(const CBlockAllocator& rOther);
     /// The same, with blocks of at least uMinBlockSize bytes: for the library's containers, like Exchange().
     QV_HIDDEN CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
+    /// Sets no member: for orvel_internal::CExactClass.
+    QV_HIDDEN explicit CBlockAllocator(const orvel_internal::SNoMembers&) {}
     CBlockAllocator& operator=(const CBlockAllocator&) = delete;
     /// Returns the free blocks to the source.
     virtual ~CBlockAllocator();

@@ -11,7 +11,11 @@
 #include <memory>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
+
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
+
+using orvel_internal::TopBits;
 
 namespace
 {
@@ -43,12 +47,6 @@ size_t BytesHolding(uint64_t uBits)
 size_t CapacityFor(uint64_t uBits, unsigned int uOffset, unsigned int uSize)
 {
     return uSize + BytesHolding(uBits + uOffset) + g_uWordBytes;
-}
-
-// The top uCount (0 to 32) bits set.
-uint32_t TopBits(unsigned int uCount)
-{
-    return uCount == 0 ? 0 : ~uint32_t{0} << (g_uWordBits - uCount);
 }
 
 // How many of uRemaining bits one step moves between two offsets.
@@ -89,19 +87,51 @@ bool Overlap(const unsigned char* pu1, size_t uSize1, const unsigned char* pu2, 
     return uSize1 != 0 && u1 < u2 + uSize2 && u2 < u1 + uSize1;
 }
 
+// Bit by bit, as memmove() moves bytes, so that the two runs may overlap. Bits count from the top of the byte at pu.
+void MoveBits(unsigned char* puDst, uint64_t uDstBit, const unsigned char* puSrc, uint64_t uSrcBit, uint64_t uBits)
+{
+    const bool bBackwards =
+        reinterpret_cast<uintptr_t>(puDst) * 8 + uDstBit > reinterpret_cast<uintptr_t>(puSrc) * 8 + uSrcBit;
+    for (uint64_t uDone = 0; uDone < uBits; ++uDone)
+    {
+        const uint64_t uBit = bBackwards ? uBits - 1 - uDone : uDone;
+        const unsigned int uValue = puSrc[(uSrcBit + uBit) / 8] >> (7 - (uSrcBit + uBit) % 8) & 1u;
+        unsigned char& ruDst = puDst[(uDstBit + uBit) / 8];
+        const unsigned int uShift = 7 - (uDstBit + uBit) % 8;
+        ruDst = static_cast<unsigned char>((ruDst & ~(1u << uShift)) | uValue << uShift);
+    }
+}
+
+// A blob with the default allocator needs the module that has it.
+struct SSingletons : CSingletonBase
+{
+    static IAllocator* CheckedSource(IAllocator* pAllocator)
+    {
+        if (pAllocator == nullptr) orvel_internal::RequireUp(ms_pmutex, "CBlob");
+        return pAllocator;
+    }
+};
+
 // The inline members belong to the binary interface: this makes the compiler emit them.
 struct SEmitted
 {
     unsigned int (CBlob::*apfnCounts[2])() const;
     unsigned char* (CBlob::*pfnFirst)();
     const unsigned char* (CBlob::*pfnConstFirst)() const;
+    QvResult (CBlob::*pfnAppend)(const unsigned char*, unsigned int);
+    void (CBlob::*pfnAppendBits)(const unsigned char*, unsigned int, unsigned int);
+    void (CBlob::*pfnReadBits)(unsigned char*, unsigned int, unsigned int);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {
-    {&CBlob::GetSize, &CBlob::GetCapacity}, &CBlob::GetFirstIndexPtr, &CBlob::GetFirstIndexPtr};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CBlob::GetSize, &CBlob::GetCapacity},
+                                                &CBlob::GetFirstIndexPtr,
+                                                &CBlob::GetFirstIndexPtr,
+                                                &CBlob::Append,
+                                                &CBlob::AppendBits,
+                                                &CBlob::ReadBits};
 }  // namespace
 
 CBlob::CBlob(IAllocator* pAllocator)
-    : CVectorBase(1, false, pAllocator),
+    : CVectorBase(1, false, SSingletons::CheckedSource(pAllocator)),
       m_uReadIndex(0),
       m_uReadBitOffset(0),
       m_uAppendBitsIndex(0),
@@ -181,7 +211,7 @@ QvResult CBlob::Insert(unsigned int uIndex, const unsigned char* puData, unsigne
         if (puOwnData == nullptr) return QV_RES_OUT_OF_MEMORY;
         puData = puOwnData.get();
     }
-    const QvResult res = CVectorBase::Insert(uIndex, uSize);
+    const QvResult res = OpenGap(uIndex, uSize);
     if (res >= 0 && uSize != 0) memcpy(GetFirstIndexPtr() + uIndex, puData, uSize);
     return res;
 }
@@ -193,11 +223,6 @@ QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uSta
     if (uSize == uTO_END) uSize = uRest;
     if (uSize > uRest) return QV_RES_INVALID_ARGUMENT;
     return Insert(uIndex, rSrc.GetFirstIndexPtr() + uStartIndex, uSize);
-}
-
-QvResult CBlob::Append(const unsigned char* puData, unsigned int uSize)
-{
-    return Insert(GetEndIndex(), puData, uSize);
 }
 
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
@@ -293,12 +318,12 @@ unsigned int CBlob::GetUnreadBits() const
     return GetUnreadSize() * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
 }
 
-void CBlob::AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+void CBlob::AppendInSteps(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
 {
     TryAppendBits(puSrc, uBitCount, uSrcBitOffset);
 }
 
-void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
+void CBlob::ReadInSteps(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
 {
     if (m_uReadIndex == 0) m_uReadBitOffset = 0;  // SetReadIndex() left an offset into a byte that does not exist.
     uint64_t uRemaining = std::min<uint64_t>(uBitCount, ReadableBits());
@@ -307,6 +332,14 @@ void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int 
     const unsigned char* puSrc = puFirst + m_uReadIndex - (m_uReadBitOffset != 0 ? 1 : 0);
     puDst += uDstBitOffset / 8;
     uDstBitOffset %= 8;
+    const size_t uDstBytes = BytesHolding(uRemaining + uDstBitOffset);
+    if (Overlap(puDst, uDstBytes, puFirst, m_uSize))
+    {
+        MoveBits(puDst, uDstBitOffset, puSrc, m_uReadBitOffset, uRemaining);
+        puDst[uDstBytes - 1] &= static_cast<unsigned char>(0xFF << (uDstBytes * 8 - uDstBitOffset - uRemaining));
+        SkipBits(static_cast<unsigned int>(uRemaining));
+        return;
+    }
     while (uRemaining != 0)
     {
         const unsigned int uChunk = ChunkSize(uRemaining, uDstBitOffset, m_uReadBitOffset);
@@ -371,6 +404,18 @@ void CBlob::CopyMembers(const CBlob& rSrc)
     m_uReadBitOffset = rSrc.m_uReadBitOffset;
     m_uAppendBitsIndex = rSrc.m_uAppendBitsIndex;
     m_uAppendBitsBitOffset = rSrc.m_uAppendBitsBitOffset;
+}
+
+// As the vector's Insert() of uSize bytes, but leaves them to be filled by the caller.
+QvResult CBlob::OpenGap(unsigned int uIndex, unsigned int uSize)
+{
+    if (uSize > UINT_MAX - m_uSize) return QV_RES_OUT_OF_MEMORY;
+    const QvResult res = CVectorBase::ReserveCapacity(m_uSize + uSize);
+    if (res < 0) return res;
+    unsigned char* const puGap = GetFirstIndexPtr() + uIndex;
+    if (uIndex != m_uSize) memmove(puGap + uSize, puGap, m_uSize - uIndex);
+    m_uSize += uSize;
+    return res;
 }
 
 // False, with nothing appended, when there is no source or no memory.

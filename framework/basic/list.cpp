@@ -52,7 +52,8 @@ ORVEL_DEFINE_ELEMENT_OPERATIONS(CListBase)
 ORVEL_DEFINE_SEQUENCE_MEMBERS(CListBase)
 
 CListBase::CListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
-    : CListBase(uSizeOfElement, CBlockAllocator(NodeSize(uSizeOfElement), pAllocator))
+    : CListBase(uSizeOfElement,
+                CBlockAllocator(NodeSize(uSizeOfElement), CDefaultAllocator::OrDefault(pAllocator, "CList")))
 {
 }
 

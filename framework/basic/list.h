@@ -28,6 +28,9 @@
 ///            falling index is one step an element. Handles walk without the cache.
 /// Failure    Reported as QvResult with the lists as they were (nodes obtained by then stay as spare capacity); what
 ///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
+///
+/// - **Lifetime:** Without an allocator of one's own made only while the framework is up, and destroyed before it goes
+///   down: not in static storage. Made outside, one line on standard error names the class, and abort() follows.
 class QV_EXPORT CListBase
 {
 public:
@@ -164,6 +167,8 @@ public:
     static QvResult Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 
+    /// Index of the first element of a sorted list that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
@@ -182,6 +187,8 @@ public:
     virtual void Destruct(void* pElement);
 
 protected:
+    /// For orvel_internal::CExactClass.
+    QV_HIDDEN CListBase(unsigned int, const orvel_internal::SNoMembers& rNoMembers) : m_nodeAllocator(rNoMembers) {}
     /// Exchanges everything but the element size with a list of the same element size.
     void ExchangeContents(CListBase& rOther);
     /// EraseAll() for elements that need no destruction. Cost: constant.
@@ -202,9 +209,6 @@ protected:
         m_pTail = m_pCachedNode = pNode;
         m_uCachedIndex = m_uSize++;
     }
-
-    /// Index of the first element that does not order before pKey, the end index when all do.
-    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
 
     /// Access to the elements, for what containers share: walks from the one last asked for, beside the cache.
     class CElementAccess
@@ -313,10 +317,12 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// Iterators  Bidirectional; they and handles are good until their element is erased, also over sorting, swapping and
 ///            transfer to a list with the same source of memory (an iterator's way back from the end is then the old
 ///            list's).
+/// Derived    A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CList : public orvel_internal::CTypedSequence<T, CListBase, orvel_internal::CTypedNodes<T, CListBase>>
 {
     using Sequence = orvel_internal::CTypedSequence<T, CListBase, orvel_internal::CTypedNodes<T, CListBase>>;
+    friend class orvel_internal::CExactClass;
 
 public:
     using typename Sequence::const_handle;
@@ -332,7 +338,10 @@ public:
 
     QvResult Append(const T& rElement)
     {
-        if (!CListBase::m_nodeAllocator.HasFree()) return Sequence::Append(rElement);
+        if (!CListBase::m_nodeAllocator.HasFree() || !orvel_internal::CExactClass::IsOf(*this))
+        {
+            return Sequence::Append(rElement);
+        }
         // As Insert() does, without the calls.
         void* const pBlock = CListBase::m_nodeAllocator.Pop();
         ::new (CListBase::ElementIn(pBlock)) T(rElement);
@@ -341,7 +350,8 @@ public:
     }
     void EraseAll()
     {
-        if (std::is_trivially_destructible<T>::value) CListBase::DropAll();
+        const bool bDrop = std::is_trivially_destructible<T>::value && orvel_internal::CExactClass::IsOf(*this);
+        if (bDrop) CListBase::DropAll();
         else CListBase::EraseAll();
     }
     using CListBase::MoveToFirst;
@@ -350,6 +360,13 @@ public:
     /// The element at an index below the size, else none. Moves the cache there.
     handle Find(unsigned int uIndex) { return handle(CListBase::Find(uIndex)); }
     const_handle Find(unsigned int uIndex) const { return const_handle(CListBase::Find(uIndex)); }
+
+private:
+    template <typename NoMembers,
+              typename = std::enable_if_t<std::is_same<NoMembers, orvel_internal::SNoMembers>::value>>
+    explicit CList(NoMembers noMembers) : Sequence(noMembers)
+    {
+    }
 };
 
 #endif

@@ -1,6 +1,15 @@
+// A chain of segments with a writer and a reader. A segment is its bytes and, behind them, the link to the next one: 56
+// bytes inside the object, then 88 in each block of the pool. A pointer into a segment goes with the address of that
+// segment's link, which is also where its bytes end. The writer is always in the last segment, whose link is null, and
+// takes a further one only when a byte comes that has no room. So reader and writer are in one segment exactly when
+// their ends are the same; the reader stops at the writer there, and at the end of its segment otherwise. What lies
+// behind the writer was left by whoever had the block before, and is never read. Segments that were read stay in the
+// chain until Clear(): the inline one has to be there anyway, and a copy takes the whole chain.
 #include "framework/basic/marshaler.h"
 
 #include <algorithm>
+
+#include "framework/kernel/lifetime.h"
 
 static_assert(sizeof(CMarshaler) == 96, "the size of a pool block: 88 bytes of data and a link");
 
@@ -120,7 +129,9 @@ void CMarshaler::Extract(void* pvData, unsigned int uSize)
     unsigned char* puData = static_cast<unsigned char*>(pvData);
     for (;;)
     {
-        const unsigned int uUnread = static_cast<unsigned int>(m_puReadEnd - m_puRead);
+        // A program that was compiled when readers passed writers may have put it behind.
+        const ptrdiff_t nUnread = std::max<ptrdiff_t>(GetReadLimit() - m_puRead, 0);
+        const unsigned int uUnread = static_cast<unsigned int>(nUnread);
         if (uSize <= uUnread) break;
         if (uUnread != 0)
         {
@@ -163,7 +174,6 @@ void CMarshaler::Skip(unsigned int uSize)
 
 size_t CMarshaler::GetUnreadSize() const
 {
-    // Of the segment that both are in, the reader may have read more than the writer wrote.
     if (m_puReadEnd == m_puWriteEnd) return m_puRead < m_puWrite ? static_cast<size_t>(m_puWrite - m_puRead) : 0;
     size_t uUnread = static_cast<size_t>(m_puReadEnd - m_puRead);
     const unsigned char* puSegment = LinkAt(m_puReadEnd);
@@ -201,7 +211,11 @@ void CMarshaler::ResetMembers()
 bool CMarshaler::AppendSegment()
 {
     unsigned char* const puSegment = static_cast<unsigned char*>(CPool<CMarshaler>::Allocate());
-    if (puSegment == nullptr) return false;
+    if (puSegment == nullptr)
+    {
+        orvel_internal::RequireUp(CPool<CMarshaler>::ms_pBlockAllocator, "CMarshaler");
+        return false;
+    }
     SetLinkAt(m_puWriteEnd, puSegment);
     m_puWrite = puSegment;
     m_puWriteEnd = puSegment + uSEGMENT_SIZE;

@@ -21,8 +21,11 @@
 /// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
 /// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
 /// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
-/// Failure    Nothing is reported. Bytes for which no block can be had are dropped. Reading past what was written gives
-///            bytes that mean nothing, zeros behind the last segment: ask GetUnreadSize() where that may happen.
+/// Failure    Nothing is reported. Bytes for which memory runs out are dropped. What was never written reads as zeros,
+///            and what is written afterwards is read in step: ask GetUnreadSize() where less may be there than is read.
+///
+/// - **Lifetime:** May stand in static storage as long as it is empty at start-up and at shut-down. Writing more than
+///   56 bytes before start-up or after shut-down ends the process, with a line that says so.
 class QV_EXPORT CMarshaler
 {
 public:
@@ -34,7 +37,7 @@ public:
 
     /// Appends uSize bytes.
     void Insert(const void* pvData, unsigned int uSize);
-    /// Takes the next uSize bytes.
+    /// Takes the next uSize bytes; zeros for those that were not written, with the reader staying behind the last one.
     void Extract(void* pvData, unsigned int uSize);
     /// Insert() and Extract() under the names that the operators of composite types use; Load() returns true.
     void Store(const void* pvData, unsigned int uSize);
@@ -91,7 +94,7 @@ private:
     QV_HIDDEN CMarshaler& ExtractValue(T& rValue)
     {
         unsigned char* const puRead = m_puRead;
-        if (static_cast<size_t>(m_puReadEnd - puRead) < sizeof(T)) rValue = ExtractAcrossSegments<T>();
+        if (GetReadLimit() - puRead < static_cast<ptrdiff_t>(sizeof(T))) rValue = ExtractAcrossSegments<T>();
         else
         {
             T value;
@@ -109,6 +112,8 @@ private:
         else Extract(&value, sizeof(T));
         return value;
     }
+    // Where the bytes end that can be read in the segment of the reader: at the writer, if it is there too.
+    QV_HIDDEN unsigned char* GetReadLimit() const { return m_puReadEnd == m_puWriteEnd ? m_puWrite : m_puReadEnd; }
 
     // A segment's end is the address of its link word.
     unsigned char* m_puWrite;

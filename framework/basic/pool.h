@@ -13,12 +13,15 @@
 /// Ownership  Owns the free blocks; those handed out are counted, not tracked. Borrows the allocator.
 /// Threads    Allocate() and Deallocate() from any thread if initialised thread-safe; the rest from one.
 /// Cost       Constant; memory comes from the allocator only when no block is free.
+/// Lifetime   From Initialize() to Uninitialize(), which for CPool<CMarshaler> start-up and shut-down call. Outside it
+///            the pool gives and takes nothing.
 template <typename T>
 class QV_EXPORT CPool
 {
 public:
     /// Sets the pool up; does nothing if it is. uCapacity blocks are reserved at once. Beyond them the pool grows, or,
-    /// with bLockCapacity, refuses. pAllocator null means the default allocator. Throws what operator new throws.
+    /// with bLockCapacity, refuses. pAllocator null means the default allocator. Throws what operator new throws, and
+    /// the pool is then not set up.
     static void Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator);
     /// Returns the free blocks to the allocator; does nothing if the pool is not set up.
     static void Uninitialize();
@@ -33,12 +36,15 @@ public:
     static QvResult InitializeCPool();
     static void FinalizeCPool();
 
-protected:
+    /// The state, to look at: what changes it goes through the functions above. Null while the pool is not set up.
     static CBlockAllocator* ms_pBlockAllocator;
+    /// The blocks handed out.
     static unsigned int ms_uAllocatedCount;
     /// What may be handed out without growing: the high-water mark of an unlocked pool.
     static unsigned int ms_uCapacity;
+    /// Not 0: the capacity may not grow.
     static unsigned int ms_uLockCapacity;
+    /// Null for a pool without locking.
     static CMutex* ms_pmutex;
 };
 
@@ -57,11 +63,18 @@ template <typename T>
 void CPool<T>::Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator)
 {
     if (ms_pBlockAllocator != nullptr) return;
-    ms_pBlockAllocator = new CBlockAllocator(sizeof(T), pAllocator);
+    // Held until nothing can fail any more: a pool without its mutex would go unlocked.
+    struct SHeld
+    {
+        ~SHeld() { delete pBlockAllocator; }
+        CBlockAllocator* pBlockAllocator;
+    } stHeld = {new CBlockAllocator(sizeof(T), pAllocator)};
+    ms_pmutex = bThreadSafe ? new CMutex : nullptr;
+    ms_pBlockAllocator = stHeld.pBlockAllocator;
+    stHeld.pBlockAllocator = nullptr;
     ms_uAllocatedCount = 0;
     ms_uCapacity = uCapacity;
     ms_uLockCapacity = bLockCapacity ? 1 : 0;
-    ms_pmutex = bThreadSafe ? new CMutex : nullptr;
     if (uCapacity != 0) ms_pBlockAllocator->Reserve(uCapacity);
 }
 

@@ -1,3 +1,14 @@
+// Sharing. A string is a pointer to a block; a copy is the same pointer, and one more on the block's share count. One
+// mutex guards the counts of all strings. But a count of 1 can be raised only through the one string that has the
+// share, and the empty block's 0 never changes: a string that reads 0 or 1 goes on without the mutex, and only a count
+// above 1 is read again under it, since the other shares may be ending meanwhile. A share is given up with release
+// order and IsShared() reads with acquire order: the last one left writes where the others have read. Nothing is
+// written into a block whose count is above 1. What changes a string makes its block private first, and leaves the
+// string alone if there is no memory for that.
+//
+// A text that an operation is given may lie in the string's own block, behind the size as well, where Resize() and
+// GetBuffer() leave texts. A new block takes over nothing behind the size, and the old one may be gone with the last
+// share: a new block is filled before the old one is given up, and in place such a text is copied aside.
 #include "framework/basic/string.h"
 
 #include <ctype.h>
@@ -8,6 +19,8 @@
 #include <atomic>
 #include <memory>
 #include <new>
+
+#include "framework/kernel/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
 
@@ -25,6 +38,7 @@ namespace
 constexpr unsigned int g_uGrowthStep = 32;
 // The fields before the characters, their NUL and a spare byte.
 constexpr unsigned int g_uBlockOverhead = 8;
+constexpr unsigned int g_uReleasedSize = 8;  // what a string tells the allocator, whatever its capacity
 constexpr unsigned int g_uMaxRefCount = 65535;
 
 unsigned int RoundUpCapacity(unsigned int uCapacity)
@@ -50,24 +64,77 @@ int LowerCase(char c)
     return tolower(static_cast<unsigned char>(c));
 }
 
+// vsnprintf() that leaves the list to be read again.
+__attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSize, const char* pszFormat, va_list args)
+{
+    va_list argsOfThisPass;
+    va_copy(argsOfThisPass, args);
+    const int nLength = vsnprintf(pszBuffer, uSize, pszFormat, argsOfThisPass);
+    va_end(argsOfThisPass);
+    return nLength;
+}
+
+using Aside = std::unique_ptr<char[]>;
+
+void Repeat(char* pszDest, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
+{
+    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
+    else
+    {
+        for (; uRepetition != 0; --uRepetition, pszDest += uSize) memcpy(pszDest, pszSrc, uSize);
+    }
+}
+
 // The inline members belong to the binary interface: this makes the compiler emit them.
 struct SEmitted
 {
     const char* (CString::*pfnCStr)() const;
     unsigned int (CString::*apfnCounts[2])() const;
     const char& (CString::*pfnGetAt)(unsigned int) const;
+    bool (CString::*pfnEqual)(const CString&) const;
+    bool (CString::*pfnEqualText)(const char*) const;
+    char* (CString::*pfnGetBuffer)();
+    void (CString::*pfnSetAt)(unsigned int, char);
+    CString& (CString::*pfnAppend)(const CString&);
+    CString& (CString::*pfnAppendText)(const char*);
+    CString& (CString::*pfnAppendCharacter)(char);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {
-    &CString::CStr, {&CString::GetSize, &CString::GetCapacity}, &CString::GetAt};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
+                                                &CString::GetAt, &CString::operator==, &CString::operator==,
+                                                &CString::GetBuffer, &CString::SetAt, &CString::operator+=,
+                                                &CString::operator+=, &CString::operator+= };
 }  // namespace
 
-CString::CString() : m_pstInfo(ms_pstEmptyStringInfo)
+// Release(), in reach of the compiler.
+inline void CString::GiveUpShare()
+{
+    SStringInfo* const pstInfo = m_pstInfo;
+    if (pstInfo->uRefCount >= 2) DecRefCount();
+    else if (pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
+    {
+        // The header becomes the link word of a chain of one block.
+        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
+        memset(pstInfo, 0, sizeof(SStringInfo));
+        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    }
+    m_pstInfo = ms_pstEmptyStringInfo;
+}
+
+CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
 }
 
-CString::CString(const char* pszText) : CString()
+QV_HOT_CODE CString::CString(const char* pszText)
+    : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
-    *this = pszText;
+    if (pszText == nullptr) return;
+    const size_t uLength = strlen(pszText);
+    if (uLength == 0 || uLength > uMAX_SIZE) return;
+    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)));
+    if (pstInfo == nullptr) return;
+    memcpy(CharactersOf(pstInfo), pszText, uLength + 1);
+    pstInfo->uSize = static_cast<uint16_t>(uLength);
+    m_pstInfo = pstInfo;
 }
 
 CString::CString(const char* pszText, unsigned int uSize) : CString()
@@ -88,14 +155,18 @@ CString::CString(CString&& rSrc) noexcept : CString()
 QV_HOT_CODE CString::~CString()
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
-    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
-    Release();
+    if (!IsShared()) GiveUpShare();
+    else
+    {
+        const CBriefMutexGuard guard(ms_pmutex);
+        GiveUpShare();
+    }
 }
 
 CString& CString::operator=(const CString& rSrc)
 {
     if (this == &rSrc) return *this;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CBriefMutexGuard guard(orvel_internal::RequireUp(ms_pmutex, "CString"));
     SStringInfo* pstInfo = rSrc.m_pstInfo;
     const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
@@ -117,11 +188,16 @@ CString& CString::operator=(const char* pszText)
     pszText = MakeNullSafe(pszText);
     const size_t uLength = strlen(pszText);
     if (uLength > uMAX_SIZE) return *this;
-    const bool bOwnText = HoldsAddress(pszText);
-    const ptrdiff_t nOffset = bOwnText ? pszText - CStr() : 0;
-    if (MakeRoom(static_cast<unsigned int>(uLength)) < 0) return *this;
-    memmove(Characters(), bOwnText ? CStr() + nOffset : pszText, uLength);
-    SetSize(static_cast<unsigned int>(uLength));
+    const unsigned int uSize = static_cast<unsigned int>(uLength);
+    if (HasRoom(uSize)) memmove(Characters(), pszText, uSize);
+    else
+    {
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize));
+        if (pstInfo == nullptr) return *this;
+        memcpy(CharactersOf(pstInfo), pszText, uSize);
+        Replace(pstInfo);
+    }
+    SetSize(uSize);
     return *this;
 }
 
@@ -129,17 +205,6 @@ CString& CString::operator=(char c)
 {
     const char szText[2] = {c, '\0'};
     return *this = szText;
-}
-
-bool CString::operator==(const CString& rOther) const
-{
-    return GetSize() == rOther.GetSize() && strncmp(CStr(), rOther.CStr(), GetSize()) == 0;
-}
-
-bool CString::operator==(const char* pszOther) const
-{
-    pszOther = MakeNullSafe(pszOther);
-    return GetSize() == strlen(pszOther) && strncmp(CStr(), pszOther, GetSize()) == 0;
 }
 
 bool CString::operator<(const CString& rOther) const
@@ -167,16 +232,6 @@ unsigned int CString::FindSubstring(unsigned int uStartIndex, const char* pszSub
     return pszFound != nullptr ? static_cast<unsigned int>(pszFound - CStr()) : GetSize();
 }
 
-char* CString::GetBuffer()
-{
-    return CreateCopy() >= 0 ? Characters() : nullptr;
-}
-
-void CString::SetAt(unsigned int uIndex, char c)
-{
-    if (uIndex < GetSize() && CreateCopy() >= 0) Characters()[uIndex] = c;
-}
-
 void CString::ToLowerCase()
 {
     if (CreateCopy() < 0) return;
@@ -195,23 +250,29 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     const uint64_t uNewSize = uInserted + GetSize();
     if (uIndex > GetSize() || uNewSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
 
-    std::unique_ptr<char[]> pszOwnSrc;
-    if (HoldsAddress(pszSrc))
+    const unsigned int uTail = GetSize() - uIndex;
+    if (!HasRoom(static_cast<unsigned int>(uNewSize)))
     {
-        // The text is about to move, perhaps into another block: insert a copy of it.
-        pszOwnSrc.reset(new (std::nothrow) char[uSize]);
-        if (pszOwnSrc == nullptr) return QV_RES_OUT_OF_MEMORY;
-        memcpy(pszOwnSrc.get(), pszSrc, uSize);
-        pszSrc = pszOwnSrc.get();
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(static_cast<unsigned int>(uNewSize)));
+        if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
+        char* const pszNew = CharactersOf(pstInfo);
+        memcpy(pszNew, CStr(), uIndex);
+        Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
+        if (uTail != 0) memcpy(pszNew + uIndex + uInserted, CStr() + uIndex, uTail);
+        Replace(pstInfo);
     }
-    const QvResult res = MakeRoom(static_cast<unsigned int>(uNewSize));
-    if (res < 0) return res;
-    char* pszDest = Characters() + uIndex;
-    memmove(pszDest + uInserted, pszDest, GetSize() - uIndex);
-    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
+    else if (HoldsAddress(pszSrc))
+    {
+        Aside pszAside(new (std::nothrow) char[uSize]);
+        if (pszAside == nullptr) return QV_RES_OUT_OF_MEMORY;
+        memcpy(pszAside.get(), pszSrc, uSize);
+        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        Repeat(Characters() + uIndex, uRepetition, pszAside.get(), uSize);
+    }
     else
     {
-        for (unsigned int uDone = 0; uDone < uInserted; uDone += uSize) memcpy(pszDest + uDone, pszSrc, uSize);
+        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        Repeat(Characters() + uIndex, uRepetition, pszSrc, uSize);
     }
     SetSize(static_cast<unsigned int>(uNewSize));
     return QV_RES_OK;
@@ -272,24 +333,6 @@ QvResult CString::ReduceCapacity(unsigned short uCapacity)
     return Reallocate(RoundUpCapacity(std::max<unsigned int>(uCapacity, GetSize())));
 }
 
-CString& CString::operator+=(const CString& rRight)
-{
-    Insert(GetSize(), 1, rRight.CStr(), rRight.GetSize());
-    return *this;
-}
-
-CString& CString::operator+=(const char* pszRight)
-{
-    Insert(GetSize(), 1, pszRight, uMAX_SIZE);
-    return *this;
-}
-
-CString& CString::operator+=(char cRight)
-{
-    Insert(GetSize(), 1, cRight);
-    return *this;
-}
-
 CString CString::operator+(const CString& rRight) const
 {
     CString strSum(*this);
@@ -325,19 +368,15 @@ QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, va_lis
     if (uStartIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
     // The whole text is made before the string is touched: format and arguments may be parts of it.
     char szShort[512];
-    va_list argsOfFirstPass;
-    va_copy(argsOfFirstPass, args);
-    const int nLength = vsnprintf(szShort, sizeof(szShort), MakeNullSafe(pszFormat), argsOfFirstPass);
-    va_end(argsOfFirstPass);
-
+    const int nLength = FormatInto(szShort, sizeof(szShort), MakeNullSafe(pszFormat), args);
     const unsigned int uLength = static_cast<unsigned int>(nLength);
     QvResult res = QV_RES_FAIL;
     if (nLength >= 0 && uLength < sizeof(szShort)) res = PutFormatted(uStartIndex, szShort, uLength);
     else if (nLength >= 0 && uLength > uMAX_SIZE) res = QV_RES_INVALID_ARGUMENT;
     else if (nLength >= 0)
     {
-        const std::unique_ptr<char[]> pszLong(new (std::nothrow) char[uLength + 1]);
-        if (pszLong != nullptr) vsnprintf(pszLong.get(), uLength + 1, MakeNullSafe(pszFormat), args);
+        const Aside pszLong(new (std::nothrow) char[uLength + 1]);
+        if (pszLong != nullptr) FormatInto(pszLong.get(), uLength + 1, MakeNullSafe(pszFormat), args);
         res = pszLong != nullptr ? PutFormatted(uStartIndex, pszLong.get(), uLength) : QV_RES_OUT_OF_MEMORY;
     }
     if (res < 0) Resize(uStartIndex);
@@ -354,7 +393,7 @@ QvResult CString::InitializeCString()
 
 void CString::FinalizeCString()
 {
-    ms_pmutex->~CMutex();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->~CMutex();
     ms_pmutex = nullptr;
     ms_pAllocator = nullptr;
     ms_pstEmptyStringInfo = nullptr;
@@ -362,16 +401,7 @@ void CString::FinalizeCString()
 
 void CString::Release()
 {
-    if (GetRefCount() >= 2) DecRefCount();
-    else if (m_pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
-    {
-        // The header becomes the link word of a chain of one block.
-        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
-        memset(m_pstInfo, 0, sizeof(SStringInfo));
-        const unsigned int uBlockSize = m_pstInfo->uCapacity + g_uBlockOverhead;  // 8 always: the capacity is cleared
-        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), uBlockSize);
-    }
-    m_pstInfo = ms_pstEmptyStringInfo;
+    GiveUpShare();
 }
 
 QvResult CString::CreateCopy()
@@ -388,12 +418,12 @@ QvResult CString::CreateCopy()
 
 void CString::MutexLock()
 {
-    ms_pmutex->Lock();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->Lock();
 }
 
 void CString::MutexUnlock()
 {
-    ms_pmutex->Unlock();
+    orvel_internal::RequireUp(ms_pmutex, "CString")->Unlock();
 }
 
 unsigned int CString::GetRefCount()
@@ -419,17 +449,10 @@ const char* CString::MakeNullSafe(const char* pszText)
     return pszText != nullptr ? pszText : g_szEMPTY_STRING;
 }
 
-// Whether the count may change under other hands, which takes the mutex to read it reliably. Nobody but this string can
-// raise a count of 1, and nobody changes that of the empty block.
-bool CString::IsShared() const
-{
-    return std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).load(std::memory_order_acquire) > 1;
-}
-
 bool CString::HoldsAddress(const char* psz) const
 {
     const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
-    return uOffset <= GetSize();
+    return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
 }
 
 // Of a private block, or of the empty one, which stays as it is: nothing but 0 fits it.
@@ -440,14 +463,23 @@ void CString::SetSize(unsigned int uSize)
     m_pstInfo->uSize = static_cast<uint16_t>(uSize);
 }
 
+// A private block whose size and characters are still to be set; null when memory runs out.
+CString::SStringInfo* CString::NewBlock(unsigned int uCapacity)
+{
+    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
+    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
+    if (pvBlock == nullptr) return nullptr;
+    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
+    pstInfo->uRefCount = 1;
+    pstInfo->uCapacity = static_cast<uint16_t>(uCapacity);
+    return pstInfo;
+}
+
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
 CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
 {
-    void* const pvBlock = ms_pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
-    if (pvBlock == nullptr) return nullptr;
-    SStringInfo* const pstCopy = new (pvBlock) SStringInfo;
-    pstCopy->uRefCount = 1;
-    pstCopy->uCapacity = static_cast<uint16_t>(uCapacity);
+    SStringInfo* const pstCopy = NewBlock(uCapacity);
+    if (pstCopy == nullptr) return nullptr;
     pstCopy->uSize = m_pstInfo->uSize;
     memcpy(CharactersOf(pstCopy), CStr(), GetSize());
     CharactersOf(pstCopy)[GetSize()] = '\0';
@@ -458,10 +490,28 @@ QvResult CString::Reallocate(unsigned int uCapacity)
 {
     SStringInfo* const pstCopy = CopyBlock(uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
-    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
-    Release();
-    m_pstInfo = pstCopy;
+    Replace(pstCopy);
     return QV_RES_OK;
+}
+
+// Takes a block instead of the own one, whose characters stay where they are until then.
+void CString::Replace(SStringInfo* pstInfo)
+{
+    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
+    GiveUpShare();
+    m_pstInfo = pstInfo;
+}
+
+// Whether uSize characters can be written into the block as it is.
+bool CString::HasRoom(unsigned int uSize) const
+{
+    return uSize <= GetCapacity() && !IsShared();
+}
+
+// Of a new block for uSize characters: as it is where that suffices.
+unsigned int CString::CapacityFor(unsigned int uSize) const
+{
+    return uSize <= GetCapacity() ? GetCapacity() : RoundUpCapacity(uSize);
 }
 
 // A private block for uSize characters; unchanged on failure.

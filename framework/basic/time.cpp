@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/timer.h"
 
 using orvel_internal::DateOf;
@@ -43,7 +44,10 @@ CTime::CTime() : m_timeZone(CopySystemTimeZone())
 }
 
 CTime::CTime(const CTime& rSrc)
-    : m_uJulianDay(rSrc.m_uJulianDay), m_uTimeMs(rSrc.m_uTimeMs), m_bDefault(rSrc.m_bDefault)
+    : m_timeZone(UnsetTimeZone()),
+      m_uJulianDay(rSrc.m_uJulianDay),
+      m_uTimeMs(rSrc.m_uTimeMs),
+      m_bDefault(rSrc.m_bDefault)
 {
 }
 
@@ -194,7 +198,7 @@ void CTime::PinTime()
 
 void CTime::PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rbDefault)
 {
-    const CBinarySemaphoreGuard guard(ms_psemInternalAccessProtection);
+    const CBinarySemaphoreGuard guard(GetProtection());
     const uint64_t uElapsedMs = CTimer::GetSystemUpTimeMs() - ms_uLastSynchronizationTimeMs;
     const uint64_t uTimeMs = uElapsedMs + ms_uJulianTimeMs;
     ruJulianDate = static_cast<unsigned int>(uTimeMs / uMS_PER_DAY) + ms_uJulianDateDay;
@@ -204,7 +208,7 @@ void CTime::PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rb
 
 void CTime::SetSystemTime(const CTime& rTime)
 {
-    const CBinarySemaphoreGuard guard(ms_psemInternalAccessProtection);
+    const CBinarySemaphoreGuard guard(GetProtection());
     ms_uJulianDateDay = rTime.m_uJulianDay;
     ms_uJulianTimeMs = rTime.m_uTimeMs;
     ms_uLastSynchronizationTimeMs = CTimer::GetSystemUpTimeMs();
@@ -213,13 +217,13 @@ void CTime::SetSystemTime(const CTime& rTime)
 
 CString CTime::GetSystemTimeZone()
 {
-    const CBinarySemaphoreGuard guard(ms_psemInternalAccessProtection);
+    const CBinarySemaphoreGuard guard(GetProtection());
     return ms_pTimeZone->GetTimeZone();
 }
 
 bool CTime::SetSystemTimeZone(const char* pszTimeZone)
 {
-    const CBinarySemaphoreGuard guard(ms_psemInternalAccessProtection);
+    const CBinarySemaphoreGuard guard(GetProtection());
     return ms_pTimeZone->SetTimeZone(pszTimeZone) >= 0;
 }
 
@@ -258,15 +262,27 @@ QvResult CTime::InitializeCTime()
 
 void CTime::FinalizeCTime()
 {
-    ms_psemInternalAccessProtection->~CBinarySemaphore();
+    GetProtection()->~CBinarySemaphore();
     ms_psemInternalAccessProtection = nullptr;
     ms_pTimeZone->~CTimeZone();
     ms_pTimeZone = nullptr;
 }
 
+// What guards the statics, and tells that they are there.
+CBinarySemaphore* CTime::GetProtection()
+{
+    return orvel_internal::RequireUp(ms_psemInternalAccessProtection, "CTime");
+}
+
+CTimeZone CTime::UnsetTimeZone()
+{
+    GetProtection();
+    return CTimeZone();
+}
+
 CTimeZone CTime::CopySystemTimeZone()
 {
-    const CBinarySemaphoreGuard guard(ms_psemInternalAccessProtection);
+    const CBinarySemaphoreGuard guard(GetProtection());
     return *ms_pTimeZone;
 }
 

@@ -28,7 +28,8 @@
 ///
 /// Ownership  Owns its zone.
 /// Threads    The static members, from any thread. One object is used by one thread at a time.
-/// Lifetime   Between the start-up and the shut-down of the framework.
+/// Lifetime   Between the start-up and the shut-down of the framework: outside it, making one or asking for the clock
+///            ends the process with a line that says so. GetJulianDate() and GetGregorianDate() work at any time.
 /// Cost       Reading the clock is one reading of the up-time and two divisions; a new one copies the system zone.
 /// Copying    A copy by construction has the moment but an unset zone, in which local time is UTC: call SetTimeZone()
 ///            on it before local times are asked for. Assignment takes the zone as well, if the source's is set.
@@ -117,7 +118,8 @@ public:
     static void PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rbDefault);
     /// Sets the clock to the moment of rTime.
     static void SetSystemTime(const CTime& rTime);
-    /// The zone that new objects get; Eastern time of North America until it is set.
+    /// The zone that new objects get: Eastern time of North America until it is set. If memory ran out at start-up it
+    /// is unset, which is UTC.
     static CString GetSystemTimeZone();
     /// False, and the zone stays, when the text is invalid.
     static bool SetSystemTimeZone(const char* pszTimeZone);
@@ -142,7 +144,9 @@ protected:
     static CBinarySemaphore* ms_psemInternalAccessProtection;
 
 private:
+    QV_HIDDEN static CBinarySemaphore* GetProtection();
     QV_HIDDEN static CTimeZone CopySystemTimeZone();
+    QV_HIDDEN static CTimeZone UnsetTimeZone();
     int64_t GetTotalMs() const { return int64_t{m_uJulianDay} * 86400000 + m_uTimeMs; }
 
     CTimeZone m_timeZone;

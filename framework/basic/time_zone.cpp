@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "framework/basic/calendar.h"
+#include "framework/kernel/lifetime.h"
 
 using orvel_internal::DateOf;
 using orvel_internal::DaysBeforeMonth;
@@ -124,6 +125,12 @@ bool HasEndlessNumber(const char* psz)
     }
     return false;
 }
+
+// The texts of a zone need the module of strings.
+struct SStrings : CString
+{
+    static void RequireUp() { orvel_internal::RequireUp(ms_pmutex, "CTimeZone"); }
+};
 
 // The implicit assignments belong to the binary interface: this makes the compiler emit them.
 template <typename T>
@@ -306,7 +313,7 @@ struct SFields
 };
 }  // namespace
 
-CTimeZone::CTimeZone() : m_semAccess(CBinarySemaphore::eFREE, true)
+CTimeZone::CTimeZone() : m_semAccess((SStrings::RequireUp(), CBinarySemaphore::eFREE), true)
 {
 }
 
@@ -338,6 +345,7 @@ QvResult CTimeZone::SetTimeZone(const char* pszTimeZone)
 {
     if (pszTimeZone == nullptr || *pszTimeZone == '\0') return QV_RES_INVALID_ARGUMENT;
     if (strlen(pszTimeZone) > CString::uMAX_SIZE || HasEndlessNumber(pszTimeZone)) return QV_RES_INVALID_ARGUMENT;
+    SStrings::RequireUp();
     SDescription description;
     STimeZone& rstStandard = description.stStandard;
     const char* psz = pszTimeZone;
@@ -474,6 +482,7 @@ void CTimeZone::Commit(SDescription&& rDescription)
 // As setting the source's text does, without reading it again.
 void CTimeZone::TakeFrom(const CTimeZone& rSrc)
 {
+    SStrings::RequireUp();
     SDescription description;
     {
         const CBinarySemaphoreGuard guard(&rSrc.m_semAccess);

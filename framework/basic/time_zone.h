@@ -49,8 +49,9 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 /// Ownership  Owns its texts.
 /// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its
 ///            text needs.
-/// Lifetime   Between the start-up and the shut-down of the framework. A zone that was never set is UTC without
-///            daylight saving time and has no text.
+/// Lifetime   Between the start-up and the shut-down of the framework: made or set outside it, a zone ends the process
+///            with a line that says so. A zone that was never set is UTC without daylight saving time and has no text;
+///            so is one that was made from a text without the memory to keep it.
 /// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
 /// Failure    Only setting can fail, with the zone as it was.
 /// Source     POSIX.1-2017, section 8.3, but for what is said here.

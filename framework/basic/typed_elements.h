@@ -1,6 +1,7 @@
 #ifndef FRAMEWORK_BASIC_TYPED_ELEMENTS_H
 #define FRAMEWORK_BASIC_TYPED_ELEMENTS_H
 #include <stddef.h>
+#include <string.h>
 
 #include <new>
 #include <type_traits>
@@ -17,6 +18,12 @@
 #include "framework/basic/ordered_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
+
+#if defined(__clang__)
+#define ORVEL_UNPREDICTABLE(condition) __builtin_unpredictable(condition)
+#else
+#define ORVEL_UNPREDICTABLE(condition) (condition)
+#endif
 
 /// The order of `<`, as a typed comparison: what the typed containers use when they are given none.
 struct SNaturalOrder
@@ -38,6 +45,70 @@ void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMem
 {
     (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
 }
+
+/// Whether the order asks nobody: `<` of numbers and pointers costs nothing in both directions.
+template <typename T, typename Order>
+constexpr bool g_bFREE_TO_ASK = std::is_scalar<T>::value&& std::is_same<Order, SNaturalOrder>::value;
+/// Whether a full answer takes two questions, as of the `<` of a class.
+template <typename T, typename Order>
+constexpr bool g_bHALF_AN_ANSWER = !std::is_scalar<T>::value && std::is_same<Order, SNaturalOrder>::value;
+
+/// Whether the typed order puts a first element before a second one.
+template <typename T, typename Order>
+bool IsBefore(Order& rOrder, const T& rFirst, const T& rSecond)
+{
+    if constexpr (std::is_same<Order, SNaturalOrder>::value) return rFirst < rSecond;
+    else return rOrder(rFirst, rSecond) < 0;
+}
+
+/// Whether T has a natural order.
+template <typename T, typename = void>
+struct SHasNaturalOrder : std::false_type
+{
+};
+template <typename T>
+struct SHasNaturalOrder<T, std::void_t<decltype(std::declval<const T&>() < std::declval<const T&>())>> : std::true_type
+{
+};
+
+/// Chooses the constructors that set no member and acquire nothing: of such an object only the table of virtual
+/// functions is looked at, and it is not destroyed.
+struct SNoMembers
+{
+};
+
+/// Whether an object is of the class Exact itself and not of a derived one, which may have replaced the element
+/// operations. A front-end asks before it does without them what they would do. Cost: one comparison with an address
+/// that the linker knows; no run-time type information is needed.
+class CExactClass
+{
+public:
+    template <typename Exact>
+    static bool IsOf(const Exact& rObject)
+    {
+        const UNeverDestroyed<Exact> sample;
+        return TableOf(rObject) == TableOf(sample.object);
+    }
+
+private:
+    template <typename Exact>
+    union UNeverDestroyed
+    {
+        UNeverDestroyed() : object(SNoMembers()) {}
+        ~UNeverDestroyed() {}
+
+        Exact object;
+    };
+
+    // The pointer to the table is the first word of an object, wherever its class was compiled.
+    template <typename Exact>
+    static const void* TableOf(const Exact& rObject)
+    {
+        const void* pTable;
+        memcpy(&pTable, static_cast<const void*>(__builtin_addressof(rObject)), sizeof(pTable));
+        return pTable;
+    }
+};
 
 /// Lets a typed comparison be called as a base calls one.
 template <typename T, typename Key, typename Compare>

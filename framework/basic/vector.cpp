@@ -22,7 +22,7 @@ CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
 }
 
 CVectorBase::CVectorBase(unsigned int uSizeOfElement, bool bConstruct, IAllocator* pAllocator)
-    : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance()),
+    : m_pAllocator(CDefaultAllocator::OrDefault(pAllocator, "CVector")),
       m_uCapacity(0),
       m_uLockCapacity(0),
       m_uElementSize(uSizeOfElement),
@@ -151,7 +151,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, unsigned int uCount, const voi
     {
         MoveTail(uIndex + uCount, uIndex);
         m_uSize += uCount;
-        for (unsigned int uNew = 0; uNew < uCount; ++uNew) FillSlot(uIndex + uNew, pElement);
+        FillSlots(uIndex, uCount, pElement);
     }
     if (bOwnElement && m_bConstruct) Destruct(m_pvScratch);
     return res;
@@ -257,6 +257,23 @@ void CVectorBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
 
 namespace
 {
+// Fills uBytes with copies of the uElementSize bytes at pElement, which is none of them, or with zeros when it is null.
+void FillBytes(unsigned char* puFirst, size_t uBytes, const void* pElement, size_t uElementSize)
+{
+    if (uBytes == 0) return;
+    if (pElement == nullptr) memset(puFirst, 0, uBytes);
+    else if (uElementSize == 1) memset(puFirst, *static_cast<const unsigned char*>(pElement), uBytes);
+    else
+    {
+        memcpy(puFirst, pElement, uElementSize);
+        // What is there already is copied behind itself, each time twice as much.
+        for (size_t uFilled = uElementSize; uFilled < uBytes; uFilled *= 2)
+        {
+            memcpy(puFirst + uFilled, puFirst, std::min(uFilled, uBytes - uFilled));
+        }
+    }
+}
+
 // Whether moving uCount elements up within one vector must begin with the last, so that none is overwritten unread.
 bool MustRunBackwards(bool bSameVector, unsigned int uDest, unsigned int uSrc, unsigned int uCount)
 {
@@ -302,6 +319,12 @@ void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase*
                       pDest->ConstructFrom(pDest->SlotAt(uDestIndex + uOffset), pFrom);
                       pSrc->Destruct(pFrom);
                   });
+}
+
+void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
+                       unsigned int uCount)
+{
+    Move(pDest, uDestIndex, const_cast<CVectorBase*>(pSrc), uSrcIndex, uCount);
 }
 
 void CVectorBase::ExchangeContents(CVectorBase& rOther)
@@ -368,14 +391,15 @@ void CVectorBase::ReplaceStorage(void* pvStorage, unsigned int uCapacity)
     m_uCapacity = uCapacity;
 }
 
-void CVectorBase::FillSlot(unsigned int uIndex, const void* pElement)
+void CVectorBase::FillSlots(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
-    void* const pvSlot = SlotAt(uIndex);
-    if (!m_bConstruct)
+    if (!m_bConstruct) FillBytes(SlotAt(uIndex), BytesOf(uCount), pElement, m_uElementSize);
+    else if (pElement != nullptr)
     {
-        if (pElement != nullptr) memcpy(pvSlot, pElement, m_uElementSize);
-        else memset(pvSlot, 0, m_uElementSize);
+        for (unsigned int uNew = 0; uNew < uCount; ++uNew) ConstructFrom(SlotAt(uIndex + uNew), pElement);
     }
-    else if (pElement != nullptr) ConstructFrom(pvSlot, pElement);
-    else Construct(pvSlot);
+    else
+    {
+        for (unsigned int uNew = 0; uNew < uCount; ++uNew) Construct(SlotAt(uIndex + uNew));
+    }
 }

@@ -28,6 +28,9 @@
 /// Addresses  Elements move whenever the capacity changes, never while it is locked.
 /// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
 ///            operations and comparisons must not throw.
+///
+/// - **Lifetime:** Without an allocator of one's own made only while the framework is up, and destroyed before it goes
+///   down: not in static storage. Made outside, one line on standard error names the class, and abort() follows.
 class QV_EXPORT CVectorBase
 {
 public:
@@ -130,6 +133,9 @@ public:
                      unsigned int uCount);
     static void Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
+    /// The same with the parameters of Copy(): moving destroys the source's elements nevertheless.
+    static void Move(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
+                     unsigned int uCount);
 
     /// Shell sort, not stable. Throws what operator new[] throws (one element is held aside).
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
@@ -138,6 +144,8 @@ public:
                       unsigned int uParam) const;
     /// The same in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first element of a sorted vector that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
@@ -148,8 +156,8 @@ public:
     virtual void Destruct(void* pElement);
 
 protected:
-    /// Index of the first element that does not order before pKey, the end index when all do.
-    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// For orvel_internal::CExactClass.
+    QV_HIDDEN CVectorBase(unsigned int, const orvel_internal::SNoMembers&) {}
     /// Exchanges everything but the element size and the scratch element with a vector of the same element size.
     void ExchangeContents(CVectorBase& rOther);
 
@@ -194,7 +202,7 @@ private:
     QV_HIDDEN QvResult GrowTo(size_t uCapacity);
     QV_HIDDEN QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
     QV_HIDDEN void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
-    QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
+    QV_HIDDEN void FillSlots(unsigned int uIndex, unsigned int uCount, const void* pElement);
 };
 
 template <typename Compare>
@@ -214,14 +222,54 @@ void CVectorBase::SortElements(const Compare& rCompare)
     else SortBytes<0>(m_pvStorage, m_uSize, m_uElementSize, pHeld, rCompare);
 }
 
+template <typename T>
+class CVector;
+
 namespace orvel_internal
 {
-/// Appends when the capacity may have to grow. Not a member of CVector: the library's own instances would export it.
-template <typename Argument>
-QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector, Argument element)
+/// What CVector does besides its base. Not members of CVector: the library's own instances would export them.
+class CVectorFront
 {
-    return rVector.Insert(rVector.GetSize(), 1, __builtin_addressof(element));
-}
+public:
+    /// Whether nobody can tell that elements are treated as bytes.
+    template <typename T>
+    static bool HoldsPlainElements(const CVector<T>& rVector)
+    {
+        return std::is_trivially_copyable<T>::value && CExactClass::IsOf(rVector);
+    }
+
+    /// Runs an operation of the base, on bytes when the elements are no more: one memcpy() then moves all of them.
+    template <typename T, typename Operation>
+    static auto Run(CVector<T>& rVector, Operation operation)
+    {
+        const CElementsAsBytes scope(rVector.m_bConstruct, HoldsPlainElements(rVector));
+        return operation();
+    }
+
+    /// Appends when the capacity may have to grow, or a derived class makes the elements.
+    template <typename T, typename Argument>
+    QV_HIDDEN __attribute__((noinline)) static QvResult AppendGrowing(CVector<T>& rVector, Argument element)
+    {
+        return rVector.Insert(rVector.GetSize(), 1, element);
+    }
+
+private:
+    class CElementsAsBytes
+    {
+    public:
+        CElementsAsBytes(bool& rbConstruct, bool bAsBytes) : m_rbConstruct(rbConstruct), m_bConstruct(rbConstruct)
+        {
+            if (bAsBytes) rbConstruct = false;
+        }
+        CElementsAsBytes(const CElementsAsBytes&) = delete;
+        CElementsAsBytes& operator=(const CElementsAsBytes&) = delete;
+        ~CElementsAsBytes() { m_rbConstruct = m_bConstruct; }
+
+    private:
+        bool& m_rbConstruct;
+        const bool m_bConstruct;
+    };
+};
 }  // namespace orvel_internal
 
 /// An array of T over CVectorBase, whose growth and threading rules it has:
@@ -232,7 +280,10 @@ QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(CVectorBase& rVector,
 ///     for (int n : vector) ...
 ///
 /// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
-/// Cost       Access, and appending within the capacity, are inline and call no function of the library.
+/// Cost       Access, and appending within the capacity, are inline and call no function of the library. Trivially
+///            copyable elements move as bytes, all in one call, when the capacity grows.
+/// Derived    A class derived from CVector<T> may override the element operations: every operation then calls them, one
+///            by one as CVectorBase does.
 template <typename T>
 class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, CVectorBase>
 {
@@ -243,6 +294,8 @@ class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, CVectorBase>
     using CVectorBase::m_uCapacity;
     using CVectorBase::m_uLockCapacity;
     using CVectorBase::m_uSize;
+    friend class orvel_internal::CVectorFront;
+    friend class orvel_internal::CExactClass;
 
 public:
     using value_type = T;
@@ -255,13 +308,13 @@ public:
     ~CVector() override { EraseAll(); }
     CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
     {
-        CVectorBase::ReserveCapacity(rSrc.m_uCapacity);
-        CVectorBase::operator=(rSrc);
+        ReserveCapacity(rSrc.m_uCapacity);
+        CVector::operator=(rSrc);
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
     CVector& operator=(const CVector& rSrc)
     {
-        CVectorBase::operator=(rSrc);
+        Front::Run(*this, [&] { CVectorBase::operator=(rSrc); });
         return *this;
     }
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
@@ -292,18 +345,27 @@ public:
     const T* end() const { return begin() + m_uSize; }
 
     /// As in CVectorBase.
-    QvResult ReserveCapacity(unsigned int uCapacity) { return CVectorBase::ReserveCapacity(uCapacity); }
-    QvResult ReduceCapacity(unsigned int uCapacity) { return CVectorBase::ReduceCapacity(uCapacity); }
+    QvResult ReserveCapacity(unsigned int uCapacity)
+    {
+        return Front::Run(*this, [&] { return CVectorBase::ReserveCapacity(uCapacity); });
+    }
+    QvResult ReduceCapacity(unsigned int uCapacity)
+    {
+        return Front::Run(*this, [&] { return CVectorBase::ReduceCapacity(uCapacity); });
+    }
     using Sequence::Insert;
     QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
-        return CVectorBase::Insert(uIndex, uCount, __builtin_addressof(rElement));
+        return Front::Run(*this, [&] { return CVectorBase::Insert(uIndex, uCount, __builtin_addressof(rElement)); });
     }
     QvResult Append(const T& rElement)
     {
         const unsigned int uSize = m_uSize;  // read once: for all the compiler knows, storing an int changes it
-        if (uSize == m_uCapacity) return orvel_internal::AppendGrowing<Argument>(*this, rElement);
+        if (uSize == m_uCapacity || !orvel_internal::CExactClass::IsOf(*this))
+        {
+            return Front::template AppendGrowing<T, Argument>(*this, rElement);
+        }
         // As ConstructFrom() does, without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
@@ -311,11 +373,14 @@ public:
         m_uSize = uSize + 1;
         return QV_RES_OK;
     }
-    void Erase(unsigned int uIndex) { CVectorBase::Erase(uIndex); }
-    void Erase(unsigned int uIndex, unsigned int uCount) { CVectorBase::Erase(uIndex, uCount); }
+    void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
+    void Erase(unsigned int uIndex, unsigned int uCount)
+    {
+        Front::Run(*this, [&] { CVectorBase::Erase(uIndex, uCount); });
+    }
     void EraseAll()
     {
-        if (std::is_trivially_destructible<T>::value) m_uSize = 0;
+        if (Front::HoldsPlainElements(*this)) m_uSize = 0;
         else CVectorBase::EraseAll();
     }
 
@@ -327,10 +392,14 @@ public:
         const orvel_internal::CTypedComparison<T, T, Compare> typed(compare);
         if constexpr (std::is_trivially_copyable<T>::value)
         {
-            alignas(T) unsigned char auHeld[sizeof(T)];
-            orvel_internal::SortBytes<sizeof(T)>(m_pvStorage, m_uSize, sizeof(T), auHeld, typed);
+            if (orvel_internal::CExactClass::IsOf(*this))
+            {
+                alignas(T) unsigned char auHeld[sizeof(T)];
+                orvel_internal::SortBytes<sizeof(T)>(m_pvStorage, m_uSize, sizeof(T), auHeld, typed);
+                return;
+            }
         }
-        else CVectorBase::SortElements(typed);
+        CVectorBase::SortElements(typed);
     }
 
     void Construct(void* pElement) override { Sequence::Construct(pElement); }
@@ -338,6 +407,14 @@ public:
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 
 private:
+    using Front = orvel_internal::CVectorFront;
+
+    template <typename NoMembers,
+              typename = std::enable_if_t<std::is_same<NoMembers, orvel_internal::SNoMembers>::value>>
+    explicit CVector(NoMembers noMembers) : Sequence(noMembers)
+    {
+    }
+
     // Small plain elements go by value: taking the address of one would force it into memory on the fast path as well.
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;

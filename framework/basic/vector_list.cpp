@@ -11,24 +11,36 @@
 
 static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary interface");
 
+namespace
+{
+// As applications call it, when it is used outside the start-up and the shut-down.
+constexpr const char* g_szCLASS = "CVList";
+}  // namespace
+
 ORVEL_DEFINE_INDEX_MEMBERS(CVListBase)
 ORVEL_DEFINE_ELEMENT_OPERATIONS(CVListBase)
 ORVEL_DEFINE_SEQUENCE_MEMBERS(CVListBase)
 
 CVListBase::CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
-    : m_elementAllocator(uSizeOfElement, pAllocator), m_uElementSize(uSizeOfElement), m_order(false, nullptr)
+    : m_elementAllocator(uSizeOfElement, CDefaultAllocator::OrDefault(pAllocator, g_szCLASS)),
+      m_uElementSize(uSizeOfElement),
+      m_order(false, CDefaultAllocator::OrDefault(nullptr, g_szCLASS))
 {
 }
 
 CVListBase::CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator)
-    : m_elementAllocator(rAllocator, uSizeOfElement), m_uElementSize(uSizeOfElement), m_order(false, nullptr)
+    : m_elementAllocator(rAllocator, uSizeOfElement),
+      m_uElementSize(uSizeOfElement),
+      m_order(false, CDefaultAllocator::OrDefault(nullptr, g_szCLASS))
 {
 }
 
 // The order of a copy constructs its addresses instead of moving them as bytes, unlike the others: the flag shows in
 // the object.
 CVListBase::CVListBase(const CVListBase& rSrc)
-    : m_elementAllocator(rSrc.m_elementAllocator), m_uElementSize(rSrc.m_uElementSize), m_order(nullptr)
+    : m_elementAllocator(rSrc.m_elementAllocator),
+      m_uElementSize(rSrc.m_uElementSize),
+      m_order(CDefaultAllocator::OrDefault(nullptr, g_szCLASS))
 {
     CVListBase::operator=(rSrc);
 }

@@ -30,6 +30,9 @@
 /// Failure    Reported as QvResult with the vector-lists as they were (blocks obtained by then stay as spare capacity);
 ///            what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
 ///            is held aside). Element operations and comparisons must not throw.
+///
+/// - **Lifetime:** Made only while the framework is up, and destroyed before it goes down, whatever the allocator: not
+///   in static storage. Made outside, one line on standard error names the class, and abort() follows.
 class QV_EXPORT CVListBase
 {
 public:
@@ -105,6 +108,8 @@ public:
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
     /// Exchanges the places of two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
+    /// Index of the first element of a sorted vector-list that does not order before pKey, the end index when all do.
+    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first smallest (largest) element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
@@ -164,9 +169,6 @@ protected:
     {
         orvel_internal::SortPointers(m_order.begin(), m_order.GetSize(), rCompare);
     }
-
-    /// Index of the first element that does not order before pKey, the end index when all do.
-    unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
 
     CBlockAllocator m_elementAllocator;
     unsigned int m_uElementSize;

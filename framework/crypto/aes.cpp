@@ -12,6 +12,7 @@
 #include <openssl/aes.h>
 #include <openssl/modes.h>
 
+#include "framework/crypto/aes_blocks.h"
 #include "framework/crypto/cipher_blob.h"
 
 static_assert(sizeof(AES_KEY) == 244 && alignof(AES_KEY) == 4, "the schedule's place is part of the binary interface");
@@ -47,6 +48,20 @@ bool IsAesKeySize(unsigned int uSize)
 bool IsStreamMode(CCipher::EMode eMode)
 {
     return eMode == CCipher::eMODE_CFB || eMode == CCipher::eMODE_CTR || eMode == CCipher::eMODE_OFB;
+}
+
+// Several blocks at once give the same as one after the other, unless the output of a block falls on the input of a
+// later one. Output in front of the input does not: there, the difference wraps.
+bool IsLaterInputKept(const uint8_t* puIn, unsigned int uSize, const uint8_t* puOut)
+{
+    const uintptr_t uAhead = reinterpret_cast<uintptr_t>(puOut) - reinterpret_cast<uintptr_t>(puIn);
+    return uAhead == 0 || uAhead >= uSize;
+}
+
+orvel_internal::SAesKey RoundKeysIn(unsigned char* puSchedule)
+{
+    AES_KEY& rSchedule = ScheduleIn(puSchedule);
+    return {reinterpret_cast<const uint8_t*>(rSchedule.rd_key), static_cast<unsigned int>(rSchedule.rounds)};
 }
 
 const uint8_t* BytesOf(const CBlob* pblob)
@@ -248,6 +263,12 @@ QvResult CAesBremoFwOpenSsl::SetKey(const uint8_t* puKey, unsigned int uKeySize)
     if (!IsAesKeySize(uKeySize)) return QV_RES_FAIL;
     const int nBits = static_cast<int>(8 * uKeySize);
     const bool bForwards = m_eAction == CCipher::eACTION_ENCRYPT || IsStreamMode(m_eMode);
+    if (orvel_internal::IsAesByProcessor())
+    {
+        uint8_t* const puRoundKeys = reinterpret_cast<uint8_t*>(rSchedule.rd_key);
+        rSchedule.rounds = static_cast<int>(orvel_internal::AesExpandKey(puKey, uKeySize, !bForwards, puRoundKeys));
+        return QV_RES_OK;
+    }
     const int nResult =
         bForwards ? AES_set_encrypt_key(puKey, nBits, &rSchedule) : AES_set_decrypt_key(puKey, nBits, &rSchedule);
     return nResult == 0 ? QV_RES_OK : QV_RES_FAIL;
@@ -255,6 +276,79 @@ QvResult CAesBremoFwOpenSsl::SetKey(const uint8_t* puKey, unsigned int uKeySize)
 
 // uSize is a multiple of the block size, or the end of a message in a stream mode.
 void CAesBremoFwOpenSsl::Transform(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
+{
+    const bool bByProcessor = orvel_internal::IsAesByProcessor() && IsLaterInputKept(puIn, uSize, puOut);
+    if (bByProcessor) TransformByProcessor(puIn, uSize, puOut);
+    else TransformByLibcrypto(puIn, uSize, puOut);
+}
+
+// What is left of the key stream, whole blocks, and the beginning of another block of the key stream.
+void CAesBremoFwOpenSsl::TransformByProcessor(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
+{
+    if (m_uKeyStreamAt != 0)
+    {
+        const unsigned int uPart = std::min(uSize, uBLOCK_SIZE - m_uKeyStreamAt);
+        XorKeyStream(puIn, uPart, puOut);
+        puIn += uPart;
+        puOut += uPart;
+        uSize -= uPart;
+    }
+    const unsigned int uRest = uSize % uBLOCK_SIZE;
+    uSize -= uRest;
+    if (uSize != 0) TransformBlocksByProcessor(puIn, uSize / uBLOCK_SIZE, puOut);
+    if (uRest == 0) return;
+    NextKeyStream();
+    XorKeyStream(puIn + uSize, uRest, puOut + uSize);
+}
+
+void CAesBremoFwOpenSsl::TransformBlocksByProcessor(const uint8_t* puIn, unsigned int uBlocks, uint8_t* puOut)
+{
+    const orvel_internal::SAesKey stKey = RoundKeysIn(m_auSchedule);
+    const bool bEncrypt = m_eAction == CCipher::eACTION_ENCRYPT;
+    switch (m_eMode)
+    {
+        case CCipher::eMODE_CBC:
+            (bEncrypt ? orvel_internal::AesCbcEncrypt : orvel_internal::AesCbcDecrypt)(stKey, puIn, uBlocks, puOut,
+                                                                                       m_auIv);
+            break;
+        case CCipher::eMODE_CFB:
+            (bEncrypt ? orvel_internal::AesCfbEncrypt : orvel_internal::AesCfbDecrypt)(stKey, puIn, uBlocks, puOut,
+                                                                                       m_auIv);
+            break;
+        case CCipher::eMODE_CTR: orvel_internal::AesCtr(stKey, puIn, uBlocks, puOut, m_auIv, m_auKeyStream); break;
+        case CCipher::eMODE_ECB:
+            (bEncrypt ? orvel_internal::AesEcbEncrypt : orvel_internal::AesEcbDecrypt)(stKey, puIn, uBlocks, puOut);
+            break;
+        case CCipher::eMODE_OFB: orvel_internal::AesOfb(stKey, puIn, uBlocks, puOut, m_auIv); break;
+        case CCipher::eMODE_DEFAULT: break;
+    }
+}
+
+// At most as much as there is left of the key stream. CFB puts the ciphertext in the place of what it used up.
+void CAesBremoFwOpenSsl::XorKeyStream(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
+{
+    uint8_t* const puKeyStream = m_eMode == CCipher::eMODE_CTR ? m_auKeyStream : m_auIv;
+    const bool bFeedback = m_eMode == CCipher::eMODE_CFB;
+    const bool bEncrypt = m_eAction == CCipher::eACTION_ENCRYPT;
+    for (unsigned int u = 0; u < uSize; ++u)
+    {
+        uint8_t& ruKey = puKeyStream[m_uKeyStreamAt];
+        const uint8_t uIn = puIn[u];
+        puOut[u] = uIn ^ ruKey;
+        if (bFeedback) ruKey = bEncrypt ? puOut[u] : uIn;
+        m_uKeyStreamAt = (m_uKeyStreamAt + 1) % uBLOCK_SIZE;
+    }
+}
+
+void CAesBremoFwOpenSsl::NextKeyStream()
+{
+    const bool bCounter = m_eMode == CCipher::eMODE_CTR;
+    orvel_internal::AesEcbEncrypt(RoundKeysIn(m_auSchedule), m_auIv, 1, bCounter ? m_auKeyStream : m_auIv);
+    if (!bCounter) return;
+    for (unsigned int u = uBLOCK_SIZE; u-- != 0 && ++m_auIv[u] == 0;) {}
+}
+
+void CAesBremoFwOpenSsl::TransformByLibcrypto(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
 {
     const AES_KEY& rSchedule = ScheduleIn(m_auSchedule);
     const int nDirection = m_eAction == CCipher::eACTION_ENCRYPT ? AES_ENCRYPT : AES_DECRYPT;

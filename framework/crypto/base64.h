@@ -18,8 +18,9 @@
 ///
 /// Sizes      With a null output pointer, Update() and End() change nothing and only tell the size of what they would
 ///            write; of a text that does not decode, or is padded before its end, the most it could be.
-/// Padding    Of the input of one Update(), what follows a padded group is ignored. Only a group that an earlier
-///            Update() began is decoded by itself: what follows it is decoded even if it was padded.
+/// Padding    Of the input of one Update(), the whole groups that follow a padded one are ignored; the 1 to 3
+///            characters behind the last whole group are held back as always. Only a group that an earlier Update()
+///            began is decoded by itself: what follows it is decoded even if it was padded.
 /// Cost       With AVX2 or AVX-512 (found out at run time) under a cycle a byte either way.
 ///
 /// Begin()    Empties the group that was begun; the mode is ignored; eACTION_DEFAULT encodes.
@@ -74,9 +75,11 @@ public:
     /// Null: there are no modes.
     const CVector<CCipher::EMode>* GetSupportedModes() override;
 
-    /// A whole message at once: 4 characters for each 3 bytes begun, the last padded.
+    /// A whole message at once: 4 characters for each 3 bytes begun, the last padded. Room for them, and for the input
+    /// of a size above 0, is the caller's to provide: null is not refused.
     void Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
-    /// The other way, up to a padded group; *puOutSize tells the bytes written, at most 3 for 4 characters.
+    /// The other way, up to a padded group; *puOutSize tells the bytes written, at most 3 for 4 characters. puOutSize
+    /// must not be null, nor puIn when uSize is above 0, nor puOut when that has whole groups.
     /// QV_RES_OK    they are written
     /// QV_RES_FAIL  the group behind them does not decode, or has fewer than 4 characters
     QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);

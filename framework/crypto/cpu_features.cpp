@@ -7,14 +7,6 @@ namespace orvel_internal
 {
 namespace
 {
-struct SCpuid
-{
-    unsigned int uEax = 0;
-    unsigned int uEbx = 0;
-    unsigned int uEcx = 0;
-    unsigned int uEdx = 0;
-};
-
 // All zero when the processor does not know the leaf.
 SCpuid Cpuid(unsigned int uLeaf)
 {
@@ -39,30 +31,36 @@ bool HasAll(uint64_t uBits, uint64_t uWanted)
 
 unsigned int Detect()
 {
-    constexpr uint64_t uYMM_SAVED = 0x06;  // with their lower halves
-    constexpr uint64_t uZMM_SAVED = 0xE6;  // with the masks
-    constexpr unsigned int uAVX512 = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
-
     const SCpuid stBasic = Cpuid(1);
-    const SCpuid stExtended = Cpuid(7);
-    const uint64_t uSaved = (stBasic.uEcx & bit_OSXSAVE) != 0 ? SavedRegisters() : 0;
-    const bool bSse41 = HasAll(stBasic.uEcx, bit_SSE4_1);
-    const bool bPclmul = bSse41 && HasAll(stBasic.uEcx, bit_PCLMUL);
-    const bool bAvx2 = HasAll(uSaved, uYMM_SAVED) && HasAll(stExtended.uEbx, bit_AVX2);
-    const bool bAvx512 = bAvx2 && HasAll(uSaved, uZMM_SAVED) && HasAll(stExtended.uEbx, uAVX512) &&
-                         HasAll(stExtended.uEcx, bit_AVX512VBMI);
-
-    unsigned int uFeatures = 0;
-    if (bSse41 && HasAll(stExtended.uEbx, bit_SHA)) uFeatures |= eCPU_SHA;
-    if (bAvx2) uFeatures |= eCPU_AVX2;
-    if (bAvx512) uFeatures |= eCPU_AVX512_VBMI;
-    if (bPclmul) uFeatures |= eCPU_PCLMULQDQ;
-    if (bPclmul && bAvx512 && HasAll(stExtended.uEcx, bit_VPCLMULQDQ)) uFeatures |= eCPU_VPCLMULQDQ;
-    return uFeatures;
+    return CpuFeaturesOf(stBasic, Cpuid(7), (stBasic.uEcx & bit_OSXSAVE) != 0 ? SavedRegisters() : 0);
 }
 }  // namespace
 
 constinit std::atomic<unsigned int> g_uCpuFeatures{0};
+
+unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, uint64_t uSaved)
+{
+    constexpr uint64_t uYMM_SAVED = 0x06;  // with their lower halves
+    constexpr uint64_t uZMM_SAVED = 0xE6;  // with the masks
+    constexpr unsigned int uAVX512 = bit_AVX512F | bit_AVX512BW | bit_AVX512DQ | bit_AVX512VL;
+
+    const bool bSse41 = HasAll(rstBasic.uEcx, bit_SSE4_1);
+    const bool bAes = HasAll(rstBasic.uEcx, bit_SSSE3 | bit_AES);
+    const bool bPclmul = bSse41 && HasAll(rstBasic.uEcx, bit_PCLMUL);
+    const bool bAvx2 = HasAll(uSaved, uYMM_SAVED) && HasAll(rstExtended.uEbx, bit_AVX2);
+    const bool bAvx512 = bAvx2 && HasAll(uSaved, uZMM_SAVED) && HasAll(rstExtended.uEbx, uAVX512) &&
+                         HasAll(rstExtended.uEcx, bit_AVX512VBMI);
+
+    unsigned int uFeatures = 0;
+    if (bSse41 && HasAll(rstBasic.uEcx, bit_SSSE3) && HasAll(rstExtended.uEbx, bit_SHA)) uFeatures |= eCPU_SHA;
+    if (bAvx2) uFeatures |= eCPU_AVX2;
+    if (bAvx512) uFeatures |= eCPU_AVX512_VBMI;
+    if (bPclmul) uFeatures |= eCPU_PCLMULQDQ;
+    if (bPclmul && bAvx512 && HasAll(rstExtended.uEcx, bit_VPCLMULQDQ)) uFeatures |= eCPU_VPCLMULQDQ;
+    if (bAes) uFeatures |= eCPU_AES;
+    if (bAes && bAvx512 && HasAll(rstExtended.uEcx, bit_VAES)) uFeatures |= eCPU_VAES;
+    return uFeatures;
+}
 
 unsigned int DetectCpuFeatures()
 {
@@ -82,6 +80,8 @@ const char* CpuPathName(ECpuAlgorithm eAlgorithm)
         case eCPU_AVX512_VBMI: return "avx512-vbmi";
         case eCPU_PCLMULQDQ: return "pclmulqdq";
         case eCPU_VPCLMULQDQ: return "vpclmulqdq";
+        case eCPU_AES: return "aesni";
+        case eCPU_VAES: return "vaes";
     }
     return "portable";
 }

@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_CRYPTO_CPU_FEATURES_H
 #define FRAMEWORK_CRYPTO_CPU_FEATURES_H
+#include <stdint.h>
+
 #include <atomic>
 
 /// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
@@ -11,7 +13,7 @@ namespace orvel_internal
 enum ECpuFeature : unsigned int
 {
     eCPU_PORTABLE = 0,
-    /// SHA instructions, with the SSE4.1 that handling their words takes.
+    /// SHA instructions, with the SSSE3 and SSE4.1 that handling their words takes.
     eCPU_SHA = 1u << 0,
     eCPU_AVX2 = 1u << 1,
     /// AVX-512 F, BW, DQ, VL and VBMI.
@@ -19,7 +21,11 @@ enum ECpuFeature : unsigned int
     /// Carry-less multiplication, with SSE4.1.
     eCPU_PCLMULQDQ = 1u << 3,
     /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
-    eCPU_VPCLMULQDQ = 1u << 4
+    eCPU_VPCLMULQDQ = 1u << 4,
+    /// AES instructions, with SSSE3.
+    eCPU_AES = 1u << 5,
+    /// The same on 512 bits, with all of eCPU_AVX512_VBMI.
+    eCPU_VAES = 1u << 6
 };
 /// Set beside the feature bits once they were detected, so that 0 always means: not yet.
 constexpr unsigned int uCPU_DETECTED = 1u << 31;
@@ -29,12 +35,26 @@ enum class ECpuAlgorithm
 {
     eSHA,
     eBASE64,
-    eCRC
+    eCRC,
+    /// Its portable path is libcrypto's.
+    eAES
 };
 
 /// The bits, 0 until they are detected.
 extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
+
+/// What one leaf of the CPUID instruction tells.
+struct SCpuid
+{
+    unsigned int uEax = 0;
+    unsigned int uEbx = 0;
+    unsigned int uEcx = 0;
+    unsigned int uEdx = 0;
+};
+/// The ECpuFeature bits of a processor with these leaves 1 and 7, under a system that saves the registers of uSaved
+/// (XCR0; 0 when it does not tell).
+unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, uint64_t uSaved);
 
 /// The ECpuFeature bits of this processor.
 inline unsigned int CpuFeatures()
@@ -60,6 +80,8 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm, unsigned int uFeatures)
             return Has(eCPU_AVX512_VBMI) ? eCPU_AVX512_VBMI : Has(eCPU_AVX2) ? eCPU_AVX2 : eCPU_PORTABLE;
         case ECpuAlgorithm::eCRC:
             return Has(eCPU_VPCLMULQDQ) ? eCPU_VPCLMULQDQ : Has(eCPU_PCLMULQDQ) ? eCPU_PCLMULQDQ : eCPU_PORTABLE;
+        // The vector path leaves what it cannot do to the other.
+        case ECpuAlgorithm::eAES: return !Has(eCPU_AES) ? eCPU_PORTABLE : Has(eCPU_VAES) ? eCPU_VAES : eCPU_AES;
     }
     return eCPU_PORTABLE;
 }
@@ -70,7 +92,8 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
     return CpuPath(eAlgorithm, CpuFeatures());
 }
 
-/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq" or "vpclmulqdq".
+/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq", "vpclmulqdq",
+/// "aesni" or "vaes".
 const char* CpuPathName(ECpuAlgorithm eAlgorithm);
 
 /// Lets the tests take features away (detected ones only, or the code would trap); ~0u gives them all back.

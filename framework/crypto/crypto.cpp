@@ -1,5 +1,9 @@
 #include "framework/crypto/crypto.h"
 
+#include <pthread.h>
+
+#include <new>
+
 #include "framework/crypto/secure_prng.h"
 
 static_assert(sizeof(CCrypto) == 56, "field order and widths are the binary interface");
@@ -20,8 +24,38 @@ void CCrypto::Exit()
     m_mutex.Unlock();
 }
 
+namespace
+{
+// What a fork() of this thread holds.
+thread_local CMutex* t_pmutexOfFork = nullptr;
+}  // namespace
+
+void CCrypto::LockForFork()
+{
+    CCrypto* const pInstance = __atomic_load_n(&ms_pInstance, __ATOMIC_ACQUIRE);
+    if (pInstance == nullptr) return;
+    t_pmutexOfFork = &pInstance->m_mutex;
+    t_pmutexOfFork->Lock();
+}
+
+void CCrypto::UnlockInParent()
+{
+    if (t_pmutexOfFork != nullptr) t_pmutexOfFork->Unlock();
+    t_pmutexOfFork = nullptr;
+}
+
+// The owner of a recursive mutex is a thread of the parent, which this one is not: it cannot unlock, but is alone.
+void CCrypto::UnlockInChild()
+{
+    if (t_pmutexOfFork != nullptr) new (t_pmutexOfFork) CMutex;
+    t_pmutexOfFork = nullptr;
+}
+
 QvResult CCrypto::InitializeCCrypto()
 {
+    // Once for all start-ups; without the memory for it a later one tries again.
+    static bool s_bForksAreSafe = false;
+    if (!s_bForksAreSafe) s_bForksAreSafe = pthread_atfork(LockForFork, UnlockInParent, UnlockInChild) == 0;
     uint8_t auDropped[40];
     CSecurePrng::Generate(sizeof(auDropped), auDropped);
     return QV_RES_OK;

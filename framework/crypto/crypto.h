@@ -7,13 +7,23 @@
 
 /// The lock under which the cryptographic modules keep what they share: the state of the random generator.
 ///
-/// Threads    Enter() and Exit() from any thread, in pairs and not nested.
-/// Lifetime   Made on first use, gone with the shut-down of the framework.
+/// - **Threads:** Enter() and Exit() from any thread, in pairs and not nested. A fork() takes the lock meanwhile, so
+///   that the child finds it free.
+/// - **Lifetime:** Made on first use, gone with the shut-down of the framework; Instance() outside ends the process.
 class QV_EXPORT CCrypto : public CSingleton<CCrypto>
 {
 public:
     CCrypto();
     ~CCrypto() override;
+
+    /// Ends the process in the name of the class that wants the lock while there cannot be one.
+    QV_HIDDEN static void RequireUp(const char* pszClass) { orvel_internal::RequireUp(ms_pmutex, pszClass); }
+    /// The instance, created by the first call.
+    QV_HIDDEN static CCrypto* Instance()
+    {
+        RequireUp("CCrypto");
+        return CSingleton<CCrypto>::Instance();
+    }
 
     void Enter();
     void Exit();
@@ -24,6 +34,10 @@ public:
     static void FinalizeCCrypto();
 
 private:
+    QV_HIDDEN static void LockForFork();
+    QV_HIDDEN static void UnlockInParent();
+    QV_HIDDEN static void UnlockInChild();
+
     CMutex m_mutex;
 };
 

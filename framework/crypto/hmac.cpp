@@ -1,6 +1,7 @@
 #include "framework/crypto/hmac.h"
 
 #include "framework/crypto/digest.h"
+#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSha1MacBremoFw) == 184, "field order and widths are the binary interface");
 static_assert(sizeof(CSha1Mac) == 192, "the interface, then the implementation");
@@ -53,13 +54,18 @@ CSha1MacBremoFw::CSha1MacBremoFw()
     memset(m_auOuterPad, 0, sizeof(m_auOuterPad));
 }
 
-CSha1MacBremoFw::~CSha1MacBremoFw() = default;
+// The pad gives the key away, and so does a digest that began with the other one.
+CSha1MacBremoFw::~CSha1MacBremoFw()
+{
+    explicit_bzero(m_auOuterPad, sizeof(m_auOuterPad));
+    m_sha1.Wipe();
+}
 
 QvResult CSha1MacBremoFw::Begin(const uint8_t* puKey, unsigned int uKeySize)
 {
     if (puKey == nullptr) return QV_RES_FAIL;
-    uint8_t auInnerPad[uBLOCK_SIZE];
-    return HMacReset(puKey, uKeySize, &m_sha1, uBLOCK_SIZE, auInnerPad, m_auOuterPad);
+    orvel_internal::CWiped<uint8_t[uBLOCK_SIZE]> auInnerPad;
+    return HMacReset(puKey, uKeySize, &m_sha1, uBLOCK_SIZE, *auInnerPad, m_auOuterPad);
 }
 
 QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
@@ -70,8 +76,8 @@ QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
 QvResult CSha1MacBremoFw::End(uint8_t* puDigest)
 {
     if (puDigest == nullptr) return QV_RES_FAIL;
-    uint8_t auInnerDigest[uBLOCK_SIZE];
-    return HMacResult(&m_sha1, uBLOCK_SIZE, auInnerDigest, m_auOuterPad, puDigest);
+    orvel_internal::CWiped<uint8_t[uBLOCK_SIZE]> auInnerDigest;
+    return HMacResult(&m_sha1, uBLOCK_SIZE, *auInnerDigest, m_auOuterPad, puDigest);
 }
 
 QvResult CSha1MacBremoFw::Begin(const CBlob* pblobKey)

@@ -18,6 +18,8 @@
 /// Compare codes in constant time, not with memcmp(), where an attacker can measure.
 ///
 /// Threads    No locking: one thread at a time per object.
+/// Secrecy    Begin() and End() leave nothing of the key in the memory they worked in; what the object holds of it is
+///            wiped when the object is destroyed. The caller's key is the caller's.
 /// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage (capacity 0) counts as a null raw
 ///            pointer.
 class QV_EXPORT CHMac

@@ -6,6 +6,7 @@
 #include "framework/crypto/hmac.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
+#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSecurePrng) == 8, "no instance data");
 
@@ -17,6 +18,15 @@ bool CSecurePrngBremoFw::ms_bInitialized = false;
 namespace
 {
 constexpr unsigned int g_uBlockSize = 20;
+
+class CGeneratorLock
+{
+public:
+    CGeneratorLock() { CSecurePrngBremoFw::Lock(); }
+    ~CGeneratorLock() { CSecurePrngBremoFw::Unlock(); }
+    CGeneratorLock(const CGeneratorLock&) = delete;
+    CGeneratorLock& operator=(const CGeneratorLock&) = delete;
+};
 
 void IncrementCounter(uint8_t* puCounter)
 {
@@ -33,18 +43,18 @@ QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
 {
     InitializeSeed();
     if (puOut == nullptr) return QV_RES_INVALID_ARGUMENT;
-    Lock();
-    CSha1Mac mac;
+    const CGeneratorLock lock;
+    orvel_internal::CWiped<CSha1Mac> mac;
     QvResult res = QV_RES_OK;
     while (ms_uBytesRemaining < uSize && res >= 0)
     {
         memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
         puOut += ms_uBytesRemaining;
         uSize -= ms_uBytesRemaining;
-        res = mac.Begin(ms_auSeed, sizeof(ms_auSeed));
+        res = mac->Begin(ms_auSeed, sizeof(ms_auSeed));
         IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
-        if (res >= 0) res = mac.Update(ms_auCurrentBytes, sizeof(ms_auCurrentBytes));
-        if (res >= 0) res = mac.End(ms_auCurrentBytes);
+        if (res >= 0) res = mac->Update(ms_auCurrentBytes, sizeof(ms_auCurrentBytes));
+        if (res >= 0) res = mac->End(ms_auCurrentBytes);
         ms_uBytesRemaining = g_uBlockSize;
     }
     if (res >= 0)
@@ -52,7 +62,6 @@ QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
         memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
         ms_uBytesRemaining -= uSize;
     }
-    Unlock();
     return res;
 }
 
@@ -69,13 +78,12 @@ QvResult CSecurePrngBremoFw::SetSeed(unsigned int uSize, uint8_t* puSeed)
 {
     if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
     if (uSize == 0) return QV_RES_FAIL;
-    Lock();
-    CSha1 sha1;
-    QvResult res = sha1.Begin();
-    if (res >= 0) res = sha1.Update(puSeed, uSize);
-    if (res >= 0) res = sha1.End(ms_auCurrentBytes);
+    const CGeneratorLock lock;
+    orvel_internal::CWiped<CSha1> sha1;
+    QvResult res = sha1->Begin();
+    if (res >= 0) res = sha1->Update(puSeed, uSize);
+    if (res >= 0) res = sha1->End(ms_auCurrentBytes);
     if (res >= 0) __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
-    Unlock();
     return res;
 }
 
@@ -95,16 +103,16 @@ void CSecurePrngBremoFw::InitializeSeed()
 {
     // Pairs with the releases: a thread that sees the flag sees the seed.
     if (__atomic_load_n(&ms_bInitialized, __ATOMIC_ACQUIRE)) return;
-    Lock();
+    const CGeneratorLock lock;
     if (!ms_bInitialized && CSecureSeed::GenerateSeed(ms_auSeed) >= 0)
     {
         __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
     }
-    Unlock();
 }
 
 void CSecurePrngBremoFw::Lock()
 {
+    CCrypto::RequireUp("CSecurePrng");
     CCrypto::Instance()->Enter();
 }
 

@@ -2,6 +2,8 @@
 #define FRAMEWORK_CRYPTO_SECURE_PRNG_H
 #include <stdint.h>
 
+#include <type_traits>
+
 #include "framework/basic/blob.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
@@ -36,12 +38,13 @@ public:
     static QvResult InitializeCSecurePrngBremoFw();
     static void FinalizeCSecurePrngBremoFw();
 
-protected:
     /// Gathers the seed if there is none.
     static void InitializeSeed();
+    /// The crypto lock: CCrypto::Enter() and CCrypto::Exit() of the one instance.
     static void Lock();
     static void Unlock();
 
+protected:
     /// The key.
     static uint8_t ms_auSeed[20];
     /// The block that is being handed out, and behind it the block counter.
@@ -58,12 +61,15 @@ protected:
 ///
 /// It seeds itself on the first draw after start-up, see CSecureSeed.
 ///
-/// FORK       The state is the process's: after fork() the child would draw the very bytes that its parent draws. A
-///            child that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no
-///            other thread running; it then gathers a seed of its own.
+/// **FORK:** The state is the process's: after fork() the child would draw the very bytes that its parent draws. A
+/// child that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no other
+/// thread running; it then gathers a seed of its own. A fork() waits until no thread of the parent draws, so that the
+/// child never finds the generator locked or half changed. (That of vfork() or a clone() of one's own does not wait.)
 ///
-/// Threads    Any thread; a draw holds the crypto lock (CCrypto).
-/// Lifetime   Between the start-up and the shut-down of the framework.
+/// - **Threads:** Any thread; a draw holds the crypto lock (CCrypto). A thread that is cancelled in its first draw,
+///   where it may wait for a device, leaves the lock free and the generator as it was.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework; a draw outside ends the process.
+/// - **Secrecy:** A draw leaves nothing of the generator's state in the memory that it took, but in the state itself.
 class QV_EXPORT CSecurePrng : public CSecurePrngBremoFw
 {
 public:
@@ -76,7 +82,12 @@ public:
     /// QV_RES_OK                they are written
     /// QV_RES_INVALID_ARGUMENT  puOut is null; the generator is seeded all the same
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);
-    using CSecurePrngBremoFw::Generate;
+    /// The form for blobs. A template, so that Generate(5, nullptr) means the form above.
+    template <typename T, std::enable_if_t<std::is_convertible_v<T*, CBlob*>, int> = 0>
+    QV_HIDDEN static QvResult Generate(unsigned int uSize, T* pblobOut)
+    {
+        return CSecurePrngBremoFw::Generate(uSize, pblobOut);
+    }
 };
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CSecurePrngBremoFw.

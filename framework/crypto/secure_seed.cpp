@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
+#include <sys/random.h>
 #include <sys/select.h>
 #include <time.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <atomic>
 
 #include "framework/crypto/sha1.h"
+#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSecureSeed) == 8, "no instance data");
 
@@ -43,10 +45,32 @@ bool WaitReadable(int nDescriptor, timeval& rTimeout)
     return nReady > 0;
 }
 
+// Closes the descriptor also when the thread is cancelled, which it may be in every call here.
+class CDevice
+{
+public:
+    explicit CDevice(const char* pszDevice)
+        : m_nDescriptor(open(pszDevice, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW))
+    {
+    }
+    ~CDevice()
+    {
+        if (m_nDescriptor >= 0) close(m_nDescriptor);
+    }
+    CDevice(const CDevice&) = delete;
+    CDevice& operator=(const CDevice&) = delete;
+
+    int Descriptor() const { return m_nDescriptor; }
+
+private:
+    const int m_nDescriptor;
+};
+
 // Appends what a device gives to the uGathered bytes of puBuffer; returns how many there are then.
 unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int uGathered)
 {
-    const int nDescriptor = open(pszDevice, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW);
+    const CDevice device(pszDevice);
+    const int nDescriptor = device.Descriptor();
     if (nDescriptor < 0) return uGathered;
     timeval timeout;
     SetZero(timeout);
@@ -64,17 +88,27 @@ unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int u
         const bool bNothing = nRead <= 0 && errno != EINTR && errno != EAGAIN;
         bGoOn = !bNothing && !IsZero(timeout) && uGathered < g_uDeviceBytes;
     }
-    close(nDescriptor);
     return uGathered;
 }
 
-void GatherFromDevices(uint8_t* puBuffer)
+// The kernel's own randomness, for which no descriptor and no device is needed. It never waits: a kernel that has just
+// come up gives what its devices would give.
+void GatherFromKernel(uint8_t* puBuffer, size_t uSize)
+{
+    for (const unsigned int uFlags : {unsigned{GRND_NONBLOCK}, unsigned{GRND_INSECURE}})
+    {
+        if (getrandom(puBuffer, uSize, uFlags) == static_cast<ssize_t>(uSize)) return;
+    }
+}
+
+void GatherDeviceBytes(uint8_t* puBuffer)
 {
     unsigned int uGathered = 0;
     for (const char* pszDevice : {"/dev/urandom", "/dev/random", "/dev/srandom"})
     {
         if (uGathered < g_uDeviceBytes) uGathered = GatherFrom(pszDevice, puBuffer, uGathered);
     }
+    if (uGathered < g_uDeviceBytes) GatherFromKernel(puBuffer + uGathered, g_uDeviceBytes - uGathered);
 }
 
 template <typename T>
@@ -91,22 +125,23 @@ CSecureSeedBremoFw::~CSecureSeedBremoFw() = default;
 QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
 {
     if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
-    CSha1 sha1;
-    const QvResult res = sha1.Begin();
+    // What it has hashed is the seed itself.
+    orvel_internal::CWiped<CSha1> sha1;
+    const QvResult res = sha1->Begin();
     if (res < 0) return res;
     const pid_t nProcessId = getpid();
-    uint8_t auDeviceBytes[g_uDeviceBytes] = {};
-    GatherFromDevices(auDeviceBytes);
+    orvel_internal::CWiped<uint8_t[g_uDeviceBytes]> auDeviceBytes;
+    memset(*auDeviceBytes, 0, g_uDeviceBytes);
+    GatherDeviceBytes(*auDeviceBytes);
     // A step that fails is the last one; the seed is made of what was hashed by then.
-    if (sha1.Update(auDeviceBytes, sizeof(auDeviceBytes)) >= 0 &&
-        UpdateFromValue(sha1, static_cast<int64_t>(nProcessId)) >= 0 &&
-        UpdateFromValue(sha1, static_cast<uint64_t>(getuid())) >= 0 &&
-        UpdateFromValue(sha1, static_cast<int64_t>(time(nullptr))) >= 0)
+    if (sha1->Update(*auDeviceBytes, g_uDeviceBytes) >= 0 &&
+        UpdateFromValue(*sha1, static_cast<int64_t>(nProcessId)) >= 0 &&
+        UpdateFromValue(*sha1, static_cast<uint64_t>(getuid())) >= 0 &&
+        UpdateFromValue(*sha1, static_cast<int64_t>(time(nullptr))) >= 0)
     {
-        UpdateFromValue(sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
+        UpdateFromValue(*sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
     }
-    explicit_bzero(auDeviceBytes, sizeof(auDeviceBytes));
-    return sha1.End(puSeed);
+    return sha1->End(puSeed);
 }
 
 QvResult CSecureSeedBremoFw::InitializeCSecureSeedBremoFw()

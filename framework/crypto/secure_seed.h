@@ -25,12 +25,15 @@ protected:
     static unsigned int ms_uCounter;
 };
 
-/// Gathers seeds: SHA-1 over 32 bytes from /dev/urandom, /dev/random and /dev/srandom (zeros where they give none), the
-/// process and user identifiers, the time of day and a counter. Without any device the seed is no secret, yet no two
-/// are alike in one process.
+/// Gathers seeds: SHA-1 over 32 bytes from /dev/urandom, /dev/random and /dev/srandom, the process and user
+/// identifiers, the time of day and a counter. What the devices do not give (in a directory tree without them, in a
+/// process without a free descriptor) comes from getrandom(), which needs neither.
 ///
-/// Threads    Any thread.
-/// Cost       System calls; a device that does not answer costs up to 10 ms.
+/// - **Threads:** Any thread, which may be cancelled meanwhile.
+/// - **Cost:** System calls; a device that does not answer costs up to 10 ms.
+/// - **Secrecy:** Nothing of a seed stays in the memory that gathering it took. Where the devices give nothing and the
+///   system has no getrandom() either (a filter forbids it, or the kernel is older than 3.17) the seed is no secret,
+///   though no two are alike in one process.
 class QV_EXPORT CSecureSeed : public CSecureSeedBremoFw
 {
 public:

@@ -58,6 +58,12 @@ unsigned int CSha1BremoFw::GetSizeInBytes()
     return 20;
 }
 
+void CSha1BremoFw::Wipe()
+{
+    explicit_bzero(m_auState, sizeof(m_auState));
+    explicit_bzero(m_auBlock, sizeof(m_auBlock));
+}
+
 void CSha1BremoFw::Reset()
 {
     m_auState[0] = 0x67452301;

@@ -21,6 +21,10 @@ public:
     unsigned int GetSizeInBytes();
 
 private:
+    friend class CSha1MacBremoFw;
+
+    /// Leaves nothing of the message, nor of the digest.
+    QV_HIDDEN void Wipe();
     void Reset();
     void Input(const uint8_t* puData, unsigned int uSize);
     void ProcessMsgBlock();

@@ -32,6 +32,12 @@ void LoadSchedule(uint32_t (&auSchedule)[g_uScheduleSize], const uint8_t* puBloc
     for (size_t u = 0; u < g_uScheduleSize; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
 }
 
+// Its last words give all others away, and with them the block, which may have been a key.
+void WipeSchedule(uint32_t (&auSchedule)[g_uScheduleSize])
+{
+    explicit_bzero(auSchedule, sizeof(auSchedule));
+}
+
 uint32_t Choose(uint32_t x, uint32_t y, uint32_t z)
 {
     return ((y ^ z) & x) ^ z;
@@ -88,9 +94,9 @@ uint32_t Sha256Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
 
 void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
+    uint32_t w[g_uScheduleSize];
     for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
     {
-        uint32_t w[g_uScheduleSize];
         LoadSchedule(w, puBlocks);
         uint32_t s[5];
         memcpy(s, puState, sizeof(s));
@@ -100,13 +106,14 @@ void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCoun
         Sha1TwentyRounds<Parity, 0xca62c1d6>(s, w, 60);
         for (unsigned int u = 0; u < 5; ++u) puState[u] += s[u];
     }
+    WipeSchedule(w);
 }
 
 void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
+    uint32_t w[g_uScheduleSize];
     for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
     {
-        uint32_t w[g_uScheduleSize];
         LoadSchedule(w, puBlocks);
         uint32_t s[8];
         memcpy(s, puState, sizeof(s));
@@ -122,5 +129,6 @@ void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCo
         }
         for (unsigned int u = 0; u < 8; ++u) puState[u] += s[u];
     }
+    WipeSchedule(w);
 }
 }  // namespace orvel_internal

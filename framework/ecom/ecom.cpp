@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/mutex.h"
 
 static_assert(sizeof(SEComClsInfo) == 16, "field order and widths are the binary interface");
@@ -17,6 +18,8 @@ alignas(CRegistry) unsigned char g_auRegistry[sizeof(CRegistry)];
 CRegistry* g_pRegistry = nullptr;
 alignas(CMutex) unsigned char g_auMutex[sizeof(CMutex)];
 CMutex* g_pmutex = nullptr;
+
+using orvel_internal::RequireUp;
 
 // Null if there is no such class. The caller holds the mutex.
 const SEComClsInfo* Find(const SEComGuid* pClsid)
@@ -34,7 +37,7 @@ const SEComClsInfo* Find(const SEComGuid* pClsid)
 
 QvResult CreateObject(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown, CEComUnknown*& rpObject)
 {
-    const CMutexGuard guard(g_pmutex);
+    const CMutexGuard guard(RequireUp(g_pmutex, "CreateEComInstance()"));
     const SEComClsInfo* const pstInfo = Find(pClsid);
     if (pstInfo == nullptr) return QV_RES_CLASS_NOT_REGISTERED;
     const QvResult res = pstInfo->pfnCreateInstance(pOuterUnknown, &rpObject);
@@ -66,7 +69,7 @@ QvResult RegisterECom(const SEComGuid* pClsid,
                       QvResult (*pfnCreateInstance)(IEComUnknown* pOuterUnknown, CEComUnknown** ppCEComUnknown))
 {
     if (pClsid == nullptr || pfnCreateInstance == nullptr) return QV_RES_INVALID_ARGUMENT;
-    const CMutexGuard guard(g_pmutex);
+    const CMutexGuard guard(RequireUp(g_pmutex, "RegisterECom()"));
     if (Find(pClsid) != nullptr) return QV_RES_ALREADY_EXISTS;
     return g_pRegistry->Append({pClsid, pfnCreateInstance});
 }
@@ -74,7 +77,7 @@ QvResult RegisterECom(const SEComGuid* pClsid,
 QvResult UnregisterECom(const SEComGuid* pClsid)
 {
     if (pClsid == nullptr) return QV_RES_INVALID_ARGUMENT;
-    const CMutexGuard guard(g_pmutex);
+    const CMutexGuard guard(RequireUp(g_pmutex, "UnregisterECom()"));
     const SEComClsInfo* const pstInfo = Find(pClsid);
     if (pstInfo == nullptr) return QV_RES_INVALID_STATE;
     g_pRegistry->Erase(static_cast<unsigned int>(pstInfo - g_pRegistry->begin()));

@@ -17,7 +17,8 @@
 /// Ownership  The registry keeps pointers to identifiers. Objects belong to those who hold references to them.
 /// Threads    All functions, from any thread. Creation functions run under the registry's recursive mutex: they may
 ///            create and register, but must not wait for another thread that does.
-/// Lifetime   Between the start-up and the shut-down of the framework, which forgets all registrations.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all registrations.
+///   Registering, unregistering and creating outside it end the process. Objects may live on.
 /// Cost       Registration and creation search linearly, in the order of registration.
 
 /// Makes an object with a reference count of 1, aggregated into *pOuterUnknown unless that is null.

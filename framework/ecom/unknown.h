@@ -47,7 +47,10 @@ public:
 ///     new -> count 1 -> InitializeInstance() -> in use -> count 0 -> UninitializeInstance() -> delete
 ///
 /// Ownership  The object deletes itself when its last reference goes: create it with new.
-/// Threads    Counting, from any thread. The object ends in the thread that drops the last reference, under no lock.
+/// - **Threads:** Counting, from any thread. The count changes under the object's mutex, the last release included;
+///   only a process of one thread leaves the lock out. So a cache need not count what it knows: under a lock of its
+///   own, which UninitializeInstance() takes to remove the entry, it may add a reference, and an answer of 1 tells it
+///   that the object is ending. The object ends in the thread that drops the last reference, under no lock.
 /// Source     Aggregation follows the usual component object models.
 class QV_EXPORT CEComUnknown : public IEComNonDelegatingUnknown
 {
@@ -80,11 +83,6 @@ public:
     unsigned int GetReferenceCount() const;
 
 private:
-    QV_HIDDEN const CMutex* MutexUnlessEnding() const;
-    QV_HIDDEN const CMutex* MutexUnlessLast() const;
-    QV_HIDDEN unsigned int PeekCount() const;
-    QV_HIDDEN unsigned int SetCount(unsigned int uCount);
-
     CMutex m_mutex;
     unsigned int m_uReferenceCount;
 };

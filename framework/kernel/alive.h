@@ -21,8 +21,9 @@
 ///     unborn -----------> activating -------------> alive -------------------> dead -----------> activating
 ///
 /// Ownership  The object must live until its thread has ended. A derived class ends its behaviour and calls Join() in
-///            its destructor, while its members are still there. Behavior() may itself "delete this": nothing is
-///            touched afterwards, and BehaviorTerminating() is not called.
+///            its destructor, while its members are still there. Behavior() may itself "delete this", provided that
+///            no other thread can be in a member then: nothing is touched afterwards, and BehaviorTerminating() is
+///            not called.
 /// Threads    Activate() and the three queries from any thread.
 /// Lifetime   As of CThread.
 class QV_EXPORT CAliveObj : public CThread

@@ -1,5 +1,6 @@
 #include "framework/kernel/assertion.h"
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/unused_parameter.h"
 
 static_assert(sizeof(SAssertFailHandler) == 16, "returned by value in two registers");
@@ -22,8 +23,9 @@ SAssertCallStackTraceHandler g_stCallStackTrace;
 SAssertFinalBehaviorHandler g_stFinalBehavior;
 
 template <typename Handler>
-Handler Replace(Handler& rstCurrent, const Handler* pstNew, const Handler& rstDefault)
+Handler Replace(Handler* pstCurrent, const Handler* pstNew, const Handler& rstDefault)
 {
+    Handler& rstCurrent = *orvel_internal::RequireUp(pstCurrent, "QvAssertSetNew...Handler()");
     const Handler stPrevious = rstCurrent;
     rstCurrent = pstNew != nullptr && pstNew->pfnHandler != nullptr ? *pstNew : rstDefault;
     return stPrevious;
@@ -43,22 +45,22 @@ void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFile, int n
 
 SAssertFailHandler QvAssertSetNewFailHandler(SAssertFailHandler* pstHandler)
 {
-    return Replace(*g_pstAssertFailHandler, pstHandler, g_stDefaultFail);
+    return Replace(g_pstAssertFailHandler, pstHandler, g_stDefaultFail);
 }
 
 SAssertTraceHandler QvAssertSetNewTraceHandler(SAssertTraceHandler* pstHandler)
 {
-    return Replace(*g_pstAssertTraceHandler, pstHandler, g_stDefaultTrace);
+    return Replace(g_pstAssertTraceHandler, pstHandler, g_stDefaultTrace);
 }
 
 SAssertCallStackTraceHandler QvAssertSetNewCallStackTraceHandler(SAssertCallStackTraceHandler* pstHandler)
 {
-    return Replace(*g_pstAssertCallStackTraceHandler, pstHandler, g_stDefaultCallStackTrace);
+    return Replace(g_pstAssertCallStackTraceHandler, pstHandler, g_stDefaultCallStackTrace);
 }
 
 SAssertFinalBehaviorHandler QvAssertSetNewFinalBehaviorHandler(SAssertFinalBehaviorHandler* pstHandler)
 {
-    return Replace(*g_pstAssertFinalBehaviorHandler, pstHandler, g_stDefaultFinalBehavior);
+    return Replace(g_pstAssertFinalBehaviorHandler, pstHandler, g_stDefaultFinalBehavior);
 }
 
 QvResult InitializeQvAssert()

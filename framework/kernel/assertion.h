@@ -8,7 +8,7 @@
 ///
 /// Ownership  The registry copies what it is given; uOpaque is handed back to the handler and means nothing here.
 /// Threads    No locking: set the handlers during start-up, before other threads use the framework.
-/// Lifetime   Only between InitializeQvAssert() and FinalizeQvAssert(); a setter called outside dereferences null.
+/// - **Lifetime:** Only between InitializeQvAssert() and FinalizeQvAssert(); a setter called outside ends the process.
 
 /// Called with the record's uOpaque and what the assertion site reports about itself.
 typedef void (*PFNAssertFailHandler)(unsigned int uOpaque, const char* pszFile, int nLine, const char* pszFunction,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/mutex.h"
 
 namespace
@@ -41,8 +42,8 @@ bool Grow()
 
 void RegisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque)
 {
-    if (g_pmutex == nullptr || pfnObserver == nullptr) return;
-    const CMutexGuard guard(g_pmutex);
+    const CMutexGuard guard(orvel_internal::RequireUp(g_pmutex, "RegisterEventObserver()"));
+    if (pfnObserver == nullptr) return;
     if (Find(pfnObserver, pOpaque) != g_pstTable + g_uCount) return;
     if (g_uCount == g_uCapacity && !Grow()) return;
     g_pstTable[g_uCount++] = {pfnObserver, pOpaque};

@@ -19,8 +19,8 @@
 /// Ownership  pOpaque is borrowed: unregister before what it points to goes.
 /// Threads    From any thread. The module's mutex is held while observers run, so observers are brief, and wait for no
 ///            thread that may notify. They may themselves register, unregister and notify, on the same thread.
-/// Lifetime   Between the start-up and the shut-down of the framework, which forgets all observers; outside it nothing
-///            happens.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all observers. Registering
+///   outside it ends the process; unregistering and announcing do nothing there, as nobody is registered.
 /// Cost       The table grows by one entry, and is copied, for each registration beyond the most there ever were.
 
 /// What has happened, and what goes with it. The library itself announces nothing; applications announce these, and

@@ -78,6 +78,23 @@ void FinalizeFirstDown()
         }
     }
 }
+
+// Takes down the stages that were reached, whether a later one fails or throws.
+class CStartUp
+{
+public:
+    ~CStartUp()
+    {
+        if (!m_bComplete) CFrameworkInitializer::PartialFinalize(static_cast<EStage>(m_nReached));
+    }
+
+    void Reach(EStage eStage) { m_nReached = eStage; }
+    void Complete() { m_bComplete = true; }
+
+private:
+    int m_nReached = 0;
+    bool m_bComplete = false;
+};
 }  // namespace
 
 QvResult CFrameworkInitializer::Initialize()
@@ -85,17 +102,14 @@ QvResult CFrameworkInitializer::Initialize()
     QvResult res = QV_RES_OK;
     if (ms_uInitializationCount == 0)
     {
-        int nReached = 0;
+        CStartUp startUp;
         for (const SStage& rstStage : g_astStages)
         {
             res = rstStage.pfnInitialize();
-            if (res < 0)
-            {
-                PartialFinalize(static_cast<EFinalizeFrom>(nReached));
-                return res;
-            }
-            nReached = rstStage.eStage;
+            if (res < 0) return res;
+            startUp.Reach(rstStage.eStage);
         }
+        startUp.Complete();
     }
     ++ms_uInitializationCount;
     orvel_internal::NoteFrameworkUp();

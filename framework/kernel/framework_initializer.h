@@ -45,9 +45,12 @@ public:
 
     /// Brings every module up on the first call; later calls only count. On a failure what came up is taken down again,
     /// and the count stays.
-    /// QV_RES_OK    the framework is up
-    /// QV_RES_FAIL  the operating system has no key for thread-specific data left
-    /// What operator new throws passes through. Then nothing is taken down: treat it as fatal.
+    /// - `QV_RES_OK`: the framework is up.
+    /// - `QV_RES_FAIL`: the operating system has no key for thread-specific data left.
+    ///
+    /// What operator new throws passes through, after what came up was taken down again as after a failure: it may be
+    /// tried again. Memory that is short without an exception does not end start-up: CAes then offers fewer modes, and
+    /// the system's time zone is UTC.
     static QvResult Initialize();
 
     /// Takes everything down when it matches the first Initialize(). Waits until every thread started through the

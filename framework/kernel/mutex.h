@@ -25,9 +25,6 @@ public:
     void Unlock() const { pthread_mutex_unlock(&m_mutex); }
     /// Takes the lock if that needs no waiting; false when another thread holds it.
     bool TryLock() const { return pthread_mutex_trylock(&m_mutex) == 0; }
-    /// Whether no thread holds the lock. For a caller that knows that no other thread will take it any more: true then
-    /// means that the last one has left Unlock(), so that the mutex may be destroyed.
-    QV_HIDDEN bool IsOpen() const { return __atomic_load_n(&m_mutex.__data.__lock, __ATOMIC_ACQUIRE) == 0; }
 
 private:
     mutable pthread_mutex_t m_mutex;

@@ -15,7 +15,6 @@ public:
     static QvResult InitializeCSingletonBase();
     static void FinalizeCSingletonBase();
 
-protected:
     alignas(CMutex) static unsigned char ms_auMutex[sizeof(CMutex)];
     /// Null while the module is finalised.
     static CMutex* ms_pmutex;
@@ -42,13 +41,14 @@ public:
     /// Deletes the instance, if there is one; a later Instance() makes a new one.
     static void DestroyInstance();
 
+    /// Null when there is none.
+    static T* ms_pInstance;
+
 protected:
     CSingleton() {}
     virtual ~CSingleton() {}
     CSingleton(const CSingleton&) = delete;
     CSingleton& operator=(const CSingleton&) = delete;
-
-    static T* ms_pInstance;
 };
 
 template <typename T>

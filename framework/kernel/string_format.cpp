@@ -11,6 +11,7 @@
 #include <new>
 #include <type_traits>
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/unused_parameter.h"
 
@@ -113,7 +114,7 @@ int QvSnprintf(char* pszBuf, int nSize, const char* pszFormat, ...)
 
 int QvStrErrorReentrant(char* pszBuf, int nSize, int nErrno)
 {
-    const CMutexGuard guard(g_pmutex);
+    const CMutexGuard guard(orvel_internal::RequireUp(g_pmutex, "QvStrErrorReentrant()"));
     return QvSnprintf(pszBuf, nSize, "%s", strerror(nErrno));
 }
 

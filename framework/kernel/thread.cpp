@@ -9,7 +9,32 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/unused_parameter.h"
+
+// Three lifetimes meet here. The object (CThread) is the application's. A run lasts from StartThread() until the record
+// of its thread is freed, and m_semRun is taken for exactly that long: so whoever gets the semaphore finds no run under
+// way, at most one that has ended and is not joined yet. The record (STsd) is its thread's, which frees it at its end;
+// what is left at shut-down, of threads of the application, FinalizeTsd() frees.
+//
+//   who                         when                         may touch
+//   starter                     holds m_semRun               everything, until pthread_create(); then nothing: the run
+//                                                            may destroy the object. When there is no thread, it gives
+//                                                            the semaphore back
+//   the run, on its thread      the run has m_semRun         its handle, state, exit code; detaches itself, if at all,
+//                                                            while nobody can be joining it
+//   FreeTsdCallback()           end of the thread            gives m_semRun back: the last that the run does with the
+//                                                            object
+//   joiner, next starter        holds m_semRun               joins the handle and clears it, state
+//   anybody                     any time                     reads state, identifier and exit code, which are atomic
+//
+// So the handle has one user at a time, always under m_semRun; a joiner that waits for the end of a thread keeps the
+// others waiting at the semaphore. The object may be gone as soon as the run has given the semaphore back, and at once
+// when it was destroyed on its own thread: t_stSelf.pThread and the record's pThread are null from then on.
+//
+// A run is counted until its record is gone, or, without one, until its function has ended. The shut-down waits for
+// that count and not for the threads, which are a few instructions from their end then: for their sake the library is
+// never unloaded.
 
 static_assert(sizeof(CThread) == 224, "field order and widths are the binary interface");
 
@@ -51,18 +76,13 @@ struct SSelf
     // reference to the key back: the key may be deleted meanwhile, and another one made in its place.
     const void* pvDyingValue;
     unsigned int uDyingKey;
-    // The last thread that this one has started: only its starter has its handle before it runs.
-    const CThread* pStarted;
-    unsigned int uStartedId;
-    unsigned int uStartedUp;
-    pthread_t hStarted;
 };
 thread_local SSelf t_stSelf = {};
 
-// How often the module has come up: identifiers begin anew each time.
-unsigned int g_uTimesUp = 0;
+// Whether all identifiers have been handed out once, so that some may still be in use.
+bool g_bIdsAgain = false;
 
-// With acquire and release order: a thread that sees a state or a claim sees what was stored before it.
+// With acquire and release order: a thread that sees a state sees what was stored before it.
 unsigned int Load(const unsigned int& ruField)
 {
     return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(ruField)).load(std::memory_order_acquire);
@@ -95,12 +115,13 @@ public:
         m_pTsd = GetCurrentTsd();
         if (m_pTsd == nullptr) return;
         m_pTsd->pThread = pThread;
-        m_pTsd->uId = pThread->GetId();
+        Store(m_pTsd->uId, pThread->GetId());
         m_pTsd->bCounted = true;
     }
     ~CRun()
     {
-        // The system frees what it holds under the key. What it does not hold has nobody else to see to its end.
+        if (m_pTsd == nullptr) AdoptLateRecord();
+        // The system frees the record that it holds under the key. What it does not hold is freed here.
         if (m_pTsd == nullptr) EndWithoutRecord();
         else if (PeekTsd() != m_pTsd) FreeTsdCallback(m_pTsd);
     }
@@ -108,6 +129,16 @@ public:
     CRun& operator=(const CRun&) = delete;
 
 private:
+    // There was no memory for a record at first, but later, when the function asked for a value of its thread. The run
+    // lasts until that record is freed, which is not before the values in it are destroyed.
+    void AdoptLateRecord()
+    {
+        m_pTsd = PeekTsd();
+        if (m_pTsd == nullptr) return;
+        m_pTsd->pThread = t_stSelf.pThread;
+        m_pTsd->bCounted = true;
+    }
+
     static void EndWithoutRecord()
     {
         CThread* const pThread = t_stSelf.pThread;
@@ -128,7 +159,6 @@ CThread::CThread()
       m_uExitCode(0),
       m_semRun(CBinarySemaphore::eFREE, true),
       m_ePriority(eNORMAL),
-      m_uReaping(0),
       m_hThread(0)
 {
 }
@@ -149,14 +179,12 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
 {
     QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uStackSize);
     if (static_cast<unsigned int>(ePriority) >= g_uPriorityCount) return QV_RES_INVALID_ARGUMENT;
+    orvel_internal::RequireUp(ms_pmutex, "CThread");
+    // The shut-down has waited for the last thread already, and destroys values: nobody would wait for another one.
+    if (!g_bHasKey) return QV_RES_THREAD_CREATE_FAILED;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
-    while (GetState() != eIDLE)  // somebody else has started a run since
-    {
-        m_semRun.Signal(true);
-        Join(nullptr);
-        m_semRun.Wait();
-    }
+    Reap();  // what somebody else has started since, and has ended
     SetState(eSTARTING);
     Store(m_uId, NextThreadId());
     m_pfnThread = pfn;
@@ -176,18 +204,10 @@ QvResult CThread::Create()
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     const QvResult res = SetScheduling(attributes, g_astScheduling[m_ePriority]);
-    const unsigned int uId = GetId();
-    pthread_t hThread;
-    if (pthread_create(&hThread, &attributes, ThreadEntry, this) == 0)
-    {
-        t_stSelf.pStarted = this;
-        t_stSelf.uStartedId = uId;
-        t_stSelf.uStartedUp = g_uTimesUp;
-        t_stSelf.hStarted = hThread;
-        return res;
-    }
-    SetState(eIDLE);
+    pthread_t hUnused;
+    if (pthread_create(&hUnused, &attributes, ThreadEntry, this) == 0) return res;
     m_hThread = 0;
+    SetState(eIDLE);
     m_semRun.Signal(false);
     CountEnd();
     return QV_RES_THREAD_CREATE_FAILED;
@@ -201,11 +221,11 @@ QvResult CThread::Join(unsigned int* puExitCode)
         Detach();
         return QV_RES_THREAD_JOIN_SELF;
     }
-    while (GetState() != eIDLE && !Reap())
+    if (GetState() != eIDLE)
     {
-        // Another thread is joining or detaching: wait until the run is over, let that thread finish, and look again.
         m_semRun.Wait();
-        m_semRun.Signal(true);
+        Reap();
+        m_semRun.Signal(false);
     }
     if (puExitCode != nullptr) *puExitCode = GetExitCode();
     return QV_RES_OK;
@@ -235,7 +255,7 @@ unsigned int CThread::GetCurrentId()
 {
     STsd* const pTsd = GetCurrentTsd();
     if (pTsd == nullptr) return 0;
-    if (pTsd->uId == 0) pTsd->uId = NextThreadId();
+    if (pTsd->uId == 0) Store(pTsd->uId, NextThreadId());
     return pTsd->uId;
 }
 
@@ -251,10 +271,11 @@ unsigned int CThread::GetExitCode() const
 
 QvResult CThread::CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey)
 {
+    orvel_internal::RequireUp(ms_pmutex, "CThread");
     STsdKey* const pKey = new (std::nothrow) STsdKey{nullptr, 0, pfnDestructor, 1};
     if (pKey == nullptr) return QV_RES_TSD_UNAVAILABLE;
     const CMutexGuard guard(ms_pmutex);
-    pKey->uKey = ++ms_keyCounter;
+    pKey->uKey = NextKeyNumber();
     pKey->pNext = ms_pTsdKeyHead;
     ms_pTsdKeyHead = pKey;
     ruKey = pKey->uKey;
@@ -300,7 +321,7 @@ QvResult CThread::GetSpecific(unsigned int uKey, unsigned int& ruValue)
 
 QvResult CThread::InitializeCThread()
 {
-    ++g_uTimesUp;
+    g_bIdsAgain = false;
     ms_pTsdHead = nullptr;
     ms_pTsdKeyHead = nullptr;
     ms_uThreadId = 0;
@@ -434,50 +455,19 @@ void CThread::FinalizeTsd()
     while (ms_pTsdKeyHead != nullptr) DeleteKey(ms_pTsdKeyHead->uKey);
 }
 
-// Waits until the run has ended and joins it, unless it was detached. False when another thread is doing that.
-bool CThread::Reap()
+// Joins the run that has ended, unless it was detached or there is none. The caller holds m_semRun.
+void CThread::Reap()
 {
-    if (!ClaimReaping()) return false;
-    if (GetState() == eIDLE)
-    {
-        Store(m_uReaping, 0);
-        return true;
-    }
-    // First the thread, then its record, which is gone by then: in the other order the caller would be woken twice.
-    const pthread_t hKnown = KnownHandle();
-    if (hKnown != 0) pthread_join(hKnown, nullptr);
-    m_semRun.Wait();
-    if (hKnown == 0 && m_hThread != 0) pthread_join(m_hThread, nullptr);
+    if (m_hThread != 0) pthread_join(m_hThread, nullptr);
     m_hThread = 0;
     SetState(eIDLE);
-    Store(m_uReaping, 0);
-    m_semRun.Signal(false);
-    return true;
 }
 
-// Does nothing when another thread is joining or detaching already.
+// On the thread itself: as it runs, nobody has m_semRun, and so nobody is joining it.
 void CThread::Detach()
 {
-    if (!ClaimReaping()) return;
     if (m_hThread != 0) pthread_detach(m_hThread);
     m_hThread = 0;  // must not be joined any more
-    Store(m_uReaping, 0);
-}
-
-// One thread at a time joins or detaches.
-bool CThread::ClaimReaping()
-{
-    unsigned int uNobody = 0;
-    return std::atomic_ref<unsigned int>(m_uReaping).compare_exchange_strong(uNobody, 1);
-}
-
-// The handle of the run, or 0 if it was detached or the calling thread cannot know it yet. After ClaimReaping().
-pthread_t CThread::KnownHandle() const
-{
-    if (GetState() != eSTARTING) return m_hThread;
-    const bool bStartedHere =
-        t_stSelf.pStarted == this && t_stSelf.uStartedId == GetId() && t_stSelf.uStartedUp == g_uTimesUp;
-    return bStartedHere ? t_stSelf.hStarted : 0;
 }
 
 void CThread::SetState(EState eState)
@@ -488,7 +478,27 @@ void CThread::SetState(EState eState)
 unsigned int CThread::NextThreadId()
 {
     const CMutexGuard guard(ms_pmutex);
-    return ++ms_uThreadId;
+    do {
+        if (++ms_uThreadId == 0) g_bIdsAgain = true;
+    } while (ms_uThreadId == 0 || (g_bIdsAgain && IsIdInUse(ms_uThreadId)));
+    return ms_uThreadId;
+}
+
+// The caller holds ms_pmutex.
+bool CThread::IsIdInUse(unsigned int uId)
+{
+    const STsd* pTsd = ms_pTsdHead;
+    while (pTsd != nullptr && Load(pTsd->uId) != uId) pTsd = pTsd->pNext;
+    return pTsd != nullptr;
+}
+
+// Never 0, nor that of a key which is still there when the counter comes round. The caller holds ms_pmutex.
+unsigned int CThread::NextKeyNumber()
+{
+    STsdKey* pPrevious = nullptr;
+    do ++ms_keyCounter;
+    while (ms_keyCounter == 0 || FindTsdKey(ms_keyCounter, &pPrevious) != nullptr);
+    return ms_keyCounter;
 }
 
 void CThread::CountStart()

@@ -24,8 +24,11 @@
 ///            it earlier ("delete this"): then the thread runs on, detached.
 /// Threads    Objects: start, join and destroy one from a thread at a time; the other members from any thread, at any
 ///            time. Statics: any thread, those of the application included.
-/// Lifetime   Between the start-up and the shut-down of the framework; the shut-down waits until every thread started
-///            here has ended. A constructor, or a destructor of an object whose thread has ended, may run outside it.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework; StartThread() and CreateKey() outside it
+///   end the process. A constructor, Join(), the questions and a destructor of an object whose thread has ended may run
+///   outside it; identifiers are 0 there, and no key is known.
+/// - **Shut-down:** Waits until every thread started here has ended. So it waits for ever on a thread that was started
+///   here, and in a child of fork() whose parent had such threads running: end such a child with _exit() or an exec.
 /// Parameter  32 bits, on every system: an index or a handle, not a pointer. An object that wants a thread of its own
 ///            derives from CAliveObj instead.
 /// Source     POSIX threads.
@@ -63,7 +66,8 @@ public:
     /// default. Each start sets the nice value of the whole process to 0: set it again afterwards where it matters.
     /// QV_RES_OK                    the thread runs
     /// QV_RES_THREAD_ATTRIBUTES     the thread runs, although a scheduling attribute could not be set: join it as well
-    /// QV_RES_THREAD_CREATE_FAILED  the system refused the thread
+    /// QV_RES_THREAD_CREATE_FAILED  the system refused the thread; or the shut-down of the framework has waited for the
+    ///                              last thread already, and the caller is the destructor of a value
     /// QV_RES_THREAD_JOIN_SELF      called from the object's own thread, which is detached by that and runs on
     /// QV_RES_INVALID_ARGUMENT      ePriority is none of the four
     QvResult StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
@@ -72,8 +76,8 @@ public:
     /// Waits until the thread has ended; *puExitCode, when given, becomes what its function returned (0 when there was
     /// no run yet). At once when there is nothing to join.
     /// QV_RES_OK                there is no run any more
-    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (or left to another thread
-    ///                          that is joining it); *puExitCode stays as it was
+    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (another thread that is
+    ///                          joining it waits for the end of its run only); *puExitCode stays as it was
     QvResult Join(unsigned int* puExitCode);
 
     /// The object whose thread is calling; null on threads that were not started here.
@@ -86,7 +90,7 @@ public:
     bool operator==(const CThread& rOther) const;
     bool operator!=(const CThread& rOther) const { return !(*this == rOther); }
 
-    /// A new number at each start, from 1; 0 before the first.
+    /// A new number at each start, from 1; 0 before the first. After 2^32 numbers those in use are left out.
     unsigned int GetId() const;
     /// The calling thread's number; threads that were not started here get one from the same sequence when they first
     /// ask, join or start. 0 when there is no memory for its record.
@@ -121,7 +125,7 @@ public:
     /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those above.
     static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
 
-    /// Module start-up and shut-down; shut-down waits for all threads started here.
+    /// Module start-up and shut-down; shut-down waits for all threads started here, see the class.
     /// QV_RES_FAIL  the system has no key for thread-specific data left
     static QvResult InitializeCThread();
     static void FinalizeCThread();
@@ -188,12 +192,12 @@ private:
     class QV_HIDDEN CRun;
 
     QV_HIDDEN QvResult Create();
-    QV_HIDDEN bool Reap();
+    QV_HIDDEN void Reap();
     QV_HIDDEN void Detach();
-    QV_HIDDEN bool ClaimReaping();
-    QV_HIDDEN pthread_t KnownHandle() const;
     QV_HIDDEN void SetState(EState eState);
     QV_HIDDEN static unsigned int NextThreadId();
+    QV_HIDDEN static bool IsIdInUse(unsigned int uId);
+    QV_HIDDEN static unsigned int NextKeyNumber();
     QV_HIDDEN static void CountStart();
     QV_HIDDEN static void CountEnd();
     QV_HIDDEN static STsd* PeekTsd();
@@ -215,8 +219,7 @@ private:
     /// Taken from a start until the record of its thread is freed.
     CBinarySemaphore m_semRun;
     EPriority m_ePriority;
-    /// Whether somebody is joining or detaching; lies where the alignment of the handle leaves a gap.
-    unsigned int m_uReaping;
+    /// Touched by the run itself, and by whoever holds m_semRun.
     pthread_t m_hThread;
 };
 

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/lifetime.h"
+
 static_assert(sizeof(CTimer) == 168, "field order and widths are the binary interface");
 
 uint64_t CTimer::ms_uSysUpTimeTick = 0;
@@ -38,7 +40,7 @@ CTimer::~CTimer() = default;
 
 unsigned long CTimer::GetSystemUpTimeMs()
 {
-    const CMutexGuard guard(ms_pmutexThreadingProtection);
+    const CMutexGuard guard(orvel_internal::RequireUp(ms_pmutexThreadingProtection, "CTimer"));
     tms unused;
     const uint32_t uTick = static_cast<uint32_t>(times(&unused));
     ms_uSysUpTimeTick += uTick - ms_uLastSysUpTimeTick;  // 32-bit difference on purpose: right across a wrap.

@@ -18,7 +18,8 @@
 ///                              late: the next waits return at once until the plan is caught up with
 ///
 /// Threads    GetSystemUpTimeMs() and StopCyclicWait() from any thread; the rest from the one thread that waits.
-/// Lifetime   Between the start-up and the shut-down of the framework.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework; reading the up-time, starting a cycle and
+///   waiting outside it end the process.
 /// Resolution One clock tick of the system (sysconf(_SC_CLK_TCK), usually 10 ms).
 class QV_EXPORT CTimer
 {

@@ -214,6 +214,17 @@ TEST(CAATreeInsert, AllocatedElementsAreLinkedOrGivenBack)
     EXPECT_EQ(2u, tree.GetCapacity());
 }
 
+TEST(CAATreeInsert, AnAllocatedNodeIsSetUpWhenItIsLinked)
+{
+    CIntTree tree;
+    int* const pnElement = static_cast<int*>(tree.Allocate());
+    *pnElement = 5;
+    memset(static_cast<void*>(reinterpret_cast<CNode*>(pnElement) - 1), 0xEE, sizeof(CNode));
+    ASSERT_EQ(QV_RES_OK, tree.InsertAllocated(pnElement));
+    for (const int n : {7, 3, 6}) ASSERT_EQ(QV_RES_OK, tree.Add(n));
+    EXPECT_EQ((std::vector<int>{3, 5, 6, 7}), ValuesOf(tree));
+}
+
 TEST(CAATreeErase, WhatIsNotThereChangesNothing)
 {
     CIntTree tree;
@@ -294,11 +305,20 @@ TEST(CAATreeCapacity, ALockRefusesEveryChange)
     EXPECT_EQ((std::vector<int>{11, 12}), ValuesOf(tree));
 }
 
-TEST(CAATreeCapacity, WhatDoesNotFitIsOutOfMemory)
+TEST(CAATreeCapacity, NodesOfMoreThan4GiBAreAskedForLikeAnyOther)
 {
     CTestAllocator allocator;
     CIntTree tree(&allocator);
+    allocator.SetRefusing(true);
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, tree.ReserveCapacity(0xFFFFFFFF));
+    ASSERT_EQ(1u, allocator.GetRequests().size());
+    EXPECT_EQ(0xFFFFFFFFu, allocator.GetRequests()[0].uCount);
+    EXPECT_EQ(36u, allocator.GetRequests()[0].uSize);
+}
+
+TEST(CAATreeCapacity, ANodeThatDoesNotFitIsOutOfMemory)
+{
+    CTestAllocator allocator;
     CAATreeBase monster(0xFFFFFFF8, CompareInts, 0, &allocator);
     const int nKey = 0;
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, monster.Insert(&nKey));

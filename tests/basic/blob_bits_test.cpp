@@ -317,6 +317,28 @@ TEST(CBlobBits, MayBeBitsOfTheBlobItself)
             }
 }
 
+TEST(CBlobBits, MayBeReadToBytesOfTheBlobItself)
+{
+    const Bytes bytes = {0x96, 0x3C, 0x5A, 0xE1, 0x07, 0xD2, 0x4B, 0xF8, 0x1D, 0x83, 0x6E, 0xA9};
+    for (unsigned int uSkipped = 0; uSkipped < 20; ++uSkipped)
+        for (unsigned int uTo = 0; uTo < 6; ++uTo)
+            for (unsigned int uOffset = 0; uOffset < 9; ++uOffset)
+                for (const unsigned int uCount : {0u, 1u, 5u, 8u, 13u, 32u, 33u, 40u, 46u})
+                {
+                    SCOPED_TRACE(testing::Message() << uCount << " bits from bit " << uSkipped << " to byte " << uTo
+                                                    << ", bit " << uOffset);
+                    CBlob blob = BlobOf(bytes);
+                    CBlob blobRead = BlobOf(bytes);
+                    blob.SkipBits(uSkipped);
+                    blobRead.SkipBits(uSkipped);
+                    Bytes expected = bytes;
+                    blobRead.ReadBits(expected.data() + uTo, uCount, uOffset);
+                    blob.ReadBits(blob.GetAt(uTo), uCount, uOffset);
+                    ASSERT_EQ(expected, BytesOf(blob));
+                    ASSERT_EQ(CursorsOf(blobRead), CursorsOf(blob));
+                }
+}
+
 TEST(CBlobBits, AByteAppendedBehindABoundaryIsReplacedByTheNextBits)
 {
     CBlob blob(nullptr);

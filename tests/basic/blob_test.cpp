@@ -41,13 +41,6 @@ CBlob BlobInUse(IAllocator* pAllocator)
     blob.SkipBits(19);
     return blob;
 }
-
-class CBlobProbe : public CBlob
-{
-public:
-    using CBlob::CBlob;
-    using CBlob::CopyMembers;
-};
 }  // namespace
 
 TEST(CBlobLayout, TheCursorsFollowTheVectorInTheirOrder)
@@ -223,7 +216,7 @@ TEST(CBlobAssign, MovingExchangesEverything)
 
 TEST(CBlobCopyMembers, CopiesTheFourCursorsAlone)
 {
-    CBlobProbe blob(nullptr);
+    CBlob blob(nullptr);
     blob.CopyMembers(BlobInUse(nullptr));
     EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blob));
     EXPECT_EQ(0u, blob.GetSize());
@@ -286,6 +279,27 @@ TEST(CBlobInsert, NoBytesFromNowhereAreFine)
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Insert(0, nullptr, 1));
     EXPECT_EQ(0u, blob.GetSize());
     EXPECT_EQ(0u, blob.GetCapacity());
+}
+
+TEST(CBlobInsert, GrowingTakesOneBlockOfExactlyTheBytesAndFillsIt)
+{
+    for (const unsigned int uSize : {0u, 1u, 1000u})
+        for (const unsigned int uInserted : {1u, 7u, 1u << 20})
+            for (const unsigned int uIndex : {0u, uSize / 2, uSize})
+            {
+                SCOPED_TRACE(testing::Message() << uInserted << " bytes into " << uSize << " at " << uIndex);
+                CTestAllocator allocator;
+                CBlob blob = BlobOf(Bytes(uSize, 0x11), &allocator);
+                const std::size_t uRequests = allocator.GetRequests().size();
+                Bytes inserted(uInserted);
+                std::iota(inserted.begin(), inserted.end(), static_cast<unsigned char>(1));
+                ASSERT_EQ(QV_RES_OK, blob.Insert(uIndex, inserted.data(), uInserted));
+                Bytes expected(uSize, 0x11);
+                expected.insert(expected.begin() + uIndex, inserted.begin(), inserted.end());
+                ASSERT_EQ(expected, BytesOf(blob));
+                ASSERT_EQ(uSize + uInserted, blob.GetCapacity());
+                ASSERT_EQ(uRequests + 1, allocator.GetRequests().size());
+            }
 }
 
 TEST(CBlobInsert, AppendingWithinTheCapacityAllocatesNothing)

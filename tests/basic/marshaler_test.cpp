@@ -330,18 +330,97 @@ TEST_F(CMarshalerTest, SelfAssignmentChangesNothing)
     EXPECT_EQ(Part(Numbered(150), 60, 150), Extract(marshaler, 90));
 }
 
-TEST_F(CMarshalerTest, ReadingIsNotComparedWithWriting)
+namespace
+{
+/// Leaves bytes in the pool's blocks and in the memory that the next marshaler of this frame may get.
+void LeaveBytesBehind()
 {
     CMarshaler marshaler;
-    Insert(marshaler, Numbered(8));
-    EXPECT_EQ(Numbered(8), Part(Extract(marshaler, 16), 0, 8));
-    EXPECT_EQ(InlineOf(marshaler) + 16, ImageOf(marshaler).puRead);
-    EXPECT_EQ(0u, marshaler.GetUnreadSize());
-    Insert(marshaler, Bytes(8, 1));
-    EXPECT_EQ(0u, marshaler.GetUnreadSize());
-    Insert(marshaler, {5, 6, 7});
-    EXPECT_EQ(3u, marshaler.GetUnreadSize());
-    EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
+    Insert(marshaler, Bytes(2000, 0x5E));
+}
+}  // namespace
+
+TEST_F(CMarshalerTest, WhatWasNotWrittenReadsAsZerosAndTheReaderStaysAtTheWriter)
+{
+    for (unsigned int uSize = 0; uSize <= 240; ++uSize)
+    {
+        LeaveBytesBehind();
+        for (const unsigned int uTooMany : {1u, 3u, 8u, 56u, 300u})
+        {
+            SCOPED_TRACE(testing::Message() << uTooMany << " more than " << uSize);
+            const auto pMarshaler = std::make_unique<CMarshaler>();
+            memset(InlineOf(*pMarshaler), 0x5E, 56);
+            Insert(*pMarshaler, Numbered(uSize));
+            Bytes expected = Numbered(uSize);
+            expected.resize(uSize + uTooMany, 0);
+            ASSERT_EQ(expected, Extract(*pMarshaler, uSize + uTooMany));
+            ASSERT_EQ(0u, pMarshaler->GetUnreadSize());
+            ASSERT_EQ(ImageOf(*pMarshaler).puWrite, ImageOf(*pMarshaler).puRead);
+            Insert(*pMarshaler, {5, 6, 7});
+            ASSERT_EQ(3u, pMarshaler->GetUnreadSize());
+            ASSERT_EQ((Bytes{5, 6, 7}), Extract(*pMarshaler, 3));
+        }
+    }
+}
+
+namespace
+{
+template <typename T>
+void ExpectZerosBehind(unsigned int uSize, unsigned int uWritten)
+{
+    SCOPED_TRACE(testing::Message() << sizeof(T) << " bytes behind " << uSize << ", " << uWritten << " written");
+    CMarshaler marshaler;
+    memset(InlineOf(marshaler), 0x5E, 56);
+    Insert(marshaler, Numbered(uSize));
+    Extract(marshaler, uSize);
+    Insert(marshaler, Bytes(uWritten, 0xC3));
+    T expected = 0;
+    memset(static_cast<void*>(&expected), 0xC3, std::min<std::size_t>(uWritten, sizeof(T)));
+    T value = 0;
+    marshaler >> value;
+    ASSERT_EQ(expected, value);
+    const T next = 0x42;
+    ASSERT_EQ(uWritten - std::min<std::size_t>(uWritten, sizeof(T)), marshaler.GetUnreadSize());
+    Extract(marshaler, marshaler.GetUnreadSize());
+    marshaler << next;
+    marshaler >> value;
+    ASSERT_EQ(next, value);
+}
+}  // namespace
+
+TEST_F(CMarshalerTest, IntegersThatWereNotWrittenOrNotWhollyReadAsZeros)
+{
+    LeaveBytesBehind();
+    for (unsigned int uSize = 0; uSize <= 240; ++uSize)
+    {
+        for (unsigned int uWritten = 0; uWritten <= 9; ++uWritten)
+        {
+            ASSERT_NO_FATAL_FAILURE(ExpectZerosBehind<unsigned char>(uSize, uWritten));
+            ASSERT_NO_FATAL_FAILURE(ExpectZerosBehind<unsigned short>(uSize, uWritten));
+            ASSERT_NO_FATAL_FAILURE(ExpectZerosBehind<unsigned int>(uSize, uWritten));
+            ASSERT_NO_FATAL_FAILURE(ExpectZerosBehind<unsigned long>(uSize, uWritten));
+        }
+    }
+}
+
+TEST_F(CMarshalerTest, AReaderThatAnOldProgramMovedPastTheWriterFindsZerosUntilTheWriterHasPassedIt)
+{
+    for (const unsigned int uPast : {1u, 40u})
+    {
+        CMarshaler marshaler;
+        memset(InlineOf(marshaler), 0x5E, 56);
+        Insert(marshaler, Numbered(8));
+        unsigned char* const puRead = InlineOf(marshaler) + 8 + uPast;
+        memcpy(reinterpret_cast<unsigned char*>(&marshaler) + offsetof(SImage, puRead), &puRead, sizeof puRead);
+        EXPECT_EQ(0u, marshaler.GetUnreadSize());
+        unsigned int uValue = 1;
+        marshaler >> uValue;
+        EXPECT_EQ(0u, uValue);
+        EXPECT_EQ(Bytes(100, 0), Extract(marshaler, 100));
+        Insert(marshaler, Bytes(uPast, 1));
+        Insert(marshaler, {5, 6, 7});
+        EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
+    }
 }
 
 TEST_F(CMarshalerTest, BehindTheLastSegmentThereAreZeros)
@@ -527,23 +606,25 @@ TEST_F(CMarshalerTest, RandomOperationsMatchADeque)
             }
             case 3:
             {
-                if (model.size() < 4) break;
+                const unsigned int uRead = static_cast<unsigned int>(std::min<std::size_t>(model.size(), 4));
                 unsigned int uExpected = 0;
-                for (unsigned int u = 0; u < 4; ++u) uExpected |= static_cast<unsigned int>(model[u]) << (8 * u);
+                for (unsigned int u = 0; u < uRead; ++u) uExpected |= static_cast<unsigned int>(model[u]) << (8 * u);
                 unsigned int uValue = 0;
                 *pMarshaler >> uValue;
                 ASSERT_EQ(uExpected, uValue);
-                model.erase(model.begin(), model.begin() + 4);
+                model.erase(model.begin(), model.begin() + uRead);
                 break;
             }
             case 4:
             case 5:
             case 6:
             {
-                const unsigned int uSize = Below(rng, std::min<std::size_t>(model.size(), 250) + 1);
-                const Bytes bytes = Extract(*pMarshaler, uSize);
-                ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), model.begin()));
-                model.erase(model.begin(), model.begin() + uSize);
+                const unsigned int uSize = Below(rng, std::min<std::size_t>(model.size(), 250) + 20);
+                const std::size_t uRead = std::min<std::size_t>(uSize, model.size());
+                Bytes expected(model.begin(), model.begin() + static_cast<std::ptrdiff_t>(uRead));
+                expected.resize(uSize, 0);
+                ASSERT_EQ(expected, Extract(*pMarshaler, uSize));
+                model.erase(model.begin(), model.begin() + static_cast<std::ptrdiff_t>(uRead));
                 break;
             }
             case 7:

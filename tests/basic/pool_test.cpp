@@ -12,15 +12,7 @@
 
 namespace
 {
-class CProbe : public CPool<CMarshaler>
-{
-public:
-    using CPool<CMarshaler>::ms_pBlockAllocator;
-    using CPool<CMarshaler>::ms_pmutex;
-    using CPool<CMarshaler>::ms_uAllocatedCount;
-    using CPool<CMarshaler>::ms_uCapacity;
-    using CPool<CMarshaler>::ms_uLockCapacity;
-};
+using CProbe = CPool<CMarshaler>;
 
 /// Takes the pool that the framework has set up away, and sets it up again.
 class CPoolTest : public testing::Test

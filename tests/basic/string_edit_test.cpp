@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -124,6 +125,100 @@ TEST(CStringInsert, OfPiecesOfItselfTakesThemAsIfCopiedFirst)
                     ASSERT_EQ(strWant, TextOf(strShared));
                     ASSERT_EQ("abcdef", TextOf(strCopy));
                 }
+}
+
+namespace
+{
+/// A text of two characters with a text behind the size, in the room of the block, which a copy shares or not.
+class CStringWithRest : public testing::TestWithParam<bool>
+{
+protected:
+    CStringWithRest()
+    {
+        m_strText = "ab";
+        EXPECT_EQ(QV_RES_OK, m_strText.ReserveCapacity(64));
+        const std::string strWhole = "abcdefghijklmnopqrstuvwxyz0123";
+        strWhole.copy(m_strText.GetBuffer(), strWhole.size());
+        m_strText.GetBuffer()[strWhole.size()] = '\0';
+        m_strText.GetBuffer()[2] = '\0';
+        m_strText.GetBuffer()[64] = '\0';
+        if (GetParam()) m_strCopy = m_strText;
+    }
+    ~CStringWithRest() override { EXPECT_EQ(GetParam() ? "ab" : "", TextOf(m_strCopy)); }
+    const char* GetRest() const { return m_strText.CStr() + 4; }
+
+    const std::string m_strRest = "efghijklmnopqrstuvwxyz0123";
+    CTestAllocator m_allocator;  // overwrites what is released
+    const CStringAllocatorScope m_scope{m_allocator};
+    CString m_strText;
+    CString m_strCopy;
+};
+}  // namespace
+
+TEST_P(CStringWithRest, InsertsAPieceOfItWithinTheCapacity)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(1, 2, GetRest(), 26));
+    EXPECT_EQ("a" + m_strRest + m_strRest + "b", TextOf(m_strText));
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+}
+
+TEST_P(CStringWithRest, InsertsAPieceOfItIntoANewBlock)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(2, 3, GetRest(), CString::uMAX_SIZE));
+    EXPECT_EQ("ab" + m_strRest + m_strRest + m_strRest, TextOf(m_strText));
+}
+
+TEST_P(CStringWithRest, AppendsPiecesOfIt)
+{
+    m_strText += GetRest();
+    EXPECT_EQ("ab" + m_strRest, TextOf(m_strText));
+    m_strText += m_strText.CStr() + 10;
+    EXPECT_EQ("ab" + m_strRest + m_strRest.substr(8), TextOf(m_strText));
+    m_strText.Resize(3);
+    m_strText += *(m_strText.CStr() + 9);
+    EXPECT_EQ("abel", TextOf(m_strText));
+}
+
+TEST_P(CStringWithRest, IsAssignedAPieceOfIt)
+{
+    m_strText = GetRest();
+    EXPECT_EQ(m_strRest, TextOf(m_strText));
+    EXPECT_EQ(64u, m_strText.GetCapacity());
+}
+
+TEST_P(CStringWithRest, InsertsTheLastByteOfItsRoom)
+{
+    EXPECT_EQ(QV_RES_OK, m_strText.Insert(0, 70, m_strText.CStr() + 64, 1));
+    EXPECT_EQ(std::string(70, '\0') + "ab", TextOf(m_strText));
+}
+
+INSTANTIATE_TEST_SUITE_P(PrivateAndShared, CStringWithRest, testing::Bool());
+
+namespace
+{
+/// Gives up a share while a string gets its private copy, as another thread may do right behind it.
+class CShareEnder : public CTestAllocator
+{
+public:
+    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
+    {
+        SBlock* const pBlock = CTestAllocator::Allocate(uCount, uSize, ppLast);
+        pstrShare = nullptr;
+        return pBlock;
+    }
+    std::unique_ptr<CString> pstrShare;
+};
+}  // namespace
+
+TEST(CStringAssign, APieceOfASharedBlockIsTakenThoughTheOtherShareEndsMeanwhile)
+{
+    CShareEnder allocator;
+    const CStringAllocatorScope scope(allocator);
+    CString strText("hello world");
+    allocator.pstrShare = std::make_unique<CString>(strText);
+    strText = strText.CStr() + 6;
+    EXPECT_EQ("world", TextOf(strText));
+    EXPECT_EQ(1u, allocator.GetLiveBlocks());
 }
 
 TEST(CStringInsert, OfItsOwnNulTakesTheNul)

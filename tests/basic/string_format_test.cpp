@@ -180,6 +180,34 @@ TEST(CStringFormat, AnArgumentListIsReadAnewForEveryTry)
     EXPECT_EQ(8192u, strText.GetCapacity());
 }
 
+namespace
+{
+void FormatListTwice(CString& rFirst, CString& rSecond, const char* pszFormat, ...)
+    __attribute__((format(printf, 3, 4)));
+void FormatListTwice(CString& rFirst, CString& rSecond, const char* pszFormat, ...)
+{
+    va_list args;
+    va_start(args, pszFormat);
+    EXPECT_EQ(QV_RES_OK, rFirst.Format(0, pszFormat, args));
+    EXPECT_EQ(QV_RES_OK, rSecond.Format(0, pszFormat, args));
+    va_end(args);
+}
+}  // namespace
+
+TEST(CStringFormat, LeavesTheArgumentListAsItWas)
+{
+    for (const unsigned int uLength : {10u, 490u, 500u, 501u, 502u, 600u, 5000u})
+    {
+        const std::string strLong(uLength, 'x');
+        CString strFirst;
+        CString strSecond;
+        // More arguments than a call passes in registers.
+        FormatListTwice(strFirst, strSecond, "%d %s %d %d %d %d", 1, strLong.c_str(), 2, 3, 4, 5);
+        EXPECT_EQ("1 " + strLong + " 2 3 4 5", TextOf(strFirst));
+        EXPECT_EQ("1 " + strLong + " 2 3 4 5", TextOf(strSecond)) << "read again, behind " << uLength;
+    }
+}
+
 TEST(CStringFormat, PiecesOfTheStringMayBeArguments)
 {
     CString strText("hello world");
@@ -291,6 +319,7 @@ TEST(CStringFormatMemory, WithoutAPrivateCopyNothingIsWrittenIntoTheSharedBlock)
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, strText.Format(2, "%1000d", 1));
     EXPECT_STREQ("abcdef", strCopy.CStr());
     EXPECT_EQ(6u, strCopy.GetSize());
+    EXPECT_EQ("abcdef", TextOf(strText)) << "nor is the text cut";
 }
 
 TEST(CStringFormat, CountsCharactersForTheCaller)

@@ -224,6 +224,18 @@ TEST(CStringMemory, AConstructorWithoutMemoryGivesAnEmptyString)
     EXPECT_EQ(0u, ShareCountOf(CString("text")));
 }
 
+TEST(CStringMemory, APieceOfASharedBlockThatCannotBeKeptAsideIsNotAssigned)
+{
+    CString strText("abcdef");
+    const CString strCopy(strText);
+    {
+        const CRefusal refusal(1, false);
+        strText = strText.CStr() + 2;
+    }
+    EXPECT_EQ("abcdef", TextOf(strText));
+    EXPECT_EQ("abcdef", TextOf(strCopy));
+}
+
 TEST(CStringMemory, ACopyNeedsNone)
 {
     const CString strText("text");

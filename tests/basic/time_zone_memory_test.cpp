@@ -100,6 +100,27 @@ TEST(CTimeZoneOutOfMemory, TimesReportItAsAZoneThatCouldNotBeSet)
     EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, CTime::GetSystemTimeZone().CStr());
 }
 
+TEST(CTimeZoneOutOfMemory, ASystemZoneThatFoundNoneAtStartUpIsUtc)
+{
+    for (unsigned int uNth = 1; uNth <= 3; ++uNth)
+    {
+        CTime::FinalizeCTime();
+        RefuseNth(uNth);
+        EXPECT_EQ(QV_RES_OK, CTime::InitializeCTime());
+        EXPECT_TRUE(g_bRefused);
+        RefuseNth(0);
+        EXPECT_STREQ("", CTime::GetSystemTimeZone().CStr());
+        CTime time;
+        time.SetJulianDateAndTime(2451545, 1000, true);
+        unsigned int uJulianDay = 0;
+        unsigned int uTimeMs = 0;
+        EXPECT_TRUE(time.GetJulianDateAndTime(uJulianDay, uTimeMs, false));
+        EXPECT_EQ(2451545u, uJulianDay);
+        EXPECT_EQ(1000u, uTimeMs);
+        EXPECT_TRUE(CTime::SetSystemTimeZone(pszTIMEZONE_NA_EASTERN));
+    }
+}
+
 TEST(CTimeZoneOutOfMemory, CopyingNeedsNone)
 {
     const CTimeZone source(g_pszOld);

@@ -1,4 +1,4 @@
-// Oracles: the vectors of FIPS 197 and SP 800-38A, and libcrypto's EVP interface.
+// Oracles: the vectors of FIPS 197, SP 800-38A and NIST's validation program, and libcrypto's EVP interface.
 #include "framework/crypto/aes.h"
 
 #include <gtest/gtest.h>
@@ -107,6 +107,7 @@ TEST_P(CAesVector, GivesThePublishedText)
 }
 INSTANTIATE_TEST_SUITE_P(Fips197, CAesVector, testing::ValuesIn(ReadVectors("aes_fips197.vec")));
 INSTANTIATE_TEST_SUITE_P(Sp80038a, CAesVector, testing::ValuesIn(ReadVectors("aes_sp800_38a.vec")));
+INSTANTIATE_TEST_SUITE_P(Cavp, CAesVector, testing::ValuesIn(ReadVectors("aes_cavp.vec")));
 
 class CAesMode : public testing::TestWithParam<std::tuple<CCipher::EMode, unsigned int>>
 {

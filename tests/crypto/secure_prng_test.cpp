@@ -396,6 +396,38 @@ Bytes DrawOfChild(void (*pfnPrepare)())
 }
 }  // namespace
 
+TEST_F(CPrng, NullInAnySpellingIsTheRawForm)
+{
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, nullptr));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, NULL));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, 0));
+    CBlob* const pblobNone = nullptr;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, pblobNone));
+}
+
+TEST_F(CPrng, BlobsOfDerivedClassesAreBlobs)
+{
+    class CNamedBlob : public CBlob
+    {
+    };
+    CNamedBlob blob;
+    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(5, &blob));
+    EXPECT_EQ(5u, blob.GetSize());
+    QvResult (*const pfnGenerate)(unsigned int, CBlob*) = &CSecurePrng::Generate;
+    EXPECT_EQ(QV_RES_OK, pfnGenerate(7, &blob));
+    EXPECT_EQ(7u, blob.GetSize());
+}
+
+TEST_F(CPrng, SeedingAndTheLockAreForEverybody)
+{
+    CSecurePrngBremoFw::InitializeSeed();
+    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
+    CSecurePrngBremoFw::Lock();
+    CSecurePrngBremoFw::Unlock();
+    CSecurePrng::Lock();
+    CSecurePrng::Unlock();
+}
+
 TEST_F(CPrng, AForkedChildThatStartsAfreshDrawsBytesOfItsOwn)
 {
     Draw(7);

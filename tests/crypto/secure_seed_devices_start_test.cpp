@@ -1,6 +1,8 @@
 // How seeds are gathered from the operating system, whose place this binary takes. Oracle for the hash: libcrypto.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/random.h>
+#include <sys/resource.h>
 #include <sys/select.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -149,14 +151,34 @@ public:
         return 0;
     }
 
+    // The kernel's own randomness; its bytes are others than those of the devices.
+    ssize_t GetRandom(void* pvBuffer, std::size_t uSize, unsigned int uFlags)
+    {
+        m_randomFlags.push_back(uFlags);
+        if (m_randomFlags.size() <= m_uRefusedRandom)
+        {
+            errno = EAGAIN;
+            return -1;
+        }
+        for (std::size_t u = 0; u < uSize; ++u)
+        {
+            m_filled.push_back(static_cast<unsigned char>(0xD4 - 5 * m_filled.size()));
+            static_cast<unsigned char*>(pvBuffer)[u] = m_filled.back();
+        }
+        return static_cast<ssize_t>(uSize);
+    }
+
     bool IsOpen(int nFd) const { return m_nOpen == nFd; }
 
     const std::vector<std::string>& Calls() const { return m_calls; }
     const Bytes& Given() const { return m_given; }
+    const Bytes& Filled() const { return m_filled; }
+    const std::vector<unsigned int>& RandomFlags() const { return m_randomFlags; }
 
     int m_nProcess = 4711;
     unsigned int m_uUser = 1000;
     std::time_t m_nTime = 1234567890;
+    unsigned int m_uRefusedRandom = 0;  // so many first calls of getrandom()
 
 private:
     static CFakeSystem* ms_pCurrent;
@@ -168,9 +190,14 @@ private:
     std::size_t m_uPass = 0;
     std::vector<std::string> m_calls;
     Bytes m_given;
+    Bytes m_filled;
+    std::vector<unsigned int> m_randomFlags;
 };
 
 CFakeSystem* CFakeSystem::ms_pCurrent = nullptr;
+
+// Stops the clock of the real system.
+const std::time_t* g_pnFixedTime = nullptr;
 
 template <typename Value>
 void Append(Bytes& rBytes, Value value)
@@ -183,6 +210,11 @@ void Append(Bytes& rBytes, Value value)
 Bytes Want(const CFakeSystem& rSystem, unsigned int uCounter)
 {
     Bytes input = rSystem.Given();
+    // The last seed's, when there are more.
+    const Bytes& rFilled = rSystem.Filled();
+    const std::size_t uFiller = std::min(rFilled.size(), 32 - input.size());
+    const unsigned char* const puFillerEnd = rFilled.data() + rFilled.size();
+    input.insert(input.end(), puFillerEnd - uFiller, puFillerEnd);
     input.resize(32);
     Append<int64_t>(input, rSystem.m_nProcess);
     Append<uint64_t>(input, rSystem.m_uUser);
@@ -234,6 +266,12 @@ extern "C"
         return syscall(SYS_read, nFd, pvBuffer, uSize);
     }
 
+    ssize_t getrandom(void* pvBuffer, std::size_t uSize, unsigned int uFlags)
+    {
+        if (CFakeSystem::Current() != nullptr) return CFakeSystem::Current()->GetRandom(pvBuffer, uSize, uFlags);
+        return syscall(SYS_getrandom, pvBuffer, uSize, uFlags);
+    }
+
     int close(int nFd)
     {
         if (CFakeSystem::Current() != nullptr && CFakeSystem::Current()->IsOpen(nFd))
@@ -259,6 +297,7 @@ extern "C"
     {
         std::time_t nTime = static_cast<std::time_t>(syscall(SYS_time, nullptr));
         if (CFakeSystem::Current() != nullptr) nTime = CFakeSystem::Current()->m_nTime;
+        if (g_pnFixedTime != nullptr) nTime = *g_pnFixedTime;
         if (pnTime != nullptr) *pnTime = nTime;
         return nTime;
     }
@@ -292,7 +331,7 @@ TEST_P(CSeedDevices, AreAskedInOrderAndTheirBytesHashed)
     const CFakeSystem system(GetParam().devices);
     const Bytes seed = Seed();
     EXPECT_EQ(GetParam().calls, system.Calls());
-    EXPECT_LE(system.Given().size(), 32u);
+    EXPECT_EQ(32u, system.Given().size() + system.Filled().size()) << "the kernel gives what the devices do not";
     EXPECT_EQ(Want(system, 1), seed) << system.Given().size() << " bytes given";
 }
 
@@ -398,6 +437,62 @@ TEST(CSeedInput, ASeedWithoutDevicesComesFromProcessUserTimeAndCounter)
     ExpectNew(5);
 }
 
+TEST(CSeedInput, TheKernelIsAskedWithoutWaitingForWhatTheDevicesDoNotGive)
+{
+    CSecureSeed::InitializeCSecureSeedBremoFw();
+    const CFakeSystem system({Gives({Reads(10)}), Missing(), Missing()});
+    const Bytes seed = Seed();
+    EXPECT_EQ(Want(system, 1), seed);
+    EXPECT_EQ(22u, system.Filled().size());
+    EXPECT_EQ(std::vector<unsigned int>{GRND_NONBLOCK}, system.RandomFlags());
+}
+
+TEST(CSeedInput, AKernelThatHasJustComeUpGivesWhatItsDevicesWould)
+{
+    CSecureSeed::InitializeCSecureSeedBremoFw();
+    CFakeSystem system(g_allMissing);
+    system.m_uRefusedRandom = 1;
+    const Bytes seed = Seed();
+    EXPECT_EQ(Want(system, 1), seed);
+    EXPECT_EQ(32u, system.Filled().size());
+    EXPECT_EQ((std::vector<unsigned int>{GRND_NONBLOCK, GRND_INSECURE}), system.RandomFlags());
+}
+
+TEST(CSeedInput, WithoutAnyRandomnessTheSeedsStillDiffer)
+{
+    CSecureSeed::InitializeCSecureSeedBremoFw();
+    CFakeSystem system(g_allMissing);
+    system.m_uRefusedRandom = 4;
+    const Bytes first = Seed();
+    const Bytes second = Seed();
+    EXPECT_EQ(Want(system, 1), first);
+    EXPECT_EQ(Want(system, 2), second);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(0u, system.Filled().size());
+}
+
+TEST(CSeedInput, AProcessWithoutAFreeDescriptorGathersSecrets)
+{
+    // All else that goes into the seed is the same twice.
+    Bytes seeds[2];
+    for (Bytes& rSeed : seeds)
+    {
+        CSecureSeed::InitializeCSecureSeedBremoFw();
+        const int nFree = dup(0);
+        close(nFree);
+        rlimit stLimit;
+        ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &stLimit));
+        const rlimit stNone = {static_cast<rlim_t>(nFree), stLimit.rlim_max};
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &stNone));
+        std::time_t nTime = 1234567890;
+        g_pnFixedTime = &nTime;
+        rSeed = Seed();
+        g_pnFixedTime = nullptr;
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &stLimit));
+    }
+    EXPECT_NE(seeds[0], seeds[1]);
+}
+
 TEST(CSeedInput, TheProcessIsSignExtendedAndTheUserZeroExtended)
 {
     CSecureSeed::InitializeCSecureSeedBremoFw();
@@ -414,8 +509,8 @@ TEST(CSeedInput, TheCounterWraps)
     CProbe::ms_uCounter = 0xFFFFFFFE;
     const CFakeSystem system(g_allMissing);
     const Bytes last = Seed();
-    const Bytes first = Seed();
     EXPECT_EQ(Want(system, 0xFFFFFFFF), last);
+    const Bytes first = Seed();
     EXPECT_EQ(Want(system, 0), first);
     EXPECT_EQ(0u, CProbe::ms_uCounter);
 }

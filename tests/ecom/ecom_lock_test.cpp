@@ -11,8 +11,9 @@
 namespace
 {
 thread_local int t_nLocks = 0;
-// Opened when the thread is about to take, or to leave, the next mutex; for leaving it then passes the other gate.
+// Opened when the thread is about to take, or to leave, the next mutex; it then passes the other gate, if there is one.
 thread_local CGate* t_pAtLock = nullptr;
+thread_local CGate* t_pMayLock = nullptr;
 thread_local CGate* t_pAtUnlock = nullptr;
 thread_local CGate* t_pMayUnlock = nullptr;
 
@@ -30,7 +31,9 @@ extern "C"
     QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
     {
         ++t_nLocks;
+        CGate* const pMayLock = t_pAtLock != nullptr ? t_pMayLock : nullptr;
         OpenOnce(t_pAtLock);
+        if (pMayLock != nullptr) pMayLock->Pass();
         return RealMutexLock(pMutex);
     }
     QV_EXPORT int pthread_mutex_unlock(pthread_mutex_t* pMutex) noexcept
@@ -61,14 +64,16 @@ public:
     using CEComUnknown::CEComUnknown;
     void UninitializeInstance(bool* pbDeleteThis) override
     {
+        ++nEndings;
         CEComUnknown::UninitializeInstance(pbDeleteThis);
         *pbDeleteThis = !bKeep;
     }
 
     bool bKeep = false;
+    int nEndings = 0;
 };
 
-TEST(CEComUnknownLock, IsTakenWhereverAnotherHolderMayCountToo)
+TEST(CEComUnknownLock, IsTakenForEveryChangeOfTheCount)
 {
     CGate end;
     std::thread other([&end] { end.Pass(); });  // components do not lock in a process of one thread
@@ -78,9 +83,35 @@ TEST(CEComUnknownLock, IsTakenWhereverAnotherHolderMayCountToo)
     EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(3u, pObject->GetReferenceCount()); }));
     EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(2u, pObject->NonDelegatingReleaseIfRef()); }));
     EXPECT_EQ(1, LocksOf([=] { EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef()); }));
-    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+    EXPECT_EQ(2, LocksOf([=] { EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef()); }))
+        << "the last release, and the reference that the object takes while it ends";
     end.Open();
     other.join();
+}
+
+// A cache does not count what it knows; an object that ends tells it, and takes itself away.
+TEST(CEComUnknownLock, LetsACacheAddAReferenceBeforeTheLastOneGoes)
+{
+    CKept* const pObject = new CKept(nullptr);
+    pObject->bKeep = true;
+    CGate atLock;
+    CGate added;
+    std::thread holder(
+        [&]
+        {
+            t_pAtLock = &atLock;
+            t_pMayLock = &added;
+            EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef()) << "the cache was first";
+            t_pMayLock = nullptr;
+            OpenOnce(t_pAtLock);  // nobody shall wait for a mutex that was not taken
+        });
+    atLock.Pass();
+    EXPECT_EQ(2u, pObject->NonDelegatingAddIfRef());
+    added.Open();
+    holder.join();
+    EXPECT_EQ(0, pObject->nEndings);
+    pObject->bKeep = false;
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
 }
 
 TEST(CEComUnknownLock, IsLeftByAllOthersBeforeTheObjectEnds)

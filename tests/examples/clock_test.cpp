@@ -7,6 +7,7 @@
 #include <string>
 
 #include "framework/basic/time_zone.h"
+#include "tests/examples/refusing.h"
 #include "tests/support/run_program.h"
 
 namespace
@@ -114,5 +115,26 @@ TEST(ClockExample, ReportsAFullDisk)
     const SRunResult result = RunProgram(ORVEL_BINARY_DIR "/examples/clock/clock", {"UTC"}, "", "/dev/full");
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("clock: standard output: No space left on device\n", result.strErrors);
+}
+
+TEST(ClockExample, ShowsAllOrSaysThatMemoryRanOut)
+{
+    const std::vector<std::string> arguments = {"--at", "2024-06-01 12:00:00", "WEUROPE", "EST5EDT,M3.2.0,M11.1.0"};
+    const SRunResult want = Clock(arguments);
+    ASSERT_EQ(0, want.nStatus);
+    const auto runAndLook = [&]
+    {
+        const SRunResult result = RunProgram(ORVEL_BINARY_DIR "/tests/clock_refused", arguments);
+        if (result.nStatus == 0)
+        {
+            EXPECT_EQ(want.strOutput, result.strOutput);
+            return;
+        }
+        EXPECT_EQ(1, result.nStatus);
+        EXPECT_EQ("clock: out of memory\n", result.strErrors);
+    };
+    const unsigned int uRequests = RefuseEach("REFUSE_NEW", runAndLook);
+    if (TESTS_OWN_OPERATOR_NEW == 0) GTEST_SKIP() << "the sanitizer brings its own operator new";
+    EXPECT_GT(uRequests, 10u);
 }
 }  // namespace

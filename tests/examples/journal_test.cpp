@@ -22,15 +22,19 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
+#include "tests/examples/refusing.h"
 #include "tests/support/test_seed.h"
 
 namespace fs = std::filesystem;
 
 namespace
 {
-const char* const g_pszJournal = ORVEL_BINARY_DIR "/examples/journal/journal";
+const char* g_pszJournal = ORVEL_BINARY_DIR "/examples/journal/journal";
+const char* const g_pszRefusedJournal = ORVEL_BINARY_DIR "/tests/journal_refused";
 const char* const g_pszHello = ORVEL_BINARY_DIR "/examples/hello/hello";
 
 constexpr std::size_t g_uHeaderSize = 52;
@@ -40,6 +44,9 @@ constexpr std::size_t g_uMacSize = 20;
 constexpr std::size_t g_uCrcSize = 4;
 constexpr std::size_t g_uTailSize = g_uMacSize + g_uCrcSize;
 constexpr std::size_t g_uNonceSize = 16;
+
+// More than pipe and buffers hold: once they are taken, the program is in the middle of writing.
+constexpr unsigned int g_uManyLines = 40000;
 
 const char* const g_pszDamaged = ": damaged: its CRC-32 does not fit";
 const char* const g_pszForged = ": forged: its CRC-32 fits, its HMAC does not";
@@ -120,6 +127,19 @@ std::vector<std::string> LinesOf(const std::string& rText)
     return lines;
 }
 
+/// As long as it lives, the program is the one in which something can be refused.
+class CRefusedJournal
+{
+public:
+    CRefusedJournal() : m_pszBefore(std::exchange(g_pszJournal, g_pszRefusedJournal)) {}
+    ~CRefusedJournal() { g_pszJournal = m_pszBefore; }
+    CRefusedJournal(const CRefusedJournal&) = delete;
+    CRefusedJournal& operator=(const CRefusedJournal&) = delete;
+
+private:
+    const char* m_pszBefore;
+};
+
 /// Works in a directory of its own, with a key "k" and a journal "j".
 class CJournal : public testing::Test
 {
@@ -194,7 +214,7 @@ protected:
     /// The texts that show prints, with the numbers checked and the time stamps, all of the present, taken off.
     std::vector<std::string> ShownTexts(const std::vector<std::string>& rMoreArguments = {}, unsigned int uFrom = 1)
     {
-        std::vector<std::string> arguments = {"show", "--journal", "j"};
+        std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
         arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
         const SOutcome outcome = Run(arguments);
         EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
@@ -605,7 +625,7 @@ TEST_F(CJournal, LastSelectsTheEndInItsOrder)
     }
     EXPECT_EQ((std::vector<std::string>{"line 4", "line 5"}), ShownTexts({"--last", "2"}, 4));
     fs::remove("j");
-    MustWrite("");
+    MustWrite("", {"--new"});
     EXPECT_TRUE(ShownTexts({"--last", "1"}).empty());
 }
 
@@ -637,7 +657,7 @@ TEST_F(CJournal, SinceAndUntilSelectByTimeInTheOrderOfTime)
         SCOPED_TRACE(testing::PrintToString(rCase.selection));
         for (const std::vector<std::string>& rKey : {std::vector<std::string>{}, {"--key", "k"}})
         {
-            std::vector<std::string> arguments = {"show", "--journal", "j"};
+            std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
             arguments.insert(arguments.end(), rKey.begin(), rKey.end());
             arguments.insert(arguments.end(), rCase.selection.begin(), rCase.selection.end());
             const SOutcome outcome = Run(arguments);
@@ -700,6 +720,73 @@ TEST_F(CJournal, ARecordThatChangesWhileItIsShownIsRefused)
     ExpectRefused(outcome, "j: record 40: changed while it was being read");
 }
 
+TEST_F(CJournal, WithoutTheKeyARecordThatChangesWhileItIsShownIsRefused)
+{
+    std::string strText;
+    for (unsigned int u = 0; u < 40; ++u) strText += std::string(10000, 'x') + "\n";
+    MustWrite(strText);
+    std::vector<std::string> parts = PartsOf(Load("j"));
+    ASSERT_EQ(0, mkfifo("out", 0600));
+    SOutcome outcome = {};
+    std::thread runner([&] { outcome = Run({"show", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out"); });
+    std::ifstream output("out", std::ios::binary);
+    std::string strShown(1, static_cast<char>(output.get()));
+    // The code, which nobody can check, stays as it was.
+    parts[40][parts[40].size() - g_uTailSize - 1] = 'y';
+    FixCrc(parts[40]);
+    const std::size_t uLastSize = parts[40].size() + parts[41].size();
+    std::fstream journal("j", std::ios::binary | std::ios::in | std::ios::out);
+    journal.seekp(-static_cast<std::streamoff>(uLastSize), std::ios::end) << parts[40] << std::flush;
+    strShown.append(std::istreambuf_iterator<char>(output), {});
+    runner.join();
+    EXPECT_EQ(39u, LinesOf(strShown).size());
+    ExpectRefused(outcome, "j: record 40: changed while it was being read");
+}
+
+TEST_F(CJournal, TextsCannotCommandATerminal)
+{
+    struct SCase
+    {
+        std::string strText;
+        const char* pszShown;
+    };
+    const SCase aCases[] = {{"plain ~ text", "plain ~ text"},
+                            {"tab\tkept", "tab\tkept"},
+                            {"\033[2J", "\\x1b[2J"},
+                            {"a\rb\b", "a\\x0db\\x08"},
+                            {std::string("\0\x7f", 2), "\\x00\\x7f"},
+                            {"\\x1b", "\\\\x1b"},
+                            {"Gr\u00fc\u00dfe \u20ac \U0001F600", "Gr\u00fc\u00dfe \u20ac \U0001F600"},
+                            {"\u00a0", "\u00a0"},
+                            {"\xc2\x9b"
+                             "2J",
+                             "\\xc2\\x9b2J"},  // U+009B begins a command, too
+                            {"\x9b"
+                             "2J",
+                             "\\x9b2J"},                                         // and so it does in 8-bit terminals
+                            {"\u202e\u2066", "\\xe2\\x80\\xae\\xe2\\x81\\xa6"},  // turn what follows round
+                            {"\xc1\x9b", "\\xc1\\x9b"},                          // longer than due
+                            {"\xe0\x82\x9b", "\\xe0\\x82\\x9b"},
+                            {"\xed\xa0\x80", "\\xed\\xa0\\x80"},  // half a pair
+                            {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"},
+                            {"\xf8\x88\x80\x80\x80", "\\xf8\\x88\\x80\\x80\\x80"},
+                            {"\xe2\x82", "\\xe2\\x82"},  // cut off
+                            {"\xe2\x82x", "\\xe2\\x82x"}};
+    std::string strText;
+    for (const SCase& rCase : aCases) strText += rCase.strText + "\n";
+    MustWrite(strText);
+    for (const char* const pszSelection : {"--from", "--since", "--last"})
+    {
+        const SOutcome outcome = Run({"show", "--journal", "j", pszSelection, pszSelection[2] == 'l' ? "99" : "1"});
+        const std::vector<std::string> lines = LinesOf(outcome.strOutput);
+        ASSERT_EQ(std::size(aCases), lines.size());
+        for (std::size_t u = 0; u < lines.size(); ++u)
+        {
+            EXPECT_EQ(aCases[u].pszShown, lines[u].substr(lines[u].find(' ', lines[u].find(' ') + 1) + 1));
+        }
+    }
+}
+
 TEST_F(CJournal, ANewKeyIsRandomAndItsOwnersOnly)
 {
     umask(0);
@@ -726,6 +813,49 @@ TEST_F(CJournal, AJournalKeepsItsMode)
     EXPECT_EQ(0640u, status.st_mode & 07777);
 }
 
+TEST_F(CJournal, ModesGrantNobodyMoreThanBefore)
+{
+    struct SCase
+    {
+        mode_t uBefore;
+        mode_t uKept;
+        mode_t uGroupLost;
+    };
+    const SCase aCases[] = {{0600, 0600, 0600},  {0640, 0640, 0600},  {0664, 0664, 0644}, {0604, 0604, 0600},
+                            {06755, 0755, 0755}, {04640, 0640, 0600}, {01666, 0666, 0666}};
+    for (const SCase& rCase : aCases)
+    {
+        SCOPED_TRACE(testing::Message() << std::oct << rCase.uBefore);
+        for (const bool bGroupLost : {false, true})
+        {
+            fs::remove("j");
+            MustWrite("one\n", fs::exists("k") ? std::vector<std::string>{"--new"} : std::vector<std::string>{});
+            ASSERT_EQ(0, chmod("j", rCase.uBefore));
+            const CRefusedJournal journal;
+            const CRefusing refusing("REFUSE_NAME", bGroupLost ? "fchown" : "nothing", "REFUSE_ERRNO",
+                                     std::to_string(EPERM));
+            MustWrite("two\n");
+            struct stat status;
+            ASSERT_EQ(0, stat("j", &status));
+            EXPECT_EQ(bGroupLost ? rCase.uGroupLost : rCase.uKept, status.st_mode & 07777);
+        }
+    }
+}
+
+TEST_F(CJournal, ANewJournalHasTheModeThatTheUmaskSays)
+{
+    for (const mode_t uMask : {0022u, 0077u, 0027u})
+    {
+        fs::remove("j");
+        umask(uMask);
+        MustWrite("one\n", fs::exists("k") ? std::vector<std::string>{"--new"} : std::vector<std::string>{});
+        umask(022);
+        struct stat status;
+        ASSERT_EQ(0, stat("j", &status));
+        EXPECT_EQ(0666u & ~uMask, status.st_mode & 07777);
+    }
+}
+
 TEST_F(CJournal, ASymbolicLinkStaysOne)
 {
     MustWrite("one\n");
@@ -750,6 +880,57 @@ TEST_F(CJournal, AKeyThatOthersMayUseIsRefused)
         ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), strMessage);
         ExpectRefused(Run({"show", "--key", "k", "--journal", "j"}), strMessage);
     }
+}
+
+TEST_F(CJournal, AKeyOfSomebodyElseIsRefused)
+{
+    MustWrite("one\n");
+    const unsigned int uOther = geteuid() + 1;
+    const CRefusedJournal journal;
+    const CRefusing other("REFUSE_USER", std::to_string(uOther));
+    const std::string strMessage = "k: a key is for its owner only, who is user " + std::to_string(geteuid());
+    ExpectRefused(Verify(), strMessage);
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), strMessage);
+    ExpectRefused(Run({"show", "--key", "k", "--journal", "j"}), strMessage);
+}
+
+TEST_F(CJournal, NoKeyIsLeftInMemory)
+{
+    if (g_bSanitized) GTEST_SKIP() << "sanitizers take terabytes";
+    const CRefusedJournal journal;
+    const CRefusing searching("REFUSE_RESIDUE", "k");
+    MustWrite("one\n");
+    MustWrite("two\n", {"--seal"});
+    ExpectIntact(2);
+    EXPECT_EQ((std::vector<std::string>{"one", "two"}), ShownTexts({"--key", "k"}));
+}
+
+TEST_F(CJournal, ADeletedJournalIsNotBegunAnewWithoutAWord)
+{
+    MustWrite("one\n");
+    const std::string strKey = Load("k");
+    fs::remove("j");
+    Store("text", "two\n");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
+                  "j: is missing, although its key k is there: if it was not deleted, --new begins it");
+    EXPECT_EQ((std::set<std::string>{"k", "text"}), Files());
+    MustWrite("two\n", {"--new"});
+    EXPECT_EQ(strKey, Load("k"));
+    ExpectIntact(1);
+    Store("text", "three\n");
+    ExpectRefused(Run({"write", "--new", "--key", "k", "--journal", "j", "text"}),
+                  "j: is there already, --new begins another one");
+    ExpectIntact(1);
+}
+
+TEST_F(CJournal, AFailedLockIsToldFromAnotherWriter)
+{
+    MustWrite("one\n");
+    Store("text", "two\n");
+    const CRefusedJournal journal;
+    const CRefusing refusing("REFUSE_NAME", "flock", "REFUSE_ERRNO", std::to_string(ENOLCK));
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
+                  (m_directory / "j").string() + ": cannot be locked: No locks available");
 }
 
 TEST_F(CJournal, AKeyFileThatIsNoneIsRefused)
@@ -793,7 +974,7 @@ TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
     Store("long", std::string(70000, 'x'));
     ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "long"}),
                   "long: line 1 is longer than 65,535 characters");
-    EXPECT_EQ((std::set<std::string>{"k", "long"}), Files());
+    EXPECT_EQ((std::set<std::string>{"long"}), Files());
 }
 
 TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
@@ -806,7 +987,7 @@ TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
     ExpectRefused(Run({"write", "--key", "k", "--journal", "/dev/null", "text"}), "/dev/null: not a regular file");
     ExpectRefused(Run({"verify", "--key", "k", "--journal", "dir"}), "dir: Is a directory");
     ExpectRefused(Run({"verify", "--key", "k", "--journal", "missing"}), "missing: No such file or directory");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "missing/j", "text"}),
+    ExpectRefused(Run({"write", "--new", "--key", "k", "--journal", "missing/j", "text"}),
                   "missing/j: No such file or directory");
 }
 
@@ -907,7 +1088,7 @@ TEST_F(CJournal, PartsOfAnotherJournalUnderTheSameKeyAreNamed)
     MustWrite(NumberedLines(4));
     const std::vector<std::string> other = PartsOf(Load("j"));
     fs::remove("j");
-    MustWrite(NumberedLines(4));
+    MustWrite(NumberedLines(4), {"--new"});
     const std::vector<std::string> parts = PartsOf(Load("j"));
 
     const auto replace = [&](std::size_t uPart)
@@ -1122,12 +1303,13 @@ namespace
 class CFedJournal
 {
 public:
-    explicit CFedJournal(bool bOnTerminal)
+    explicit CFedJournal(bool bOnTerminal, const std::vector<std::string>& rMoreArguments = {})
     {
         signal(SIGPIPE, SIG_IGN);  // Feed() reports it
         EXPECT_EQ(0, pipe2(m_anPipe, O_CLOEXEC));
         EXPECT_EQ(0, openpty(&m_nMaster, &m_nTerminal, nullptr, nullptr, nullptr));
-        const std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "-"};
+        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "-"};
+        arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
         const std::vector<char*> command = CommandOf(arguments);
         m_pid = fork();
         if (m_pid != 0)
@@ -1199,16 +1381,66 @@ TEST_F(CJournal, AnInterruptedWriteLeavesNothingBehind)
 {
     MustWrite("one\n");
     const std::string strBefore = Load("j");
-    for (const int nSignal : {SIGHUP, SIGINT, SIGTERM})
+    for (const int nSignal : {SIGHUP, SIGINT, SIGTERM, SIGKILL})
     {
         CFedJournal journal(false);
-        // More than pipe and buffers hold: once it is taken, the program is in the middle of writing.
-        journal.Feed(NumberedLines(200000));
-        EXPECT_EQ(3u, Files().size()) << "there is no temporary file to be removed";
+        journal.Feed(NumberedLines(g_uManyLines));
         EXPECT_EQ(-nSignal, journal.Interrupt(nSignal));
         EXPECT_EQ(strBefore, Load("j"));
         EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
     }
+}
+
+// On file systems without unnamed files.
+TEST_F(CJournal, ANamedTemporaryFileIsItsWritersOnlyAndDoesNotStay)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing unsupported("REFUSE_UNNAMED", "1");
+    for (const bool bNew : {true, false})
+    {
+        for (const int nSignal : {SIGHUP, SIGINT, SIGTERM, SIGKILL})
+        {
+            SCOPED_TRACE(testing::Message() << "signal " << nSignal << (bNew ? ", new" : ""));
+            const std::set<std::string> before = Files();
+            umask(0);
+            CFedJournal journal(false);
+            umask(022);
+            journal.Feed(NumberedLines(g_uManyLines));
+            unsigned int uTemporaries = 0;
+            for (const std::string& rName : Files())
+            {
+                if (before.count(rName) != 0) continue;
+                struct stat status = {};
+                EXPECT_EQ(0, stat(rName.c_str(), &status));
+                EXPECT_EQ(0600u, status.st_mode & 07777) << rName;
+                ++uTemporaries;
+            }
+            EXPECT_EQ(bNew ? 2u : 1u, uTemporaries) << "of the journal, and of its key when that is new";
+            EXPECT_EQ(-nSignal, journal.Interrupt(nSignal));
+            if (nSignal == SIGKILL) continue;
+            EXPECT_EQ(before, Files());
+        }
+        // What the killed one had to leave goes with the next call.
+        MustWrite("one\n");
+        EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
+    }
+    ExpectIntact(2);
+}
+
+TEST_F(CJournal, ANamedTemporaryFileThatIsInUseIsNotTaken)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing unsupported("REFUSE_UNNAMED", "1");
+    MustWrite("one\n");
+    fs::remove("j");
+    Store("text", "two\n");
+    const std::vector<std::string> write = {"write", "--new", "--key", "k", "--journal", "j", "text"};
+    CFedJournal journal(false, {"--new"});
+    journal.Feed(NumberedLines(g_uManyLines));
+    ExpectRefused(Run(write), "j: being written by somebody else");
+    EXPECT_EQ(0, journal.Finish());
+    ExpectIntact(g_uManyLines);
+    EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
 }
 
 TEST_F(CJournal, TwoWritersDoNotLoseEachOthersRecords)
@@ -1216,17 +1448,17 @@ TEST_F(CJournal, TwoWritersDoNotLoseEachOthersRecords)
     MustWrite("one\n");
     Store("text", "two\n");
     CFedJournal journal(false);
-    journal.Feed(NumberedLines(200000));
+    journal.Feed(NumberedLines(g_uManyLines));
     ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
                   (m_directory / "j").string() + ": being written by somebody else");
     EXPECT_EQ(0, journal.Finish());
-    ExpectIntact(200001);
+    ExpectIntact(g_uManyLines + 1);
 }
 
 TEST_F(CJournal, AJournalThatAppearsInTheMeantimeIsNotReplaced)
 {
     CFedJournal journal(false);
-    journal.Feed(NumberedLines(200000));
+    journal.Feed(NumberedLines(g_uManyLines));
     MustWrite("one\n");
     EXPECT_EQ(1, journal.Finish());
     ExpectIntact(1);
@@ -1247,6 +1479,137 @@ TEST_F(CJournal, ATerminalIsShownProgressWhichIsErasedInTheEnd)
     strShown += journal.ReadTerminal();
     EXPECT_TRUE(StartsWith(strShown, "\r\033[Kwriting: ")) << strShown;
     EXPECT_TRUE(EndsWith(strShown, " records\r\033[K")) << strShown;
+}
+
+namespace
+{
+/// What `write` starts from, what it was to make of it, and what the program is asked to refuse.
+class CRefusedWrite : public CJournal, public testing::WithParamInterface<std::tuple<bool, bool, bool>>
+{
+protected:
+    bool IsNew() const { return std::get<0>(GetParam()); }
+    bool IsNamed() const { return std::get<1>(GetParam()); }
+    bool IsSealed() const { return std::get<2>(GetParam()); }
+
+    void SetUp() override
+    {
+        CJournal::SetUp();
+        if (IsNew()) return;
+        MustWrite("one\n");
+        ExpectIntact(1);
+        m_strKey = Load("k");
+        m_strJournal = Load("j");
+    }
+
+    void Reset()
+    {
+        fs::remove("k");
+        fs::remove("j");
+        if (IsNew()) return;
+        Store("k", m_strKey);
+        Store("j", m_strJournal);
+        ASSERT_EQ(0, chmod("k", 0600));
+    }
+
+    SOutcome WriteRefused()
+    {
+        const CRefusedJournal journal;
+        const CRefusing unsupported("REFUSE_UNNAMED", IsNamed() ? "1" : "0");
+        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
+        if (IsSealed()) arguments.push_back("--seal");
+        return Run(arguments);
+    }
+
+    void ExpectNew()
+    {
+        ExpectIntact(IsNew() ? 2 : 3);
+        EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+    }
+
+    void ExpectOld()
+    {
+        if (IsNew())
+        {
+            EXPECT_EQ((std::set<std::string>{"text"}), Files());
+            return;
+        }
+        EXPECT_EQ(m_strJournal, Load("j"));
+        EXPECT_EQ(m_strKey, Load("k"));
+        EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+    }
+
+    void WriteAndLook()
+    {
+        Reset();
+        Store("text", "two\nthree\n");
+        const SOutcome outcome = WriteRefused();
+        // What can be done in another way need not fail.
+        if (outcome.nStatus == 0) return ExpectNew();
+        EXPECT_EQ(1, outcome.nStatus);
+        EXPECT_EQ("", outcome.strOutput);
+        EXPECT_TRUE(StartsWith(outcome.strErrors, "journal: ")) << outcome.strErrors;
+        EXPECT_EQ(1u, LinesOf(outcome.strErrors).size());
+        EXPECT_TRUE(EndsWith(outcome.strErrors, "out of memory\n") || EndsWith(outcome.strErrors, "output error\n"))
+            << outcome.strErrors;
+        ++m_uRefused;
+        if (outcome.strErrors.find(": written, but ") != std::string::npos) ExpectNew();
+        else ExpectOld();
+    }
+
+    std::string m_strKey;
+    std::string m_strJournal;
+    unsigned int m_uRefused = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(All, CRefusedWrite,
+                         testing::Values(std::make_tuple(false, false, false), std::make_tuple(false, true, true),
+                                         std::make_tuple(true, false, true), std::make_tuple(true, true, false)),
+                         [](const auto& rInfo)
+                         {
+                             return std::string(std::get<0>(rInfo.param) ? "New" : "Continued") +
+                                    (std::get<1>(rInfo.param) ? "Named" : "Unnamed") +
+                                    (std::get<2>(rInfo.param) ? "Sealed" : "Plain");
+                         });
+}  // namespace
+
+TEST_P(CRefusedWrite, WithoutMemoryNothingHappens)
+{
+    const unsigned int uRequests = RefuseEach("REFUSE_NEW", [&] { WriteAndLook(); });
+    if (TESTS_OWN_OPERATOR_NEW == 0) GTEST_SKIP() << "the sanitizer brings its own operator new";
+    EXPECT_GT(uRequests, 20u);
+    EXPECT_GT(m_uRefused, 20u);
+}
+
+TEST_P(CRefusedWrite, WhenACallOfTheSystemFailsNothingHappens)
+{
+    EXPECT_GT(RefuseEach("REFUSE_CALL", [&] { WriteAndLook(); }), 12u);
+    EXPECT_GT(m_uRefused, 12u);
+}
+
+TEST_P(CRefusedWrite, KilledAnywhereTheJournalIsIntact)
+{
+    const CRefusing killing("REFUSE_KILL", "1");
+    const auto killAndLook = [&]
+    {
+        Reset();
+        Store("text", "two\nthree\n");
+        const SOutcome outcome = WriteRefused();
+        EXPECT_TRUE(outcome.nStatus == -SIGKILL || outcome.nStatus == 0) << outcome.nStatus;
+        const bool bMade = fs::exists("j") && (IsNew() || Load("j") != m_strJournal);
+        unsigned int uRecords = bMade ? 2 : 0;
+        if (!IsNew()) ++uRecords;
+        if (uRecords != 0) ExpectIntact(uRecords);
+        // And the next one goes on from there, and leaves no trace of the other.
+        const bool bKeyOnly = fs::exists("k") && !fs::exists("j");
+        unsetenv("REFUSE_CALL");
+        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
+        if (bKeyOnly) arguments.push_back("--new");
+        const SOutcome next = Run(arguments);
+        EXPECT_EQ(0, next.nStatus) << next.strErrors;
+        ExpectIntact(uRecords + 2);
+        EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+    };
+    EXPECT_GT(RefuseEach("REFUSE_CALL", killAndLook), 12u);
 }
 
 TEST_F(CJournal, HelloPrintsTheDigestOfItsText)

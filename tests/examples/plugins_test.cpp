@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "tests/examples/refusing.h"
 #include "tests/support/run_program.h"
 
 namespace
@@ -90,5 +91,36 @@ TEST(PluginsExample, ReportsInputThatCannotBeRead)
     EXPECT_EQ(1, result.nStatus);
     EXPECT_EQ("", result.strOutput);
     EXPECT_EQ("plugins: standard input: Is a directory\n", result.strErrors);
+}
+
+TEST(PluginsExample, StopWhenTheirOutputIsGone)
+{
+    // Input without an end.
+    const SRunResult result = RunProgram(
+        "/bin/sh", {"-c", "yes 2>/dev/null | '" ORVEL_BINARY_DIR "/examples/plugins/plugins' upper >/dev/full"});
+    EXPECT_EQ(1, result.nStatus);
+    EXPECT_EQ("plugins: standard output: No space left on device\n", result.strErrors);
+}
+
+TEST(PluginsExample, DoAllOrSayWhatIsMissingWhenMemoryRunsOut)
+{
+    const std::string strInput = " one \n\n" + std::string(300, 'x') + "\n";
+    const std::string strWant = "ENO\n\n" + std::string(300, 'X') + "\n";
+    const auto runAndLook = [&]
+    {
+        const SRunResult result =
+            RunProgram(ORVEL_BINARY_DIR "/tests/plugins_refused", {"--count", "trim", "reverse", "upper"}, strInput);
+        if (result.nStatus == 0)
+        {
+            EXPECT_EQ(strWant, result.strOutput);
+            return;
+        }
+        EXPECT_EQ(1, result.nStatus);
+        EXPECT_EQ(0u, result.strErrors.find("plugins: ")) << result.strErrors;
+        EXPECT_EQ(strWant.substr(0, result.strOutput.size()), result.strOutput);
+    };
+    const unsigned int uRequests = RefuseEach("REFUSE_NEW", runAndLook);
+    if (TESTS_OWN_OPERATOR_NEW == 0) GTEST_SKIP() << "the sanitizer brings its own operator new";
+    EXPECT_GT(uRequests, 10u);
 }
 }  // namespace

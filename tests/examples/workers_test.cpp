@@ -15,6 +15,9 @@
 #include <thread>
 #include <vector>
 
+#include "tests/examples/refusing.h"
+#include "tests/support/run_program.h"
+
 namespace
 {
 const char* const g_pszWorkers = ORVEL_BINARY_DIR "/examples/workers/workers";
@@ -305,4 +308,45 @@ TEST_F(CWorkers, ExplainThemselves)
     EXPECT_EQ(0, outcome.nStatus);
     EXPECT_NE(std::string::npos, outcome.strOutput.find("SIGINT"));
     EXPECT_EQ("", outcome.strErrors);
+}
+
+TEST_F(CWorkers, StopWhenTheirOutputIsGoneAndTheirInputHasNoEnd)
+{
+    const SRunResult result =
+        RunProgram("/bin/sh", {"-c", "yes 2>/dev/null | '" + std::string(g_pszWorkers) + "' >/dev/full"});
+    EXPECT_EQ(1, result.nStatus);
+    EXPECT_EQ("workers: standard output cannot be written\n", result.strErrors);
+}
+
+TEST_F(CWorkers, DoAllLinesOrSayThatSomeAreMissingWhenMemoryRunsOut)
+{
+    std::string strInput;
+    std::map<unsigned long, std::string> want;
+    for (unsigned long u = 1; u <= 5; ++u)
+    {
+        const std::string strLine(u * 40, 'x');
+        strInput += strLine + "\n";
+        want[u] = DigestOf(strLine);
+    }
+    unsigned int uMissing = 0;
+    const auto runAndLook = [&]
+    {
+        const SRunResult result = RunProgram(ORVEL_BINARY_DIR "/tests/workers_refused", {"2"}, strInput);
+        std::istringstream lines(result.strOutput);
+        unsigned int uLines = 0;
+        std::string strDigest;
+        for (unsigned long uNumber = 0; lines >> uNumber >> strDigest; ++uLines) EXPECT_EQ(want[uNumber], strDigest);
+        if (result.nStatus == 0)
+        {
+            EXPECT_EQ(5u, uLines);
+            return;
+        }
+        EXPECT_EQ(1, result.nStatus);
+        EXPECT_EQ(0u, result.strErrors.find("workers: ")) << result.strErrors;
+        ++uMissing;
+    };
+    const unsigned int uRequests = RefuseEach("REFUSE_NEW", runAndLook);
+    if (TESTS_OWN_OPERATOR_NEW == 0) GTEST_SKIP() << "the sanitizer brings its own operator new";
+    EXPECT_GT(uRequests, 20u);
+    EXPECT_GT(uMissing, 20u);
 }

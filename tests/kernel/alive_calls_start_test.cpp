@@ -25,6 +25,9 @@ std::atomic<unsigned int> g_uGoWaits = 0;
 /// The same of the semaphore that tells that the thread runs.
 const void* g_pvStarted = nullptr;
 unsigned int g_uStartedWaits = 0;
+/// Whether that was signalled already when the behaviour's thread came there; opened then, for an activation to go on.
+CGate* g_pAtGo = nullptr;
+bool g_bGoWasFree = false;
 /// The mutex of the state, of the object under test; whether it was taken when the thread was created.
 const CMutex* g_pStateMutex = nullptr;
 bool g_bStateWasTaken = false;
@@ -43,6 +46,12 @@ const TPart* PartOf(const CAliveObj& rObject, std::size_t uOffset)
     return reinterpret_cast<const TPart*>(reinterpret_cast<const unsigned char*>(&rObject) + uOffset);
 }
 
+/// Whoever has it: the first word of the C library's mutex, behind the virtual functions.
+bool IsTaken(const CMutex* pMutex)
+{
+    return LoadAt<int>(pMutex, 8) != 0;
+}
+
 class CCounting : public CAliveObj
 {
 public:
@@ -50,12 +59,16 @@ public:
     QvResult Activate() { return CAliveObj::Activate(nullptr, 0, CThread::eNORMAL); }
     int m_nRuns = 0;
     unsigned int m_uGoWaitsBefore = 0;
+    CGate m_there;
+    CGate* m_pMayEnd = nullptr;
 
 private:
     void Behavior() override
     {
         ++m_nRuns;
         m_uGoWaitsBefore = g_uGoWaits;
+        m_there.Open();
+        if (m_pMayEnd != nullptr) m_pMayEnd->Pass();
     }
 };
 }  // namespace
@@ -69,7 +82,7 @@ extern "C"
                                  void* pvArgument) noexcept
     {
         using TCreate = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-        if (g_pStateMutex != nullptr) g_bStateWasTaken = !g_pStateMutex->IsOpen();
+        if (g_pStateMutex != nullptr) g_bStateWasTaken = IsTaken(g_pStateMutex);
         if (g_bCreateFails) return EAGAIN;
         TCreate* pfnCreate = __interceptor_pthread_create;
         if (pfnCreate == nullptr) pfnCreate = reinterpret_cast<TCreate*>(dlsym(RTLD_NEXT, "pthread_create"));
@@ -87,7 +100,16 @@ bool CBinarySemaphore::Wait() const
     if (this == g_pvStarted) ++g_uStartedWaits;
     // Destroyed, a mutex is all zeros.
     if (this == g_pvRun) g_bStateWasThere = BytesAt(g_pStateMutex, 8, 40) != std::vector<unsigned char>(40);
-    return m_sem.Wait();
+    if (g_pAtGo == nullptr) return m_sem.Wait();
+    if (this == g_pvGo)
+    {
+        g_bGoWasFree = m_sem.Wait(0);
+        g_pAtGo->Open();
+        return g_bGoWasFree || m_sem.Wait();
+    }
+    const bool bAcquired = m_sem.Wait();
+    if (this == g_pvStarted) g_pAtGo->Pass();
+    return bAcquired;
 }
 
 class CAliveObjCalls : public testing::Test
@@ -98,6 +120,7 @@ protected:
         g_bCreateFails = false;
         g_bPolicyFails = false;
         g_pvGo = g_pvStarted = g_pvRun = nullptr;
+        g_pAtGo = nullptr;
         g_pStateMutex = nullptr;
     }
     CFrameworkScope m_framework;
@@ -153,6 +176,26 @@ TEST_F(CAliveObjCalls, NoBehaviourBeginsBeforeItIsLetGo)
     EXPECT_EQ(1u, m_object.m_uGoWaitsBefore);
 }
 
+TEST_F(CAliveObjCalls, NoBehaviourBeginsByWhatARefusedActivationHasLeft)
+{
+    CGate mayEnd;
+    m_object.m_pMayEnd = &mayEnd;
+    EXPECT_EQ(QV_RES_OK, m_object.Activate());
+    m_object.m_there.Pass();
+    EXPECT_EQ(QV_RES_INVALID_STATE, m_object.Activate());
+    mayEnd.Open();
+    m_object.Join(nullptr);
+
+    CGate atGo;
+    g_pvGo = PartOf<CBinarySemaphore>(m_object, g_uGO_AT);
+    g_pvStarted = PartOf<CBinarySemaphore>(m_object, g_uSTARTED_AT);
+    g_pAtGo = &atGo;
+    EXPECT_EQ(QV_RES_OK, m_object.Activate());
+    m_object.Join(nullptr);
+    EXPECT_FALSE(g_bGoWasFree) << "the behaviour runs beside Activate(), and may destroy the object";
+    EXPECT_EQ(2, m_object.m_nRuns);
+}
+
 TEST_F(CAliveObjCalls, AnActivationWaitsForItsThreadToRunAndARefusedOneForNothing)
 {
     g_pvStarted = PartOf<CBinarySemaphore>(m_object, g_uSTARTED_AT);
@@ -172,7 +215,7 @@ TEST_F(CAliveObjCalls, TheStateIsNobodyElsesWhileTheThreadIsStarted)
     g_bStateWasTaken = false;
     EXPECT_EQ(QV_RES_OK, m_object.Activate());
     EXPECT_TRUE(g_bStateWasTaken);
-    EXPECT_TRUE(m_object.Join(nullptr) == QV_RES_OK && g_pStateMutex->IsOpen());
+    EXPECT_TRUE(m_object.Join(nullptr) == QV_RES_OK && !IsTaken(g_pStateMutex));
 }
 
 TEST_F(CAliveObjCalls, AnObjectThatIsDestroyedKeepsItsPartsUntilItsThreadHasEnded)

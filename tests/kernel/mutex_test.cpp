@@ -117,22 +117,6 @@ TEST(CMutex, TryLockCountsLikeLock)
     EXPECT_TRUE(IsFreeForOthers(mutex));
 }
 
-TEST(CMutex, IsOpenWhileNobodyHoldsIt)
-{
-    const CMutex mutex;
-    EXPECT_TRUE(mutex.IsOpen());
-    mutex.Lock();
-    EXPECT_FALSE(mutex.IsOpen());
-    mutex.Lock();
-    mutex.Unlock();
-    EXPECT_FALSE(mutex.IsOpen());
-    bool bOpenForOthers = true;
-    std::thread([&] { bOpenForOthers = mutex.IsOpen(); }).join();
-    EXPECT_FALSE(bOpenForOthers);
-    mutex.Unlock();
-    EXPECT_TRUE(mutex.IsOpen());
-}
-
 TEST(CMutex, BlocksUntilTheOtherThreadUnlocks)
 {
     constexpr int nROUNDS = 2000;

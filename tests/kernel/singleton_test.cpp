@@ -19,18 +19,11 @@ namespace
 std::atomic<unsigned int> g_uLocks{0};
 /// Told of each lock that is about to be taken, when there.
 std::atomic<const CSemaphore*> g_pLocking{nullptr};
-
-class CBaseProbe : public CSingletonBase
-{
-public:
-    using CSingletonBase::ms_auMutex;
-    using CSingletonBase::ms_pmutex;
-};
 }  // namespace
 
 extern "C" QV_EXPORT int pthread_mutex_lock(pthread_mutex_t* pMutex) noexcept
 {
-    if (static_cast<void*>(pMutex) == CBaseProbe::ms_auMutex + sizeof(void*))
+    if (static_cast<void*>(pMutex) == CSingletonBase::ms_auMutex + sizeof(void*))
     {
         ++g_uLocks;
         if (const CSemaphore* const pLocking = g_pLocking) pLocking->Signal(false);
@@ -49,7 +42,6 @@ public:
         ++ms_nDestroyed;
         ms_pInstanceAtDestruction = ms_pInstance;
     }
-    static CCounted* Raw() { return ms_pInstance; }
 
     int m_nNumber;
     static inline std::atomic<int> ms_nConstructed{0};
@@ -78,18 +70,18 @@ protected:
     {
         COther::DestroyInstance();
         CCounted::DestroyInstance();
-        EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex)) << "the mutex of all singletons was left locked";
+        EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex)) << "the mutex of all singletons was left locked";
     }
 };
 }  // namespace
 
 TEST_F(CSingletonTest, IsMadeByTheFirstCallAndIsTheSameFromThenOn)
 {
-    EXPECT_EQ(nullptr, CCounted::Raw());
+    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
     CCounted* const pInstance = CCounted::Instance();
     ASSERT_NE(nullptr, pInstance);
     EXPECT_EQ(1, pInstance->m_nNumber);
-    EXPECT_EQ(pInstance, CCounted::Raw());
+    EXPECT_EQ(pInstance, CCounted::ms_pInstance);
     EXPECT_EQ(pInstance, CCounted::Instance());
     EXPECT_EQ(1, CCounted::ms_nConstructed);
 }
@@ -110,7 +102,7 @@ TEST_F(CSingletonTest, IsMadeAnewAfterItsDestruction)
     CCounted::Instance();
     CCounted::DestroyInstance();
     EXPECT_EQ(1, CCounted::ms_nDestroyed);
-    EXPECT_EQ(nullptr, CCounted::Raw());
+    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
     EXPECT_EQ(2, CCounted::Instance()->m_nNumber);
 }
 
@@ -119,7 +111,7 @@ TEST_F(CSingletonTest, IsTheInstanceUntilItIsDestroyed)
     CCounted* const pInstance = CCounted::Instance();
     CCounted::DestroyInstance();
     EXPECT_EQ(pInstance, CCounted::ms_pInstanceAtDestruction);
-    EXPECT_EQ(nullptr, CCounted::Raw());
+    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
 }
 
 TEST_F(CSingletonTest, DestroyingNoneIsHarmless)
@@ -130,7 +122,7 @@ TEST_F(CSingletonTest, DestroyingNoneIsHarmless)
     CCounted::DestroyInstance();
     CCounted::DestroyInstance();
     EXPECT_EQ(1, CCounted::ms_nDestroyed);
-    EXPECT_EQ(nullptr, CCounted::Raw());
+    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
 }
 
 TEST_F(CSingletonTest, AConstructorMayAskForAnotherSingleton)
@@ -148,17 +140,17 @@ TEST_F(CSingletonTest, IsMadeOnceWhenManyThreadsFindItMissing)
     const CSemaphore locking(0, uTHREADS + 1, false);
     CCounted* apInstances[uTHREADS] = {};
     std::vector<std::thread> threads;
-    CBaseProbe::ms_pmutex->Lock();
+    CSingletonBase::ms_pmutex->Lock();
     g_pLocking = &locking;
     for (CCounted*& rpInstance : apInstances) threads.emplace_back([&] { rpInstance = CCounted::Instance(); });
     // All have looked and found nothing once they want the mutex.
     for (unsigned int u = 0; u < uTHREADS; ++u) ASSERT_TRUE(locking.Wait());
     g_pLocking = nullptr;
     EXPECT_EQ(0, CCounted::ms_nConstructed) << "made without the mutex";
-    CBaseProbe::ms_pmutex->Unlock();
+    CSingletonBase::ms_pmutex->Unlock();
     for (std::thread& rThread : threads) rThread.join();
     EXPECT_EQ(1, CCounted::ms_nConstructed);
-    for (CCounted* pInstance : apInstances) EXPECT_EQ(CCounted::Raw(), pInstance);
+    for (CCounted* pInstance : apInstances) EXPECT_EQ(CCounted::ms_pInstance, pInstance);
 }
 
 TEST_F(CSingletonTest, IsSeenWholeByThreadsThatDoNotLock)
@@ -193,18 +185,18 @@ TEST(CSingletonLayout, HasTheTwoDestructorsForSlots)
 TEST(CSingletonModule, KeepsItsMutexInStaticStorageUntilItGoesDown)
 {
     CDefaultAllocator::Instance();
-    EXPECT_EQ(static_cast<void*>(CBaseProbe::ms_auMutex), CBaseProbe::ms_pmutex);
+    EXPECT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), CSingletonBase::ms_pmutex);
     FinalizeCSingleton();
-    EXPECT_EQ(nullptr, CBaseProbe::ms_pmutex);
+    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
     for (std::size_t u = sizeof(void*); u < sizeof(CMutex); ++u)
     {
-        EXPECT_EQ(0, CBaseProbe::ms_auMutex[u]) << "the mutex was not destroyed";
+        EXPECT_EQ(0, CSingletonBase::ms_auMutex[u]) << "the mutex was not destroyed";
     }
     EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
-    EXPECT_EQ(static_cast<void*>(CBaseProbe::ms_auMutex), CBaseProbe::ms_pmutex);
-    EXPECT_TRUE(IsFreeForOthers(*CBaseProbe::ms_pmutex));
+    EXPECT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), CSingletonBase::ms_pmutex);
+    EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
     CSingletonBase::FinalizeCSingletonBase();
-    EXPECT_EQ(nullptr, CBaseProbe::ms_pmutex);
+    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
     EXPECT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());
-    EXPECT_NE(nullptr, CBaseProbe::ms_pmutex);
+    EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
 }

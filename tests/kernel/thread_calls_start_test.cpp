@@ -8,7 +8,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -41,19 +43,69 @@ std::atomic<unsigned int> g_uNiceWho = 0;
 std::atomic<int> g_nNiceValue = -1;
 std::atomic<unsigned int> g_uJoins = 0;
 std::atomic<unsigned int> g_uDetaches = 0;
-std::atomic<pthread_t> g_hCreated = 0;
-/// A handle that stands for no thread any more; joining it is counted instead.
-std::atomic<pthread_t> g_hGone = 0;
-std::atomic<unsigned int> g_uJoinsOfGone = 0;
 /// Threads stop at it before they run, when there is one; opened when the thread of the test waits for something.
 std::atomic<CGate*> g_pStop = nullptr;
 thread_local bool t_bOpensStop = false;
+thread_local unsigned int t_uYields = 0;
+/// A refused creation waits for it, when there is one.
+CGate* g_pAtRefusal = nullptr;
+
+/// The handles that were created and neither joined nor detached yet. Others stand for no thread, or for another one.
+class CLiveHandles
+{
+public:
+    void lock() { m_mutex.lock(); }
+    void unlock() { m_mutex.unlock(); }
+    void Add(pthread_t hThread)
+    {
+        const std::lock_guard guard(m_mutex);
+        m_handles.push_back(hThread);
+    }
+    /// False, and counted, when it is none of them.
+    bool Remove(pthread_t hThread)
+    {
+        const std::lock_guard guard(m_mutex);
+        const auto found = std::find(m_handles.begin(), m_handles.end(), hThread);
+        const bool bLive = found != m_handles.end();
+        if (bLive) m_handles.erase(found);
+        else ++m_uStale;
+        return bLive;
+    }
+    unsigned int CountStale()
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_uStale;
+    }
+    std::size_t Count()
+    {
+        const std::lock_guard guard(m_mutex);
+        return m_handles.size();
+    }
+
+private:
+    std::recursive_mutex m_mutex;
+    std::vector<pthread_t> m_handles;
+    unsigned int m_uStale = 0;
+};
+CLiveHandles g_live;
 
 /// What stands behind a function that is replaced here: the sanitizer's, where there is one, or the C library's.
 template <typename TFunction>
 NOT_INSTRUMENTED TFunction* Real(const char* pszName, TFunction* pfnSanitizers = nullptr)
 {
     return pfnSanitizers != nullptr ? pfnSanitizers : reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, pszName));
+}
+
+void NoteCreation(const pthread_attr_t& rAttributes)
+{
+    std::size_t uStackSize = 0;
+    pthread_attr_getstacksize(&rAttributes, &uStackSize);
+    pthread_attr_t fresh;
+    pthread_attr_init(&fresh);
+    std::size_t uDefault = 0;
+    pthread_attr_getstacksize(&fresh, &uDefault);
+    pthread_attr_destroy(&fresh);
+    g_calls.push_back(uStackSize == uDefault ? "create" : "create with another stack size");
 }
 
 void OpenStop()
@@ -92,17 +144,16 @@ extern "C"
                                  void* pvArgument) noexcept
     {
         static const auto pfnReal = Real("pthread_create", __interceptor_pthread_create);
-        std::size_t uStackSize = 0;
-        pthread_attr_getstacksize(pAttributes, &uStackSize);
-        pthread_attr_t fresh;
-        pthread_attr_init(&fresh);
-        std::size_t uDefault = 0;
-        pthread_attr_getstacksize(&fresh, &uDefault);
-        pthread_attr_destroy(&fresh);
-        g_calls.push_back(uStackSize == uDefault ? "create" : "create with another stack size");
-        if (g_failures.bCreate) return EAGAIN;
+        if (pAttributes != nullptr) NoteCreation(*pAttributes);  // else it is a thread of the test
+        if (g_failures.bCreate)
+        {
+            if (g_pAtRefusal != nullptr) g_pAtRefusal->Pass();
+            return EAGAIN;
+        }
+        // Before the thread runs: it may detach itself.
+        const std::lock_guard guard(g_live);
         const int nResult = pfnReal(phThread, pAttributes, pfnStart, pvArgument);
-        g_hCreated = *phThread;
+        if (nResult == 0) g_live.Add(*phThread);
         return nResult;
     }
     QV_EXPORT int pthread_cond_wait(pthread_cond_t* pCondition, pthread_mutex_t* pMutex)
@@ -114,16 +165,23 @@ extern "C"
     QV_EXPORT int pthread_join(pthread_t hThread, void** ppvResult)
     {
         static const auto pfnReal = Real("pthread_join", __interceptor_pthread_join);
+        const bool bLive = g_live.Remove(hThread);  // before others go on, who may be given the same handle
         OpenStop();
         ++g_uJoins;
-        if (hThread == g_hGone) return static_cast<int>(++g_uJoinsOfGone);
-        return pfnReal(hThread, ppvResult);
+        return bLive ? pfnReal(hThread, ppvResult) : ESRCH;
     }
     QV_EXPORT int pthread_detach(pthread_t hThread) noexcept
     {
         static const auto pfnReal = Real("pthread_detach", __interceptor_pthread_detach);
         ++g_uDetaches;
-        return pfnReal(hThread);
+        return g_live.Remove(hThread) ? pfnReal(hThread) : ESRCH;
+    }
+    QV_EXPORT int sched_yield() noexcept
+    {
+        static const auto pfnReal = Real<int()>("sched_yield");
+        // Who turns instead of waiting is let go all the same.
+        if (++t_uYields > 100) OpenStop();
+        return pfnReal();
     }
     QV_EXPORT NOT_INSTRUMENTED int pthread_key_create(pthread_key_t* phKey, void (*pfnDestructor)(void*)) noexcept
     {
@@ -165,11 +223,20 @@ protected:
     {
         g_failures = {};
         FinalizeCThread();
+        EXPECT_EQ(0u, g_live.CountStale()) << "joined or detached a second time";
+        g_pStop = nullptr;
+        t_bOpensStop = false;
     }
 
     QvResult Start(unsigned int (*pfn)(unsigned int) = nullptr)
     {
         return m_thread.StartThread(pfn, 3, "calls", 4096, CThread::eNORMAL);
+    }
+    /// When this thread waits for something, for the first time from now on.
+    void OpenWhenWaiting(CGate& rGate)
+    {
+        g_pStop = &rGate;
+        t_bOpensStop = true;
     }
     CThreadProbe m_thread;
 };
@@ -232,126 +299,117 @@ TEST_F(CThreadCalls, DetachOnceWhatJoinsItselfAndNeverJoinItAgain)
     EXPECT_EQ(0u, g_uJoins);
 }
 
-TEST_F(CThreadCalls, LeaveAThreadThatJoinsItselfWhileAnotherJoinsItToTheOther)
+TEST_F(CThreadCalls, DetachAThreadThatJoinsItselfWhileAnotherWaitsForItsRun)
 {
-    static std::atomic<QvResult> s_res = QV_RES_OK;
+    static QvResult s_res = QV_RES_OK;
+    static CGate s_otherWaits;
+    s_otherWaits.Shut();
     Start(
         [](unsigned int)
         {
-            while (g_uJoins == 0) std::this_thread::yield();
+            s_otherWaits.Pass();
             s_res = CThread::GetThreadSelf()->Join(nullptr);
             return 0u;
         });
+    OpenWhenWaiting(s_otherWaits);
     EXPECT_EQ(QV_RES_OK, m_thread.Join(nullptr));
     EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
-    EXPECT_EQ(0u, g_uDetaches);
-    EXPECT_EQ(1u, g_uJoins);
+    EXPECT_EQ(1u, g_uDetaches);
+    EXPECT_EQ(0u, g_uJoins);
 }
 
 TEST_F(CThreadCalls, JoinOnceWhatAnotherThreadHasStartedAndWhatDoesNotRunYet)
 {
-    static CGate s_firstIsOver;
     static CGate s_stop;
-    static CThread* s_pThread = nullptr;
-    static CThread s_other;
-    s_firstIsOver.Shut();
     s_stop.Shut();
-    s_pThread = &m_thread;
-    // Starts the second run: its thread exists then, but only its starter has been told by which handle. Another thread
-    // before it takes the handle of the first, which the system likes to use again.
-    const auto pfnStart = [](unsigned int)
-    {
-        s_firstIsOver.Pass();
-        g_pStop = &s_stop;
-        s_other.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
-        return static_cast<unsigned int>(s_pThread->StartThread(Return, 7, nullptr, 0, CThread::eNORMAL));
-    };
-    CThread starter;
-    ASSERT_EQ(QV_RES_OK, starter.StartThread(pfnStart, 0, nullptr, 0, CThread::eNORMAL));
-    Start();
-    const pthread_t hFirst = g_hCreated;
-    m_thread.Join(nullptr);
-    s_firstIsOver.Open();
-    starter.Join(nullptr);
+    g_pStop = &s_stop;
+    std::thread([this] { Start(Return); }).join();
     ASSERT_EQ(CThread::eSTARTING, m_thread.GetState());
-    g_hGone = hFirst != g_hCreated ? hFirst : 0;
-    g_uJoinsOfGone = 0;
-    g_uJoins = 0;
-
+    OpenWhenWaiting(s_stop);
     unsigned int uExitCode = 0;
-    t_bOpensStop = true;
+    g_uJoins = 0;
     EXPECT_EQ(QV_RES_OK, m_thread.Join(&uExitCode));
-    t_bOpensStop = false;
-    g_pStop = nullptr;
-    g_hGone = 0;
-    const unsigned int uJoins = g_uJoins;
-    s_other.Join(nullptr);
-    EXPECT_EQ(7u, uExitCode);
-    EXPECT_EQ(1u, uJoins);
-    EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started an earlier run";
+    EXPECT_EQ(3u, uExitCode);
+    EXPECT_EQ(1u, g_uJoins);
 }
 
-TEST_F(CThreadCalls, JoinWhatAnotherThreadHasStartedAfterARestartByItsOwnHandle)
+TEST_F(CThreadCalls, JoinNoEarlierRunWhileAnotherThreadBeginsTheNext)
 {
-    static CGate s_firstRuns;
-    static CGate s_parkedMayEnd;
-    static CGate s_stop;
-    static CThread* s_pThread = nullptr;
-    s_firstRuns.Shut();
-    s_parkedMayEnd.Shut();
-    s_stop.Shut();
-    s_pThread = &m_thread;
-    const auto pfnJoin = [](unsigned int)
-    {
-        s_firstRuns.Pass();
-        s_pThread->Join(nullptr);
-        return 0u;
-    };
-    CThread helper;
-    helper.StartThread(pfnJoin, 0, nullptr, 0, CThread::eNORMAL);
+    CGate starterKnown;
+    CGate firstStarted;
+    CGate held;
+    CGate mayStart;
+    CGate mayNumber;
+    std::thread starter(
+        [&]
+        {
+            CThread::GetCurrentId();
+            starterKnown.Open();
+            mayStart.Pass();
+            Start(Return);
+        });
+    std::thread holder(
+        [&]
+        {
+            firstStarted.Pass();
+            m_thread.Join(nullptr);
+            const CMutexGuard guard(CThreadProbe::ms_pmutex);
+            held.Open();
+            mayNumber.Pass();
+        });
+    starterKnown.Pass();
+    CThread::GetCurrentId();
+    // This thread has started the first run, and another one joins it.
     Start();
-    const pthread_t hFirst = g_hCreated;
-    const unsigned int uFirstId = m_thread.GetId();
-    s_firstRuns.Open();
-    helper.Join(nullptr);
-    FinalizeCThread();
-    ASSERT_EQ(QV_RES_OK, InitializeCThread());
+    firstStarted.Open();
+    held.Pass();
+    // The next run is begun, but has no number yet: for that, its starter waits for the module's mutex.
+    mayStart.Open();
+    while (m_thread.GetState() != CThread::eSTARTING) std::this_thread::yield();
 
-    // The system likes to use handles again: these take the two that are free.
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_t ahParked[2] = {};
-    const auto pfnPark = [](void*) -> void*
-    {
-        s_parkedMayEnd.Pass();
-        return nullptr;
-    };
-    for (pthread_t& rhParked : ahParked) ASSERT_EQ(0, pthread_create(&rhParked, &attributes, pfnPark, nullptr));
-    const auto pfnStart = [](void*) -> void*
-    {
-        g_pStop = &s_stop;
-        s_pThread->StartThread(Return, 7, nullptr, 0, CThread::eNORMAL);
-        return nullptr;
-    };
-    CThread::GetCurrentId();  // so that the starter is the second one again, and the run the third
-    pthread_t hStarter;
-    ASSERT_EQ(0, pthread_create(&hStarter, &attributes, pfnStart, nullptr));
-    pthread_join(hStarter, nullptr);
-    ASSERT_EQ(CThread::eSTARTING, m_thread.GetState());
-    ASSERT_EQ(uFirstId, m_thread.GetId());
-    g_hGone = hFirst != g_hCreated ? hFirst : 0;
-    g_uJoinsOfGone = 0;
-
+    OpenWhenWaiting(mayNumber);
     unsigned int uExitCode = 0;
-    t_bOpensStop = true;
+    g_uJoins = 0;
     EXPECT_EQ(QV_RES_OK, m_thread.Join(&uExitCode));
+    EXPECT_EQ(3u, uExitCode);
+    EXPECT_EQ(1u, g_uJoins);
+    EXPECT_EQ(0u, g_live.CountStale());
     t_bOpensStop = false;
     g_pStop = nullptr;
-    g_hGone = 0;
-    EXPECT_EQ(7u, uExitCode);
-    EXPECT_EQ(0u, g_uJoinsOfGone) << "this thread has started a run of that number before the restart";
-    s_parkedMayEnd.Open();
-    for (const pthread_t hParked : ahParked) pthread_join(hParked, nullptr);
+    holder.join();
+    starter.join();
+    EXPECT_EQ(0u, g_live.Count()) << "never joined";
+}
+
+TEST_F(CThreadCalls, LetASecondJoinerWaitForTheFirstWithoutTurning)
+{
+    static pthread_key_t s_hKey;
+    static CGate s_isPastItsRecord;
+    static CGate s_mayEnd;
+    s_isPastItsRecord.Shut();
+    s_mayEnd.Shut();
+    const auto pfnLinger = [](void*)
+    {
+        s_isPastItsRecord.Open();
+        s_mayEnd.Pass();
+    };
+    ASSERT_EQ(0, pthread_key_create(&s_hKey, pfnLinger));
+    ASSERT_GT(s_hKey, CThreadProbe::ms_hTsdKey) << "destroyed in the order of the keys";
+    Start([](unsigned int) { return static_cast<unsigned int>(pthread_setspecific(s_hKey, &s_mayEnd)); });
+    std::thread first([this] { m_thread.Join(nullptr); });
+    s_isPastItsRecord.Pass();
+    while (g_uJoins == 0) std::this_thread::yield();
+
+    OpenWhenWaiting(s_mayEnd);
+    t_uYields = 0;
+    EXPECT_EQ(QV_RES_OK, m_thread.Join(nullptr));
+    EXPECT_EQ(0u, t_uYields);
+    t_bOpensStop = false;
+    g_pStop = nullptr;
+    g_uJoins = 0;
+    first.join();
+    EXPECT_EQ(1u, g_uJoins);
+    pthread_key_delete(s_hKey);
 }
 
 TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)
@@ -388,6 +446,24 @@ TEST_F(CThreadCalls, RefusedCreationLeavesTheObjectIdleAndNothingRunning)
     unsigned int uExitCode = 0;
     m_thread.Join(&uExitCode);
     EXPECT_EQ(3u, uExitCode);
+}
+
+TEST_F(CThreadCalls, RefusedCreationLetsThoseGoWhoWaitToJoin)
+{
+    CGate joinerWaits;
+    g_pAtRefusal = g_pStop = &joinerWaits;
+    std::thread joiner(
+        [this]
+        {
+            while (m_thread.GetState() != CThread::eSTARTING) std::this_thread::yield();
+            t_bOpensStop = true;
+            EXPECT_EQ(QV_RES_OK, m_thread.Join(nullptr));
+        });
+    g_failures.bCreate = true;
+    EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, Start(Return));
+    joiner.join();
+    g_pAtRefusal = nullptr;
+    EXPECT_EQ(CThread::eIDLE, m_thread.GetState());
 }
 
 TEST_F(CThreadCalls, RefusedCreationOutranksRefusedAttributes)

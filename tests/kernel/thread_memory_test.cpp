@@ -233,6 +233,47 @@ TEST(CThreadWithoutMemory, AnAliveObjectIsReachedAllTheSame)
     EXPECT_TRUE(marker.IsDead());
 }
 
+TEST(CThreadWithoutMemory, AThreadThatGetsItsRecordLaterIsWaitedForUntilTheRecordIsGone)
+{
+    static unsigned int s_uKey = 0;
+    static unsigned int s_uRunning = 0;
+    static bool s_bRunOver = true;
+    static CThreadProbe* s_pThread = nullptr;
+    CThread::CreateKey(
+        [](unsigned int)
+        {
+            s_uRunning = CThreadProbe::CountRunning();
+            const auto* const puThread = reinterpret_cast<const unsigned char*>(s_pThread);
+            const auto* const pRun = reinterpret_cast<const CBinarySemaphore*>(puThread + SThreadFields::uSEM_RUN_AT);
+            s_bRunOver = pRun->Wait(0);
+            if (s_bRunOver) pRun->Signal(false);
+        },
+        s_uKey);
+    CThreadProbe thread;
+    s_pThread = &thread;
+    static CGate s_memoryIsBack;
+    const auto pfnSet = [](unsigned int uValue)
+    {
+        s_memoryIsBack.Pass();
+        return static_cast<unsigned int>(CThread::SetSpecific(s_uKey, uValue));
+    };
+    CThread::GetCurrentId();
+    {
+        const CNoMemory none;
+        ASSERT_EQ(QV_RES_OK, Start(thread, pfnSet, 7));
+        while (thread.GetState() != CThread::eRUNNING) std::this_thread::yield();
+    }
+    s_memoryIsBack.Open();
+    unsigned int uExitCode = 1;
+    EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
+    EXPECT_EQ(0u, uExitCode);
+    EXPECT_EQ(1u, s_uRunning) << "the shut-down would free the record beside the thread";
+    EXPECT_FALSE(s_bRunOver);
+    WaitForAllThreads();
+    EXPECT_EQ(0u, CThreadProbe::CountRunning());
+    CThread::DeleteKey(s_uKey);
+}
+
 TEST(CThreadMemory, IsAllGivenBack)
 {
     CThread::GetCurrentId();

@@ -1,6 +1,8 @@
 // The thread module by itself: its start-up, and the shut-down that waits.
 #include <gtest/gtest.h>
 
+#include <limits.h>
+
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -239,6 +241,47 @@ TEST_F(CThreadModule, DoesNotTouchAKeyThatSomebodyElseGotAfterItsOwnWasDeleted)
     pthread_key_delete(s_hForeign);
 }
 
+TEST_F(CThreadModule, NumbersKeysPastTheEndWithoutZeroAndWithoutThoseInUse)
+{
+    unsigned int auKeys[4] = {};
+    CThread::CreateKey(nullptr, auKeys[0]);
+    CThread::CreateKey(nullptr, auKeys[1]);
+    CThreadProbe::ms_keyCounter = UINT_MAX - 1;
+    for (unsigned int u : {2u, 3u}) EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, auKeys[u]));
+    EXPECT_EQ(UINT_MAX, auKeys[2]);
+    EXPECT_EQ(3u, auKeys[3]) << "0 is no key, 1 and 2 are taken";
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(auKeys[3], 1));
+    EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(auKeys[3]));
+}
+
+TEST_F(CThreadModule, NumbersThreadsPastTheEndWithoutZeroAndWithoutThoseInUse)
+{
+    ASSERT_EQ(1u, CThread::GetCurrentId());
+    CThreadProbe::ms_uThreadId = UINT_MAX - 1;
+    CThread thread;
+    for (const unsigned int uId : {UINT_MAX, 2u, 3u})
+    {
+        thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+        EXPECT_EQ(uId, thread.GetId()) << "0 is no thread, 1 is this one";
+    }
+}
+
+TEST_F(CThreadModule, RefusesAThreadThatAValuesDestructorStartsWhenItHasStoppedWaiting)
+{
+    static QvResult s_res = QV_RES_OK;
+    CThread::CreateKey(
+        [](unsigned int)
+        {
+            CThread late;
+            s_res = late.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+            EXPECT_EQ(CThread::eIDLE, late.GetState());
+        },
+        g_uKey);
+    CThread::SetSpecific(g_uKey, 1);
+    FinalizeCThread();
+    EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, s_res);
+}
+
 TEST(CThreadOutsideTheModule, ObjectsComeAndGo)
 {
     CThread early;
@@ -256,6 +299,7 @@ TEST(CThreadOutsideTheModule, ObjectsComeAndGo)
     EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::SetSpecific(1, 1));
     EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::GetSpecific(1, uValue));
     EXPECT_EQ(6u, uValue);
+    EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::DeleteKey(1));
     CThread late;
     EXPECT_EQ(QV_RES_OK, late.Join(nullptr));
 }

@@ -79,18 +79,19 @@ TEST(Loading, WorksInAModuleThroughCyclesOfStartUpAndShutDown)
     }
 }
 
-TEST(Loading, IsUndoneByTheLastOneWhoCloses)
+// A thread counts as ended when its record is gone; it has a few instructions of the library in front of it then.
+TEST(Loading, LastsLongerThanTheModulesThatLoadedIt)
 {
-    for (int n = 0; n < 3; ++n)
+    for (int n = 0; n < 50; ++n)
     {
         {
             const SPlugin plugin(ORVEL_PLUGIN_A);
             EXPECT_EQ(0, plugin.pfnOpen());
             EXPECT_TRUE(plugin.pfnWork());
+            plugin.library.Find<void()>("LeaveThreads")();
             plugin.pfnClose();
-            EXPECT_TRUE(IsLoaded(ORVEL_LIBRARY));
         }
-        EXPECT_FALSE(IsLoaded(ORVEL_LIBRARY)) << "something keeps it: a unique symbol, a thread's destructor";
+        ASSERT_TRUE(IsLoaded(ORVEL_LIBRARY)) << "threads that the shut-down has waited for still return through it";
     }
 }
 

@@ -20,7 +20,23 @@ unsigned int Increment(unsigned int uParameter)
     static_cast<void>(uParameter);
     return 1;
 }
+
+unsigned int DestroyItsObject(unsigned int uParameter)
+{
+    delete CThread::GetThreadSelf();
+    return uParameter;
+}
 }  // namespace
+
+// Threads that nobody joins: only the shut-down waits for them.
+extern "C" QV_EXPORT void LeaveThreads()
+{
+    for (unsigned int u = 0; u < 3; ++u)
+    {
+        CThread* const pThread = new CThread;
+        if (pThread->StartThread(DestroyItsObject, u, nullptr, 0, CThread::eNORMAL) < 0) delete pThread;
+    }
+}
 
 // Goes through what is set up at start-up: strings, the pool, singletons, threads and the crypto lock.
 extern "C" QV_EXPORT bool Work()

@@ -1,0 +1,34 @@
+#ifndef FRAMEWORK_CRYPTO_WIPED_H
+#define FRAMEWORK_CRYPTO_WIPED_H
+#include <string.h>
+
+#include <new>
+#include <type_traits>
+
+/// Internal: locals that hold secrets.
+namespace orvel_internal
+{
+/// A T whose memory is zeroed when the scope is left, also by an exception or a cancelled thread. A scalar or an array
+/// has no value at first.
+template <typename T>
+class CWiped
+{
+public:
+    CWiped() { ::new (m_auStorage) T; }
+    ~CWiped()
+    {
+        if constexpr (!std::is_trivially_destructible_v<T>) (*this)->~T();
+        explicit_bzero(m_auStorage, sizeof(m_auStorage));
+    }
+    CWiped(const CWiped&) = delete;
+    CWiped& operator=(const CWiped&) = delete;
+
+    T& operator*() { return *std::launder(reinterpret_cast<T*>(m_auStorage)); }
+    T* operator->() { return &**this; }
+
+private:
+    alignas(T) unsigned char m_auStorage[sizeof(T)];
+};
+}  // namespace orvel_internal
+
+#endif

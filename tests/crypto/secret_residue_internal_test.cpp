@@ -1,0 +1,220 @@
+// What a draw, a seed and a code leave in the memory that they worked in: nothing that gives a secret away. Each runs
+// on a stack of its own, which is searched afterwards.
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/hmac.h"
+#include "framework/kernel/framework_initializer.h"
+#include "tests/support/prng_model.h"
+
+namespace
+{
+using namespace orvel_internal;
+using Bytes = std::vector<unsigned char>;
+
+constexpr std::size_t g_uStackSize = 256 * 1024;
+
+const Bytes g_key = {0x9c, 0x11, 0xd8, 0x27, 0x53, 0xbe, 0x40, 0xf6, 0x8a, 0x6d,
+                     0x05, 0xe9, 0x72, 0x3b, 0xc4, 0xaf, 0x18, 0x91, 0x66, 0xdd};
+
+// Written by the work and compared with the stack by the test: in static storage, so not on the stack itself.
+uint8_t g_auOut[64];
+alignas(64) unsigned char g_auStack[g_uStackSize];
+
+// Deep enough that the end of the thread does not write over what the work has left.
+void* RunOnStack(void* pvWork)
+{
+    unsigned char auDepth[16 * 1024];
+    asm volatile("" : : "r"(auDepth) : "memory");
+    reinterpret_cast<void (*)()>(pvWork)();
+    asm volatile("" : : "r"(auDepth) : "memory");
+    return nullptr;
+}
+
+// What the stack of the work holds when it is done. The first run is for the dynamic linker, which puts registers away.
+const unsigned char* StackAfter(void (*pfnWork)())
+{
+    for (int n = 0; n < 2; ++n)
+    {
+        std::memset(g_auStack, 0, sizeof(g_auStack));
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        EXPECT_EQ(0, pthread_attr_setstack(&attributes, g_auStack, sizeof(g_auStack)));
+        pthread_t thread;
+        EXPECT_EQ(0, pthread_create(&thread, &attributes, RunOnStack, reinterpret_cast<void*>(pfnWork)));
+        pthread_join(thread, nullptr);
+        pthread_attr_destroy(&attributes);
+    }
+    return g_auStack;
+}
+
+Bytes WithEachByte(Bytes bytes, unsigned char uMask)
+{
+    for (unsigned char& ru : bytes) ru ^= uMask;
+    return bytes;
+}
+
+Bytes WithWordsTurned(Bytes bytes)
+{
+    for (std::size_t u = 0; u + 4 <= bytes.size(); u += 4) std::reverse(&bytes[u], &bytes[u] + 4);
+    return bytes;
+}
+
+// Any two words of it are enough to be found.
+void ExpectNoTraceOf(const Bytes& rSecret, const unsigned char* puStack, const char* pszWhat)
+{
+    for (const Bytes& rForm : {rSecret, WithWordsTurned(rSecret)})
+    {
+        for (std::size_t u = 0; u + 8 <= rForm.size(); u += 4)
+        {
+            const unsigned char* const puEnd = puStack + g_uStackSize;
+            const unsigned char* const puFound = std::search(puStack, puEnd, &rForm[u], &rForm[u] + 8);
+            EXPECT_EQ(puEnd, puFound) << pszWhat << ", bytes " << u << " to " << u + 7 << ", " << puEnd - puFound
+                                      << " bytes below the top";
+            if (puFound != puEnd) return;
+        }
+    }
+}
+
+// The last words of the message schedule of SHA-1, from which the block can be computed: FIPS 180-4, section 6.1.2.
+Bytes ScheduleEndOf(Bytes block)
+{
+    block.resize(4 * 80);
+    const auto Word = [&block](std::size_t u) {
+        return LoadAt<uint32_t>(WithWordsTurned({&block[4 * u], &block[4 * u] + 4}).data(), 0);
+    };
+    for (std::size_t u = 16; u < 80; ++u)
+    {
+        const uint32_t uWord = Word(u - 3) ^ Word(u - 8) ^ Word(u - 14) ^ Word(u - 16);
+        StoreAt(block.data(), 4 * u, __builtin_bswap32(uWord << 1 | uWord >> 31));
+    }
+    return {block.begin() + 4 * 64, block.end()};
+}
+
+Bytes PadOf(Bytes key, unsigned char uMask)
+{
+    key.resize(64);
+    return WithEachByte(key, uMask);
+}
+
+void ExpectNoTraceOfKey(const Bytes& rKey, const unsigned char* puStack)
+{
+    ExpectNoTraceOf(rKey, puStack, "the key");
+    ExpectNoTraceOf(WithEachByte(rKey, 0x36), puStack, "the key in the inner pad");
+    ExpectNoTraceOf(WithEachByte(rKey, 0x5C), puStack, "the key in the outer pad");
+    ExpectNoTraceOf(ScheduleEndOf(PadOf(rKey, 0x36)), puStack, "the schedule of the inner pad");
+    ExpectNoTraceOf(ScheduleEndOf(PadOf(rKey, 0x5C)), puStack, "the schedule of the outer pad");
+}
+
+bool IsInstrumented()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+    return true;
+#endif
+#endif
+    return false;
+}
+
+// By the path that this processor has, and by the portable one.
+class CSecretResidue : public testing::TestWithParam<bool>
+{
+protected:
+    void SetUp() override
+    {
+        if (IsInstrumented()) GTEST_SKIP() << "instrumented code keeps on the stack what else is in registers";
+        CFrameworkInitializer::Initialize();
+        if (GetParam()) RestrictCpuFeatures(0);
+    }
+    void TearDown() override
+    {
+        if (IsInstrumented()) return;
+        RestrictCpuFeatures(~0u);
+        CFrameworkInitializer::Finalize();
+    }
+};
+}  // namespace
+
+TEST_P(CSecretResidue, TheSearchFindsWhatIsLeft)
+{
+    const auto Leave = []
+    {
+        uint8_t auLeft[64];
+        std::memcpy(auLeft, g_key.data(), g_key.size());
+        asm volatile("" : : "r"(auLeft) : "memory");
+    };
+    const unsigned char* const puStack = StackAfter(Leave);
+    EXPECT_NE(puStack + g_uStackSize, std::search(puStack, puStack + g_uStackSize, g_key.begin(), g_key.end()));
+}
+
+TEST_P(CSecretResidue, ADrawLeavesNothingOfTheGeneratorsKey)
+{
+    const auto Draw = [] { CSecurePrng::Generate(64, g_auOut); };
+    const unsigned char* const puStack = StackAfter(Draw);
+    ExpectNoTraceOfKey(BytesAt(CPrngProbe::ms_auSeed, 0, 20), puStack);
+}
+
+TEST_P(CSecretResidue, ADrawThatSeedsLeavesNothingOfTheSeed)
+{
+    const auto Draw = []
+    {
+        InitializeCSecurePrngBremoFw();
+        CSecurePrng::Generate(64, g_auOut);
+    };
+    const unsigned char* const puStack = StackAfter(Draw);
+    ExpectNoTraceOfKey(BytesAt(CPrngProbe::ms_auSeed, 0, 20), puStack);
+}
+
+TEST_P(CSecretResidue, AGatheredSeedIsWhereItWasAskedForAndNowhereElse)
+{
+    const auto Gather = [] { CSecureSeed::GenerateSeed(g_auOut); };
+    const unsigned char* const puStack = StackAfter(Gather);
+    ExpectNoTraceOf(BytesAt(g_auOut, 0, 20), puStack, "the seed");
+}
+
+TEST_P(CSecretResidue, ASeedOfOnesOwnLeavesNoBlock)
+{
+    const auto Seed = []
+    {
+        uint8_t auSeed[] = {1, 2, 3};
+        CSecurePrng::SetSeed(3, auSeed);
+    };
+    const unsigned char* const puStack = StackAfter(Seed);
+    ExpectNoTraceOf(BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 20), puStack, "the block");
+}
+
+TEST_P(CSecretResidue, ACodeLeavesNothingOfItsKey)
+{
+    const auto Code = []
+    {
+        CSha1Mac mac;
+        mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
+        mac.Update(g_key.data(), 3);
+        mac.End(g_auOut);
+    };
+    ExpectNoTraceOfKey(g_key, StackAfter(Code));
+}
+
+TEST_P(CSecretResidue, ACodeThatIsNeverEndedLeavesNothingOfItsKey)
+{
+    const auto Code = []
+    {
+        CSha1Mac mac;
+        mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
+        std::memcpy(g_auOut, reinterpret_cast<const char*>(&mac) + 96, 20);  // the words after the inner pad
+    };
+    const unsigned char* const puStack = StackAfter(Code);
+    ExpectNoTraceOfKey(g_key, puStack);
+    ExpectNoTraceOf(BytesAt(g_auOut, 0, 20), puStack, "what has the same use as the key");
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, CSecretResidue, testing::Bool(),
+                         [](const auto& rInfo) { return rInfo.param ? "Portable" : "OfThisProcessor"; });

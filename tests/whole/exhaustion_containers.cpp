@@ -1,0 +1,296 @@
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "framework/basic/aatree.h"
+#include "framework/basic/allocator.h"
+#include "framework/basic/list.h"
+#include "framework/basic/vector.h"
+#include "framework/basic/vector_list.h"
+#include "tests/whole/exhaustion.h"
+
+namespace
+{
+using Numbers = std::vector<int>;
+
+/// An element that is made, copied and destroyed as a whole.
+class CNumber
+{
+public:
+    CNumber(int n = -1) : m_pn(std::make_shared<int>(n)) {}
+    int Get() const { return *m_pn; }
+    friend bool operator<(const CNumber& rFirst, const CNumber& rSecond) { return rFirst.Get() < rSecond.Get(); }
+
+private:
+    std::shared_ptr<int> m_pn;
+};
+
+template <typename Container>
+Numbers NumbersOf(const Container& rContainer)
+{
+    Numbers numbers;
+    for (const CNumber& rNumber : rContainer) numbers.push_back(rNumber.Get());
+    return numbers;
+}
+
+template <typename Container>
+void Put(Container& rContainer, const Numbers& rNumbers)
+{
+    for (const int n : rNumbers)
+    {
+        if constexpr (std::is_same_v<Container, CAATree<CNumber>>) ASSERT_EQ(QV_RES_OK, rContainer.Insert(n));
+        else ASSERT_EQ(QV_RES_OK, rContainer.Append(n));
+    }
+}
+
+const Numbers g_BEFORE = {4, 6, 8};
+
+/// An operation on a container with 4, 6 and 8 that returns a result: refused, it leaves the container as it was; done, it
+/// leaves the numbers given. What its arguments need is made beforehand.
+template <typename Container, typename Operation>
+void TryChange(CTrial& rTrial, const Numbers& rAfter, Operation&& rOperation)
+{
+    Container container(rTrial.Source());
+    Put(container, g_BEFORE);
+    const CNumber number(7);
+    rTrial.Run([&] { return rOperation(container, number); });
+    rTrial.ExpectResult();
+    rTrial.ExpectState(g_BEFORE, rAfter, NumbersOf(container));
+    // The container goes on.
+    EXPECT_EQ(QV_RES_OK, container.ReserveCapacity(20));
+    Put(container, {99});
+    EXPECT_EQ((rTrial.IsDone() ? rAfter : g_BEFORE).size() + 1, NumbersOf(container).size());
+}
+
+template <typename Container>
+void TryInsertMany(CTrial& rTrial)
+{
+    TryChange<Container>(rTrial, {4, 7, 7, 7, 6, 8},
+                         [](Container& r, const CNumber& rNumber) { return r.Insert(1, 3, rNumber); });
+}
+template <typename Container>
+void TryAppend(CTrial& rTrial)
+{
+    TryChange<Container>(rTrial, {4, 6, 8, 7}, [](Container& r, const CNumber& rNumber) { return r.Append(rNumber); });
+}
+template <typename Container>
+void TryInsertSorted(CTrial& rTrial)
+{
+    TryChange<Container>(rTrial, {4, 6, 7, 8},
+                         [](Container& r, const CNumber& rNumber) { return r.InsertSorted(rNumber); });
+}
+template <typename Container>
+void TryInsertOther(CTrial& rTrial)
+{
+    Container source(rTrial.Source());
+    Put(source, {1, 2});
+    // A list takes them at its front, wherever it is told to.
+    const bool bFront = std::is_same_v<Container, CList<CNumber>>;
+    TryChange<Container>(rTrial, bFront ? Numbers{1, 2, 4, 6, 8} : Numbers{4, 1, 2, 6, 8},
+                         [&](Container& r, const CNumber&) { return r.Insert(1, source); });
+    EXPECT_EQ((Numbers{1, 2}), NumbersOf(source));
+}
+template <typename Container>
+void TryReserve(CTrial& rTrial)
+{
+    TryChange<Container>(rTrial, g_BEFORE, [](Container& r, const CNumber&) { return r.ReserveCapacity(10); });
+}
+template <typename Container>
+void TryReduce(CTrial& rTrial)
+{
+    Container container(rTrial.Source());
+    ASSERT_EQ(QV_RES_OK, container.ReserveCapacity(10));
+    Put(container, g_BEFORE);
+    rTrial.Run([&] { return container.ReduceCapacity(0); });
+    rTrial.ExpectResult();
+    EXPECT_EQ(g_BEFORE, NumbersOf(container));
+}
+template <typename Container>
+void TryAllocate(CTrial& rTrial)
+{
+    Container container(rTrial.Source());
+    Put(container, g_BEFORE);
+    void* pvSlot = nullptr;
+    rTrial.Run([&] { pvSlot = container.Allocate(1); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), pvSlot != nullptr);
+    if (pvSlot != nullptr) ::new (pvSlot) CNumber(5);
+    EXPECT_EQ(rTrial.IsDone() ? (Numbers{4, 5, 6, 8}) : g_BEFORE, NumbersOf(container));
+}
+template <typename Container>
+void TryAllocateSorted(CTrial& rTrial)
+{
+    Container container(rTrial.Source());
+    Put(container, g_BEFORE);
+    const CNumber number(5);
+    const auto compare = [](const CNumber& r1, const CNumber& r2) { return r1.Get() - r2.Get(); };
+    void* pvSlot = nullptr;
+    rTrial.Run([&] { return container.AllocateSorted(number, compare, &pvSlot); });
+    rTrial.ExpectResult(QV_RES_FAIL);
+    if (rTrial.IsDone()) ::new (pvSlot) CNumber(5);
+    EXPECT_EQ(rTrial.IsDone() ? (Numbers{4, 5, 6, 8}) : g_BEFORE, NumbersOf(container));
+}
+template <typename Container>
+void TryMerge(CTrial& rTrial)
+{
+    Container source(rTrial.Source());
+    Put(source, {1, 2});
+    TryChange<Container>(rTrial, {4, 1, 2, 6, 8}, [&](Container& r, const CNumber&) { return r.Merge(1, source); });
+    EXPECT_EQ(rTrial.IsDone() ? Numbers() : (Numbers{1, 2}), NumbersOf(source));
+}
+template <typename Container>
+void TrySplit(CTrial& rTrial)
+{
+    Container destination(rTrial.Source());
+    Put(destination, {1});
+    TryChange<Container>(rTrial, {4}, [&](Container& r, const CNumber&) { return r.Split(1, destination); });
+    // A list keeps what is there, behind them.
+    const bool bKeeps = std::is_same_v<Container, CList<CNumber>>;
+    const Numbers after = bKeeps ? Numbers{6, 8, 1} : Numbers{6, 8};
+    rTrial.ExpectState(Numbers{1}, after, NumbersOf(destination));
+}
+template <typename Container>
+void TrySort(CTrial& rTrial)
+{
+    Container container(rTrial.Source());
+    Put(container, {3, 1, 2});
+    rTrial.Run([&] { container.Sort(); });
+    rTrial.ExpectThrow();
+    EXPECT_EQ(rTrial.IsDone() ? (Numbers{1, 2, 3}) : (Numbers{3, 1, 2}), NumbersOf(container));
+}
+// Assignment returns nothing: it is complete, or the container is as it was.
+template <typename Container>
+void TryAssign(CTrial& rTrial)
+{
+    Container source(rTrial.Source());
+    Put(source, {1, 2, 3, 5});
+    Container container(rTrial.Source());
+    Put(container, g_BEFORE);
+    rTrial.Run([&] { container = source; });
+    rTrial.ExpectNoThrow();
+    rTrial.ExpectState(g_BEFORE, NumbersOf(source), NumbersOf(container));
+    EXPECT_EQ((Numbers{1, 2, 3, 5}), NumbersOf(source));
+}
+// A constructor throws where operator new throws; a copy for which the allocator has no room is empty.
+template <typename Container>
+void TryCopy(CTrial& rTrial)
+{
+    Container source(rTrial.Source());
+    Put(source, g_BEFORE);
+    std::optional<Container> copy;
+    rTrial.Run([&] { copy.emplace(source); });
+    if (!rTrial.HasThrown()) rTrial.ExpectState(Numbers(), g_BEFORE, NumbersOf(*copy));
+    EXPECT_EQ(g_BEFORE, NumbersOf(source));
+}
+template <typename Container>
+void TryMake(CTrial& rTrial)
+{
+    std::optional<Container> container;
+    rTrial.Run([&] { container.emplace(rTrial.Source()); });
+    rTrial.ExpectThrow();
+}
+
+template <typename Container>
+void AddSequence(std::vector<SOperation>& rOperations, const std::vector<const char*>& rNames)
+{
+    void (*const apfnTries[])(CTrial&) = {
+        TryMake<Container>,         TryCopy<Container>,     TryAssign<Container>,         TryReserve<Container>,
+        TryReduce<Container>,       TryAppend<Container>,   TryInsertMany<Container>,     TryInsertOther<Container>,
+        TryInsertSorted<Container>, TryAllocate<Container>, TryAllocateSorted<Container>, TryMerge<Container>,
+        TrySplit<Container>,        TrySort<Container>};
+    for (std::size_t u = 0; u < rNames.size(); ++u) rOperations.push_back({rNames[u], apfnTries[u], true});
+}
+
+using Tree = CAATree<CNumber>;
+
+void TryTreeInsert(CTrial& rTrial)
+{
+    TryChange<Tree>(rTrial, {4, 6, 7, 8}, [](Tree& r, const CNumber& rNumber) { return r.Insert(rNumber); });
+}
+void TryTreeAllocate(CTrial& rTrial)
+{
+    Tree tree(rTrial.Source());
+    Put(tree, g_BEFORE);
+    void* pvElement = nullptr;
+    rTrial.Run([&] { pvElement = tree.Allocate(); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), pvElement != nullptr);
+    EXPECT_EQ(g_BEFORE, NumbersOf(tree));
+    if (pvElement == nullptr) return;
+    ::new (pvElement) CNumber(5);
+    EXPECT_EQ(QV_RES_OK, tree.InsertAllocated(pvElement));
+    EXPECT_EQ((Numbers{4, 5, 6, 8}), NumbersOf(tree));
+}
+void TryTreeAllocateSorted(CTrial& rTrial)
+{
+    Tree tree(rTrial.Source());
+    Put(tree, g_BEFORE);
+    const CNumber number(5);
+    void* pvElement = nullptr;
+    rTrial.Run([&] { return tree.AllocateSorted(number, &pvElement); });
+    rTrial.ExpectResult();
+    if (rTrial.IsDone()) ::new (pvElement) CNumber(5);
+    EXPECT_EQ(rTrial.IsDone() ? (Numbers{4, 5, 6, 8}) : g_BEFORE, NumbersOf(tree));
+}
+
+void TryBlocksReserve(CTrial& rTrial)
+{
+    CBlockAllocator blocks(40, rTrial.Source());
+    ASSERT_TRUE(blocks.Reserve(2));
+    bool bReserved = false;
+    rTrial.Run([&] { bReserved = blocks.Reserve(5); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), bReserved);
+    EXPECT_EQ(rTrial.IsDone() ? 5u : 2u, blocks.GetBlockCount());
+}
+void TryBlocksPop(CTrial& rTrial)
+{
+    CBlockAllocator blocks(40, rTrial.Source());
+    void* pvBlock = nullptr;
+    rTrial.Run([&] { pvBlock = blocks.Pop(); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), pvBlock != nullptr);
+    blocks.Push(pvBlock);
+}
+void TryDefaultAllocator(CTrial& rTrial)
+{
+    IAllocator::SBlock* pChain = nullptr;
+    IAllocator::SBlock* pLast = nullptr;
+    IAllocator* const pAllocator = CDefaultAllocator::Instance();
+    rTrial.Run([&] { pChain = pAllocator->Allocate(4, 32, &pLast); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), pChain != nullptr);
+    pAllocator->Release(pChain, 4);
+}
+}  // namespace
+
+std::vector<SOperation> ContainerOperations()
+{
+    std::vector<SOperation> operations = {
+        {"CDefaultAllocator Allocate", TryDefaultAllocator, false},
+        {"CBlockAllocator Reserve", TryBlocksReserve, true},
+        {"CBlockAllocator Pop", TryBlocksPop, true},
+        {"CAATree CAATree", TryMake<Tree>, true},
+        {"CAATree copy", TryCopy<Tree>, true},
+        {"CAATree assign", TryAssign<Tree>, true},
+        {"CAATree ReserveCapacity", TryReserve<Tree>, true},
+        {"CAATree ReduceCapacity", TryReduce<Tree>, true},
+        {"CAATree Insert", TryTreeInsert, true},
+        {"CAATree Allocate", TryTreeAllocate, true},
+        {"CAATree AllocateSorted", TryTreeAllocateSorted, true},
+    };
+    AddSequence<CVector<CNumber>>(
+        operations,
+        {"CVector CVector", "CVector copy", "CVector assign", "CVector ReserveCapacity", "CVector ReduceCapacity",
+         "CVector Append", "CVector Insert", "CVector Insert other", "CVector InsertSorted", "CVector Allocate",
+         "CVector AllocateSorted", "CVector Merge", "CVector Split", "CVector Sort"});
+    AddSequence<CList<CNumber>>(
+        operations, {"CList CList", "CList copy", "CList assign", "CList ReserveCapacity", "CList ReduceCapacity",
+                     "CList Append", "CList Insert", "CList Insert other", "CList InsertSorted", "CList Allocate",
+                     "CList AllocateSorted", "CList Merge", "CList Split", "CList Sort"});
+    AddSequence<CVList<CNumber>>(
+        operations, {"CVList CVList", "CVList copy", "CVList assign", "CVList ReserveCapacity", "CVList ReduceCapacity",
+                     "CVList Append", "CVList Insert", "CVList Insert other", "CVList InsertSorted", "CVList Allocate",
+                     "CVList AllocateSorted", "CVList Merge", "CVList Split", "CVList Sort"});
+    return operations;
+}
