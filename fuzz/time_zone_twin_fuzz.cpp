@@ -40,6 +40,7 @@ private:
     void Copy();
     void Convert();
     void ConvertFields();
+    void MoveToChange(unsigned int& ruDay, unsigned int& ruTimeMs, bool bUtc);
     std::string Text();
     std::string Time(bool bSigned);
     std::string Rule();
@@ -71,8 +72,9 @@ std::string CZoneRun::Rule()
         case 1: strRule += (m_bytes.Flag() ? "J" : "j") + std::to_string(m_bytes.Below(368)); break;
         case 2: strRule += m_bytes.Flag() ? "M" : "m"; break;
         default:
-            strRule += "M" + std::to_string(1 + m_bytes.Below(12)) + "." + std::to_string(1 + m_bytes.Below(5)) + "." +
-                       std::to_string(m_bytes.Below(7));
+            strRule += "M" + std::to_string(1 + m_bytes.Below(m_bytes.Rarely(16) ? 13 : 12)) + "." +
+                       std::to_string(1 + m_bytes.Below(m_bytes.Rarely(16) ? 6 : 5)) + "." +
+                       std::to_string(m_bytes.Below(m_bytes.Rarely(16) ? 8 : 7));
     }
     return m_bytes.Flag() ? strRule + "/" + Time(false) : strRule;
 }
@@ -91,12 +93,13 @@ std::string CZoneRun::Text()
     }
     for (unsigned int i = m_bytes.Rarely(3) ? 1 + m_bytes.Below(3) : 0; i != 0; --i)
     {
-        static const char s_acLikely[] = "+-,:/.0123456789 MJmjA";
+        static const char* const s_apszLikely[] = {"+", "-", ",", ":",  "/",          ".",          "0",    "7", " ",
+                                                   "M", "j", "A", "-+", "0000000000", "4294967297", ",M/1", "/"};
         const std::size_t uAt = m_bytes.Below(strText.size() + 1);
-        const char c = s_acLikely[m_bytes.Below(sizeof s_acLikely - 1)];
-        if (uAt == strText.size() || m_bytes.Flag()) strText.insert(uAt, 1, c);
-        else if (m_bytes.Flag()) strText[uAt] = c;
-        else strText.erase(uAt, 1);
+        const std::string strPiece = s_apszLikely[m_bytes.Below(std::size(s_apszLikely))];
+        if (m_bytes.Flag()) strText.insert(uAt, strPiece);
+        else if (m_bytes.Flag()) strText.replace(uAt, uAt < strText.size() ? 1 : 0, strPiece);
+        else if (uAt < strText.size()) strText.erase(uAt, 1);
     }
     return strText;
 }
@@ -149,11 +152,27 @@ void CZoneRun::Copy()
     m_twin.Set(strText);
 }
 
+/// To the moment at which daylight saving time begins or ends in the year of the day, or just beside it.
+void CZoneRun::MoveToChange(unsigned int& ruDay, unsigned int& ruTimeMs, bool bUtc)
+{
+    const CTimeZoneTwin::SZone& rZone = m_twin.GetZone();
+    const bool bStart = m_bytes.Flag();
+    const CTimeZoneTwin::SRule& rRule = bStart ? rZone.start : rZone.end;
+    std::int64_t nMs = rRule.uTimeMs;
+    if (bUtc) nMs -= bStart ? rZone.nStandardMs : rZone.nDaylightMs;
+    nMs += static_cast<int>(m_bytes.Below(3)) - 1;
+    const std::int64_t nMoment =
+        std::int64_t{CTimeZoneTwin::DayOf(rRule, CCalendarTwin::DateOf(ruDay).uYear)} * CTimeZoneTwin::nDAY_MS + nMs;
+    ruDay = static_cast<unsigned int>(nMoment / CTimeZoneTwin::nDAY_MS);
+    ruTimeMs = static_cast<unsigned int>(nMoment % CTimeZoneTwin::nDAY_MS);
+}
+
 void CZoneRun::Convert()
 {
-    const unsigned int uDay = Day();
-    const unsigned int uTimeMs = TimeOfDay();
+    unsigned int uDay = Day();
+    unsigned int uTimeMs = TimeOfDay();
     const bool bUtc = m_bytes.Flag();
+    if (m_twin.GetZone().bDaylight && m_bytes.Flag()) MoveToChange(uDay, uTimeMs, bUtc);
     m_trail.Step("%s time %u.%u in \"%s\"", bUtc ? "UTC" : "local", uDay, uTimeMs, m_twin.GetZone().strText.c_str());
     const bool bDaylight = m_twin.IsDaylight(uDay, uTimeMs, bUtc);
     m_trail.Same("daylight saving time", m_zone.IsDayLightSavingInEffect(uDay, uTimeMs, bUtc), bDaylight);

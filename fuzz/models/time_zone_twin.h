@@ -82,15 +82,7 @@ public:
         ruTimeMs = static_cast<unsigned int>(nMs);
     }
 
-private:
-    static void Shift(std::int64_t& rnMs, std::int64_t nBy, std::int64_t& rnDay, std::int64_t& rnDay2)
-    {
-        rnMs += nBy;
-        const int nDays = rnMs < 0 ? -1 : rnMs > nDAY_MS ? 1 : 0;
-        rnMs -= nDays * nDAY_MS;
-        rnDay += nDays;
-        rnDay2 += nDays;
-    }
+    /// The Julian day that a rule names in a year.
     static unsigned int DayOf(const SRule& rRule, unsigned int uYear)
     {
         const unsigned int uFirst = CCalendarTwin::JulianDay(uYear, 1, 1);
@@ -118,6 +110,15 @@ private:
         return uFound;
     }
 
+private:
+    static void Shift(std::int64_t& rnMs, std::int64_t nBy, std::int64_t& rnDay, std::int64_t& rnDay2)
+    {
+        rnMs += nBy;
+        const int nDays = rnMs < 0 ? -1 : rnMs > nDAY_MS ? 1 : 0;
+        rnMs -= nDays * nDAY_MS;
+        rnDay += nDays;
+        rnDay2 += nDays;
+    }
     class CReader
     {
     public:
