@@ -160,8 +160,8 @@ private:
                 rstrName += *m_psz++;
             return !rstrName.empty();
         }
-        /// As %u reads a number: blanks and a sign may precede it. What does not fit is as good as too large. False, and
-        /// nothing is taken, when there is none.
+        /// As %u reads a number: blanks and a sign may precede it. What does not fit is as good as too large. False,
+        /// and nothing is taken, when there is none.
         bool ReadNumber(std::uint64_t& ruNumber)
         {
             const char* psz = m_psz;
