@@ -1,6 +1,7 @@
 // CAes under any sequence of calls: results, bytes and every field of the object beside a second implementation on
 // libcrypto's AES_* functions, and whole messages beside its EVP interface.
 // Libraries: crypto
+// Options: -max_len=600
 #define OPENSSL_API_COMPAT 10101
 #include <openssl/aes.h>
 #include <openssl/modes.h>
@@ -15,6 +16,7 @@
 #include "fuzz/check.h"
 #include "fuzz/input.h"
 #include "fuzz/message.h"
+#include "fuzz/processor.h"
 #include "tests/support/aes_oracle.h"
 #include "tests/support/bytes.h"
 #include "tests/support/object_bytes.h"
@@ -139,7 +141,7 @@ class CPair
 public:
     void Step(CFuzzInput& rInput)
     {
-        switch (rInput.Below(11))
+        switch (rInput.Below(12))
         {
             case 0:
             case 1: Begin(rInput); break;
@@ -157,6 +159,7 @@ public:
                 m_aes = copy;
                 break;
             }
+            case 10: CFuzzProcessor::Choose(rInput); break;
             default: WrongCalls(rInput); break;
         }
         CheckFields();
@@ -418,6 +421,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
 {
     CFuzzInput input(puData, uSize);
+    const CFuzzProcessor processor(input);
     CPair pair;
     for (unsigned int uStep = 0; !input.IsSpent() && uStep < 40; ++uStep)
     {

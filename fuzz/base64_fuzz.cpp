@@ -1,6 +1,7 @@
 // CBase64 in random cuts, both ways and with either alphabet, beside a model that takes a character at a time and,
 // whole messages, beside libcrypto.
 // Libraries: crypto
+// Options: -max_len=300
 #include <openssl/evp.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include "fuzz/check.h"
 #include "fuzz/input.h"
 #include "fuzz/message.h"
+#include "fuzz/processor.h"
 #include "tests/support/base64_model.h"
 #include "tests/support/bytes.h"
 
@@ -46,9 +48,14 @@ std::string EvpEncoded(const Bytes& rBytes, unsigned int uAlphabet)
 class CStream
 {
 public:
-    CStream(CCipher::EAction eAction, unsigned int uAlphabet) : m_model(uAlphabet)
+    CStream(CFuzzInput& rInput, CCipher::EAction eAction, unsigned int uAlphabet) : m_model(uAlphabet)
     {
         m_base64.SetAlphabet(static_cast<CBase64::EAlphabet>(uAlphabet));
+        // A message that was begun, whichever way, leaves nothing to the next.
+        const Bytes begun(rInput.Below(4), 'A');
+        Restart(rInput.Flag() ? CCipher::eACTION_ENCRYPT : CCipher::eACTION_DECRYPT);
+        if (!begun.empty()) FeedRaw(begun, 0);
+        m_strOut.clear();
         Restart(eAction);
     }
 
@@ -134,7 +141,7 @@ private:
 
     CBase64 m_base64;
     CBase64Model m_model;
-    const Bytes m_prefix = {'a', 'b', 'c'};
+    const Bytes m_prefix = Bytes(3, 'a');
     std::string m_strOut;
 };
 
@@ -153,7 +160,7 @@ void RoundTrip(CFuzzInput& rInput, unsigned int uAlphabet)
 {
     const Bytes message = FuzzPiece(rInput);
     const std::string strWant = EvpEncoded(message, uAlphabet);
-    CStream encoder(CCipher::eACTION_ENCRYPT, uAlphabet);
+    CStream encoder(rInput, CCipher::eACTION_ENCRYPT, uAlphabet);
     for (std::size_t uAt = 0; uAt < message.size();)
     {
         RequireEqual(QV_RES_OK, encoder.Feed(rInput, Cut(rInput, message, uAt)), "encoding");
@@ -165,7 +172,7 @@ void RoundTrip(CFuzzInput& rInput, unsigned int uAlphabet)
     encoder.GetBase64().Encode(DataOf(message), SizeOf(message), whole.data());
     RequireEqual(text, whole, "Encode");
 
-    CStream decoder(CCipher::eACTION_DECRYPT, uAlphabet);
+    CStream decoder(rInput, CCipher::eACTION_DECRYPT, uAlphabet);
     for (std::size_t uAt = 0; uAt < text.size();)
     {
         RequireEqual(QV_RES_OK, decoder.Feed(rInput, Cut(rInput, text, uAt)), "decoding");
@@ -193,7 +200,7 @@ void DecodeAnything(CFuzzInput& rInput, unsigned int uAlphabet)
 {
     const Bytes text = rInput.Flag() ? rInput.Bytes(100) : AnyText(rInput);
     const std::string strText = TextOf(text);
-    CStream decoder(CCipher::eACTION_DECRYPT, uAlphabet);
+    CStream decoder(rInput, CCipher::eACTION_DECRYPT, uAlphabet);
     Bytes whole(text.size() / 4 * 3 + 3);
     unsigned int uWritten = 0;
     std::string strWant;
@@ -284,6 +291,7 @@ void OddCalls(CFuzzInput& rInput, unsigned int uAlphabet)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
 {
     CFuzzInput input(puData, uSize);
+    const CFuzzProcessor processor(input);
     const unsigned int uByte = input.Byte();
     // An alphabet that there is not encodes like the standard one, and has neither of its last two characters.
     const unsigned int uAlphabet = uByte >= 240 ? 2 : uByte % 2;

@@ -1,5 +1,6 @@
 // CCrc in random cuts and with every call at any moment, beside zlib's crc32() and the bitwise definition of CRC-16.
 // Libraries: z
+// Options: -max_len=600
 #include <zlib.h>
 
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include "fuzz/check.h"
 #include "fuzz/input.h"
 #include "fuzz/message.h"
+#include "fuzz/processor.h"
 #include "tests/support/crc_model.h"
 
 namespace
@@ -53,7 +55,7 @@ class CPair
 public:
     void Step(CFuzzInput& rInput)
     {
-        switch (rInput.Below(7))
+        switch (rInput.Below(8))
         {
             case 0:
             {
@@ -65,6 +67,7 @@ public:
             case 1:
             case 2: UpdateRaw(FuzzPiece(rInput), rInput.Below(8)); break;
             case 3: UpdateFromBlob(FuzzPiece(rInput)); break;
+            case 6: CFuzzProcessor::Choose(rInput); break;
             case 4: EndAs<std::uint16_t>(CCrc::eCRC16); break;
             case 5: EndAs<std::uint32_t>(CCrc::eCRC32); break;
             default:
@@ -114,8 +117,9 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
 {
     CFuzzInput input(puData, uSize);
+    const CFuzzProcessor processor(input);
     CPair pair;
-    for (unsigned int uStep = 0; !input.IsSpent() && uStep < 60; ++uStep)
+    for (unsigned int uStep = 0; !input.IsSpent() && uStep < 40; ++uStep)
     {
         const CFuzzStep step("step", uStep);
         pair.Step(input);

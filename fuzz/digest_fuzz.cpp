@@ -1,5 +1,6 @@
 // The digests and the HMAC in random cuts, with every call at any moment, beside libcrypto's.
 // Libraries: crypto
+// Options: -max_len=600
 #include <openssl/evp.h>
 
 #include <cstdint>
@@ -14,6 +15,7 @@
 #include "fuzz/check.h"
 #include "fuzz/input.h"
 #include "fuzz/message.h"
+#include "fuzz/processor.h"
 #include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 
@@ -35,7 +37,7 @@ public:
 
     void Step(CFuzzInput& rInput)
     {
-        switch (rInput.Below(8))
+        switch (rInput.Below(9))
         {
             case 0:
                 RequireEqual(QV_RES_OK, m_digest.Begin(), "Begin");
@@ -60,6 +62,7 @@ public:
             }
             case 4: EndRaw(); break;
             case 5: EndIntoBlob(rInput); break;
+            case 7: CFuzzProcessor::Choose(rInput); break;
             case 6:
             {
                 // A copy goes on from where the original stands.
@@ -223,7 +226,7 @@ private:
 template <class TPair>
 void RunSteps(TPair&& pair, CFuzzInput& rInput)
 {
-    for (unsigned int uStep = 0; !rInput.IsSpent() && uStep < 60; ++uStep)
+    for (unsigned int uStep = 0; !rInput.IsSpent() && uStep < 40; ++uStep)
     {
         const CFuzzStep step("step", uStep);
         pair.Step(rInput);
@@ -234,6 +237,7 @@ void RunSteps(TPair&& pair, CFuzzInput& rInput)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uSize)
 {
     CFuzzInput input(puData, uSize);
+    const CFuzzProcessor processor(input);
     switch (input.Below(4))
     {
         case 0: RunSteps(CDigestPair<CMd5>(EVP_md5()), input); break;

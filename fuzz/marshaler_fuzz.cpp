@@ -296,7 +296,6 @@ void CMarshalerRun::Clear()
 void CMarshalerRun::Copy()
 {
     Pick();
-    if (m_segments.uLimit != SSegments::uNO_LIMIT) return;
     m_trail.Step("marshaler %u = CMarshaler(marshaler %u)", m_uAt, m_uOther);
     auto pLibrary = std::make_unique<CMarshaler>(*m_apLibrary[m_uOther]);
     auto pTwin = std::make_unique<CMarshalerTwin>(*m_apTwin[m_uOther]);
@@ -307,7 +306,6 @@ void CMarshalerRun::Copy()
 void CMarshalerRun::Assign()
 {
     Pick();
-    if (m_segments.uLimit != SSegments::uNO_LIMIT) return;
     m_trail.Step("marshaler %u = marshaler %u", m_uAt, m_uOther);
     Library() = *m_apLibrary[m_uOther];
     Twin() = *m_apTwin[m_uOther];

@@ -1,5 +1,6 @@
 // CMemoryQueue under any sequence of calls: what is in it beside a std::deque, and its pointers beside a second
 // implementation that counts offsets.
+// Options: -max_len=600
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

@@ -1,4 +1,5 @@
 // Numbers, hexadecimal digits, formatting and comparisons beside the C and C++ libraries' own.
+// Options: -max_len=600
 #include <strings.h>
 
 #include <algorithm>

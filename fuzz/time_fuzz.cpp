@@ -1,4 +1,5 @@
 // CTime: its calendar beside std::chrono's, and sequences of its operations beside plain arithmetic.
+// Options: -max_len=600
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -119,6 +120,46 @@ void CheckCalendar(CFuzzInput& rInput)
     RequireEqual(std::chrono::year(uAnyYear % 400).is_leap(), CTimeZone::IsLeapYear(uAnyYear), "IsLeapYear");
 }
 
+/// The clock, set to a moment so far from midnight that it does not come while this looks.
+void CheckClock(CFuzzInput& rInput)
+{
+    constexpr unsigned int uTO_MIDNIGHT = 2 * 3600000;
+    const char* const pszZone = apszTIMEZONE_TABLE[rInput.Below(17)];
+    const unsigned int uDay = 1721426 + rInput.Below(3000000);
+    const unsigned int uMs = rInput.Below(86400000 - uTO_MIDNIGHT);
+    Require(CTime::SetSystemTimeZone(pszZone), "SetSystemTimeZone");
+    Require(!CTime::SetSystemTimeZone("no zone"), "SetSystemTimeZone of no zone");
+    RequireEqual(std::string(pszZone), std::string(CTime::GetSystemTimeZone().CStr()), "GetSystemTimeZone");
+    CTime set;
+    set.SetJulianDateAndTime(uDay, uMs, true);
+    CTime::SetSystemTime(set);
+
+    const CTime now;
+    const std::int64_t nElapsed = now - set;
+    Require(nElapsed >= 0 && nElapsed < uTO_MIDNIGHT, "the clock's time");
+    tm gmt;
+    Require(CTime::GetGmtTime(gmt), "the clock was set");
+    const SDateTime date = DateOf(uDay);
+    RequireEqual(date.uYear - 1900, gmt.tm_year, "tm_year");
+    RequireEqual(date.uMonth - 1, gmt.tm_mon, "tm_mon");
+    RequireEqual(int{date.uDay}, gmt.tm_mday, "tm_mday");
+    RequireEqual(static_cast<int>(uDay - JulianDayOf(date.uYear, 1, 1)), gmt.tm_yday, "tm_yday");
+    RequireEqual(0, gmt.tm_isdst, "tm_isdst");
+    const std::int64_t nSeconds = gmt.tm_hour * 3600 + gmt.tm_min * 60 + gmt.tm_sec;
+    Require(nSeconds >= uMs / 1000 && nSeconds < (uMs + uTO_MIDNIGHT) / 1000, "the time of day in a tm");
+    RequireEqual((uDay % 7 + 1) % 7, set.GetDayOfWeek(true), "the clock's weekday");
+
+    CTimeZone zone;
+    zone.SetTimeZone(pszZone);
+    unsigned int uLocalDay = uDay;
+    unsigned int uLocalMs = uMs;
+    zone.ConvertFromUTCToLocale(uLocalDay, uLocalMs);
+    if (uLocalMs >= 86400000 - uTO_MIDNIGHT) return;
+    const unsigned int uWeekday = (uLocalDay % 7 + 1) % 7;
+    RequireEqual(uWeekday, set.GetDayOfWeek(false), "the clock's weekday in its zone");
+    RequireEqual(static_cast<int>(uWeekday), gmt.tm_wday, "tm_wday");
+}
+
 class CPair
 {
 public:
@@ -126,12 +167,16 @@ public:
     {
         m_model.zone.SetTimeZone(CTime::GetSystemTimeZone().CStr());
         m_time.SetJulianDateAndTime(0, 0, true);
+        m_otherTime.SetJulianDateAndTime(0, 0, true);
     }
+    ~CPair() { CTime::SetSystemTimeZone(pszTIMEZONE_NA_EASTERN); }
+    CPair(const CPair&) = delete;
+    CPair& operator=(const CPair&) = delete;
 
     void Step(CFuzzInput& rInput)
     {
         const bool bUtc = rInput.Flag();
-        switch (rInput.Below(9))
+        switch (rInput.Below(10))
         {
             case 0:
             {
@@ -161,6 +206,7 @@ public:
             case 5: SetZone(rInput); break;
             case 6: Copy(rInput); break;
             case 7: CheckCalendar(rInput); break;
+            case 8: CheckClock(rInput); break;
             default: m_other.Set(m_model.uDay, m_model.uMs + rInput.Below(3), true); break;
         }
         Check(bUtc);

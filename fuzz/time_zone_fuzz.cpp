@@ -53,21 +53,86 @@ std::int64_t MsOf(unsigned int uJulianDay, unsigned int uTimeMs)
     return std::int64_t{uJulianDay} * 86400000 + uTimeMs;
 }
 
-void Convert(const CTimeZone& rZone, unsigned int uJulianDay, unsigned int uTimeMs, const std::string& rText)
+/// One day is carried and no more, and exactly 24:00 is not.
+void RequireShifted(unsigned int uDay, unsigned int uMs, int nOffsetMs, unsigned int uGotDay, unsigned int uGotMs,
+                    const char* pszWhat, const std::string& rstrText)
 {
-    rZone.IsDayLightSavingInEffect(uJulianDay, uTimeMs, false);
-    unsigned int uLocalDay = uJulianDay;
-    unsigned int uLocalMs = uTimeMs;
+    const int nMs = static_cast<int>(uMs) + nOffsetMs;
+    const int nCarry = nMs < 0 ? -1 : nMs > 86400000 ? 1 : 0;
+    const bool bSame = uGotDay == uDay + static_cast<unsigned int>(nCarry) &&
+                       uGotMs == static_cast<unsigned int>(nMs - nCarry * 86400000);
+    Require(bSame, pszWhat, rstrText);
+}
+
+void Convert(const CTimeZone& rZone, unsigned int uDay, unsigned int uMs, const std::string& rstrText)
+{
+    rZone.IsDayLightSavingInEffect(uDay, uMs, false);
+    unsigned int uLocalDay = uDay;
+    unsigned int uLocalMs = uMs;
     rZone.ConvertFromUTCToLocale(uLocalDay, uLocalMs);
-    unsigned int uUtcDay = uJulianDay;
-    unsigned int uUtcMs = uTimeMs;
+    unsigned int uUtcDay = uDay;
+    unsigned int uUtcMs = uMs;
     rZone.ConvertFromLocaleToUTC(uUtcDay, uUtcMs);
     // Where nothing wraps, converting adds the offset.
-    if (uTimeMs >= 86400000 || uJulianDay == 0 || uJulianDay == 0xFFFFFFFF) return;
-    Require(uLocalMs <= 86400000 && uUtcMs <= 86400000, "a time of day out of range", rText);
-    const std::int64_t nMoment = MsOf(uJulianDay, uTimeMs);
-    Require(MsOf(uLocalDay, uLocalMs) - nMoment == rZone.GetOffsetMs(uJulianDay, uTimeMs, true), "to local", rText);
-    Require(nMoment - MsOf(uUtcDay, uUtcMs) == rZone.GetOffsetMs(uJulianDay, uTimeMs, false), "to UTC", rText);
+    if (uMs >= 86400000) return;
+    RequireShifted(uDay, uMs, rZone.GetOffsetMs(uDay, uMs, true), uLocalDay, uLocalMs, "to local", rstrText);
+    RequireShifted(uDay, uMs, -rZone.GetOffsetMs(uDay, uMs, false), uUtcDay, uUtcMs, "to UTC", rstrText);
+}
+
+/// About the moments at which the local date, and that of UTC, change.
+void ConvertAtMidnight(const CTimeZone& rZone, unsigned int uDay, const std::string& rstrText)
+{
+    for (const int nSide : {-1, 0, 1})
+    {
+        const int nOffsetMs = rZone.GetOffsetMs(uDay, 43200000, true);
+        Convert(rZone, uDay, static_cast<unsigned int>((86400000 - nOffsetMs) % 86400000 + nSide), rstrText);
+        Convert(rZone, uDay, static_cast<unsigned int>((86400000 + nOffsetMs) % 86400000 + nSide), rstrText);
+    }
+}
+
+/// The calls that take and give a date instead of a Julian day.
+void ConvertDate(const CTimeZone& rZone, unsigned int uDay, unsigned int uMs, const std::string& rstrText)
+{
+    unsigned short y;
+    unsigned short m;
+    unsigned short d;
+    CTime::GetGregorianDate(uDay, &y, &m, &d);
+    unsigned short auTime[4] = {static_cast<unsigned short>(uMs / 3600000),
+                                static_cast<unsigned short>(uMs / 60000 % 60),
+                                static_cast<unsigned short>(uMs / 1000 % 60), static_cast<unsigned short>(uMs % 1000)};
+    const auto moment = [&] {
+        return MsOf(CTime::GetJulianDate(y, m, d), ((auTime[0] * 60u + auTime[1]) * 60 + auTime[2]) * 1000 + auTime[3]);
+    };
+    for (const bool bUtc : {true, false})
+    {
+        const bool bDaylight = rZone.IsDayLightSavingInEffect(uDay, uMs, bUtc);
+        const bool bSame =
+            bDaylight == rZone.IsDayLightSavingInEffect(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3], bUtc);
+        Require(bSame, "daylight saving by the date", rstrText);
+        const SZoneBytes bytes(rZone);
+        const std::string strName = rZone.GetName(uDay, uMs, bUtc).CStr();
+        Require(strName == (bDaylight ? bytes.strDaylight : bytes.strStandard), "the name", rstrText);
+    }
+    rZone.ConvertFromUTCToLocale(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3]);
+    rZone.ConvertFromUTCToLocale(uDay, uMs);
+    Require(moment() == MsOf(uDay, uMs), "the local date", rstrText);
+    if (uMs >= 86400000) return;
+    rZone.ConvertFromLocaleToUTC(y, m, d, auTime[0], auTime[1], auTime[2], auTime[3]);
+    rZone.ConvertFromLocaleToUTC(uDay, uMs);
+    Require(moment() == MsOf(uDay, uMs) || uMs > 86400000, "the date in UTC", rstrText);
+}
+
+void CheckCopies(const CTimeZone& rZone, const SZoneGrammar& rWant, const std::string& rstrText)
+{
+    Require(rZone.HasDayLightSaving() == rWant.bDaylight, "has daylight saving", rstrText);
+    const CTimeZone copy(rZone);
+    Require(IsSame(rWant, SZoneBytes(copy)) && rstrText == copy.GetTimeZone(), "a copy", rstrText);
+    CTimeZone assigned(pszTIMEZONE_NA_EASTERN);
+    assigned = rZone;
+    Require(IsSame(rWant, SZoneBytes(assigned)) && rstrText == assigned.GetTimeZone(), "an assigned one", rstrText);
+    assigned = CTimeZone();
+    CTimeZone constructed(rstrText.c_str());
+    Require(IsSame(rWant, SZoneBytes(constructed)), "a constructed one", rstrText);
 }
 
 /// About which day of the year a rule means.
@@ -94,6 +159,7 @@ bool IsPosixName(const std::string& rstrName)
 /// Names of letters, signs in front of offsets alone, nothing in small letters or left out that POSIX wants.
 bool IsPosix(const std::string& rstrText, const SZoneGrammar& rZone)
 {
+    if (rZone.bDaylight && rZone.nDaylightMs >= 86400000) return false;
     if (!IsPosixName(rZone.strStandard) || (rZone.bDaylight && !IsPosixName(rZone.strDaylight))) return false;
     const std::size_t uRules = rstrText.find(',');
     if (rZone.bDaylight && (uRules == std::string::npos || !AreApart(rZone.start, rZone.end))) return false;
@@ -152,7 +218,7 @@ void CompareWithGlibc(const CTimeZone& rZone, const SZoneGrammar& rGrammar, CFuz
     SetEnvironmentZone(rstrText);
     for (unsigned int u = 0; u < 8; ++u)
     {
-        const unsigned int uYear = 1971 + rInput.Below(128);
+        const unsigned int uYear = 1971 + rInput.Below(1000);
         const std::int64_t nYear =
             (std::int64_t{CTime::GetJulianDate(static_cast<unsigned short>(uYear), 1, 1)} - 2440588) * 86400;
         if (!rGrammar.bDaylight || rInput.Below(4) == 0)
@@ -172,7 +238,7 @@ void CompareWithGlibc(const CTimeZone& rZone, const SZoneGrammar& rGrammar, CFuz
 
 std::string AnyTime(CFuzzInput& rInput, unsigned int uHours)
 {
-    char szTime[16];
+    char szTime[40];
     const unsigned int uHour = rInput.Below(uHours);
     const unsigned int uKind = rInput.Below(3);
     if (uKind == 0) std::snprintf(szTime, sizeof(szTime), "%u", uHour);
@@ -183,7 +249,7 @@ std::string AnyTime(CFuzzInput& rInput, unsigned int uHours)
 
 std::string AnyRule(CFuzzInput& rInput)
 {
-    char szRule[16];
+    char szRule[40];
     const unsigned int uKind = rInput.Below(4);
     if (uKind == 0) std::snprintf(szRule, sizeof(szRule), ",%u", rInput.Below(366));
     else if (uKind == 1) std::snprintf(szRule, sizeof(szRule), ",J%u", rInput.Between(1, 365));
@@ -222,11 +288,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puData, std::size_t uS
     Require(text == zone.GetTimeZone() || res < 0, "another text", text);
     Convert(zone, uDay, uMs, text);
     Convert(zone, 2400000 + uDay % 100000, uMs % 86400000, text);
+    ConvertAtMidnight(zone, 2400000 + uDay % 100000, text);
     if (HasEndlessNumber(text)) return 0;
     const auto want = SZoneGrammar::Read(text.c_str());
     Require(want.has_value() == (res >= 0), "accepted or not", text);
     if (!want) return 0;
     Require(IsSame(*want, SZoneBytes(zone)), "read differently", text);
+    CheckCopies(zone, *want, text);
+    ConvertDate(zone, 2400000 + uDay % 100000, uMs % 86400000, text);
     if (!IsPosix(text, *want)) return 0;
     // Of a text, its moments come from its end as well.
     CFuzzInput moments(puData, uSize);

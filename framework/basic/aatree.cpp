@@ -290,6 +290,9 @@ QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) co
     CAATreeNode* pNode = m_pRoot;
     while (pNode != pNull)
     {
+        // While the callback compares, both nodes that can be next are fetched.
+        __builtin_prefetch(pNode->pLeft);
+        __builtin_prefetch(pNode->pRight);
         const int nOrder = stCompare.pfnCompare(pKey, ElementOf(pNode), stCompare.uParam);
         if (nOrder == 0) break;
         pNode = nOrder < 0 ? pNode->pLeft : pNode->pRight;
@@ -438,7 +441,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 
 QvResult CAATreeBase::ReserveNode()
 {
-    RequireSentinel();
+    RequireSentinel();  // before the allocator, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
     if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
     if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
@@ -454,7 +457,7 @@ QvResult CAATreeBase::ReserveFree(unsigned int uCount)
 
 QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted)
 {
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pParent = pNull;
     CAATreeNode** ppSlot = &m_pRoot;
     while (*ppSlot != pNull)

@@ -8,6 +8,7 @@
 #include "framework/basic/ordered_sequence.h"
 #include "framework/basic/typed_elements.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/lifetime.h"
 #include "framework/kernel/result.h"
 
 /// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.
@@ -377,6 +378,13 @@ private:
         return CAATreeBase::m_stCompare.pfnCompare == &orvel_internal::StatelessCallback<T, Order>;
     }
 
+    // To compare elements may lead far away from their nodes: both nodes that can be next are fetched meanwhile.
+    static void FetchBelow(const Node* pNode)
+    {
+        __builtin_prefetch(pNode->pLeft);
+        __builtin_prefetch(pNode->pRight);
+    }
+
     // One step of a search in order: the child where it goes on, or null when the element is equal. Which child is a coin
     // toss to the processor, so that numbers choose without a jump.
     template <typename Order>
@@ -391,6 +399,7 @@ private:
         }
         else
         {
+            FetchBelow(pNode);
             const int nOrder = rOrder(rKey, ElementOf(pNode));
             if (nOrder == 0) return nullptr;
             return nOrder < 0 ? pNode->pLeft : pNode->pRight;
@@ -400,7 +409,7 @@ private:
     template <typename Order>
     SPlace PlaceOf(const T& rKey, Order& rOrder) const
     {
-        Node* const pNull = CAATreeBase::ms_pNullNode;
+        Node* const pNull = orvel_internal::RequireUp(CAATreeBase::ms_pNullNode, "CAATree");
         Node* pParent = pNull;
         Node* pNode = CAATreeBase::m_pRoot;
         if constexpr (orvel_internal::g_bHALF_AN_ANSWER<T, Order>)
@@ -408,6 +417,7 @@ private:
             Node* pNotAfter = nullptr;
             while (pNode != pNull)
             {
+                FetchBelow(pNode);
                 pParent = pNode;
                 const bool bLeft = rKey < ElementOf(pNode);
                 if (!bLeft) pNotAfter = pNode;
@@ -439,6 +449,7 @@ private:
             Node* pNotAfter = nullptr;
             while (pNode != pNull)
             {
+                FetchBelow(pNode);
                 const bool bLeft = rKey < ElementOf(pNode);
                 if (!bLeft) pNotAfter = pNode;
                 pNode = bLeft ? pNode->pLeft : pNode->pRight;

@@ -79,7 +79,7 @@ using Aside = std::unique_ptr<char[]>;
 void Repeat(char* pszDest, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
 {
     if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
-    else
+    else if (uSize != 0)  // an empty text may come four thousand million times
     {
         for (; uRepetition != 0; --uRepetition, pszDest += uSize) memcpy(pszDest, pszSrc, uSize);
     }

@@ -2,6 +2,7 @@
 
 #include "framework/crypto/cpu_features.h"
 #include "framework/crypto/digest.h"
+#include "framework/crypto/wiped.h"
 
 namespace orvel_internal
 {
@@ -35,7 +36,7 @@ void LoadSchedule(uint32_t (&auSchedule)[g_uScheduleSize], const uint8_t* puBloc
 // Its last words give all others away, and with them the block, which may have been a key.
 void WipeSchedule(uint32_t (&auSchedule)[g_uScheduleSize])
 {
-    explicit_bzero(auSchedule, sizeof(auSchedule));
+    Wipe(auSchedule, sizeof(auSchedule));
 }
 
 uint32_t Choose(uint32_t x, uint32_t y, uint32_t z)

@@ -64,6 +64,7 @@ public:
         Do(
             [this](auto& rSide)
             {
+                for (CTracedSource& rSource : rSide.sources) rSource.CountOversized();
                 for (unsigned int u = 0; u < 4; ++u) rSide.containers.push_back(Make(rSide, u));
                 return Values();
             },
@@ -249,10 +250,13 @@ private:
                 if (pElement == nullptr) return Values{0};
                 FillElement(pElement, uValue, rTree.GetElementSize());
                 rSide.held[u].push_back(pElement);
-                // Where it will be in the tree is not decided yet.
-                const auto* const pNode = static_cast<decltype(rTree.GetRoot())>(pElement) - 1;
-                return Values{rSide.PlaceOf(pElement), rTree.IsSentinel(pNode->pLeft), rTree.IsSentinel(pNode->pRight),
-                              rTree.IsSentinel(pNode->pParent), pNode->uLevel};
+                // Where it will be in the tree is not decided yet, so that linking sets up the whole head again.
+                auto* const pNode = static_cast<decltype(rTree.GetRoot())>(pElement) - 1;
+                const Values values = {rSide.PlaceOf(pElement), rTree.IsSentinel(pNode->pLeft),
+                                       rTree.IsSentinel(pNode->pRight), rTree.IsSentinel(pNode->pParent),
+                                       pNode->uLevel};
+                std::memset(static_cast<void*>(pNode), 0xEE, sizeof(*pNode));
+                return values;
             },
             EStrictness::ALL);
     }

@@ -268,7 +268,7 @@ public:
         if (!pSrc->Has(uSrc, uCount, *pDest)) return QV_RES_INVALID_ARGUMENT;
         const bool bRelink = pDest->m_allocator == pSrc->m_allocator;
         if (!bRelink && !pDest->m_allocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
-        // Within one list, a place among the moved elements is that behind them: as if they had been copied there first.
+        // In one list, a place among the moved elements is that behind them: as if they had been copied there first.
         const bool bWithin = pDest == pSrc && uDest >= uSrc && uDest - uSrc < uCount;
         SNode* const pBefore = pDest->NodeAt(bWithin ? uSrc + uCount : uDest);
         SNode* pNode = pSrc->NodeAt(uSrc);

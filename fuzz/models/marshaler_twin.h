@@ -29,14 +29,15 @@ public:
     explicit CMarshalerTwin(SSegments& rSegments) : m_pSegments(&rSegments) {}
     CMarshalerTwin(const CMarshalerTwin& rSrc) : m_pSegments(rSrc.m_pSegments) { *this = rSrc; }
     ~CMarshalerTwin() { Clear(); }
-    /// Copies what is in it and how much of that was extracted; memory does not run out here.
+    /// Copies what is in it and how much of that was extracted, as far as segments can be had.
     CMarshalerTwin& operator=(const CMarshalerTwin& rSrc)
     {
         if (&rSrc == this) return *this;
         Clear();
-        for (; m_uSegments < rSrc.m_uSegments; ++m_uSegments) m_pSegments->Take();
-        m_bytes = rSrc.m_bytes;
-        m_uRead = rSrc.m_uRead;
+        while (m_uSegments < rSrc.m_uSegments && m_pSegments->Take()) ++m_uSegments;
+        m_bytes.assign(rSrc.m_bytes.begin(),
+                       rSrc.m_bytes.begin() + static_cast<std::ptrdiff_t>(std::min(rSrc.m_bytes.size(), GetRoom())));
+        m_uRead = std::min(rSrc.m_uRead, m_bytes.size());
         return *this;
     }
 

@@ -165,11 +165,14 @@ class CTracedSource : public IAllocator
 public:
     explicit CTracedSource(CTrace& rTrace) : m_rTrace(rTrace) {}
 
+    /// Whether a sequence asks for bytes that no 32 bits can count, or refuses by itself, is its own affair: that is no
+    /// request here. Trees ask.
+    void CountOversized() { m_bCountsOversized = true; }
+
     SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
     {
         const std::uint64_t uBytes = static_cast<std::uint64_t>(uCount) * uSize;
-        // Whether a source is asked for what no 32 bits can count is not promised: that is no request here.
-        if (uBytes > 0xFFFFFFFFu) return nullptr;
+        if (uBytes > 0xFFFFFFFFu && !m_bCountsOversized) return nullptr;
         const bool bRefused = IsToBeRefused() || uBytes > (1u << 20);
         m_rTrace.Request(uCount, uSize, bRefused);
         if (bRefused) return nullptr;
@@ -220,6 +223,7 @@ private:
     }
 
     CTrace& m_rTrace;
+    bool m_bCountsOversized = false;
     unsigned int m_uGranted = 0;
     unsigned int m_uRefused = 0;
 };

@@ -4,5 +4,5 @@
 
 TEST(CAATreeTwin, EveryCallComparisonAndRequestIsThatOfTheTwin)
 {
-    twin::RunRandomly(twin::CompareTrees, 2000);
+    twin::RunRandomly(twin::CompareTrees, 1500);
 }

@@ -4,5 +4,5 @@
 
 TEST(CVectorListTwin, EveryCallComparisonAndRequestIsThatOfTheTwin)
 {
-    twin::RunRandomly(twin::CompareVectorLists, 4000);
+    twin::RunRandomly(twin::CompareVectorLists, 2000);
 }
