@@ -1,0 +1,69 @@
+#include "framework/kernel/mutex.h"
+
+#include <type_traits>
+
+#include "framework/kernel/semaphore.h"
+#include "tests/clients/client.h"
+
+namespace
+{
+class CMyMutex : public CMutex
+{
+public:
+    ~CMyMutex() override = default;
+};
+
+class CMySemaphore : public CSemaphore
+{
+public:
+    CMySemaphore() : CSemaphore(0, 1, true) {}
+    ~CMySemaphore() override = default;
+};
+
+constexpr CBinarySemaphore::EInitValue eTaken = static_cast<CBinarySemaphore::EInitValue>(0);
+constexpr CBinarySemaphore::EInitValue eFree = static_cast<CBinarySemaphore::EInitValue>(1);
+}  // namespace
+
+void MutexClient()
+{
+    static_assert(std::has_virtual_destructor_v<CMutex> && std::has_virtual_destructor_v<CSemaphore>);
+    static_assert(!std::is_polymorphic_v<CBinarySemaphore> && !std::is_base_of_v<CSemaphore, CBinarySemaphore>);
+    Described<void (CMutex::*)() const>(&CMutex::Lock);
+    Described<void (CMutex::*)() const>(&CMutex::Unlock);
+    Described<bool (CSemaphore::*)() const>(&CSemaphore::Wait);
+    Described<bool (CSemaphore::*)(unsigned long) const>(&CSemaphore::Wait);
+    Described<void (CSemaphore::*)(bool) const>(&CSemaphore::Signal);
+    Described<bool (CBinarySemaphore::*)() const>(&CBinarySemaphore::Wait);
+    Described<bool (CBinarySemaphore::*)(unsigned long) const>(&CBinarySemaphore::Wait);
+    Described<void (CBinarySemaphore::*)(bool) const>(&CBinarySemaphore::Signal);
+
+    const CMutex mutex;
+    mutex.Lock();
+    mutex.Lock();
+    mutex.Unlock();
+    mutex.Unlock();
+    CMyMutex mine;
+    const CMutex* const pBase = &mine;
+    pBase->Lock();
+    pBase->Unlock();
+
+    const CSemaphore posix(2, 5, false);
+    CHECK(posix.Wait() && posix.Wait(0) && !posix.Wait(0));
+    posix.Signal(true);
+    CHECK(!posix.Wait(1000) && posix.Wait(~0UL));
+    const CSemaphore counted(1, 5, true);
+    counted.Signal(false);
+    CHECK(counted.Wait() && counted.Wait(1000) && !counted.Wait(1));
+    const CMySemaphore one;
+    const CSemaphore& rBase = one;
+    rBase.Signal(false);
+    rBase.Signal(false);
+    CHECK(rBase.Wait(0) && !rBase.Wait(0));
+
+    const CBinarySemaphore taken(eTaken, true);
+    const CBinarySemaphore free(eFree, false);
+    CHECK(!taken.Wait(0) && !free.Wait(1000) && free.Wait());
+    taken.Signal(true);
+    taken.Signal(false);
+    CHECK(taken.Wait(0xFFFFFFFFFFFFFFFF) && !taken.Wait(1));
+}

@@ -1,0 +1,187 @@
+#include "framework/basic/string.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "framework/basic/allocator.h"
+#include "framework/basic/marshaler.h"
+#include "framework/kernel/mutex.h"
+#include "framework/kernel/result.h"
+#include "tests/clients/client.h"
+
+namespace
+{
+/// Sees what the class keeps for those who derive from it.
+class CMyString : public CString
+{
+public:
+    explicit CMyString(const char* pszText) : CString(pszText) {}
+    ~CMyString() override = default;
+
+    void Internals()
+    {
+        const CString strShared(*this);
+        static_assert(std::is_same_v<decltype(SStringInfo::uRefCount), uint16_t>);
+        MutexLock();
+        CHECK(GetRefCount() == 2);
+        IncRefCount();
+        CHECK(GetRefCount() == 3);
+        DecRefCount();
+        MutexUnlock();
+        CreateCopy();
+        CHECK(GetRefCount() == 1);
+        ms_pmutex->Lock();
+        Release();
+        ms_pmutex->Unlock();
+        CHECK(GetSize() == 0 && GetRefCount() == 0);
+        CHECK(MakeNullSafe(nullptr) == g_szEMPTY_STRING && MakeNullSafe("a")[0] == 'a');
+        CHECK(MakeNullSafe(0) == g_szEMPTY_STRING && MakeNullSafe(NULL) == g_szEMPTY_STRING);
+        Described<const char* (*)(const char*)>(&CMyString::MakeNullSafe);
+        static_assert(std::is_same_v<decltype(ms_pmutex), CMutex*>);
+        CHECK(static_cast<void*>(ms_pmutex) == static_cast<void*>(ms_auMutex));
+        static_assert(std::is_same_v<decltype(ms_pstEmptyStringInfo), SStringInfo*>);
+        CHECK(static_cast<void*>(ms_pstEmptyStringInfo) == static_cast<void*>(ms_auEmptyStringInfo));
+        static_assert(std::is_same_v<decltype(ms_pAllocator), IAllocator*> && sizeof(ms_auEmptyStringInfo) == 8);
+        CHECK(ms_pAllocator == CSingleton<CDefaultAllocator>::Instance());
+    }
+};
+
+QvResult FormatList(CString& rstr, unsigned int uStartIndex, const char* pszFormat, ...)
+{
+    va_list args;
+    va_start(args, pszFormat);
+    const QvResult res = rstr.Format(uStartIndex, pszFormat, args);
+    va_end(args);
+    return res;
+}
+
+void Construction()
+{
+    const CString strEmpty;
+    const CString strText("text");
+    const CString strPart("text", 2);
+    const CString strNull(nullptr);
+    const CString strNone(nullptr, 0);
+    const CString strZero(0);
+    CString strCopy(strText);
+    CHECK(strEmpty == strNull && strNone == strZero && strPart == "te" && strCopy == strText);
+    CHECK(strEmpty == nullptr && strEmpty == g_szEMPTY_STRING && strText.CStr() == strCopy.CStr());
+    Described<CString& (CString::*)(const CString&)>(&CString::operator=);
+    Described<CString& (CString::*)(const char*)>(&CString::operator=);
+    Described<CString& (CString::*)(char)>(&CString::operator=);
+    Described<bool (CString::*)(const CString&) const>(&CString::operator==);
+    Described<bool (CString::*)(const char*) const>(&CString::operator==);
+    strCopy = 'c';
+    CHECK(strCopy == "c");
+    strCopy = '\0';
+    CHECK(strCopy.GetSize() == 0);
+    strCopy = nullptr;
+    strCopy = "other";
+    CHECK((strCopy = strText) == strText);
+    Described<int (CString::*)(const char*) const>(&CString::CaseInsCmp);
+    CHECK(strText.CaseInsCmp("TEXT") == 0 && strText.CaseInsCmp("texu") < 0);
+    Described<unsigned int (CString::*)(unsigned int, const char*) const>(&CString::FindSubstring);
+    CHECK(strText.FindSubstring(0, "xt") == 2 && strText.FindSubstring(1, "te") == 4);
+    CHECK(strText.FindSubstring(0, nullptr) == 4);
+}
+
+void Editing()
+{
+    CString str("text");
+    Described<QvResult (CString::*)(unsigned int, unsigned int, const char*, unsigned int)>(&CString::Insert);
+    Described<QvResult (CString::*)(unsigned int, unsigned int, const CString&, unsigned int, unsigned int)>(
+        &CString::Insert);
+    Described<QvResult (CString::*)(unsigned int, unsigned int, char)>(&CString::Insert);
+    CHECK(str.Insert(0, 2, "ab", 65535) == QV_RES_OK && str.Insert(0, 1, 'c') == QV_RES_OK);
+    CHECK(str.Insert(9, 1, CString("xyz"), 1, 2) == QV_RES_OK && str == "cababtextyz");
+    CHECK(str.Insert(0, 1, nullptr, 65535) == QV_RES_OK && str.Insert(0, 0, NULL, 0) == QV_RES_OK);
+    CHECK(str.Insert(99, 1, "a", 1) == QV_RES_INVALID_ARGUMENT);
+    CHECK(str.Insert(0, 1, str, 9, 9) == QV_RES_INVALID_ARGUMENT);
+    Described<void (CString::*)(unsigned int, unsigned int)>(&CString::Erase);
+    str.Erase(0, 5);
+    Described<char* (CString::*)()>(&CString::GetBuffer);
+    str.GetBuffer()[0] = 'T';
+    Described<void (CString::*)(unsigned int, char)>(&CString::SetAt);
+    str.SetAt(1, 'E');
+    static_assert(std::is_reference_v<decltype(static_cast<const CString&>(str).GetAt(0))>);
+    CHECK(str == "TExtyz" && str.GetAt(2) == 'x');
+    str.ToLowerCase();
+    str.TrimLeftSide('t');
+    str.TrimRightSide('z');
+    CHECK(str == "exty");
+    str.Resize(2);
+    Described<QvResult (CString::*)(unsigned short)>(&CString::ReserveCapacity);
+    Described<QvResult (CString::*)(unsigned short)>(&CString::ReduceCapacity);
+    CHECK(str.ReserveCapacity(33) == QV_RES_OK && str.GetCapacity() == 64);
+    CHECK(str.ReduceCapacity(0) == QV_RES_OK && str.GetCapacity() == 32);
+    str.EraseAll();
+    CHECK(str.GetSize() == 0 && str.GetCapacity() == 32 && str.CStr()[0] == '\0');
+}
+
+void Sums()
+{
+    const CString strA("a");
+    CString str;
+    str += strA;
+    str += "b";
+    str += 'c';
+    str += nullptr;
+    CHECK(str == "abc" && strA + strA == "aa" && strA + "b" == "ab" && strA + 'c' == "ac");
+    CHECK(strA + nullptr == "a" && "x" + strA == "xa" && 'y' + strA == "ya");
+    Described<CString (CString::*)(const CString&) const>(&CString::operator+);
+    Described<CString (CString::*)(const char*) const>(&CString::operator+);
+    Described<CString (CString::*)(char) const>(&CString::operator+);
+    Described<CString (*)(const char*, const CString&)>(&operator+);
+    Described<CString (*)(char, const CString&)>(&operator+);
+}
+
+void Formatting()
+{
+    CString str;
+    Described<QvResult (CString::*)(unsigned int, const char*, ...)>(&CString::Format);
+    Described<QvResult (CString::*)(unsigned int, const char*, va_list)>(&CString::Format);
+    CHECK(str.Format(0, "%d-%s", 42, "text") == QV_RES_OK && str == "42-text" && str.GetCapacity() == 32);
+    CHECK(str.Format(str.GetSize(), "%c", '!') == QV_RES_OK && str == "42-text!");
+    CHECK(str.Format(0, "no argument") == QV_RES_OK && str == "no argument");
+    CHECK(FormatList(str, 3, "%s %u", "text", 7u) == QV_RES_OK && str == "no text 7");
+    CHECK(str.Format(99, "%d", 1) == QV_RES_INVALID_ARGUMENT);
+    // Null constants are arguments like others, although a list would take them, too.
+    CHECK(str.Format(0, "%d", 0) == QV_RES_OK && str == "0");
+    CHECK(str.Format(str.GetSize(), "-%s-%d", "text", 0) == QV_RES_OK && str == "0-text-0");
+    CHECK(str.Format(0, "%p", nullptr) == QV_RES_OK && str.GetSize() != 0);
+    CHECK(str.Format(0, "%ld", NULL) == QV_RES_OK && str == "0");
+}
+
+void Serialisation()
+{
+    Described<CMarshaler& (*)(CMarshaler&, const CString&)>(&operator<<);
+    Described<CMarshaler& (*)(CMarshaler&, CString&)>(&operator>>);
+    CMarshaler marshaler;
+    const CString strText("text");
+    CString strBack("before");
+    marshaler << strText << CString() << "literal";
+    marshaler >> strBack;
+    CHECK(strBack == strText);
+    marshaler >> strBack;
+    CHECK(strBack.GetSize() == 0);
+    marshaler >> strBack;
+    CHECK(strBack == "literal");
+}
+}  // namespace
+
+void StringClient()
+{
+    static_assert(sizeof(CString) == 16 && std::has_virtual_destructor_v<CString>);
+    CMyString("shared").Internals();
+    Construction();
+    Editing();
+    Sums();
+    Formatting();
+    Serialisation();
+    CHECK(std::strcmp(g_szNULL, "NULL") == 0 && g_szEMPTY_STRING[0] == '\0');
+    Described<QvResult (*)()>(&InitializeCString);
+    Described<void (*)()>(&FinalizeCString);
+}

@@ -1,0 +1,101 @@
+#include "framework/kernel/trace.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <initializer_list>
+#include <type_traits>
+
+#include "framework/kernel/package_id.h"
+#include "framework/kernel/result.h"
+#include "tests/clients/client.h"
+
+namespace
+{
+static_assert(std::is_enum_v<EQvTraceLevel> && sizeof(EQvTraceLevel) == sizeof(int));
+static_assert(std::is_enum_v<EQvTraceCategory> && sizeof(EQvTraceCategory) == sizeof(int));
+static_assert(std::is_enum_v<EQvPackageId> && sizeof(EQvPackageId) == sizeof(int));
+static_assert(std::is_enum_v<EQvTraceField> && sizeof(EQvTraceField) == sizeof(int));
+
+void Output(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int)
+{
+    CHECK(false);
+}
+int Format(EQvTraceLevel, EQvTraceCategory, EQvPackageId, bool, char*, const char*, va_list)
+{
+    return 0;
+}
+int TimeFormat(char*, int)
+{
+    return 0;
+}
+void CallStack(EQvTraceLevel, EQvTraceCategory, EQvPackageId, void*)
+{
+    CHECK(false);
+}
+
+constexpr EQvTraceLevel eLevel = static_cast<EQvTraceLevel>(1);
+constexpr EQvTraceCategory eCategory = static_cast<EQvTraceCategory>(2);
+constexpr EQvPackageId ePackage = static_cast<EQvPackageId>(3);
+constexpr EQvTraceField eField = static_cast<EQvTraceField>(4);
+
+void Handlers()
+{
+    CHECK(QvTraceAddOutputHandler(Output) == 0);
+    CHECK(QvTraceAddOutputHandler(&QvTraceToStderr) == 0);
+    CHECK(QvTraceAddOutputHandler(&QvTraceToStdout) == 0);
+    CHECK(QvTraceAddOutputHandler(&QvTraceToDebugger) == 0);
+    CHECK(QvTraceAddOutputHandler(nullptr) == 0);
+    QvTraceRemoveOutputHandler(&Output);
+    QvTraceRemoveOutputHandler(NULL);
+    QvTraceSetNewOutputHandler(&Output);
+    QvTraceSetNewOutputHandler(0);
+    CHECK(QvTraceSetNewFormatHandler(Format) == 0);
+    CHECK(QvTraceSetNewFormatHandler(nullptr) == 0);
+    CHECK(QvTraceSetTimeFormatHandler(TimeFormat) == 0);
+    CHECK(QvTraceSetTimeFormatHandler(0) == 0);
+    CHECK(QvTraceSetSysTimeFormatHandler(&TimeFormat) == 0);
+    CHECK(QvTraceSetSysTimeFormatHandler(NULL) == 0);
+    CHECK(QvTraceSetNewCallStackHandler(&CallStack) == 0);
+    CHECK(QvTraceSetNewCallStackHandler(nullptr) == 0);
+}
+}  // namespace
+
+void TraceClient()
+{
+    Handlers();
+    QvTraceSetPackagePermitted(ePackage, true);
+    CHECK(QvTraceGetPackagePermitted(ePackage) == 0);
+    QvTraceAddLevelPermitted(eLevel);
+    CHECK(QvTraceGetLevelsPermitted() == 0);
+    QvTraceRemoveLevelPermitted(eLevel);
+    QvTraceAddCategoriesPermitted(eCategory);
+    CHECK(QvTraceGetCategoriesPermitted() == 0);
+    QvTraceRemoveCategoriesPermitted(eCategory);
+    CHECK(QvTraceActivateField(eField) == 0);
+    CHECK(QvTraceFieldIsActive(eField) == 0);
+    CHECK(QvTraceDeactivateField(eField) == 0);
+    CHECK(QvTraceActivateDefaultFields() == 0);
+    CHECK(QvTraceActivateSyslogFields() == 0);
+    CHECK(QvTraceActivateAllFields() == 0);
+    CHECK(QvTraceDeactivateAllFields() == 0);
+    CHECK(QvTraceSetHostNameField("host") == 0);
+    CHECK(QvTraceSetHostNameField(nullptr) == 0);
+
+    using PFNOutput = void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int);
+    for (PFNOutput pfnOutput :
+         {PFNOutput{&QvTraceToStderr}, PFNOutput{&QvTraceToStdout}, PFNOutput{&QvTraceToDebugger}})
+    {
+        pfnOutput(eLevel, eCategory, ePackage, "text", 4);
+        pfnOutput(eLevel, eCategory, ePackage, nullptr, 0);
+    }
+    Described<void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId)>(&QvTraceAllCallStacks);
+    QvTraceAllCallStacks(eLevel, eCategory, ePackage);
+
+    Described<QvResult (*)()>(&InitializeQvTraceKernel);
+    CHECK(InitializeQvTraceKernel() == QV_RES_OK);
+    Described<void (*)()>(&FinalizeQvTraceKernel);
+    FinalizeQvTraceKernel();
+    CHECK(InitializeQvTraceTime() == QV_RES_OK);
+    Described<void (*)()>(&FinalizeQvTraceTime);
+    FinalizeQvTraceTime();
+}
