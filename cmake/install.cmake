@@ -5,7 +5,7 @@ install(TARGETS orvel_framework EXPORT orvel_framework
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
 set(internal_headers aes_blocks.h container_members.h base64_blocks.h cipher_blob.h cpu_features.h crc_blocks.h
-  digest.h sha_blocks.h wiped.h)
+  digest.h hmac_blocks.h sha_blocks.h wiped.h)
 list(TRANSFORM internal_headers REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
 install(DIRECTORY framework DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
   FILES_MATCHING PATTERN "*.h" ${internal_headers})

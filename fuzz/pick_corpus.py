@@ -14,21 +14,26 @@ MOST_BYTES = 1000
 
 
 def read_features(control):
-    """What each merged input was the first to reach: [(path, {edges and other features})]."""
+    """What each merged input reached: [(path, {features})]."""
     lines = control.read_text().splitlines()
     count = int(lines[0])
     paths = [Path(line) for line in lines[2:2 + count]]
     features = {}
     for line in lines[2 + count:]:
-        words = line.split()
-        if words[0] in ("FT", "COV"):
-            features.setdefault(int(words[1]), set()).update(f"{words[0]} {number}" for number in words[2:])
+        if line.startswith("FT "):
+            words = line.split()
+            features[int(words[1])] = set(map(int, words[2:]))
     return [(path, features.get(index, set())) for index, path in enumerate(paths)]
 
 
-def weight(features):
-    """An edge of the program counts more than how often it was taken."""
-    return sum(20 if feature.startswith("COV") else 1 for feature in features)
+def edges(features):
+    """A feature is an edge of the program, and how often it was taken, as one of eight ranges."""
+    return {feature // 8 for feature in features}
+
+
+def weight(features, covered):
+    """An edge that is new counts more than one that is taken another number of times."""
+    return 20 * len(edges(features) - edges(covered)) + len(features - covered)
 
 
 def main():
@@ -43,7 +48,7 @@ def main():
     everything = set().union(*(reached for _, reached in candidates))
     picked = []
     while len(picked) + len(by_hand) < MOST_FILES and candidates:
-        path, reached = max(candidates, key=lambda one: (weight(one[1] - covered), -one[0].stat().st_size))
+        path, reached = max(candidates, key=lambda one: (weight(one[1], covered), -one[0].stat().st_size))
         if not reached - covered:
             break
         covered |= reached
@@ -54,10 +59,9 @@ def main():
     for name, content in picked:
         (corpus / name).write_bytes(content)
     shutil.rmtree(merged)
-    edges = [sum(feature.startswith("COV") for feature in features) for features in (covered, everything)]
     print(f"{corpus}: {len(picked) + len(by_hand)} inputs, "
           f"{sum(path.stat().st_size for path in corpus.iterdir())} bytes, "
-          f"{edges[0]} of {edges[1]} edges")
+          f"{len(edges(covered))} of {len(edges(everything))} edges")
 
 
 main()

@@ -174,12 +174,17 @@ int main(int argc, char** argv)
     if (argc == 2) NameResult(argv[1]);
     testing::InitGoogleTest(&argc, argv);
     const std::vector<std::string> wanted(argv + 1, argv + argc);
+    std::size_t uFound = 0;
     for (const STarget& rTarget : astTARGETS)
     {
-        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), rTarget.pszName) != wanted.end())
-        {
-            Register(rTarget);
-        }
+        const bool bWanted = std::find(wanted.begin(), wanted.end(), rTarget.pszName) != wanted.end();
+        if (bWanted) ++uFound;
+        if (bWanted || wanted.empty()) Register(rTarget);
+    }
+    if (uFound != wanted.size())
+    {
+        std::fprintf(stderr, "there is no fuzz target of such a name\n");
+        return 1;
     }
     const CFrameworkScope framework;
     if (framework.GetResult() < 0) return 1;

@@ -2,9 +2,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <map>
 #include <set>
+#include <string>
 
 #include "bench/support/containers.h"
+#include "framework/basic/string.h"
 
 namespace
 {
@@ -133,6 +136,165 @@ void BM_ScanStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
+// The order of `<`, built in by the compiler on both sides. The keys come in an order that the processor cannot learn
+// by heart: there are far more of them than it remembers outcomes of comparisons.
+template <typename Tree>
+void Fill(Tree& rTree, const std::vector<int>& rNumbers)
+{
+    for (const int n : rNumbers) rTree.insert(n);
+}
+void Fill(CAATree<int>& rTree, const std::vector<int>& rNumbers)
+{
+    for (const int n : rNumbers) rTree.Insert(n);
+}
+const int& ValueOf(const CAATree<int>& rTree, int n)
+{
+    return *rTree.Find(n);
+}
+const int& ValueOf(const std::set<int>& rTree, int n)
+{
+    return *rTree.find(n);
+}
+
+std::vector<int> KeysBelow(std::int64_t nCount)
+{
+    std::vector<int> keys(std::size_t{1} << 17);
+    std::uint64_t uState = 1;
+    for (int& rnKey : keys)
+    {
+        uState = uState * 6364136223846793005u + 1442695040888963407u;
+        rnKey = static_cast<int>((uState >> 33) % static_cast<std::uint64_t>(nCount));
+    }
+    return keys;
+}
+
+template <typename Tree>
+void BM_FindInline(benchmark::State& rState)
+{
+    Tree tree;
+    Fill(tree, ShuffledInts(rState.range(0)));
+    const std::vector<int> keys = KeysBelow(rState.range(0));
+    std::size_t uNext = 0;
+    for (auto _ : rState)
+    {
+        int nValue = ValueOf(tree, keys[uNext]);
+        benchmark::DoNotOptimize(nValue);
+        uNext = (uNext + 1) % keys.size();
+    }
+}
+
+template <typename Tree>
+void BM_InsertInline(benchmark::State& rState)
+{
+    std::vector<int> numbers = ShuffledInts(rState.range(0));
+    std::uint32_t uState = 1;
+    for (auto _ : rState)
+    {
+        rState.PauseTiming();
+        for (std::size_t u = numbers.size(); u > 1; --u)
+        {
+            uState = uState * 1664525u + 1013904223u;
+            std::swap(numbers[u - 1], numbers[(uState >> 8) % u]);
+        }
+        {
+            Tree tree;
+            rState.ResumeTiming();
+            Fill(tree, numbers);
+            benchmark::ClobberMemory();
+            rState.PauseTiming();
+        }
+        rState.ResumeTiming();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// The words of a log, counted: each is looked for, and most are there. Lines of a fixed grammar with rare and frequent
+// words, as many bytes as the argument says.
+std::string MakeLog(std::size_t uBytes)
+{
+    std::uint64_t uState = 1;
+    const auto below = [&uState](unsigned int uLimit)
+    {
+        uState = uState * 6364136223846793005u + 1442695040888963407u;
+        return static_cast<unsigned int>((uState >> 33) % uLimit);
+    };
+    std::vector<std::string> words(4000);
+    for (std::string& rstrWord : words)
+    {
+        for (unsigned int u = 3 + below(9); u != 0; --u) rstrWord += static_cast<char>('a' + below(26));
+    }
+    std::string strLog;
+    while (strLog.size() < uBytes)
+    {
+        strLog += "2024-" + std::to_string(1 + below(12)) + '-' + std::to_string(1 + below(28)) + " INFO [thread-" +
+                  std::to_string(below(16)) + "] " + words[below(50)] + ": user" + std::to_string(below(20000));
+        for (unsigned int u = 0; u < 3; ++u) strLog += ' ' + words[below(1 + below(4000))];
+        strLog += " id=" + std::to_string(below(100000)) + '\n';
+    }
+    return strLog;
+}
+
+template <typename Action>
+void ForEachWord(const std::string& rstrLog, Action action)
+{
+    const auto isLetter = [](char c)
+    { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const char* const pcEnd = rstrLog.data() + rstrLog.size();
+    for (const char* pc = rstrLog.data(); pc < pcEnd;)
+    {
+        const char* const pcWord = pc;
+        while (pc < pcEnd && isLetter(*pc)) ++pc;
+        if (pc != pcWord) action(pcWord, static_cast<std::size_t>(pc - pcWord));
+        else ++pc;
+    }
+}
+
+struct SWord
+{
+    CString strText;
+    long nCount = 1;
+
+    friend bool operator<(const SWord& rFirst, const SWord& rSecond) { return rFirst.strText < rSecond.strText; }
+};
+
+void BM_WordsOurs(benchmark::State& rState)
+{
+    const std::string strLog = MakeLog(static_cast<std::size_t>(rState.range(0)));
+    for (auto _ : rState)
+    {
+        CAATree<SWord> words;
+        SWord word;
+        ForEachWord(strLog,
+                    [&](const char* pcWord, std::size_t uSize)
+                    {
+                        word.strText.EraseAll();
+                        word.strText.Insert(0, 1, pcWord, static_cast<unsigned int>(uSize));
+                        if (const auto found = words.Find(word)) ++found->nCount;
+                        else words.Insert(word);
+                    });
+        benchmark::DoNotOptimize(words.GetSize());
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_WordsStd(benchmark::State& rState)
+{
+    const std::string strLog = MakeLog(static_cast<std::size_t>(rState.range(0)));
+    for (auto _ : rState)
+    {
+        std::map<std::string, long> words;
+        std::string strWord;
+        ForEachWord(strLog,
+                    [&](const char* pcWord, std::size_t uSize)
+                    {
+                        strWord.assign(pcWord, uSize);
+                        ++words[strWord];
+                    });
+        benchmark::DoNotOptimize(words.size());
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
 BENCHMARK(BM_FindOurs)->Name("tree find/ours")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_FindStd)->Name("tree find/std::set")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_InsertOurs)->Name("tree insert/ours")->Arg(1000)->Arg(100000);
@@ -143,4 +305,10 @@ BENCHMARK(BM_ScanOurs<false>)->Name("tree scan/ours")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ScanStd)->Name("tree scan/std::set")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ScanOurs<true>)->Name("tree scan by index/ours")->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ScanStd)->Name("tree scan by index/std::set iterators")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FindInline<CAATree<int>>)->Name("tree find inline/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_FindInline<std::set<int>>)->Name("tree find inline/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_InsertInline<CAATree<int>>)->Name("tree insert inline/ours")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_InsertInline<std::set<int>>)->Name("tree insert inline/std::set")->Arg(1000)->Arg(100000);
+BENCHMARK(BM_WordsOurs)->Name("tree word count/ours")->Arg(40000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_WordsStd)->Name("tree word count/std::map")->Arg(40000000)->Unit(benchmark::kMillisecond);
 }  // namespace

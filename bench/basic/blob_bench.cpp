@@ -2,6 +2,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace
@@ -64,9 +67,223 @@ void BM_AppendBitsStd(benchmark::State& rState)
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
+
+// 64 times 4 bytes, into room that is there (256) or has to be grown (0).
+void BM_Append4Ours(benchmark::State& rState)
+{
+    const unsigned int uCapacity = static_cast<unsigned int>(rState.range(0));
+    unsigned char auBytes[4] = {1, 2, 3, 4};
+    CBlob blob(uCapacity, nullptr);
+    CBlob* pBlob = &blob;
+    benchmark::DoNotOptimize(pBlob);  // as a member of some object is known elsewhere
+    for (auto _ : rState)
+    {
+        if (uCapacity == 0) blob = CBlob();
+        else blob.Clear();
+        for (unsigned int u = 0; u < 64; ++u) blob.Append(auBytes, sizeof(auBytes));
+        benchmark::ClobberMemory();
+    }
+}
+
+void BM_Append4Std(benchmark::State& rState)
+{
+    const std::size_t uCapacity = static_cast<std::size_t>(rState.range(0));
+    unsigned char auBytes[4] = {1, 2, 3, 4};
+    std::vector<unsigned char> vector;
+    vector.reserve(uCapacity);
+    std::vector<unsigned char>* pVector = &vector;
+    benchmark::DoNotOptimize(pVector);
+    for (auto _ : rState)
+    {
+        if (uCapacity == 0) vector = std::vector<unsigned char>();
+        else vector.clear();
+        for (unsigned int u = 0; u < 64; ++u) vector.insert(vector.end(), auBytes, auBytes + 4);
+        benchmark::ClobberMemory();
+    }
+}
+
+// Exact growth, which is described, takes a block for every append: at least this much.
+void BM_Append4Blocks(benchmark::State& rState)
+{
+    IAllocator* const pAllocator = CDefaultAllocator::Instance();
+    for (auto _ : rState)
+    {
+        IAllocator::SBlock* pStorage = nullptr;
+        unsigned int uSize = 0;
+        for (unsigned int u = 0; u < 64; ++u)
+        {
+            IAllocator::SBlock* const pNew = pAllocator->Allocate(1, std::max(8u, uSize + 4), nullptr);
+            if (pStorage != nullptr)
+            {
+                std::memcpy(static_cast<void*>(pNew), static_cast<void*>(pStorage), uSize);
+                pStorage->pNext = nullptr;
+                pAllocator->Release(pStorage, uSize);
+            }
+            pStorage = pNew;
+            std::memset(reinterpret_cast<unsigned char*>(pStorage) + uSize, 1, 4);
+            uSize += 4;
+        }
+        benchmark::DoNotOptimize(pStorage);
+        pStorage->pNext = nullptr;
+        pAllocator->Release(pStorage, uSize);
+    }
+}
+
+void BM_Append1MiBOurs(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes(1 << 20, 7);
+    for (auto _ : rState)
+    {
+        CBlob blob;
+        blob.Append(bytes.data(), static_cast<unsigned int>(bytes.size()));
+        benchmark::DoNotOptimize(blob.GetFirstIndexPtr());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() << 20);
+}
+
+void BM_Append1MiBStd(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes(1 << 20, 7);
+    for (auto _ : rState)
+    {
+        std::vector<unsigned char> vector;
+        vector.insert(vector.end(), bytes.begin(), bytes.end());
+        benchmark::DoNotOptimize(vector.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() << 20);
+}
+
+/// What one writes by hand: 64 bits held back, whole words stored. The buffer has room for eight bytes more.
+class CBitWriter
+{
+public:
+    explicit CBitWriter(unsigned char* puBytes) : m_puBytes(puBytes) {}
+    void Put(std::uint64_t uValue, unsigned int uBits)
+    {
+        m_uHeld |= uValue << (64 - uBits) >> m_uCount;
+        m_uCount += uBits;
+        if (m_uCount < 32) return;
+        const std::uint32_t uWord = __builtin_bswap32(static_cast<std::uint32_t>(m_uHeld >> 32));
+        std::memcpy(m_puBytes, &uWord, sizeof(uWord));
+        m_puBytes += sizeof(uWord);
+        m_uHeld <<= 32;
+        m_uCount -= 32;
+    }
+    void Flush()
+    {
+        const std::uint64_t uWord = __builtin_bswap64(m_uHeld);
+        std::memcpy(m_puBytes, &uWord, sizeof(uWord));
+    }
+
+private:
+    unsigned char* m_puBytes;
+    std::uint64_t m_uHeld = 0;
+    unsigned int m_uCount = 0;
+};
+
+class CBitReader
+{
+public:
+    explicit CBitReader(const unsigned char* puBytes) : m_puBytes(puBytes) {}
+    std::uint64_t Get(unsigned int uBits)
+    {
+        if (m_uCount < uBits)
+        {
+            std::uint32_t uWord;
+            std::memcpy(&uWord, m_puBytes, sizeof(uWord));
+            m_puBytes += sizeof(uWord);
+            m_uHeld |= std::uint64_t{__builtin_bswap32(uWord)} << 32 >> m_uCount;
+            m_uCount += 32;
+        }
+        const std::uint64_t uValue = m_uHeld >> (64 - uBits);
+        m_uHeld <<= uBits;
+        m_uCount -= uBits;
+        return uValue;
+    }
+
+private:
+    const unsigned char* m_puBytes;
+    std::uint64_t m_uHeld = 0;
+    unsigned int m_uCount = 0;
+};
+
+constexpr unsigned int g_uFields = 64;
+
+// Fields as 13 bits from the top of two bytes, which is how a blob takes and gives them.
+unsigned int SumOfFieldsOurs(CBlob& rBlob, unsigned int uFirst)
+{
+    rBlob.Clear();
+    for (unsigned int u = 0; u < g_uFields; ++u)
+    {
+        const std::uint16_t uField = __builtin_bswap16(static_cast<std::uint16_t>((uFirst + u * 97) << 3));
+        rBlob.AppendBits(reinterpret_cast<const unsigned char*>(&uField), g_uFieldBits, 0);
+    }
+    unsigned int uSum = 0;
+    for (unsigned int u = 0; u < g_uFields; ++u)
+    {
+        std::uint16_t uField;
+        rBlob.ReadBits(reinterpret_cast<unsigned char*>(&uField), g_uFieldBits, 0);
+        uSum = uSum * 31 + (__builtin_bswap16(uField) >> 3);
+    }
+    return uSum;
+}
+
+// As locals, whose members stay in registers all the time, and as objects that are known elsewhere, as a blob is.
+template <bool bKnownElsewhere>
+unsigned int SumOfFieldsByHand(unsigned char* puBytes, unsigned int uFirst)
+{
+    CBitWriter writer(puBytes);
+    CBitWriter* pWriter = &writer;
+    if (bKnownElsewhere) benchmark::DoNotOptimize(pWriter);
+    for (unsigned int u = 0; u < g_uFields; ++u) writer.Put((uFirst + u * 97) & 0x1FFF, g_uFieldBits);
+    writer.Flush();
+    CBitReader reader(puBytes);
+    CBitReader* pReader = &reader;
+    if (bKnownElsewhere) benchmark::DoNotOptimize(pReader);
+    unsigned int uSum = 0;
+    for (unsigned int u = 0; u < g_uFields; ++u) uSum = uSum * 31 + static_cast<unsigned int>(reader.Get(g_uFieldBits));
+    return uSum;
+}
+
+void BM_BitsOurs(benchmark::State& rState)
+{
+    CBlob blob(120, nullptr);
+    unsigned char auBytes[120];
+    for (unsigned int u = 0; u < 100; ++u)
+    {
+        if (SumOfFieldsOurs(blob, u) != SumOfFieldsByHand<false>(auBytes, u))
+            rState.SkipWithError("not the same fields");
+    }
+    unsigned int uFirst = 0;
+    for (auto _ : rState) benchmark::DoNotOptimize(SumOfFieldsOurs(blob, ++uFirst));
+    rState.SetItemsProcessed(rState.iterations() * g_uFields);
+}
+
+template <bool bKnownElsewhere>
+void BM_BitsByHand(benchmark::State& rState)
+{
+    unsigned char auBytes[120];
+    unsigned int uFirst = 0;
+    for (auto _ : rState)
+    {
+        benchmark::DoNotOptimize(auBytes);
+        benchmark::DoNotOptimize(SumOfFieldsByHand<bKnownElsewhere>(auBytes, ++uFirst));
+    }
+    rState.SetItemsProcessed(rState.iterations() * g_uFields);
+}
 }  // namespace
 
 BENCHMARK(BM_AppendOurs)->Name("blob append/ours")->Arg(64)->Arg(1024)->Arg(64 << 10);
 BENCHMARK(BM_AppendStd)->Name("blob append/std::vector")->Arg(64)->Arg(1024)->Arg(64 << 10);
 BENCHMARK(BM_AppendBitsOurs)->Name("blob append 13 bits/ours")->Arg(10)->Arg(1000);
 BENCHMARK(BM_AppendBitsStd)->Name("blob append 13 bits/std::vector<bool>")->Arg(10)->Arg(1000);
+BENCHMARK(BM_Append4Ours)->Name("blob append 4 bytes 64 times/ours")->Arg(0)->Arg(256);
+BENCHMARK(BM_Append4Std)->Name("blob append 4 bytes 64 times/std::vector")->Arg(0)->Arg(256);
+BENCHMARK(BM_Append4Blocks)->Name("blob append 4 bytes 64 times/64 blocks, each copied into the next")->Arg(0);
+BENCHMARK(BM_Append1MiBOurs)->Name("blob append 1 MiB unreserved/ours");
+BENCHMARK(BM_Append1MiBStd)->Name("blob append 1 MiB unreserved/std::vector");
+BENCHMARK(BM_BitsOurs)->Name("blob 13 bits 64 times and back/ours");
+BENCHMARK(BM_BitsByHand<true>)->Name("blob 13 bits 64 times and back/a 64-bit writer and reader");
+BENCHMARK(BM_BitsByHand<false>)->Name("blob 13 bits 64 times and back/the same in registers");

@@ -2,7 +2,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace
@@ -97,6 +99,100 @@ void BM_AppendStd(benchmark::State& rState)
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
 }
+
+// The same source for both classes: what a user writes.
+template <typename String>
+void BM_AppendHello(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        String str;
+        for (unsigned int u = 0; u < 20; ++u) str += "hello";
+        benchmark::DoNotOptimize(str);
+    }
+}
+
+template <typename String>
+void BM_AppendCharacter(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        String str;
+        for (unsigned int u = 0; u < 64; ++u) str += static_cast<char>('a' + u % 16);
+        benchmark::DoNotOptimize(str);
+    }
+}
+
+const char* TextOfSize(std::int64_t nSize)
+{
+    static const std::string s_strText(1000, 'x');
+    return s_strText.c_str() + s_strText.size() - static_cast<std::size_t>(nSize);
+}
+
+template <typename String>
+void BM_MakeAndDrop(benchmark::State& rState)
+{
+    const char* pszText = TextOfSize(rState.range(0));
+    for (auto _ : rState)
+    {
+        benchmark::DoNotOptimize(pszText);
+        String str(pszText);
+        benchmark::DoNotOptimize(str);
+    }
+}
+
+// What the described algorithm takes at least: a block from the default allocator, with 8 bytes more than the capacity,
+// and its release.
+void BM_MakeAndDropBlock(benchmark::State& rState)
+{
+    const char* pszText = TextOfSize(rState.range(0));
+    IAllocator* const pAllocator = CDefaultAllocator::Instance();
+    for (auto _ : rState)
+    {
+        benchmark::DoNotOptimize(pszText);
+        const std::size_t uSize = std::strlen(pszText);
+        IAllocator::SBlock* const pBlock =
+            pAllocator->Allocate(1, static_cast<unsigned int>((uSize + 31) / 32 * 32 + 8), nullptr);
+        std::memcpy(reinterpret_cast<char*>(pBlock) + 6, pszText, uSize + 1);
+        benchmark::DoNotOptimize(pBlock);
+        pBlock->pNext = nullptr;
+        pAllocator->Release(pBlock, 8);
+    }
+}
+
+template <typename String>
+void BM_Equal(benchmark::State& rState)
+{
+    String str(TextOfSize(rState.range(0)));
+    String strOther(TextOfSize(rState.range(0)));
+    for (auto _ : rState)
+    {
+        benchmark::DoNotOptimize(str);
+        benchmark::DoNotOptimize(strOther);
+        benchmark::DoNotOptimize(str == strOther);
+    }
+}
+
+void SetAtOf(CString& rString, unsigned int uIndex, char c)
+{
+    rString.SetAt(uIndex, c);
+}
+
+void SetAtOf(std::string& rString, unsigned int uIndex, char c)
+{
+    if (uIndex < rString.size()) rString[uIndex] = c;
+}
+
+template <typename String>
+void BM_SetAt(benchmark::State& rState)
+{
+    String str(TextOfSize(64));
+    for (auto _ : rState)
+    {
+        for (unsigned int u = 0; u < 64; ++u) SetAtOf(str, u, static_cast<char>('a' + u % 16));
+        benchmark::DoNotOptimize(str);
+    }
+}
 }  // namespace
 
 BENCHMARK(BM_FormatOurs)->Name("string format/ours")->Arg(0)->Arg(1);
@@ -106,3 +202,14 @@ BENCHMARK(BM_CopyOurs)->Name("string copy/ours")->Arg(8)->Arg(1000)->Arg(65000);
 BENCHMARK(BM_CopyStd)->Name("string copy/std::string")->Arg(8)->Arg(1000)->Arg(65000);
 BENCHMARK(BM_AppendOurs)->Name("string append/ours")->Arg(64)->Arg(1024)->Arg(32768);
 BENCHMARK(BM_AppendStd)->Name("string append/std::string")->Arg(64)->Arg(1024)->Arg(32768);
+BENCHMARK(BM_AppendHello<CString>)->Name("string append hello 20 times/ours");
+BENCHMARK(BM_AppendHello<std::string>)->Name("string append hello 20 times/std::string");
+BENCHMARK(BM_AppendCharacter<CString>)->Name("string append a character 64 times/ours");
+BENCHMARK(BM_AppendCharacter<std::string>)->Name("string append a character 64 times/std::string");
+BENCHMARK(BM_MakeAndDrop<CString>)->Name("string make and drop/ours")->Arg(5)->Arg(40);
+BENCHMARK(BM_MakeAndDrop<std::string>)->Name("string make and drop/std::string")->Arg(5)->Arg(40);
+BENCHMARK(BM_MakeAndDropBlock)->Name("string make and drop/the block alone")->Arg(5)->Arg(40);
+BENCHMARK(BM_Equal<CString>)->Name("string equal/ours")->Arg(5)->Arg(40)->Arg(1000);
+BENCHMARK(BM_Equal<std::string>)->Name("string equal/std::string")->Arg(5)->Arg(40)->Arg(1000);
+BENCHMARK(BM_SetAt<CString>)->Name("string set 64 characters/ours");
+BENCHMARK(BM_SetAt<std::string>)->Name("string set 64 characters/std::string");

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace
@@ -44,6 +45,40 @@ void BM_AppendStd(benchmark::State& rState)
         for (unsigned int u = 0; u < uCount; ++u) vector.push_back(static_cast<int>(u));
         benchmark::DoNotOptimize(vector.data());
         benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// Nothing is reserved. Our growth is exact, so that every append asks for a block and moves what is there; the peer
+// does the same by hand.
+void BM_GrowOurs(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        CVector<int> vector;
+        for (int n = 0; n < rState.range(0); ++n) vector.Append(n);
+        benchmark::DoNotOptimize(vector.begin());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_GrowHand(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        int* pnElements = nullptr;
+        for (std::size_t u = 0; u < static_cast<std::size_t>(rState.range(0)); ++u)
+        {
+            int* const pnGrown = new int[u == 0 ? 2 : u + 1];
+            if (u != 0) memcpy(pnGrown, pnElements, u * sizeof(int));
+            delete[] pnElements;
+            pnElements = pnGrown;
+            pnElements[u] = static_cast<int>(u);
+            benchmark::ClobberMemory();
+        }
+        benchmark::DoNotOptimize(pnElements);
+        delete[] pnElements;
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
@@ -150,6 +185,8 @@ void BM_SortHand(benchmark::State& rState)
 
 BENCHMARK(BM_AppendOurs)->Name("vector append/ours")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_AppendStd)->Name("vector append/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_GrowOurs)->Name("vector append exactly/ours")->Arg(16)->Arg(1000);
+BENCHMARK(BM_GrowHand)->Name("vector append exactly/by hand")->Arg(16)->Arg(1000);
 BENCHMARK(BM_AccessOurs)->Name("vector access/ours")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_AccessStd)->Name("vector access/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_SortOurs<4>)->Name("vector sort 4 bytes/ours")->Arg(1000)->Arg(100000);

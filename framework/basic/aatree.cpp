@@ -33,7 +33,7 @@ constexpr const char* g_szCLASS = "CAATree";
 // Of a current node that somebody set: nobody has counted up to it.
 constexpr unsigned int g_uUNKNOWN_INDEX = UINT_MAX;
 
-// A node whose size does not fit never gets a block: see ReserveCapacity().
+// A node whose size does not fit never gets a block: see ReserveFree().
 unsigned int NodeSize(unsigned int uElementSize)
 {
     return static_cast<unsigned int>(std::min(size_t{UINT_MAX}, uElementSize + sizeof(Node)));
@@ -187,8 +187,7 @@ QvResult CAATreeBase::ReserveCapacity(unsigned int uCapacity)
     if (m_uLockCapacity != 0 && GetCapacity() < uCapacity) return QV_RES_INVALID_STATE;
     const size_t uUsed = GetUsedCount();
     if (uUsed >= uCapacity) return QV_RES_OK;
-    if (m_uElementSize > UINT_MAX - sizeof(Node)) return QV_RES_OUT_OF_MEMORY;
-    return m_nodeAllocator.Reserve(uCapacity - static_cast<unsigned int>(uUsed)) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+    return ReserveFree(uCapacity - static_cast<unsigned int>(uUsed));
 }
 
 QvResult CAATreeBase::ReduceCapacity(unsigned int uCapacity)
@@ -291,6 +290,9 @@ QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) co
     CAATreeNode* pNode = m_pRoot;
     while (pNode != pNull)
     {
+        // While the callback compares, both nodes that can be next are fetched.
+        __builtin_prefetch(pNode->pLeft);
+        __builtin_prefetch(pNode->pRight);
         const int nOrder = stCompare.pfnCompare(pKey, ElementOf(pNode), stCompare.uParam);
         if (nOrder == 0) break;
         pNode = nOrder < 0 ? pNode->pLeft : pNode->pRight;
@@ -439,16 +441,23 @@ CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 
 QvResult CAATreeBase::ReserveNode()
 {
-    RequireSentinel();
+    RequireSentinel();  // before the allocator, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
-    const size_t uCapacity = GetUsedCount() + 1;
-    if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
-    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    return ReserveFree(1);
+}
+
+// Makes at least uCount nodes free.
+QvResult CAATreeBase::ReserveFree(unsigned int uCount)
+{
+    if (m_uElementSize > UINT_MAX - sizeof(Node)) return QV_RES_OUT_OF_MEMORY;
+    return m_nodeAllocator.Reserve(uCount) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
 }
 
 QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNode** ppInserted)
 {
-    CAATreeNode* const pNull = ms_pNullNode;
+    CAATreeNode* const pNull = RequireSentinel();
     CAATreeNode* pParent = pNull;
     CAATreeNode** ppSlot = &m_pRoot;
     while (*ppSlot != pNull)
@@ -467,12 +476,9 @@ QvResult CAATreeBase::Insert(const void* pKey, EInsertAction eAction, CAATreeNod
 
 void CAATreeBase::LinkNode(CAATreeNode* pNode, CAATreeNode* pParent, CAATreeNode** ppSlot)
 {
-    pNode->pLeft = pNode->pRight = ms_pNullNode;
-    pNode->pParent = pParent;
-    pNode->uLevel = 1;
-    *ppSlot = pNode;
+    *ppSlot = new (pNode) CAATreeNode(ms_pNullNode, ms_pNullNode, pParent, 1);
     ++m_uSize;
-    RebalanceGrown(pParent);
+    RebalanceGrown(pNode);
 }
 
 // The caller has reserved the node.
@@ -488,19 +494,31 @@ CAATreeBase::CAATreeNode* CAATreeBase::NodeFor(const void* pKey, EInsertAction e
     return pNode;
 }
 
-// From the parent of a new leaf upwards. What changed in a node's place can matter to its parent and grandparent.
+// From a new leaf upwards. A node that came or rose is in order below a parent on the next level. Below one on its own
+// level it must be the right child, and the parent the left end of its row; else the middle of three rises in turn.
 void CAATreeBase::RebalanceGrown(CAATreeNode* pNode)
 {
     const CAATreeNode* const pNull = ms_pNullNode;
-    unsigned int uUnchanged = 0;
-    while (pNode != pNull && uUnchanged < 2)
+    // The sentinel, above the root, is on a level of its own.
+    while (pNode->pParent->uLevel == pNode->uLevel)
     {
         CAATreeNode* const pParent = pNode->pParent;
-        CAATreeNode*& rpSlot = SlotOf(pNode);
-        const bool bSkewed = Skew(rpSlot, pNull);
-        const bool bSplit = Split(rpSlot, pNull);
-        uUnchanged = bSkewed || bSplit ? 0 : uUnchanged + 1;
-        pNode = pParent;
+        CAATreeNode* pLeftEnd = pParent;
+        CAATreeNode* pMiddle = pNode;
+        if (pNode == pParent->pLeft)
+        {
+            Skew(SlotOf(pParent), pNull);
+            pLeftEnd = pNode;
+            pMiddle = pParent;
+        }
+        if (pMiddle->pRight->uLevel != pNode->uLevel)
+        {
+            pMiddle = pLeftEnd;
+            pLeftEnd = pLeftEnd->pParent;
+            if (pLeftEnd->uLevel != pNode->uLevel) return;
+        }
+        Split(SlotOf(pLeftEnd), pNull);
+        pNode = pMiddle;
     }
 }
 

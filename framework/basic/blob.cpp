@@ -15,6 +15,8 @@
 
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
 
+using orvel_internal::TopBits;
+
 namespace
 {
 constexpr unsigned int g_uWordBits = 32;
@@ -45,12 +47,6 @@ size_t BytesHolding(uint64_t uBits)
 size_t CapacityFor(uint64_t uBits, unsigned int uOffset, unsigned int uSize)
 {
     return uSize + BytesHolding(uBits + uOffset) + g_uWordBytes;
-}
-
-// The top uCount (0 to 32) bits set.
-uint32_t TopBits(unsigned int uCount)
-{
-    return uCount == 0 ? 0 : ~uint32_t{0} << (g_uWordBits - uCount);
 }
 
 // How many of uRemaining bits one step moves between two offsets.
@@ -122,9 +118,16 @@ struct SEmitted
     unsigned int (CBlob::*apfnCounts[2])() const;
     unsigned char* (CBlob::*pfnFirst)();
     const unsigned char* (CBlob::*pfnConstFirst)() const;
+    QvResult (CBlob::*pfnAppend)(const unsigned char*, unsigned int);
+    void (CBlob::*pfnAppendBits)(const unsigned char*, unsigned int, unsigned int);
+    void (CBlob::*pfnReadBits)(unsigned char*, unsigned int, unsigned int);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {
-    {&CBlob::GetSize, &CBlob::GetCapacity}, &CBlob::GetFirstIndexPtr, &CBlob::GetFirstIndexPtr};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CBlob::GetSize, &CBlob::GetCapacity},
+                                                &CBlob::GetFirstIndexPtr,
+                                                &CBlob::GetFirstIndexPtr,
+                                                &CBlob::Append,
+                                                &CBlob::AppendBits,
+                                                &CBlob::ReadBits};
 }  // namespace
 
 CBlob::CBlob(IAllocator* pAllocator)
@@ -222,11 +225,6 @@ QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uSta
     return Insert(uIndex, rSrc.GetFirstIndexPtr() + uStartIndex, uSize);
 }
 
-QvResult CBlob::Append(const unsigned char* puData, unsigned int uSize)
-{
-    return Insert(GetEndIndex(), puData, uSize);
-}
-
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
 {
     CVectorBase::Erase(uIndex, uSize);
@@ -320,12 +318,12 @@ unsigned int CBlob::GetUnreadBits() const
     return GetUnreadSize() * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
 }
 
-void CBlob::AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+void CBlob::AppendInSteps(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
 {
     TryAppendBits(puSrc, uBitCount, uSrcBitOffset);
 }
 
-void CBlob::ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
+void CBlob::ReadInSteps(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
 {
     if (m_uReadIndex == 0) m_uReadBitOffset = 0;  // SetReadIndex() left an offset into a byte that does not exist.
     uint64_t uRemaining = std::min<uint64_t>(uBitCount, ReadableBits());

@@ -9,6 +9,40 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
+namespace orvel_internal
+{
+// The top uCount (0 to 32) bits set.
+inline uint32_t TopBits(unsigned int uCount)
+{
+    return static_cast<uint32_t>(~(uint64_t{0xFFFFFFFF} >> uCount));
+}
+
+// The bytes that hold uBits (1 to 32) bits, and no other, as the top of a big-endian word.
+inline uint32_t LoadTop(const unsigned char* pu, unsigned int uBits)
+{
+    uint32_t uWord;
+    if (uBits > 24) memcpy(&uWord, pu, 4);
+    else if (uBits <= 8) uWord = pu[0];
+    else
+    {
+        uint16_t uFirst;
+        memcpy(&uFirst, pu, 2);
+        uWord = uFirst | (uBits > 16 ? uint32_t{pu[2]} << 16 : 0);
+    }
+    return __builtin_bswap32(uWord);
+}
+
+inline void StoreTop(unsigned char* pu, uint32_t uWord, unsigned int uBits)
+{
+    // No byte by itself where two go at once: whoever then loads them as a word would wait for both.
+    uWord = __builtin_bswap32(uWord);
+    if (uBits > 24) memcpy(pu, &uWord, 4);
+    else if (uBits > 8) memcpy(pu, &uWord, 2);
+    else pu[0] = static_cast<unsigned char>(uWord);
+    if (uBits > 16 && uBits <= 24) pu[2] = static_cast<unsigned char>(uWord >> 16);
+}
+}  // namespace orvel_internal
+
 /// A growable run of bytes with cursors: filled by appending, drained by reading, whole bytes or single bits.
 ///
 ///     |<---- read ---->|<---- unread ---->|<---- spare ---->|
@@ -71,8 +105,15 @@ public:
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
     /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
     QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
-    /// Insert() at the end.
-    QvResult Append(const unsigned char* puData, unsigned int uSize);
+    /// Insert() at the end. Cost: inline within the capacity.
+    QvResult Append(const unsigned char* puData, unsigned int uSize)
+    {
+        const unsigned int uEnd = m_uSize;  // read once: for all the compiler knows, storing a byte changes it
+        if (puData == nullptr || uSize == 0 || uSize > m_uCapacity - uEnd) return Insert(uEnd, puData, uSize);
+        memmove(GetFirstIndexPtr() + uEnd, puData, uSize);
+        m_uSize = uEnd + uSize;
+        return QV_RES_OK;
+    }
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.
@@ -130,13 +171,22 @@ public:
     /// Appends uBitCount bits of puSrc, beginning uSrcBitOffset bits into its first byte. Only the bytes that hold
     /// those bits are read; they may be bytes of this blob. Reserves four bytes more than the bits need. Nothing
     /// happens when memory runs out, and nothing tells: reserve first where it might.
-    /// Cost: up to 32 bits a step.
-    void AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
+    /// Cost: up to 32 bits a step; inline where one step within the capacity does.
+    void AppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+    {
+        if (puSrc == nullptr || !AppendInOneStep(puSrc, uBitCount, uSrcBitOffset))
+            AppendInSteps(puSrc, uBitCount, uSrcBitOffset);
+    }
     /// Reads up to uBitCount bits, no more than are unread, to uDstBitOffset bits into the first byte of puDst. The
     /// bits of puDst before them are kept, those behind them in the last byte written become 0. Nothing happens
     /// when puDst is null. puDst may be in this blob: what it gets are the bits as they were before.
-    /// Cost: up to 32 bits a step; a single one where puDst is in this blob.
-    void ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset);
+    /// Cost: up to 32 bits a step, inline where one step does; a single bit where puDst is in this blob and more than a
+    /// step is read.
+    void ReadBits(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
+    {
+        if (puDst == nullptr || !ReadInOneStep(puDst, uBitCount, uDstBitOffset))
+            ReadInSteps(puDst, uBitCount, uDstBitOffset);
+    }
     /// Appends uBitCount zero bits.
     void PadBits(unsigned int uBitCount);
     /// Moves the read cursor over uBitCount bits, no more than are unread.
@@ -153,6 +203,55 @@ public:
 private:
     QV_HIDDEN unsigned int ReadableBytes() const;
     QV_HIDDEN uint64_t ReadableBits() const;
+    // What the inline halves above do not reach.
+    void AppendInSteps(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
+    void ReadInSteps(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset);
+
+    // False, with nothing done, where one step does not do. Positions are counted in bits, from the blob's first one.
+    QV_HIDDEN bool AppendInOneStep(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
+    {
+        const unsigned int uOffset = m_uAppendBitsBitOffset;
+        if (uOffset > 7) __builtin_unreachable();
+        const uint64_t uSize = m_uSize;
+        const uint64_t uIndex = m_uAppendBitsIndex;
+        const unsigned int uFurthest = uOffset > uSrcBitOffset ? uOffset : uSrcBitOffset;
+        if (uSrcBitOffset > 7 || uBitCount - 1 > 31 - uFurthest) return false;
+        if (uSize + (uBitCount + uOffset + 7) / 8 + sizeof(uint32_t) > m_uCapacity) return false;
+
+        const uint64_t uFrom = uIndex + 1 == uSize ? uIndex * 8 + uOffset : uSize * 8;
+        const uint64_t uTo = uFrom + uBitCount;
+        unsigned char* const puDst = GetFirstIndexPtr() + uFrom / 8;
+        const uint32_t uTaken = orvel_internal::LoadTop(puSrc, uBitCount + uSrcBitOffset) << uSrcBitOffset;
+        uint32_t uWord = __builtin_bswap32((uTaken & orvel_internal::TopBits(uBitCount)) >> uFrom % 8);
+        // Last, since the byte may just have been stored: all else need not wait for it.
+        uWord |= *puDst & (0xFF00u >> uFrom % 8);
+        memcpy(puDst, &uWord, sizeof(uWord));
+        m_uAppendBitsIndex = static_cast<unsigned int>(uTo / 8);
+        m_uAppendBitsBitOffset = uTo % 8;
+        m_uSize = static_cast<unsigned int>((uTo + 7) / 8);
+        return true;
+    }
+    QV_HIDDEN bool ReadInOneStep(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
+    {
+        const unsigned int uOffset = m_uReadBitOffset;
+        if (uOffset > 7) __builtin_unreachable();
+        const unsigned int uFurthest = uOffset > uDstBitOffset ? uOffset : uDstBitOffset;
+        if (uDstBitOffset > 7 || uBitCount - 1 > 31 - uFurthest) return false;
+        const uint64_t uByte = uint64_t{m_uReadIndex} - (uOffset != 0 ? 1 : 0);
+        const uint64_t uEnd = uByte + (uOffset + uBitCount + 7) / 8;
+        // An offset at index 0 has no byte: it wraps, and goes the other way.
+        if (uEnd > m_uSize || uByte + sizeof(uint32_t) > m_uCapacity || uByte > uEnd) return false;
+
+        uint32_t uWord;
+        memcpy(&uWord, GetFirstIndexPtr() + uByte, sizeof(uWord));
+        uWord = (__builtin_bswap32(uWord) << uOffset & orvel_internal::TopBits(uBitCount)) >> uDstBitOffset;
+        if (uDstBitOffset != 0) uWord |= (uint32_t{*puDst} << 24) & orvel_internal::TopBits(uDstBitOffset);
+        orvel_internal::StoreTop(puDst, uWord, uBitCount + uDstBitOffset);
+        m_uReadBitOffset = (uOffset + uBitCount) % 8;
+        m_uReadIndex = static_cast<unsigned int>(uEnd);
+        return true;
+    }
+
     QV_HIDDEN QvResult OpenGap(unsigned int uIndex, unsigned int uSize);
     QV_HIDDEN bool TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
 

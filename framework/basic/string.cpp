@@ -8,7 +8,7 @@
 //
 // A text that an operation is given may lie in the string's own block, behind the size as well, where Resize() and
 // GetBuffer() leave texts. A new block takes over nothing behind the size, and the old one may be gone with the last
-// share: such a text is copied aside before the block changes.
+// share: a new block is filled before the old one is given up, and in place such a text is copied aside.
 #include "framework/basic/string.h"
 
 #include <ctype.h>
@@ -76,12 +76,13 @@ __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSi
 
 using Aside = std::unique_ptr<char[]>;
 
-// A copy of a text in the block that is about to change, or null.
-Aside CopyAside(const char* pszText, size_t uSize)
+void Repeat(char* pszDest, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
 {
-    Aside pszCopy(new (std::nothrow) char[uSize]);
-    if (pszCopy != nullptr) memcpy(pszCopy.get(), pszText, uSize);
-    return pszCopy;
+    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
+    else if (uSize != 0)  // an empty text may come four thousand million times
+    {
+        for (; uRepetition != 0; --uRepetition, pszDest += uSize) memcpy(pszDest, pszSrc, uSize);
+    }
 }
 
 // The inline members belong to the binary interface: this makes the compiler emit them.
@@ -90,18 +91,50 @@ struct SEmitted
     const char* (CString::*pfnCStr)() const;
     unsigned int (CString::*apfnCounts[2])() const;
     const char& (CString::*pfnGetAt)(unsigned int) const;
+    bool (CString::*pfnEqual)(const CString&) const;
+    bool (CString::*pfnEqualText)(const char*) const;
+    char* (CString::*pfnGetBuffer)();
+    void (CString::*pfnSetAt)(unsigned int, char);
+    CString& (CString::*pfnAppend)(const CString&);
+    CString& (CString::*pfnAppendText)(const char*);
+    CString& (CString::*pfnAppendCharacter)(char);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {
-    &CString::CStr, {&CString::GetSize, &CString::GetCapacity}, &CString::GetAt};
+[[gnu::used]] constexpr SEmitted g_stEmitted = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
+                                                &CString::GetAt, &CString::operator==, &CString::operator==,
+                                                &CString::GetBuffer, &CString::SetAt, &CString::operator+=,
+                                                &CString::operator+=, &CString::operator+= };
 }  // namespace
+
+// Release(), in reach of the compiler.
+inline void CString::GiveUpShare()
+{
+    SStringInfo* const pstInfo = m_pstInfo;
+    if (pstInfo->uRefCount >= 2) DecRefCount();
+    else if (pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
+    {
+        // The header becomes the link word of a chain of one block.
+        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
+        memset(pstInfo, 0, sizeof(SStringInfo));
+        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    }
+    m_pstInfo = ms_pstEmptyStringInfo;
+}
 
 CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
 }
 
-CString::CString(const char* pszText) : CString()
+QV_HOT_CODE CString::CString(const char* pszText)
+    : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
-    *this = pszText;
+    if (pszText == nullptr) return;
+    const size_t uLength = strlen(pszText);
+    if (uLength == 0 || uLength > uMAX_SIZE) return;
+    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)));
+    if (pstInfo == nullptr) return;
+    memcpy(CharactersOf(pstInfo), pszText, uLength + 1);
+    pstInfo->uSize = static_cast<uint16_t>(uLength);
+    m_pstInfo = pstInfo;
 }
 
 CString::CString(const char* pszText, unsigned int uSize) : CString()
@@ -122,8 +155,12 @@ CString::CString(CString&& rSrc) noexcept : CString()
 QV_HOT_CODE CString::~CString()
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
-    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
-    Release();
+    if (!IsShared()) GiveUpShare();
+    else
+    {
+        const CBriefMutexGuard guard(ms_pmutex);
+        GiveUpShare();
+    }
 }
 
 CString& CString::operator=(const CString& rSrc)
@@ -151,17 +188,16 @@ CString& CString::operator=(const char* pszText)
     pszText = MakeNullSafe(pszText);
     const size_t uLength = strlen(pszText);
     if (uLength > uMAX_SIZE) return *this;
-    Aside pszAside;
-    // A text in the block always fits it: only a shared block is left.
-    if (IsShared() && HoldsAddress(pszText))
+    const unsigned int uSize = static_cast<unsigned int>(uLength);
+    if (HasRoom(uSize)) memmove(Characters(), pszText, uSize);
+    else
     {
-        pszAside = CopyAside(pszText, uLength);
-        if (pszAside == nullptr) return *this;
-        pszText = pszAside.get();
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize));
+        if (pstInfo == nullptr) return *this;
+        memcpy(CharactersOf(pstInfo), pszText, uSize);
+        Replace(pstInfo);
     }
-    if (MakeRoom(static_cast<unsigned int>(uLength)) < 0) return *this;
-    memmove(Characters(), pszText, uLength);
-    SetSize(static_cast<unsigned int>(uLength));
+    SetSize(uSize);
     return *this;
 }
 
@@ -169,17 +205,6 @@ CString& CString::operator=(char c)
 {
     const char szText[2] = {c, '\0'};
     return *this = szText;
-}
-
-bool CString::operator==(const CString& rOther) const
-{
-    return GetSize() == rOther.GetSize() && strncmp(CStr(), rOther.CStr(), GetSize()) == 0;
-}
-
-bool CString::operator==(const char* pszOther) const
-{
-    pszOther = MakeNullSafe(pszOther);
-    return GetSize() == strlen(pszOther) && strncmp(CStr(), pszOther, GetSize()) == 0;
 }
 
 bool CString::operator<(const CString& rOther) const
@@ -207,16 +232,6 @@ unsigned int CString::FindSubstring(unsigned int uStartIndex, const char* pszSub
     return pszFound != nullptr ? static_cast<unsigned int>(pszFound - CStr()) : GetSize();
 }
 
-char* CString::GetBuffer()
-{
-    return CreateCopy() >= 0 ? Characters() : nullptr;
-}
-
-void CString::SetAt(unsigned int uIndex, char c)
-{
-    if (uIndex < GetSize() && CreateCopy() >= 0) Characters()[uIndex] = c;
-}
-
 void CString::ToLowerCase()
 {
     if (CreateCopy() < 0) return;
@@ -235,21 +250,29 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     const uint64_t uNewSize = uInserted + GetSize();
     if (uIndex > GetSize() || uNewSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
 
-    Aside pszAside;
-    if (HoldsAddress(pszSrc))
+    const unsigned int uTail = GetSize() - uIndex;
+    if (!HasRoom(static_cast<unsigned int>(uNewSize)))
     {
-        pszAside = CopyAside(pszSrc, uSize);
-        if (pszAside == nullptr) return QV_RES_OUT_OF_MEMORY;
-        pszSrc = pszAside.get();
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(static_cast<unsigned int>(uNewSize)));
+        if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
+        char* const pszNew = CharactersOf(pstInfo);
+        memcpy(pszNew, CStr(), uIndex);
+        Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
+        if (uTail != 0) memcpy(pszNew + uIndex + uInserted, CStr() + uIndex, uTail);
+        Replace(pstInfo);
     }
-    const QvResult res = MakeRoom(static_cast<unsigned int>(uNewSize));
-    if (res < 0) return res;
-    char* pszDest = Characters() + uIndex;
-    memmove(pszDest + uInserted, pszDest, GetSize() - uIndex);
-    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
+    else if (HoldsAddress(pszSrc))
+    {
+        Aside pszAside(new (std::nothrow) char[uSize]);
+        if (pszAside == nullptr) return QV_RES_OUT_OF_MEMORY;
+        memcpy(pszAside.get(), pszSrc, uSize);
+        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        Repeat(Characters() + uIndex, uRepetition, pszAside.get(), uSize);
+    }
     else
     {
-        for (unsigned int uDone = 0; uDone < uInserted; uDone += uSize) memcpy(pszDest + uDone, pszSrc, uSize);
+        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        Repeat(Characters() + uIndex, uRepetition, pszSrc, uSize);
     }
     SetSize(static_cast<unsigned int>(uNewSize));
     return QV_RES_OK;
@@ -308,24 +331,6 @@ QvResult CString::ReduceCapacity(unsigned short uCapacity)
 {
     if (uCapacity >= GetCapacity()) return QV_RES_OK;
     return Reallocate(RoundUpCapacity(std::max<unsigned int>(uCapacity, GetSize())));
-}
-
-CString& CString::operator+=(const CString& rRight)
-{
-    Insert(GetSize(), 1, rRight.CStr(), rRight.GetSize());
-    return *this;
-}
-
-CString& CString::operator+=(const char* pszRight)
-{
-    Insert(GetSize(), 1, pszRight, uMAX_SIZE);
-    return *this;
-}
-
-CString& CString::operator+=(char cRight)
-{
-    Insert(GetSize(), 1, cRight);
-    return *this;
 }
 
 CString CString::operator+(const CString& rRight) const
@@ -399,15 +404,7 @@ void CString::FinalizeCString()
 
 void CString::Release()
 {
-    if (GetRefCount() >= 2) DecRefCount();
-    else if (m_pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
-    {
-        // The header becomes the link word of a chain of one block.
-        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
-        memset(m_pstInfo, 0, sizeof(SStringInfo));
-        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(m_pstInfo), g_uReleasedSize);
-    }
-    m_pstInfo = ms_pstEmptyStringInfo;
+    GiveUpShare();
 }
 
 QvResult CString::CreateCopy()
@@ -455,11 +452,6 @@ const char* CString::MakeNullSafe(const char* pszText)
     return pszText != nullptr ? pszText : g_szEMPTY_STRING;
 }
 
-bool CString::IsShared() const
-{
-    return std::atomic_ref<uint16_t>(m_pstInfo->uRefCount).load(std::memory_order_acquire) > 1;
-}
-
 bool CString::HoldsAddress(const char* psz) const
 {
     const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
@@ -474,15 +466,23 @@ void CString::SetSize(unsigned int uSize)
     m_pstInfo->uSize = static_cast<uint16_t>(uSize);
 }
 
-// A private copy of the block with another capacity, not below the size; null when memory runs out.
-CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
+// A private block whose size and characters are still to be set; null when memory runs out.
+CString::SStringInfo* CString::NewBlock(unsigned int uCapacity)
 {
     IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
     void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
     if (pvBlock == nullptr) return nullptr;
-    SStringInfo* const pstCopy = new (pvBlock) SStringInfo;
-    pstCopy->uRefCount = 1;
-    pstCopy->uCapacity = static_cast<uint16_t>(uCapacity);
+    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
+    pstInfo->uRefCount = 1;
+    pstInfo->uCapacity = static_cast<uint16_t>(uCapacity);
+    return pstInfo;
+}
+
+// A private copy of the block with another capacity, not below the size; null when memory runs out.
+CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
+{
+    SStringInfo* const pstCopy = NewBlock(uCapacity);
+    if (pstCopy == nullptr) return nullptr;
     pstCopy->uSize = m_pstInfo->uSize;
     memcpy(CharactersOf(pstCopy), CStr(), GetSize());
     CharactersOf(pstCopy)[GetSize()] = '\0';
@@ -493,10 +493,28 @@ QvResult CString::Reallocate(unsigned int uCapacity)
 {
     SStringInfo* const pstCopy = CopyBlock(uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
-    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
-    Release();
-    m_pstInfo = pstCopy;
+    Replace(pstCopy);
     return QV_RES_OK;
+}
+
+// Takes a block instead of the own one, whose characters stay where they are until then.
+void CString::Replace(SStringInfo* pstInfo)
+{
+    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
+    GiveUpShare();
+    m_pstInfo = pstInfo;
+}
+
+// Whether uSize characters can be written into the block as it is.
+bool CString::HasRoom(unsigned int uSize) const
+{
+    return uSize <= GetCapacity() && !IsShared();
+}
+
+// Of a new block for uSize characters: as it is where that suffices.
+unsigned int CString::CapacityFor(unsigned int uSize) const
+{
+    return uSize <= GetCapacity() ? GetCapacity() : RoundUpCapacity(uSize);
 }
 
 // A private block for uSize characters; unchanged on failure.

@@ -3,6 +3,7 @@
 #include <stdarg.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/marshaler.h"
@@ -58,8 +59,19 @@ public:
     CString& operator=(char c);
 
     /// Equal sizes and equal characters up to a NUL, as strncmp() sees them.
-    bool operator==(const CString& rOther) const;
-    bool operator==(const char* pszOther) const;
+    bool operator==(const CString& rOther) const
+    {
+        // Bytes that are all equal, which is the common case, need no look for a NUL.
+        const unsigned int uSize = GetSize();
+        return uSize == rOther.GetSize() &&
+               (memcmp(CStr(), rOther.CStr(), uSize) == 0 || strncmp(CStr(), rOther.CStr(), uSize) == 0);
+    }
+    bool operator==(const char* pszOther) const
+    {
+        // As long as this one, the other text has no NUL where strncmp() could end.
+        if (pszOther == nullptr) pszOther = "";
+        return GetSize() == strlen(pszOther) && memcmp(CStr(), pszOther, GetSize()) == 0;
+    }
     bool operator!=(const CString& rOther) const { return !(*this == rOther); }
     bool operator!=(const char* pszOther) const { return !(*this == pszOther); }
     /// Orders by all characters as unsigned bytes, the shorter of equal beginnings first.
@@ -84,9 +96,12 @@ public:
     const char* end() const { return CStr() + GetSize(); }
     /// The characters for writing, GetCapacity() of them and a NUL; Resize() tells how many were written. Valid until
     /// the string is copied or changes. Null when the block is shared and memory runs out.
-    char* GetBuffer();
+    char* GetBuffer() { return !IsShared() || CreateCopy() >= 0 ? Characters() : nullptr; }
     /// Nothing happens when uIndex is not below the size.
-    void SetAt(unsigned int uIndex, char c);
+    void SetAt(unsigned int uIndex, char c)
+    {
+        if (uIndex < GetSize() && (!IsShared() || CreateCopy() >= 0)) Characters()[uIndex] = c;
+    }
     /// tolower() on each character up to a NUL.
     void ToLowerCase();
 
@@ -118,10 +133,27 @@ public:
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
     QvResult ReduceCapacity(unsigned short uCapacity);
 
-    /// Unchanged when the result would be too long, or memory runs out.
-    CString& operator+=(const CString& rRight);
-    CString& operator+=(const char* pszRight);
-    CString& operator+=(char cRight);
+    /// Unchanged when the result would be too long, or memory runs out. Cost: inline within the capacity of a block
+    /// that is not shared.
+    CString& operator+=(const CString& rRight)
+    {
+        const unsigned int uSize = rRight.GetSize();
+        // No characters change nothing, not even the NUL, and uMAX_SIZE of them mean the length of the text.
+        const bool bPlain = uSize != 0 && uSize != uMAX_SIZE;
+        if (!bPlain || !AppendInPlace(rRight.CStr(), uSize)) Insert(GetSize(), 1, rRight.CStr(), uSize);
+        return *this;
+    }
+    CString& operator+=(const char* pszRight)
+    {
+        if (pszRight == nullptr || !AppendInPlace(pszRight, strlen(pszRight)))
+            Insert(GetSize(), 1, pszRight, uMAX_SIZE);
+        return *this;
+    }
+    CString& operator+=(char cRight)
+    {
+        if (!AppendInPlace(&cRight, 1)) Insert(GetSize(), 1, cRight);
+        return *this;
+    }
     CString operator+(const CString& rRight) const;
     CString operator+(const char* pszRight) const;
     CString operator+(char cRight) const;
@@ -179,11 +211,32 @@ private:
     }
 
     QV_HIDDEN char* Characters() { return CharactersOf(m_pstInfo); }
-    QV_HIDDEN bool IsShared() const;
+    // Whether the block may not be written to; no mutex is needed to see it.
+    QV_HIDDEN bool IsShared() const { return __atomic_load_n(&m_pstInfo->uRefCount, __ATOMIC_ACQUIRE) > 1; }
+    // False, with nothing changed, where the block is shared or has no room. The empty block never has.
+    QV_HIDDEN bool AppendInPlace(const char* pszText, size_t uSize)
+    {
+        SStringInfo* const pstInfo = m_pstInfo;
+        // Read once: for all the compiler knows, storing a character changes them.
+        const unsigned int uOldSize = pstInfo->uSize;
+        const unsigned int uRoom = pstInfo->uCapacity - uOldSize;
+        if (uSize > uRoom || __atomic_load_n(&pstInfo->uRefCount, __ATOMIC_ACQUIRE) != 1) return false;
+        char* const pszEnd = CharactersOf(pstInfo) + uOldSize;
+        memmove(pszEnd, pszText, uSize);  // which may be a part of this string
+        pszEnd[uSize] = '\0';
+        pstInfo->uSize = static_cast<uint16_t>(uOldSize + uSize);
+        m_pstInfo = pstInfo;  // as it was, which tells the compiler that no character has changed it
+        return true;
+    }
     QV_HIDDEN bool HoldsAddress(const char* psz) const;
     QV_HIDDEN void SetSize(unsigned int uSize);
+    QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity);
     QV_HIDDEN SStringInfo* CopyBlock(unsigned int uCapacity) const;
     QV_HIDDEN QvResult Reallocate(unsigned int uCapacity);
+    QV_HIDDEN void GiveUpShare();
+    QV_HIDDEN void Replace(SStringInfo* pstInfo);
+    QV_HIDDEN bool HasRoom(unsigned int uSize) const;
+    QV_HIDDEN unsigned int CapacityFor(unsigned int uSize) const;
     QV_HIDDEN QvResult MakeRoom(unsigned int uSize);
     QV_HIDDEN QvResult PutFormatted(unsigned int uStartIndex, const char* pszText, unsigned int uLength);
 

@@ -19,6 +19,12 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
+#if defined(__clang__)
+#define ORVEL_UNPREDICTABLE(condition) __builtin_unpredictable(condition)
+#else
+#define ORVEL_UNPREDICTABLE(condition) (condition)
+#endif
+
 /// The order of `<`, as a typed comparison: what the typed containers use when they are given none.
 struct SNaturalOrder
 {
@@ -40,7 +46,14 @@ void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMem
     (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
 }
 
-/// Whether the typed order puts a first element before a second one. One question of the type's own where it is `<`.
+/// Whether the order asks nobody: `<` of numbers and pointers costs nothing in both directions.
+template <typename T, typename Order>
+constexpr bool g_bFREE_TO_ASK = std::is_scalar<T>::value&& std::is_same<Order, SNaturalOrder>::value;
+/// Whether a full answer takes two questions, as of the `<` of a class.
+template <typename T, typename Order>
+constexpr bool g_bHALF_AN_ANSWER = !std::is_scalar<T>::value && std::is_same<Order, SNaturalOrder>::value;
+
+/// Whether the typed order puts a first element before a second one.
 template <typename T, typename Order>
 bool IsBefore(Order& rOrder, const T& rFirst, const T& rSecond)
 {
@@ -74,7 +87,7 @@ public:
     static bool IsOf(const Exact& rObject)
     {
         const UNeverDestroyed<Exact> sample;
-        return TableOf(rObject) == TableOf(sample.object);
+        return __builtin_expect(TableOf(rObject) == TableOf(sample.object), 1);
     }
 
 private:

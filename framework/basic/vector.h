@@ -250,7 +250,20 @@ public:
     template <typename T, typename Argument>
     QV_HIDDEN __attribute__((noinline)) static QvResult AppendGrowing(CVector<T>& rVector, Argument element)
     {
-        return rVector.Insert(rVector.GetSize(), 1, element);
+        const unsigned int uSize = rVector.m_uSize;
+        if constexpr (!std::is_reference<Argument>::value)
+        {
+            // A value cannot lie in the storage that is given back: it follows straight after the others.
+            if (HoldsPlainElements(rVector) && uSize + 1 != 0)
+            {
+                const QvResult res = rVector.ReserveCapacity(uSize + 1);
+                if (res < 0) return res;
+                ::new (static_cast<void*>(rVector.begin() + uSize)) T(element);
+                rVector.m_uSize = uSize + 1;
+                return res;
+            }
+        }
+        return rVector.Insert(uSize, 1, element);
     }
 
 private:
@@ -380,8 +393,9 @@ public:
     }
     void EraseAll()
     {
-        if (Front::HoldsPlainElements(*this)) m_uSize = 0;
-        else CVectorBase::EraseAll();
+        // Written so that the way without a call is straight: filling a vector anew begins here.
+        if (!Front::HoldsPlainElements(*this)) CVectorBase::EraseAll();
+        m_uSize = 0;
     }
 
     using Sequence::Sort;

@@ -23,6 +23,25 @@ unsigned int PaddingOf(uint8_t uBeforeLast, uint8_t uLast)
     return uBeforeLast == g_uPad ? 2 : 1;
 }
 
+// The padded group of 1 or 2 bytes.
+void EncodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puBytes, unsigned int uSize,
+                       uint8_t* puOut)
+{
+    const unsigned int uSecond = uSize == 2 ? puBytes[1] : 0;
+    puOut[0] = rstAlphabet.auCharacters[puBytes[0] >> 2];
+    puOut[1] = rstAlphabet.auCharacters[(puBytes[0] & 0x03u) << 4 | uSecond >> 4];
+    puOut[2] = uSize == 2 ? rstAlphabet.auCharacters[(uSecond & 0x0Fu) << 2] : g_uPad;
+    puOut[3] = g_uPad;
+}
+
+// Copies up to 3 bytes, which is less than a call of memcpy() takes.
+void CopyFew(uint8_t* puTo, const uint8_t* puFrom, unsigned int uSize)
+{
+    if (uSize != 0) puTo[0] = puFrom[0];
+    if (uSize > 1) puTo[1] = puFrom[1];
+    if (uSize > 2) puTo[2] = puFrom[2];
+}
+
 // The one group at which the decoding of many stopped: good only if padding stopped it. Returns the bytes written.
 unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puGroup,
                                uint8_t* puOut)
@@ -93,7 +112,7 @@ QvResult CBase64::End(uint8_t* puOut, unsigned int* puOutSize)
     {
         *puOutSize = m_uGroupSize != 0 ? g_uTextGroup : 0;
         if (puOut == nullptr || m_uGroupSize == 0) return QV_RES_OK;
-        Encode(m_auGroup, m_uGroupSize, puOut);
+        EncodePaddedGroup(orvel_internal::Base64AlphabetOf(m_uAlphabet), m_auGroup, m_uGroupSize, puOut);
         m_uGroupSize = 0;
     }
     else if (m_eAction == eACTION_DECRYPT)
@@ -164,12 +183,7 @@ void CBase64::Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
     orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
     const unsigned int uRest = uSize % g_uByteGroup;
     if (uRest == 0) return;
-    uint8_t auLast[g_uByteGroup] = {};
-    memcpy(auLast, puIn + uGroups * g_uByteGroup, uRest);
-    puOut += uGroups * g_uTextGroup;
-    orvel_internal::Base64EncodePortable(rstAlphabet, auLast, 1, puOut);
-    puOut[3] = g_uPad;
-    if (uRest == 1) puOut[2] = g_uPad;
+    EncodePaddedGroup(rstAlphabet, puIn + uGroups * g_uByteGroup, uRest, puOut + uGroups * g_uTextGroup);
 }
 
 QvResult CBase64::Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize)
@@ -197,18 +211,22 @@ QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint
     *puOutSize = static_cast<unsigned int>(uOutSize);
     if (puOut == nullptr) return QV_RES_OK;
 
-    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
-    puIn += uTaken;
-    uInSize -= uTaken;
-    if (m_uGroupSize == g_uByteGroup)
+    const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
+    if (m_uGroupSize != 0) [[unlikely]]
     {
-        Encode(m_auGroup, g_uByteGroup, puOut);
-        m_uGroupSize = 0;
-        puOut += g_uTextGroup;
+        const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
+        puIn += uTaken;
+        uInSize -= uTaken;
+        if (m_uGroupSize == g_uByteGroup)
+        {
+            orvel_internal::Base64EncodePortable(rstAlphabet, m_auGroup, 1, puOut);
+            m_uGroupSize = 0;
+            puOut += g_uTextGroup;
+        }
     }
-    const unsigned int uRest = uInSize % g_uByteGroup;
-    Encode(puIn, uInSize - uRest, puOut);
-    KeepRest(puIn + (uInSize - uRest), uRest);
+    const unsigned int uGroups = uInSize / g_uByteGroup;
+    KeepRest(puIn + uGroups * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
+    orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
     return QV_RES_OK;
 }
 
@@ -253,7 +271,7 @@ unsigned int CBase64::TopUpGroup(const uint8_t* puIn, unsigned int uInSize, unsi
 {
     if (m_uGroupSize == 0) return 0;
     const unsigned int uTaken = std::min(uInSize, uFull - m_uGroupSize);
-    memcpy(m_auGroup + m_uGroupSize, puIn, uTaken);
+    CopyFew(m_auGroup + m_uGroupSize, puIn, uTaken);
     m_uGroupSize += uTaken;
     return uTaken;
 }
@@ -262,6 +280,6 @@ unsigned int CBase64::TopUpGroup(const uint8_t* puIn, unsigned int uInSize, unsi
 void CBase64::KeepRest(const uint8_t* puRest, unsigned int uSize)
 {
     if (uSize == 0) return;
-    memcpy(m_auGroup, puRest, uSize);
+    CopyFew(m_auGroup, puRest, uSize);
     m_uGroupSize = uSize;
 }

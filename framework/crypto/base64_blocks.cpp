@@ -49,14 +49,10 @@ constexpr SBase64Alphabet MakeAlphabet(char c62, char c63, bool bLastTwoDecode)
     return st;
 }
 
-constexpr SBase64Alphabet g_astAlphabets[] = {MakeAlphabet('+', '/', true), MakeAlphabet('-', '_', true),
-                                              MakeAlphabet('+', '/', false)};
 }  // namespace
 
-const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector)
-{
-    return g_astAlphabets[uSelector < 2 ? uSelector : 2];
-}
+constexpr SBase64Alphabet g_astBase64Alphabets[3] = {MakeAlphabet('+', '/', true), MakeAlphabet('-', '_', true),
+                                                     MakeAlphabet('+', '/', false)};
 
 void Base64Encode(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)
 {

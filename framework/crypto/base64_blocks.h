@@ -27,7 +27,11 @@ struct SBase64Alphabet
 
 /// By the selector: the standard alphabet, the URL-safe one, and what all other selectors stand for: the standard one,
 /// whose last two characters do not decode.
-const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector);
+extern const SBase64Alphabet g_astBase64Alphabets[3];
+inline const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector)
+{
+    return g_astBase64Alphabets[uSelector < 2 ? uSelector : 2];
+}
 
 /// By the fastest path that this processor has: encodes uGroups groups; decodes up to uGroups groups and stops in front
 /// of the first one with a character that is not of the alphabet ("=" is not, either). Writes what the groups give and

@@ -58,15 +58,17 @@ void Base64EncodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
         __builtin_prefetch(puOut + g_uAhead, 1);
         _mm512_storeu_si512(puOut, EncodeStep(Load(puIn), characters));
     }
-    while (uGroups != 0)
+    // Up to 21 groups are left.
+    if (uGroups >= g_uStep)
     {
-        const size_t uStep = uGroups < g_uStep ? uGroups : g_uStep;
-        const __m512i bytes = _mm512_maskz_loadu_epi8(LowBytes(3 * uStep), puIn);
-        _mm512_mask_storeu_epi8(puOut, LowBytes(4 * uStep), EncodeStep(bytes, characters));
-        uGroups -= uStep;
-        puIn += 3 * uStep;
-        puOut += 4 * uStep;
+        const __m512i bytes = _mm512_maskz_loadu_epi8(LowBytes(3 * g_uStep), puIn);
+        _mm512_storeu_si512(puOut, EncodeStep(bytes, characters));
+        uGroups -= g_uStep;
+        puIn += 3 * g_uStep;
+        puOut += 4 * g_uStep;
     }
+    const __m512i bytes = _mm512_maskz_loadu_epi8((1ull << 3 * uGroups) - 1, puIn);
+    _mm512_mask_storeu_epi8(puOut, (1ull << 4 * uGroups) - 1, EncodeStep(bytes, characters));
 }
 
 size_t Base64DecodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)

@@ -16,14 +16,14 @@ struct SEmitted
 };
 [[gnu::used]] constexpr SEmitted g_stEmitted = {&CCrc::Begin, &CCrc::End, &CCrc::End};
 
-// Moves a register on by the fastest path. For what the tables do in one step, the detour over the multiplier takes
-// longer.
+// Moves a register on by the fastest path. For what is less than one step of the tables, the detour over the
+// multiplier takes longer.
 uint32_t MoveOn(const orvel_internal::SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     using orvel_internal::CpuPath;
     using orvel_internal::ECpuAlgorithm;
     using orvel_internal::ECpuFeature;
-    if (uSize > orvel_internal::uCRC_SLICING_STEP) [[likely]]
+    if (uSize >= orvel_internal::uCRC_SLICING_STEP) [[likely]]
     {
         // The constructor has asked the processor. To ask here would cost every call a stack frame.
         const unsigned int uFeatures = orvel_internal::g_uCpuFeatures.load(std::memory_order_relaxed);

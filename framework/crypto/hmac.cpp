@@ -1,16 +1,11 @@
 #include "framework/crypto/hmac.h"
 
 #include "framework/crypto/digest.h"
+#include "framework/crypto/hmac_blocks.h"
 #include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSha1MacBremoFw) == 184, "field order and widths are the binary interface");
 static_assert(sizeof(CSha1Mac) == 192, "the interface, then the implementation");
-
-namespace
-{
-constexpr uint8_t g_uInnerPad = 0x36;
-constexpr uint8_t g_uOuterPad = 0x5C;
-}  // namespace
 
 CHMac::~CHMac() = default;
 
@@ -31,8 +26,8 @@ QvResult CHMacBremoFw::HMacReset(const uint8_t* puKey, unsigned int uKeySize, CH
     memset(puInnerPad + uKeySize, 0, uBlockSize - uKeySize);
     for (unsigned int u = 0; u < uBlockSize; ++u)
     {
-        puOuterPad[u] = puInnerPad[u] ^ g_uOuterPad;
-        puInnerPad[u] ^= g_uInnerPad;
+        puOuterPad[u] = puInnerPad[u] ^ orvel_internal::uHMAC_OUTER_PAD;
+        puInnerPad[u] ^= orvel_internal::uHMAC_INNER_PAD;
     }
     pHash->Update(puInnerPad, uBlockSize);
     return QV_RES_OK;
@@ -57,7 +52,7 @@ CSha1MacBremoFw::CSha1MacBremoFw()
 // The pad gives the key away, and so does a digest that began with the other one.
 CSha1MacBremoFw::~CSha1MacBremoFw()
 {
-    explicit_bzero(m_auOuterPad, sizeof(m_auOuterPad));
+    orvel_internal::Wipe(m_auOuterPad, sizeof(m_auOuterPad));
     m_sha1.Wipe();
 }
 
@@ -76,8 +71,8 @@ QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
 QvResult CSha1MacBremoFw::End(uint8_t* puDigest)
 {
     if (puDigest == nullptr) return QV_RES_FAIL;
-    orvel_internal::CWiped<uint8_t[uBLOCK_SIZE]> auInnerDigest;
-    return HMacResult(&m_sha1, uBLOCK_SIZE, *auInnerDigest, m_auOuterPad, puDigest);
+    uint8_t auInnerDigest[uBLOCK_SIZE];
+    return HMacResult(&m_sha1, uBLOCK_SIZE, auInnerDigest, m_auOuterPad, puDigest);
 }
 
 QvResult CSha1MacBremoFw::Begin(const CBlob* pblobKey)

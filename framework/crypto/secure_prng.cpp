@@ -3,7 +3,7 @@
 #include <string.h>
 
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/hmac.h"
+#include "framework/crypto/hmac_blocks.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
 #include "framework/crypto/wiped.h"
@@ -44,25 +44,21 @@ QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
     InitializeSeed();
     if (puOut == nullptr) return QV_RES_INVALID_ARGUMENT;
     const CGeneratorLock lock;
-    orvel_internal::CWiped<CSha1Mac> mac;
-    QvResult res = QV_RES_OK;
-    while (ms_uBytesRemaining < uSize && res >= 0)
+    if (ms_uBytesRemaining < uSize)
     {
-        memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
-        puOut += ms_uBytesRemaining;
-        uSize -= ms_uBytesRemaining;
-        res = mac->Begin(ms_auSeed, sizeof(ms_auSeed));
-        IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
-        if (res >= 0) res = mac->Update(ms_auCurrentBytes, sizeof(ms_auCurrentBytes));
-        if (res >= 0) res = mac->End(ms_auCurrentBytes);
-        ms_uBytesRemaining = g_uBlockSize;
+        orvel_internal::CSha1ShortMac<sizeof(ms_auCurrentBytes)> mac(ms_auSeed, sizeof(ms_auSeed));
+        do {
+            memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
+            puOut += ms_uBytesRemaining;
+            uSize -= ms_uBytesRemaining;
+            IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
+            mac.Code(ms_auCurrentBytes, ms_auCurrentBytes);
+            ms_uBytesRemaining = g_uBlockSize;
+        } while (ms_uBytesRemaining < uSize);
     }
-    if (res >= 0)
-    {
-        memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
-        ms_uBytesRemaining -= uSize;
-    }
-    return res;
+    memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
+    ms_uBytesRemaining -= uSize;
+    return QV_RES_OK;
 }
 
 QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, CBlob* pblobOut)

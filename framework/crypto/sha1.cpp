@@ -2,6 +2,7 @@
 
 #include "framework/crypto/digest.h"
 #include "framework/crypto/sha_blocks.h"
+#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSha1BremoFw) == 104, "field order and widths are the binary interface");
 static_assert(sizeof(CSha1) == 112, "the interface, then the implementation");
@@ -60,17 +61,13 @@ unsigned int CSha1BremoFw::GetSizeInBytes()
 
 void CSha1BremoFw::Wipe()
 {
-    explicit_bzero(m_auState, sizeof(m_auState));
-    explicit_bzero(m_auBlock, sizeof(m_auBlock));
+    orvel_internal::Wipe(m_auState, sizeof(m_auState));
+    orvel_internal::Wipe(m_auBlock, sizeof(m_auBlock));
 }
 
 void CSha1BremoFw::Reset()
 {
-    m_auState[0] = 0x67452301;
-    m_auState[1] = 0xefcdab89;
-    m_auState[2] = 0x98badcfe;
-    m_auState[3] = 0x10325476;
-    m_auState[4] = 0xc3d2e1f0;
+    memcpy(m_auState, orvel_internal::auSHA1_START, sizeof(m_auState));
     m_uBlockIndex = 0;
     m_uByteCount = 0;
 }

@@ -2,6 +2,7 @@
 
 #include "framework/crypto/cpu_features.h"
 #include "framework/crypto/digest.h"
+#include "framework/crypto/wiped.h"
 
 namespace orvel_internal
 {
@@ -30,12 +31,6 @@ uint32_t& At(uint32_t (&auSchedule)[g_uScheduleSize], unsigned int uRound)
 void LoadSchedule(uint32_t (&auSchedule)[g_uScheduleSize], const uint8_t* puBlock)
 {
     for (size_t u = 0; u < g_uScheduleSize; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
-}
-
-// Its last words give all others away, and with them the block, which may have been a key.
-void WipeSchedule(uint32_t (&auSchedule)[g_uScheduleSize])
-{
-    explicit_bzero(auSchedule, sizeof(auSchedule));
 }
 
 uint32_t Choose(uint32_t x, uint32_t y, uint32_t z)
@@ -92,13 +87,15 @@ uint32_t Sha256Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
 }
 }  // namespace
 
+// The last words of a schedule give all others away, and with them the block, which may have been a key; what a key
+// leaves in the state serves as well. So both are wiped.
 void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
     uint32_t w[g_uScheduleSize];
+    uint32_t s[5];
     for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
     {
         LoadSchedule(w, puBlocks);
-        uint32_t s[5];
         memcpy(s, puState, sizeof(s));
         Sha1TwentyRounds<Choose, 0x5a827999>(s, w, 0);
         Sha1TwentyRounds<Parity, 0x6ed9eba1>(s, w, 20);
@@ -106,16 +103,17 @@ void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCoun
         Sha1TwentyRounds<Parity, 0xca62c1d6>(s, w, 60);
         for (unsigned int u = 0; u < 5; ++u) puState[u] += s[u];
     }
-    WipeSchedule(w);
+    Wipe(w, sizeof(w));
+    Wipe(s, sizeof(s));
 }
 
 void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
     uint32_t w[g_uScheduleSize];
+    uint32_t s[8];
     for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
     {
         LoadSchedule(w, puBlocks);
-        uint32_t s[8];
         memcpy(s, puState, sizeof(s));
         for (unsigned int t = 0; t < 64; ++t)
         {
@@ -129,6 +127,7 @@ void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCo
         }
         for (unsigned int u = 0; u < 8; ++u) puState[u] += s[u];
     }
-    WipeSchedule(w);
+    Wipe(w, sizeof(w));
+    Wipe(s, sizeof(s));
 }
 }  // namespace orvel_internal

@@ -19,6 +19,9 @@ void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCo
 void Sha1BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
 void Sha256BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
 
+/// The chaining words that SHA-1 begins with, FIPS 180-4, section 5.3.1.
+inline constexpr uint32_t auSHA1_START[5] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
+
 /// The round constants of SHA-256, FIPS 180-4, section 4.2.2.
 alignas(16) inline constexpr uint32_t auSHA256_CONSTANTS[64] = {
     0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,

@@ -1,5 +1,6 @@
 #ifndef FRAMEWORK_CRYPTO_WIPED_H
 #define FRAMEWORK_CRYPTO_WIPED_H
+#include <stddef.h>
 #include <string.h>
 
 #include <new>
@@ -8,6 +9,13 @@
 /// Internal: locals that hold secrets.
 namespace orvel_internal
 {
+/// Zeroes memory that is not read any more, which a compiler would take memset() for a waste.
+inline void Wipe(void* pvMemory, size_t uSize)
+{
+    memset(pvMemory, 0, uSize);
+    asm volatile("" : : "r"(pvMemory) : "memory");
+}
+
 /// A T whose memory is zeroed when the scope is left, also by an exception or a cancelled thread. A scalar or an array
 /// has no value at first.
 template <typename T>
@@ -18,7 +26,7 @@ public:
     ~CWiped()
     {
         if constexpr (!std::is_trivially_destructible_v<T>) (*this)->~T();
-        explicit_bzero(m_auStorage, sizeof(m_auStorage));
+        Wipe(m_auStorage, sizeof(m_auStorage));
     }
     CWiped(const CWiped&) = delete;
     CWiped& operator=(const CWiped&) = delete;

@@ -49,7 +49,7 @@ QvResult CAliveObj::Start(const char* pszName, unsigned int uStackSize, CThread:
     if (IsAlive()) return QV_RES_INVALID_STATE;
     Join(nullptr);  // not under the mutex of the state, which an ending run may still want
     // What a refused activation has signalled since the last run went: the next one begins when it is let go itself.
-    m_semGo.Wait(0);
+    m_semGo.TakeIfFree();
     const CMutexGuard guard(&m_mutexState);
     const EAliveState eBefore = m_eAliveState;
     m_eAliveState = eACTIVATING;

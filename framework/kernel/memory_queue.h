@@ -1,6 +1,7 @@
 #ifndef FRAMEWORK_KERNEL_MEMORY_QUEUE_H
 #define FRAMEWORK_KERNEL_MEMORY_QUEUE_H
 #include <stdint.h>
+#include <string.h>
 
 #include "framework/kernel/export.h"
 
@@ -30,6 +31,9 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 ///     memcpy(puPayload, puData, uSize);                     if (puPayload == nullptr) ...  empty
 ///     queue.Commit(puPayload);                              Use(puPayload, uSize);
 ///                                                           queue.Pop();
+/// or copied in and out:
+///
+///     if (!queue.PushCopy(&stRecord, sizeof(stRecord))) ... if (!queue.PopCopy(&stRecord, sizeof(stRecord))) ...
 ///
 ///     | oldest | ... | newest |  spare            |         | ... newest |  spare  | oldest | ... | too short |
 ///     begin,                  write            end,         begin        write     read           data end   end
@@ -42,7 +46,8 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 ///            alignment 1 it takes 4 bytes more than the payload, rounded up to 4. Full and empty are told apart by a
 ///            gap: the writer never comes up to the oldest record, nor to the end while the oldest record is at the
 ///            front.
-/// Cost       Constant, without allocation; payloads are never moved.
+/// - **Cost:** Constant, without allocation; payloads are never moved. All but Initialize() and Uninitialize() is
+///   inline; records of one size are fastest copied in and out.
 class QV_EXPORT CMemoryQueue
 {
 public:
@@ -60,28 +65,149 @@ public:
 
     /// Where the payload of a new record goes, uSize bytes; null when there is no room. The record is not in the queue
     /// before Commit(): another Push() without that starts over.
-    unsigned char* Push(unsigned int uSize);
+    unsigned char* Push(unsigned int uSize)
+    {
+        const uint64_t uFootprint = Footprint(uSize);
+        if (__builtin_expect(!FitsAtWrite(uFootprint), 0) && !WrapForFootprint(uFootprint)) return nullptr;
+        unsigned char* const puRecord = m_puWrite;
+        unsigned char* const puPayload = PayloadOf(puRecord);
+        StoreSize(puRecord, uSize);
+        return puPayload;
+    }
 
     /// Takes the record into the queue. False, and nothing changes, when puPayload is not what the last Push() gave, or
     /// was committed already; so a null Push() may be handed on unchecked.
-    bool Commit(const unsigned char* puPayload);
+    bool Commit(const unsigned char* puPayload)
+    {
+        unsigned char* const puRecord = m_puWrite;
+        if (!HasRoomForHeader(puRecord) || puPayload != PayloadOf(puRecord)) return false;
+        const unsigned int uSize = LoadSize(puRecord);
+        if (uSize == uNO_RECORD) return false;
+        MoveWriter(puRecord + Footprint(uSize));
+        return true;
+    }
 
     /// The payload of the oldest record; null when the queue is empty. *puSize, when given, becomes its size.
-    unsigned char* Peek(unsigned int* puSize) const;
+    unsigned char* Peek(unsigned int* puSize) const
+    {
+        if (IsEmpty()) return nullptr;
+        unsigned char* const puRecord = m_puRead;
+        unsigned char* const puPayload = PayloadOf(puRecord);
+        if (puSize != nullptr) *puSize = LoadSize(puRecord);
+        return puPayload;
+    }
 
     /// Releases the oldest record. False when the queue is empty. A queue that becomes empty starts over at the front
     /// of its buffer, so that an empty one takes whatever a new one takes.
-    bool Pop();
+    bool Pop()
+    {
+        unsigned char* const puRecord = m_puRead;
+        if (puRecord == m_puWrite) return false;
+        MoveReader(puRecord + Footprint(LoadSize(puRecord)));
+        return true;
+    }
+
+    /// Push(), a copy of uSize bytes and Commit() in one. False when there is no room. pvRecord must not point into
+    /// this queue; it may be null for a size of 0.
+    bool PushCopy(const void* pvRecord, unsigned int uSize)
+    {
+        const uint64_t uFootprint = Footprint(uSize);
+        if (__builtin_expect(!FitsAtWrite(uFootprint), 0) && !WrapForFootprint(uFootprint)) return false;
+        unsigned char* const puRecord = m_puWrite;
+        unsigned char* const puPayload = PayloadOf(puRecord);
+        MoveWriter(puRecord + uFootprint);
+        StoreSize(puRecord, uSize);
+        if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
+        return true;
+    }
+
+    /// Peek(), a copy and Pop() in one. False, and nothing changes, when the queue is empty, or when the oldest record
+    /// is not one of uSize bytes. pvRecord must not point into this queue; it may be null for a size of 0.
+    bool PopCopy(void* pvRecord, unsigned int uSize)
+    {
+        unsigned char* const puRecord = m_puRead;
+        if (puRecord == m_puWrite || LoadSize(puRecord) != uSize) return false;
+        const unsigned char* const puPayload = PayloadOf(puRecord);
+        // By the caller's size, not the header's, for which everything behind would wait. And before the copy, which
+        // might be into the fields for all that the compiler knows; the payload stays as it is.
+        MoveReader(puRecord + Footprint(uSize));
+        if (uSize != 0) memcpy(pvRecord, puPayload, uSize);
+        return true;
+    }
 
     bool IsEmpty() const { return m_puRead == m_puWrite; }
 
 private:
-    QV_HIDDEN uint64_t Footprint(unsigned int uSize) const;
-    QV_HIDDEN bool FitsAtWrite(uint64_t uFootprint) const;
-    QV_HIDDEN bool HasRoomForHeader() const;
-    QV_HIDDEN void MoveWriter(unsigned char* puWrite);
-    QV_HIDDEN bool WrapForFootprint(uint64_t uFootprint);
-    QV_HIDDEN unsigned char* PayloadOf(unsigned char* puRecord) const;
+    /// Records begin at multiples of it, so a header never lies across the end, and the payload begins at most one
+    /// alignment (or one header, if that is larger) behind the record.
+    static constexpr unsigned int uHEADER_SIZE = 4;
+    /// What the header says of a record that no Push() has begun: a size that fits nowhere, so that Commit() does not
+    /// take the record that lay there before.
+    static constexpr unsigned int uNO_RECORD = 0xFFFFFFFF;
+
+    static uint64_t Distance(const unsigned char* puFrom, const unsigned char* puTo)
+    {
+        return static_cast<uint64_t>(puTo - puFrom);
+    }
+    static unsigned int LoadSize(const unsigned char* puRecord)
+    {
+        unsigned int uSize;
+        memcpy(&uSize, puRecord, uHEADER_SIZE);
+        return uSize;
+    }
+    static void StoreSize(unsigned char* puRecord, unsigned int uSize) { memcpy(puRecord, &uSize, uHEADER_SIZE); }
+
+    /// In 64 bits, so that no size wraps to a small one.
+    uint64_t Footprint(unsigned int uSize) const
+    {
+        const uint64_t uHeader = QV_ALIGNUP_VAL<uint64_t>(uHEADER_SIZE, m_uAlignment);
+        return QV_ALIGNUP_VAL<uint64_t>(uHeader + uSize, uHEADER_SIZE);
+    }
+    unsigned char* PayloadOf(unsigned char* puRecord) const
+    {
+        return QV_ALIGNUP_PTR(puRecord + uHEADER_SIZE, static_cast<long>(m_uAlignment));
+    }
+    bool FitsAtWrite(uint64_t uFootprint) const
+    {
+        // The writer that has wrapped never reaches the reader: that would look like an empty queue.
+        if (m_puWrite < m_puRead) return uFootprint < Distance(m_puWrite, m_puRead);
+        const uint64_t uTail = Distance(m_puWrite, m_puEnd);
+        // Nor does it fill the tail while the reader is at the front, where it would have to go on.
+        return uFootprint < uTail || (uFootprint == uTail && m_puRead != m_puBegin);
+    }
+    /// Moves the writer to the front if the tail is too short for the record and the front is not.
+    bool WrapForFootprint(uint64_t uFootprint)
+    {
+        const bool bWrapped = m_puWrite < m_puRead;
+        if (bWrapped || uFootprint >= Distance(m_puBegin, m_puRead)) return false;
+        if (IsEmpty()) m_puRead = m_puBegin;
+        else m_puDataEnd = m_puWrite;
+        m_puWrite = m_puBegin;
+        return true;
+    }
+    /// At the tail there may be less; in front of the reader there is always that much.
+    bool HasRoomForHeader(const unsigned char* puWrite) const { return Distance(puWrite, m_puEnd) >= uHEADER_SIZE; }
+    void MoveWriter(unsigned char* puWrite)
+    {
+        m_puWrite = puWrite;
+        if (HasRoomForHeader(puWrite)) StoreSize(puWrite, uNO_RECORD);
+    }
+    /// Behind the oldest record. Branches, not conditional moves: what is stored then waits for no comparison.
+    void MoveReader(unsigned char* puNext)
+    {
+        if (puNext == m_puWrite)
+        {
+            m_puRead = m_puWrite = m_puBegin;
+            m_puDataEnd = m_puEnd;
+            StoreSize(m_puBegin, uNO_RECORD);
+        }
+        else if (__builtin_expect(puNext == m_puDataEnd, 0))
+        {
+            m_puRead = m_puBegin;
+            m_puDataEnd = m_puEnd;
+        }
+        else m_puRead = puNext;
+    }
 
     unsigned char* m_puBegin;
     unsigned char* m_puEnd;

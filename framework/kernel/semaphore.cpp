@@ -79,6 +79,16 @@ void CSemaphore::Signal(bool bYield) const
     if (bYield) sched_yield();
 }
 
+bool CSemaphore::TakeIfFree() const
+{
+    if (IsPosixSemaphore()) return sem_trywait(&m_sem) == 0;
+    if (pthread_mutex_lock(&m_mutex) != 0) return false;
+    const bool bFree = m_uCount != 0;
+    if (bFree) --m_uCount;
+    pthread_mutex_unlock(&m_mutex);
+    return bFree;
+}
+
 bool CSemaphore::IsPosixSemaphore() const
 {
     return m_uMaxCount != 1 && !m_bTimedWait;
@@ -127,4 +137,9 @@ bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
 void CBinarySemaphore::Signal(bool bYield) const
 {
     m_sem.Signal(bYield);
+}
+
+bool CBinarySemaphore::TakeIfFree() const
+{
+    return m_sem.TakeIfFree();
 }

@@ -281,6 +281,15 @@ TEST(CBlobInsert, NoBytesFromNowhereAreFine)
     EXPECT_EQ(0u, blob.GetCapacity());
 }
 
+TEST(CBlobInsert, BytesFromNowhereAreRefusedWithRoomForThemAsWell)
+{
+    CBlob blob(16, nullptr);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Append(nullptr, 3));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Append(nullptr, 30));
+    EXPECT_EQ(QV_RES_OK, blob.Append(nullptr, 0));
+    EXPECT_EQ(0u, blob.GetSize());
+}
+
 TEST(CBlobInsert, GrowingTakesOneBlockOfExactlyTheBytesAndFillsIt)
 {
     for (const unsigned int uSize : {0u, 1u, 1000u})
@@ -696,6 +705,25 @@ TEST(CBlobReadIndex, AtZeroWithABitOffsetBitsAreReadFromTheFirst)
     blob.ReadBits(&uRead, 8, 0);
     EXPECT_EQ(0xAB, uRead);
     EXPECT_EQ((SBlobCursors{1, 0, 0, 0}), CursorsOf(blob));
+}
+
+TEST(CBlobReadIndex, AtZeroWithABitOffsetAnyNumberOfBitsIsReadFromTheFirst)
+{
+    for (unsigned int uOffset = 1; uOffset < 8; ++uOffset)
+        for (const unsigned int uCount : {1u, 4u, 8u, 13u, 25u, 32u, 40u})
+        {
+            SCOPED_TRACE(testing::Message() << uCount << " bits, offset " << uOffset);
+            CBlob blob = BlobOf({0xA5, 0xC3, 0x96, 0x69, 0x5A, 0x3C, 0x0F, 0xF0});
+            CBlob blobFresh(blob);
+            blob.SkipBits(uOffset);
+            ASSERT_EQ(QV_RES_OK, blob.SetReadIndex(0));
+            Bytes read(5);
+            Bytes expected(5);
+            blob.ReadBits(read.data(), uCount, 0);
+            blobFresh.ReadBits(expected.data(), uCount, 0);
+            ASSERT_EQ(expected, read);
+            ASSERT_EQ(CursorsOf(blobFresh), CursorsOf(blob));
+        }
 }
 
 TEST(CBlobUnread, BeyondTheEndNothingIsUnreadForTheReaders)

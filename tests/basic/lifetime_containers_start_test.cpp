@@ -101,7 +101,8 @@ std::string Exactly(const std::string& rstrText)
 void UseLeftOver(void (*pfnUse)(CAATree<int>&))
 {
     CFrameworkInitializer::Initialize();
-    std::optional<CAATree<int>> tree(std::in_place, CompareInts, 0, &g_source);
+    std::optional<CAATree<int>> tree(std::in_place, &g_source);
+    tree->ReserveCapacity(2);
     CFrameworkInitializer::Finalize();
     pfnUse(*tree);
 }
@@ -171,16 +172,12 @@ TEST(CLeftOverTreeDeathTest, IsNotSearchedNorFilledAfterTheShutDown)
     const std::string strPattern = Exactly(DownAgain("CAATree"));
     const auto abortsWithALine = testing::KilledBySignal(SIGABRT);
     EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Insert(1); }), abortsWithALine, strPattern);
+    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Insert(1, [](int, int) { return 0; }); }), abortsWithALine,
+                strPattern);
     EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Allocate(); }), abortsWithALine, strPattern);
     EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.EraseElement(1); }), abortsWithALine, strPattern);
     EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1)); }), abortsWithALine,
                 strPattern);
-    EXPECT_EXIT(
-        {
-            CFrameworkInitializer::Initialize();
-            const CAATree<int> tree(&g_source);
-            CFrameworkInitializer::Finalize();
-            static_cast<void>(tree.Find(1));
-        },
-        abortsWithALine, strPattern);
+    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1, [](int, int) { return 0; })); }),
+                abortsWithALine, strPattern);
 }

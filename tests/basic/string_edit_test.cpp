@@ -714,6 +714,30 @@ TEST(CStringPlus, AResultThatIsTooLongLeavesItUnchanged)
     EXPECT_EQ(g_strX65534 + "y", TextOf(strText));
 }
 
+TEST(CStringPlus, AppendingNoCharactersOfAStringLeavesEvenTheNulAlone)
+{
+    CString strText("abc");
+    strText.GetBuffer()[3] = 'd';
+    strText += CString();
+    EXPECT_EQ('d', strText.GetBuffer()[3]) << "written behind the size, to be counted by Resize()";
+    strText += "";
+    EXPECT_EQ('\0', strText.GetBuffer()[3]) << "an empty text is written with its NUL";
+}
+
+TEST(CStringPlus, AStringOfTheLargestSizeIsAppendedUpToItsNul)
+{
+    CString strRight(g_strX65534.c_str());
+    strRight += 'x';
+    strRight.SetAt(3, '\0');
+    CString strText("y");
+    ASSERT_EQ(QV_RES_OK, strText.ReserveCapacity(65535));
+    strText += strRight;
+    EXPECT_EQ("yxxx", TextOf(strText));
+    strText.EraseAll();
+    strText += strRight;
+    EXPECT_EQ("xxx", TextOf(strText));
+}
+
 TEST(CStringPlus, SumsAreNewStrings)
 {
     const CString strLeft("a\0", 2);

@@ -12,6 +12,7 @@
 #include "framework/crypto/hmac.h"
 #include "framework/kernel/framework_initializer.h"
 #include "tests/support/prng_model.h"
+#include "tests/support/sha_model.h"
 
 namespace
 {
@@ -103,6 +104,14 @@ Bytes PadOf(Bytes key, unsigned char uMask)
     return WithEachByte(key, uMask);
 }
 
+// The chaining words behind the block of a pad, which serve as well as the key.
+Bytes WordsBehind(const Bytes& rBlock)
+{
+    std::vector<uint32_t> words = sha_model::SSha1::Start();
+    sha_model::SSha1::Block(words, rBlock.data());
+    return BytesAt(words.data(), 0, 20);
+}
+
 void ExpectNoTraceOfKey(const Bytes& rKey, const unsigned char* puStack)
 {
     ExpectNoTraceOf(rKey, puStack, "the key");
@@ -110,6 +119,8 @@ void ExpectNoTraceOfKey(const Bytes& rKey, const unsigned char* puStack)
     ExpectNoTraceOf(WithEachByte(rKey, 0x5C), puStack, "the key in the outer pad");
     ExpectNoTraceOf(ScheduleEndOf(PadOf(rKey, 0x36)), puStack, "the schedule of the inner pad");
     ExpectNoTraceOf(ScheduleEndOf(PadOf(rKey, 0x5C)), puStack, "the schedule of the outer pad");
+    ExpectNoTraceOf(WordsBehind(PadOf(rKey, 0x36)), puStack, "the words behind the inner pad");
+    ExpectNoTraceOf(WordsBehind(PadOf(rKey, 0x5C)), puStack, "the words behind the outer pad");
 }
 
 bool IsInstrumented()

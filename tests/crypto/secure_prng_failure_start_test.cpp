@@ -1,12 +1,10 @@
-// What the generator makes of failures inside. The binary takes the place of the lock, the digest, the code
-// and the blob.
+// What the generator makes of failures inside. The binary takes the place of the lock, the digest and the blob.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <vector>
 
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/hmac.h"
+#include "framework/crypto/sha1.h"
 #include "framework/kernel/framework_initializer.h"
 #include "tests/support/prng_model.h"
 
@@ -17,7 +15,7 @@ using Bytes = std::vector<unsigned char>;
 constexpr QvResult g_resFailure = QV_RES_ALREADY_EXISTS;
 
 int g_nLocks = 0;
-unsigned int g_uCalls = 0;        // of the digest and the code
+unsigned int g_uCalls = 0;        // of the digest
 unsigned int g_uFailingCall = 0;  // counted from 1; 0: none
 bool g_bResizeFails = false;
 
@@ -60,8 +58,6 @@ extern "C" const char* __asan_default_options()
 // With their destructors the classes have their virtual tables, and what is inline in them, in this binary, too.
 CSha1::CSha1() = default;
 CSha1::~CSha1() = default;
-CSha1Mac::CSha1Mac() = default;
-CSha1Mac::~CSha1Mac() = default;
 
 void CCrypto::Enter()
 {
@@ -85,23 +81,6 @@ QvResult CSecureSeed::GenerateSeed(uint8_t*)
     return QV_RES_OK;
 }
 
-QvResult CSha1MacBremoFw::Begin(const uint8_t*, unsigned int)
-{
-    return Call();
-}
-
-QvResult CSha1MacBremoFw::Update(const uint8_t*, unsigned int)
-{
-    return Call();
-}
-
-QvResult CSha1MacBremoFw::End(uint8_t* puDigest)
-{
-    const QvResult res = Call();
-    for (unsigned int u = 0; res >= 0 && u < 20; ++u) puDigest[u] = 0x22;
-    return res;
-}
-
 QvResult CSha1BremoFw::Begin()
 {
     return Call();
@@ -115,52 +94,6 @@ QvResult CSha1BremoFw::Update(const uint8_t*, unsigned int)
 QvResult CSha1BremoFw::End(uint8_t*)
 {
     return Call();
-}
-
-TEST_F(CPrngFailure, ADrawReturnsItAfterTheBytesThatWereThere)
-{
-    for (unsigned int uFailing = 1; uFailing <= 3; ++uFailing)
-    {
-        SCOPED_TRACE(testing::Message() << "call " << uFailing);
-        CPrngProbe::ms_uBytesRemaining = 5;
-        FailAt(uFailing);
-        Bytes drawn(60, 0xEE);
-        EXPECT_EQ(g_resFailure, CSecurePrng::Generate(60, drawn.data()));
-        EXPECT_EQ(uFailing, g_uCalls) << "nothing is computed any more";
-        EXPECT_EQ(0, g_nLocks);
-        EXPECT_EQ(Bytes(5, 0x11), Bytes(drawn.begin(), drawn.begin() + 5));
-        EXPECT_EQ(Bytes(55, 0xEE), Bytes(drawn.begin() + 5, drawn.end()));
-        EXPECT_EQ(20u, CPrngProbe::ms_uBytesRemaining);
-    }
-}
-
-TEST_F(CPrngFailure, ALaterBlocksFailureEndsTheDrawThere)
-{
-    FailAt(6);
-    Bytes drawn(60, 0xEE);
-    EXPECT_EQ(g_resFailure, CSecurePrng::Generate(60, drawn.data()));
-    Bytes want(60, 0xEE);
-    std::fill_n(want.begin(), 5, uint8_t{0x11});
-    std::fill_n(want.begin() + 5, 20, uint8_t{0x22});
-    EXPECT_EQ(want, drawn);
-    EXPECT_EQ(0, g_nLocks);
-}
-
-TEST_F(CPrngFailure, ADrawWithoutANewBlockCannotMeetIt)
-{
-    FailAt(1);
-    Bytes drawn(5);
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(5, drawn.data()));
-    EXPECT_EQ(0u, g_uCalls);
-    EXPECT_EQ(Bytes(5, 0x11), drawn);
-}
-
-TEST_F(CPrngFailure, ADrawIntoABlobReturnsItToo)
-{
-    FailAt(1);
-    CBlob blob;
-    EXPECT_EQ(g_resFailure, CSecurePrng::Generate(60, &blob));
-    EXPECT_EQ(0, g_nLocks);
 }
 
 TEST_F(CPrngFailure, ABlobThatCannotBeResizedGetsNoBytes)

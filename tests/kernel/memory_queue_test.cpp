@@ -503,6 +503,73 @@ INSTANTIATE_TEST_SUITE_P(Shapes, CMemoryQueueModel,
                          testing::Values(SModel{64, 1, 20}, SModel{64, 8, 20}, SModel{67, 1, 3}, SModel{1000, 16, 90},
                                          SModel{1000, 128, 300}, SModel{4096, 4, 200}));
 
+// A queue whose records are copied in and out goes through the same states as one whose records are built in place.
+TEST_P(CMemoryQueueModel, CopiesAreRecordsLikeAnyOther)
+{
+    std::mt19937 rng(TestSeed());
+    CMemoryQueue inPlace;
+    CMemoryQueue copied;
+    ASSERT_TRUE(inPlace.Initialize(GetParam().uSize, GetParam().uAlignment));
+    ASSERT_TRUE(copied.Initialize(GetParam().uSize, GetParam().uAlignment));
+    for (unsigned int uStep = 0; uStep < 10000; ++uStep)
+    {
+        SCOPED_TRACE(testing::Message() << "step " << uStep);
+        if (Below(rng, 8) < (uStep / 500 % 2 == 0 ? 5u : 3u))
+        {
+            const TBytes bytes = RandomBytes(rng, 0, GetParam().uLongest);
+            ASSERT_EQ(PushRecord(inPlace, bytes),
+                      copied.PushCopy(bytes.data(), static_cast<unsigned int>(bytes.size())));
+        }
+        else
+        {
+            const TBytes oldest = Oldest(inPlace);
+            const unsigned int uSize = static_cast<unsigned int>(oldest.size());
+            TBytes bytes(uSize + 1, 0xEE);
+            ASSERT_FALSE(copied.PopCopy(bytes.data(), uSize + 1)) << "the record is shorter";
+            ASSERT_EQ(TBytes(uSize + 1, 0xEE), bytes);
+            ASSERT_EQ(inPlace.Pop(), copied.PopCopy(bytes.data(), uSize));
+            bytes.resize(uSize);
+            ASSERT_EQ(oldest, bytes);
+        }
+        const SFields stInPlace(inPlace);
+        const SFields stCopied(copied);
+        ASSERT_EQ(stInPlace.nDataEnd, stCopied.nDataEnd);
+        ASSERT_EQ(stInPlace.nRead, stCopied.nRead);
+        ASSERT_EQ(stInPlace.nWrite, stCopied.nWrite);
+    }
+}
+
+TEST(CMemoryQueueCopy, WithoutABufferGoesNowhere)
+{
+    CMemoryQueue queue;
+    unsigned char uByte = 1;
+    EXPECT_FALSE(queue.PushCopy(&uByte, 1));
+    EXPECT_FALSE(queue.PushCopy(nullptr, 0));
+    EXPECT_FALSE(queue.PopCopy(&uByte, 1));
+    EXPECT_FALSE(queue.PopCopy(nullptr, 0));
+    EXPECT_EQ(1, uByte);
+}
+
+TEST(CMemoryQueueCopy, MayBeOfNothing)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(16, 1));
+    EXPECT_TRUE(queue.PushCopy(nullptr, 0));
+    EXPECT_TRUE(queue.PopCopy(nullptr, 0));
+    EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(CMemoryQueueCopy, StartsOverWhereARecordWasBegun)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 1));
+    const unsigned char* const puBegun = queue.Push(8);
+    EXPECT_TRUE(queue.PushCopy("abc", 3));
+    EXPECT_FALSE(queue.Commit(puBegun)) << "it has become the copy";
+    EXPECT_EQ((TBytes{'a', 'b', 'c'}), Oldest(queue));
+    EXPECT_FALSE(queue.Commit(queue.Peek(nullptr)));
+}
+
 TEST(CMemoryQueueThreads, OneProducerAndOneConsumerUnderALock)
 {
     CMemoryQueue queue;

@@ -1,0 +1,84 @@
+#ifndef FRAMEWORK_CRYPTO_HMAC_BLOCKS_H
+#define FRAMEWORK_CRYPTO_HMAC_BLOCKS_H
+#include <stdint.h>
+#include <string.h>
+
+#include "framework/crypto/digest.h"
+#include "framework/crypto/sha_blocks.h"
+#include "framework/crypto/wiped.h"
+
+/// HMAC where one key serves many short messages. Internal.
+namespace orvel_internal
+{
+constexpr uint8_t uHMAC_INNER_PAD = 0x36;
+constexpr uint8_t uHMAC_OUTER_PAD = 0x5C;
+
+/// HMAC-SHA1 of messages of SIZE bytes each, which fit into a block together with their padding, under a key that does.
+/// What the key leaves in both digests is computed once, and the padding is written once: a code takes two blocks
+/// instead of four. Wipes what it held.
+/// Source     RFC 2104, section 4.
+template <unsigned int SIZE>
+class CSha1ShortMac
+{
+    static_assert(SIZE < uDIGEST_BLOCK_SIZE - 8);
+
+public:
+    CSha1ShortMac(const uint8_t* puKey, unsigned int uKeySize)
+    {
+        BeginBoth(puKey, uKeySize);
+        Pad(m_st.auMessage, SIZE);
+        Pad(m_st.auDigest, sizeof(m_st.auState));
+    }
+    ~CSha1ShortMac() { Wipe(&m_st, sizeof(m_st)); }
+    CSha1ShortMac(const CSha1ShortMac&) = delete;
+    CSha1ShortMac& operator=(const CSha1ShortMac&) = delete;
+
+    /// Writes the 20 bytes of the code; the message may lie in the same place.
+    void Code(const uint8_t* puMessage, uint8_t* puCode)
+    {
+        memcpy(m_st.auMessage, puMessage, SIZE);
+        Digest(m_st.auInner, m_st.auMessage, m_st.auDigest);
+        Digest(m_st.auOuter, m_st.auDigest, puCode);
+    }
+
+private:
+    void BeginBoth(const uint8_t* puKey, unsigned int uKeySize)
+    {
+        memset(m_st.auMessage, 0, sizeof(m_st.auMessage));
+        memcpy(m_st.auMessage, puKey, uKeySize);
+        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= uHMAC_INNER_PAD;
+        Begin(m_st.auInner);
+        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= uHMAC_INNER_PAD ^ uHMAC_OUTER_PAD;
+        Begin(m_st.auOuter);
+    }
+    void Begin(uint32_t* puState)
+    {
+        memcpy(puState, auSHA1_START, sizeof(auSHA1_START));
+        Sha1Blocks(puState, m_st.auMessage, 1);
+    }
+    // Behind the block of the key come uSize bytes.
+    static void Pad(uint8_t* puBlock, unsigned int uSize)
+    {
+        memset(puBlock, 0, uDIGEST_BLOCK_SIZE);
+        puBlock[uSize] = 0x80;
+        StoreBigEndian32(puBlock + uDIGEST_BLOCK_SIZE - 4, 8 * (uDIGEST_BLOCK_SIZE + uSize));
+    }
+    void Digest(const uint32_t* puBegun, const uint8_t* puBlock, uint8_t* puDigest)
+    {
+        memcpy(m_st.auState, puBegun, sizeof(m_st.auState));
+        Sha1Blocks(m_st.auState, puBlock, 1);
+        StoreBigEndian(puDigest, m_st.auState, 5);
+    }
+
+    struct
+    {
+        alignas(16) uint8_t auMessage[uDIGEST_BLOCK_SIZE];
+        alignas(16) uint8_t auDigest[uDIGEST_BLOCK_SIZE];
+        uint32_t auInner[5];
+        uint32_t auOuter[5];
+        uint32_t auState[5];
+    } m_st;
+};
+}  // namespace orvel_internal
+
+#endif
