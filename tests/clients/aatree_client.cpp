@@ -112,6 +112,8 @@ void Types()
     Described<QvResult (CAATreeBase::*)(PFNCompare, unsigned int)>(&CAATreeBase::SetComparisonFunction);
     Described<QvResult (CAATreeBase::*)(const void*)>(&CAATreeBase::Insert);
     Described<QvResult (CAATreeBase::*)(const void*, void**)>(&CAATreeBase::AllocateSorted);
+    Described<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReserveCapacity);
+    Described<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReduceCapacity);
     Described<void* (CAATreeBase::*)()>(&CAATreeBase::Allocate);
     Described<QvResult (CAATreeBase::*)(void*)>(&CAATreeBase::InsertAllocated);
     Described<void (CAATreeBase::*)(void*)>(&CAATreeBase::EraseAllocated);
@@ -153,7 +155,12 @@ void AATreeClient()
     void* const pvElement = raw.Allocate();
     *static_cast<int*>(pvElement) = 1;
     CHECK(raw.InsertAllocated(pvElement) == QV_RES_OK && raw.GetSize() == 1);
-    CAATreeBase rawCopy(fromBlocks);
+    const CAATreeBase& rFromBlocks = fromBlocks;
+    CAATreeBase rawCopy(rFromBlocks);
+    unsigned int uNumber = sizeof(int);  // not a constant: braces refuse to narrow it
+    const CAATreeBase sized{uNumber, CompareInts, uNumber, nullptr};
+    const CAATreeBase sizedToo{uNumber, CompareInts, uNumber, blocks};
+    CHECK(sized.GetSize() == 0 && sizedToo.IsEmpty());
     CHECK(rawCopy.IsEmpty() && fromNull.IsEmpty() && (rawCopy = fromNull).IsEmpty());
 
     FinalizeCAATreeBase();

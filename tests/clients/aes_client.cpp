@@ -145,6 +145,14 @@ void AesClient()
     static_assert(std::has_virtual_destructor_v<CAesBremoFwOpenSsl>);
     Described<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultKey);
     Described<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultIV);
+    using A = CAesBremoFwOpenSsl;
+    Described<QvResult (A::*)(C::EAction, C::EMode, const uint8_t*, unsigned int, const uint8_t*, unsigned int)>(
+        &A::Begin);
+    Described<QvResult (A::*)(const uint8_t*, unsigned int, uint8_t*, unsigned int*)>(&A::Update);
+    Described<QvResult (A::*)(uint8_t*, unsigned int*)>(&A::End);
+    Described<QvResult (A::*)(C::EAction, C::EMode, const CBlob*, const CBlob*)>(&A::Begin);
+    Described<QvResult (A::*)(const CBlob*, CBlob*, bool)>(&A::Update);
+    Described<QvResult (A::*)(CBlob*, bool)>(&A::End);
     Described<QvResult (*)()>(&CAesBremoFwOpenSsl::InitializeCAesBremoFwOpenSsl);
     Described<void (*)()>(&CAesBremoFwOpenSsl::FinalizeCAesBremoFwOpenSsl);
     Described<QvResult (*)()>(&InitializeCAesBremoFwOpenSsl);

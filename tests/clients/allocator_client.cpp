@@ -94,6 +94,9 @@ void BlockAllocator()
 
     const CBlockAllocator& rConst = blocks;
     const CBlockAllocator copy(rConst);
+    unsigned int uSize = 16;  // not a constant: braces refuse to narrow it
+    const CBlockAllocator sized{uSize, &mine};
+    CHECK(sized == rConst && sized.GetBlockCount() == 0);
     CBlockAllocator other(16, nullptr);
     CBlockAllocator another(16, 0);
     CBlockAllocator third(16, NULL);

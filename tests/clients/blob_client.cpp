@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
@@ -28,6 +29,10 @@ public:
 void Construction()
 {
     IAllocator* const pSource = CSingleton<CDefaultAllocator>::Instance();
+    unsigned int uSize = 3;  // not a constant: braces refuse to narrow it
+    const CBlob sized{uSize, nullptr};
+    const CBlob filledToo{g_auBytes, uSize, uSize, nullptr};
+    CHECK(sized.GetCapacity() == 3 && filledToo.GetSize() == 3 && filledToo.GetEndIndex() == 3);
     const CBlob empty(pSource);
     const CBlob fromNull(nullptr);
     const CBlob reserved(16, nullptr);
@@ -40,7 +45,8 @@ void Construction()
     CHECK(CBlob(filled).GetCapacity() == 8 && CBlob(reserved).GetCapacity() == 16 && CBlob(reservedToo).GetSize() == 0);
     CHECK(CBlob(empty).GetCapacity() == 0 && CBlob(fromNull).GetSize() == 0 && CBlob(none).GetSize() == 0);
     CHECK(copy.ReadNoCopy(1) != nullptr);
-    other.CopyMembers(copy);
+    const CBlob& rCopy = copy;
+    other.CopyMembers(rCopy);
     CHECK(other.GetUnreadSize() == 2);
 }
 
@@ -63,6 +69,7 @@ void Bytes()
     CHECK(blob.Insert(0, source, 6, 0xFFFFFFFF) == QV_RES_OK && blob.GetSize() == 8);
     CHECK(blob.Insert(0, source, 7, 2) == QV_RES_INVALID_ARGUMENT);
     CHECK(blob.GetFirstIndex() == 0 && blob.GetLastIndex() == 7 && blob.GetEndIndex() == 8);
+    *blob.GetAt(1) = 8;
     CHECK(*blob.GetAt(0) == 7 && blob.GetAt(8) == nullptr && *source.GetFirstIndexPtr() == 1);
     CHECK(blob.Resize(6) == QV_RES_OK && blob.Resize(17) == QV_RES_INVALID_ARGUMENT);
     CHECK(blob.Resize(blob.GetFirstIndexPtr() + 5) == QV_RES_OK && blob.GetSize() == 5);
@@ -74,6 +81,8 @@ void Reading()
 {
     Described<unsigned char* (CBlob::*)(unsigned char*, unsigned int)>(&CBlob::Read);
     Described<QvResult (CBlob::*)(unsigned int)>(&CBlob::SetReadIndex);
+    Described<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::GetAt);
+    Described<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::ReadNoCopy);
     CBlob blob(g_auBytes, 8, 8, nullptr);
     unsigned char auRead[8] = {};
     CHECK(blob.Read(auRead, 2) == auRead && auRead[1] == 2);
@@ -86,6 +95,12 @@ void Reading()
 void Bits()
 {
     Described<void (CBlob::*)(const unsigned char*, unsigned int, unsigned int)>(&CBlob::AppendBits);
+    Described<void (CBlob::*)(unsigned char*, unsigned int, unsigned int)>(&CBlob::ReadBits);
+    for (void (CBlob::*pfnBits)(unsigned int) :
+         {&CBlob::PadBits, &CBlob::SkipBits, &CBlob::RealignReadBits, &CBlob::RealignAppendBits})
+    {
+        CHECK(pfnBits != nullptr);
+    }
     const unsigned char auA[4] = {0xA0};
     const unsigned char auB[4] = {0x08};
     CBlob blob(nullptr);

@@ -97,6 +97,12 @@ void HMacClient()
     Described<QvResult (CHMac::*)(const CBlob*)>(&CHMac::Begin);
     Described<QvResult (CHMac::*)(uint8_t*)>(&CHMac::End);
     Described<QvResult (CHMac::*)(CBlob*)>(&CHMac::End);
+    Described<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Begin);
+    Described<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Update);
+    Described<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Begin);
+    Described<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Update);
+    Described<QvResult (CSha1MacBremoFw::*)(uint8_t*)>(&CSha1MacBremoFw::End);
+    Described<QvResult (CSha1MacBremoFw::*)(CBlob*)>(&CSha1MacBremoFw::End);
     Generic();
     CSha1Mac mac;
     Calls(mac);

@@ -9,6 +9,8 @@
 
 namespace
 {
+using PFNCompare = int (*)(const void*, const void*, unsigned int);
+
 int CompareInts(const void* pElement, const void* pKey, unsigned int uParam)
 {
     CHECK(uParam == 3);
@@ -96,6 +98,20 @@ void Transfers(CInts& rList)
 
 void ListClient()
 {
+    using B = CListBase;
+    Described<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
+    Described<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int)>(&B::InsertSorted);
+    Described<void* (B::*)(unsigned int)>(&B::Allocate);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int, void**)>(&B::AllocateSorted);
+    Described<void (B::*)(unsigned int, unsigned int)>(&B::Swap);
+    Described<void (B::*)(PFNCompare, unsigned int)>(&B::Sort);
+    Described<unsigned int (B::*)(unsigned int, const void*, PFNCompare, unsigned int) const>(&B::Find);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::FindSorted);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::InternalFindSorted);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMinElementIndex);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMaxElementIndex);
+    Described<CListBase::SPtr (B::*)(unsigned int) const>(&B::Find);
     Described<QvResult (*)(CListBase*, unsigned int, const CListBase*, unsigned int, unsigned int)>(&CListBase::Copy);
     Described<QvResult (*)(CListBase*, unsigned int, CListBase*, unsigned int, unsigned int)>(&CListBase::Move);
     Described<void (CListBase::*)(unsigned int, unsigned int)>(&CListBase::Erase);
@@ -120,7 +136,12 @@ void ListClient()
     CListBase fromNull(sizeof(int), NULL);
     CListBase fromBlocks(sizeof(int), blocks);
     CHECK(raw.Insert(0, 3, nullptr) == QV_RES_OK && raw.GetSize() == 3);
-    CListBase copy(raw);
+    const CListBase& rRaw = raw;
+    CListBase copy(rRaw);
+    unsigned int uSize = sizeof(int);  // not a constant: braces refuse to narrow it
+    const CListBase sized{uSize, nullptr};
+    const CListBase sizedToo{uSize, blocks};
+    CHECK(sized.IsEmpty() && sizedToo.IsEmpty());
     CHECK(copy.GetSize() == 3 && fromNull.IsEmpty() && fromBlocks.Merge(0, copy) == QV_RES_OK);
     fromNull = raw;
     CListBase* const pBase = &list;

@@ -19,6 +19,10 @@ void Values()
     Described<CMarshaler& (CMarshaler::*)(unsigned int&)>(&CMarshaler::operator>>);
     Described<CMarshaler& (CMarshaler::*)(unsigned short&)>(&CMarshaler::operator>>);
     Described<bool (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Load);
+    Described<void (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Extract);
+    Described<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Insert);
+    Described<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Store);
+    Described<void (*)(bool, unsigned int, bool, IAllocator*)>(&CPool<CMarshaler>::Initialize);
 
     CMarshaler marshaler;
     const unsigned short uShort = 0x0506;

@@ -51,7 +51,9 @@ void MutexClient()
     CHECK(posix.Wait() && posix.Wait(0) && !posix.Wait(0));
     posix.Signal(true);
     CHECK(!posix.Wait(1000) && posix.Wait(~0UL));
-    const CSemaphore counted(1, 5, true);
+    unsigned int uCount = 1;  // not a constant: braces refuse to narrow it
+    unsigned int uMaxCount = 5;
+    const CSemaphore counted{uCount, uMaxCount, true};
     counted.Signal(false);
     CHECK(counted.Wait() && counted.Wait(1000) && !counted.Wait(1));
     const CMySemaphore one;

@@ -62,7 +62,9 @@ void Construction()
 {
     const CString strEmpty;
     const CString strText("text");
-    const CString strPart("text", 2);
+    const char* const pszText = "text";
+    unsigned int uSize = 2;  // not a constant: braces refuse to narrow it
+    const CString strPart{pszText, uSize};
     const CString strNull(nullptr);
     const CString strNone(nullptr, 0);
     const CString strZero(0);
@@ -112,6 +114,7 @@ void Editing()
     str.TrimLeftSide('t');
     str.TrimRightSide('z');
     CHECK(str == "exty");
+    Described<void (CString::*)(unsigned int)>(&CString::Resize);
     str.Resize(2);
     Described<QvResult (CString::*)(unsigned short)>(&CString::ReserveCapacity);
     Described<QvResult (CString::*)(unsigned short)>(&CString::ReduceCapacity);
@@ -131,6 +134,9 @@ void Sums()
     str += nullptr;
     CHECK(str == "abc" && strA + strA == "aa" && strA + "b" == "ab" && strA + 'c' == "ac");
     CHECK(strA + nullptr == "a" && "x" + strA == "xa" && 'y' + strA == "ya");
+    Described<CString& (CString::*)(const CString&)>(&CString::operator+=);
+    Described<CString& (CString::*)(const char*)>(&CString::operator+=);
+    Described<CString& (CString::*)(char)>(&CString::operator+=);
     Described<CString (CString::*)(const CString&) const>(&CString::operator+);
     Described<CString (CString::*)(const char*) const>(&CString::operator+);
     Described<CString (CString::*)(char) const>(&CString::operator+);
@@ -182,6 +188,8 @@ void StringClient()
     Formatting();
     Serialisation();
     CHECK(std::strcmp(g_szNULL, "NULL") == 0 && g_szEMPTY_STRING[0] == '\0');
+    Described<QvResult (*)()>(&CString::InitializeCString);
+    Described<void (*)()>(&CString::FinalizeCString);
     Described<QvResult (*)()>(&InitializeCString);
     Described<void (*)()>(&FinalizeCString);
 }

@@ -60,6 +60,7 @@ public:
         Described<void (*)()>(&CMyThread::FinalizeTsd);
         ThreadEntryEnd();
         CHECK(InitializeTsd() == QV_RES_OK && GetCurrentTsd() != nullptr);
+        Described<STsdKey* (*)(unsigned int, STsdKey**)>(&CMyThread::FindTsdKey);
         STsdKey* pPrevious = nullptr;
         CHECK(FindTsdKey(0, &pPrevious) == nullptr && FindTsdKey(g_uKey, &pPrevious) == ms_pTsdKeyHead);
         CHECK(sizeof(STsdValue) == 24 && sizeof(STsd) == 32 && sizeof(STsdKey) == 32);

@@ -46,6 +46,7 @@ void Types()
     Described<void (CTime::*)(V, V, V, V, bool)>(&CTime::SetTime);
     Described<bool (CTime::*)(const char*)>(&CTime::SetTimeZone);
     Described<bool (CTime::*)(bool) const>(&CTime::IsLeapYear);
+    Described<unsigned int (CTime::*)(bool) const>(&CTime::GetDayOfWeek);
     Described<bool (CTime::*)() const>(&CTime::IsDayLightSavingInEffect);
     Described<void (CTime::*)()>(&CTime::PinTime);
     Described<void (*)(unsigned int&, unsigned int&, bool&)>(&CTime::PinTime);

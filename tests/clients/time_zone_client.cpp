@@ -20,6 +20,11 @@ public:
 
     void Rules()
     {
+        unsigned int (CMyZone::*const pfnForJ0)(unsigned short, unsigned short) = &CMyZone::GetJulianDateForJ0;
+        unsigned int (CMyZone::*const pfnForJ1)(unsigned short, unsigned short) = &CMyZone::GetJulianDateForJ1;
+        CHECK((this->*pfnForJ0)(2023, 0) == (this->*pfnForJ1)(2023, 1));
+        Described<unsigned int (CMyZone::*)(unsigned short, SLimit&)>(&CMyZone::GetJulianDate);
+        Described<unsigned int (CMyZone::*)(unsigned short, SM&)>(&CMyZone::GetJulianDateForM);
         DetermineJulianLimits(2024);
         SM stM = {3, 2, 0};
         SLimit stLimit = {2, stM, 7200000, 0, 0};

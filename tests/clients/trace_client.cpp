@@ -63,6 +63,7 @@ void Handlers()
 void TraceClient()
 {
     Handlers();
+    Described<void (*)(EQvPackageId, bool)>(&QvTraceSetPackagePermitted);
     QvTraceSetPackagePermitted(ePackage, true);
     CHECK(QvTraceGetPackagePermitted(ePackage) == 0);
     QvTraceAddLevelPermitted(eLevel);
@@ -78,7 +79,8 @@ void TraceClient()
     CHECK(QvTraceActivateSyslogFields() == 0);
     CHECK(QvTraceActivateAllFields() == 0);
     CHECK(QvTraceDeactivateAllFields() == 0);
-    CHECK(QvTraceSetHostNameField("host") == 0);
+    const char* const pszHostName = "host";
+    CHECK(QvTraceSetHostNameField(pszHostName) == 0);
     CHECK(QvTraceSetHostNameField(nullptr) == 0);
 
     using PFNOutput = void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int);

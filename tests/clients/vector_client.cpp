@@ -111,8 +111,12 @@ void Untyped()
     vector.Erase(0, 2);
     CHECK(vector.GetSize() == 5);
 
-    CVectorBase copy(vector);
-    CHECK(copy == vector && !(copy != vector) && !(copy < vector));
+    CVectorBase copy(rConst);
+    CHECK(copy == rConst && !(copy != rConst) && !(rConst < copy) && rConst == copy);
+    unsigned int uSize = sizeof(int);  // not a constant: braces refuse to narrow it
+    const CVectorBase sized{uSize, nullptr};
+    const CVectorBase flagged{uSize, true, nullptr};
+    CHECK(sized.IsEmpty() && flagged.GetCapacity() == 0);
     CVectorBase other(sizeof(int), 0);
     CVectorBase third(sizeof(int), false, NULL);
     CHECK(&(third = vector) == &third && third.Insert(5, rConst) == QV_RES_OK && third.GetSize() == 10);
@@ -171,8 +175,34 @@ void Typed(const T& rElement)
 
 void VectorClient()
 {
+    using B = CVectorBase;
+    Described<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
+    Described<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int)>(&B::InsertSorted);
+    Described<void* (B::*)(unsigned int)>(&B::Allocate);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int, void**)>(&B::AllocateSorted);
+    Described<void (B::*)(unsigned int, unsigned int)>(&B::Swap);
+    Described<void (B::*)(PFNCompare, unsigned int)>(&B::Sort);
+    Described<unsigned int (B::*)(unsigned int, const void*, PFNCompare, unsigned int) const>(&B::Find);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::FindSorted);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::InternalFindSorted);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMinElementIndex);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMaxElementIndex);
+    Described<QvResult (B::*)(unsigned int)>(&B::Resize);
+    Described<void* (B::*)(unsigned int)>(&B::GetAtInCapacity);
+    Described<const void* (B::*)(unsigned int) const>(&B::GetAtInCapacity);
+    Described<void (B::*)(unsigned int, unsigned int)>(&B::Erase);
+    Described<void (B::*)(unsigned int)>(&B::Erase);
+    Described<void (B::*)()>(&B::EraseAll);
+    Described<QvResult (B::*)(unsigned int, B&)>(&B::Merge);
+    Described<QvResult (B::*)(unsigned int, B&)>(&B::Split);
+    using V = CVector<int>;
+    Described<QvResult (V::*)(unsigned int)>(&V::ReserveCapacity);
+    Described<QvResult (V::*)(unsigned int)>(&V::ReduceCapacity);
+    Described<QvResult (V::*)(const int&)>(&V::Append);
+    Described<void (V::*)(unsigned int)>(&V::Erase);
+    Described<void (V::*)(unsigned int, unsigned int)>(&V::Erase);
     static_assert(std::has_virtual_destructor_v<CVectorBase> && !std::is_convertible_v<CVector<int>*, CVectorBase*>);
-    Described<void (CVectorBase::*)(PFNCompare, unsigned int)>(&CVectorBase::Sort);
     Described<void (*)(CVectorBase*, unsigned int, const CVectorBase*, unsigned int, unsigned int)>(&CVectorBase::Copy);
     Described<void (*)(CVectorBase*, unsigned int, const CVectorBase*, unsigned int, unsigned int)>(&CVectorBase::Move);
     Described<QvResult (CVectorBase::*)(unsigned int, unsigned int, const void*)>(&CVectorBase::Insert);

@@ -91,6 +91,19 @@ void Transfers(CInts& rList)
 
 void VectorListClient()
 {
+    using B = CVListBase;
+    Described<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
+    Described<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int)>(&B::InsertSorted);
+    Described<void* (B::*)(unsigned int)>(&B::Allocate);
+    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int, void**)>(&B::AllocateSorted);
+    Described<void (B::*)(unsigned int, unsigned int)>(&B::Swap);
+    Described<void (B::*)(PFNCompare, unsigned int)>(&B::Sort);
+    Described<unsigned int (B::*)(unsigned int, const void*, PFNCompare, unsigned int) const>(&B::Find);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::FindSorted);
+    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::InternalFindSorted);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMinElementIndex);
+    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMaxElementIndex);
     Described<QvResult (*)(CVListBase*, unsigned int, const CVListBase*, unsigned int, unsigned int)>(
         &CVListBase::Copy);
     Described<QvResult (*)(CVListBase*, unsigned int, CVListBase*, unsigned int, unsigned int)>(&CVListBase::Move);
@@ -99,8 +112,6 @@ void VectorListClient()
     Described<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Merge);
     Described<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Split);
     Described<void (CVListBase::*)(unsigned int, unsigned int)>(&CVListBase::Erase);
-    Described<void (CVListBase::*)(unsigned int, unsigned int)>(&CVListBase::Swap);
-    Described<void (CVListBase::*)(PFNCompare, unsigned int)>(&CVListBase::Sort);
     Described<void* (CVListBase::*)(unsigned int)>(&CVListBase::GetAt);
     Described<const void* (CVListBase::*)(unsigned int) const>(&CVListBase::GetAt);
     static_assert(std::has_virtual_destructor_v<CVListBase>);
@@ -114,7 +125,12 @@ void VectorListClient()
     CVListBase fromNull(sizeof(int), NULL);
     CVListBase fromBlocks(sizeof(int), blocks);
     CHECK(raw.Insert(0, 3, nullptr) == QV_RES_OK);
-    CVListBase copy(raw);
+    const CVListBase& rRaw = raw;
+    CVListBase copy(rRaw);
+    unsigned int uSize = sizeof(int);  // not a constant: braces refuse to narrow it
+    const CVListBase sized{uSize, nullptr};
+    const CVListBase sizedToo{uSize, blocks};
+    CHECK(sized.GetCapacity() == 0 && sizedToo.IsEmpty());
     CHECK(copy.GetSize() == 3 && fromBlocks.Merge(0, copy) == QV_RES_OK && copy.IsEmpty());
     fromNull = raw;
     CVListBase* const pBase = &list;

@@ -12,7 +12,8 @@ void VersionClient()
     static_assert(!std::is_polymorphic_v<CVersion> && sizeof(CVersion) == 4);
     const CVersion zero;
     CHECK(zero.GetMajor() == 0 && zero.GetMinor() == 0 && zero.GetRelease() == 0 && zero.GetBuild() == 0);
-    const CVersion version("1.2.3.4");
+    const char* const pszVersion = "1.2.3.4";
+    const CVersion version(pszVersion);
     CVersion copy(version);
     CHECK(copy == version && !(copy != version));
 
