@@ -25,7 +25,8 @@ public:
         CHECK((this->*pfnForJ0)(2023, 0) == (this->*pfnForJ1)(2023, 1));
         Described<unsigned int (CMyZone::*)(unsigned short, SLimit&)>(&CMyZone::GetJulianDate);
         Described<unsigned int (CMyZone::*)(unsigned short, SM&)>(&CMyZone::GetJulianDateForM);
-        DetermineJulianLimits(2024);
+        void (CMyZone::*const pfnDetermine)(unsigned short) = &CMyZone::DetermineJulianLimits;
+        (this->*pfnDetermine)(2024);
         SM stM = {3, 2, 0};
         SLimit stLimit = {2, stM, 7200000, 0, 0};
         const unsigned int uTenthOfMarch = CTime::GetJulianDate(2024, 3, 10);

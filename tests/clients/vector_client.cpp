@@ -112,7 +112,7 @@ void Untyped()
     CHECK(vector.GetSize() == 5);
 
     CVectorBase copy(rConst);
-    CHECK(copy == rConst && !(copy != rConst) && !(rConst < copy) && rConst == copy);
+    CHECK(copy == rConst && !(copy != rConst) && !(copy < rConst) && rConst == copy);
     unsigned int uSize = sizeof(int);  // not a constant: braces refuse to narrow it
     const CVectorBase sized{uSize, nullptr};
     const CVectorBase flagged{uSize, true, nullptr};
@@ -162,7 +162,7 @@ void Typed(const T& rElement)
     const CVector<T>& rConst = vector;
     CHECK(vector.ReserveCapacity(4) == QV_RES_OK && rConst.GetCapacity() == 4 && rConst.GetLockCapacity() == 0);
     CHECK(vector.Append(rElement) == QV_RES_OK && vector.Insert(0, 1, rElement) == QV_RES_OK);
-    CHECK(raw.Insert(0, 2) == QV_RES_OK && flagged.Append(rElement) == QV_RES_OK);
+    CHECK(raw.Insert(0, 2) == QV_RES_OK && raw.GetSize() == 2 && flagged.Append(rElement) == QV_RES_OK);
     CHECK(rConst.GetSize() == 2 && rConst.GetEndIndex() == 2 && !rConst.IsEmpty());
     CHECK(std::memcmp(&*rConst.GetAt(0), &rElement, sizeof(T)) == 0);
     *vector.GetAt(1) = rElement;
