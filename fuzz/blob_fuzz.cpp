@@ -1,5 +1,5 @@
 // Random operations on bytes and bits of a few blobs that own pieces and lack memory, beside a twin written from the
-// description: results, bytes, cursors, capacities, and every request and release at the allocator.
+// contract: results, bytes, cursors, capacities, and every request and release at the allocator.
 // Options: -max_len=3000
 #include <cstdint>
 #include <cstring>
@@ -19,7 +19,7 @@ namespace
 constexpr unsigned int uBLOBS = 3;
 using Bytes = CBlobTwin::Bytes;
 
-/// Bytes as the caller of an operation has them, exactly as many as described or a piece of a blob's storage.
+/// Bytes as the caller of an operation has them, exactly as many as given or a piece of a blob's storage.
 struct SBytes
 {
     const unsigned char* pu = nullptr;
@@ -156,7 +156,7 @@ void CBlobRun::Check()
     }
     else if (!m_twinRequests.bRefused)
         m_trail.True(m_source.GetRequests().asked.size() <= m_twinRequests.asked.size(),
-                     "no more requests than described");
+                     "no more requests than promised");
     m_source.GetRequests().Begin(0);
     m_twinRequests.Begin(0);
     std::size_t uLive = 0;

@@ -1,5 +1,5 @@
 // Random operations on a handful of strings that share blocks, own pieces and lack memory, beside a twin written from
-// the description: results, texts, capacities, share counts, who shares with whom, and every block that is out.
+// the contract: results, texts, capacities, share counts, who shares with whom, and every block that is out.
 // Sources: fuzz/models/refusing_new.cpp
 // Options: -max_len=3000
 #include <cstdint>

@@ -62,7 +62,7 @@ unsigned int MsOf(unsigned int uHour, unsigned int uMinute, unsigned int uSecond
     return uMs + (uSecond + uHour * 3600 + uMinute * 60) * 1000;
 }
 
-/// The members as they are described: the zone is one of its own, set like the time's.
+/// The members as they are documented: the zone is one of its own, set like the time's.
 struct SModel
 {
     CTimeZone zone;

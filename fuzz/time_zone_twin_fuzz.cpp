@@ -1,4 +1,4 @@
-// Zones of any text, copied and set again, and moments converted both ways, beside a twin written from the description:
+// Zones of any text, copied and set again, and moments converted both ways, beside a twin written from the contract:
 // what is accepted, names, offsets, daylight saving time, and what a refused text leaves.
 // Sources: fuzz/models/refusing_new.cpp
 // Options: -max_len=1000

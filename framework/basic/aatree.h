@@ -35,9 +35,9 @@
 /// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
 ///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
 ///
-/// - **Lifetime:** Made and used only while the framework is up, whatever the allocator: not in static storage. Outside,
-///   one line on standard error names the class, and abort() follows. An empty tree without capacity may be destroyed
-///   after the shut-down.
+/// - **Lifetime:** Made and used only while the framework is up, whatever the allocator: not in static storage.
+///   Outside, one line on standard error names the class, and abort() follows. An empty tree without capacity may be
+///   destroyed after the shut-down.
 class QV_EXPORT CAATreeBase
 {
 public:
@@ -385,8 +385,8 @@ private:
         __builtin_prefetch(pNode->pRight);
     }
 
-    // One step of a search in order: the child where it goes on, or null when the element is equal. Which child is a coin
-    // toss to the processor, so that numbers choose without a jump.
+    // One step of a search in order: the child where it goes on, or null when the element is equal. Which child is a
+    // coin toss to the processor, so that numbers choose without a jump.
     template <typename Order>
     static Node* NextOf(Node* pNode, const T& rKey, Order& rOrder)
     {

@@ -54,8 +54,8 @@ public:
     /// Frees the chain by its links; uCount is ignored.
     void Release(SBlock* pChain, unsigned int uCount) override;
 
-    /// pAllocator, or the default allocator in place of null: for the library's own classes. Outside the start-up and the
-    /// shut-down of the framework it ends the process with a line that names pszClass.
+    /// pAllocator, or the default allocator in place of null: for the library's own classes. Outside the start-up and
+    /// the shut-down of the framework it ends the process with a line that names pszClass.
     QV_HIDDEN static IAllocator* OrDefault(IAllocator* pAllocator, const char* pszClass);
 
     /// Module start-up and shut-down. Start-up has nothing to do and returns QV_RES_OK; shut-down deletes the instance.

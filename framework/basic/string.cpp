@@ -365,8 +365,8 @@ QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, ...)
 
 QvResult CString::Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
 {
-    // A 0 or nullptr, written as the only argument, is a pointer to a list for the compiler, too, and the better match. No
-    // list is null: it is the argument, and zero in every type.
+    // A 0 or nullptr, written as the only argument, is a pointer to a list for the compiler, too, and the better
+    // match. No list is null: it is the argument, and zero in every type.
     if (args == nullptr) return Format(uStartIndex, pszFormat, static_cast<void*>(nullptr));
     if (uStartIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
     // The whole text is made before the string is touched: format and arguments may be parts of it.

@@ -55,6 +55,8 @@ public:
 
     /// Takes everything down when it matches the first Initialize(). Waits until every thread started through the
     /// framework has ended. Without a matching Initialize() the count wraps and nothing is taken down.
+    /// Never from a thread that the framework started, and not in a child of fork() whose parent had such threads
+    /// running: it would wait for ever. End such a child with _exit() or an exec.
     static void Finalize();
 
     /// Takes down every module whose stage is at most eFrom, in the reverse order of start-up; eFROM_ALL begins with

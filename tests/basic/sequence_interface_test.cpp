@@ -156,7 +156,7 @@ TEST(CListDerived, EveryOperationCallsItsElementOperations)
     EXPECT_EQ("0/0/2", list.Calls());
 }
 
-// The described growth: exact, one block for one, each given back with its size.
+// The promised growth: exact, one block for one, each given back with its size.
 TEST(CVectorGrowth, AppendsAskTheAllocatorAsDescribedThoughTheElementsMoveAtOnce)
 {
     CTestAllocator allocator;

@@ -3,8 +3,8 @@
 // a wider or narrower type, a lost const, a member that moved behind protected, a call that became ambiguous, all these
 // break programs although our own tests, which follow the headers, go on compiling.
 //
-// A client includes public headers and standard ones only, and reaches nothing by tricks. It is compiled as C++17 and as
-// C++20. The checks are light, what the operations do is tested elsewhere.
+// A client includes public headers and standard ones only, and reaches nothing by tricks. It is compiled as C++17 and
+// as C++20. The checks are light, what the operations do is tested elsewhere.
 #ifndef TESTS_CLIENTS_CLIENT_H
 #define TESTS_CLIENTS_CLIENT_H
 
@@ -30,7 +30,8 @@ void CheckFailed(const char* pszCondition, const char* pszFile, int nLine);
 
 #define CHECK(...) ((__VA_ARGS__) ? static_cast<void>(0) : CheckFailed(#__VA_ARGS__, __FILE__, __LINE__))
 
-/// Compiles only if the function, or the overload of that type, exists: Described<int (CName::*)(char) const>(&CName::F).
+/// Compiles only if the function, or the overload of that type, exists: Described<int (CName::*)(char)
+/// const>(&CName::F).
 template <typename Type>
 void Described(Type)
 {

@@ -45,8 +45,8 @@ void Put(Container& rContainer, const Numbers& rNumbers)
 
 const Numbers g_BEFORE = {4, 6, 8};
 
-/// An operation on a container with 4, 6 and 8 that returns a result: refused, it leaves the container as it was; done, it
-/// leaves the numbers given. What its arguments need is made beforehand.
+/// An operation on a container with 4, 6 and 8 that returns a result: refused, it leaves the container as it was;
+/// done, it leaves the numbers given. What its arguments need is made beforehand.
 template <typename Container, typename Operation>
 void TryChange(CTrial& rTrial, const Numbers& rAfter, Operation&& rOperation)
 {

@@ -1,5 +1,5 @@
-// Every public operation that may allocate, with each of its requests for memory refused in turn: it says so as its page
-// promises, the objects are as promised, nothing leaks, and the framework goes down and comes up again each time.
+// Every public operation that may allocate, with each of its requests for memory refused in turn: it says so as its
+// page promises, the objects are as promised, nothing leaks, and the framework goes down and comes up again each time.
 #include "tests/whole/exhaustion.h"
 
 #include <string>
