@@ -1,6 +1,6 @@
 // Clients of the library: each calls all that one module offers, with exactly the arguments that are documented, as an
-// application would that knows the documentation but not our headers. What a client needs to compile must not change:
-// a wider or narrower type, a lost const, a member that moved behind protected, a call that became ambiguous, all these
+// application would that knows the documentation but not our headers. What a client needs to compile must not change: a
+// wider or narrower type, a lost const, a member that moved behind protected, a call that became ambiguous, all these
 // break programs although our own tests, which follow the headers, go on compiling.
 //
 // A client includes public headers and standard ones only, and reaches nothing by tricks. It is compiled as C++17 and
