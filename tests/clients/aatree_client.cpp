@@ -109,22 +109,22 @@ void Types()
     CHECK(sizeof stParams == 16 && stParams.pfnCompare == CompareInts && stParams.uParam == 3);
     static_assert(std::is_enum_v<CAATreeBase::EInsertAction>);
     static_assert(std::has_virtual_destructor_v<CAATreeBase>);
-    Described<QvResult (CAATreeBase::*)(PFNCompare, unsigned int)>(&CAATreeBase::SetComparisonFunction);
-    Described<QvResult (CAATreeBase::*)(const void*)>(&CAATreeBase::Insert);
-    Described<QvResult (CAATreeBase::*)(const void*, void**)>(&CAATreeBase::AllocateSorted);
-    Described<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReserveCapacity);
-    Described<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReduceCapacity);
-    Described<void* (CAATreeBase::*)()>(&CAATreeBase::Allocate);
-    Described<QvResult (CAATreeBase::*)(void*)>(&CAATreeBase::InsertAllocated);
-    Described<void (CAATreeBase::*)(void*)>(&CAATreeBase::EraseAllocated);
-    Described<void (CAATreeBase::*)(const void*)>(&CAATreeBase::EraseElement);
-    Described<void (CAATreeBase::*)(unsigned int)>(&CAATreeBase::Erase);
-    Described<Node* (CAATreeBase::*)(const void*) const>(&CAATreeBase::FindNode);
-    Described<Node* (CAATreeBase::*)(unsigned int) const>(&CAATreeBase::FindNodeByIndex);
-    Described<QvResult (*)()>(&CAATreeBase::InitializeCAATreeBase);
-    Described<void (*)()>(&CAATreeBase::FinalizeCAATreeBase);
-    Described<QvResult (*)()>(&InitializeCAATreeBase);
-    Described<void (*)()>(&FinalizeCAATreeBase);
+    Promised<QvResult (CAATreeBase::*)(PFNCompare, unsigned int)>(&CAATreeBase::SetComparisonFunction);
+    Promised<QvResult (CAATreeBase::*)(const void*)>(&CAATreeBase::Insert);
+    Promised<QvResult (CAATreeBase::*)(const void*, void**)>(&CAATreeBase::AllocateSorted);
+    Promised<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReserveCapacity);
+    Promised<QvResult (CAATreeBase::*)(unsigned int)>(&CAATreeBase::ReduceCapacity);
+    Promised<void* (CAATreeBase::*)()>(&CAATreeBase::Allocate);
+    Promised<QvResult (CAATreeBase::*)(void*)>(&CAATreeBase::InsertAllocated);
+    Promised<void (CAATreeBase::*)(void*)>(&CAATreeBase::EraseAllocated);
+    Promised<void (CAATreeBase::*)(const void*)>(&CAATreeBase::EraseElement);
+    Promised<void (CAATreeBase::*)(unsigned int)>(&CAATreeBase::Erase);
+    Promised<Node* (CAATreeBase::*)(const void*) const>(&CAATreeBase::FindNode);
+    Promised<Node* (CAATreeBase::*)(unsigned int) const>(&CAATreeBase::FindNodeByIndex);
+    Promised<QvResult (*)()>(&CAATreeBase::InitializeCAATreeBase);
+    Promised<void (*)()>(&CAATreeBase::FinalizeCAATreeBase);
+    Promised<QvResult (*)()>(&InitializeCAATreeBase);
+    Promised<void (*)()>(&FinalizeCAATreeBase);
 }
 }  // namespace
 

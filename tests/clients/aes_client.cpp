@@ -143,20 +143,20 @@ void AesClient()
     static_assert(C::eMODE_CBC == 0 && C::eMODE_CFB == 1 && C::eMODE_CTR == 2 && C::eMODE_ECB == 3);
     static_assert(C::eMODE_OFB == 4 && C::eMODE_DEFAULT == 5 && std::has_virtual_destructor_v<CCipher>);
     static_assert(std::has_virtual_destructor_v<CAesBremoFwOpenSsl>);
-    Described<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultKey);
-    Described<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultIV);
+    Promised<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultKey);
+    Promised<QvResult (CAesBremoFwOpenSsl::*)(const uint8_t*, unsigned int)>(&CAesBremoFwOpenSsl::SetDefaultIV);
     using A = CAesBremoFwOpenSsl;
-    Described<QvResult (A::*)(C::EAction, C::EMode, const uint8_t*, unsigned int, const uint8_t*, unsigned int)>(
+    Promised<QvResult (A::*)(C::EAction, C::EMode, const uint8_t*, unsigned int, const uint8_t*, unsigned int)>(
         &A::Begin);
-    Described<QvResult (A::*)(const uint8_t*, unsigned int, uint8_t*, unsigned int*)>(&A::Update);
-    Described<QvResult (A::*)(uint8_t*, unsigned int*)>(&A::End);
-    Described<QvResult (A::*)(C::EAction, C::EMode, const CBlob*, const CBlob*)>(&A::Begin);
-    Described<QvResult (A::*)(const CBlob*, CBlob*, bool)>(&A::Update);
-    Described<QvResult (A::*)(CBlob*, bool)>(&A::End);
-    Described<QvResult (*)()>(&CAesBremoFwOpenSsl::InitializeCAesBremoFwOpenSsl);
-    Described<void (*)()>(&CAesBremoFwOpenSsl::FinalizeCAesBremoFwOpenSsl);
-    Described<QvResult (*)()>(&InitializeCAesBremoFwOpenSsl);
-    Described<void (*)()>(&FinalizeCAesBremoFwOpenSsl);
+    Promised<QvResult (A::*)(const uint8_t*, unsigned int, uint8_t*, unsigned int*)>(&A::Update);
+    Promised<QvResult (A::*)(uint8_t*, unsigned int*)>(&A::End);
+    Promised<QvResult (A::*)(C::EAction, C::EMode, const CBlob*, const CBlob*)>(&A::Begin);
+    Promised<QvResult (A::*)(const CBlob*, CBlob*, bool)>(&A::Update);
+    Promised<QvResult (A::*)(CBlob*, bool)>(&A::End);
+    Promised<QvResult (*)()>(&CAesBremoFwOpenSsl::InitializeCAesBremoFwOpenSsl);
+    Promised<void (*)()>(&CAesBremoFwOpenSsl::FinalizeCAesBremoFwOpenSsl);
+    Promised<QvResult (*)()>(&InitializeCAesBremoFwOpenSsl);
+    Promised<void (*)()>(&FinalizeCAesBremoFwOpenSsl);
 
     CAes aes;
     Calls(aes);

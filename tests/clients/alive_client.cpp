@@ -43,8 +43,8 @@ public:
 void Alive()
 {
     static_assert(std::is_base_of_v<CThread, CAliveObj> && std::is_convertible_v<CAliveObj*, CThread*>);
-    Described<QvResult (CAliveObj::*)(const char*, unsigned int, CThread::EPriority)>(&CAliveObj::Activate);
-    Described<unsigned int (*)(unsigned int)>(&CAliveObj::StartMechanism);
+    Promised<QvResult (CAliveObj::*)(const char*, unsigned int, CThread::EPriority)>(&CAliveObj::Activate);
+    Promised<unsigned int (*)(unsigned int)>(&CAliveObj::StartMechanism);
     CHECK(CAliveObj::StartMechanism(0) == 0);
 
     CMyAlive object;
@@ -64,9 +64,9 @@ void Alive()
 void Queue()
 {
     static_assert(std::has_virtual_destructor_v<CMemoryQueue>);
-    Described<bool (CMemoryQueue::*)(unsigned int, unsigned int)>(&CMemoryQueue::Initialize);
-    Described<void (CMemoryQueue::*)()>(&CMemoryQueue::Uninitialize);
-    Described<unsigned char* (CMemoryQueue::*)(unsigned int)>(&CMemoryQueue::Push);
+    Promised<bool (CMemoryQueue::*)(unsigned int, unsigned int)>(&CMemoryQueue::Initialize);
+    Promised<void (CMemoryQueue::*)()>(&CMemoryQueue::Uninitialize);
+    Promised<unsigned char* (CMemoryQueue::*)(unsigned int)>(&CMemoryQueue::Push);
     CMyQueue queue;
     CMemoryQueue* const pBase = &queue;
     CHECK(pBase->Initialize(2, 0) && !queue.Initialize(16, 1));
@@ -79,8 +79,8 @@ void Queue()
 
 void Alignment()
 {
-    Described<unsigned int (*)(unsigned int, unsigned long)>(&QV_ALIGNUP_VAL<unsigned int>);
-    Described<unsigned char* (*)(unsigned char*, long)>(&QV_ALIGNUP_PTR<unsigned char*>);
+    Promised<unsigned int (*)(unsigned int, unsigned long)>(&QV_ALIGNUP_VAL<unsigned int>);
+    Promised<unsigned char* (*)(unsigned char*, long)>(&QV_ALIGNUP_PTR<unsigned char*>);
     CHECK(QV_ALIGNUP_VAL(5, 4) == 8 && QV_ALIGNUP_VAL(8, 4) == 8 && QV_ALIGNUP_VAL(0, 16) == 0);
     CHECK(QV_ALIGNUP_VAL<unsigned int>(5, 4) == 8u);
     alignas(8) unsigned char auBytes[16];

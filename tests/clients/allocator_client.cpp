@@ -46,9 +46,9 @@ public:
 
 void DefaultAllocator()
 {
-    Described<IAllocator::SBlock* (IAllocator::*)(unsigned int, unsigned int, IAllocator::SBlock**)>(
+    Promised<IAllocator::SBlock* (IAllocator::*)(unsigned int, unsigned int, IAllocator::SBlock**)>(
         &IAllocator::Allocate);
-    Described<void (IAllocator::*)(IAllocator::SBlock*, unsigned int)>(&IAllocator::Release);
+    Promised<void (IAllocator::*)(IAllocator::SBlock*, unsigned int)>(&IAllocator::Release);
     static_assert(sizeof(IAllocator::SBlock) == sizeof(void*) && std::has_virtual_destructor_v<IAllocator>);
     CDefaultAllocator* const pDefault = CSingleton<CDefaultAllocator>::Instance();
     CSingleton<CDefaultAllocator>* const pFirstBase = pDefault;
@@ -64,18 +64,18 @@ void DefaultAllocator()
     CHECK(pDefault->Allocate(0, 16, NULL) == nullptr && pDefault->Allocate(1, 7, 0) == nullptr);
     pDefault->Release(nullptr, 0);
 
-    Described<QvResult (*)()>(&CDefaultAllocator::InitializeCDefaultAllocator);
-    Described<void (*)()>(&CDefaultAllocator::FinalizeCDefaultAllocator);
+    Promised<QvResult (*)()>(&CDefaultAllocator::InitializeCDefaultAllocator);
+    Promised<void (*)()>(&CDefaultAllocator::FinalizeCDefaultAllocator);
     CHECK(CDefaultAllocator::InitializeCDefaultAllocator() == 0 && InitializeCDefaultAllocator() == 0);
-    Described<void (*)()>(&FinalizeCDefaultAllocator);
+    Promised<void (*)()>(&FinalizeCDefaultAllocator);
 }
 
 void BlockAllocator()
 {
-    Described<bool (CBlockAllocator::*)(unsigned int)>(&CBlockAllocator::Reserve);
-    Described<void (CBlockAllocator::*)(unsigned int)>(&CBlockAllocator::Reduce);
-    Described<void* (CBlockAllocator::*)()>(&CBlockAllocator::Pop);
-    Described<void (CBlockAllocator::*)(void*)>(&CBlockAllocator::Push);
+    Promised<bool (CBlockAllocator::*)(unsigned int)>(&CBlockAllocator::Reserve);
+    Promised<void (CBlockAllocator::*)(unsigned int)>(&CBlockAllocator::Reduce);
+    Promised<void* (CBlockAllocator::*)()>(&CBlockAllocator::Pop);
+    Promised<void (CBlockAllocator::*)(void*)>(&CBlockAllocator::Push);
 
     CMyAllocator mine;
     CMyBlockAllocator blocks(0, &mine);

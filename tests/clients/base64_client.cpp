@@ -84,8 +84,8 @@ void Base64Client()
     CMyBase64 mine;
     Calls(mine);
 
-    Described<void (CBase64::*)(const uint8_t*, unsigned int, uint8_t*)>(&CBase64::Encode);
-    Described<QvResult (CBase64::*)(const uint8_t*, unsigned int, uint8_t*, unsigned int*)>(&CBase64::Decode);
+    Promised<void (CBase64::*)(const uint8_t*, unsigned int, uint8_t*)>(&CBase64::Encode);
+    Promised<QvResult (CBase64::*)(const uint8_t*, unsigned int, uint8_t*, unsigned int*)>(&CBase64::Decode);
     uint8_t auText[8];
     base64.Encode(g_auText, 5, auText);
     CHECK(std::memcmp(auText, "Zm9vYmE=", 8) == 0);

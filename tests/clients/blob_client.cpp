@@ -52,14 +52,14 @@ void Construction()
 
 void Bytes()
 {
-    Described<QvResult (CBlob::*)(unsigned int, const unsigned char*, unsigned int)>(&CBlob::Insert);
-    Described<QvResult (CBlob::*)(unsigned int, const CBlob&, unsigned int, unsigned int)>(&CBlob::Insert);
-    Described<QvResult (CBlob::*)(const unsigned char*, unsigned int)>(&CBlob::Append);
-    Described<QvResult (CBlob::*)(unsigned int)>(&CBlob::Resize);
-    Described<QvResult (CBlob::*)(unsigned char*)>(&CBlob::Resize);
-    Described<QvResult (CBlob::*)(unsigned int)>(&CBlob::ReserveCapacity);
-    Described<unsigned char* (CBlob::*)()>(&CBlob::GetFirstIndexPtr);
-    Described<const unsigned char* (CBlob::*)() const>(&CBlob::GetFirstIndexPtr);
+    Promised<QvResult (CBlob::*)(unsigned int, const unsigned char*, unsigned int)>(&CBlob::Insert);
+    Promised<QvResult (CBlob::*)(unsigned int, const CBlob&, unsigned int, unsigned int)>(&CBlob::Insert);
+    Promised<QvResult (CBlob::*)(const unsigned char*, unsigned int)>(&CBlob::Append);
+    Promised<QvResult (CBlob::*)(unsigned int)>(&CBlob::Resize);
+    Promised<QvResult (CBlob::*)(unsigned char*)>(&CBlob::Resize);
+    Promised<QvResult (CBlob::*)(unsigned int)>(&CBlob::ReserveCapacity);
+    Promised<unsigned char* (CBlob::*)()>(&CBlob::GetFirstIndexPtr);
+    Promised<const unsigned char* (CBlob::*)() const>(&CBlob::GetFirstIndexPtr);
 
     CBlob blob(nullptr);
     CHECK(blob.ReserveCapacity(16) == QV_RES_OK && blob.GetCapacity() == 16);
@@ -79,10 +79,10 @@ void Bytes()
 
 void Reading()
 {
-    Described<unsigned char* (CBlob::*)(unsigned char*, unsigned int)>(&CBlob::Read);
-    Described<QvResult (CBlob::*)(unsigned int)>(&CBlob::SetReadIndex);
-    Described<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::GetAt);
-    Described<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::ReadNoCopy);
+    Promised<unsigned char* (CBlob::*)(unsigned char*, unsigned int)>(&CBlob::Read);
+    Promised<QvResult (CBlob::*)(unsigned int)>(&CBlob::SetReadIndex);
+    Promised<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::GetAt);
+    Promised<unsigned char* (CBlob::*)(unsigned int)>(&CBlob::ReadNoCopy);
     CBlob blob(g_auBytes, 8, 8, nullptr);
     unsigned char auRead[8] = {};
     CHECK(blob.Read(auRead, 2) == auRead && auRead[1] == 2);
@@ -94,8 +94,8 @@ void Reading()
 
 void Bits()
 {
-    Described<void (CBlob::*)(const unsigned char*, unsigned int, unsigned int)>(&CBlob::AppendBits);
-    Described<void (CBlob::*)(unsigned char*, unsigned int, unsigned int)>(&CBlob::ReadBits);
+    Promised<void (CBlob::*)(const unsigned char*, unsigned int, unsigned int)>(&CBlob::AppendBits);
+    Promised<void (CBlob::*)(unsigned char*, unsigned int, unsigned int)>(&CBlob::ReadBits);
     for (void (CBlob::*pfnBits)(unsigned int) :
          {&CBlob::PadBits, &CBlob::SkipBits, &CBlob::RealignReadBits, &CBlob::RealignAppendBits})
     {
@@ -120,8 +120,8 @@ void Bits()
 
 void Serialisation()
 {
-    Described<CMarshaler& (*)(CMarshaler&, const CBlob&)>(&operator<<);
-    Described<CMarshaler& (*)(CMarshaler&, CBlob&)>(&operator>>);
+    Promised<CMarshaler& (*)(CMarshaler&, const CBlob&)>(&operator<<);
+    Promised<CMarshaler& (*)(CMarshaler&, CBlob&)>(&operator>>);
     CMarshaler marshaler;
     const CBlob blob(g_auBytes, 8, 0, nullptr);
     CBlob back(nullptr);

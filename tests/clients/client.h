@@ -30,10 +30,10 @@ void CheckFailed(const char* pszCondition, const char* pszFile, int nLine);
 
 #define CHECK(...) ((__VA_ARGS__) ? static_cast<void>(0) : CheckFailed(#__VA_ARGS__, __FILE__, __LINE__))
 
-/// Compiles only if the function, or the overload of that type, exists: Described<int (CName::*)(char)
+/// Compiles only if the function, or the overload of that type, exists: Promised<int (CName::*)(char)
 /// const>(&CName::F).
 template <typename Type>
-void Described(Type)
+void Promised(Type)
 {
 }
 

@@ -23,11 +23,11 @@ void CrcClient()
 {
     static_assert(std::has_virtual_destructor_v<CCrc> && CCrc::eCRC16 == 0 && CCrc::eCRC32 == 1);
     static_assert(sizeof(CCrc::ECrcType) == 4);
-    Described<QvResult (CCrc::*)(CCrc::ECrcType)>(&CCrc::Begin);
-    Described<QvResult (CCrc::*)(const uint8_t*, unsigned int)>(&CCrc::Update);
-    Described<QvResult (CCrc::*)(CBlob*)>(&CCrc::Update);
-    Described<QvResult (CCrc::*)(uint16_t*)>(&CCrc::End);
-    Described<QvResult (CCrc::*)(uint32_t*)>(&CCrc::End);
+    Promised<QvResult (CCrc::*)(CCrc::ECrcType)>(&CCrc::Begin);
+    Promised<QvResult (CCrc::*)(const uint8_t*, unsigned int)>(&CCrc::Update);
+    Promised<QvResult (CCrc::*)(CBlob*)>(&CCrc::Update);
+    Promised<QvResult (CCrc::*)(uint16_t*)>(&CCrc::End);
+    Promised<QvResult (CCrc::*)(uint32_t*)>(&CCrc::End);
 
     CCrc crc;
     uint16_t uCrc16 = 0;

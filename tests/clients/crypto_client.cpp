@@ -50,10 +50,10 @@ void CryptoClient()
 {
     static_assert(std::is_base_of_v<CSingleton<CCrypto>, CCrypto> && std::has_virtual_destructor_v<CHash>);
     static_assert(std::is_convertible_v<CCrypto*, CSingletonBase*>);
-    Described<QvResult (*)()>(&CCrypto::InitializeCCrypto);
-    Described<void (*)()>(&CCrypto::FinalizeCCrypto);
-    Described<QvResult (*)()>(&InitializeCCrypto);
-    Described<void (*)()>(&FinalizeCCrypto);
+    Promised<QvResult (*)()>(&CCrypto::InitializeCCrypto);
+    Promised<void (*)()>(&CCrypto::FinalizeCCrypto);
+    Promised<QvResult (*)()>(&InitializeCCrypto);
+    Promised<void (*)()>(&FinalizeCCrypto);
 
     CCrypto* const pCrypto = CSingleton<CCrypto>::Instance();
     pCrypto->Enter();

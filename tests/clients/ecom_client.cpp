@@ -77,9 +77,9 @@ void Identifiers()
     const unsigned char auCopy[] = "IMine";
     const SEComGuid stCopy = {sizeof auCopy, auCopy};
     const SEComGuid stPrefix = {3, auCopy};
-    Described<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualSEComGuid);
-    Described<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualEComIID);
-    Described<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualEComCLSID);
+    Promised<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualSEComGuid);
+    Promised<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualEComIID);
+    Promised<bool (*)(const SEComGuid*, const SEComGuid*)>(&IsEqualEComCLSID);
     CHECK(IsEqualSEComGuid(&g_stIidMine, &stCopy) && !IsEqualEComIID(&stPrefix, &stCopy));
     CHECK(!IsEqualEComCLSID(&IID_IEComUnknown, &stCopy));
 }
@@ -134,12 +134,12 @@ void Objects()
 void EComClient()
 {
     using PFNCreate = int (*)(IEComUnknown*, CEComUnknown**);
-    Described<QvResult (*)(const SEComGuid*, PFNCreate)>(&RegisterECom);
-    Described<QvResult (*)(const SEComGuid*)>(&UnregisterECom);
-    Described<QvResult (*)(const SEComGuid*, IEComUnknown*, const SEComGuid*, void**)>(&CreateEComInstance);
-    Described<bool (*)(IEComUnknown*, IEComUnknown*)>(&IsEqualECom);
-    Described<QvResult (*)()>(&InitializeECom);
-    Described<void (*)()>(&FinalizeECom);
+    Promised<QvResult (*)(const SEComGuid*, PFNCreate)>(&RegisterECom);
+    Promised<QvResult (*)(const SEComGuid*)>(&UnregisterECom);
+    Promised<QvResult (*)(const SEComGuid*, IEComUnknown*, const SEComGuid*, void**)>(&CreateEComInstance);
+    Promised<bool (*)(IEComUnknown*, IEComUnknown*)>(&IsEqualECom);
+    Promised<QvResult (*)()>(&InitializeECom);
+    Promised<void (*)()>(&FinalizeECom);
     Identifiers();
     Raw();
 

@@ -30,11 +30,11 @@ void OnceObserver(void* pOpaque, EEventNotifier, va_list)
 
 void EventNotifierClient()
 {
-    Described<void (*)(void (*)(void*, EEventNotifier, va_list), void*)>(&RegisterEventObserver);
-    Described<void (*)(void (*)(void*, EEventNotifier, va_list), void*)>(&UnregisterEventObserver);
-    Described<void (*)(EEventNotifier, ...)>(&NotifyEventObservers);
-    Described<QvResult (*)()>(&InitializeQvEventNotifier);
-    Described<void (*)()>(&FinalizeQvEventNotifier);
+    Promised<void (*)(void (*)(void*, EEventNotifier, va_list), void*)>(&RegisterEventObserver);
+    Promised<void (*)(void (*)(void*, EEventNotifier, va_list), void*)>(&UnregisterEventObserver);
+    Promised<void (*)(EEventNotifier, ...)>(&NotifyEventObservers);
+    Promised<QvResult (*)()>(&InitializeQvEventNotifier);
+    Promised<void (*)()>(&FinalizeQvEventNotifier);
 
     unsigned int uFirst = 0;
     unsigned int uSecond = 0;

@@ -7,10 +7,10 @@
 
 void FaultClient()
 {
-    Described<bool (*)()>(&InstallGenericFaultHandler);
-    Described<bool (*)()>(&UnInstallGenericFaultHandler);
-    Described<QvResult (*)()>(&InitializeQvFault);
-    Described<void (*)()>(&FinalizeQvFault);
+    Promised<bool (*)()>(&InstallGenericFaultHandler);
+    Promised<bool (*)()>(&UnInstallGenericFaultHandler);
+    Promised<QvResult (*)()>(&InitializeQvFault);
+    Promised<void (*)()>(&FinalizeQvFault);
 
     const int anSignals[] = {SIGQUIT, SIGILL, SIGABRT, SIGFPE, SIGSEGV, SIGBUS, SIGSYS, SIGTRAP};
     sigset_t stMask;

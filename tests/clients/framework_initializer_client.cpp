@@ -69,9 +69,9 @@ void FrameworkInitializerClient()
 {
     Pairs();
     Stages();
-    Described<QvResult (*)()>(&CFrameworkInitializer::Initialize);
-    Described<void (*)()>(&CFrameworkInitializer::Finalize);
-    Described<void (*)(CFrameworkInitializer::EFinalizeFrom)>(&CFrameworkInitializer::PartialFinalize);
+    Promised<QvResult (*)()>(&CFrameworkInitializer::Initialize);
+    Promised<void (*)()>(&CFrameworkInitializer::Finalize);
+    Promised<void (*)(CFrameworkInitializer::EFinalizeFrom)>(&CFrameworkInitializer::PartialFinalize);
     static_assert(std::is_same_v<decltype(CFrameworkInitializer::ms_uInitializationCount), unsigned int>);
 
     CHECK(CFrameworkInitializer::ms_uInitializationCount == 1);

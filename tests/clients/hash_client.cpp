@@ -38,11 +38,11 @@ template <typename Class, typename Implementation>
 void Digest(unsigned int uAlgorithm, unsigned int uSize)
 {
     static_assert(std::has_virtual_destructor_v<Implementation> && std::is_convertible_v<Class*, Implementation*>);
-    Described<QvResult (Implementation::*)()>(&Implementation::Begin);
-    Described<QvResult (Implementation::*)(const uint8_t*, unsigned int)>(&Implementation::Update);
-    Described<QvResult (Implementation::*)(uint8_t*)>(&Implementation::End);
-    Described<QvResult (Implementation::*)(const CBlob*)>(&Implementation::Update);
-    Described<QvResult (Implementation::*)(CBlob*)>(&Implementation::End);
+    Promised<QvResult (Implementation::*)()>(&Implementation::Begin);
+    Promised<QvResult (Implementation::*)(const uint8_t*, unsigned int)>(&Implementation::Update);
+    Promised<QvResult (Implementation::*)(uint8_t*)>(&Implementation::End);
+    Promised<QvResult (Implementation::*)(const CBlob*)>(&Implementation::Update);
+    Promised<QvResult (Implementation::*)(CBlob*)>(&Implementation::End);
     Class digest;
     Calls(digest, uAlgorithm, uSize);
     CHash* const pInterface = &digest;
@@ -70,11 +70,11 @@ public:
 
 void HashClient()
 {
-    Described<QvResult (CHash::*)()>(&CHash::Begin);
-    Described<QvResult (CHash::*)(const uint8_t*, unsigned int)>(&CHash::Update);
-    Described<QvResult (CHash::*)(uint8_t*)>(&CHash::End);
-    Described<QvResult (CHash::*)(const CBlob*)>(&CHash::Update);
-    Described<QvResult (CHash::*)(CBlob*)>(&CHash::End);
+    Promised<QvResult (CHash::*)()>(&CHash::Begin);
+    Promised<QvResult (CHash::*)(const uint8_t*, unsigned int)>(&CHash::Update);
+    Promised<QvResult (CHash::*)(uint8_t*)>(&CHash::End);
+    Promised<QvResult (CHash::*)(const CBlob*)>(&CHash::Update);
+    Promised<QvResult (CHash::*)(CBlob*)>(&CHash::End);
     Digest<CMd5, CMd5BremoFw>(0, 16);
     Digest<CSha1, CSha1BremoFw>(1, 20);
     Digest<CSha256, CSha256BremoFw>(2, 32);

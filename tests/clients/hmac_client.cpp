@@ -74,9 +74,9 @@ private:
 
 void Generic()
 {
-    Described<QvResult (CHMacBremoFw::*)(const uint8_t*, unsigned int, CHash*, unsigned int, uint8_t*, uint8_t*)>(
+    Promised<QvResult (CHMacBremoFw::*)(const uint8_t*, unsigned int, CHash*, unsigned int, uint8_t*, uint8_t*)>(
         &CHMacBremoFw::HMacReset);
-    Described<QvResult (CHMacBremoFw::*)(CHash*, unsigned int, uint8_t*, const uint8_t*, uint8_t*)>(
+    Promised<QvResult (CHMacBremoFw::*)(CHash*, unsigned int, uint8_t*, const uint8_t*, uint8_t*)>(
         &CHMacBremoFw::HMacResult);
     CHMacBremoFw generic;
     CSha1 sha1;
@@ -93,16 +93,16 @@ void HMacClient()
 {
     static_assert(std::has_virtual_destructor_v<CHMac> && std::has_virtual_destructor_v<CHMacBremoFw>);
     static_assert(std::is_convertible_v<CSha1MacBremoFw*, CHMacBremoFw*>);
-    Described<QvResult (CHMac::*)(const uint8_t*, unsigned int)>(&CHMac::Begin);
-    Described<QvResult (CHMac::*)(const CBlob*)>(&CHMac::Begin);
-    Described<QvResult (CHMac::*)(uint8_t*)>(&CHMac::End);
-    Described<QvResult (CHMac::*)(CBlob*)>(&CHMac::End);
-    Described<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Begin);
-    Described<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Update);
-    Described<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Begin);
-    Described<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Update);
-    Described<QvResult (CSha1MacBremoFw::*)(uint8_t*)>(&CSha1MacBremoFw::End);
-    Described<QvResult (CSha1MacBremoFw::*)(CBlob*)>(&CSha1MacBremoFw::End);
+    Promised<QvResult (CHMac::*)(const uint8_t*, unsigned int)>(&CHMac::Begin);
+    Promised<QvResult (CHMac::*)(const CBlob*)>(&CHMac::Begin);
+    Promised<QvResult (CHMac::*)(uint8_t*)>(&CHMac::End);
+    Promised<QvResult (CHMac::*)(CBlob*)>(&CHMac::End);
+    Promised<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Begin);
+    Promised<QvResult (CSha1MacBremoFw::*)(const uint8_t*, unsigned int)>(&CSha1MacBremoFw::Update);
+    Promised<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Begin);
+    Promised<QvResult (CSha1MacBremoFw::*)(const CBlob*)>(&CSha1MacBremoFw::Update);
+    Promised<QvResult (CSha1MacBremoFw::*)(uint8_t*)>(&CSha1MacBremoFw::End);
+    Promised<QvResult (CSha1MacBremoFw::*)(CBlob*)>(&CSha1MacBremoFw::End);
     Generic();
     CSha1Mac mac;
     Calls(mac);

@@ -14,15 +14,15 @@ namespace
 {
 void Values()
 {
-    Described<CMarshaler& (CMarshaler::*)(unsigned int)>(&CMarshaler::operator<<);
-    Described<CMarshaler& (CMarshaler::*)(unsigned short)>(&CMarshaler::operator<<);
-    Described<CMarshaler& (CMarshaler::*)(unsigned int&)>(&CMarshaler::operator>>);
-    Described<CMarshaler& (CMarshaler::*)(unsigned short&)>(&CMarshaler::operator>>);
-    Described<bool (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Load);
-    Described<void (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Extract);
-    Described<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Insert);
-    Described<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Store);
-    Described<void (*)(bool, unsigned int, bool, IAllocator*)>(&CPool<CMarshaler>::Initialize);
+    Promised<CMarshaler& (CMarshaler::*)(unsigned int)>(&CMarshaler::operator<<);
+    Promised<CMarshaler& (CMarshaler::*)(unsigned short)>(&CMarshaler::operator<<);
+    Promised<CMarshaler& (CMarshaler::*)(unsigned int&)>(&CMarshaler::operator>>);
+    Promised<CMarshaler& (CMarshaler::*)(unsigned short&)>(&CMarshaler::operator>>);
+    Promised<bool (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Load);
+    Promised<void (CMarshaler::*)(void*, unsigned int)>(&CMarshaler::Extract);
+    Promised<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Insert);
+    Promised<void (CMarshaler::*)(const void*, unsigned int)>(&CMarshaler::Store);
+    Promised<void (*)(bool, unsigned int, bool, IAllocator*)>(&CPool<CMarshaler>::Initialize);
 
     CMarshaler marshaler;
     const unsigned short uShort = 0x0506;
@@ -63,13 +63,13 @@ void Pool()
     static_assert(std::is_same_v<decltype(Pool::ms_uCapacity), unsigned int>);
     static_assert(std::is_same_v<decltype(Pool::ms_uLockCapacity), unsigned int>);
     static_assert(std::is_same_v<decltype(Pool::ms_pmutex), CMutex*>);
-    Described<void* (*)()>(&Pool::Allocate);
-    Described<void (*)(void*)>(&Pool::Deallocate);
-    Described<void (*)()>(&Pool::Uninitialize);
-    Described<QvResult (*)()>(&Pool::InitializeCPool);
-    Described<void (*)()>(&Pool::FinalizeCPool);
-    Described<QvResult (*)()>(&InitializeCPool<CMarshaler>);
-    Described<void (*)()>(&FinalizeCPool<CMarshaler>);
+    Promised<void* (*)()>(&Pool::Allocate);
+    Promised<void (*)(void*)>(&Pool::Deallocate);
+    Promised<void (*)()>(&Pool::Uninitialize);
+    Promised<QvResult (*)()>(&Pool::InitializeCPool);
+    Promised<void (*)()>(&Pool::FinalizeCPool);
+    Promised<QvResult (*)()>(&InitializeCPool<CMarshaler>);
+    Promised<void (*)()>(&FinalizeCPool<CMarshaler>);
 
     CHECK(Pool::ms_pBlockAllocator != nullptr && Pool::ms_pmutex != nullptr && Pool::ms_uLockCapacity == 0);
     Pool::Uninitialize();

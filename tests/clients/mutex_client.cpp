@@ -28,14 +28,14 @@ void MutexClient()
 {
     static_assert(std::has_virtual_destructor_v<CMutex> && std::has_virtual_destructor_v<CSemaphore>);
     static_assert(!std::is_polymorphic_v<CBinarySemaphore> && !std::is_base_of_v<CSemaphore, CBinarySemaphore>);
-    Described<void (CMutex::*)() const>(&CMutex::Lock);
-    Described<void (CMutex::*)() const>(&CMutex::Unlock);
-    Described<bool (CSemaphore::*)() const>(&CSemaphore::Wait);
-    Described<bool (CSemaphore::*)(unsigned long) const>(&CSemaphore::Wait);
-    Described<void (CSemaphore::*)(bool) const>(&CSemaphore::Signal);
-    Described<bool (CBinarySemaphore::*)() const>(&CBinarySemaphore::Wait);
-    Described<bool (CBinarySemaphore::*)(unsigned long) const>(&CBinarySemaphore::Wait);
-    Described<void (CBinarySemaphore::*)(bool) const>(&CBinarySemaphore::Signal);
+    Promised<void (CMutex::*)() const>(&CMutex::Lock);
+    Promised<void (CMutex::*)() const>(&CMutex::Unlock);
+    Promised<bool (CSemaphore::*)() const>(&CSemaphore::Wait);
+    Promised<bool (CSemaphore::*)(unsigned long) const>(&CSemaphore::Wait);
+    Promised<void (CSemaphore::*)(bool) const>(&CSemaphore::Signal);
+    Promised<bool (CBinarySemaphore::*)() const>(&CBinarySemaphore::Wait);
+    Promised<bool (CBinarySemaphore::*)(unsigned long) const>(&CBinarySemaphore::Wait);
+    Promised<void (CBinarySemaphore::*)(bool) const>(&CBinarySemaphore::Signal);
 
     const CMutex mutex;
     mutex.Lock();

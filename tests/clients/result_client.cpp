@@ -38,19 +38,19 @@ void Codes()
     CHECK(QV_RES_NO_INTERFACE == Code(0x80008422));
     CHECK(QV_RES_CLASS_NOT_REGISTERED == Code(0x80008424));
 
-    Described<QvResult (*)(QvResult, QvResult)>(&QvRGetWorstOf);
+    Promised<QvResult (*)(QvResult, QvResult)>(&QvRGetWorstOf);
     CHECK(QvRGetWorstOf(QV_RES_FAIL, QV_RES_INVALID_ARGUMENT) == QV_RES_FAIL);
     CHECK(QvRGetWorstOf(0, Code(0x80000003)) == Code(0x80000003));
     CHECK(QvRGetWorstOf(Code(0xC0000001), Code(0x80000003)) == Code(0xC0000001));
     CHECK(QvRGetWorstOf(0x40000000, 0) == 0x40000000);
 
-    Described<const char* (*)(QvResult)>(&QvResultGetMsgStr);
+    Promised<const char* (*)(QvResult)>(&QvResultGetMsgStr);
     CHECK(QvResultGetMsgStr(0)[0] == '\0' && QvResultGetMsgStr(QV_RES_FAIL) == QvResultGetMsgStr(0));
-    Described<QvResult (*)(QvResult, EQvPackageId)>(&QvResultInspect);
+    Promised<QvResult (*)(QvResult, EQvPackageId)>(&QvResultInspect);
     CHECK(QvResultInspect(QV_RES_FAIL, static_cast<EQvPackageId>(1)) == QV_RES_FAIL);
 
-    Described<QvResult (*)()>(&InitializeResult);
-    Described<void (*)()>(&FinalizeResult);
+    Promised<QvResult (*)()>(&InitializeResult);
+    Promised<void (*)()>(&FinalizeResult);
     CHECK(InitializeResult() == QV_RES_OK);
     FinalizeResult();
 }
@@ -60,7 +60,7 @@ void FailHandler()
     static_assert(std::is_same_v<decltype(SAssertFailHandler::pfnHandler),
                                  void (*)(unsigned int, const char*, int, const char*, const char*, unsigned int)>);
     static_assert(std::is_same_v<decltype(SAssertFailHandler::uOpaque), unsigned int>);
-    Described<SAssertFailHandler (*)(SAssertFailHandler*)>(&QvAssertSetNewFailHandler);
+    Promised<SAssertFailHandler (*)(SAssertFailHandler*)>(&QvAssertSetNewFailHandler);
     static_assert(std::is_same_v<decltype((g_pstAssertFailHandler)), SAssertFailHandler*&>);
 
     SAssertFailHandler stMine = {MyFailHandler, 7};
@@ -104,8 +104,8 @@ void Silencers()
 void ResultClient()
 {
     Codes();
-    Described<QvResult (*)()>(&InitializeQvAssert);
-    Described<void (*)()>(&FinalizeQvAssert);
+    Promised<QvResult (*)()>(&InitializeQvAssert);
+    Promised<void (*)()>(&FinalizeQvAssert);
     FailHandler();
     OtherHandler<SAssertTraceHandler>(&QvAssertSetNewTraceHandler, g_pstAssertTraceHandler);
     OtherHandler<SAssertCallStackTraceHandler>(&QvAssertSetNewCallStackTraceHandler, g_pstAssertCallStackTraceHandler);

@@ -36,11 +36,11 @@ public:
 
 void Generator()
 {
-    Described<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrng::Generate);
-    Described<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrngBremoFw::Generate);
-    Described<QvResult (*)(unsigned int, CBlob*)>(&CSecurePrngBremoFw::Generate);
-    Described<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrngBremoFw::SetSeed);
-    Described<void (*)()>(&CSecurePrngBremoFw::InitializeSeed);
+    Promised<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrng::Generate);
+    Promised<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrngBremoFw::Generate);
+    Promised<QvResult (*)(unsigned int, CBlob*)>(&CSecurePrngBremoFw::Generate);
+    Promised<QvResult (*)(unsigned int, uint8_t*)>(&CSecurePrngBremoFw::SetSeed);
+    Promised<void (*)()>(&CSecurePrngBremoFw::InitializeSeed);
     uint8_t auBytes[40] = {};
     CHECK(CSecurePrng::Generate(40, auBytes) == QV_RES_OK && CSecurePrng::Generate(0, auBytes) == QV_RES_OK);
     CHECK(CSecurePrng::Generate(5, nullptr) == QV_RES_INVALID_ARGUMENT);
@@ -65,8 +65,8 @@ void Generator()
 
 void Seed()
 {
-    Described<QvResult (*)(uint8_t*)>(&CSecureSeed::GenerateSeed);
-    Described<QvResult (*)(uint8_t*)>(&CSecureSeedBremoFw::GenerateSeed);
+    Promised<QvResult (*)(uint8_t*)>(&CSecureSeed::GenerateSeed);
+    Promised<QvResult (*)(uint8_t*)>(&CSecureSeedBremoFw::GenerateSeed);
     uint8_t auSeed[20] = {};
     const unsigned int uBefore = CMySeed::Counter();
     CHECK(CSecureSeed::GenerateSeed(auSeed) == QV_RES_OK && CSecureSeedBremoFw::GenerateSeed(auSeed) == QV_RES_OK);
@@ -87,10 +87,10 @@ void SecurePrngClient()
                   std::is_convertible_v<CSecureSeed*, CSecureSeedBremoFw*>);
     Generator();
     Seed();
-    Described<QvResult (*)()>(&InitializeCSecurePrngBremoFw);
-    Described<void (*)()>(&FinalizeCSecurePrngBremoFw);
-    Described<QvResult (*)()>(&InitializeCSecureSeedBremoFw);
-    Described<void (*)()>(&FinalizeCSecureSeedBremoFw);
+    Promised<QvResult (*)()>(&InitializeCSecurePrngBremoFw);
+    Promised<void (*)()>(&FinalizeCSecurePrngBremoFw);
+    Promised<QvResult (*)()>(&InitializeCSecureSeedBremoFw);
+    Promised<void (*)()>(&FinalizeCSecureSeedBremoFw);
     FinalizeCSecurePrngBremoFw();
     FinalizeCSecureSeedBremoFw();
     CHECK(CSecurePrngBremoFw::InitializeCSecurePrngBremoFw() == QV_RES_OK);

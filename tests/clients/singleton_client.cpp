@@ -32,12 +32,12 @@ public:
 
 void SingletonClient()
 {
-    Described<CService* (*)()>(&CSingleton<CService>::Instance);
-    Described<void (*)()>(&CSingleton<CService>::DestroyInstance);
-    Described<QvResult (*)()>(&CSingletonBase::InitializeCSingletonBase);
-    Described<void (*)()>(&CSingletonBase::FinalizeCSingletonBase);
-    Described<QvResult (*)()>(&InitializeCSingleton);
-    Described<void (*)()>(&FinalizeCSingleton);
+    Promised<CService* (*)()>(&CSingleton<CService>::Instance);
+    Promised<void (*)()>(&CSingleton<CService>::DestroyInstance);
+    Promised<QvResult (*)()>(&CSingletonBase::InitializeCSingletonBase);
+    Promised<void (*)()>(&CSingletonBase::FinalizeCSingletonBase);
+    Promised<QvResult (*)()>(&InitializeCSingleton);
+    Promised<void (*)()>(&FinalizeCSingleton);
     static_assert(std::is_base_of_v<CSingletonBase, CSingleton<CService>>);
     static_assert(!std::is_polymorphic_v<CSingletonBase> && std::is_empty_v<CSingletonBase>);
     static_assert(std::has_virtual_destructor_v<CSingleton<CService>>);
@@ -61,9 +61,9 @@ void SingletonClient()
     CHECK(CService::Instance() != nullptr && CService::ms_uAlive == 1);
     CSingleton<CService>::DestroyInstance();
 
-    Described<CDefaultAllocator* (*)()>(&CSingleton<CDefaultAllocator>::Instance);
+    Promised<CDefaultAllocator* (*)()>(&CSingleton<CDefaultAllocator>::Instance);
     CHECK(CSingleton<CDefaultAllocator>::Instance() == CSingleton<CDefaultAllocator>::ms_pInstance);
-    Described<CCrypto* (*)()>(&CSingleton<CCrypto>::Instance);
+    Promised<CCrypto* (*)()>(&CSingleton<CCrypto>::Instance);
     CHECK(CSingleton<CCrypto>::Instance() == CSingleton<CCrypto>::ms_pInstance);
 
     FinalizeCSingleton();

@@ -39,7 +39,7 @@ public:
         CHECK(GetSize() == 0 && GetRefCount() == 0);
         CHECK(MakeNullSafe(nullptr) == g_szEMPTY_STRING && MakeNullSafe("a")[0] == 'a');
         CHECK(MakeNullSafe(0) == g_szEMPTY_STRING && MakeNullSafe(NULL) == g_szEMPTY_STRING);
-        Described<const char* (*)(const char*)>(&CMyString::MakeNullSafe);
+        Promised<const char* (*)(const char*)>(&CMyString::MakeNullSafe);
         static_assert(std::is_same_v<decltype(ms_pmutex), CMutex*>);
         CHECK(static_cast<void*>(ms_pmutex) == static_cast<void*>(ms_auMutex));
         static_assert(std::is_same_v<decltype(ms_pstEmptyStringInfo), SStringInfo*>);
@@ -71,11 +71,11 @@ void Construction()
     CString strCopy(strText);
     CHECK(strEmpty == strNull && strNone == strZero && strPart == "te" && strCopy == strText);
     CHECK(strEmpty == nullptr && strEmpty == g_szEMPTY_STRING && strText.CStr() == strCopy.CStr());
-    Described<CString& (CString::*)(const CString&)>(&CString::operator=);
-    Described<CString& (CString::*)(const char*)>(&CString::operator=);
-    Described<CString& (CString::*)(char)>(&CString::operator=);
-    Described<bool (CString::*)(const CString&) const>(&CString::operator==);
-    Described<bool (CString::*)(const char*) const>(&CString::operator==);
+    Promised<CString& (CString::*)(const CString&)>(&CString::operator=);
+    Promised<CString& (CString::*)(const char*)>(&CString::operator=);
+    Promised<CString& (CString::*)(char)>(&CString::operator=);
+    Promised<bool (CString::*)(const CString&) const>(&CString::operator==);
+    Promised<bool (CString::*)(const char*) const>(&CString::operator==);
     strCopy = 'c';
     CHECK(strCopy == "c");
     strCopy = '\0';
@@ -83,9 +83,9 @@ void Construction()
     strCopy = nullptr;
     strCopy = "other";
     CHECK((strCopy = strText) == strText);
-    Described<int (CString::*)(const char*) const>(&CString::CaseInsCmp);
+    Promised<int (CString::*)(const char*) const>(&CString::CaseInsCmp);
     CHECK(strText.CaseInsCmp("TEXT") == 0 && strText.CaseInsCmp("texu") < 0);
-    Described<unsigned int (CString::*)(unsigned int, const char*) const>(&CString::FindSubstring);
+    Promised<unsigned int (CString::*)(unsigned int, const char*) const>(&CString::FindSubstring);
     CHECK(strText.FindSubstring(0, "xt") == 2 && strText.FindSubstring(1, "te") == 4);
     CHECK(strText.FindSubstring(0, nullptr) == 4);
 }
@@ -93,20 +93,20 @@ void Construction()
 void Editing()
 {
     CString str("text");
-    Described<QvResult (CString::*)(unsigned int, unsigned int, const char*, unsigned int)>(&CString::Insert);
-    Described<QvResult (CString::*)(unsigned int, unsigned int, const CString&, unsigned int, unsigned int)>(
+    Promised<QvResult (CString::*)(unsigned int, unsigned int, const char*, unsigned int)>(&CString::Insert);
+    Promised<QvResult (CString::*)(unsigned int, unsigned int, const CString&, unsigned int, unsigned int)>(
         &CString::Insert);
-    Described<QvResult (CString::*)(unsigned int, unsigned int, char)>(&CString::Insert);
+    Promised<QvResult (CString::*)(unsigned int, unsigned int, char)>(&CString::Insert);
     CHECK(str.Insert(0, 2, "ab", 65535) == QV_RES_OK && str.Insert(0, 1, 'c') == QV_RES_OK);
     CHECK(str.Insert(9, 1, CString("xyz"), 1, 2) == QV_RES_OK && str == "cababtextyz");
     CHECK(str.Insert(0, 1, nullptr, 65535) == QV_RES_OK && str.Insert(0, 0, NULL, 0) == QV_RES_OK);
     CHECK(str.Insert(99, 1, "a", 1) == QV_RES_INVALID_ARGUMENT);
     CHECK(str.Insert(0, 1, str, 9, 9) == QV_RES_INVALID_ARGUMENT);
-    Described<void (CString::*)(unsigned int, unsigned int)>(&CString::Erase);
+    Promised<void (CString::*)(unsigned int, unsigned int)>(&CString::Erase);
     str.Erase(0, 5);
-    Described<char* (CString::*)()>(&CString::GetBuffer);
+    Promised<char* (CString::*)()>(&CString::GetBuffer);
     str.GetBuffer()[0] = 'T';
-    Described<void (CString::*)(unsigned int, char)>(&CString::SetAt);
+    Promised<void (CString::*)(unsigned int, char)>(&CString::SetAt);
     str.SetAt(1, 'E');
     static_assert(std::is_reference_v<decltype(static_cast<const CString&>(str).GetAt(0))>);
     CHECK(str == "TExtyz" && str.GetAt(2) == 'x');
@@ -114,10 +114,10 @@ void Editing()
     str.TrimLeftSide('t');
     str.TrimRightSide('z');
     CHECK(str == "exty");
-    Described<void (CString::*)(unsigned int)>(&CString::Resize);
+    Promised<void (CString::*)(unsigned int)>(&CString::Resize);
     str.Resize(2);
-    Described<QvResult (CString::*)(unsigned short)>(&CString::ReserveCapacity);
-    Described<QvResult (CString::*)(unsigned short)>(&CString::ReduceCapacity);
+    Promised<QvResult (CString::*)(unsigned short)>(&CString::ReserveCapacity);
+    Promised<QvResult (CString::*)(unsigned short)>(&CString::ReduceCapacity);
     CHECK(str.ReserveCapacity(33) == QV_RES_OK && str.GetCapacity() == 64);
     CHECK(str.ReduceCapacity(0) == QV_RES_OK && str.GetCapacity() == 32);
     str.EraseAll();
@@ -134,21 +134,21 @@ void Sums()
     str += nullptr;
     CHECK(str == "abc" && strA + strA == "aa" && strA + "b" == "ab" && strA + 'c' == "ac");
     CHECK(strA + nullptr == "a" && "x" + strA == "xa" && 'y' + strA == "ya");
-    Described<CString& (CString::*)(const CString&)>(&CString::operator+=);
-    Described<CString& (CString::*)(const char*)>(&CString::operator+=);
-    Described<CString& (CString::*)(char)>(&CString::operator+=);
-    Described<CString (CString::*)(const CString&) const>(&CString::operator+);
-    Described<CString (CString::*)(const char*) const>(&CString::operator+);
-    Described<CString (CString::*)(char) const>(&CString::operator+);
-    Described<CString (*)(const char*, const CString&)>(&operator+);
-    Described<CString (*)(char, const CString&)>(&operator+);
+    Promised<CString& (CString::*)(const CString&)>(&CString::operator+=);
+    Promised<CString& (CString::*)(const char*)>(&CString::operator+=);
+    Promised<CString& (CString::*)(char)>(&CString::operator+=);
+    Promised<CString (CString::*)(const CString&) const>(&CString::operator+);
+    Promised<CString (CString::*)(const char*) const>(&CString::operator+);
+    Promised<CString (CString::*)(char) const>(&CString::operator+);
+    Promised<CString (*)(const char*, const CString&)>(&operator+);
+    Promised<CString (*)(char, const CString&)>(&operator+);
 }
 
 void Formatting()
 {
     CString str;
-    Described<QvResult (CString::*)(unsigned int, const char*, ...)>(&CString::Format);
-    Described<QvResult (CString::*)(unsigned int, const char*, va_list)>(&CString::Format);
+    Promised<QvResult (CString::*)(unsigned int, const char*, ...)>(&CString::Format);
+    Promised<QvResult (CString::*)(unsigned int, const char*, va_list)>(&CString::Format);
     CHECK(str.Format(0, "%d-%s", 42, "text") == QV_RES_OK && str == "42-text" && str.GetCapacity() == 32);
     CHECK(str.Format(str.GetSize(), "%c", '!') == QV_RES_OK && str == "42-text!");
     CHECK(str.Format(0, "no argument") == QV_RES_OK && str == "no argument");
@@ -163,8 +163,8 @@ void Formatting()
 
 void Serialisation()
 {
-    Described<CMarshaler& (*)(CMarshaler&, const CString&)>(&operator<<);
-    Described<CMarshaler& (*)(CMarshaler&, CString&)>(&operator>>);
+    Promised<CMarshaler& (*)(CMarshaler&, const CString&)>(&operator<<);
+    Promised<CMarshaler& (*)(CMarshaler&, CString&)>(&operator>>);
     CMarshaler marshaler;
     const CString strText("text");
     CString strBack("before");
@@ -188,8 +188,8 @@ void StringClient()
     Formatting();
     Serialisation();
     CHECK(std::strcmp(g_szNULL, "NULL") == 0 && g_szEMPTY_STRING[0] == '\0');
-    Described<QvResult (*)()>(&CString::InitializeCString);
-    Described<void (*)()>(&CString::FinalizeCString);
-    Described<QvResult (*)()>(&InitializeCString);
-    Described<void (*)()>(&FinalizeCString);
+    Promised<QvResult (*)()>(&CString::InitializeCString);
+    Promised<void (*)()>(&CString::FinalizeCString);
+    Promised<QvResult (*)()>(&InitializeCString);
+    Promised<void (*)()>(&FinalizeCString);
 }

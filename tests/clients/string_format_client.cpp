@@ -24,28 +24,28 @@ FormatList(char* pszBuf, int nSize, const char* pszFormat, ...)
 
 void Texts()
 {
-    Described<int (*)(char*, int, const char*, va_list)>(&QvVsnprintf);
-    Described<int (*)(char*, int, const char*, ...)>(&QvSnprintf);
+    Promised<int (*)(char*, int, const char*, va_list)>(&QvVsnprintf);
+    Promised<int (*)(char*, int, const char*, ...)>(&QvSnprintf);
     char szText[64];
     CHECK(FormatList(szText, 8, "%d", 42) == 2 && std::strcmp(szText, "42") == 0);
     CHECK(QvSnprintf(szText, 4, "%s", "abcdef") == 4 && std::memcmp(szText, "abcd", 4) == 0);
     CHECK(QvSnprintf(szText, sizeof szText, "%s-%c", "text", 'x') == 6);
 
-    Described<int (*)(char*, int, int)>(&QvStrErrorReentrant);
+    Promised<int (*)(char*, int, int)>(&QvStrErrorReentrant);
     CHECK(QvStrErrorReentrant(szText, sizeof szText, ENOENT) > 0);
     CHECK(std::strcmp(szText, std::strerror(ENOENT)) == 0);
 
-    Described<int (*)(const char*, const char*)>(&QvStringCaseCompare);
+    Promised<int (*)(const char*, const char*)>(&QvStringCaseCompare);
     CHECK(QvStringCaseCompare("TEXT", "text") == 0 && QvStringCaseCompare("a", "B") < 0);
-    Described<int (*)(const char*, const char*, int)>(&QvStringCaseCompareLength);
+    Promised<int (*)(const char*, const char*, int)>(&QvStringCaseCompareLength);
     CHECK(QvStringCaseCompareLength("TEXt1", "text2", 4) == 0);
 }
 
 void Numbers()
 {
-    Described<int (*)(char*, int, unsigned int, int)>(&QvUnsignedInt32ToString);
-    Described<int (*)(char*, int, unsigned long, int)>(&QvUnsignedInt64ToString);
-    Described<unsigned long (*)(const char*, char**, int)>(&QvStringToUnsignedInt64);
+    Promised<int (*)(char*, int, unsigned int, int)>(&QvUnsignedInt32ToString);
+    Promised<int (*)(char*, int, unsigned long, int)>(&QvUnsignedInt64ToString);
+    Promised<unsigned long (*)(const char*, char**, int)>(&QvStringToUnsignedInt64);
     char szText[32];
     CHECK(QvUnsignedInt32ToString(szText, 10, 255, 16) == 2 && std::strcmp(szText, "FF") == 0);
     CHECK(QvUnsignedInt32ToString(szText, 10, 5, 1) == 1 && std::strcmp(szText, "?") == 0);
@@ -64,8 +64,8 @@ void Numbers()
 
 void Hex()
 {
-    Described<unsigned int (*)(bool, const unsigned char*, unsigned int, unsigned char*, unsigned int)>(&AsciiToHex);
-    Described<unsigned int (*)(const unsigned char*, unsigned int, unsigned char*, unsigned int)>(&HexToAscii);
+    Promised<unsigned int (*)(bool, const unsigned char*, unsigned int, unsigned char*, unsigned int)>(&AsciiToHex);
+    Promised<unsigned int (*)(const unsigned char*, unsigned int, unsigned char*, unsigned int)>(&HexToAscii);
     const unsigned char auBytes[2] = {0xAB, 0x01};
     unsigned char auHex[5];
     CHECK(AsciiToHex(false, auBytes, 2, auHex, 5) == 4 && std::memcmp(auHex, "ab01", 5) == 0);
@@ -81,8 +81,8 @@ void StringFormatClient()
     Texts();
     Numbers();
     Hex();
-    Described<QvResult (*)()>(&InitializeQvStringFormat);
-    Described<void (*)()>(&FinalizeQvStringFormat);
+    Promised<QvResult (*)()>(&InitializeQvStringFormat);
+    Promised<void (*)()>(&FinalizeQvStringFormat);
     FinalizeQvStringFormat();
     CHECK(InitializeQvStringFormat() == QV_RES_OK);
 }

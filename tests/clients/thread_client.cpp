@@ -53,14 +53,14 @@ public:
         CHECK(static_cast<void*>(ms_psemFinalizeWaitThread) == static_cast<void*>(ms_auSemFinalizeWaitThread));
         CHECK(ms_bTsdInitialized && !ms_bFinalizing);
 
-        Described<void* (*)(void*)>(&CMyThread::ThreadEntry);
-        Described<void (*)(STsdKey*, STsdKey*)>(&CMyThread::DeleteTsdKey);
-        Described<void (*)(STsd*)>(&CMyThread::FreeTsdCallback);
-        Described<QvResult (*)()>(&CMyThread::InitializeTsd);
-        Described<void (*)()>(&CMyThread::FinalizeTsd);
+        Promised<void* (*)(void*)>(&CMyThread::ThreadEntry);
+        Promised<void (*)(STsdKey*, STsdKey*)>(&CMyThread::DeleteTsdKey);
+        Promised<void (*)(STsd*)>(&CMyThread::FreeTsdCallback);
+        Promised<QvResult (*)()>(&CMyThread::InitializeTsd);
+        Promised<void (*)()>(&CMyThread::FinalizeTsd);
         ThreadEntryEnd();
         CHECK(InitializeTsd() == QV_RES_OK && GetCurrentTsd() != nullptr);
-        Described<STsdKey* (*)(unsigned int, STsdKey**)>(&CMyThread::FindTsdKey);
+        Promised<STsdKey* (*)(unsigned int, STsdKey**)>(&CMyThread::FindTsdKey);
         STsdKey* pPrevious = nullptr;
         CHECK(FindTsdKey(0, &pPrevious) == nullptr && FindTsdKey(g_uKey, &pPrevious) == ms_pTsdKeyHead);
         CHECK(sizeof(STsdValue) == 24 && sizeof(STsd) == 32 && sizeof(STsdKey) == 32);
@@ -69,10 +69,10 @@ public:
 
 void ThreadData()
 {
-    Described<QvResult (*)(void (*)(unsigned int), unsigned int&)>(&CThread::CreateKey);
-    Described<QvResult (*)(unsigned int)>(&CThread::DeleteKey);
-    Described<QvResult (*)(unsigned int, unsigned int)>(&CThread::SetSpecific);
-    Described<QvResult (*)(unsigned int, unsigned int&)>(&CThread::GetSpecific);
+    Promised<QvResult (*)(void (*)(unsigned int), unsigned int&)>(&CThread::CreateKey);
+    Promised<QvResult (*)(unsigned int)>(&CThread::DeleteKey);
+    Promised<QvResult (*)(unsigned int, unsigned int)>(&CThread::SetSpecific);
+    Promised<QvResult (*)(unsigned int, unsigned int&)>(&CThread::GetSpecific);
     CHECK(CThread::CreateKey(nullptr, g_uKey) == QV_RES_OK && CThread::DeleteKey(g_uKey) == QV_RES_OK);
     CHECK(CThread::CreateKey(0, g_uKey) == QV_RES_OK && CThread::DeleteKey(g_uKey) == QV_RES_OK);
     CHECK(CThread::CreateKey(NULL, g_uKey) == QV_RES_OK && CThread::DeleteKey(g_uKey) == QV_RES_OK);
@@ -89,18 +89,18 @@ void ThreadData()
 
 void ThreadClient()
 {
-    Described<QvResult (CThread::*)(unsigned int (*)(unsigned int), unsigned int, const char*, unsigned int,
-                                    CThread::EPriority)>(&CThread::StartThread);
-    Described<QvResult (CThread::*)(unsigned int*)>(&CThread::Join);
-    Described<CThread* (*)()>(&CThread::GetThreadSelf);
-    Described<bool (CThread::*)() const>(&CThread::IsCurrentThread);
-    Described<bool (CThread::*)(const CThread&) const>(&CThread::operator==);
-    Described<unsigned int (CThread::*)() const>(&CThread::GetId);
-    Described<unsigned int (*)()>(&CThread::GetCurrentId);
-    Described<QvResult (*)()>(&CThread::InitializeCThread);
-    Described<void (*)()>(&CThread::FinalizeCThread);
-    Described<QvResult (*)()>(&InitializeCThread);
-    Described<void (*)()>(&FinalizeCThread);
+    Promised<QvResult (CThread::*)(unsigned int (*)(unsigned int), unsigned int, const char*, unsigned int,
+                                   CThread::EPriority)>(&CThread::StartThread);
+    Promised<QvResult (CThread::*)(unsigned int*)>(&CThread::Join);
+    Promised<CThread* (*)()>(&CThread::GetThreadSelf);
+    Promised<bool (CThread::*)() const>(&CThread::IsCurrentThread);
+    Promised<bool (CThread::*)(const CThread&) const>(&CThread::operator==);
+    Promised<unsigned int (CThread::*)() const>(&CThread::GetId);
+    Promised<unsigned int (*)()>(&CThread::GetCurrentId);
+    Promised<QvResult (*)()>(&CThread::InitializeCThread);
+    Promised<void (*)()>(&CThread::FinalizeCThread);
+    Promised<QvResult (*)()>(&InitializeCThread);
+    Promised<void (*)()>(&FinalizeCThread);
     static_assert(std::has_virtual_destructor_v<CThread>);
 
     g_uDestroyed = 0;

@@ -23,8 +23,8 @@ public:
         unsigned int (CMyZone::*const pfnForJ0)(unsigned short, unsigned short) = &CMyZone::GetJulianDateForJ0;
         unsigned int (CMyZone::*const pfnForJ1)(unsigned short, unsigned short) = &CMyZone::GetJulianDateForJ1;
         CHECK((this->*pfnForJ0)(2023, 0) == (this->*pfnForJ1)(2023, 1));
-        Described<unsigned int (CMyZone::*)(unsigned short, SLimit&)>(&CMyZone::GetJulianDate);
-        Described<unsigned int (CMyZone::*)(unsigned short, SM&)>(&CMyZone::GetJulianDateForM);
+        Promised<unsigned int (CMyZone::*)(unsigned short, SLimit&)>(&CMyZone::GetJulianDate);
+        Promised<unsigned int (CMyZone::*)(unsigned short, SM&)>(&CMyZone::GetJulianDateForM);
         void (CMyZone::*const pfnDetermine)(unsigned short) = &CMyZone::DetermineJulianLimits;
         (this->*pfnDetermine)(2024);
         SM stM = {3, 2, 0};
@@ -77,16 +77,16 @@ void Types()
 {
     using Y = unsigned short&;
     using V = unsigned short;
-    Described<const char* (CTimeZone::*)() const>(&CTimeZone::GetTimeZone);
-    Described<QvResult (CTimeZone::*)(const char*)>(&CTimeZone::SetTimeZone);
-    Described<CTimeZone (CTimeZone::*)(const CTimeZone&)>(&CTimeZone::operator=);
-    Described<bool (CTimeZone::*)(unsigned int, unsigned int, bool) const>(&CTimeZone::IsDayLightSavingInEffect);
-    Described<bool (CTimeZone::*)(V, V, V, V, V, V, V, bool) const>(&CTimeZone::IsDayLightSavingInEffect);
-    Described<void (CTimeZone::*)(unsigned int&, unsigned int&) const>(&CTimeZone::ConvertFromUTCToLocale);
-    Described<void (CTimeZone::*)(unsigned int&, unsigned int&) const>(&CTimeZone::ConvertFromLocaleToUTC);
-    Described<void (CTimeZone::*)(Y, Y, Y, Y, Y, Y, Y) const>(&CTimeZone::ConvertFromUTCToLocale);
-    Described<void (CTimeZone::*)(Y, Y, Y, Y, Y, Y, Y) const>(&CTimeZone::ConvertFromLocaleToUTC);
-    Described<bool (*)(unsigned short)>(&CTimeZone::IsLeapYear);
+    Promised<const char* (CTimeZone::*)() const>(&CTimeZone::GetTimeZone);
+    Promised<QvResult (CTimeZone::*)(const char*)>(&CTimeZone::SetTimeZone);
+    Promised<CTimeZone (CTimeZone::*)(const CTimeZone&)>(&CTimeZone::operator=);
+    Promised<bool (CTimeZone::*)(unsigned int, unsigned int, bool) const>(&CTimeZone::IsDayLightSavingInEffect);
+    Promised<bool (CTimeZone::*)(V, V, V, V, V, V, V, bool) const>(&CTimeZone::IsDayLightSavingInEffect);
+    Promised<void (CTimeZone::*)(unsigned int&, unsigned int&) const>(&CTimeZone::ConvertFromUTCToLocale);
+    Promised<void (CTimeZone::*)(unsigned int&, unsigned int&) const>(&CTimeZone::ConvertFromLocaleToUTC);
+    Promised<void (CTimeZone::*)(Y, Y, Y, Y, Y, Y, Y) const>(&CTimeZone::ConvertFromUTCToLocale);
+    Promised<void (CTimeZone::*)(Y, Y, Y, Y, Y, Y, Y) const>(&CTimeZone::ConvertFromLocaleToUTC);
+    Promised<bool (*)(unsigned short)>(&CTimeZone::IsLeapYear);
     static_assert(std::has_virtual_destructor_v<CTimeZone>);
 }
 }  // namespace

@@ -32,14 +32,14 @@ public:
 void TimerClient()
 {
     static_assert(std::has_virtual_destructor_v<CTimer>);
-    Described<unsigned long (*)()>(&CTimer::GetSystemUpTimeMs);
-    Described<bool (CTimer::*)(unsigned long)>(&CTimer::StartCyclicWait);
-    Described<bool (CTimer::*)(bool)>(&CTimer::CyclicWait);
-    Described<void (CTimer::*)()>(&CTimer::StopCyclicWait);
-    Described<QvResult (*)()>(&CTimer::InitializeCTimer);
-    Described<void (*)()>(&CTimer::FinalizeCTimer);
-    Described<QvResult (*)()>(&InitializeCTimer);
-    Described<void (*)()>(&FinalizeCTimer);
+    Promised<unsigned long (*)()>(&CTimer::GetSystemUpTimeMs);
+    Promised<bool (CTimer::*)(unsigned long)>(&CTimer::StartCyclicWait);
+    Promised<bool (CTimer::*)(bool)>(&CTimer::CyclicWait);
+    Promised<void (CTimer::*)()>(&CTimer::StopCyclicWait);
+    Promised<QvResult (*)()>(&CTimer::InitializeCTimer);
+    Promised<void (*)()>(&CTimer::FinalizeCTimer);
+    Promised<QvResult (*)()>(&InitializeCTimer);
+    Promised<void (*)()>(&FinalizeCTimer);
 
     const unsigned long uBefore = CTimer::GetSystemUpTimeMs();
     CHECK(CTimer::GetSystemUpTimeMs() >= uBefore);

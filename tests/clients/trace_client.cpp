@@ -63,7 +63,7 @@ void Handlers()
 void TraceClient()
 {
     Handlers();
-    Described<void (*)(EQvPackageId, bool)>(&QvTraceSetPackagePermitted);
+    Promised<void (*)(EQvPackageId, bool)>(&QvTraceSetPackagePermitted);
     QvTraceSetPackagePermitted(ePackage, true);
     CHECK(QvTraceGetPackagePermitted(ePackage) == 0);
     QvTraceAddLevelPermitted(eLevel);
@@ -90,14 +90,14 @@ void TraceClient()
         pfnOutput(eLevel, eCategory, ePackage, "text", 4);
         pfnOutput(eLevel, eCategory, ePackage, nullptr, 0);
     }
-    Described<void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId)>(&QvTraceAllCallStacks);
+    Promised<void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId)>(&QvTraceAllCallStacks);
     QvTraceAllCallStacks(eLevel, eCategory, ePackage);
 
-    Described<QvResult (*)()>(&InitializeQvTraceKernel);
+    Promised<QvResult (*)()>(&InitializeQvTraceKernel);
     CHECK(InitializeQvTraceKernel() == QV_RES_OK);
-    Described<void (*)()>(&FinalizeQvTraceKernel);
+    Promised<void (*)()>(&FinalizeQvTraceKernel);
     FinalizeQvTraceKernel();
     CHECK(InitializeQvTraceTime() == QV_RES_OK);
-    Described<void (*)()>(&FinalizeQvTraceTime);
+    Promised<void (*)()>(&FinalizeQvTraceTime);
     FinalizeQvTraceTime();
 }

@@ -92,28 +92,27 @@ void Transfers(CInts& rList)
 void VectorListClient()
 {
     using B = CVListBase;
-    Described<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
-    Described<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);
-    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int)>(&B::InsertSorted);
-    Described<void* (B::*)(unsigned int)>(&B::Allocate);
-    Described<QvResult (B::*)(const void*, PFNCompare, unsigned int, void**)>(&B::AllocateSorted);
-    Described<void (B::*)(unsigned int, unsigned int)>(&B::Swap);
-    Described<void (B::*)(PFNCompare, unsigned int)>(&B::Sort);
-    Described<unsigned int (B::*)(unsigned int, const void*, PFNCompare, unsigned int) const>(&B::Find);
-    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::FindSorted);
-    Described<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::InternalFindSorted);
-    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMinElementIndex);
-    Described<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMaxElementIndex);
-    Described<QvResult (*)(CVListBase*, unsigned int, const CVListBase*, unsigned int, unsigned int)>(
-        &CVListBase::Copy);
-    Described<QvResult (*)(CVListBase*, unsigned int, CVListBase*, unsigned int, unsigned int)>(&CVListBase::Move);
-    Described<QvResult (CVListBase::*)(unsigned int, unsigned int, const void*)>(&CVListBase::Insert);
-    Described<QvResult (CVListBase::*)(unsigned int, const CVListBase&)>(&CVListBase::Insert);
-    Described<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Merge);
-    Described<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Split);
-    Described<void (CVListBase::*)(unsigned int, unsigned int)>(&CVListBase::Erase);
-    Described<void* (CVListBase::*)(unsigned int)>(&CVListBase::GetAt);
-    Described<const void* (CVListBase::*)(unsigned int) const>(&CVListBase::GetAt);
+    Promised<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
+    Promised<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);
+    Promised<QvResult (B::*)(const void*, PFNCompare, unsigned int)>(&B::InsertSorted);
+    Promised<void* (B::*)(unsigned int)>(&B::Allocate);
+    Promised<QvResult (B::*)(const void*, PFNCompare, unsigned int, void**)>(&B::AllocateSorted);
+    Promised<void (B::*)(unsigned int, unsigned int)>(&B::Swap);
+    Promised<void (B::*)(PFNCompare, unsigned int)>(&B::Sort);
+    Promised<unsigned int (B::*)(unsigned int, const void*, PFNCompare, unsigned int) const>(&B::Find);
+    Promised<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::FindSorted);
+    Promised<unsigned int (B::*)(const void*, PFNCompare, unsigned int) const>(&B::InternalFindSorted);
+    Promised<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMinElementIndex);
+    Promised<unsigned int (B::*)(PFNCompare, unsigned int) const>(&B::GetMaxElementIndex);
+    Promised<QvResult (*)(CVListBase*, unsigned int, const CVListBase*, unsigned int, unsigned int)>(&CVListBase::Copy);
+    Promised<QvResult (*)(CVListBase*, unsigned int, CVListBase*, unsigned int, unsigned int)>(&CVListBase::Move);
+    Promised<QvResult (CVListBase::*)(unsigned int, unsigned int, const void*)>(&CVListBase::Insert);
+    Promised<QvResult (CVListBase::*)(unsigned int, const CVListBase&)>(&CVListBase::Insert);
+    Promised<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Merge);
+    Promised<QvResult (CVListBase::*)(unsigned int, CVListBase&)>(&CVListBase::Split);
+    Promised<void (CVListBase::*)(unsigned int, unsigned int)>(&CVListBase::Erase);
+    Promised<void* (CVListBase::*)(unsigned int)>(&CVListBase::GetAt);
+    Promised<const void* (CVListBase::*)(unsigned int) const>(&CVListBase::GetAt);
     static_assert(std::has_virtual_destructor_v<CVListBase>);
 
     const CBlockAllocator blocks(sizeof(int), nullptr);

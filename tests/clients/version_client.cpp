@@ -29,17 +29,17 @@ void VersionClient()
     }
     CHECK(copy.SetMajor(1).SetMinor(10).SetRelease(0).SetBuild(0).GetMinor() == 10);
 
-    Described<int (CVersion::*)(char*, unsigned int) const>(&CVersion::GetStr);
+    Promised<int (CVersion::*)(char*, unsigned int) const>(&CVersion::GetStr);
     char szText[16];
     CHECK(version.GetStr(szText, sizeof szText) == 7 && std::strcmp(szText, "1.2.3.4") == 0);
     CHECK(CVersion("10.20.30.40").GetStr(szText, 4) == 4 && std::memcmp(szText, "10.2", 4) == 0);
 
-    Described<bool (CVersion::*)(const char*)>(&CVersion::SetStr);
+    Promised<bool (CVersion::*)(const char*)>(&CVersion::SetStr);
     CHECK(!copy.SetStr(nullptr) && !copy.SetStr(0) && !copy.SetStr(NULL));
     CHECK(!copy.SetStr("1.2.3") && !copy.SetStr("1.2.3.256") && copy.SetStr("1.2.3.4-beta"));
     CHECK(copy == version);
 
-    Described<CVersion& (CVersion::*)(const CVersion&)>(&CVersion::operator=);
+    Promised<CVersion& (CVersion::*)(const CVersion&)>(&CVersion::operator=);
     CHECK(&(copy = zero) == &copy);
     using PFNCompare = bool (CVersion::*)(const CVersion&) const;
     const CVersion larger("1.10.0.0");
@@ -51,7 +51,7 @@ void VersionClient()
     CHECK((larger.*PFNCompare{&CVersion::operator!=})(smaller) && larger != smaller);
     CHECK(!(larger.*PFNCompare{&CVersion::operator==})(smaller));
 
-    Described<bool (CVersion::*)(CVersion, CVersion) const>(&CVersion::IsInRange);
+    Promised<bool (CVersion::*)(CVersion, CVersion) const>(&CVersion::IsInRange);
     CHECK(version.IsInRange(version, version) && version.IsInRange("1.0.0.0", "1.2.3.4"));
     CHECK(!version.IsInRange(smaller, larger));
 }
