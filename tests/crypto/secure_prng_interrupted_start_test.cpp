@@ -77,6 +77,13 @@ bool IsLockFree()
 #pragma GCC visibility push(default)
 extern "C"
 {
+    // ThreadSanitizer asks for it: a child has no thread to join, and would be told that it leaks its parent's.
+    const char* __tsan_default_options();  // NOLINT(bugprone-reserved-identifier)
+    const char* __tsan_default_options()   // NOLINT(bugprone-reserved-identifier)
+    {
+        return "report_thread_leaks=0";
+    }
+
     int select(int nCount, fd_set* pReadable, fd_set* pWritable, fd_set* pExceptional, timeval* pTimeout)
     {
         if (t_bCancelInSelect)
