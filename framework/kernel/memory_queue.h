@@ -112,10 +112,23 @@ public:
     bool PushCopy(const void* pvRecord, unsigned int uSize)
     {
         const uint64_t uFootprint = Footprint(uSize);
-        if (__builtin_expect(!FitsAtWrite(uFootprint), 0) && !WrapForFootprint(uFootprint)) return false;
-        unsigned char* const puRecord = m_puWrite;
-        unsigned char* const puPayload = PayloadOf(puRecord);
+        unsigned char* puRecord = m_puWrite;
+        // Room for the record and for a header behind it: the usual case, in one comparison.
+        const unsigned char* const puLimit = puRecord < m_puRead ? m_puRead : m_puEnd;
+        if (__builtin_expect(Distance(puRecord, puLimit) >= uFootprint + uHEADER_SIZE, 1))
+        {
+            unsigned char* const puPayload = PayloadOf(puRecord);
+            unsigned char* const puNext = puRecord + uFootprint;
+            m_puWrite = puNext;
+            StoreSize(puRecord, uSize);
+            StoreSize(puNext, uNO_RECORD);
+            if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
+            return true;
+        }
+        if (!FitsAtWrite(uFootprint) && !WrapForFootprint(uFootprint)) return false;
+        puRecord = m_puWrite;
         MoveWriter(puRecord + uFootprint);
+        unsigned char* const puPayload = PayloadOf(puRecord);
         StoreSize(puRecord, uSize);
         if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
         return true;
@@ -160,8 +173,10 @@ private:
     /// In 64 bits, so that no size wraps to a small one.
     uint64_t Footprint(unsigned int uSize) const
     {
-        const uint64_t uHeader = QV_ALIGNUP_VAL<uint64_t>(uHEADER_SIZE, m_uAlignment);
-        return QV_ALIGNUP_VAL<uint64_t>(uHeader + uSize, uHEADER_SIZE);
+        // The aligned header is the larger of two powers of two, a multiple of 4; the size is rounded up on its own,
+        // for a constant one by the compiler.
+        const uint64_t uHeader = m_uAlignment > uHEADER_SIZE ? m_uAlignment : uHEADER_SIZE;
+        return uHeader + QV_ALIGNUP_VAL<uint64_t>(uSize, uHEADER_SIZE);
     }
     unsigned char* PayloadOf(unsigned char* puRecord) const
     {
