@@ -145,8 +145,11 @@ public:
     }
     CString& operator+=(const char* pszRight)
     {
-        if (pszRight == nullptr || !AppendInPlace(pszRight, strlen(pszRight)))
-            Insert(GetSize(), 1, pszRight, uMAX_SIZE);
+        // A length that means itself spares Insert() the look for it; none, too, has a meaning of its own there.
+        const size_t uSize = pszRight != nullptr ? strlen(pszRight) : 0;
+        const bool bPlain = uSize != 0 && uSize < uMAX_SIZE;
+        if (pszRight == nullptr || !AppendInPlace(pszRight, uSize))
+            Insert(GetSize(), 1, pszRight, bPlain ? static_cast<unsigned int>(uSize) : uMAX_SIZE);
         return *this;
     }
     CString& operator+=(char cRight)
@@ -233,7 +236,9 @@ private:
     QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity);
     QV_HIDDEN SStringInfo* CopyBlock(unsigned int uCapacity) const;
     QV_HIDDEN QvResult Reallocate(unsigned int uCapacity);
+    QV_HIDDEN void FreeBlock();
     QV_HIDDEN void GiveUpShare();
+    QV_HIDDEN void GiveUpShareLocked();
     QV_HIDDEN void Replace(SStringInfo* pstInfo);
     QV_HIDDEN bool HasRoom(unsigned int uSize) const;
     QV_HIDDEN unsigned int CapacityFor(unsigned int uSize) const;
