@@ -164,9 +164,9 @@ QV_HOT_CODE CString::CString(const char* pszText)
     if (pszText == nullptr) return;
     const size_t uLength = strlen(pszText);
     if (uLength == 0 || uLength > uMAX_SIZE) return;
-    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)));
+    SStringInfo* const pstInfo =
+        NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)), static_cast<unsigned int>(uLength));
     if (pstInfo == nullptr) return;
-    pstInfo->uSize = static_cast<uint16_t>(uLength);
     m_pstInfo = pstInfo;
     memcpy(CharactersOf(pstInfo), pszText, uLength + 1);
 }
@@ -222,7 +222,7 @@ CString& CString::operator=(const char* pszText)
     if (HasRoom(uSize)) memmove(Characters(), pszText, uSize);
     else
     {
-        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize));
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize), uSize);
         if (pstInfo == nullptr) return *this;
         memcpy(CharactersOf(pstInfo), pszText, uSize);
         Replace(pstInfo);
@@ -283,14 +283,14 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     const unsigned int uTail = GetSize() - uIndex;
     if (!HasRoom(static_cast<unsigned int>(uNewSize)))
     {
-        SStringInfo* const pstInfo = NewBlock(CapacityFor(static_cast<unsigned int>(uNewSize)));
+        const unsigned int uTaken = static_cast<unsigned int>(uNewSize);
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uTaken), uTaken);
         if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
         char* const pszNew = CharactersOf(pstInfo);
         if (uIndex != 0) memcpy(pszNew, CStr(), uIndex);
         char* const pszEnd = Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
         if (uTail != 0) memcpy(pszEnd, CStr() + uIndex, uTail);
         pszNew[uNewSize] = '\0';
-        pstInfo->uSize = static_cast<uint16_t>(uNewSize);
         Replace(pstInfo);
         return QV_RES_OK;
     }
@@ -496,27 +496,26 @@ void CString::SetSize(unsigned int uSize)
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
     Characters()[uSize] = '\0';
-    m_pstInfo->uSize = static_cast<uint16_t>(uSize);
+    SetExtent(m_pstInfo, GetCapacity() | uSize << 16);
 }
 
-// A private block whose size and characters are still to be set; null when memory runs out.
-CString::SStringInfo* CString::NewBlock(unsigned int uCapacity)
+// A private block whose characters and their NUL are still to be set; null when memory runs out.
+CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
 {
     IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
     void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
     if (pvBlock == nullptr) return nullptr;
     SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
     pstInfo->uRefCount = 1;
-    pstInfo->uCapacity = static_cast<uint16_t>(uCapacity);
+    SetExtent(pstInfo, uCapacity | uSize << 16);
     return pstInfo;
 }
 
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
 CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
 {
-    SStringInfo* const pstCopy = NewBlock(uCapacity);
+    SStringInfo* const pstCopy = NewBlock(uCapacity, GetSize());
     if (pstCopy == nullptr) return nullptr;
-    pstCopy->uSize = m_pstInfo->uSize;
     memcpy(CharactersOf(pstCopy), CStr(), GetSize());
     CharactersOf(pstCopy)[GetSize()] = '\0';
     return pstCopy;
