@@ -117,7 +117,11 @@ public:
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.
-    void Clear();
+    void Clear()
+    {
+        m_uSize = 0;
+        m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
+    }
 
     /// Sets the size within the capacity; bytes that come in are what the storage held.
     /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
