@@ -21,6 +21,16 @@ IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // 
     return pChain;
 }
 
+[[gnu::noinline]] IAllocator::SBlock* ReleaseAllButLast(IAllocator::SBlock* pChain)
+{
+    do {
+        IAllocator::SBlock* const pNext = pChain->pNext;
+        ::operator delete[](pChain);
+        pChain = pNext;
+    } while (pChain->pNext != nullptr);
+    return pChain;
+}
+
 // The inline member belongs to the binary interface: this makes the compiler emit it.
 [[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEmittedPop)() = &CBlockAllocator::Pop;
 }  // namespace
@@ -31,11 +41,25 @@ CDefaultAllocator::CDefaultAllocator() = default;
 
 CDefaultAllocator::~CDefaultAllocator() = default;
 
-IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast)
+QV_HOT_CODE IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast)
 {
     if (uSize < g_uMinBlockSize || uCount == 0) return nullptr;
-    SBlock* pChain = nullptr;
-    for (unsigned int uDone = 0; uDone < uCount; ++uDone)
+    void* const pvMemory = ::operator new[](uSize, std::nothrow);
+    if (__builtin_expect(pvMemory == nullptr, 0))
+    {
+        Release(nullptr, uSize);
+        return nullptr;
+    }
+    SBlock* const pLast = new (pvMemory) SBlock{nullptr};
+    if (ppLast != nullptr) *ppLast = pLast;
+    return __builtin_expect(uCount == 1, 1) ? pLast : ContinueChain(pLast, uCount - 1, uSize);
+}
+
+// Puts uCount blocks in front of a chain. A function of its own, lest a single block pay for the registers.
+[[gnu::noinline]] IAllocator::SBlock* CDefaultAllocator::ContinueChain(SBlock* pChain, unsigned int uCount,
+                                                                       unsigned int uSize)
+{
+    for (; uCount != 0; --uCount)
     {
         void* const pvMemory = ::operator new[](uSize, std::nothrow);
         if (pvMemory == nullptr)
@@ -44,20 +68,17 @@ IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned in
             return nullptr;
         }
         pChain = new (pvMemory) SBlock{pChain};
-        if (uDone == 0 && ppLast != nullptr) *ppLast = pChain;
     }
     return pChain;
 }
 
-void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
+QV_HOT_CODE void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
 {
     QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uCount);
-    while (pChain != nullptr)
-    {
-        SBlock* const pNext = pChain->pNext;
-        ::operator delete[](pChain);
-        pChain = pNext;
-    }
+    if (pChain == nullptr) return;
+    // The last block is most often the only one: its end is a jump.
+    if (pChain->pNext != nullptr) pChain = ReleaseAllButLast(pChain);
+    ::operator delete[](pChain);
 }
 
 IAllocator* CDefaultAllocator::OrDefault(IAllocator* pAllocator, const char* pszClass)

@@ -61,6 +61,9 @@ public:
     /// Module start-up and shut-down. Start-up has nothing to do and returns QV_RES_OK; shut-down deletes the instance.
     static QvResult InitializeCDefaultAllocator();
     static void FinalizeCDefaultAllocator();
+
+private:
+    QV_HIDDEN SBlock* ContinueChain(SBlock* pChain, unsigned int uCount, unsigned int uSize);
 };
 
 extern template class CSingleton<CDefaultAllocator>;

@@ -118,6 +118,7 @@ struct SEmitted
     unsigned int (CBlob::*apfnCounts[2])() const;
     unsigned char* (CBlob::*pfnFirst)();
     const unsigned char* (CBlob::*pfnConstFirst)() const;
+    void (CBlob::*pfnClear)();
     QvResult (CBlob::*pfnAppend)(const unsigned char*, unsigned int);
     void (CBlob::*pfnAppendBits)(const unsigned char*, unsigned int, unsigned int);
     void (CBlob::*pfnReadBits)(unsigned char*, unsigned int, unsigned int);
@@ -125,6 +126,7 @@ struct SEmitted
 [[gnu::used]] constexpr SEmitted g_stEmitted = {{&CBlob::GetSize, &CBlob::GetCapacity},
                                                 &CBlob::GetFirstIndexPtr,
                                                 &CBlob::GetFirstIndexPtr,
+                                                &CBlob::Clear,
                                                 &CBlob::Append,
                                                 &CBlob::AppendBits,
                                                 &CBlob::ReadBits};
@@ -228,12 +230,6 @@ QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uSta
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
 {
     CVectorBase::Erase(uIndex, uSize);
-}
-
-void CBlob::Clear()
-{
-    m_uSize = 0;
-    m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
 }
 
 QvResult CBlob::Resize(unsigned int uSize)

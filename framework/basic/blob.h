@@ -117,7 +117,11 @@ public:
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.
-    void Clear();
+    void Clear()
+    {
+        m_uSize = 0;
+        m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
+    }
 
     /// Sets the size within the capacity; bytes that come in are what the storage held.
     /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
@@ -210,25 +214,34 @@ private:
     // False, with nothing done, where one step does not do. Positions are counted in bits, from the blob's first one.
     QV_HIDDEN bool AppendInOneStep(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
     {
-        const unsigned int uOffset = m_uAppendBitsBitOffset;
+        unsigned int uOffset = m_uAppendBitsBitOffset;
         if (uOffset > 7) __builtin_unreachable();
-        const uint64_t uSize = m_uSize;
-        const uint64_t uIndex = m_uAppendBitsIndex;
         const unsigned int uFurthest = uOffset > uSrcBitOffset ? uOffset : uSrcBitOffset;
         if (uSrcBitOffset > 7 || uBitCount - 1 > 31 - uFurthest) return false;
-        if (uSize + (uBitCount + uOffset + 7) / 8 + sizeof(uint32_t) > m_uCapacity) return false;
+        const uint64_t uSize = m_uSize;
+        unsigned int uBytes = (uBitCount + uOffset + 7) / 8;
+        if (uSize + uBytes + sizeof(uint32_t) > m_uCapacity) return false;
 
-        const uint64_t uFrom = uIndex + 1 == uSize ? uIndex * 8 + uOffset : uSize * 8;
-        const uint64_t uTo = uFrom + uBitCount;
-        unsigned char* const puDst = GetFirstIndexPtr() + uFrom / 8;
+        uint64_t uByte = m_uAppendBitsIndex;
+        if (__builtin_expect(uByte + (uOffset != 0 ? 1 : 0) != uSize, 0) && uByte + 1 != uSize)
+        {
+            // Bytes have been appended or removed since.
+            uByte = uSize;
+            uOffset = 0;
+            uBytes = (uBitCount + 7) / 8;
+        }
+        unsigned char* const puDst = GetFirstIndexPtr() + uByte;
         const uint32_t uTaken = orvel_internal::LoadTop(puSrc, uBitCount + uSrcBitOffset) << uSrcBitOffset;
-        uint32_t uWord = __builtin_bswap32((uTaken & orvel_internal::TopBits(uBitCount)) >> uFrom % 8);
+        // One shift moves the bits behind those that are there, and makes the mask of those in the lowest byte.
+        uint64_t uShifted = (uint64_t{uTaken & orvel_internal::TopBits(uBitCount)} << 32) + 0xFF00;
+        uShifted >>= uOffset;
+        uint32_t uWord = static_cast<uint32_t>(__builtin_bswap64(uShifted));
         // Last, since the byte may just have been stored: all else need not wait for it.
-        uWord |= *puDst & (0xFF00u >> uFrom % 8);
+        uWord |= *puDst & static_cast<unsigned char>(uShifted);
         memcpy(puDst, &uWord, sizeof(uWord));
-        m_uAppendBitsIndex = static_cast<unsigned int>(uTo / 8);
-        m_uAppendBitsBitOffset = uTo % 8;
-        m_uSize = static_cast<unsigned int>((uTo + 7) / 8);
+        m_uAppendBitsIndex = static_cast<unsigned int>(uByte) + (uBitCount + uOffset) / 8;
+        m_uAppendBitsBitOffset = (uBitCount + uOffset) % 8;
+        m_uSize = static_cast<unsigned int>(uByte) + uBytes;
         return true;
     }
     QV_HIDDEN bool ReadInOneStep(unsigned char* puDst, unsigned int uBitCount, unsigned int uDstBitOffset)
@@ -237,18 +250,18 @@ private:
         if (uOffset > 7) __builtin_unreachable();
         const unsigned int uFurthest = uOffset > uDstBitOffset ? uOffset : uDstBitOffset;
         if (uDstBitOffset > 7 || uBitCount - 1 > 31 - uFurthest) return false;
-        const uint64_t uByte = uint64_t{m_uReadIndex} - (uOffset != 0 ? 1 : 0);
-        const uint64_t uEnd = uByte + (uOffset + uBitCount + 7) / 8;
-        // An offset at index 0 has no byte: it wraps, and goes the other way.
-        if (uEnd > m_uSize || uByte + sizeof(uint32_t) > m_uCapacity || uByte > uEnd) return false;
+        const int64_t nByte = int64_t{m_uReadIndex} - (uOffset + 7) / 8;  // one less with an offset
+        const int64_t nEnd = nByte + (uOffset + uBitCount + 7) / 8;
+        // An offset at index 0 has no byte, and goes the other way.
+        if (nByte < 0 || nEnd > m_uSize || nByte + int64_t{sizeof(uint32_t)} > m_uCapacity) return false;
 
         uint32_t uWord;
-        memcpy(&uWord, GetFirstIndexPtr() + uByte, sizeof(uWord));
+        memcpy(&uWord, GetFirstIndexPtr() + nByte, sizeof(uWord));
         uWord = (__builtin_bswap32(uWord) << uOffset & orvel_internal::TopBits(uBitCount)) >> uDstBitOffset;
         if (uDstBitOffset != 0) uWord |= (uint32_t{*puDst} << 24) & orvel_internal::TopBits(uDstBitOffset);
         orvel_internal::StoreTop(puDst, uWord, uBitCount + uDstBitOffset);
         m_uReadBitOffset = (uOffset + uBitCount) % 8;
-        m_uReadIndex = static_cast<unsigned int>(uEnd);
+        m_uReadIndex = static_cast<unsigned int>(nEnd);
         return true;
     }
 

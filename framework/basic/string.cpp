@@ -76,13 +76,35 @@ __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSi
 
 using Aside = std::unique_ptr<char[]>;
 
-void Repeat(char* pszDest, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
+// memcpy() that makes no call for what is appended most often.
+void CopyFew(char* pszDest, const char* pszSrc, unsigned int uSize)
 {
-    if (uSize == 1) memset(pszDest, *pszSrc, uRepetition);
-    else if (uSize != 0)  // an empty text may come four thousand million times
+    if (uSize == 1) *pszDest = *pszSrc;
+    else if (uSize - 4 > 12) memcpy(pszDest, pszSrc, uSize);
+    else
     {
-        for (; uRepetition != 0; --uRepetition, pszDest += uSize) memcpy(pszDest, pszSrc, uSize);
+        // Two words, which meet or overlap.
+        const unsigned int uLast = uSize - (uSize >= 8 ? 8 : 4);
+        if (uSize >= 8)
+        {
+            memcpy(pszDest + uLast, pszSrc + uLast, 8);
+            memcpy(pszDest, pszSrc, 8);
+        }
+        else
+        {
+            memcpy(pszDest + uLast, pszSrc + uLast, 4);
+            memcpy(pszDest, pszSrc, 4);
+        }
     }
+}
+
+// Returns the end of what it has written.
+char* Repeat(char* pszDest, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
+{
+    if (uSize == 0) return pszDest;  // an empty text may come four thousand million times
+    if (uSize == 1 && uRepetition != 1) return static_cast<char*>(memset(pszDest, *pszSrc, uRepetition)) + uRepetition;
+    for (; uRepetition != 0; --uRepetition, pszDest += uSize) CopyFew(pszDest, pszSrc, uSize);
+    return pszDest;
 }
 
 // The inline members belong to the binary interface: this makes the compiler emit them.
@@ -105,19 +127,31 @@ struct SEmitted
                                                 &CString::operator+=, &CString::operator+= };
 }  // namespace
 
+// Gives back a block that this string alone has a share of.
+inline void CString::FreeBlock()
+{
+    SStringInfo* const pstInfo = m_pstInfo;
+    IAllocator* const pAllocator = ms_pAllocator;
+    if (pstInfo == ms_pstEmptyStringInfo || pAllocator == nullptr) return;  // no allocator: after the shut-down
+    // The header becomes the link word of a chain of one block.
+    static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
+    memset(pstInfo, 0, sizeof(SStringInfo));
+    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+}
+
 // Release(), in reach of the compiler.
 inline void CString::GiveUpShare()
 {
-    SStringInfo* const pstInfo = m_pstInfo;
-    if (pstInfo->uRefCount >= 2) DecRefCount();
-    else if (pstInfo != ms_pstEmptyStringInfo && ms_pAllocator != nullptr)  // else destroyed after the shut-down
-    {
-        // The header becomes the link word of a chain of one block.
-        static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
-        memset(pstInfo, 0, sizeof(SStringInfo));
-        ms_pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
-    }
+    if (m_pstInfo->uRefCount >= 2) DecRefCount();
+    else FreeBlock();
     m_pstInfo = ms_pstEmptyStringInfo;
+}
+
+// Not inline, lest a string that shares nothing pay for the registers.
+[[gnu::noinline]] void CString::GiveUpShareLocked()
+{
+    const CBriefMutexGuard guard(ms_pmutex);
+    GiveUpShare();
 }
 
 CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
@@ -130,11 +164,11 @@ QV_HOT_CODE CString::CString(const char* pszText)
     if (pszText == nullptr) return;
     const size_t uLength = strlen(pszText);
     if (uLength == 0 || uLength > uMAX_SIZE) return;
-    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)));
+    SStringInfo* const pstInfo =
+        NewBlock(RoundUpCapacity(static_cast<unsigned int>(uLength)), static_cast<unsigned int>(uLength));
     if (pstInfo == nullptr) return;
-    memcpy(CharactersOf(pstInfo), pszText, uLength + 1);
-    pstInfo->uSize = static_cast<uint16_t>(uLength);
     m_pstInfo = pstInfo;
+    memcpy(CharactersOf(pstInfo), pszText, uLength + 1);
 }
 
 CString::CString(const char* pszText, unsigned int uSize) : CString()
@@ -154,13 +188,9 @@ CString::CString(CString&& rSrc) noexcept : CString()
 
 QV_HOT_CODE CString::~CString()
 {
-    if (m_pstInfo == ms_pstEmptyStringInfo) return;
-    if (!IsShared()) GiveUpShare();
-    else
-    {
-        const CBriefMutexGuard guard(ms_pmutex);
-        GiveUpShare();
-    }
+    if (!IsShared()) FreeBlock();
+    else if (__libc_single_threaded != 0) DecRefCount();
+    else GiveUpShareLocked();
 }
 
 CString& CString::operator=(const CString& rSrc)
@@ -192,7 +222,7 @@ CString& CString::operator=(const char* pszText)
     if (HasRoom(uSize)) memmove(Characters(), pszText, uSize);
     else
     {
-        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize));
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize), uSize);
         if (pstInfo == nullptr) return *this;
         memcpy(CharactersOf(pstInfo), pszText, uSize);
         Replace(pstInfo);
@@ -253,15 +283,18 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     const unsigned int uTail = GetSize() - uIndex;
     if (!HasRoom(static_cast<unsigned int>(uNewSize)))
     {
-        SStringInfo* const pstInfo = NewBlock(CapacityFor(static_cast<unsigned int>(uNewSize)));
+        const unsigned int uTaken = static_cast<unsigned int>(uNewSize);
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uTaken), uTaken);
         if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
         char* const pszNew = CharactersOf(pstInfo);
-        memcpy(pszNew, CStr(), uIndex);
-        Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
-        if (uTail != 0) memcpy(pszNew + uIndex + uInserted, CStr() + uIndex, uTail);
+        if (uIndex != 0) memcpy(pszNew, CStr(), uIndex);
+        char* const pszEnd = Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
+        if (uTail != 0) memcpy(pszEnd, CStr() + uIndex, uTail);
+        pszNew[uNewSize] = '\0';
         Replace(pstInfo);
+        return QV_RES_OK;
     }
-    else if (HoldsAddress(pszSrc))
+    if (HoldsAddress(pszSrc))
     {
         Aside pszAside(new (std::nothrow) char[uSize]);
         if (pszAside == nullptr) return QV_RES_OUT_OF_MEMORY;
@@ -463,27 +496,26 @@ void CString::SetSize(unsigned int uSize)
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
     Characters()[uSize] = '\0';
-    m_pstInfo->uSize = static_cast<uint16_t>(uSize);
+    SetExtent(m_pstInfo, GetCapacity() | uSize << 16);
 }
 
-// A private block whose size and characters are still to be set; null when memory runs out.
-CString::SStringInfo* CString::NewBlock(unsigned int uCapacity)
+// A private block whose characters and their NUL are still to be set; null when memory runs out.
+CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
 {
     IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
     void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
     if (pvBlock == nullptr) return nullptr;
     SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
     pstInfo->uRefCount = 1;
-    pstInfo->uCapacity = static_cast<uint16_t>(uCapacity);
+    SetExtent(pstInfo, uCapacity | uSize << 16);
     return pstInfo;
 }
 
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
 CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
 {
-    SStringInfo* const pstCopy = NewBlock(uCapacity);
+    SStringInfo* const pstCopy = NewBlock(uCapacity, GetSize());
     if (pstCopy == nullptr) return nullptr;
-    pstCopy->uSize = m_pstInfo->uSize;
     memcpy(CharactersOf(pstCopy), CStr(), GetSize());
     CharactersOf(pstCopy)[GetSize()] = '\0';
     return pstCopy;
@@ -500,8 +532,8 @@ QvResult CString::Reallocate(unsigned int uCapacity)
 // Takes a block instead of the own one, whose characters stay where they are until then.
 void CString::Replace(SStringInfo* pstInfo)
 {
-    const CBriefMutexGuard guard(IsShared() ? ms_pmutex : nullptr);
-    GiveUpShare();
+    if (!IsShared()) FreeBlock();
+    else GiveUpShareLocked();
     m_pstInfo = pstInfo;
 }
 

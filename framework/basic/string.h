@@ -145,8 +145,11 @@ public:
     }
     CString& operator+=(const char* pszRight)
     {
-        if (pszRight == nullptr || !AppendInPlace(pszRight, strlen(pszRight)))
-            Insert(GetSize(), 1, pszRight, uMAX_SIZE);
+        // A length that means itself spares Insert() the look for it; none, too, has a meaning of its own there.
+        const size_t uSize = pszRight != nullptr ? strlen(pszRight) : 0;
+        const bool bPlain = uSize != 0 && uSize < uMAX_SIZE;
+        if (pszRight == nullptr || !AppendInPlace(pszRight, uSize))
+            Insert(GetSize(), 1, pszRight, bPlain ? static_cast<unsigned int>(uSize) : uMAX_SIZE);
         return *this;
     }
     CString& operator+=(char cRight)
@@ -210,6 +213,18 @@ private:
         return reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, szCharacters);
     }
 
+    // The size above the capacity in one word. The next append waits for a size of 16 bits that has just been stored,
+    // but hardly for a word that is loaded as it was stored.
+    QV_HIDDEN static uint32_t ExtentOf(const SStringInfo* pstInfo)
+    {
+        uint32_t uExtent;
+        memcpy(&uExtent, reinterpret_cast<const char*>(pstInfo) + offsetof(SStringInfo, uCapacity), sizeof(uExtent));
+        return uExtent;
+    }
+    QV_HIDDEN static void SetExtent(SStringInfo* pstInfo, uint32_t uExtent)
+    {
+        memcpy(reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, uCapacity), &uExtent, sizeof(uExtent));
+    }
     QV_HIDDEN char* Characters() { return CharactersOf(m_pstInfo); }
     // Whether the block may not be written to; no mutex is needed to see it.
     QV_HIDDEN bool IsShared() const { return __atomic_load_n(&m_pstInfo->uRefCount, __ATOMIC_ACQUIRE) > 1; }
@@ -218,22 +233,25 @@ private:
     {
         SStringInfo* const pstInfo = m_pstInfo;
         // Read once: for all the compiler knows, storing a character changes them.
-        const unsigned int uOldSize = pstInfo->uSize;
-        const unsigned int uRoom = pstInfo->uCapacity - uOldSize;
+        const uint32_t uExtent = ExtentOf(pstInfo);
+        const unsigned int uOldSize = uExtent >> 16;
+        const unsigned int uRoom = (uExtent & 0xFFFF) - uOldSize;
         if (uSize > uRoom || __atomic_load_n(&pstInfo->uRefCount, __ATOMIC_ACQUIRE) != 1) return false;
         char* const pszEnd = CharactersOf(pstInfo) + uOldSize;
         memmove(pszEnd, pszText, uSize);  // which may be a part of this string
         pszEnd[uSize] = '\0';
-        pstInfo->uSize = static_cast<uint16_t>(uOldSize + uSize);
+        SetExtent(pstInfo, uExtent + (static_cast<uint32_t>(uSize) << 16));
         m_pstInfo = pstInfo;  // as it was, which tells the compiler that no character has changed it
         return true;
     }
     QV_HIDDEN bool HoldsAddress(const char* psz) const;
     QV_HIDDEN void SetSize(unsigned int uSize);
-    QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity);
+    QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity, unsigned int uSize);
     QV_HIDDEN SStringInfo* CopyBlock(unsigned int uCapacity) const;
     QV_HIDDEN QvResult Reallocate(unsigned int uCapacity);
+    QV_HIDDEN void FreeBlock();
     QV_HIDDEN void GiveUpShare();
+    QV_HIDDEN void GiveUpShareLocked();
     QV_HIDDEN void Replace(SStringInfo* pstInfo);
     QV_HIDDEN bool HasRoom(unsigned int uSize) const;
     QV_HIDDEN unsigned int CapacityFor(unsigned int uSize) const;
