@@ -45,14 +45,14 @@ QV_HOT_CODE IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount,
 {
     if (uSize < g_uMinBlockSize || uCount == 0) return nullptr;
     void* const pvMemory = ::operator new[](uSize, std::nothrow);
-    if (__builtin_expect(pvMemory == nullptr, 0))
+    if (orvel_internal::IsUnlikely(pvMemory == nullptr))
     {
         Release(nullptr, uSize);
         return nullptr;
     }
     SBlock* const pLast = new (pvMemory) SBlock{nullptr};
     if (ppLast != nullptr) *ppLast = pLast;
-    return __builtin_expect(uCount == 1, 1) ? pLast : ContinueChain(pLast, uCount - 1, uSize);
+    return orvel_internal::IsLikely(uCount == 1) ? pLast : ContinueChain(pLast, uCount - 1, uSize);
 }
 
 // Puts uCount blocks in front of a chain. A function of its own, lest a single block pay for the registers.

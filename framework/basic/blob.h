@@ -223,7 +223,7 @@ private:
         if (uSize + uBytes + sizeof(uint32_t) > m_uCapacity) return false;
 
         uint64_t uByte = m_uAppendBitsIndex;
-        if (__builtin_expect(uByte + (uOffset != 0 ? 1 : 0) != uSize, 0) && uByte + 1 != uSize)
+        if (orvel_internal::IsUnlikely(uByte + (uOffset != 0 ? 1 : 0) != uSize) && uByte + 1 != uSize)
         {
             // Bytes have been appended or removed since.
             uByte = uSize;

@@ -277,7 +277,7 @@ CBinarySemaphore* CTime::GetProtection()
 CTimeZone CTime::UnsetTimeZone()
 {
     GetProtection();
-    return CTimeZone();
+    return {};
 }
 
 CTimeZone CTime::CopySystemTimeZone()

@@ -87,7 +87,7 @@ public:
     static bool IsOf(const Exact& rObject)
     {
         const UNeverDestroyed<Exact> sample;
-        return __builtin_expect(TableOf(rObject) == TableOf(sample.object), 1);
+        return IsLikely(TableOf(rObject) == TableOf(sample.object));
     }
 
 private:

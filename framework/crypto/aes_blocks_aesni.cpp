@@ -204,7 +204,7 @@ inline void Expand256(const uint8_t* puKey, uint8_t* puRoundKeys)
 inline void Invert(uint8_t* puRoundKeys, unsigned int uRounds)
 {
     uint8_t* puFront = puRoundKeys;
-    uint8_t* puBack = puRoundKeys + 16 * uRounds;
+    uint8_t* puBack = puRoundKeys + size_t{16} * uRounds;
     const __m128i first = Load(puFront);
     Store(puFront, Load(puBack));
     Store(puBack, first);

@@ -225,7 +225,7 @@ QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint
         }
     }
     const unsigned int uGroups = uInSize / g_uByteGroup;
-    KeepRest(puIn + uGroups * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
+    KeepRest(puIn + size_t{uGroups} * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
     orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
     return QV_RES_OK;
 }

@@ -22,7 +22,10 @@ template <typename T>
 class CWiped
 {
 public:
-    CWiped() { ::new (m_auStorage) T; }
+    CWiped()
+    {
+        if constexpr (!std::is_trivially_default_constructible_v<T>) ::new (m_auStorage) T;
+    }
     ~CWiped()
     {
         if constexpr (!std::is_trivially_destructible_v<T>) (*this)->~T();

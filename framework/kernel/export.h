@@ -11,4 +11,17 @@
 /// speed by where the functions in front of it happen to end.
 #define QV_HOT_CODE __attribute__((aligned(64)))
 
+namespace orvel_internal
+{
+/// Tell the compiler which way a condition nearly always goes.
+constexpr bool IsLikely(bool bCondition)
+{
+    return __builtin_expect(bCondition ? 1 : 0, 1) != 0;
+}
+constexpr bool IsUnlikely(bool bCondition)
+{
+    return __builtin_expect(bCondition ? 1 : 0, 0) != 0;
+}
+}  // namespace orvel_internal
+
 #endif

@@ -15,7 +15,7 @@ namespace orvel_internal
 template <typename T>
 inline T* RequireUp(T* pModuleObject, const char* pszClass) noexcept
 {
-    if (__builtin_expect(pModuleObject == nullptr, 0)) QvAbortOutsideLifetime(pszClass);
+    if (IsUnlikely(pModuleObject == nullptr)) QvAbortOutsideLifetime(pszClass);
     return pModuleObject;
 }
 

@@ -68,7 +68,7 @@ public:
     unsigned char* Push(unsigned int uSize)
     {
         const uint64_t uFootprint = Footprint(uSize);
-        if (__builtin_expect(!FitsAtWrite(uFootprint), 0) && !WrapForFootprint(uFootprint)) return nullptr;
+        if (orvel_internal::IsUnlikely(!FitsAtWrite(uFootprint)) && !WrapForFootprint(uFootprint)) return nullptr;
         unsigned char* const puRecord = m_puWrite;
         unsigned char* const puPayload = PayloadOf(puRecord);
         StoreSize(puRecord, uSize);
@@ -115,7 +115,7 @@ public:
         unsigned char* puRecord = m_puWrite;
         // Room for the record and for a header behind it: the usual case, in one comparison.
         const unsigned char* const puLimit = puRecord < m_puRead ? m_puRead : m_puEnd;
-        if (__builtin_expect(Distance(puRecord, puLimit) >= uFootprint + uHEADER_SIZE, 1))
+        if (orvel_internal::IsLikely(Distance(puRecord, puLimit) >= uFootprint + uHEADER_SIZE))
         {
             unsigned char* const puPayload = PayloadOf(puRecord);
             unsigned char* const puNext = puRecord + uFootprint;
@@ -216,7 +216,7 @@ private:
             m_puDataEnd = m_puEnd;
             StoreSize(m_puBegin, uNO_RECORD);
         }
-        else if (__builtin_expect(puNext == m_puDataEnd, 0))
+        else if (orvel_internal::IsUnlikely(puNext == m_puDataEnd))
         {
             m_puRead = m_puBegin;
             m_puDataEnd = m_puEnd;
