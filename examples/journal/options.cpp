@@ -10,7 +10,7 @@ const char g_szHelp[] =
 
   journal write  --key K --journal J [--new] [--seal] FILE...
       One record for each line of the files ("-": standard input), behind those that J holds already. Makes K and J
-      if both are absent; where only J is, it may have been deleted, and the call is refused.
+      if both are absent; where K is and J is not, J may have been deleted: the call is refused.
       --new                begins J, which must not be there, under a key that is
       --seal               encrypts the lines: keeps what they say from those without the key, but not how many they
                            are, how long and when written, nor the files that they came from or unsealed records
