@@ -105,7 +105,7 @@ fuzz() {
   done
   echo "$executions executions, $findings reports"
   ((findings == 0)) || die "mend what was reported above; each report says how to repeat it"
-  next "./dev fuzz --minimize $target, if some of what is new is worth keeping in fuzz/corpus"
+  next "./dev fuzz --minimize${target:+ $target}, if some of what is new is worth keeping in fuzz/corpus"
 }
 
 # fuzz_minimize NAME: of all that the target knows, a few small inputs that together reach the most.
