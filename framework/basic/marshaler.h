@@ -6,6 +6,8 @@
 #include "framework/basic/pool.h"
 #include "framework/kernel/export.h"
 
+class CBlob;
+
 /// A first-in, first-out stream of bytes in memory, to pack values and unpack them in the same order:
 ///
 ///     CMarshaler marshaler;
@@ -39,6 +41,11 @@ public:
     void Insert(const void* pvData, unsigned int uSize);
     /// Takes the next uSize bytes; zeros for those that were not written, with the reader staying behind the last one.
     void Extract(void* pvData, unsigned int uSize);
+    /// Takes all that is unread as the whole content of a blob, whose cursors go to its beginning; nothing unread makes
+    /// it empty. Cost: one block, if the blob's capacity is less. Declared here, defined with CBlob.
+    /// - **Result:** true; or false, with the blob and what is unread as they were, where the blob's allocator gives no
+    ///   block or 4 GiB and more are unread.
+    bool ExtractAll(CBlob& rBlob);
     /// Insert() and Extract() under the names that the operators of composite types use; Load() returns true.
     void Store(const void* pvData, unsigned int uSize);
     bool Load(void* pvData, unsigned int uSize);

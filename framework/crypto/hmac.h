@@ -15,7 +15,7 @@
 ///     mac.Update(puData, uSize);   // any number of times, in pieces of any size
 ///     mac.End(&blobCode);          // the next message needs Begin() with the key again
 ///
-/// Compare codes in constant time, not with memcmp(), where an attacker can measure.
+/// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.
 ///
 /// Threads    No locking: one thread at a time per object.
 /// Secrecy    Begin() and End() leave nothing of the key in the memory they worked in; what the object holds of it is
