@@ -56,7 +56,7 @@ unsigned long CTimer::GetSystemUpTimeMs()
     const CMutexGuard guard(orvel_internal::RequireUp(ms_pmutexThreadingProtection, "CTimer"));
     tms unused;
     const uint32_t uTick = static_cast<uint32_t>(times(&unused));
-    ms_uSysUpTimeTick += uTick - ms_uLastSysUpTimeTick;  // 32-bit difference on purpose: right across a wrap.
+    ms_uSysUpTimeTick += uTick - ms_uLastSysUpTimeTick;  // a difference of 32 bits, which is right across a wrap
     ms_uLastSysUpTimeTick = uTick;
     return ms_uSysUpTimeTick * 1000 / ms_uTickPerSec;
 }
