@@ -86,8 +86,8 @@ bool IsLockedByOthers(int nFile)
     return flock(nFile, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// Only root can give files away. For any other writer the journal becomes the writer's own, who also owns the key.
-// False when not even the group could be set to that of the previous file.
+// Only root can give files away. For any other writer the journal becomes the writer's own, who is also the one that
+// reads the key. False when not even the group could be set to that of the previous file.
 bool GiveTo(int nFile, const struct stat& rPrevious)
 {
     const uid_t uKeep = static_cast<uid_t>(-1);

@@ -82,7 +82,8 @@ public:
         unsigned int uMid = uHigh / 2;
         while (uHigh - uLow > 1)
         {
-            // Two calls on purpose: their number and order are part of the contract.
+            // Two calls: their number and order are part of the contract, pinned by
+            // LowerBound.AsksThePublishedQuestions.
             if (CompareAt(uMid, pKey) > 0) uHigh = uMid;
             else if (CompareAt(uMid, pKey) < 0) uLow = uMid;
             else return FirstOfRun(uMid, pKey);

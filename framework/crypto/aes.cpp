@@ -1,3 +1,15 @@
+// Update() collects less than a block in m_auPartial and gives Transform() whole blocks; End() gives it the rest, in
+// the stream modes only. For each call Transform() takes the processor's instructions or libcrypto. Both leave the same
+// state, so a message may go by both: libcrypto does the calls whose output begins inside the input,
+// and all calls on a processor without these instructions.
+// ```
+//                    CBC               CFB                       OFB               CTR                ECB
+//   m_auIv           last ciphertext   key stream, ciphertext    key stream        next counter       unused
+//                    block             over what was used        block
+//   m_auKeyStream    unused            unused                    unused            key stream block   unused
+//   m_uKeyStreamAt   0                 next unused byte of the key stream block; 0: none is left      0
+// ```
+// The schedule is a libcrypto AES_KEY for both.
 #include "framework/crypto/aes.h"
 
 #include <limits.h>
