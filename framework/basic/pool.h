@@ -111,7 +111,8 @@ void CPool<T>::Deallocate(void* pvBlock)
     if (ms_pBlockAllocator == nullptr || pvBlock == nullptr) return;
     const CBriefMutexGuard guard(ms_pmutex);
     ms_pBlockAllocator->Push(pvBlock);
-    // True only if ms_uCapacity was lowered from outside: Allocate() keeps it at or above the count.
+    // Allocate() keeps the capacity at or above the count. So this is true only if one of them was set from outside, or
+    // if blocks of an earlier set-up come back.
     if (ms_uCapacity < ms_uAllocatedCount) ms_pBlockAllocator->Reduce(0);
     --ms_uAllocatedCount;
 }
