@@ -39,7 +39,7 @@ public:
     virtual QvResult Begin(const CBlob* pblobKey) = 0;
     virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the code as the whole content of a blob.
-    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and could not get it
+    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and cannot grow
     virtual QvResult End(CBlob* pblobDigest) = 0;
 
     /// The CHash::EAlgorithm of the digest inside.
