@@ -93,7 +93,9 @@ after_tests() {
     echo "dev: no case of ${matching_tests[*]} is called like '$3';" \
       "build/release/tests/test_${matching_tests[0]} --gtest_list_tests lists them"
   elif ((failed > 0)); then
-    echo "dev: mend what failed above; once more: ./dev test '$(printf '%s\n' "${failed_tests[@]}" | sort -u | paste -sd '|')'"
+    local names
+    names=$(printf '%s\n' "${failed_tests[@]}" | sort -u | paste -sd '|')
+    echo "dev: mend what failed above; once more: ./dev test $( (($1)) && echo "--quick ")'$names'"
   elif (($1)); then
     next "the same without --quick, under the sanitizers"
   elif [[ $2 == . && -z $3 ]]; then
