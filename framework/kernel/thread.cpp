@@ -37,9 +37,9 @@
 //
 // A joiner that is early sleeps for the record first, and then for the thread, which ends a little later. Measured
 // against joining first, for which it would have to know a handle that the run has not stored yet: a quarter more
-// processor time for a start and join on a single core, where each of the two wakes it before its waker is done; about
-// the same with a second core to spare. To yield instead of sleeping is quicker still on an idle core, and costs whole
-// time slices on a busy one.
+// processor time for a start and join on a single core, where each wake runs it before its waker has let go of what it
+// needs next; up to some percent with a second core. To yield instead of sleeping is quicker still on an idle core, and
+// costs whole time slices on a busy one.
 //
 // A run is counted until its record is gone, or, without one, until its function has ended. The shut-down waits for
 // that count and not for the threads, which are a few instructions from their end then: for their sake the library is
