@@ -503,21 +503,27 @@ void CAATreeBase::RebalanceGrown(CAATreeNode* pNode)
     while (pNode->pParent->uLevel == pNode->uLevel)
     {
         CAATreeNode* const pParent = pNode->pParent;
-        CAATreeNode* pLeftEnd = pParent;
-        CAATreeNode* pMiddle = pNode;
-        if (pNode == pParent->pLeft)
+        CAATreeNode* const pAbove = pParent->pParent;
+        const bool bLeft = pNode == pParent->pLeft;
+        CAATreeNode* pMiddle = bLeft ? pNode : pParent;
+        if (bLeft && pParent->pRight->uLevel == pNode->uLevel)
         {
-            Skew(SlotOf(pParent), pNull);
-            pLeftEnd = pNode;
+            // The parent stands between two of its own level already: Skew() and Split() would only move it there and
+            // back.
             pMiddle = pParent;
+            ++pMiddle->uLevel;
         }
-        if (pMiddle->pRight->uLevel != pNode->uLevel)
+        else if (pAbove->uLevel == pNode->uLevel)
         {
-            pMiddle = pLeftEnd;
-            pLeftEnd = pLeftEnd->pParent;
-            if (pLeftEnd->uLevel != pNode->uLevel) return;
+            // Of a row, the parent is the right child.
+            if (bLeft) Skew(pAbove->pRight, pNull);
+            Split(SlotOf(pAbove), pNull);
         }
-        Split(SlotOf(pLeftEnd), pNull);
+        else
+        {
+            if (bLeft) Skew(SlotOf(pParent), pNull);
+            return;
+        }
         pNode = pMiddle;
     }
 }
@@ -555,7 +561,10 @@ CAATreeBase::CAATreeNode*& CAATreeBase::SlotOf(CAATreeNode* pNode)
 {
     CAATreeNode* const pParent = pNode->pParent;
     if (pNode == m_pRoot) return m_pRoot;
-    return pParent->pLeft == pNode ? pParent->pLeft : pParent->pRight;
+    // Which child it is, nobody can guess: an address is computed without a jump.
+    CAATreeNode** const ppLeft = &pParent->pLeft;
+    CAATreeNode** const ppRight = &pParent->pRight;
+    return *(ORVEL_UNPREDICTABLE(*ppRight == pNode) ? ppRight : ppLeft);
 }
 
 // The caller has reserved the nodes.

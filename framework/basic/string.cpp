@@ -115,6 +115,7 @@ struct SEmitted
     const char& (CString::*pfnGetAt)(unsigned int) const;
     bool (CString::*pfnEqual)(const CString&) const;
     bool (CString::*pfnEqualText)(const char*) const;
+    bool (CString::*pfnLess)(const CString&) const;
     char* (CString::*pfnGetBuffer)();
     void (CString::*pfnSetAt)(unsigned int, char);
     CString& (CString::*pfnAppend)(const CString&);
@@ -123,8 +124,8 @@ struct SEmitted
 };
 [[gnu::used]] constexpr SEmitted g_stEmitted = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
                                                 &CString::GetAt, &CString::operator==, &CString::operator==,
-                                                &CString::GetBuffer, &CString::SetAt, &CString::operator+=,
-                                                &CString::operator+=, &CString::operator+= };
+                                                &CString::operator<, &CString::GetBuffer, &CString::SetAt,
+                                                &CString::operator+=, &CString::operator+=, &CString::operator+= };
 }  // namespace
 
 // Gives back a block that this string alone has a share of.
@@ -136,7 +137,19 @@ inline void CString::FreeBlock()
     // The header becomes the link word of a chain of one block.
     static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
     memset(pstInfo, 0, sizeof(SStringInfo));
-    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    CDefaultAllocator::ReleaseOne(pAllocator, reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+}
+
+// A private block whose characters and their NUL are still to be set; null when memory runs out.
+inline CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
+{
+    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
+    void* const pvBlock = CDefaultAllocator::AllocateOne(pAllocator, uCapacity + g_uBlockOverhead, nullptr);
+    if (pvBlock == nullptr) return nullptr;
+    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
+    pstInfo->uRefCount = 1;
+    SetExtent(pstInfo, uCapacity | uSize << 16);
+    return pstInfo;
 }
 
 // Release(), in reach of the compiler.
@@ -237,12 +250,6 @@ CString& CString::operator=(char c)
     return *this = szText;
 }
 
-bool CString::operator<(const CString& rOther) const
-{
-    const int nOrder = memcmp(CStr(), rOther.CStr(), std::min(GetSize(), rOther.GetSize()));
-    return nOrder != 0 ? nOrder < 0 : GetSize() < rOther.GetSize();
-}
-
 int CString::CaseInsCmp(const char* pszOther) const
 {
     const char* pszOwn = CStr();
@@ -304,7 +311,7 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     }
     else
     {
-        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        if (uTail != 0) memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
         Repeat(Characters() + uIndex, uRepetition, pszSrc, uSize);
     }
     SetSize(static_cast<unsigned int>(uNewSize));
@@ -499,18 +506,6 @@ void CString::SetSize(unsigned int uSize)
     SetExtent(m_pstInfo, GetCapacity() | uSize << 16);
 }
 
-// A private block whose characters and their NUL are still to be set; null when memory runs out.
-CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
-{
-    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
-    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
-    if (pvBlock == nullptr) return nullptr;
-    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
-    pstInfo->uRefCount = 1;
-    SetExtent(pstInfo, uCapacity | uSize << 16);
-    return pstInfo;
-}
-
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
 CString::SStringInfo* CString::CopyBlock(unsigned int uCapacity) const
 {
@@ -535,6 +530,26 @@ void CString::Replace(SStringInfo* pstInfo)
     if (!IsShared()) FreeBlock();
     else GiveUpShareLocked();
     m_pstInfo = pstInfo;
+}
+
+// Insert() at the end; a text that takes a block with more room comes here for it directly.
+QV_HOT_CODE void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
+{
+    const unsigned int uOldSize = GetSize();
+    const unsigned int uNewSize = uOldSize + uSize;
+    const bool bPlain = uSize - 1 < uMAX_SIZE - 1 && uNewSize <= uMAX_SIZE;
+    if (!bPlain || uNewSize <= GetCapacity())
+    {
+        Insert(uOldSize, 1, pszText, uSize);
+        return;
+    }
+    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(uNewSize), uNewSize);
+    if (pstInfo == nullptr) return;
+    char* const pszNew = CharactersOf(pstInfo);
+    if (uOldSize != 0) memcpy(pszNew, CStr(), uOldSize);
+    CopyFew(pszNew + uOldSize, pszText, uSize);
+    pszNew[uNewSize] = '\0';
+    Replace(pstInfo);
 }
 
 // Whether uSize characters can be written into the block as it is.
