@@ -4,6 +4,8 @@
 
 #include <atomic>
 
+#include "framework/kernel/export.h"
+
 /// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
 /// detects, and the one that decides. Internal. Every path is compiled in every build, in a file of its own; the
 /// portable one needs nothing.
@@ -41,7 +43,7 @@ enum class ECpuAlgorithm
 };
 
 /// The bits, 0 until they are detected.
-extern std::atomic<unsigned int> g_uCpuFeatures;
+QV_HIDDEN extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
 
 /// What one leaf of the CPUID instruction tells.
