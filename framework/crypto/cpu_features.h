@@ -4,8 +4,6 @@
 
 #include <atomic>
 
-#include "framework/kernel/export.h"
-
 /// What the processor offers beyond the x86-64 baseline, and which path each algorithm takes for it: the one place that
 /// detects, and the one that decides. Internal. Every path is compiled in every build, in a file of its own; the
 /// portable one needs nothing.
@@ -43,7 +41,7 @@ enum class ECpuAlgorithm
 };
 
 /// The bits, 0 until they are detected.
-QV_HIDDEN extern std::atomic<unsigned int> g_uCpuFeatures;
+__attribute__((visibility("hidden"))) extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
 
 /// What one leaf of the CPUID instruction tells.

@@ -177,11 +177,11 @@ private:
         const unsigned char* puLimit = m_puEnd;
         if (puWrite < puRead) puLimit = puRead;
         // Below 0 where the record alone does not fit.
-        const int64_t nBehind = puLimit - puWrite - static_cast<int64_t>(uFootprint);
+        const int64_t nBehind = static_cast<int64_t>(Distance(puWrite, puLimit) - uFootprint);
         return nBehind >= int64_t{uHEADER_SIZE};
     }
-    /// What HasAmpleRoom() does not tell: brings the writer to where the record fits, if anywhere. Apart, as is all that
-    /// few records need, so that what most need stays short.
+    /// What HasAmpleRoom() does not tell: brings the writer to where the record fits, if anywhere. Apart, as is all
+    /// that few records need, so that what most need stays short.
     [[gnu::noinline]] QV_HIDDEN bool MakeRoom(uint64_t uFootprint)
     {
         return FitsAtWrite(uFootprint) || WrapForFootprint(uFootprint);
