@@ -42,7 +42,8 @@ void CopyFew(uint8_t* puTo, const uint8_t* puFrom, unsigned int uSize)
     if (uSize > 2) puTo[2] = puFrom[2];
 }
 
-// The one group at which the decoding of many stopped: good only if padding stopped it. Returns the bytes written.
+// Decodes the group at which the decoding of many groups stopped; it is valid only if it is padded. Returns the bytes
+// written.
 unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puGroup,
                                uint8_t* puOut)
 {

@@ -27,7 +27,7 @@ constexpr uint16_t g_uPolynomial16 = 0x8408;
 constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
 
 constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
-// Each step waits for the one before, so long messages take longer ones.
+// Each step waits for the one before, so long messages are worked on in longer steps.
 constexpr unsigned int g_uLongStep = 24;
 
 template <typename Register>

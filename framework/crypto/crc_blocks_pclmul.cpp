@@ -13,7 +13,7 @@ inline __m128i Load(const void* pv)
     return _mm_loadu_si128(static_cast<const __m128i*>(pv));
 }
 
-// Both halves of a block by their factors, added up.
+// The sum (XOR) of both halves of a block, each multiplied by its factor.
 inline __m128i Multiply(__m128i block, __m128i factors)
 {
     return _mm_xor_si128(_mm_clmulepi64_si128(block, factors, 0x00), _mm_clmulepi64_si128(block, factors, 0x11));

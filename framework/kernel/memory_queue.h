@@ -130,8 +130,8 @@ public:
         unsigned char* const puRecord = m_puRead;
         if (puRecord == m_puWrite || LoadSize(puRecord) != uSize) return false;
         const unsigned char* const puPayload = PayloadOf(puRecord);
-        // By the caller's size, not the header's, for which everything behind would wait. And before the copy, which
-        // might be into the fields for all that the compiler knows; the payload stays as it is.
+        // With the caller's size: all that follows would wait for the one in the header. And before the copy, since the
+        // compiler must assume that the copy changes the fields; the payload stays as it is.
         MoveReader(puRecord + Footprint(uSize));
         if (uSize != 0) memcpy(pvRecord, puPayload, uSize);
         return true;
