@@ -68,4 +68,3 @@ TEST_F(CPortableDigests, GoOnWithAMessageThatTheOtherPathBegan)
     EXPECT_EQ(EvpDigest(EVP_sha1(), message), sha1Digest);
     EXPECT_EQ(EvpDigest(EVP_sha256(), message), sha256Digest);
 }
-
