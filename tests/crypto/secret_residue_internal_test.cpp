@@ -11,14 +11,14 @@
 #include "framework/crypto/cpu_features.h"
 #include "framework/crypto/hmac.h"
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/sha_model.h"
 
 namespace
 {
 using namespace orvel_internal;
-using Bytes = std::vector<unsigned char>;
-
 constexpr std::size_t g_uStackSize = 256 * 1024;
 
 const Bytes g_key = {0x9c, 0x11, 0xd8, 0x27, 0x53, 0xbe, 0x40, 0xf6, 0x8a, 0x6d,
@@ -127,14 +127,9 @@ bool KeepsAllOnTheStack()
 {
 #if !defined(NDEBUG)
     return true;  // not optimised
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-    return true;
+#else
+    return g_bSANITIZED;
 #endif
-#endif
-    return false;
 }
 
 // By the path that this processor has, and by the portable one.

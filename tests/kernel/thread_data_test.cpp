@@ -486,51 +486,87 @@ TEST(CThreadValueDestructor, MayStartAndJoinAThread)
     EXPECT_EQ(TSeen{6}, g_seen);
 }
 
+namespace
+{
+/// The calling thread's values beside a map.
+class CValueModel
+{
+public:
+    ~CValueModel()
+    {
+        for (const auto& [uKey, uValue] : m_model) CThread::DeleteKey(uKey);
+    }
+
+    void Step()
+    {
+        m_uKey = m_keys[Below(m_rng, m_keys.size())];
+        unsigned int uPick = Below(m_rng, 10);
+        const SOperation* pOperation = g_astOPERATIONS;
+        for (; uPick >= pOperation->uWeight; ++pOperation) uPick -= pOperation->uWeight;
+        SCOPED_TRACE(testing::Message() << pOperation->pszName << ", key " << m_uKey);
+        (this->*pOperation->pfn)();
+    }
+
+private:
+    struct SOperation
+    {
+        const char* pszName;
+        unsigned int uWeight;  // of 10
+        void (CValueModel::*pfn)();
+    };
+    static const SOperation g_astOPERATIONS[];
+
+    bool IsLive() const { return m_model.count(m_uKey) != 0; }
+    QvResult Wanted() const { return IsLive() ? QV_RES_OK : QV_RES_TSD_KEY_NOT_FOUND; }
+
+    void Create()
+    {
+        unsigned int uNew = 0;
+        ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uNew));
+        ASSERT_EQ(0u, m_model.count(uNew));
+        m_model[uNew] = 0;
+        m_keys.push_back(uNew);
+    }
+    void Delete()
+    {
+        if (m_model.size() <= 5) return;
+        ASSERT_EQ(Wanted(), CThread::DeleteKey(m_uKey));
+        m_model.erase(m_uKey);
+    }
+    void Set()
+    {
+        const unsigned int uValue = Below(m_rng, 3);
+        ASSERT_EQ(Wanted(), CThread::SetSpecific(m_uKey, uValue));
+        if (IsLive()) m_model[m_uKey] = uValue;
+    }
+    void Get()
+    {
+        ASSERT_EQ(Wanted(), GetResult(m_uKey));
+        if (IsLive()) { ASSERT_EQ(m_model[m_uKey], ::Get(m_uKey)); }
+    }
+
+    std::mt19937 m_rng{TestSeed()};
+    std::map<unsigned int, unsigned int> m_model;  // live keys with their values
+    std::vector<unsigned int> m_keys = {0};        // dead ones, too
+    unsigned int m_uKey = 0;
+};
+const CValueModel::SOperation CValueModel::g_astOPERATIONS[] = {{"create", 1, &CValueModel::Create},
+                                                                {"delete", 1, &CValueModel::Delete},
+                                                                {"set", 3, &CValueModel::Set},
+                                                                {"get", 5, &CValueModel::Get}};
+}  // namespace
+
 TEST(CThreadValueModel, RandomUseMatchesAMap)
 {
     std::thread(
         []
         {
-            std::mt19937 rng(TestSeed());
-            std::map<unsigned int, unsigned int> model;  // live keys with their values
-            std::vector<unsigned int> keys = {0};        // dead ones, too
-            for (unsigned int uStep = 0; uStep < 20000; ++uStep)
+            CValueModel model;
+            for (unsigned int uStep = 0; uStep < 20000 && !testing::Test::HasFatalFailure(); ++uStep)
             {
                 SCOPED_TRACE(testing::Message() << "step " << uStep);
-                const unsigned int uKey = keys[Below(rng, keys.size())];
-                const bool bLive = model.count(uKey) != 0;
-                const QvResult resWant = bLive ? QV_RES_OK : QV_RES_TSD_KEY_NOT_FOUND;
-                switch (Below(rng, 10))
-                {
-                    case 0:
-                    {
-                        unsigned int uNew = 0;
-                        ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uNew));
-                        ASSERT_EQ(0u, model.count(uNew));
-                        model[uNew] = 0;
-                        keys.push_back(uNew);
-                        break;
-                    }
-                    case 1:
-                        if (model.size() > 5)
-                        {
-                            ASSERT_EQ(resWant, CThread::DeleteKey(uKey));
-                            model.erase(uKey);
-                        }
-                        break;
-                    case 2:
-                    case 3:
-                    case 4:
-                    {
-                        const unsigned int uValue = Below(rng, 3);
-                        ASSERT_EQ(resWant, CThread::SetSpecific(uKey, uValue));
-                        if (bLive) model[uKey] = uValue;
-                        break;
-                    }
-                    default: ASSERT_EQ(resWant, GetResult(uKey)); ASSERT_TRUE(!bLive || model[uKey] == Get(uKey));
-                }
+                model.Step();
             }
-            for (const auto& [uKey, uValue] : model) CThread::DeleteKey(uKey);
         })
         .join();
     EXPECT_EQ(0u, CThreadProbe::CountKeys()) << "what the thread left was freed with it";

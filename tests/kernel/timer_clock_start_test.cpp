@@ -4,20 +4,15 @@
 #include <sys/times.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdint>
 #include <functional>
-#include <thread>
 #include <vector>
 
-#include "framework/kernel/timer.h"
-#include "tests/support/object_bytes.h"
+#include "tests/support/free_mutex.h"
+#include "tests/support/timer_probe.h"
 
 namespace
 {
-constexpr std::size_t g_uNEXT_AT = 8;
-constexpr std::size_t g_uPERIOD_AT = 16;
-
 clock_t g_nTicks = 0;
 int g_nReadings = 0;
 void (*g_pfnReading)() = nullptr;
@@ -71,21 +66,6 @@ void CBinarySemaphore::Signal(bool bYield) const
 
 namespace
 {
-class CTimerProbe : public CTimer
-{
-public:
-    using CTimer::ms_aumutexThreadingProtection;
-    using CTimer::ms_ausemWait;
-    using CTimer::ms_pmutexThreadingProtection;
-    using CTimer::ms_psemWait;
-    using CTimer::ms_uLastSysUpTimeTick;
-    using CTimer::ms_uSysUpTimeTick;
-    using CTimer::ms_uTickPerSec;
-
-    uint64_t Next() const { return LoadAt<uint64_t>(this, g_uNEXT_AT); }
-    uint64_t Period() const { return LoadAt<uint64_t>(this, g_uPERIOD_AT); }
-};
-
 /// The module, come up with a tick rate.
 class CTimerClock : public testing::Test
 {
@@ -194,30 +174,12 @@ TEST_F(CTimerClock, MultipliesIn64Bits)
 TEST_F(CTimerClock, IsReadOnceACallWithTheMutexHeld)
 {
     static bool bFreeForOthers = true;
-    g_pfnReading = []
-    {
-        std::thread other(
-            []
-            {
-                bFreeForOthers = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
-                if (bFreeForOthers) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
-            });
-        other.join();
-    };
+    g_pfnReading = [] { bFreeForOthers = IsFreeForOthers(*CTimerProbe::ms_pmutexThreadingProtection); };
     UpTimeAt(1);
     EXPECT_FALSE(bFreeForOthers);
     EXPECT_EQ(1, g_nReadings);
     g_pfnReading = nullptr;
-
-    bool bFreeAfterwards = false;
-    std::thread other(
-        [&]
-        {
-            bFreeAfterwards = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
-            if (bFreeAfterwards) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
-        });
-    other.join();
-    EXPECT_TRUE(bFreeAfterwards);
+    EXPECT_TRUE(IsFreeForOthers(*CTimerProbe::ms_pmutexThreadingProtection));
 }
 
 TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)
@@ -230,22 +192,11 @@ TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)
     EXPECT_EQ(5010u, UpTimeAt(501));
 }
 
-TEST_F(CTimerClock, TheModuleKeepsItsLocksInStaticStorage)
+TEST_F(CTimerClock, ShutDownDestroysTheMutexOfTheModule)
 {
-    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_aumutexThreadingProtection),
-              CTimerProbe::ms_pmutexThreadingProtection);
-    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_ausemWait), CTimerProbe::ms_psemWait);
-    // Taken, of maximum 1, and built for time-outs.
-    EXPECT_EQ(0u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 8));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 12));
-    EXPECT_TRUE(LoadAt<bool>(CTimerProbe::ms_psemWait, 136));
-
     CTimer::FinalizeCTimer();
-    EXPECT_EQ(nullptr, CTimerProbe::ms_pmutexThreadingProtection);
-    EXPECT_EQ(nullptr, CTimerProbe::ms_psemWait);
     EXPECT_EQ(std::vector<unsigned char>(sizeof(CMutex) - sizeof(void*)),
-              BytesAt(CTimerProbe::ms_aumutexThreadingProtection, sizeof(void*), sizeof(CMutex) - sizeof(void*)))
-        << "the mutex was not destroyed";
+              BytesAt(CTimerProbe::ms_aumutexThreadingProtection, sizeof(void*), sizeof(CMutex) - sizeof(void*)));
     EXPECT_EQ(QV_RES_OK, InitializeCTimer());
 }
 
@@ -290,15 +241,6 @@ private:
     static constexpr unsigned long g_uMARK = 1;
 };
 }  // namespace
-
-TEST_F(CTimerCycle, ANewTimerIsIdle)
-{
-    EXPECT_EQ(0u, m_timer.Next());
-    EXPECT_EQ(0u, m_timer.Period());
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "free";
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 12));
-    EXPECT_TRUE(LoadAt<bool>(&m_timer, 24 + 136)) << "built for time-outs";
-}
 
 TEST_F(CTimerCycle, StartKeepsThePeriodAndTheMoment)
 {
