@@ -3,8 +3,8 @@
 
 MODULE is a regular expression over the paths of framework/ and examples/, COUNT how many mutants are tried (default
 20), SEED makes the same ones again. Each mutant is one change of one place: a comparison, an operator, a number, a
-condition, a result code, a statement that is left out. It is built in a copy of the tree, of which each processor has
-one. Until a test fails, these run:
+condition, a result code, a statement that is left out. It is built, optimised, in a copy of the tree, of which each
+processor has one; what does not compile is not counted. Until a test fails, these run:
 
   a source of the library   the tests that are called after the module, those of the same directory, all the others, but
                             not the examples;
@@ -134,7 +134,7 @@ class Tree:
 
     def __init__(self, number):
         self.path = WORK / str(number)
-        self.build = self.path / "build"
+        self.build = self.path / "build" / "release"
         self.log = WORK / f"{number}.log"
 
     def run(self, command, seconds, directory=None):
@@ -167,25 +167,30 @@ class Tree:
                                  check=True, capture_output=True,
                                  input="\n".join(file for file in files if file and (ROOT / file).exists())).stdout
         self.log.write_bytes(b"")
-        launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
-        # A program is not linked anew because the library has changed.
-        if not self.run(["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                         "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DORVEL_EXAMPLES=ON", "-DORVEL_INSTALL=OFF",
-                         "-DORVEL_WARNINGS_ARE_ERRORS=OFF", *launcher], BUILD_SECONDS):
+        # Warnings are no errors in a mutant.
+        launcher = WORK / "compile"
+        cache = "ccache " if shutil.which("ccache") else ""
+        launcher.write_text(f'#!/bin/sh\n{cache}"$@" || exec "$@" -w\n')
+        launcher.chmod(0o755)
+        # As the tests are built otherwise, so that the compiler's cache knows most of it. A program is not linked anew
+        # because the library has changed.
+        if not self.run(["cmake", "--preset", "release", "-DORVEL_BENCHMARKS=OFF", "-DORVEL_INSTALL=OFF",
+                         "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"],
+                        BUILD_SECONDS):
             sys.exit(f"the copy cannot be configured: see {self.log}")
-        if not self.run(["cmake", "--build", "build"], BUILD_SECONDS):
+        if not self.run(["ninja", "-C", self.build], BUILD_SECONDS):
             sys.exit(f"the copy does not build: see {self.log}")
         self.learn()
         return written != ""
 
     def learn(self):
         """What tests there are, and which objects depend on a file."""
-        listed = json.loads(self.output("ctest", "--test-dir", "build", "--show-only=json-v1", "-E", NOT_RUN))
+        listed = json.loads(self.output("ctest", "--test-dir", self.build, "--show-only=json-v1", "-E", NOT_RUN))
         self.tests = [Test(test["name"], tuple(test["command"]),
                            next(each["value"] for each in test["properties"] if each["name"] == "WORKING_DIRECTORY"))
                       for test in listed["tests"]]
         self.objects, self.dependents = {}, collections.defaultdict(set)
-        for block in self.output("ninja", "-C", "build", "-t", "deps").split("\n\n"):
+        for block in self.output("ninja", "-C", self.build, "-t", "deps").split("\n\n"):
             lines = block.split("\n")
             built = self.build / lines[0].split(":")[0]
             if "(VALID)" in lines[0] and built.exists():
@@ -256,7 +261,7 @@ class Tree:
             # Of those that are listed it is only seen that the nearest tests still do not notice them.
             for stage in stages[:1] if known else stages:
                 programs = sorted({os.path.relpath(test.program, self.build) for test in stage})
-                if not self.run(["ninja", "-C", "build", *programs], BUILD_SECONDS):
+                if not self.run(["ninja", "-C", self.build, *programs], BUILD_SECONDS):
                     return "not compiled", ""
                 for test in stage:
                     if not self.run(test.command, TEST_SECONDS + 10 * self.seconds[test.name], test.directory):
