@@ -139,7 +139,8 @@ class Tree:
 
     def run(self, command, seconds, directory=None):
         """Returns whether it ended well, in time and within its memory; nothing that it started goes on."""
-        limits = f"ulimit -v {MEMORY_KIB} -f {FILE_KIB}; exec \"$@\""
+        # In the background a shell ignores some signals, which the tests do not expect.
+        limits = f"ulimit -v {MEMORY_KIB} -f {FILE_KIB}; exec env --default-signal=HUP,INT,QUIT \"$@\""
         with self.log.open("ab") as log:
             process = subprocess.Popen(["bash", "-c", limits, "-", *command], cwd=directory or self.path,
                                        stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
