@@ -14,8 +14,9 @@
 
 // Three lifetimes meet here. The object (CThread) is the application's. A run lasts from StartThread() until the record
 // of its thread is freed, and m_semRun is taken for exactly that long: so whoever gets the semaphore finds no run under
-// way, at most one that has ended and is not joined yet. The record (STsd) is its thread's, which frees it at its end;
-// what is left at shut-down, of threads of the application, FinalizeTsd() frees.
+// way, at most one that has ended and is not joined yet. The record (STsd) is its thread's, which makes it when it
+// first needs it and frees it at its end; what is left at shut-down, of threads of the application, FinalizeTsd()
+// frees.
 //
 //   who                         when                         may touch
 //   starter                     holds m_semRun               everything, until pthread_create(); then nothing: the run
@@ -27,10 +28,18 @@
 //                                                            object
 //   joiner, next starter        holds m_semRun               joins the handle and clears it, state
 //   anybody                     any time                     reads state, identifier and exit code, which are atomic
+//   a record's own thread       as long as it lives          the record and its values. Others find it in the list
+//                                                            under ms_pmutex, and read its identifier, which is atomic
 //
 // So the handle has one user at a time, always under m_semRun; a joiner that waits for the end of a thread keeps the
 // others waiting at the semaphore. The object may be gone as soon as the run has given the semaphore back, and at once
 // when it was destroyed on its own thread: t_stSelf.pThread and the record's pThread are null from then on.
+//
+// A joiner that is early sleeps for the record first, and then for the thread, which ends a little later. Measured
+// against joining first, for which it would have to know a handle that the run has not stored yet: a quarter more
+// processor time for a start and join on a single core, where each wake runs it before its waker has let go of what it
+// needs next; up to some percent with a second core. To yield instead of sleeping is quicker still on an idle core, and
+// costs whole time slices on a busy one.
 //
 // A run is counted until its record is gone, or, without one, until its function has ended. The shut-down waits for
 // that count and not for the threads, which are a few instructions from their end then: for their sake the library is
@@ -53,6 +62,8 @@ CThread::STsdKey* CThread::ms_pTsdKeyHead = nullptr;
 
 namespace
 {
+using orvel_internal::IsLikely;
+
 struct SScheduling
 {
     int nPolicy;
@@ -68,7 +79,7 @@ bool g_bHasKey = false;
 // What stands in for the key at shut-down, when it is gone and the records are not.
 void* g_pvCurrentTsd = nullptr;
 
-// What a thread has to know about itself even where there is no memory for its record.
+// What a thread must know about itself even if allocating its record failed.
 struct SSelf
 {
     CThread* pThread;
@@ -121,7 +132,7 @@ public:
     ~CRun()
     {
         if (m_pTsd == nullptr) AdoptLateRecord();
-        // The system frees the record that it holds under the key. What it does not hold is freed here.
+        // A record that is stored under the key is freed by the system. One that is not stored there is freed here.
         if (m_pTsd == nullptr) EndWithoutRecord();
         else if (PeekTsd() != m_pTsd) FreeTsdCallback(m_pTsd);
     }
@@ -184,7 +195,7 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
     if (!g_bHasKey) return QV_RES_THREAD_CREATE_FAILED;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
-    Reap();  // what somebody else has started since, and has ended
+    Reap();  // joins a run that another thread has started since and that has ended
     SetState(eSTARTING);
     Store(m_uId, NextThreadId());
     m_pfnThread = pfn;
@@ -200,7 +211,7 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
 // handle itself.
 QvResult CThread::Create()
 {
-    // The attribute object stays undestroyed: it owns nothing.
+    // The attribute object is not destroyed: it owns nothing.
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     const QvResult res = SetScheduling(attributes, g_astScheduling[m_ePriority]);
@@ -252,6 +263,13 @@ unsigned int CThread::GetId() const
 }
 
 unsigned int CThread::GetCurrentId()
+{
+    const STsd* const pTsd = PeekTsd();
+    return IsLikely(pTsd != nullptr && pTsd->uId != 0) ? pTsd->uId : NumberCaller();
+}
+
+// Apart from GetCurrentId(), which would save registers for it at every call.
+unsigned int CThread::NumberCaller()
 {
     STsd* const pTsd = GetCurrentTsd();
     if (pTsd == nullptr) return 0;
@@ -377,9 +395,13 @@ void CThread::ThreadEntryEnd()
 
 CThread::STsd* CThread::GetCurrentTsd()
 {
-    STsd* pTsd = PeekTsd();
-    if (pTsd != nullptr || !g_bHasKey) return pTsd;
-    pTsd = new (std::nothrow) STsd{};
+    STsd* const pTsd = PeekTsd();
+    return IsLikely(pTsd != nullptr || !g_bHasKey) ? pTsd : MakeTsd();
+}
+
+CThread::STsd* CThread::MakeTsd()
+{
+    STsd* const pTsd = new (std::nothrow) STsd{};
     if (pTsd == nullptr) return nullptr;
     pthread_setspecific(ms_hTsdKey, pTsd);
     const CMutexGuard guard(ms_pmutex);
@@ -522,7 +544,7 @@ void CThread::CountEnd()
 // The calling thread's record, if it has one.
 CThread::STsd* CThread::PeekTsd()
 {
-    return static_cast<STsd*>(g_bHasKey ? pthread_getspecific(ms_hTsdKey) : g_pvCurrentTsd);
+    return static_cast<STsd*>(IsLikely(g_bHasKey) ? pthread_getspecific(ms_hTsdKey) : g_pvCurrentTsd);
 }
 
 // Makes another record the calling thread's; returns the one that was.
