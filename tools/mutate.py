@@ -1,37 +1,60 @@
 #!/usr/bin/env python3
 """mutate.py [MODULE] [COUNT] [SEED]: breaks single places of the sources and prints what no test noticed.
 
-MODULE is a regular expression over the paths of framework/ and examples/, COUNT how many mutants are tried (default 20),
-SEED makes the same ones again. Each mutant is one change of one place: a comparison, an operator, a number, a condition, a
-result code, a statement that is left out. It is built in a copy of the tree; first the tests that are called after the
-module run, then, while none fails, those of the same directory, then all the others but package and debugger, which look
-at what is installed, and, for mutants of the library, the examples.
+MODULE is a regular expression over the paths of framework/ and examples/, COUNT how many mutants are tried (default
+20), SEED makes the same ones again. Each mutant is one change of one place: a comparison, an operator, a number, a
+condition, a result code, a statement that is left out. It is built, optimised, in a copy of the tree, of which each
+processor has one; what does not compile is not counted. Until a test fails, these run:
+
+  a source of the library   the tests that are called after the module, those of the same directory, all the others, but
+                            not the examples;
+  a header of the library   the library is built anew and, one after the other, at most a dozen of the programs that
+                            include the header: those called after the module first, then those called after a module
+                            that includes it, those of the same directory, the others; within each group what compiles
+                            fastest comes first. Then all that need not be built anew;
+  an example                its test, then those of the other examples.
+
+Tests of packages and of the debugger do not run: they look at what is installed. build/mutate/verdicts.log gets all
+verdicts, with the test that noticed and the seconds that it took.
 
 A mutant that changes nothing a caller can see is listed, with the reason, in tools/equivalent_mutants.txt: see there.
 Exit status: 0 when no mutant survived but those listed.
 """
+import collections
 import concurrent.futures
+import contextlib
 import dataclasses
+import json
 import os
 import pathlib
 import queue
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "mutate"
 KNOWN = ROOT / "tools" / "equivalent_mutants.txt"
-# A mutant may loop or allocate for ever: that counts as noticed.
-TEST_SECONDS = 120
-STAGE_SECONDS = 900
+# A mutant may loop, write or allocate for ever: that counts as noticed. A test may take ten times as long as without a
+# mutant, and this.
+TEST_SECONDS = 30
+BUILD_SECONDS = 7200
 MEMORY_KIB = 6 * 1024 * 1024
+FILE_KIB = 4 * 1024 * 1024
+# How many programs are built anew with a header's mutant, and of how many sources each.
+PROGRAMS_WITH_A_HEADER = 12
+SOURCES_OF_A_PROGRAM = 4
+# The process groups that are under way.
+RUNNING = set()
 NOT_RUN = r"^(package|debugger)\."
 
 # What is code: neither comments nor texts nor preprocessor lines.
-NO_CODE = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\'|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*', re.M | re.S)
+NO_CODE = re.compile(r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\'|'
+                     r'^[ \t]*#(?:[^\n]*\\\n)*[^\n]*', re.M | re.S)
 # Declarations and promises to the compiler: nothing runs there.
 NO_TARGET = re.compile(r"static_assert|\[\[gnu::|alignas|QV_HOT_CODE|template|using |typedef|friend |noexcept|__builtin_|"
                        r"operator|concept|requires|memory_order|QV_REMOVE_UNUSED|= delete|= default")
@@ -95,96 +118,183 @@ def draw(pattern, count, seed):
     return mutants[:count * 2]  # some do not compile
 
 
+@dataclasses.dataclass(frozen=True)
+class Test:
+    name: str
+    command: tuple
+    directory: str
+
+    @property
+    def program(self):
+        return self.command[0]
+
+
 class Tree:
     """A copy of the sources with a build of its own."""
 
     def __init__(self, number):
         self.path = WORK / str(number)
-        self.build = self.path / "build"
+        self.build = self.path / "build" / "release"
         self.log = WORK / f"{number}.log"
 
-    def run(self, command, seconds=STAGE_SECONDS):
+    def run(self, command, seconds, directory=None):
+        """Returns whether it ended well, in time and within its memory; nothing that it started goes on."""
+        # In the background a shell ignores some signals, which the tests do not expect.
+        limits = f"ulimit -v {MEMORY_KIB} -f {FILE_KIB}; exec env --default-signal=HUP,INT,QUIT \"$@\""
         with self.log.open("ab") as log:
+            process = subprocess.Popen(["bash", "-c", limits, "-", *command], cwd=directory or self.path,
+                                       stdin=subprocess.DEVNULL, stdout=log, stderr=log, start_new_session=True,
+                                       env={**os.environ, "GTEST_FAIL_FAST": "1"})
+            RUNNING.add(process.pid)
             try:
-                return subprocess.run(["bash", "-c", f"ulimit -v {MEMORY_KIB}; exec \"$@\"", "-", *command], cwd=self.path,
-                                      stdin=subprocess.DEVNULL, stdout=log, stderr=log, timeout=seconds).returncode == 0
+                return process.wait(seconds) == 0
             except subprocess.TimeoutExpired:
                 return False
+            finally:
+                kill_group(process.pid)
+                process.wait()
+                RUNNING.discard(process.pid)
 
-    def prepare(self, test):
+    def output(self, *command):
+        return subprocess.run(command, cwd=self.path, text=True, check=True, capture_output=True).stdout
+
+    def prepare(self):
+        """Returns whether it differs from what was there before."""
         self.path.mkdir(parents=True, exist_ok=True)
         files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard"], cwd=ROOT, text=True, check=True,
                                capture_output=True).stdout.split("\n")
         # Only what differs is written, so that a second run builds little.
-        subprocess.run(["rsync", "-rlc", "--files-from=-", f"{ROOT}/", f"{self.path}/"], text=True, check=True,
-                       input="\n".join(file for file in files if file and (ROOT / file).exists()))
+        written = subprocess.run(["rsync", "-rlci", "--files-from=-", f"{ROOT}/", f"{self.path}/"], text=True,
+                                 check=True, capture_output=True,
+                                 input="\n".join(file for file in files if file and (ROOT / file).exists())).stdout
         self.log.write_bytes(b"")
-        launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
-        if not self.run(["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                         "-DORVEL_EXAMPLES=ON", "-DORVEL_WARNINGS_ARE_ERRORS=OFF", *launcher]):
+        # Warnings are no errors in a mutant.
+        launcher = WORK / "compile"
+        cache = "ccache " if shutil.which("ccache") else ""
+        launcher.write_text(f'#!/bin/sh\n{cache}"$@" || exec "$@" -w\n')
+        launcher.chmod(0o755)
+        # As the tests are built otherwise, so that the compiler's cache knows most of it. A program is not linked anew
+        # because the library has changed.
+        if not self.run(["cmake", "--preset", "release", "-DORVEL_BENCHMARKS=OFF", "-DORVEL_INSTALL=OFF",
+                         "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}"],
+                        BUILD_SECONDS):
             sys.exit(f"the copy cannot be configured: see {self.log}")
-        if not self.run(["cmake", "--build", "build"], 7200):
+        if not self.run(["ninja", "-C", self.build], BUILD_SECONDS):
             sys.exit(f"the copy does not build: see {self.log}")
-        if test and not self.run(["ctest", "--test-dir", "build", "-E", NOT_RUN, "--timeout", str(TEST_SECONDS * 5)], 7200):
-            sys.exit(f"tests fail without a mutant: see {self.log}")
+        self.learn()
+        return written != ""
 
-    def tests(self):
-        listed = subprocess.run(["ctest", "--test-dir", "build", "-N", "-E", NOT_RUN], cwd=self.path, text=True, check=True,
-                                capture_output=True).stdout
-        return re.findall(r"^ *Test +#\d+: (\S+)$", listed, re.M)
+    def learn(self):
+        """What tests there are, and which objects depend on a file."""
+        listed = json.loads(self.output("ctest", "--test-dir", self.build, "--show-only=json-v1", "-E", NOT_RUN))
+        self.tests = [Test(test["name"], tuple(test["command"]),
+                           next(each["value"] for each in test["properties"] if each["name"] == "WORKING_DIRECTORY"))
+                      for test in listed["tests"]]
+        self.objects, self.dependents = {}, collections.defaultdict(set)
+        for block in self.output("ninja", "-C", self.build, "-t", "deps").split("\n\n"):
+            lines = block.split("\n")
+            built = self.build / lines[0].split(":")[0]
+            if "(VALID)" in lines[0] and built.exists():
+                self.objects[built] = built.stat().st_size
+                for file in lines[1:]:
+                    self.dependents[os.path.normpath(self.build / file.strip())].add(built)
+
+    def measure(self):
+        """Runs every test without a mutant and returns how many seconds each takes."""
+        seconds = {}
+        for test in self.tests:
+            start = time.monotonic()
+            if not self.run(test.command, BUILD_SECONDS, test.directory):
+                sys.exit(f"{test.name} fails without a mutant: see {self.log}")
+            seconds[test.name] = time.monotonic() - start
+        return seconds
 
     def stages(self, file):
-        """The tests in three groups: called after the module, of its directory, the rest."""
+        """The tests in groups, of which each is built and run when those before have noticed nothing."""
         path = pathlib.Path(file)
         if path.parts[0] == "examples":
-            stem, directory = path.parts[1], "examples"
-        else:
-            # digest.h belongs to the digests, sha_blocks_x86.cpp to sha_blocks.
-            stem, directory = re.sub(r"_(blocks|x86|avx\w*|v?pclmul|vaes|aesni).*$", "", path.stem), path.parts[1]
-        tests = self.tests()
-        own = [test for test in tests if stem in test.split(".", 1)[1]]
-        if path.suffix == ".h":
-            # One program holds all fuzz targets, and a header is in many of them: that takes long to build.
-            own = [test for test in own if not test.startswith("fuzz.")] or own
-        if path.parts[0] != "examples":
-            # Examples take long, and reach little that the module's own tests do not.
-            tests = [test for test in tests if not test.startswith("examples.")]
-        near = [test for test in tests if test.startswith(directory + ".") and test not in own]
-        far = [test for test in tests if test not in own and test not in near]
-        return [stage for stage in (own, near, far) if stage]
+            tests = [test for test in self.tests if test.name.startswith("examples.")]
+            own = [test for test in tests if test.name == f"examples.{path.parts[1]}"]
+            return [own, [test for test in tests if test not in own]]
+        # Examples take long, and reach little that the module's own tests do not.
+        tests = sorted((test for test in self.tests if not test.name.startswith("examples.")),
+                       key=lambda test: self.seconds[test.name])
+        directory, stem = path.parts[1], stem_of(path)
+        including = {stem_of(other) for other in self.path.glob("framework/*/*.*")
+                     if f'#include "{file}"' in other.read_text()}
 
-    def passes(self, tests):
-        targets = {"test_" + test if not test.startswith("fuzz.") else "fuzz_replay" for test in tests}
-        # What is built already is not asked for by name: some tests have programs of other names.
-        if not self.run(["cmake", "--build", "build", "--target", *sorted(targets & self.targets())]):
-            return None
-        names = "^(" + "|".join(re.escape(test) for test in tests) + ")$"
-        return self.run(["ctest", "--test-dir", "build", "-R", names, "--stop-on-failure", "--timeout", str(TEST_SECONDS)])
+        def distance(test):
+            name = test.name.split(".", 1)[1]
+            if stem in name:
+                return 0
+            if path.suffix == ".h" and any(other in name for other in including):
+                return 1
+            return 2 if test.name.startswith(directory + ".") else 3
 
-    def targets(self):
-        if not hasattr(self, "_targets"):
-            listed = subprocess.run(["ninja", "-C", "build", "-t", "targets", "all"], cwd=self.path, text=True, check=True,
-                                    capture_output=True).stdout
-            self._targets = set(re.findall(r"^([\w.+-]+): phony$", listed, re.M))
-        return self._targets
+        if path.suffix != ".h":
+            return [[test for test in tests if distance(test) == nearness] for nearness in (0, 2, 3)]
+        stale = collections.defaultdict(list)
+        for built in self.dependents[str(self.path / file)]:
+            stale[built.relative_to(self.build).as_posix().split(".dir/")[0]].append(self.objects[built])
+        costs = {test: stale.get(self.objects_of(test), []) for test in tests}
+        ready = [test for test in tests if not costs[test]]
+        # Programs of many sources take too long.
+        built = sorted((test for test in tests if 0 < len(costs[test]) <= SOURCES_OF_A_PROGRAM),
+                       key=lambda test: (distance(test), sum(costs[test])))[:PROGRAMS_WITH_A_HEADER]
+        return [[test for test in ready if distance(test) == 0], *([test] for test in built),
+                [test for test in ready if distance(test) != 0]]
 
-    def judge(self, mutant):
-        """Returns "killed", "survived" or "not compiled"."""
+    def objects_of(self, test):
+        program = pathlib.Path(os.path.relpath(test.program, self.build))
+        return (program.parent / "CMakeFiles" / program.name).as_posix()
+
+    def judge(self, mutant, known):
+        """Returns "killed", "survived" or "not compiled", and the name of the test that noticed it."""
         file = self.path / mutant.file
-        original = file.read_text()
+        original, before = file.read_text(), file.stat()
         lines = original.split("\n")
         lines[mutant.line - 1] = mutant.new
+        self.log.write_bytes(b"")
         file.write_text("\n".join(lines))
+        changed = file.stat().st_mtime_ns
         try:
-            for number, stage in enumerate(self.stages(mutant.file)):
-                passed = self.passes(stage)
-                if passed is None and number == 0:
-                    return "not compiled"
-                if not passed:
-                    return "killed"
-            return "survived"
+            stages = [stage for stage in self.stages(mutant.file) if stage]
+            # Of those that are listed it is only seen that the nearest tests still do not notice them.
+            for stage in stages[:1] if known else stages:
+                programs = sorted({os.path.relpath(test.program, self.build) for test in stage})
+                if not self.run(["ninja", "-C", self.build, *programs], BUILD_SECONDS):
+                    return "not compiled", ""
+                for test in stage:
+                    if not self.run(test.command, TEST_SECONDS + 10 * self.seconds[test.name], test.directory):
+                        return "killed", test.name
+            return "survived", ""
         finally:
+            # What was made of the mutant goes, so that the rest is as new as the file, which gets its old time again.
+            for built in self.dependents[str(file)]:
+                if built.exists() and built.stat().st_mtime_ns >= changed:
+                    built.unlink()
             file.write_text(original)
+            if (self.build / "build.ninja").stat().st_mtime_ns < changed:
+                os.utime(file, ns=(before.st_atime_ns, before.st_mtime_ns))
+
+
+def stem_of(path):
+    """digest.h belongs to the digests, sha_blocks_x86.cpp to sha_blocks."""
+    return re.sub(r"_(blocks|x86|avx\w*|v?pclmul|vaes|aesni).*$", "", path.stem)
+
+
+def kill_group(process, how=signal.SIGKILL):
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(process, how)
+
+
+def stop(*_):
+    # A build ends its compilers itself when it is asked to: each is a group of its own.
+    for how in (signal.SIGTERM, signal.SIGKILL):
+        for process in list(RUNNING):
+            kill_group(process, how)
+        time.sleep(1)
+    os._exit(130)
 
 
 def read_known():
@@ -202,36 +312,49 @@ def main():
     seed = int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(1 << 31)
     candidates = draw(pattern, count, seed)
     known = read_known()
-    trees = queue.SimpleQueue()
+    signal.signal(signal.SIGINT, stop)
+    signal.signal(signal.SIGTERM, stop)
     workers = min(os.cpu_count() or 1, count)
-    for number in range(workers):
-        tree = Tree(number)
-        tree.prepare(number == 0)
+    prepared = [Tree(number) for number in range(workers)]
+    is_new = any([tree.prepare() for tree in prepared])
+    measured = WORK / "seconds.json"
+    if is_new or not measured.exists():
+        measured.unlink(missing_ok=True)
+        measured.write_text(json.dumps(prepared[0].measure()))
+    trees = queue.SimpleQueue()
+    for tree in prepared:
+        tree.seconds = json.loads(measured.read_text())
         trees.put(tree)
     print(f"{len(candidates)} candidates, seed {seed}", flush=True)
 
     def judge(mutant):
         tree = trees.get()
         try:
-            return mutant, tree.judge(mutant)
+            start = time.monotonic()
+            is_known = (mutant.file, mutant.old.strip(), mutant.new.strip()) in known
+            verdict, test = tree.judge(mutant, is_known)
+            if is_known and verdict == "survived":
+                verdict = "equivalent"
+            return mutant, verdict, test, time.monotonic() - start
         finally:
             trees.put(tree)
 
     sums = {"killed": 0, "survived": 0, "equivalent": 0, "not compiled": 0}
     pending = iter(candidates)
-    with concurrent.futures.ThreadPoolExecutor(workers) as pool:
+    with (concurrent.futures.ThreadPoolExecutor(workers) as pool,
+          (WORK / "verdicts.log").open("a", buffering=1) as verdicts):
         running = {pool.submit(judge, mutant) for mutant in (next(pending, None) for _ in range(workers)) if mutant}
         while running:
             done, running = concurrent.futures.wait(running, return_when=concurrent.futures.FIRST_COMPLETED)
             for future in done:
-                mutant, verdict = future.result()
+                mutant, verdict, test, seconds = future.result()
+                verdicts.write(f"{mutant.describe()}\n    {verdict} {test} {seconds:.0f} s\n")
                 if verdict == "survived":
-                    if (mutant.file, mutant.old.strip(), mutant.new.strip()) in known:
-                        verdict = "equivalent"
-                    else:
-                        print(mutant.describe(), flush=True)
+                    print(mutant.describe(), flush=True)
                 sums[verdict] += 1
                 tried = sums["killed"] + sums["survived"] + sums["equivalent"]
+                if verdict != "not compiled" and tried % 10 == 0:
+                    print(f"{tried} tried, {sums['survived']} survived", flush=True)
                 following = next(pending, None) if tried + len(running) < count else None
                 if following is not None:
                     running.add(pool.submit(judge, following))

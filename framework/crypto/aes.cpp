@@ -182,7 +182,6 @@ QvResult CAesBremoFwOpenSsl::Update(const uint8_t* puIn, unsigned int uInSize, u
         m_uPartialSize += uPart;
         if (m_uPartialSize != uBLOCK_SIZE) return QV_RES_OK;
         Transform(m_auPartial, uBLOCK_SIZE, puOut);
-        m_uPartialSize = 0;
         memset(m_auPartial, 0, sizeof(m_auPartial));
         *puOutSize = uBLOCK_SIZE;
         puIn += uPart;

@@ -1243,6 +1243,20 @@ TEST_F(CJournal, MemoryDoesNotGrowWithTheInput)
 
 namespace
 {
+/// What has arrived so far at the master of a terminal.
+std::string WhatIsOnTerminal(int nMaster)
+{
+    std::string strAll;
+    for (struct pollfd ready = {nMaster, POLLIN, 0}; poll(&ready, 1, 0) == 1 && (ready.revents & POLLIN) != 0;)
+    {
+        char acPart[256];
+        const ssize_t nRead = read(nMaster, acPart, sizeof(acPart));
+        if (nRead <= 0) break;
+        strAll.append(acPart, static_cast<std::size_t>(nRead));
+    }
+    return strAll;
+}
+
 /// `journal write ... -` with the writing end of a pipe as its standard input, and a terminal or none for its errors.
 class CFedJournal
 {
@@ -1275,18 +1289,7 @@ public:
         }
     }
 
-    std::string ReadTerminal()
-    {
-        std::string strAll;
-        for (struct pollfd ready = {m_nMaster, POLLIN, 0}; poll(&ready, 1, 0) == 1 && (ready.revents & POLLIN) != 0;)
-        {
-            char acPart[256];
-            const ssize_t nRead = read(m_nMaster, acPart, sizeof(acPart));
-            if (nRead <= 0) break;
-            strAll.append(acPart, static_cast<std::size_t>(nRead));
-        }
-        return strAll;
-    }
+    std::string ReadTerminal() { return WhatIsOnTerminal(m_nMaster); }
 
     int Interrupt(int nSignal)
     {
@@ -1556,4 +1559,80 @@ TEST_F(CJournal, HelloPrintsTheCodeOfItsMessage)
     // Python: hmac.new(b"our secret", b"\x15\0Hello, world number 1", "sha1").hexdigest()
     ASSERT_EQ(0, std::system((std::string(g_pszHello) + " >ours").c_str()));
     EXPECT_EQ("af71426c22321fefba997deb4ee571e8054291bd\n", Load("ours"));
+}
+
+namespace
+{
+constexpr char g_szEraseLine[] = "\r\033[K";
+
+/// What the program shows on a terminal for its errors, when each of its looks at the clock is nStepMs after the last.
+std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nStepMs)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing stepping("REFUSE_STEP", std::to_string(nStepMs));
+    int nMaster = -1;
+    int nTerminal = -1;
+    EXPECT_EQ(0, openpty(&nMaster, &nTerminal, nullptr, nullptr, nullptr));
+    const std::vector<char*> command = CommandOf(rArguments);
+    const pid_t pid = fork();
+    if (pid == 0)
+    {
+        Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+        dup2(nTerminal, STDERR_FILENO);
+        Execute(command);
+    }
+    EXPECT_EQ(0, StatusOf(pid));
+    const std::string strShown = WhatIsOnTerminal(nMaster);
+    close(nTerminal);
+    close(nMaster);
+    return strShown;
+}
+
+std::string ProgressLine(const char* pszDoing, std::size_t uRecords, std::size_t uBytes, std::size_t uTotalBytes)
+{
+    return std::string(g_szEraseLine) + pszDoing + ": " + std::to_string(uRecords) + " records, " +
+           std::to_string(uBytes * 100 / uTotalBytes) + " %";
+}
+}  // namespace
+
+TEST_F(CJournal, ProgressIsShownFromHalfASecondOnFourTimesASecond)
+{
+    constexpr int nRECORDS = 9;
+    MustWrite(NumberedLines(nRECORDS));
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    for (const int nStepMs : {1, 249, 250, 499, 500, 501})
+    {
+        SCOPED_TRACE(testing::Message() << nStepMs << " ms from look to look");
+        std::string strExpected;
+        std::size_t uBytes = 0;
+        int nNextMs = 500;
+        for (int nRecord = 1; nRecord <= nRECORDS; ++nRecord)
+        {
+            uBytes += parts[static_cast<std::size_t>(nRecord)].size();
+            if (nRecord * nStepMs < nNextMs) continue;
+            nNextMs = nRecord * nStepMs + 250;
+            strExpected += ProgressLine("verifying", static_cast<std::size_t>(nRecord), uBytes, Joined(parts).size());
+        }
+        if (!strExpected.empty()) strExpected += g_szEraseLine;
+        EXPECT_EQ(strExpected, ShownOnTerminal({"verify", "--key", "k", "--journal", "j"}, nStepMs));
+    }
+}
+
+TEST_F(CJournal, ProgressOfAWriteCountsTheRecordsThatAreCopiedAndTheLines)
+{
+    MustWrite("one\ntwo\nthree\n");
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    const std::vector<std::string> lines = {"a line that is long enough to be more than one in a hundred\n", "\n",
+                                            "end\n"};
+    Store("text", Joined(lines));
+    const std::size_t uTotalBytes = Joined(parts).size() + Joined(lines).size();
+    std::string strExpected;
+    std::size_t uRecords = 0;
+    std::size_t uBytes = 0;
+    for (std::size_t u = 1; u <= 3; ++u)
+        strExpected += ProgressLine("writing", ++uRecords, uBytes += parts[u].size(), uTotalBytes);
+    for (const std::string& rLine : lines)
+        strExpected += ProgressLine("writing", ++uRecords, uBytes += rLine.size(), uTotalBytes);
+    EXPECT_EQ(strExpected + g_szEraseLine, ShownOnTerminal({"write", "--key", "k", "--journal", "j", "text"}, 1000));
+    ExpectIntact(6);
 }

@@ -8,6 +8,7 @@
 //   REFUSE_MARK=FILE     made when anything was refused
 //   REFUSE_KILL=1        the program is killed instead, before the call
 //   REFUSE_USER=NUMBER   who runs the program, as it is told
+//   REFUSE_STEP=NUMBER   each look at the steady clock finds it so many milliseconds later than the one before
 //   REFUSE_RESIDUE=FILE  when the program ends, its memory is searched for the 32 bytes of FILE: found, it ends with 77
 #include <fcntl.h>
 #include <signal.h>
@@ -18,12 +19,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <new>
 
 #include "tests/support/refusing_new.h"
@@ -161,6 +164,17 @@ extern "C"
         const long nUser = NumberIn("REFUSE_USER");
         return nUser >= 0 ? static_cast<uid_t>(nUser) : __real_geteuid();
     }
+}
+
+// Instead of the standard library's.
+std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept
+{
+    static std::atomic<long> s_nLooks = 0;
+    const long nStepMs = NumberIn("REFUSE_STEP");
+    if (nStepMs > 0) return time_point(std::chrono::milliseconds(nStepMs * s_nLooks++));
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return time_point(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
 }
 
 namespace

@@ -513,3 +513,14 @@ INSTANTIATE_TEST_SUITE_P(
                     SDeadline{{1000, 999999}, 4294967294, {1000 + 4294968, 293999000}},
                     // The fractions are added in 32 bits: a microsecond count beyond a second wraps them.
                     SDeadline{{1000, 4000000}, 999, {1000, 704032704}}));
+
+TEST_F(CSemaphoreCalls, TheGuardOfABinarySemaphoreSignalsAndDoesNotYield)
+{
+    const CBinarySemaphore sem(CBinarySemaphore::eFREE, false);
+    g_pvWatched = const_cast<CBinarySemaphore*>(&sem);
+    {
+        const CBinarySemaphoreGuard guard(&sem);
+        EXPECT_EQ((TCalls{"lock", "unlock"}), g_calls);
+    }
+    EXPECT_EQ((TCalls{"lock", "unlock", "lock", "signal", "unlock"}), g_calls);
+}

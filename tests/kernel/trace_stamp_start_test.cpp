@@ -6,10 +6,9 @@
 #include <string>
 
 #include "framework/kernel/framework_initializer.h"
+#include "framework/kernel/package_id.h"
 #include "framework/kernel/timer.h"
 #include "framework/kernel/trace.h"
-
-static_assert((eTRACE_LEVEL_ERROR | eTRACE_LEVEL_INFO) == 10 && (eTRACE_CATEGORY_CALL | eTRACE_CATEGORY_STATE) == 3);
 
 namespace
 {
@@ -65,4 +64,28 @@ TEST_F(CTraceStamp, IsCutAndNotTerminatedWhereItDoesNotFit)
     EXPECT_EQ(4, g_pfnOffered(szStamp, 4));
     EXPECT_EQ(strWant.substr(0, 4) + "#####", szStamp);
     EXPECT_EQ(0, g_pfnOffered(szStamp, 0));
+}
+
+// Programs that were built before have them compiled in.
+TEST(QvTraceValues, StayAsTheyAre)
+{
+    const EQvTraceLevel aeLevels[] = {eTRACE_LEVEL_FATAL, eTRACE_LEVEL_ERROR, eTRACE_LEVEL_WARNING, eTRACE_LEVEL_INFO,
+                                      eTRACE_LEVEL_DEBUG};
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(1 << n, aeLevels[n]);
+    EXPECT_EQ(0, eTRACE_LEVEL_NONE);
+    EXPECT_EQ(31, eTRACE_LEVEL_ALL);
+    const EQvTraceCategory aeCategories[] = {eTRACE_CATEGORY_CALL, eTRACE_CATEGORY_STATE, eTRACE_CATEGORY_MEMORY,
+                                             eTRACE_CATEGORY_THREAD, eTRACE_CATEGORY_TIME};
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(1 << n, aeCategories[n]);
+    EXPECT_EQ(0, eTRACE_CATEGORY_NONE);
+    EXPECT_EQ(65536, eTRACE_CATEGORY_APPLICATION);
+    EXPECT_EQ(2147483647, eTRACE_CATEGORY_ALL);
+    const EQvTraceField aeFields[] = {eTRACE_FIELD_TIME,       eTRACE_FIELD_SYSTEM_TIME, eTRACE_FIELD_HOST_NAME,
+                                      eTRACE_FIELD_PROCESS_ID, eTRACE_FIELD_THREAD_ID,   eTRACE_FIELD_PACKAGE,
+                                      eTRACE_FIELD_LEVEL,      eTRACE_FIELD_CATEGORY,    eTRACE_FIELD_TEXT};
+    for (int n = 0; n < 9; ++n) EXPECT_EQ(n, aeFields[n]);
+    const EQvPackageId aePackages[] = {ePACKAGE_FRAMEWORK, ePACKAGE_KERNEL, ePACKAGE_BASIC, ePACKAGE_ECOM,
+                                       ePACKAGE_CRYPTO};
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(n, aePackages[n]);
+    EXPECT_EQ(1000, ePACKAGE_APPLICATION);
 }
