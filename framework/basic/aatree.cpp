@@ -27,13 +27,13 @@ Node* CAATreeBase::ms_pNullNode = nullptr;
 
 namespace
 {
-// As applications call it, when it is used outside the start-up and the shut-down.
+// The name of the class in the message when it is used before start-up or after shut-down.
 constexpr const char* g_szCLASS = "CAATree";
 
 // Of a current node that somebody set: nobody has counted up to it.
 constexpr unsigned int g_uUNKNOWN_INDEX = UINT_MAX;
 
-// A node whose size does not fit never gets a block: see ReserveFree().
+// If the size of a node does not fit 32 bits, ReserveFree() refuses every node.
 unsigned int NodeSize(unsigned int uElementSize)
 {
     return static_cast<unsigned int>(std::min(size_t{UINT_MAX}, uElementSize + sizeof(Node)));
@@ -61,7 +61,7 @@ Node* MaxOf(Node* pNode, const Node* pNull)
     return pNode;
 }
 
-// The climb ends at the root at the latest: its parent is the sentinel, whose children are the sentinel again.
+// The walk up ends at the root at the latest: its parent is the sentinel, whose children are the sentinel itself.
 Node* SuccessorOf(Node* pNode, const Node* pNull)
 {
     if (pNode->pRight != pNull) return MinOf(pNode->pRight, pNull);
@@ -441,7 +441,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 
 QvResult CAATreeBase::ReserveNode()
 {
-    RequireSentinel();  // before the allocator, which may be gone as well
+    RequireSentinel();  // before the allocator is used, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
     if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
     if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
@@ -556,7 +556,7 @@ void CAATreeBase::Replace(CAATreeNode* pNode, CAATreeNode* pReplacement)
     *pReplacement = *pNode;
 }
 
-// Where a linked node hangs: in its parent or at the root.
+// The pointer that leads to a linked node: a child of its parent, or the root.
 CAATreeBase::CAATreeNode*& CAATreeBase::SlotOf(CAATreeNode* pNode)
 {
     CAATreeNode* const pParent = pNode->pParent;

@@ -58,8 +58,8 @@ public:
     /// the shut-down of the framework it ends the process with a line that names pszClass.
     QV_HIDDEN static IAllocator* OrDefault(IAllocator* pAllocator, const char* pszClass);
 
-    /// Allocate() and Release() of a single block, for the library's own classes: what the default allocator does for it
-    /// is inline. uSize is 8 or more. A block that is given back ends its chain, as for Release().
+    /// Allocate() and Release() of a single block, for the library's own classes: what the default allocator does is
+    /// inline. uSize is 8 or more. A block that is given back ends its chain, as for Release().
     QV_HIDDEN static SBlock* AllocateOne(IAllocator* pAllocator, unsigned int uSize, SBlock** ppLast)
     {
         if (!IsDefault(pAllocator)) return pAllocator->Allocate(1, uSize, ppLast);

@@ -64,7 +64,7 @@ int LowerCase(char c)
     return tolower(static_cast<unsigned char>(c));
 }
 
-// vsnprintf() that leaves the list to be read again.
+// vsnprintf() on a copy of the list, which can so be read again.
 __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSize, const char* pszFormat, va_list args)
 {
     va_list argsOfThisPass;
@@ -76,7 +76,7 @@ __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSi
 
 using Aside = std::unique_ptr<char[]>;
 
-// memcpy() that makes no call for what is appended most often.
+// memcpy() that makes no call for the sizes that are appended most often.
 void CopyFew(char* pszDest, const char* pszSrc, unsigned int uSize)
 {
     if (uSize == 1) *pszDest = *pszSrc;
@@ -152,7 +152,7 @@ inline CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned 
     return pstInfo;
 }
 
-// Release(), in reach of the compiler.
+// Release() in a form that the compiler can inline.
 inline void CString::GiveUpShare()
 {
     if (m_pstInfo->uRefCount >= 2) DecRefCount();
@@ -160,7 +160,7 @@ inline void CString::GiveUpShare()
     m_pstInfo = ms_pstEmptyStringInfo;
 }
 
-// Not inline, lest a string that shares nothing pay for the registers.
+// Not inlined, so that a string which shares nothing saves no registers.
 [[gnu::noinline]] void CString::GiveUpShareLocked()
 {
     const CBriefMutexGuard guard(ms_pmutex);
@@ -498,7 +498,7 @@ bool CString::HoldsAddress(const char* psz) const
     return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
 }
 
-// Of a private block, or of the empty one, which stays as it is: nothing but 0 fits it.
+// Sets the size of a private block, or of the empty one, which stays as it is: only 0 fits it.
 void CString::SetSize(unsigned int uSize)
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
@@ -524,7 +524,7 @@ QvResult CString::Reallocate(unsigned int uCapacity)
     return QV_RES_OK;
 }
 
-// Takes a block instead of the own one, whose characters stay where they are until then.
+// Replaces the block of the string by another one, which is complete already, and gives up the old one.
 void CString::Replace(SStringInfo* pstInfo)
 {
     if (!IsShared()) FreeBlock();

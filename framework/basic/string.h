@@ -242,8 +242,8 @@ private:
         return reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, szCharacters);
     }
 
-    // The size above the capacity in one word. The next append waits for a size of 16 bits that has just been stored,
-    // but hardly for a word that is loaded as it was stored.
+    // The size above the capacity in one word: loading a word that has just been stored as a word costs the next append
+    // less than loading 16 bits of it.
     QV_HIDDEN static uint32_t ExtentOf(const SStringInfo* pstInfo)
     {
         uint32_t uExtent;
@@ -266,7 +266,7 @@ private:
     QV_HIDDEN bool AppendInPlace(const char* pszText, size_t uSize)
     {
         SStringInfo* const pstInfo = m_pstInfo;
-        // Read once: for all the compiler knows, storing a character changes them.
+        // Read once: the compiler must assume that storing a character changes them.
         const uint32_t uExtent = ExtentOf(pstInfo);
         const unsigned int uOldSize = uExtent >> 16;
         const unsigned int uRoom = (uExtent & 0xFFFF) - uOldSize;
