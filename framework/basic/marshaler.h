@@ -82,10 +82,10 @@ private:
     QV_HIDDEN bool AppendSegment();
     QV_HIDDEN bool EnterNextSegment();
 
-    // The positions are copied into locals first, and both paths end in one store of them: the compiler must assume that
-    // storing bytes changes any member, but can then keep a position in a register from one value to the next. A value
-    // that crosses segments is copied before its address is taken: otherwise it would have to be in memory on the fast
-    // path, too.
+    // The positions are copied into locals first, and both paths end in one store of them: the compiler must assume
+    // that storing bytes changes any member, but can then keep a position in a register from one value to the next. A
+    // value that crosses segments is copied before its address is taken: otherwise it would have to be in memory on the
+    // fast path, too.
     template <typename T>
     QV_HIDDEN CMarshaler& InsertValue(T value)
     {
@@ -123,11 +123,11 @@ private:
         rValue = value;
         return *this;
     }
-    // Whether uSize bytes from puRead on were written and lie in the reader's segment; false at times where they do.
+    // Whether uSize bytes from puRead on were written and lie in the reader's segment; at times false though they do.
     // Both conditions nearly always hold, wherever the writer is: GetReadLimit() would jump for one of its two places.
-    // The second one asks only how far the writer is ahead. In another segment it is at least uSize bytes ahead, or
-    // behind. No more than a segment behind it may also be in the same one, as a program that was compiled with an older
-    // header leaves it: ExtractAcrossSegments() looks closer.
+    // The second one asks only how far the writer is ahead. A writer in another segment is at least uSize bytes ahead,
+    // or behind. One that is at most a segment behind may also be in the same segment, where a program that was
+    // compiled with an older header moved the reader past it: ExtractAcrossSegments() looks closer.
     QV_HIDDEN bool CanRead(const unsigned char* puRead, size_t uSize) const
     {
         const uintptr_t uRead = reinterpret_cast<uintptr_t>(puRead);
