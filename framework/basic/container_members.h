@@ -1,6 +1,7 @@
 #ifndef FRAMEWORK_BASIC_CONTAINER_MEMBERS_H
 #define FRAMEWORK_BASIC_CONTAINER_MEMBERS_H
 #include "framework/basic/ordered_sequence.h"
+#include "framework/kernel/export.h"
 #include "framework/kernel/unused_parameter.h"
 
 /// Internal: members that are the same in several containers. The binary interface has them in each container, so that
@@ -68,7 +69,7 @@
         const orvel_internal::SComparison compare{pfnCompare, uParam};                                               \
         return orvel_internal::AllocateSorted(*this, SearchWith(compare), pKey, ppElement);                          \
     }                                                                                                                \
-    void Container::Sort(PFNCompareElements pfnCompare, unsigned int uParam)                                         \
+    QV_HOT_CODE void Container::Sort(PFNCompareElements pfnCompare, unsigned int uParam)                             \
     {                                                                                                                \
         SortElements(orvel_internal::SComparison{pfnCompare, uParam});                                               \
     }                                                                                                                \

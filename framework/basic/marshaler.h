@@ -1,6 +1,7 @@
 #ifndef FRAMEWORK_BASIC_MARSHALER_H
 #define FRAMEWORK_BASIC_MARSHALER_H
 #include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 #include "framework/basic/pool.h"
@@ -81,44 +82,68 @@ private:
     QV_HIDDEN bool AppendSegment();
     QV_HIDDEN bool EnterNextSegment();
 
-    // The positions are copied into locals first: the compiler must assume that storing bytes changes any member. A
+    // The positions are copied into locals first, and both paths end in one store of them: the compiler must assume
+    // that storing bytes changes any member, but can then keep a position in a register from one value to the next. A
     // value that crosses segments is copied before its address is taken: otherwise it would have to be in memory on the
     // fast path, too.
     template <typename T>
     QV_HIDDEN CMarshaler& InsertValue(T value)
     {
-        unsigned char* const puWrite = m_puWrite;
-        if (static_cast<size_t>(m_puWriteEnd - puWrite) >= sizeof(T))
+        unsigned char* puWrite = m_puWrite;
+        if (orvel_internal::IsLikely(static_cast<size_t>(m_puWriteEnd - puWrite) >= sizeof(T)))
         {
             memcpy(puWrite, &value, sizeof(T));
-            m_puWrite = puWrite + sizeof(T);
+            puWrite += sizeof(T);
         }
         else
         {
             const T copy = value;
             Insert(&copy, sizeof(T));
+            puWrite = m_puWrite;
         }
+        m_puWrite = puWrite;
         return *this;
     }
     template <typename T>
     QV_HIDDEN CMarshaler& ExtractValue(T& rValue)
     {
-        unsigned char* const puRead = m_puRead;
-        if (GetReadLimit() - puRead < static_cast<ptrdiff_t>(sizeof(T))) rValue = ExtractAcrossSegments<T>();
+        unsigned char* puRead = m_puRead;
+        T value;
+        if (orvel_internal::IsLikely(CanRead(puRead, sizeof(T))))
+        {
+            memcpy(&value, puRead, sizeof(T));
+            puRead += sizeof(T);
+        }
         else
         {
-            T value;
-            memcpy(&value, puRead, sizeof(T));
-            m_puRead = puRead + sizeof(T);
-            rValue = value;
+            value = ExtractAcrossSegments<T>();
+            puRead = m_puRead;
         }
+        m_puRead = puRead;
+        rValue = value;
         return *this;
+    }
+    // Whether uSize bytes from puRead on were written and lie in the reader's segment; at times false though they do.
+    // Both conditions nearly always hold, wherever the writer is: GetReadLimit() would jump for one of its two places.
+    // The second one asks only how far the writer is ahead. A writer in another segment is at least uSize bytes ahead,
+    // or behind. One that is at most a segment behind may also be in the same segment, where a program that was
+    // compiled with an older header moved the reader past it: ExtractAcrossSegments() looks closer.
+    QV_HIDDEN bool CanRead(const unsigned char* puRead, size_t uSize) const
+    {
+        const uintptr_t uRead = reinterpret_cast<uintptr_t>(puRead);
+        return reinterpret_cast<uintptr_t>(m_puReadEnd) - uRead >= uSize &&
+               reinterpret_cast<uintptr_t>(m_puWrite) - uRead - uSize < UINTPTR_MAX - uSEGMENT_SIZE - uSize;
     }
     template <typename T>
     QV_HIDDEN __attribute__((noinline)) T ExtractAcrossSegments()
     {
         T value;
-        if (m_puRead == m_puReadEnd && EnterNextSegment()) ExtractValue(value);
+        if (m_puRead == m_puReadEnd) EnterNextSegment();
+        if (GetReadLimit() - m_puRead >= static_cast<ptrdiff_t>(sizeof(T)))
+        {
+            memcpy(&value, m_puRead, sizeof(T));
+            m_puRead += sizeof(T);
+        }
         else Extract(&value, sizeof(T));
         return value;
     }
