@@ -10,15 +10,12 @@
 
 #include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
 namespace
 {
 using CNode = CAATreeBase::CAATreeNode;
-
-constexpr std::size_t g_uROOT = 88;  // offset of the binary interface
 
 int CompareInts(const void* pFirst, const void* pSecond, unsigned int)
 {
@@ -46,9 +43,9 @@ public:
     QvResult Add(int n) { return Insert(&n); }
     void Remove(int n) { EraseElement(&n); }
 
-    using CAATreeBase::eALLOCATE;
-    using CAATreeBase::eCOPY_KEY;
-    using CAATreeBase::eLINK_ALLOCATED;
+    CNode* GetRoot() const { return m_pRoot; }
+    static_assert(eCOPY_KEY == 0 && eALLOCATE == 1 && eLINK_ALLOCATED == 2);
+
     using CAATreeBase::ms_auNullNode;
     using CAATreeBase::ms_pNullNode;
 };
@@ -63,50 +60,6 @@ std::vector<int> ValuesOf(const CIntTree& rTree)
     std::vector<int> values;
     for (unsigned int u = 0; u < rTree.GetSize(); ++u) values.push_back(ValueOf(rTree.FindNodeByIndex(u)));
     return values;
-}
-
-TEST(CAATreeLayout, FieldsLieWhereTheBinaryInterfaceHasThem)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    EXPECT_EQ(112u, sizeof(CAATreeBase));
-    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&tree, 16));
-    EXPECT_EQ(sizeof(int) + 32, LoadAt<unsigned int>(&tree, 44));
-    EXPECT_EQ(sizeof(int), LoadAt<unsigned int>(&tree, 48));
-    EXPECT_EQ(&CompareInts, LoadAt<PFNCompareElements>(&tree, 56));
-    EXPECT_EQ(5u, LoadAt<unsigned int>(&tree, 64));
-    tree.SetLockCapacity(9);
-    EXPECT_EQ(9u, LoadAt<unsigned int>(&tree, 72));
-    tree.SetLockCapacity(0);
-    tree.Add(1);
-    tree.Add(2);
-    tree.Add(3);
-    EXPECT_EQ(3u, LoadAt<unsigned int>(&tree, 76));
-    void* const pElement = tree.Allocate();
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&tree, 80));
-    tree.EraseAllocated(pElement);
-    const CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
-    EXPECT_EQ(2, ValueOf(const_cast<CNode*>(pRoot)));
-    CNode* const pThird = tree.FindNodeByIndex(2);
-    EXPECT_EQ(pThird, LoadAt<CNode*>(&tree, 96));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&tree, 104));
-    EXPECT_EQ(pThird, LoadAt<CNode*>(pRoot, 8));
-    EXPECT_EQ(pRoot, LoadAt<CNode*>(pThird, 16));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(pThird, 24));
-    EXPECT_EQ(3, LoadAt<int>(pThird, 32));
-    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(pThird, 0));
-    EXPECT_EQ(32u, sizeof(CNode));
-    EXPECT_EQ(16u, sizeof(CAATreeBase::SCompareVoidParams));
-}
-
-TEST(CAATreeLayout, SlotsAndActionsHaveTheirNumbers)
-{
-    EXPECT_EQ(2, SlotOf(&CAATreeBase::Construct));
-    EXPECT_EQ(3, SlotOf(&CAATreeBase::ConstructFrom));
-    EXPECT_EQ(4, SlotOf(&CAATreeBase::Destruct));
-    EXPECT_EQ(0, int{CIntTree::eCOPY_KEY});
-    EXPECT_EQ(1, int{CIntTree::eALLOCATE});
-    EXPECT_EQ(2, int{CIntTree::eLINK_ALLOCATED});
 }
 
 TEST(CAATreeSentinel, ItsLinksLeadToItselfAndItsLevelIsZero)
@@ -246,7 +199,7 @@ TEST(CAATreeErase, OfAllKeepsTheCapacity)
     EXPECT_TRUE(tree.IsEmpty());
     EXPECT_EQ(20u, tree.GetCapacity());
     EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(&tree, g_uROOT));
+    EXPECT_EQ(CIntTree::ms_pNullNode, tree.GetRoot());
     const std::size_t uRequests = allocator.GetRequests().size();
     for (int n = 0; n < 20; ++n) tree.Add(n);
     EXPECT_EQ(uRequests, allocator.GetRequests().size()) << "nodes are used again";
@@ -470,8 +423,7 @@ TEST(CAATreeCurrentNode, AScanByIndexTakesAtMostTwoStepsAnElement)
         {
             const unsigned int uIndex = bRising ? u : uSIZE - 1 - u;
             const bool bEnd = u == 0 || u == uSIZE - 1;
-            const std::set<CNode*> way =
-                WayBetween(bEnd ? LoadAt<CNode*>(&tree, g_uROOT) : pAskedForLast, nodes[uIndex]);
+            const std::set<CNode*> way = WayBetween(bEnd ? tree.GetRoot() : pAskedForLast, nodes[uIndex]);
             uSteps += way.size() - 1;
             std::vector<CNode*> others = nodes;
             others.erase(std::remove_if(others.begin(), others.end(), [&](CNode* pNode) { return way.count(pNode); }),
@@ -488,7 +440,7 @@ TEST(CAATreeNodes, MinimumAndMaximumOfASubtree)
 {
     CIntTree tree;
     for (int n = 0; n < 15; ++n) tree.Add(n);
-    CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
+    CNode* const pRoot = tree.GetRoot();
     EXPECT_EQ(0, ValueOf(tree.FindNodeMin(pRoot)));
     EXPECT_EQ(14, ValueOf(tree.FindNodeMax(pRoot)));
     EXPECT_EQ(ValueOf(pRoot) + 1, ValueOf(tree.FindNodeMin(pRoot->pRight)));

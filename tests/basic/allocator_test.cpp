@@ -4,12 +4,9 @@
 
 #include <cstring>
 #include <deque>
-#include <type_traits>
 
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -55,7 +52,7 @@ struct SImage
     unsigned int uBlockCount;
     unsigned int uBlockSize;
 };
-static_assert(sizeof(CBlockAllocator) == sizeof(SImage), "the layout is the binary interface");
+static_assert(sizeof(CBlockAllocator) == sizeof(SImage));
 
 SImage ImageOf(const CBlockAllocator& rBlocks)
 {
@@ -81,8 +78,6 @@ Blocks Part(const Blocks& blocks, std::size_t uFirst, std::size_t uEnd)
     return Blocks(blocks.begin() + static_cast<Distance>(uFirst), blocks.begin() + static_cast<Distance>(uEnd));
 }
 
-using Names = std::vector<std::string>;
-
 class CBlockAllocatorTest : public testing::Test
 {
 protected:
@@ -90,37 +85,6 @@ protected:
     CBlockAllocator m_blocks{24, &m_source};
 };
 }  // namespace
-
-TEST(AllocatorLayout, AllocateAndReleaseFollowTheDestructor)
-{
-    static_assert(sizeof(IAllocator) == 8, "a table pointer alone");
-    static_assert(sizeof(IAllocator::SBlock) == 8, "a link alone");
-    const CDefaultAllocator* const pDefault = CDefaultAllocator::Instance();
-    const Names expected = {"_ZN17CDefaultAllocatorD1Ev", "_ZN17CDefaultAllocatorD0Ev",
-                            "_ZN17CDefaultAllocator8AllocateEjjPPN10IAllocator6SBlockE",
-                            "_ZN17CDefaultAllocator7ReleaseEPN10IAllocator6SBlockEj"};
-    const Names slots = VtableSlots(pDefault);
-    ASSERT_LE(4u, slots.size());
-    EXPECT_EQ(expected, Names(slots.begin(), slots.begin() + 4));
-    EXPECT_EQ(2, SlotOf(&IAllocator::Allocate));
-    EXPECT_EQ(3, SlotOf(&IAllocator::Release));
-}
-
-TEST(AllocatorLayout, TheDefaultAllocatorIsASingletonFirst)
-{
-    static_assert(std::is_base_of<CSingleton<CDefaultAllocator>, CDefaultAllocator>::value, "first base");
-    static_assert(sizeof(CDefaultAllocator) == 16, "two table pointers alone");
-    CDefaultAllocator* const pDefault = CSingleton<CDefaultAllocator>::Instance();
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(pDefault) + 8,
-              reinterpret_cast<unsigned char*>(static_cast<IAllocator*>(pDefault)));
-}
-
-TEST(AllocatorLayout, PushIsTheBlockAllocatorsOneVirtualOperationBesideTheDestructor)
-{
-    const CBlockAllocator blocks(8, nullptr);
-    const Names expected = {"_ZN15CBlockAllocatorD1Ev", "_ZN15CBlockAllocatorD0Ev", "_ZN15CBlockAllocator4PushEPv"};
-    EXPECT_EQ(expected, VtableSlots(&blocks));
-}
 
 TEST(DefaultAllocator, LinksTheBlocksIntoAChainThatEnds)
 {

@@ -14,9 +14,7 @@
 #include "tests/support/page_end.h"
 #include "tests/support/test_allocator.h"
 
-static_assert(sizeof(CBlob) == 72, "the vector and four cursor members");
 static_assert(!std::is_convertible_v<CBlob*, CVectorBase*>, "the vector is a private base");
-static_assert(std::has_virtual_destructor_v<CBlob>);
 
 namespace
 {
@@ -42,41 +40,6 @@ CBlob BlobInUse(IAllocator* pAllocator)
     return blob;
 }
 }  // namespace
-
-TEST(CBlobLayout, TheCursorsFollowTheVectorInTheirOrder)
-{
-    CBlob blob = BlobInUse(nullptr);
-    EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blob));
-    EXPECT_EQ(g_stFRESH, CursorsOf(CBlob(nullptr)));
-    EXPECT_EQ(g_stFRESH, CursorsOf(CBlob(100, nullptr)));
-    EXPECT_EQ(g_stFRESH, CursorsOf(BlobOf({1, 2, 3})));
-}
-
-TEST(CBlobLayout, TheVectorsElementOperationsFollowTheDestructor)
-{
-    const CBlob blob(nullptr);
-    const CVectorBase vector(1, nullptr);
-    const void* const* apvBlobTable;
-    const void* const* apvVectorTable;
-    std::memcpy(&apvBlobTable, static_cast<const void*>(&blob), sizeof apvBlobTable);
-    std::memcpy(&apvVectorTable, static_cast<const void*>(&vector), sizeof apvVectorTable);
-    for (unsigned int uSlot = 2; uSlot < 5; ++uSlot) EXPECT_EQ(apvVectorTable[uSlot], apvBlobTable[uSlot]) << uSlot;
-    EXPECT_NE(apvVectorTable[0], apvBlobTable[0]);
-}
-
-TEST(CBlobLayout, NothingElseIsVirtual)
-{
-    struct SMore : CBlob
-    {
-        virtual void Next() {}
-    };
-    // A pointer to a virtual member is one more than its offset in the table: behind the destructor's two entries and
-    // the three element operations.
-    void (SMore::*const pfnNext)() = &SMore::Next;
-    std::uintptr_t uOffset;
-    std::memcpy(&uOffset, &pfnNext, sizeof uOffset);
-    EXPECT_EQ(5 * sizeof(void*) + 1, uOffset);
-}
 
 TEST(CBlobConstruct, FromAnAllocatorItIsEmptyAndTakesNothing)
 {

@@ -15,10 +15,6 @@
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
-static_assert(sizeof(CString) == 2 * sizeof(void*), "the table of virtual operations and the block");
-static_assert(std::has_virtual_destructor_v<CString>);
-static_assert(sizeof(CStringProbe::SStringInfo) == 8);
-
 namespace
 {
 bool IsHeldElsewhere(const CMutex& rMutex)
@@ -68,36 +64,7 @@ private:
 };
 }  // namespace
 
-TEST(CStringLayout, TheObjectHoldsThePointerToTheBlock)
-{
-    const CString strText("hello");
-    const char* pcBlock;
-    std::memcpy(&pcBlock, reinterpret_cast<const char*>(&strText) + sizeof(void*), sizeof pcBlock);
-    EXPECT_EQ(strText.CStr() - 6, pcBlock);
-}
-
-TEST(CStringLayout, TheBlockIsShareCountCapacitySizeCharactersAndNul)
-{
-    const CString strText("hello");
-    const CString strCopy(strText);
-    const unsigned char auWant[] = {2, 0, 32, 0, 5, 0, 'h', 'e', 'l', 'l', 'o', 0};
-    EXPECT_EQ(0, std::memcmp(auWant, strText.CStr() - 6, sizeof auWant));
-}
-
-TEST(CStringLayout, OnlyTheDestructorIsVirtual)
-{
-    struct SMore : CString
-    {
-        virtual void Next() {}
-    };
-    // A pointer to a virtual member is one more than its offset in the table, which the destructor's two entries open.
-    void (SMore::*const pfnNext)() = &SMore::Next;
-    std::uintptr_t uOffset;
-    std::memcpy(&uOffset, &pfnNext, sizeof uOffset);
-    EXPECT_EQ(2 * sizeof(void*) + 1, uOffset);
-}
-
-TEST(CStringLayout, ABlockIsOneAllocatorBlockOfCapacityAndEightBytes)
+TEST(CStringBlock, ABlockIsOneAllocatorBlockOfCapacityAndEightBytes)
 {
     CTestAllocator allocator;
     const CStringAllocatorScope scope(allocator);

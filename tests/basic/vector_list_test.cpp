@@ -8,7 +8,6 @@
 #include <iterator>
 
 #include "tests/support/logged_container.h"
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
 
 namespace
@@ -22,28 +21,6 @@ protected:
     CTestAllocator other;
     std::string log;
 };
-
-TEST_F(CVListTest, FieldsLieWhereTheBinaryInterfaceHasThem)
-{
-    CIntVList list('a', log, &allocator);
-    EXPECT_EQ(112u, sizeof(CVListBase));
-    AddNumbers(list, 10, 2);
-    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&list, 16));
-    EXPECT_EQ(8u, LoadAt<unsigned int>(&list, 44)) << "blocks have at least room for their link";
-    EXPECT_EQ(4u, LoadAt<unsigned int>(&list, 48));
-    // The order is a vector of addresses at 56: capacity at 16, size at 28, flag at 32, storage at 48.
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&list, 56 + 16));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&list, 56 + 28));
-    EXPECT_FALSE(LoadAt<bool>(&list, 56 + 32));
-    EXPECT_EQ(list.GetAt(1), LoadAt<void*>(LoadAt<void*>(&list, 56 + 48), 8));
-    const CVListBase copy(list);
-    EXPECT_TRUE(LoadAt<bool>(&copy, 56 + 32)) << "the order of a copy constructs its addresses";
-    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&copy, 16));
-    EXPECT_EQ(2u, copy.GetSize());
-    EXPECT_EQ(2, SlotOf(&CVListBase::Construct));
-    EXPECT_EQ(3, SlotOf(&CVListBase::ConstructFrom));
-    EXPECT_EQ(4, SlotOf(&CVListBase::Destruct));
-}
 
 TEST_F(CVListTest, OnlyBlocksComeFromItsAllocator)
 {

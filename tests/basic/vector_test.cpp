@@ -6,9 +6,7 @@
 
 #include "framework/basic/allocator.h"
 #include "tests/basic/traced_vector.h"
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -27,12 +25,6 @@ public:
     using CVectorBase::m_uSize;
 };
 
-template <typename Member>
-std::ptrdiff_t OffsetIn(const CVectorBase& rVector, const Member& rMember)
-{
-    return reinterpret_cast<const unsigned char*>(&rMember) - reinterpret_cast<const unsigned char*>(&rVector);
-}
-
 void FillBytes(CVectorBase& rVector, const std::vector<unsigned char>& bytes)
 {
     for (const unsigned char& ru : bytes) ASSERT_EQ(QV_RES_OK, rVector.Insert(rVector.GetEndIndex(), 1, &ru));
@@ -45,32 +37,6 @@ protected:
     CProbe m_vector{sizeof(int), false, &m_allocator};
 };
 }  // namespace
-
-TEST(CVectorLayout, FieldsLieInTheirOrder)
-{
-    static_assert(sizeof(CVectorBase) == 56, "the layout is the binary interface");
-    const CProbe probe(4, nullptr);
-    EXPECT_EQ(8, OffsetIn(probe, probe.m_pAllocator));
-    EXPECT_EQ(16, OffsetIn(probe, probe.m_uCapacity));
-    EXPECT_EQ(20, OffsetIn(probe, probe.m_uLockCapacity));
-    EXPECT_EQ(24, OffsetIn(probe, probe.m_uElementSize));
-    EXPECT_EQ(28, OffsetIn(probe, probe.m_uSize));
-    EXPECT_EQ(32, OffsetIn(probe, probe.m_bConstruct));
-    EXPECT_EQ(40, OffsetIn(probe, probe.m_pvScratch));
-    EXPECT_EQ(48, OffsetIn(probe, probe.m_pvStorage));
-}
-
-TEST(CVectorLayout, ElementOperationsFollowTheDestructorInTheirOrder)
-{
-    EXPECT_EQ(2, SlotOf(&CVectorBase::Construct));
-    EXPECT_EQ(3, SlotOf(&CVectorBase::ConstructFrom));
-    EXPECT_EQ(4, SlotOf(&CVectorBase::Destruct));
-    const CVectorBase vector(1, nullptr);
-    const std::vector<std::string> names = VtableSlots(&vector);
-    ASSERT_EQ(5u, names.size());
-    EXPECT_EQ("_ZN11CVectorBaseD1Ev", names[0]);
-    EXPECT_EQ("_ZN11CVectorBaseD0Ev", names[1]);
-}
 
 TEST(CVectorConstruction, GivesAnEmptyVectorWithoutStorage)
 {
