@@ -1,9 +1,9 @@
-#include "tests/abi/allocator.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/module_functions.h"
+#include "tests/abi/old_allocator.h"
 
 namespace
 {
