@@ -23,12 +23,6 @@ void FuzzFailed(const std::string& rstrWhat)
     throw std::runtime_error(rstrWhat);
 }
 
-std::uint32_t TestSeed()
-{
-    const char* const pszSeed = std::getenv("TEST_SEED");
-    return pszSeed != nullptr ? static_cast<std::uint32_t>(std::strtoul(pszSeed, nullptr, 0)) : 20260923u;
-}
-
 namespace
 {
 using Input = std::vector<unsigned char>;

@@ -1,18 +1,19 @@
 // Random operations on a handful of strings that share blocks, own pieces and lack memory, beside a twin written from
 // the contract: results, texts, capacities, share counts, who shares with whom, and every block that is out.
-// Sources: fuzz/models/refusing_new.cpp
+// Sources: tests/support/refusing_new.cpp
 // Options: -max_len=3000
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "framework/basic/marshaler.h"
-#include "fuzz/models/refusing_new.h"
 #include "fuzz/models/string_twin.h"
 #include "fuzz/models/trail.h"
+#include "tests/support/refusing_new.h"
 #include "tests/support/string_probe.h"
 
 namespace
@@ -36,8 +37,6 @@ public:
     CStringRun(const std::uint8_t* puData, std::size_t uSize) : m_bytes(puData, uSize)
     {
         CStringTwin::Memory() = CStringTwin::SMemory();
-        CRefusingNew::Begin(0, false);
-        m_uBlocksBefore = CRefusingNew::GetLiveBlocks();
         for (unsigned int i = 0; i < uSTRINGS; ++i)
         {
             m_apLibrary[i] = std::make_unique<CStringProbe>();
@@ -98,6 +97,7 @@ private:
         eALL
     };
     void BeginLibrary(ERefusal eRefusal = ERefusal::eNTH);
+    void BeginUnrefused();
     void BeginTwin();
     void Check();
     void SameResult(QvResult resLibrary, QvResult resTwin) { m_trail.Same("the result", resLibrary, resTwin); }
@@ -126,7 +126,10 @@ private:
     unsigned int m_uAt = 0;
     unsigned int m_uOther = 0;
     bool m_bOwnPiece = false;
-    std::size_t m_uBlocksBefore = 0;
+    // The library takes memory in this form alone, and nobody else takes it in this form.
+    const CNewRecord m_blocks{eNOTHROW_ARRAY};
+    std::optional<CNewRecord> m_asked;  // since the operation began
+    std::optional<CRefusingNew> m_refusing;
 };
 
 unsigned int CStringRun::Index(std::uint64_t uLimit)
@@ -227,13 +230,23 @@ void CStringRun::BeginLibrary(ERefusal eRefusal)
     unsigned int uNth = m_bytes.Rarely(5) ? 1 + m_bytes.Below(3) : 0;
     if (eRefusal == ERefusal::eALL && uNth != 0) uNth = 1;
     if (uNth != 0) m_trail.Note(", refusing request " + std::to_string(uNth));
-    CRefusingNew::Begin(uNth, eRefusal == ERefusal::eALL);
+    BeginUnrefused();
+    if (uNth != 0)
+        m_refusing.emplace(uNth - 1, eNOTHROW_ARRAY,
+                           eRefusal == ERefusal::eALL ? ERefused::eALL_BEHIND : ERefused::eONE);
+}
+
+void CStringRun::BeginUnrefused()
+{
+    m_refusing.reset();
+    m_asked.reset();
+    m_asked.emplace(eNOTHROW_ARRAY);
 }
 
 void CStringRun::BeginTwin()
 {
-    CRefusingNew::End();
-    CStringTwin::Memory().bRefuses = CRefusingNew::HasRefused();
+    CStringTwin::Memory().bRefuses = m_refusing.has_value() && m_refusing->HasRefused();
+    m_refusing.reset();
     CStringTwin::Memory().uWanted = 0;
     CStringTwin::Memory().bOwnPiece = m_bOwnPiece;
     m_bOwnPiece = false;
@@ -243,10 +256,11 @@ void CStringRun::Check()
 {
     CStringTwin::SMemory& rMemory = CStringTwin::Memory();
     if (rMemory.bRefuses && rMemory.uWanted == 0) m_trail.Fail("memory was asked for where none is needed");
-    if (CRefusingNew::GetRequests().size() > rMemory.uWanted && !rMemory.bRefuses)
-        m_trail.Fail("%zu requests for memory, the twin makes %u", CRefusingNew::GetRequests().size(), rMemory.uWanted);
+    const std::size_t uAsked = m_asked.has_value() ? m_asked->GetRequests().size() : 0;
+    if (uAsked > rMemory.uWanted && !rMemory.bRefuses)
+        m_trail.Fail("%zu requests for memory, the twin makes %u", uAsked, rMemory.uWanted);
     rMemory.bRefuses = false;
-    CRefusingNew::Begin(0, false);
+    BeginUnrefused();
     for (unsigned int i = 0; i < uSTRINGS; ++i)
     {
         CStringProbe& rLibrary = *m_apLibrary[i];
@@ -262,18 +276,17 @@ void CStringRun::Check()
             m_trail.Fail("string %u is %s, the twin has %s", i,
                          Quoted(std::string(rLibrary.CStr(), rTwin.GetKnown())).c_str(),
                          Quoted(std::string(rTwin.GetBytes(), rTwin.GetKnown())).c_str());
-        if (CRefusingNew::IsActive() && rTwin.GetBlock() != nullptr)
+        if (TESTS_OWN_OPERATOR_NEW && rTwin.GetBlock() != nullptr)
             m_trail.Same("the length of the block",
-                         static_cast<long long>(CRefusingNew::GetSizeOf(rLibrary.CStr() - sizeof(SStringHeader))),
+                         static_cast<long long>(m_blocks.GetSizeOf(rLibrary.CStr() - sizeof(SStringHeader))),
                          rTwin.GetCapacity() + 8);
         for (unsigned int j = 0; j < i; ++j)
             if ((rLibrary.CStr() == m_apLibrary[j]->CStr()) != (rTwin.GetBlock() == m_apTwin[j]->GetBlock()))
                 m_trail.Fail("strings %u and %u %s a block, in the twin it is the other way", j, i,
                              rTwin.GetBlock() == m_apTwin[j]->GetBlock() ? "do not share" : "share");
     }
-    if (CRefusingNew::IsActive())
-        m_trail.Same("the number of blocks that are out",
-                     static_cast<long long>(CRefusingNew::GetLiveBlocks() - m_uBlocksBefore),
+    if (TESTS_OWN_OPERATOR_NEW)
+        m_trail.Same("the number of blocks that are out", static_cast<long long>(m_blocks.GetLiveBlocks()),
                      static_cast<long long>(rMemory.uLive));
 }
 
@@ -401,7 +414,7 @@ void CStringRun::Twist()
     const unsigned int uNul = m_bytes.Below(uAt + 1);
     const char c = Character();
     m_trail.Step("string %u = string %u with NUL at %u; and with character %d at %u", m_uOther, m_uAt, uNul, c, uAt);
-    CRefusingNew::Begin(0, false);
+    BeginUnrefused();
     Library().SetAt(uNul, '\0');
     OtherLibrary() = static_cast<const CString&>(Library());
     OtherLibrary().SetAt(uAt, c);
@@ -805,7 +818,7 @@ void CStringRun::FormatTwice()
     const std::string strText = text.strMeaning;
     m_trail.Step("Format with one va_list on string %u from %u, then on string %u: %%s-%%d with %s", m_uAt, uStart,
                  m_uOther, text.strName.c_str());
-    CRefusingNew::Begin(0, false);
+    BeginUnrefused();
     const QvResult res = FormatBoth(Library(), OtherLibrary(), uStart, "%s-%d", strText.c_str(), 4711);
     BeginTwin();
     const std::string strWhole = strText + "-4711";
@@ -820,7 +833,7 @@ void CStringRun::Serialise()
     Pick();
     m_trail.Step("string %u through a marshaler into string %u", m_uAt, m_uOther);
     CMarshaler marshaler;
-    CRefusingNew::Begin(0, false);
+    BeginUnrefused();
     const std::string strText = Twin().GetText();
     marshaler << static_cast<const CString&>(Library()) << static_cast<unsigned short>(0xBEEF);
     m_trail.Same("the bytes written", static_cast<long long>(marshaler.GetUnreadSize()),
@@ -847,7 +860,7 @@ void CStringRun::Crowd()
     Pick();
     if (Twin().GetShares() == 0) return;
     m_trail.Step("copies of string %u until its count is full", m_uAt);
-    CRefusingNew::Begin(0, false);
+    BeginUnrefused();
     std::vector<CString> crowd;
     crowd.reserve(65535);
     while (Library().GetRefCount() < 65535) crowd.push_back(Library());

@@ -1,21 +1,22 @@
 // Zones of any text, copied and set again, and moments converted both ways, beside a twin written from the contract:
 // what is accepted, names, offsets, daylight saving time, and what a refused text leaves.
-// Sources: fuzz/models/refusing_new.cpp
+// Sources: tests/support/refusing_new.cpp
 // Options: -max_len=1000
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "framework/basic/time_zone.h"
-#include "fuzz/models/refusing_new.h"
 #include "fuzz/models/time_zone_twin.h"
 #include "fuzz/models/trail.h"
+#include "tests/support/refusing_new.h"
 
 namespace
 {
 class CZoneRun
 {
 public:
-    CZoneRun(const std::uint8_t* puData, std::size_t uSize) : m_bytes(puData, uSize) { CRefusingNew::Begin(0, false); }
+    CZoneRun(const std::uint8_t* puData, std::size_t uSize) : m_bytes(puData, uSize) {}
 
     void Run()
     {
@@ -128,10 +129,11 @@ void CZoneRun::Set()
     const std::string strText = Text();
     m_trail.Step("SetTimeZone(\"%s\")", strText.c_str());
     const bool bNull = m_bytes.Rarely(40);
-    CRefusingNew::Begin(m_bytes.Rarely(12) ? 1 + m_bytes.Below(3) : 0, false);
+    std::optional<CRefusingNew> refusing;
+    if (m_bytes.Rarely(12)) refusing.emplace(m_bytes.Below(3), eNOTHROW_ARRAY);
     const QvResult res = m_zone.SetTimeZone(bNull ? nullptr : strText.c_str());
-    const bool bRefused = CRefusingNew::HasRefused();
-    CRefusingNew::Begin(0, false);
+    const bool bRefused = refusing.has_value() && refusing->HasRefused();
+    refusing.reset();
     CTimeZoneTwin twin = m_twin;
     if (bNull || !twin.Set(strText)) m_trail.Same("the result", res, QV_RES_INVALID_ARGUMENT);
     else if (bRefused) m_trail.Same("the result without memory", res, QV_RES_OUT_OF_MEMORY);

@@ -1,5 +1,5 @@
 // Setting a pool up when memory runs out: the n-th request of operator new is refused here.
-#include "tests/support/own_operator_new.h"
+#include "tests/support/sanitizers.h"
 
 #if TESTS_OWN_OPERATOR_NEW
 #include <gtest/gtest.h>

@@ -24,8 +24,6 @@ namespace
 using namespace orvel_internal;
 using Bytes = std::vector<unsigned char>;
 
-constexpr unsigned int g_uSeed = 20261122;
-
 constexpr CCipher::EAction g_aeActions[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
 constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
                                         CCipher::eMODE_OFB};
@@ -105,7 +103,7 @@ void ForEachKind(Test test)
 
 TEST_P(CAesPath, EveryNumberOfBlocksGivesWhatTheModelDoes)
 {
-    std::mt19937 rng(g_uSeed);
+    std::mt19937 rng(TestSeed());
     ForEachKind(
         [&](CCipher::EAction eAction, CCipher::EMode eMode, unsigned int uKeySize)
         {
@@ -125,7 +123,7 @@ TEST_P(CAesPath, EveryNumberOfBlocksGivesWhatTheModelDoes)
 
 TEST_P(CAesPath, AnyCutsGiveWhatEvpDoes)
 {
-    std::mt19937 rng(g_uSeed + 1);
+    std::mt19937 rng(TestSeed() + 1);
     ForEachKind(
         [&](CCipher::EAction eAction, CCipher::EMode eMode, unsigned int uKeySize)
         {
@@ -143,7 +141,7 @@ TEST_P(CAesPath, AnyCutsGiveWhatEvpDoes)
 
 TEST_P(CAesPath, TheCounterWrapsAnywhere)
 {
-    std::mt19937 rng(g_uSeed + 2);
+    std::mt19937 rng(TestSeed() + 2);
     const Bytes key = RandomBytes(rng, 32, 32);
     for (const std::size_t uHighOnes : {0u, 3u, 8u})
     {
@@ -165,7 +163,7 @@ TEST_P(CAesPath, TheCounterWrapsAnywhere)
 
 TEST_P(CAesPath, NothingBehindTheBuffersIsTouched)
 {
-    std::mt19937 rng(g_uSeed + 3);
+    std::mt19937 rng(TestSeed() + 3);
     ForEachKind(
         [&](CCipher::EAction eAction, CCipher::EMode eMode, unsigned int uKeySize)
         {
@@ -252,7 +250,7 @@ std::pair<unsigned int, unsigned int> RandomPlaces(std::mt19937& rRng)
 
 TEST_P(CAesPath, LeavesTheObjectAsLibcryptoDoes)
 {
-    std::mt19937 rng(g_uSeed + 4);
+    std::mt19937 rng(TestSeed() + 4);
     for (unsigned int uRun = 0; uRun < 60; ++uRun)
     {
         SCOPED_TRACE(testing::Message() << "run " << uRun);
@@ -284,7 +282,7 @@ TEST_P(CAesPath, LeavesTheObjectAsLibcryptoDoes)
 
 TEST_P(CAesPath, MakesTheScheduleThatTheModelAndLibcryptoDo)
 {
-    std::mt19937 rng(g_uSeed + 5);
+    std::mt19937 rng(TestSeed() + 5);
     for (unsigned int u = 0; u < 300; ++u)
     {
         const unsigned int uKeySize = g_auKeySizes[u % 3];

@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "framework/crypto/secure_prng.h"
 #include "tests/support/derived.h"
 #include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
+#include "tests/support/prng_probe.h"
 #include "tests/support/vtable.h"
 
 static_assert(std::is_base_of_v<CSingleton<CCrypto>, CCrypto>);
@@ -25,15 +25,6 @@ class CProbe : public CCrypto
 {
 public:
     static const CCrypto* Current() { return ms_pInstance; }
-};
-
-// Shows the generator's state.
-class CPrngProbe : public CSecurePrng
-{
-public:
-    using CSecurePrng::ms_auCurrentBytes;
-    using CSecurePrng::ms_bInitialized;
-    using CSecurePrng::ms_uBytesRemaining;
 };
 
 uint32_t BlockCounter()

@@ -44,7 +44,7 @@ protected:
     }
     ~CPortableDigests() override { orvel_internal::RestrictCpuFeatures(~0u); }
 
-    std::mt19937 m_rng{20260924};
+    std::mt19937 m_rng{TestSeed()};
 };
 }  // namespace
 

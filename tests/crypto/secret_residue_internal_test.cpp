@@ -12,6 +12,7 @@
 #include "framework/crypto/hmac.h"
 #include "framework/kernel/framework_initializer.h"
 #include "tests/support/prng_model.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/sha_model.h"
 
 namespace
@@ -127,14 +128,9 @@ bool KeepsAllOnTheStack()
 {
 #if !defined(NDEBUG)
     return true;  // not optimised
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-    return true;
+#else
+    return g_bSANITIZED;
 #endif
-#endif
-    return false;
 }
 
 // By the path that this processor has, and by the portable one.

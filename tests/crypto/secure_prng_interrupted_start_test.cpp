@@ -5,7 +5,6 @@
 #include <pthread.h>
 #include <sys/select.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -16,6 +15,7 @@
 #include "tests/support/gate.h"
 #include "tests/support/prng_model.h"
 #include "tests/support/real_mutex.h"
+#include "tests/support/run_program.h"
 
 namespace
 {
@@ -132,21 +132,19 @@ TEST(CPrngInterrupted, ACancelledFirstDrawClosesTheDevice)
 
 namespace
 {
-// 0, or the signal of the alarm clock when the child waits for ever.
+// 0, or the negative number of the signal of the alarm clock when the child waits for ever.
 int StatusOfDrawingChild()
 {
-    const pid_t nChild = fork();
-    if (nChild == 0)
-    {
-        alarm(60);
-        uint8_t auBytes[4];
-        InitializeCSecurePrngBremoFw();
-        _exit(CSecurePrng::Generate(4, auBytes) == QV_RES_OK ? 0 : 1);
-    }
+    const pid_t nChild = StartChild(
+        []
+        {
+            alarm(60);
+            uint8_t auBytes[4];
+            InitializeCSecurePrngBremoFw();
+            return CSecurePrng::Generate(4, auBytes) == QV_RES_OK ? 0 : 1;
+        });
     g_awaited.Open();  // A fork that did not wait must not keep the other thread, either.
-    int nStatus = -1;
-    EXPECT_EQ(nChild, waitpid(nChild, &nStatus, 0));
-    return nStatus;
+    return StatusOf(nChild);
 }
 
 CGate g_held;
@@ -178,11 +176,7 @@ TEST(CPrngFork, AChildOfAProcessThatDrawsCanDraw)
 
 TEST(CPrngFork, IsHarmlessWhileTheFrameworkIsDown)
 {
-    const pid_t nChild = fork();
-    if (nChild == 0) _exit(0);
-    int nStatus = -1;
-    EXPECT_EQ(nChild, waitpid(nChild, &nStatus, 0));
-    EXPECT_EQ(0, nStatus);
+    EXPECT_EQ(0, StatusOfChild([] { return 0; }));
 }
 
 TEST(CPrngFork, ALockOfTheForkingThreadsOwnIsFreeInTheChild)

@@ -2,7 +2,6 @@
 #include "framework/crypto/secure_prng.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <type_traits>
 
 #include "tests/support/prng_model.h"
+#include "tests/support/run_program.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 #include "tests/support/vtable.h"
@@ -376,22 +376,17 @@ Bytes DrawOfChild(void (*pfnPrepare)())
 {
     int anPipe[2];
     EXPECT_EQ(0, pipe(anPipe));
-    const pid_t nChild = fork();
-    if (nChild == 0)
+    const auto draw = [&]
     {
         uint8_t auDrawn[32];
         pfnPrepare();
-        const bool bDrawn = CSecurePrng::Generate(32, auDrawn) == QV_RES_OK;
-        const bool bWritten = bDrawn && write(anPipe[1], auDrawn, 32) == 32;
-        _exit(bWritten ? 0 : 1);
-    }
+        return CSecurePrng::Generate(32, auDrawn) == QV_RES_OK && write(anPipe[1], auDrawn, 32) == 32 ? 0 : 1;
+    };
+    EXPECT_EQ(0, StatusOfChild(draw));
+    close(anPipe[1]);
     Bytes drawn(32);
     EXPECT_EQ(32, read(anPipe[0], drawn.data(), 32));
-    int nStatus = -1;
-    EXPECT_EQ(nChild, waitpid(nChild, &nStatus, 0));
-    EXPECT_EQ(0, nStatus);
     close(anPipe[0]);
-    close(anPipe[1]);
     return drawn;
 }
 }  // namespace

@@ -15,18 +15,12 @@
 #include <string>
 #include <vector>
 
-#include "framework/crypto/secure_seed.h"
 #include "tests/support/digest_oracle.h"
+#include "tests/support/prng_probe.h"
 
 namespace
 {
 using Bytes = std::vector<unsigned char>;
-
-class CProbe : public CSecureSeed
-{
-public:
-    using CSecureSeed::ms_uCounter;
-};
 
 // One wait for a device, and the read that may follow.
 struct SPass
@@ -506,13 +500,13 @@ TEST(CSeedInput, TheProcessIsSignExtendedAndTheUserZeroExtended)
 
 TEST(CSeedInput, TheCounterWraps)
 {
-    CProbe::ms_uCounter = 0xFFFFFFFE;
+    CSeedProbe::ms_uCounter = 0xFFFFFFFE;
     const CFakeSystem system(g_allMissing);
     const Bytes last = Seed();
     EXPECT_EQ(Want(system, 0xFFFFFFFF), last);
     const Bytes first = Seed();
     EXPECT_EQ(Want(system, 0), first);
-    EXPECT_EQ(0u, CProbe::ms_uCounter);
+    EXPECT_EQ(0u, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSeedInput, TheImplementationGathersTheSameSeed)
@@ -530,7 +524,7 @@ TEST(CSeedInput, NullIsRefusedBeforeAnyDeviceIsOpened)
     const CFakeSystem system({Gives({Reads(32)}), Missing(), Missing()});
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecureSeed::GenerateSeed(nullptr));
     EXPECT_EQ(Calls(), system.Calls());
-    EXPECT_EQ(0u, CProbe::ms_uCounter);
+    EXPECT_EQ(0u, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSeedInput, TheFirstAndTheLastDescriptorOfASetWillDo)

@@ -4,17 +4,11 @@
 
 #include <vector>
 
-#include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
+#include "tests/support/prng_probe.h"
 
 namespace
 {
-class CProbe : public CSecureSeed
-{
-public:
-    using CSecureSeed::ms_uCounter;
-};
-
 struct SFakeDigest
 {
     QvResult resBegin = QV_RES_OK;
@@ -73,7 +67,7 @@ TEST(CSeedHash, IsFedTheBufferProcessUserTimeAndCounter)
     EXPECT_EQ(1u, g_stDigest.uBegins);
     EXPECT_EQ((std::vector<unsigned int>{32, 8, 8, 8, 4}), g_stDigest.updates);
     EXPECT_EQ(g_auSeed, g_stDigest.puEnd);
-    EXPECT_EQ(1u, CProbe::ms_uCounter);
+    EXPECT_EQ(1u, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSeedHash, AFailedBeginIsReturnedAsItIs)
@@ -83,7 +77,7 @@ TEST(CSeedHash, AFailedBeginIsReturnedAsItIs)
     EXPECT_EQ(QV_RES_ALREADY_EXISTS, Gather(stDigest));
     EXPECT_EQ(0u, g_stDigest.updates.size());
     EXPECT_EQ(nullptr, g_stDigest.puEnd);
-    EXPECT_EQ(0u, CProbe::ms_uCounter);
+    EXPECT_EQ(0u, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSeedHash, AFailedUpdateIsTheLastAndTheResultIsThatOfEnd)
@@ -95,7 +89,7 @@ TEST(CSeedHash, AFailedUpdateIsTheLastAndTheResultIsThatOfEnd)
         EXPECT_EQ(QV_RES_OK, Gather(stDigest)) << "update " << uFailing;
         EXPECT_EQ(uFailing, g_stDigest.updates.size());
         EXPECT_EQ(g_auSeed, g_stDigest.puEnd);
-        EXPECT_EQ(uFailing == 5 ? 1u : 0u, CProbe::ms_uCounter);
+        EXPECT_EQ(uFailing == 5 ? 1u : 0u, CSeedProbe::ms_uCounter);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/prng_probe.h"
 #include "tests/support/vtable.h"
 
 static_assert(std::is_base_of_v<CSecureSeedBremoFw, CSecureSeed>);
@@ -16,12 +17,7 @@ static_assert(sizeof(CSecureSeedBremoFw) == sizeof(void*) && sizeof(CSecureSeed)
 
 namespace
 {
-class CProbe : public CSecureSeed
-{
-public:
-    using CSecureSeed::ms_uCounter;
-};
-static_assert(std::is_same_v<decltype(CProbe::ms_uCounter), unsigned int>);
+static_assert(std::is_same_v<decltype(CSeedProbe::ms_uCounter), unsigned int>);
 
 std::string Seed()
 {
@@ -43,26 +39,26 @@ TEST(CSecureSeedSeeds, AreTwentyBytesAndNoMore)
 
 TEST(CSecureSeedSeeds, NullIsRefusedAndNotCounted)
 {
-    const unsigned int uCounter = CProbe::ms_uCounter;
+    const unsigned int uCounter = CSeedProbe::ms_uCounter;
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecureSeed::GenerateSeed(nullptr));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecureSeedBremoFw::GenerateSeed(nullptr));
-    EXPECT_EQ(uCounter, CProbe::ms_uCounter);
+    EXPECT_EQ(uCounter, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSecureSeedSeeds, AreCountedAndDiffer)
 {
-    const unsigned int uCounter = CProbe::ms_uCounter;
+    const unsigned int uCounter = CSeedProbe::ms_uCounter;
     std::set<std::string> seeds;
     for (unsigned int u = 0; u < 100; ++u) seeds.insert(Seed());
     EXPECT_EQ(100u, seeds.size());
-    EXPECT_EQ(uCounter + 100, CProbe::ms_uCounter);
+    EXPECT_EQ(uCounter + 100, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSecureSeedSeeds, AreCountedAtomicallyAndDifferOnSeveralThreads)
 {
     constexpr unsigned int uThreads = 4;
     constexpr unsigned int uSeeds = 100;
-    const unsigned int uCounter = CProbe::ms_uCounter;
+    const unsigned int uCounter = CSeedProbe::ms_uCounter;
     std::vector<std::string> seedsOf[uThreads];
     std::vector<std::thread> threads;
     for (std::vector<std::string>& rSeeds : seedsOf)
@@ -77,7 +73,7 @@ TEST(CSecureSeedSeeds, AreCountedAtomicallyAndDifferOnSeveralThreads)
     std::set<std::string> all;
     for (const std::vector<std::string>& rSeeds : seedsOf) all.insert(rSeeds.begin(), rSeeds.end());
     EXPECT_EQ(uThreads * uSeeds, all.size());
-    EXPECT_EQ(uCounter + uThreads * uSeeds, CProbe::ms_uCounter);
+    EXPECT_EQ(uCounter + uThreads * uSeeds, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSecureSeedModule, StartUpZeroesTheCounterAndShutDownLeavesIt)
@@ -86,14 +82,14 @@ TEST(CSecureSeedModule, StartUpZeroesTheCounterAndShutDownLeavesIt)
          {&CSecureSeedBremoFw::InitializeCSecureSeedBremoFw, &InitializeCSecureSeedBremoFw})
     {
         Seed();
-        EXPECT_NE(0u, CProbe::ms_uCounter);
+        EXPECT_NE(0u, CSeedProbe::ms_uCounter);
         EXPECT_EQ(QV_RES_OK, pfnInitialize());
-        EXPECT_EQ(0u, CProbe::ms_uCounter);
+        EXPECT_EQ(0u, CSeedProbe::ms_uCounter);
     }
-    CProbe::ms_uCounter = 7;
+    CSeedProbe::ms_uCounter = 7;
     CSecureSeedBremoFw::FinalizeCSecureSeedBremoFw();
     FinalizeCSecureSeedBremoFw();
-    EXPECT_EQ(7u, CProbe::ms_uCounter);
+    EXPECT_EQ(7u, CSeedProbe::ms_uCounter);
 }
 
 TEST(CSecureSeedObjects, HaveAVirtualDestructorAndNothingElseVirtual)

@@ -11,15 +11,12 @@
 #include "tests/support/digest_oracle.h"
 #include "tests/support/sha_model.h"
 #include "tests/support/test_seed.h"
-#include "tests/support/usable_cpu.h"
 
 namespace
 {
 using namespace orvel_internal;
 using Bytes = std::vector<unsigned char>;
 using Words = std::vector<uint32_t>;
-
-constexpr unsigned int g_uSeed = 20260924;
 
 bool HasShaInstructions()
 {
@@ -71,7 +68,7 @@ protected:
         pfnBlocks(rState.data(), puBlocks, uCount);
     }
 
-    std::mt19937 m_rng{g_uSeed};
+    std::mt19937 m_rng{TestSeed()};
 };
 
 INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPaths),
@@ -142,55 +139,6 @@ TEST_P(CShaBlocks, WriteNothingButTheirWords)
     Run(state, blocks.data(), 3);
     EXPECT_EQ(Words(4, 0xEEEEEEEE), Words(state.begin() + static_cast<std::ptrdiff_t>(uWords), state.end()));
     EXPECT_EQ(before, blocks);
-}
-
-namespace
-{
-class CCpuFeatures : public testing::Test
-{
-protected:
-    ~CCpuFeatures() override { RestrictCpuFeatures(~0u); }
-};
-}  // namespace
-
-TEST_F(CCpuFeatures, AreThoseOfTheProcessor)
-{
-    // Oracle: the C library. A path taken without them would end in an illegal instruction.
-    const bool bWant = x86_cpu_active(x86_cpu_SHA) && x86_cpu_active(x86_cpu_SSSE3) && x86_cpu_active(x86_cpu_SSE4_1);
-    EXPECT_EQ(bWant, HasCpuFeature(eCPU_SHA));
-    EXPECT_EQ(bWant, (CpuFeatures() & eCPU_SHA) != 0);
-}
-
-TEST_F(CCpuFeatures, CanBeTakenAwayAndGivenBack)
-{
-    const unsigned int uDetected = CpuFeatures();
-    RestrictCpuFeatures(0);
-    EXPECT_FALSE(HasCpuFeature(eCPU_SHA));
-    RestrictCpuFeatures(eCPU_SHA);
-    EXPECT_EQ((uDetected & eCPU_SHA) != 0, HasCpuFeature(eCPU_SHA))
-        << "a restriction takes the place of the one before";
-    RestrictCpuFeatures(~static_cast<unsigned int>(eCPU_SHA));
-    EXPECT_FALSE(HasCpuFeature(eCPU_SHA));
-    RestrictCpuFeatures(~0u);
-    EXPECT_EQ(uDetected, CpuFeatures());
-}
-
-TEST_F(CCpuFeatures, WithoutThemTheDigestsAreTheSame)
-{
-    std::mt19937 rng(g_uSeed);
-    const Bytes blocks = RandomBytes(rng, 640, 640);
-    Words sha1 = SSha1::Start();
-    Words sha256 = SSha256::Start();
-    Sha1Blocks(sha1.data(), blocks.data(), 10);
-    Sha256Blocks(sha256.data(), blocks.data(), 10);
-
-    RestrictCpuFeatures(0);
-    Words sha1Portable = SSha1::Start();
-    Words sha256Portable = SSha256::Start();
-    Sha1Blocks(sha1Portable.data(), blocks.data(), 10);
-    Sha256Blocks(sha256Portable.data(), blocks.data(), 10);
-    EXPECT_EQ(sha1, sha1Portable);
-    EXPECT_EQ(sha256, sha256Portable);
 }
 
 TEST(Sha256Constants, AreTheCubeRootsOfTheFirstPrimes)

@@ -8,7 +8,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +26,8 @@
 #include <vector>
 
 #include "tests/examples/refusing.h"
+#include "tests/support/run_program.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 namespace fs = std::filesystem;
@@ -51,18 +52,6 @@ constexpr unsigned int g_uManyLines = 40000;
 const char* const g_pszDamaged = ": damaged: its CRC-32 does not fit";
 const char* const g_pszForged = ": forged: its CRC-32 fits, its HMAC does not";
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool g_bSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool g_bSanitized = true;
-#else
-constexpr bool g_bSanitized = false;
-#endif
-#else
-constexpr bool g_bSanitized = false;
-#endif
-
 std::string Load(const fs::path& rPath)
 {
     std::ifstream file(rPath, std::ios::binary);
@@ -74,46 +63,11 @@ void Store(const fs::path& rPath, const std::string& rBytes)
     std::ofstream(rPath, std::ios::binary | std::ios::trunc) << rBytes;
 }
 
-struct SOutcome
-{
-    int nStatus;  // exit status, or the negative number of the signal
-    std::string strOutput;
-    std::string strErrors;
-};
-
 struct SLimit
 {
     decltype(RLIMIT_AS) eResource;
     rlim_t uValue;
 };
-
-void Redirect(int nTarget, const char* pszPath, int nFlags)
-{
-    const int nFile = open(pszPath, nFlags, 0600);
-    if (nFile < 0 || dup2(nFile, nTarget) < 0) _exit(99);
-}
-
-/// What execv() takes: made before the fork, after which another thread may have left the allocator locked.
-std::vector<char*> CommandOf(const std::vector<std::string>& rArguments)
-{
-    std::vector<char*> command = {const_cast<char*>(g_pszJournal)};
-    for (const std::string& rArgument : rArguments) command.push_back(const_cast<char*>(rArgument.c_str()));
-    command.push_back(nullptr);
-    return command;
-}
-
-[[noreturn]] void Execute(const std::vector<char*>& rCommand)
-{
-    execv(rCommand[0], rCommand.data());
-    _exit(99);
-}
-
-int StatusOf(pid_t pid)
-{
-    int nStatus = 0;
-    EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
-    return WIFSIGNALED(nStatus) ? -WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
-}
 
 std::vector<std::string> LinesOf(const std::string& rText)
 {
@@ -157,31 +111,21 @@ protected:
         fs::remove_all(m_directory);
     }
 
-    SOutcome Run(const std::vector<std::string>& rArguments, const std::vector<SLimit>& rLimits = {},
-                 const char* pszInput = "/dev/null", const char* pszOutput = nullptr)
+    SRunResult Run(const std::vector<std::string>& rArguments, const std::vector<SLimit>& rLimits = {},
+                   const char* pszInput = "/dev/null", const char* pszOutput = nullptr)
     {
-        // Beside the directory, so that tests can look at all that is in it.
-        const std::string strOutput = m_directory.string() + ".out";
-        const std::string strErrors = m_directory.string() + ".err";
-        const std::vector<char*> command = CommandOf(rArguments);
-        const pid_t pid = fork();
-        if (pid == 0)
-        {
-            Redirect(STDIN_FILENO, pszInput, O_RDONLY);
-            Redirect(STDOUT_FILENO, pszOutput != nullptr ? pszOutput : strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
-            Redirect(STDERR_FILENO, strErrors.c_str(), O_WRONLY | O_CREAT | O_TRUNC);
-            for (const SLimit& rLimit : rLimits)
-            {
-                const struct rlimit limit = {rLimit.uValue, rLimit.uValue};
-                if (setrlimit(rLimit.eResource, &limit) != 0) _exit(99);
-            }
-            Execute(command);
-        }
-        const int nStatus = StatusOf(pid);
-        SOutcome outcome = {nStatus, pszOutput != nullptr ? "" : Load(strOutput), Load(strErrors)};
-        fs::remove(strOutput);
-        fs::remove(strErrors);
-        return outcome;
+        return RunProgram(g_pszJournal, rArguments, "", nullptr,
+                          [&]
+                          {
+                              Redirect(STDIN_FILENO, pszInput, O_RDONLY);
+                              if (pszOutput != nullptr)
+                                  Redirect(STDOUT_FILENO, pszOutput, O_WRONLY | O_CREAT | O_TRUNC);
+                              for (const SLimit& rLimit : rLimits)
+                              {
+                                  const struct rlimit limit = {rLimit.uValue, rLimit.uValue};
+                                  if (setrlimit(rLimit.eResource, &limit) != 0) _exit(99);
+                              }
+                          });
     }
 
     void MustWrite(const std::string& rText, const std::vector<std::string>& rMoreArguments = {})
@@ -189,23 +133,23 @@ protected:
         Store("text", rText);
         std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
         arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
-        const SOutcome outcome = Run(arguments);
+        const SRunResult outcome = Run(arguments);
         ASSERT_EQ(0, outcome.nStatus) << outcome.strErrors;
         ASSERT_EQ("", outcome.strErrors);
         fs::remove("text");
     }
 
-    SOutcome Verify() { return Run({"verify", "--key", "k", "--journal", "j"}); }
+    SRunResult Verify() { return Run({"verify", "--key", "k", "--journal", "j"}); }
 
     void ExpectIntact(unsigned int uRecords)
     {
-        const SOutcome outcome = Verify();
+        const SRunResult outcome = Verify();
         EXPECT_EQ(0, outcome.nStatus);
         EXPECT_EQ("j: intact, " + std::to_string(uRecords) + " records\n", outcome.strOutput);
         EXPECT_EQ("", outcome.strErrors);
     }
 
-    void ExpectRefused(const SOutcome& rOutcome, const std::string& rMessage)
+    void ExpectRefused(const SRunResult& rOutcome, const std::string& rMessage)
     {
         EXPECT_EQ(1, rOutcome.nStatus);
         EXPECT_EQ("journal: " + rMessage + "\n", rOutcome.strErrors);
@@ -216,7 +160,7 @@ protected:
     {
         std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
         arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
-        const SOutcome outcome = Run(arguments);
+        const SRunResult outcome = Run(arguments);
         EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
         EXPECT_EQ("", outcome.strErrors);
         std::vector<std::string> texts;
@@ -320,7 +264,7 @@ void SetTimes(const std::vector<std::string>& rTimes)
 }
 
 /// The numbers of the records that were printed.
-std::vector<unsigned int> NumbersOf(const SOutcome& rOutcome)
+std::vector<unsigned int> NumbersOf(const SRunResult& rOutcome)
 {
     std::vector<unsigned int> numbers;
     for (const std::string& rLine : LinesOf(rOutcome.strOutput))
@@ -445,7 +389,7 @@ TEST_F(CJournal, WritingAgainContinuesNumbersAndChain)
     const std::vector<std::string> before = PartsOf(Load("j"));
     Store("a", "three\n");
     Store("b", "four");
-    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "a", "b"});
+    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "a", "b"});
     EXPECT_EQ("j: 2 records written, 4 in all\n", outcome.strOutput);
     ExpectIntact(4);
     EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ShownTexts());
@@ -457,7 +401,7 @@ TEST_F(CJournal, ADashIsStandardInput)
 {
     Store("a", "one\n");
     Store("b", "two\n");
-    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "a", "-", "a"}, {}, "b");
+    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "a", "-", "a"}, {}, "b");
     EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
     EXPECT_EQ((std::vector<std::string>{"one", "two", "one"}), ShownTexts());
 }
@@ -479,7 +423,7 @@ TEST_F(CJournal, ShowingAPartWithTheKeyStillVerifiesAll)
     strJournal[strJournal.size() - 70] ^= 1;  // in the code of record 5
     Store("j", strJournal);
     EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to", "1"}));
-    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j", "--to", "1"});
+    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j", "--to", "1"});
     EXPECT_EQ(1u, LinesOf(outcome.strOutput).size());
     ExpectRefused(outcome, std::string("j: record 5") + g_pszDamaged);
 }
@@ -560,7 +504,7 @@ TEST_F(CJournal, AnotherKeyOpensNoSealedText)
     std::string strKey = Load("k");
     strKey[0] ^= 1;
     Store("k", strKey);
-    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j"});
+    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j"});
     EXPECT_EQ("", outcome.strOutput);
     ExpectRefused(outcome, "j: header: not made under this key, or forged");
 }
@@ -579,7 +523,7 @@ TEST_F(CJournal, AnyChangedByteOfASealedRecordIsFoundBeforeItIsOpened)
         const auto showChanged = [&]
         {
             Store("j", Joined(changed));
-            SOutcome outcome = Run({"show", "--key", "k", "--journal", "j"});
+            SRunResult outcome = Run({"show", "--key", "k", "--journal", "j"});
             EXPECT_EQ("", outcome.strOutput);
             return outcome;
         };
@@ -660,12 +604,12 @@ TEST_F(CJournal, SinceAndUntilSelectByTimeInTheOrderOfTime)
             std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
             arguments.insert(arguments.end(), rKey.begin(), rKey.end());
             arguments.insert(arguments.end(), rCase.selection.begin(), rCase.selection.end());
-            const SOutcome outcome = Run(arguments);
+            const SRunResult outcome = Run(arguments);
             EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
             EXPECT_EQ(rCase.want, NumbersOf(outcome));
         }
     }
-    const SOutcome outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "1000000030"});
+    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "1000000030"});
     EXPECT_EQ("3 1000000030 line 3\n6 1000000040 line 6\n7 1000000040 line 1\n8 1000000050 line 2\n",
               outcome.strOutput);
 }
@@ -678,7 +622,7 @@ TEST_F(CJournal, TheEndAndTimesOfABrokenJournalAreNotShown)
     Store("j", strJournal);
     for (const char* const pszSelection : {"--last", "--since"})
     {
-        const SOutcome outcome = Run({"show", "--journal", "j", pszSelection, "1"});
+        const SRunResult outcome = Run({"show", "--journal", "j", pszSelection, "1"});
         EXPECT_EQ("", outcome.strOutput);
         ExpectRefused(outcome, std::string("j: closing record") + g_pszDamaged);
     }
@@ -701,7 +645,7 @@ TEST_F(CJournal, ARecordThatChangesWhileItIsShownIsRefused)
     MustWrite(strText);
     std::vector<std::string> parts = PartsOf(Load("j"));
     ASSERT_EQ(0, mkfifo("out", 0600));
-    SOutcome outcome = {};
+    SRunResult outcome = {};
     std::thread runner(
         [&] {
             outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out");
@@ -727,7 +671,7 @@ TEST_F(CJournal, WithoutTheKeyARecordThatChangesWhileItIsShownIsRefused)
     MustWrite(strText);
     std::vector<std::string> parts = PartsOf(Load("j"));
     ASSERT_EQ(0, mkfifo("out", 0600));
-    SOutcome outcome = {};
+    SRunResult outcome = {};
     std::thread runner([&] { outcome = Run({"show", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out"); });
     std::ifstream output("out", std::ios::binary);
     std::string strShown(1, static_cast<char>(output.get()));
@@ -777,7 +721,7 @@ TEST_F(CJournal, TextsCannotCommandATerminal)
     MustWrite(strText);
     for (const char* const pszSelection : {"--from", "--since", "--last"})
     {
-        const SOutcome outcome = Run({"show", "--journal", "j", pszSelection, pszSelection[2] == 'l' ? "99" : "1"});
+        const SRunResult outcome = Run({"show", "--journal", "j", pszSelection, pszSelection[2] == 'l' ? "99" : "1"});
         const std::vector<std::string> lines = LinesOf(outcome.strOutput);
         ASSERT_EQ(std::size(aCases), lines.size());
         for (std::size_t u = 0; u < lines.size(); ++u)
@@ -896,7 +840,7 @@ TEST_F(CJournal, AKeyOfSomebodyElseIsRefused)
 
 TEST_F(CJournal, NoKeyIsLeftInMemory)
 {
-    if (g_bSanitized) GTEST_SKIP() << "sanitizers take terabytes";
+    if (g_bSANITIZED) GTEST_SKIP() << "sanitizers take terabytes";
     const CRefusedJournal journal;
     const CRefusing searching("REFUSE_RESIDUE", "k");
     MustWrite("one\n");
@@ -968,7 +912,7 @@ TEST_F(CJournal, WhatCannotBeReadLeavesTheJournalUntouched)
 
 TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
 {
-    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "missing"});
+    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "missing"});
     ExpectRefused(outcome, "missing: No such file or directory");
     EXPECT_TRUE(Files().empty());
     Store("long", std::string(70000, 'x'));
@@ -1009,7 +953,7 @@ TEST_F(CJournal, AnyChangedByteIsFoundAndItsPlaceNamed)
             std::string strChanged = strJournal;
             strChanged[uBegin + u] = static_cast<char>(strChanged[uBegin + u] ^ static_cast<char>(uChange));
             Store("j", strChanged);
-            const SOutcome outcome = Verify();
+            const SRunResult outcome = Verify();
             EXPECT_EQ(1, outcome.nStatus);
             EXPECT_EQ("", outcome.strOutput);
             const bool bNamed = StartsWith(outcome.strErrors, "journal: j: " + strPlace);
@@ -1033,12 +977,12 @@ TEST_F(CJournal, ACutAtAnyLengthIsRefusedAndTheFirstMissingPartNamed)
         {
             SCOPED_TRACE(testing::Message() << "part " << uPart << " cut at " << u);
             Store("j", strJournal.substr(0, uBegin + u));
-            const SOutcome outcome = Verify();
+            const SRunResult outcome = Verify();
             EXPECT_EQ(1, outcome.nStatus);
             EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
         }
         Store("j", strJournal.substr(0, uBegin));
-        const SOutcome outcome = Run({"show", "--journal", "j"});
+        const SRunResult outcome = Run({"show", "--journal", "j"});
         EXPECT_EQ(1, outcome.nStatus);
         EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
     }
@@ -1117,7 +1061,7 @@ TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
     strKey[31] ^= 1;
     Store("k", strKey);
     ExpectRefused(Verify(), "j: header: not made under this key, or forged");
-    const SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "/etc/passwd"});
+    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "/etc/passwd"});
     ExpectRefused(outcome, (m_directory / "j").string() + ": header: not made under this key, or forged");
     EXPECT_EQ(strJournal, Load("j"));
 
@@ -1211,7 +1155,7 @@ TEST_F(CJournal, UsageErrorsAreToldFromRefusals)
 {
     const auto expect = [&](const std::vector<std::string>& rArguments, const std::string& rMessage)
     {
-        const SOutcome outcome = Run(rArguments);
+        const SRunResult outcome = Run(rArguments);
         EXPECT_EQ(2, outcome.nStatus);
         EXPECT_EQ("", outcome.strOutput);
         EXPECT_EQ("journal: " + rMessage + " (see journal --help)\n", outcome.strErrors);
@@ -1256,7 +1200,7 @@ TEST_F(CJournal, HelpTellsTheCommandsAndTheLimit)
 {
     for (const char* const pszHelp : {"--help", "-h"})
     {
-        const SOutcome outcome = Run({pszHelp});
+        const SRunResult outcome = Run({pszHelp});
         EXPECT_EQ(0, outcome.nStatus);
         EXPECT_EQ("", outcome.strErrors);
         for (const char* const pszPart :
@@ -1271,14 +1215,14 @@ TEST_F(CJournal, MemoryDoesNotGrowWithTheInput)
 {
     // Less address space than the text, let alone the journal, takes. Sanitizers need terabytes.
     std::vector<SLimit> limits;
-    if constexpr (!g_bSanitized) limits.push_back({RLIMIT_AS, 20u << 20});
+    if constexpr (!g_bSANITIZED) limits.push_back({RLIMIT_AS, 20u << 20});
     const std::string strLine = std::string(97, 'x') + "\n";
     std::string strText;
     while (strText.size() < 24u << 20) strText += strLine;
     const auto uRecords = std::to_string(strText.size() / strLine.size());
     Store("text", strText);
 
-    SOutcome outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
+    SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
     EXPECT_EQ("j: " + uRecords + " records written, " + uRecords + " in all\n", outcome.strOutput) << outcome.strErrors;
     outcome = Run({"verify", "--key", "k", "--journal", "j"}, limits);
     EXPECT_EQ("j: intact, " + uRecords + " records\n", outcome.strOutput) << outcome.strErrors;
@@ -1310,19 +1254,14 @@ public:
         EXPECT_EQ(0, openpty(&m_nMaster, &m_nTerminal, nullptr, nullptr, nullptr));
         std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "-"};
         arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
-        const std::vector<char*> command = CommandOf(arguments);
-        m_pid = fork();
-        if (m_pid != 0)
-        {
-            close(m_anPipe[0]);
-            return;
-        }
-        for (const int nSignal : {SIGHUP, SIGINT, SIGTERM}) signal(nSignal, SIG_DFL);
-        dup2(m_anPipe[0], STDIN_FILENO);
-        Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
-        if (bOnTerminal) dup2(m_nTerminal, STDERR_FILENO);
-        else Redirect(STDERR_FILENO, "/dev/null", O_WRONLY);
-        Execute(command);
+        const int nNowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        m_pid = StartProgram(g_pszJournal, arguments, {m_anPipe[0], nNowhere, bOnTerminal ? m_nTerminal : nNowhere},
+                             []
+                             {
+                                 for (const int nSignal : {SIGHUP, SIGINT, SIGTERM}) signal(nSignal, SIG_DFL);
+                             });
+        close(nNowhere);
+        close(m_anPipe[0]);
     }
 
     // Writes lines until they are taken.
@@ -1511,7 +1450,7 @@ protected:
         ASSERT_EQ(0, chmod("k", 0600));
     }
 
-    SOutcome WriteRefused()
+    SRunResult WriteRefused()
     {
         const CRefusedJournal journal;
         const CRefusing unsupported("REFUSE_UNNAMED", IsNamed() ? "1" : "0");
@@ -1542,7 +1481,7 @@ protected:
     {
         Reset();
         Store("text", "two\nthree\n");
-        const SOutcome outcome = WriteRefused();
+        const SRunResult outcome = WriteRefused();
         // What can be done in another way need not fail.
         if (outcome.nStatus == 0) return ExpectNew();
         EXPECT_EQ(1, outcome.nStatus);
@@ -1593,7 +1532,7 @@ TEST_P(CRefusedWrite, KilledAnywhereTheJournalIsIntact)
     {
         Reset();
         Store("text", "two\nthree\n");
-        const SOutcome outcome = WriteRefused();
+        const SRunResult outcome = WriteRefused();
         EXPECT_TRUE(outcome.nStatus == -SIGKILL || outcome.nStatus == 0) << outcome.nStatus;
         const bool bMade = fs::exists("j") && (IsNew() || Load("j") != m_strJournal);
         unsigned int uRecords = bMade ? 2 : 0;
@@ -1604,7 +1543,7 @@ TEST_P(CRefusedWrite, KilledAnywhereTheJournalIsIntact)
         unsetenv("REFUSE_CALL");
         std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
         if (bKeyOnly) arguments.push_back("--new");
-        const SOutcome next = Run(arguments);
+        const SRunResult next = Run(arguments);
         EXPECT_EQ(0, next.nStatus) << next.strErrors;
         ExpectIntact(uRecords + 2);
         EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());

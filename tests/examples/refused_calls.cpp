@@ -26,7 +26,7 @@
 #include <cstring>
 #include <new>
 
-#include "tests/support/own_operator_new.h"
+#include "tests/support/sanitizers.h"
 
 namespace
 {

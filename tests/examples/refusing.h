@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/support/own_operator_new.h"
+#include "tests/support/sanitizers.h"
 
 /// One or two settings for the programs made with refused_calls.cpp, in the environment as long as this lives.
 class CRefusing

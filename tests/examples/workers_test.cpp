@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,24 +46,12 @@ public:
         int anInput[2];
         int anOutput[2];
         int anErrors[2];
-        for (int* pnPipe : {anInput, anOutput, anErrors}) EXPECT_EQ(0, pipe(pnPipe));
-        m_pid = fork();
-        if (m_pid == 0)
-        {
-            dup2(pszInput != nullptr ? open(pszInput, O_RDONLY) : anInput[0], STDIN_FILENO);
-            dup2(anOutput[1], STDOUT_FILENO);
-            dup2(anErrors[1], STDERR_FILENO);
-            for (const int* pnPipe : {anInput, anOutput, anErrors})
-            {
-                close(pnPipe[0]);
-                close(pnPipe[1]);
-            }
-            std::vector<char*> argv = {const_cast<char*>(g_pszWorkers)};
-            for (const std::string& rArgument : rArguments) argv.push_back(const_cast<char*>(rArgument.c_str()));
-            argv.push_back(nullptr);
-            execv(g_pszWorkers, argv.data());
-            _exit(99);
-        }
+        for (int* pnPipe : {anInput, anOutput, anErrors}) EXPECT_EQ(0, pipe2(pnPipe, O_CLOEXEC));
+        m_pid = StartProgram(g_pszWorkers, rArguments, {anInput[0], anOutput[1], anErrors[1]},
+                             [&]
+                             {
+                                 if (pszInput != nullptr) Redirect(STDIN_FILENO, pszInput, O_RDONLY);
+                             });
         close(anInput[0]);
         close(anOutput[1]);
         close(anErrors[1]);
@@ -107,12 +94,7 @@ public:
     std::string ReadErrors() { return Read(m_nErrors, SIZE_MAX); }
 
     /// The exit status, or the negative number of the signal.
-    int Wait()
-    {
-        int nStatus = 0;
-        EXPECT_EQ(m_pid, waitpid(m_pid, &nStatus, 0));
-        return WIFSIGNALED(nStatus) ? -WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
-    }
+    int Wait() { return StatusOf(m_pid); }
 
 private:
     static std::string Read(int nFile, std::size_t uLines)

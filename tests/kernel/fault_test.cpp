@@ -7,11 +7,12 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
 #include <string>
+
+#include "tests/support/run_program.h"
 
 namespace
 {
@@ -61,21 +62,18 @@ void ForgetInheritedSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// How a child ends that does something: its exit status, or 1000 and the number of the signal that killed it.
+/// How a child ends that does something.
 int EndOf(const std::function<int()>& rWhat)
 {
-    const pid_t pid = fork();
-    if (pid == 0)
-    {
-        // No core dump, not even one for a program of the system, which takes its time and knows no limit of size.
-        prctl(PR_SET_DUMPABLE, 0);
-        ForgetInheritedSignals();
-        alarm(600);  // a signal that is never taken its usual way ends the test as well
-        _exit(rWhat());
-    }
-    int nStatus = 0;
-    EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
-    return WIFSIGNALED(nStatus) ? 1000 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
+    return StatusOfChild(
+        [&]
+        {
+            // No core dump, not even one for a program of the system, which takes its time and knows no limit of size.
+            prctl(PR_SET_DUMPABLE, 0);
+            ForgetInheritedSignals();
+            alarm(600);  // a signal that is never taken its usual way ends the test as well
+            return rWhat();
+        });
 }
 
 class CFaultSignal : public testing::TestWithParam<int>
@@ -86,26 +84,26 @@ class CFaultSignal : public testing::TestWithParam<int>
 TEST_P(CFaultSignal, RaisedEndsTheProcessAsItWouldWithoutTheHandler)
 {
     const int nSignal = GetParam();
-    EXPECT_EQ(1000 + nSignal, EndOf(
-                                  [=]
-                                  {
-                                      if (!InstallGenericFaultHandler()) return 1;
-                                      if (!IsOurs(ActionOf(nSignal))) return 2;
-                                      raise(nSignal);
-                                      return 3;
-                                  }));
+    EXPECT_EQ(-nSignal, EndOf(
+                            [=]
+                            {
+                                if (!InstallGenericFaultHandler()) return 1;
+                                if (!IsOurs(ActionOf(nSignal))) return 2;
+                                raise(nSignal);
+                                return 3;
+                            }));
 }
 
 TEST_P(CFaultSignal, SentFromOutsideEndsTheProcessAsWell)
 {
     const int nSignal = GetParam();
-    EXPECT_EQ(1000 + nSignal, EndOf(
-                                  [=]
-                                  {
-                                      InstallGenericFaultHandler();
-                                      kill(getpid(), nSignal);
-                                      return 3;
-                                  }));
+    EXPECT_EQ(-nSignal, EndOf(
+                            [=]
+                            {
+                                InstallGenericFaultHandler();
+                                kill(getpid(), nSignal);
+                                return 3;
+                            }));
 }
 
 TEST_P(CFaultSignal, RunsTheHandlerThatWasThereBefore)
@@ -194,26 +192,25 @@ INSTANTIATE_TEST_SUITE_P(Eight, CFaultSignal, testing::ValuesIn(g_anSIGNALS),
 
 TEST(CFaultHandler, EndsTheProcessOnARealFaultWithTheFaultsSignal)
 {
-    EXPECT_EQ(1000 + SIGSEGV, EndOf(
-                                  []
-                                  {
-                                      InstallGenericFaultHandler();
-                                      void* const pvPage =
-                                          mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-                                      *static_cast<volatile char*>(pvPage) = 1;
-                                      return 3;
-                                  }));
+    EXPECT_EQ(-SIGSEGV, EndOf(
+                            []
+                            {
+                                InstallGenericFaultHandler();
+                                void* const pvPage = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+                                *static_cast<volatile char*>(pvPage) = 1;
+                                return 3;
+                            }));
 }
 
 TEST(CFaultHandler, EndsTheProcessOnAbortWithItsSignal)
 {
-    EXPECT_EQ(1000 + SIGABRT, EndOf(
-                                  []
-                                  {
-                                      InstallGenericFaultHandler();
-                                      abort();
-                                      return 3;
-                                  }));
+    EXPECT_EQ(-SIGABRT, EndOf(
+                            []
+                            {
+                                InstallGenericFaultHandler();
+                                abort();
+                                return 3;
+                            }));
 }
 
 TEST(CFaultHandler, LeavesOtherSignalsAlone)
@@ -285,15 +282,15 @@ TEST(CFaultHandler, AddsOneSignalToThoseThatAreBlocked)
 
 TEST(CFaultHandler, WithoutItABrokenPipeEndsTheProcess)
 {
-    EXPECT_EQ(1000 + SIGPIPE, EndOf(
-                                  []
-                                  {
-                                      int anPipe[2];
-                                      if (pipe(anPipe) != 0) return 1;
-                                      close(anPipe[0]);
-                                      UnInstallGenericFaultHandler();
-                                      return static_cast<int>(write(anPipe[1], "x", 1));
-                                  }));
+    EXPECT_EQ(-SIGPIPE, EndOf(
+                            []
+                            {
+                                int anPipe[2];
+                                if (pipe(anPipe) != 0) return 1;
+                                close(anPipe[0]);
+                                UnInstallGenericFaultHandler();
+                                return static_cast<int>(write(anPipe[1], "x", 1));
+                            }));
 }
 
 TEST(CFaultHandler, UninstallingWhatWasNotInstalledChangesNothing)

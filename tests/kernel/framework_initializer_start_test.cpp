@@ -6,7 +6,7 @@
 
 #include "framework/kernel/assertion.h"
 #include "framework/kernel/singleton.h"
-#include "framework/kernel/timer.h"
+#include "tests/support/timer_probe.h"
 
 using TInit = CFrameworkInitializer;
 static_assert(std::is_same_v<std::underlying_type_t<TInit::EFinalizeFrom>, int>);
@@ -21,23 +21,12 @@ static_assert(std::is_same_v<unsigned int, decltype(TInit::ms_uInitializationCou
 
 namespace
 {
-// An early, a middle and a later module, whose state can be looked at.
-class CTimerProbe : public CTimer
-{
-public:
-    static bool IsUp() { return ms_pmutexThreadingProtection != nullptr && ms_psemWait != nullptr; }
-};
-class CSingletonProbe : public CSingletonBase
-{
-public:
-    static bool IsUp() { return ms_pmutex != nullptr; }
-};
-
+// An early, a middle and a later module.
 void ExpectUp(bool bUp)
 {
     EXPECT_EQ(bUp, g_pstAssertFailHandler != nullptr);
-    EXPECT_EQ(bUp, CSingletonProbe::IsUp());
-    EXPECT_EQ(bUp, CTimerProbe::IsUp());
+    EXPECT_EQ(bUp, CSingletonBase::ms_pmutex != nullptr);
+    EXPECT_EQ(bUp, CTimerProbe::ms_pmutexThreadingProtection != nullptr && CTimerProbe::ms_psemWait != nullptr);
 }
 }  // namespace
 
@@ -121,8 +110,8 @@ TEST_F(CFramework, TakesDownAPartAsTold)
     ExpectUp(true);
     TInit::PartialFinalize(static_cast<TInit::EFinalizeFrom>(2));
     EXPECT_EQ(nullptr, g_pstAssertFailHandler);
-    EXPECT_TRUE(CSingletonProbe::IsUp());
-    EXPECT_TRUE(CTimerProbe::IsUp());
+    EXPECT_TRUE(CSingletonBase::ms_pmutex != nullptr);
+    EXPECT_TRUE(CTimerProbe::ms_psemWait != nullptr);
     EXPECT_EQ(1u, TInit::ms_uInitializationCount);
     TInit::Finalize();
 }

@@ -1,11 +1,8 @@
-#include "tests/support/own_operator_new.h"
+#include "tests/support/refusing_new.h"
 
 #if TESTS_OWN_OPERATOR_NEW
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <thread>
 
 #include "framework/kernel/alive.h"
@@ -16,75 +13,6 @@
 
 namespace
 {
-std::atomic<bool> g_bRefusing = false;
-/// How many allocations are granted before that.
-std::atomic<int> g_nGranted = 0;
-std::atomic<long> g_nLive = 0;
-}  // namespace
-
-// Out of line, lest a compiler sees malloc() on one side and operator delete on the other.
-__attribute__((noinline)) void* operator new(std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    if (g_bRefusing && g_nGranted-- <= 0) return nullptr;
-    ++g_nLive;
-    return std::malloc(uSize);
-}
-
-__attribute__((noinline)) void* operator new[](std::size_t uSize, const std::nothrow_t& rNothrow) noexcept
-{
-    return operator new(uSize, rNothrow);
-}
-
-__attribute__((noinline)) void* operator new(std::size_t uSize)
-{
-    ++g_nLive;
-    void* const pvBlock = std::malloc(uSize);
-    if (pvBlock == nullptr) throw std::bad_alloc();
-    return pvBlock;
-}
-
-__attribute__((noinline)) void* operator new[](std::size_t uSize)
-{
-    return operator new(uSize);
-}
-
-__attribute__((noinline)) void operator delete(void* pvBlock) noexcept
-{
-    if (pvBlock != nullptr) --g_nLive;
-    std::free(pvBlock);
-}
-
-__attribute__((noinline)) void operator delete[](void* pvBlock) noexcept
-{
-    operator delete(pvBlock);
-}
-
-__attribute__((noinline)) void operator delete(void* pvBlock, std::size_t) noexcept
-{
-    operator delete(pvBlock);
-}
-
-__attribute__((noinline)) void operator delete[](void* pvBlock, std::size_t) noexcept
-{
-    operator delete(pvBlock);
-}
-
-namespace
-{
-/// While it lives, memory is refused to those that can take it.
-class CNoMemory
-{
-public:
-    explicit CNoMemory(int nGranted = 0)
-    {
-        g_nGranted = nGranted;
-        g_bRefusing = true;
-    }
-    ~CNoMemory() { g_bRefusing = false; }
-    CNoMemory(const CNoMemory&) = delete;
-    CNoMemory& operator=(const CNoMemory&) = delete;
-};
-
 QvResult Start(CThread& rThread, unsigned int (*pfn)(unsigned int), unsigned int uParameter = 0)
 {
     return rThread.StartThread(pfn, uParameter, nullptr, 0, CThread::eNORMAL);
@@ -278,7 +206,7 @@ TEST(CThreadMemory, IsAllGivenBack)
 {
     CThread::GetCurrentId();
     static unsigned int s_uKey = 0;
-    const long nBefore = g_nLive;
+    const long nBefore = LiveNewBlocks();
     for (unsigned int u = 0; u < 1000; ++u)
     {
         CThread::CreateKey([](unsigned int) {}, s_uKey);
@@ -289,7 +217,7 @@ TEST(CThreadMemory, IsAllGivenBack)
         thread.Join(nullptr);
         CThread::DeleteKey(s_uKey);
     }
-    EXPECT_EQ(nBefore, g_nLive);
+    EXPECT_EQ(nBefore, LiveNewBlocks());
 }
 
 TEST(CMemoryQueueWithoutMemory, StaysWithoutABuffer)

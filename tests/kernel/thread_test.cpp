@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "tests/support/gate.h"
+#include "tests/support/run_program.h"
 #include "tests/support/thread_probe.h"
 #include "tests/support/vtable.h"
 
@@ -619,11 +619,7 @@ namespace
 /// Whether a process like this one is allowed to lower its nice value to zero.
 bool MayBeSetToZero()
 {
-    const pid_t pid = fork();
-    if (pid == 0) _exit(setpriority(PRIO_PROCESS, 0, 0) == 0 ? 0 : 1);
-    int nStatus = -1;
-    EXPECT_EQ(pid, waitpid(pid, &nStatus, 0));
-    return nStatus == 0;
+    return StatusOfChild([] { return setpriority(PRIO_PROCESS, 0, 0); }) == 0;
 }
 }  // namespace
 

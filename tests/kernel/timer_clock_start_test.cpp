@@ -10,14 +10,11 @@
 #include <thread>
 #include <vector>
 
-#include "framework/kernel/timer.h"
-#include "tests/support/object_bytes.h"
+#include "tests/support/free_mutex.h"
+#include "tests/support/timer_probe.h"
 
 namespace
 {
-constexpr std::size_t g_uNEXT_AT = 8;
-constexpr std::size_t g_uPERIOD_AT = 16;
-
 clock_t g_nTicks = 0;
 int g_nReadings = 0;
 void (*g_pfnReading)() = nullptr;
@@ -71,21 +68,6 @@ void CBinarySemaphore::Signal(bool bYield) const
 
 namespace
 {
-class CTimerProbe : public CTimer
-{
-public:
-    using CTimer::ms_aumutexThreadingProtection;
-    using CTimer::ms_ausemWait;
-    using CTimer::ms_pmutexThreadingProtection;
-    using CTimer::ms_psemWait;
-    using CTimer::ms_uLastSysUpTimeTick;
-    using CTimer::ms_uSysUpTimeTick;
-    using CTimer::ms_uTickPerSec;
-
-    uint64_t Next() const { return LoadAt<uint64_t>(this, g_uNEXT_AT); }
-    uint64_t Period() const { return LoadAt<uint64_t>(this, g_uPERIOD_AT); }
-};
-
 /// The module, come up with a tick rate.
 class CTimerClock : public testing::Test
 {
@@ -194,30 +176,12 @@ TEST_F(CTimerClock, MultipliesIn64Bits)
 TEST_F(CTimerClock, IsReadOnceACallWithTheMutexHeld)
 {
     static bool bFreeForOthers = true;
-    g_pfnReading = []
-    {
-        std::thread other(
-            []
-            {
-                bFreeForOthers = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
-                if (bFreeForOthers) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
-            });
-        other.join();
-    };
+    g_pfnReading = [] { bFreeForOthers = IsFreeForOthers(*CTimerProbe::ms_pmutexThreadingProtection); };
     UpTimeAt(1);
     EXPECT_FALSE(bFreeForOthers);
     EXPECT_EQ(1, g_nReadings);
     g_pfnReading = nullptr;
-
-    bool bFreeAfterwards = false;
-    std::thread other(
-        [&]
-        {
-            bFreeAfterwards = CTimerProbe::ms_pmutexThreadingProtection->TryLock();
-            if (bFreeAfterwards) CTimerProbe::ms_pmutexThreadingProtection->Unlock();
-        });
-    other.join();
-    EXPECT_TRUE(bFreeAfterwards);
+    EXPECT_TRUE(IsFreeForOthers(*CTimerProbe::ms_pmutexThreadingProtection));
 }
 
 TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)

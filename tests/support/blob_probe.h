@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
-#include <vector>
 
 #include "framework/basic/blob.h"
+#include "tests/support/bytes.h"
 
 /// The four cursor members, as they lie in memory behind the vector.
 struct SBlobCursors
@@ -31,12 +31,7 @@ inline SBlobCursors CursorsOf(const CBlob& rBlob)
     return stCursors;
 }
 
-inline std::vector<unsigned char> BytesOf(const CBlob& rBlob)
-{
-    return std::vector<unsigned char>(rBlob.begin(), rBlob.end());
-}
-
-inline CBlob BlobOf(const std::vector<unsigned char>& rBytes, IAllocator* pAllocator = nullptr)
+inline CBlob BlobOf(const Bytes& rBytes, IAllocator* pAllocator = nullptr)
 {
     return CBlob(rBytes.data(), static_cast<unsigned int>(rBytes.size()), 0, pAllocator);
 }

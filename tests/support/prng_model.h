@@ -4,30 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "framework/crypto/secure_prng.h"
-#include "framework/crypto/secure_seed.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/object_bytes.h"
-
-/// The generator with its state in reach.
-class CPrngProbe : public CSecurePrng
-{
-public:
-    using CSecurePrng::InitializeSeed;
-    using CSecurePrng::Lock;
-    using CSecurePrng::ms_auCurrentBytes;
-    using CSecurePrng::ms_auSeed;
-    using CSecurePrng::ms_bInitialized;
-    using CSecurePrng::ms_uBytesRemaining;
-    using CSecurePrng::Unlock;
-};
-
-/// The seed source with its counter in reach.
-class CSeedProbe : public CSecureSeed
-{
-public:
-    using CSecureSeed::ms_uCounter;
-};
+#include "tests/support/prng_probe.h"
 
 /// The generator's stream, computed with libcrypto's HMAC.
 class CPrngModel
