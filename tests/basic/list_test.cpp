@@ -166,92 +166,6 @@ TEST_F(CListTest, SwapLeavesTheSecondNodeCachedAtItsNewPlace)
     EXPECT_EQ("0 1 2 3 4 5 ", list.Values());
 }
 
-struct SSwapCase
-{
-    unsigned int uFirst;
-    unsigned int uSecond;
-    const char* pszWant;
-};
-class CListSwap : public testing::TestWithParam<SSwapCase>
-{
-};
-TEST_P(CListSwap, RelinksEveryPairInEitherOrder)
-{
-    std::string log;
-    CIntList list('a', log);
-    AddNumbers(list, 0, 4);
-    const void* const pFirst = list.GetAt(GetParam().uFirst);
-    log.clear();
-    list.Swap(GetParam().uFirst, GetParam().uSecond);
-    EXPECT_EQ(GetParam().pszWant, list.Values());
-    EXPECT_TRUE(GetParam().uSecond >= 4 || pFirst == list.GetAt(GetParam().uSecond) || pFirst == nullptr);
-    EXPECT_EQ("", log) << "no element is copied";
-    list.MoveToLast(list.GetFirst());
-    EXPECT_EQ(4u, list.GetSize());
-    unsigned int uBackwards = 0;
-    for (CListBase::SPtr pNode = list.GetLast(); pNode; pNode = CListBase::GetPrevious(pNode)) ++uBackwards;
-    EXPECT_EQ(4u, uBackwards);
-}
-INSTANTIATE_TEST_SUITE_P(Pairs, CListSwap,
-                         testing::Values(SSwapCase{0, 1, "1 0 2 3 "}, SSwapCase{1, 0, "1 0 2 3 "},
-                                         SSwapCase{1, 2, "0 2 1 3 "}, SSwapCase{2, 1, "0 2 1 3 "},
-                                         SSwapCase{2, 3, "0 1 3 2 "}, SSwapCase{3, 2, "0 1 3 2 "},
-                                         SSwapCase{0, 3, "3 1 2 0 "}, SSwapCase{3, 0, "3 1 2 0 "},
-                                         SSwapCase{0, 2, "2 1 0 3 "}, SSwapCase{1, 3, "0 3 2 1 "},
-                                         SSwapCase{2, 2, "0 1 2 3 "}, SSwapCase{1, 4, "0 1 2 3 "},
-                                         SSwapCase{4, 1, "0 1 2 3 "}));
-
-TEST_F(CListTest, ErasedNodesAreUsedAgainTheLastFirst)
-{
-    CIntList list('a', log, &allocator);
-    AddNumbers(list, 0, 4);
-    const void* const pSecond = list.GetAt(1);
-    const void* const pThird = list.GetAt(2);
-    list.Erase(1, 2);
-    EXPECT_EQ(4u, list.GetCapacity());
-    AddNumbers(list, 7, 2);
-    EXPECT_EQ(pThird, list.GetAt(2));
-    EXPECT_EQ(pSecond, list.GetAt(3));
-    EXPECT_EQ(4u, allocator.GetRequests().size());
-}
-
-TEST_F(CListTest, CapacityIsExactAndSurvivesErasure)
-{
-    CIntList list('a', log, &allocator);
-    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(5));
-    EXPECT_EQ(5u, allocator.GetRequests().back().uCount);
-    EXPECT_EQ(20u, allocator.GetRequests().back().uSize);
-    AddNumbers(list, 0, 3);
-    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(3));
-    EXPECT_EQ(QV_RES_OK, list.ReserveCapacity(7));
-    EXPECT_EQ(2u, allocator.GetRequests().back().uCount);
-    list.EraseAll();
-    EXPECT_EQ(7u, list.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(4));
-    EXPECT_EQ(4u, list.GetCapacity());
-    list.Add(1);
-    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(0));
-    EXPECT_EQ(1u, list.GetCapacity());
-    list.EraseAll();
-    EXPECT_EQ(QV_RES_OK, list.ReduceCapacity(0));
-    EXPECT_EQ(0u, allocator.GetLiveBlocks());
-}
-
-TEST_F(CListTest, AListIsInsertedAtTheFrontWhateverTheIndex)
-{
-    CIntList list('a', log);
-    CIntList more('b', log);
-    AddNumbers(list, 0, 5);
-    EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(6, more)) << "the index is looked at first";
-    AddNumbers(more, 10, 3);
-    EXPECT_EQ(QV_RES_OK, list.Insert(2, more));
-    EXPECT_EQ("10 11 12 0 1 2 3 4 ", list.Values());
-    EXPECT_EQ(QV_RES_OK, more.Insert(1, more));
-    EXPECT_EQ("10 11 12 10 11 12 ", more.Values());
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, list.Insert(9, more));
-}
-
 TEST_F(CListTest, CopyMakesItsCopiesInOrderAndMayCopyIntoItsOwnMiddle)
 {
     CIntList list('a', log, &allocator);
@@ -311,51 +225,6 @@ TEST_F(CListTest, MoveWithinOneListReordersIt)
     }
 }
 
-TEST_F(CListTest, MoveBetweenSourcesCopiesAndDestroysOneByOne)
-{
-    CIntList list('a', log, &allocator);
-    CIntList more('b', log, &other);
-    AddNumbers(list, 0, 2);
-    AddNumbers(more, 10, 4);
-    log.clear();
-    EXPECT_EQ(QV_RES_OK, CListBase::Move(&list, 1, &more, 1, 2));
-    EXPECT_EQ("af11 bd11 af12 bd12 ", log);
-    EXPECT_EQ("0 11 12 1 ", list.Values());
-    EXPECT_EQ("10 13 ", more.Values());
-    EXPECT_EQ(4u, more.GetCapacity());
-    list.ReduceCapacity(0);
-    allocator.SetRefusing(true);
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CListBase::Move(&list, 0, &more, 0, 1));
-    EXPECT_EQ("10 13 ", more.Values());
-    EXPECT_EQ("0 11 12 1 ", list.Values());
-}
-
-TEST_F(CListTest, SplitPutsTheElementsInFrontOfWhatIsThere)
-{
-    CIntList list('a', log, &allocator);
-    CIntList rest('b', log, &allocator);
-    AddNumbers(list, 0, 5);
-    AddNumbers(rest, 10, 2);
-    EXPECT_EQ(QV_RES_OK, list.Split(2, rest));
-    EXPECT_EQ("0 1 ", list.Values());
-    EXPECT_EQ("2 3 4 10 11 ", rest.Values());
-    EXPECT_EQ(1u, allocator.GetRequests().back().uCount)
-        << "three nodes reserved at the destination, two of them there";
-}
-
-TEST_F(CListTest, TheCopyConstructorTakesSourceAndSizeButNoSpareNodes)
-{
-    CIntList list('a', log, &allocator);
-    list.ReserveCapacity(9);
-    AddNumbers(list, 0, 2);
-    list.SetLockCapacity(1);
-    const CListBase copy(list);
-    EXPECT_EQ(2u, copy.GetSize());
-    EXPECT_EQ(2u, copy.GetCapacity());
-    EXPECT_EQ(0u, copy.GetLockCapacity());
-    EXPECT_EQ(20u, allocator.GetRequests().back().uSize);
-}
-
 TEST_F(CListTest, ABlockAllocatorWithTooSmallBlocksIsRaised)
 {
     CIntList raised('a', log, CBlockAllocator(8, &allocator));
@@ -377,19 +246,6 @@ TEST_F(CListTest, ATotalBeyondEveryNumberIsRefusedWithoutARequest)
     list.SetLockCapacity(1);
     EXPECT_EQ(QV_RES_INVALID_STATE, list.Insert(0, 0xFFFFFFFF, nullptr));
     EXPECT_EQ("0 ", list.Values());
-}
-
-TEST_F(CListTest, MergeReservesForTheTotalThoughItOnlyRelinks)
-{
-    CIntList list('a', log, &allocator);
-    CIntList more('b', log, &allocator);
-    AddNumbers(list, 0, 2);
-    AddNumbers(more, 10, 3);
-    EXPECT_EQ(QV_RES_OK, list.Merge(1, more));
-    EXPECT_EQ("0 10 11 12 1 ", list.Values());
-    EXPECT_TRUE(more.IsEmpty());
-    EXPECT_EQ(3u, allocator.GetRequests().back().uCount);
-    EXPECT_EQ(8u, list.GetCapacity());
 }
 
 TEST_F(CListTest, HandlesOfNothingAreIgnored)
