@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-
 #include "framework/basic/allocator.h"
 #include "tests/basic/traced_vector.h"
 #include "tests/support/test_allocator.h"
