@@ -19,6 +19,7 @@
 #include "framework/crypto/aes.h"
 #include "framework/crypto/base64.h"
 #include "framework/crypto/cipher.h"
+#include "framework/crypto/constant_time.h"
 #include "framework/crypto/crc.h"
 #include "framework/crypto/crypto.h"
 #include "framework/crypto/hash.h"

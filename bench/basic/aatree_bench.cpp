@@ -136,8 +136,8 @@ void BM_ScanStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-// The order of `<`, built in by the compiler on both sides. The keys come in an order that the processor cannot learn
-// by heart: there are far more of them than it remembers outcomes of comparisons.
+// The order of `<`, built in by the compiler on both sides. The keys come in an order that branch
+// prediction cannot learn: there are far more keys than outcomes of comparisons that the processor remembers.
 template <typename Tree>
 void Fill(Tree& rTree, const std::vector<int>& rNumbers)
 {

@@ -68,7 +68,7 @@ void BM_AppendBitsStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-// 64 times 4 bytes, into room that is there (256) or has to be grown (0).
+// 64 times 4 bytes, into a reserved capacity (256) or one that has to grow (0).
 void BM_Append4Ours(benchmark::State& rState)
 {
     const unsigned int uCapacity = static_cast<unsigned int>(rState.range(0));

@@ -7,7 +7,7 @@
 
 namespace
 {
-// What a reader of bytes in a std::string writes: a cursor that checks the end.
+// The usual hand-written reader of bytes in a std::string: a cursor that checks the end.
 class CStringReader
 {
 public:

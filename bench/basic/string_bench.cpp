@@ -39,7 +39,7 @@ void BM_FormatStd(benchmark::State& rState)
     }
 }
 
-// The kindest peer: a buffer that happens to be large enough.
+// The fastest peer: a buffer that happens to be large enough.
 void BM_FormatStdBuffer(benchmark::State& rState)
 {
     const char* const pszFormat = g_apszTexts[rState.range(0)];

@@ -8,7 +8,7 @@
 
 namespace
 {
-// One insertion in the middle and one erasure there, at a size that stays; the peer owns its elements, too.
+// One insertion and one erasure in the middle, so that the size stays the same; the peer owns its elements, too.
 void BM_MiddleOurs(benchmark::State& rState)
 {
     const unsigned int uSize = static_cast<unsigned int>(rState.range(0));

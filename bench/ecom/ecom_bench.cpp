@@ -1,4 +1,5 @@
-// In a process of one thread; those of a process of many are in ecom_threads_bench.cpp, since there is no way back.
+// In a process of one thread. The runs in a process of many are in ecom_threads_bench.cpp: once a thread was started,
+// the process never counts as one of a single thread again.
 #include "bench/support/components.h"
 
 BENCHMARK(BM_CreateOurs)->Name("create and release/ours");

@@ -27,7 +27,7 @@ void BM_Std(benchmark::State& rState)
     }
 }
 
-// The C library locks faster while no thread was ever started: all runs shall be measured after that.
+// The C library locks faster while the process has only one thread: all runs are measured after one was started.
 void StartAThread(const benchmark::State&)
 {
     std::thread([] {}).join();

@@ -8,7 +8,7 @@
 
 namespace
 {
-// Not a constant to the compiler, which would convert it itself.
+// A value that the compiler does not know: it would convert a constant at compile time.
 unsigned long Value()
 {
     unsigned long uValue = 12345678901234567890u;

@@ -68,8 +68,8 @@ inline std::vector<int> ShuffledInts(std::int64_t nCount)
     }
 }
 
-/// Small blocks side by side, 32 bytes apart as malloc() lays them: elements lie alike in every run, in whatever order
-/// the heap would give back the blocks of those before.
+/// Small blocks side by side, 32 bytes apart as malloc() places them: elements lie at the same places in every run,
+/// while the heap could give blocks in any order.
 class CArena : public IAllocator
 {
 public:
@@ -114,8 +114,9 @@ public:
     /// The addresses of the elements, as they were made.
     const std::vector<int*>& GetElements() const { return m_elements; }
 
-    /// Deals the numbers to the elements as they were made: no container pays for the way to them. Each time it begins
-    /// another step further on: the processor cannot learn the outcome of the comparisons by heart.
+    /// Assigns the numbers to the elements in the order in which they were made, so that no container pays for finding
+    /// them. Each call begins at another number, further on by a step that grows, so that branch prediction cannot
+    /// learn the comparisons.
     void Restore()
     {
         m_uStep = m_uStep + 1 < m_numbers.size() ? m_uStep + 1 : 1;

@@ -46,7 +46,7 @@ const char* TextOfZone(const char* pszNameOrText)
     return pszNameOrText;
 }
 
-// Strings tell by what is missing only that memory ran out.
+// A CString reports that memory ran out only by missing characters.
 void Check(QvResult res)
 {
     if (res < 0) throw std::bad_alloc();

@@ -6,12 +6,14 @@ int main()
 {
     const CFrameworkScope framework;  // Initialize() here, Finalize() at the closing brace
     if (framework.GetResult() < 0) return 1;
-    CString strText, strCopy;
-    if (strText.Format(0, "Hello, %s number %d", "world", 1) < 0) return 1;
+    CString strLine;
+    if (strLine.Format(0, "Hello, %s number %d", "world", 1) < 0) return 1;
     CMarshaler marshaler;
-    marshaler << strText >> strCopy;
-    CBlob blobText(reinterpret_cast<const unsigned char*>(strCopy.CStr()), strCopy.GetSize()), blobDigest;
-    if (CSha256 sha256; sha256.Begin() < 0 || sha256.Update(&blobText) < 0 || sha256.End(&blobDigest) < 0) return 1;
-    for (const unsigned char uByte : blobDigest) std::printf("%02x", uByte);
+    marshaler << strLine;  // two bytes of length, then the characters
+    CBlob blobKey, blobMessage, blobCode;
+    if (blobKey.Append("our secret") < 0 || !marshaler.ExtractAll(blobMessage)) return 1;
+    CSha1Mac mac;
+    if (mac.Begin(&blobKey) < 0 || mac.Update(&blobMessage) < 0 || mac.End(&blobCode) < 0) return 1;
+    for (const unsigned char uByte : blobCode) std::printf("%02x", uByte);
     std::puts("");
 }

@@ -20,7 +20,8 @@ struct SRange
     uint32_t uFirst;
     uint32_t uLast;
 };
-// Control characters, separators of lines and paragraphs with what turns the direction, and what no character is.
+// Control characters, separators of lines and paragraphs, characters that turn the direction of writing, and code
+// points that are no characters.
 constexpr SRange g_aRefused[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x200E, 0x200F},      {0x2028, 0x202E},
                                  {0x2066, 0x2069}, {0xD800, 0xDFFF}, {0x110000, UINT32_MAX}};
 

@@ -14,7 +14,7 @@ class CInputFile
 {
 public:
     explicit CInputFile(const char* pszPath);
-    /// Of a stream that is open already and stays so.
+    /// Reads from a stream that is open already, and leaves it open.
     CInputFile(std::FILE* pOpen, const char* pszName);
     ~CInputFile();
     CInputFile(const CInputFile&) = delete;
@@ -55,8 +55,8 @@ private:
 std::optional<struct stat> StatusOf(const char* pszPath);
 /// Whether a path leads to that very file, not to one that has taken its place.
 bool Leads(const char* pszPath, const struct stat& rStatus);
-/// Locks an open file against other writers until it is closed. Refuses at once when somebody else has it locked, and
-/// in other words when it cannot be locked at all.
+/// Locks an open file against other writers until it is closed. Refuses at once when another writer has locked it, and
+/// with a different message when it cannot be locked at all.
 void Lock(int nFile, const char* pszName);
 /// The path up to its last slash; "." when there is none.
 CString DirectoryOf(const CString& rPath);

@@ -99,9 +99,7 @@ bool ParseStamp(const CString& rStamp, SRecord& rRecord)
 
 bool IsSame(const SMac& rLeft, const SMac& rRight)
 {
-    unsigned int uDifference = 0;
-    for (size_t u = 0; u < sizeof(SMac::auBytes); ++u) uDifference |= rLeft.auBytes[u] ^ rRight.auBytes[u];
-    return uDifference == 0;
+    return QvIsEqualConstantTime(rLeft.auBytes, rRight.auBytes, sizeof(SMac::auBytes));
 }
 
 SJournalId MakeJournalId()

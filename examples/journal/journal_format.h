@@ -44,7 +44,7 @@ SJournalId MakeJournalId();
 SHeader MakeHeader(const SJournalId& rId, const SKey& rKey);
 bool HasMagic(const SHeader& rHeader);
 bool IsKnownVersion(const SHeader& rHeader);
-/// Whether the CRC fits: the cheap first question, which nearly every accident answers with no.
+/// Whether the CRC fits: a cheap first check, which fails after nearly every accidental change.
 bool IsUndamaged(const SHeader& rHeader);
 bool IsAuthentic(const SHeader& rHeader, const SKey& rKey);
 
@@ -54,7 +54,7 @@ struct SNonce
     uint8_t auBytes[16];
 };
 
-/// What tells any two frames apart, also where nobody can check their codes.
+/// Tells any two frames apart, also without the key that is needed to check their codes.
 struct SDigest
 {
     uint8_t auBytes[32];
@@ -72,8 +72,8 @@ struct SRecord
 /// Replaces the text by uSize characters, at most CString::uMAX_SIZE, NULs included.
 void SetText(CString& rText, const char* pcText, unsigned int uSize);
 
-/// What holds one record, or closes the journal, as it lies in the file. Its code covers that of what stands before it,
-/// its link: a frame can be told to be intact wherever it is found, and to be out of its place.
+/// One record, or the closing frame of the journal, as it lies in the file. Its code also covers its link, which is the
+/// code of what stands before it. So one can tell of any frame whether it is intact, and whether it is in its place.
 class CFrame
 {
 public:

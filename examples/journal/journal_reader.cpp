@@ -51,7 +51,7 @@ void CJournalReader::CheckHeader()
     if (!IsKnownVersion(m_header)) Refuse("%s: header: unknown version %u", pszName, m_header.uVersion);
     if (!IsUndamaged(m_header)) Refuse("%s: header: %s", pszName, g_szDamaged);
     if (m_pKey == nullptr || IsAuthentic(m_header, *m_pKey)) return;
-    // A frame that the key fits, whatever it links to, tells that the key is the right one.
+    // If the key fits a frame, whatever that links to, it is the right key.
     const bool bRightKey = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && m_frame.IsAuthentic(*m_pKey);
     Refuse("%s: header: %s", pszName, bRightKey ? g_szForged : "not made under this key, or forged");
 }

@@ -14,7 +14,7 @@ namespace
 void CheckStatus(const char* pszPath, const struct stat& rStatus)
 {
     if (!S_ISREG(rStatus.st_mode)) Refuse("%s: not a key file", pszPath);
-    // Its owner knows it, and can give himself what the mode denies.
+    // The owner of the file knows the key, and can change the mode.
     if (rStatus.st_uid != geteuid()) Refuse("%s: a key is for its owner only, who is user %u", pszPath, rStatus.st_uid);
     if ((rStatus.st_mode & (S_IRWXG | S_IRWXO)) != 0)
     {
@@ -30,7 +30,7 @@ void LoadKey(const char* pszPath, SKey& rKey)
 {
     CInputFile file(pszPath);
     CheckStatus(pszPath, file.GetStatus());
-    // Around the stream, whose buffer would keep the key.
+    // Read past the stream, whose buffer would keep the key.
     const ssize_t nRead = pread(file.GetDescriptor(), rKey.auBytes, sizeof(rKey.auBytes), 0);
     if (nRead < 0) RefuseForErrno(pszPath);
     if (nRead != sizeof(rKey.auBytes)) Refuse("%s: not a key file: cut short", pszPath);

@@ -111,8 +111,8 @@ std::unique_ptr<CNewKeyFile> GetKey(const SOptions& rOptions, bool bContinues, S
     return std::make_unique<CNewKeyFile>(rOptions.pszKey, rKey);
 }
 
-// All or nothing, the key included. Only what makes the new names last through a power failure comes when they are
-// there for all to see.
+// All or nothing, the key included. Only the calls that make the new names last through a power failure come after the
+// names have become visible.
 void Commit(CReplacementFile& rJournal, CNewKeyFile* pNewKey)
 {
     if (pNewKey != nullptr) pNewKey->Commit();
@@ -220,7 +220,7 @@ int Main(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // A limit on the size of files is to be reported like a full disk.
+    // Exceeding a limit on the size of files is then reported like a full disk.
     signal(SIGXFSZ, SIG_IGN);
     return Main(argc, argv);
 }

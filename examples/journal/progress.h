@@ -3,8 +3,8 @@
 #include <chrono>
 #include <cstdint>
 
-/// One line on the terminal while the work takes long: from the first half second on, four times a second, gone at the
-/// end. Where standard error is no terminal, nothing at all.
+/// One line on the terminal while work takes long: it appears after half a second, changes four times a second, and is
+/// erased at the end. If standard error is no terminal, nothing is written.
 class CProgress
 {
 public:

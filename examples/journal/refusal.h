@@ -18,8 +18,8 @@ private:
 [[noreturn]] void RefuseForErrno(const char* pszName);
 /// What the framework is asked for here is always valid: a failure means that memory ran out.
 void Check(QvResult res);
-/// The string of a text. A CString's own constructor tells by an empty string only that memory ran out, and an empty
-/// path names another file.
+/// The string of a text. When memory runs out, the constructor of CString only makes an empty string, and an empty path
+/// would name another file.
 CString TextOf(const char* pszText);
 CString TextOf(const char* pcText, unsigned int uSize);
 

@@ -45,7 +45,7 @@ void HandleSignals()
     {
         struct sigaction action = {};
         sigaction(nSignal, nullptr, &action);
-        // Who started the program with a signal ignored (nohup does) wants it to live through it.
+        // If the program was started with the signal ignored (as by nohup), it should survive the signal.
         if (action.sa_handler == SIG_IGN) continue;
         action = {};
         action.sa_handler = &RemoveAndDie;
@@ -53,7 +53,7 @@ void HandleSignals()
     }
 }
 
-// The same for every writer of a file, so that the next one finds what a killed one left.
+// The name is the same for every writer of a file, so that the next one finds what a killed one left.
 CString TemporaryNameFor(const CString& rPath, const CString& rDirectory)
 {
     const char* const pszSlash = std::strrchr(rPath.CStr(), '/');
@@ -79,22 +79,23 @@ private:
     char m_szPath[32];
 };
 
-// Locks a file if others have not. Where nothing can be locked, two writers at the same time meet at the latest when
-// one of them puts its file in place.
+// Locks a file unless others have locked it. On a file system without locks, two writers at the same time notice each
+// other at the latest when one of them puts its file in place.
 bool IsLockedByOthers(int nFile)
 {
     return flock(nFile, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// Only root can give files away: for anybody else the journal becomes the writer's, who is also who reads the key.
-// False when it could not even be given to the same group.
+// Only root can give files away. For any other writer the journal becomes the writer's own, who is also the one that
+// reads the key. False when not even the group could be set to that of the previous file.
 bool GiveTo(int nFile, const struct stat& rPrevious)
 {
     const uid_t uKeep = static_cast<uid_t>(-1);
     return fchown(nFile, rPrevious.st_uid, rPrevious.st_gid) == 0 || fchown(nFile, uKeep, rPrevious.st_gid) == 0;
 }
 
-// The members of the old group are strangers now, and strangers are its members: each may do what both might.
+// The file has changed its group: members of the old group are others now, and others may be members of the new one.
+// Each of the two classes gets only what both were allowed.
 mode_t ForAnyGroup(mode_t uMode)
 {
     const mode_t uBoth = uMode >> 3 & uMode & S_IRWXO;
@@ -169,7 +170,7 @@ bool CReplacementFile::OpenUnnamed(const CString& rDirectory)
     }
     if (access(CDescriptorPath(m_file.Get()).Get(), F_OK) == 0)
     {
-        // For the moment in which it has a name, see OpenNamed().
+        // Locked for the moment in which it will have a name, see OpenNamed().
         IsLockedByOthers(m_file.Get());
         return true;
     }
@@ -181,7 +182,7 @@ void CReplacementFile::OpenNamed()
     const char* const pszName = m_strTemporary.CStr();
     m_file.Reset(open(pszName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!m_file.IsOpen() && errno != EEXIST) RefuseForErrno(m_strPath.CStr());
-    // By the lock others tell that it is not left over. Before it was taken, one of them may have been faster.
+    // The lock shows others that the file is in use and not left over. One of them may have taken the lock first.
     const bool bOurs = m_file.IsOpen() && !IsLockedByOthers(m_file.Get());
     if (!bOurs) Refuse("%s: being written by somebody else", m_strPath.CStr());
     SetNamed(true);
@@ -220,7 +221,7 @@ void CReplacementFile::Flush()
 
 void CReplacementFile::SetOwnerAndMode()
 {
-    // What else the bits of a program file would say has no place on a journal.
+    // The other bits of a mode, such as those of a program file, have no place on a journal.
     constexpr mode_t uBits = S_IRWXU | S_IRWXG | S_IRWXO;
     mode_t uMode = m_previous ? m_previous->st_mode & uBits : m_uNewMode & ~GetUmask();
     if (m_previous && !GiveTo(m_file.Get(), *m_previous)) uMode = ForAnyGroup(uMode);

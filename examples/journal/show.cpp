@@ -46,7 +46,7 @@ private:
     const bool m_bRaw;
 };
 
-// Records that run past on a terminal, or through a pager, show by themselves how far it is.
+// Records that are printed on a terminal or through a pager show the progress by themselves.
 bool IsProgressWelcome()
 {
     struct stat status;

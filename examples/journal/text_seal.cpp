@@ -78,7 +78,7 @@ CBlob SealedTextOf(const SRecord& rRecord)
 {
     CBlob blobSealed;
     Check(blobSealed.Append(rRecord.nonce->auBytes, sizeof(SNonce)));
-    Check(blobSealed.Append(BytesOf(rRecord.strText), rRecord.strText.GetSize()));
+    Check(blobSealed.Append(rRecord.strText));
     CBlob blobText;
     CBase64 base64;
     Check(base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr));

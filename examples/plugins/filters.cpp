@@ -59,7 +59,8 @@ public:
     const char* GetText() const override { return "capital letters"; }
 };
 
-// A filter that takes another one in: it counts what it hands on, and lends out the other's description as its own.
+// A filter with another one as its inner object: it counts what it passes on, and offers the description of the inner
+// filter as its own.
 template <const SEComGuid& rstInnerClsid>
 class CCounted : public CEComComponent<ITextFilter, ICounter>
 {
@@ -72,7 +73,7 @@ public:
         if (res < 0) return res;
         CEComPtr<ITextFilter> pFilter;
         const QvResult resQuery = pFilter.QueryFrom(m_pInner.Get());
-        // Its reference counts for this whole object, which would keep itself alive: so it is given back at once.
+        // This reference counts for the whole object, which would keep itself alive: so it is released at once.
         m_pInnerFilter = pFilter.Get();
         return resQuery;
     }

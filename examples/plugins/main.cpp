@@ -1,4 +1,4 @@
-// Text filters as components: each is made by its name, and may be counted without knowing of it.
+// Text filters as components: each is made by its name, and may be wrapped in a counter without knowing of it.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

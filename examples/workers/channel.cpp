@@ -7,7 +7,7 @@ namespace
 {
 constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
 
-// Without an exception: a thread that ends by one takes the program with it. False without memory.
+// Does not throw, since an exception that leaves a thread ends the program. False when memory ran out.
 bool SetBytes(CBlob& rBlob, const unsigned char* puData, unsigned int uSize)
 {
     if (rBlob.Resize(0u) < 0) return false;
@@ -67,7 +67,7 @@ CChannel::EOutcome CChannel::TryPut(uint64_t uNumber, const unsigned char* puDat
         else eOutcome = m_queue.IsEmpty() ? eNEVER : eWAIT;
     }
     if (eOutcome == eDONE) m_semRecords.Signal(false);
-    // There may be room left for another one who puts.
+    // There may be room left for another thread that waits to put.
     if (eOutcome != eWAIT) m_semRoom.Signal(false);
     return eOutcome;
 }

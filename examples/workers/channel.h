@@ -29,7 +29,7 @@ public:
     /// Waits for a record. False when the channel was closed and all that was in it is taken.
     bool Take(SRecord& rRecord);
 
-    /// Nothing is put any more. Call it when those who put are done.
+    /// Ends the channel: call it when no more records will be put.
     void Close();
 
 private:

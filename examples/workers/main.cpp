@@ -35,7 +35,7 @@ were. A line longer than 8,192 characters is refused: what came before it is fin
 Exit status: 0 done, 1 refused or failed, 2 wrong usage, 130 interrupted.
 )";
 
-/// What is read from then on would be for nothing, and it may have no end.
+/// Set when the output failed: reading on would be useless, and the input may have no end.
 std::atomic<bool> g_bOutputFailed = false;
 
 /// Digests lines until there are no more.
@@ -71,7 +71,7 @@ private:
 
     CChannel& m_rLines;
     CChannel& m_rDigests;
-    SRecord m_line;  // not in Behavior(): to make one may throw
+    SRecord m_line;  // not a local of Behavior(): its constructor may throw
     bool m_bAll = true;
 };
 
@@ -163,7 +163,7 @@ private:
         return nRead;
     }
 
-    /// ppoll() lets none in that finds input, and of a file or a busy pipe it always does.
+    /// Needed because ppoll() delivers no signal when there is input, which is always so with a file or a busy pipe.
     void LetSignalsIn() const
     {
         sigset_t blocked;
@@ -212,8 +212,8 @@ bool Activate(CAliveObj& rObject, const char* pszName)
     return res >= 0;
 }
 
-/// Who works between the channels. Everybody finishes what there is, from the source to the sink, also when the start
-/// or the reading throws.
+/// The threads between the channels. All of them finish what is there, from the source to the sink, also when starting
+/// them or reading throws.
 class CCrew
 {
 public:

@@ -1,3 +1,9 @@
+// CDefaultAllocator is on the path of every string and container, and most calls concern one block. Allocate() and
+// Release() do that case without a loop and without saving registers; longer chains are left to ContinueChain() and
+// ReleaseAllButLast(), which are not inlined.
+//
+// CBlockAllocator knows both ends of its free list. Pop() and Push() work at the head, Reserve() appends at the tail.
+// Head and tail are null exactly when the count is 0. Blocks that were handed out are not tracked.
 #include "framework/basic/allocator.h"
 
 #include <algorithm>
@@ -55,7 +61,7 @@ QV_HOT_CODE IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount,
     return orvel_internal::IsLikely(uCount == 1) ? pLast : ContinueChain(pLast, uCount - 1, uSize);
 }
 
-// Puts uCount blocks in front of a chain. A function of its own, lest a single block pay for the registers.
+// Puts uCount blocks in front of a chain. Not inlined, so that Allocate() saves no registers for a single block.
 [[gnu::noinline]] IAllocator::SBlock* CDefaultAllocator::ContinueChain(SBlock* pChain, unsigned int uCount,
                                                                        unsigned int uSize)
 {
@@ -76,7 +82,7 @@ QV_HOT_CODE void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
 {
     QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uCount);
     if (pChain == nullptr) return;
-    // The last block is most often the only one: its end is a jump.
+    // Most chains have one block. For these the function ends in a jump to operator delete[].
     if (pChain->pNext != nullptr) pChain = ReleaseAllButLast(pChain);
     ::operator delete[](pChain);
 }
@@ -146,7 +152,7 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
     if (uKeep == 0) m_pHead = m_pTail = nullptr;
     else
     {
-        // Free blocks are all alike, so give up the end that is reached by the shorter walk.
+        // Free blocks are all alike, so the end of the list that is reached by the shorter walk is given back.
         const bool bFront = uRelease < uKeep;
         IAllocator::SBlock* const pCut = NthBlock(m_pHead, bFront ? uRelease : uKeep);
         if (bFront) m_pHead = pCut->pNext;

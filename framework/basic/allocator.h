@@ -27,20 +27,20 @@ public:
 
     virtual ~IAllocator();
 
-    /// A chain of uCount blocks of uSize bytes each, or null when memory, or an argument, does not allow it.
+    /// A chain of uCount blocks of uSize bytes each, or null when allocation fails or an argument is refused.
     /// *ppLast, when ppLast is given, becomes the last block of the chain.
     virtual SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) = 0;
 
-    /// Takes a chain back: all blocks from pChain to the null link. A null chain is none. Follow the links and do not
-    /// rely on uCount: CBlockAllocator tells the number of blocks there, but vectors, which give back one block, its
-    /// size in bytes, and strings always 8.
+    /// Takes a chain back: all blocks from pChain to the null link. A null chain is an empty one. Follow the links and
+    /// do not rely on uCount: CBlockAllocator passes the number of blocks, but a vector, which gives back one block,
+    /// passes its size in bytes, and a string always passes 8.
     virtual void Release(SBlock* pChain, unsigned int uCount) = 0;
 };
 
 /// The process-wide source: every block is a separate allocation with the global operator new[].
 ///
 /// Threads    Keeps no state: any thread at any time.
-/// Lifetime   Made on first use, gone with the shut-down of the framework: whatever holds memory from it goes before.
+/// Lifetime   Made on first use, deleted by the shut-down of the framework: destroy what holds memory from it before.
 class QV_EXPORT CDefaultAllocator : public CSingleton<CDefaultAllocator>, public IAllocator
 {
 public:
@@ -81,8 +81,8 @@ extern template class CSingleton<CDefaultAllocator>;
 ///            first. Reserve() and Reduce() are one call of the source.
 /// Failure    A null block or false, with the free list unchanged.
 ///
-/// - **Lifetime:** Without a source of one's own made only while the framework is up: else one line on standard error
-///   names the class, and abort() follows.
+/// - **Lifetime:** Without a source given, made only while the framework is up. If one is made at another time, one
+///   line on standard error names the class, and abort() follows.
 class QV_EXPORT CBlockAllocator
 {
 public:
@@ -129,7 +129,7 @@ public:
     bool operator==(const CBlockAllocator& rOther) const;
     bool operator!=(const CBlockAllocator& rOther) const;
 
-    /// Push() of blocks that are a chain already, the one to be popped first at its head; none may be null.
+    /// Push() of a chain of uCount blocks. The block at its head is popped first; neither pointer may be null.
     void PushChain(IAllocator::SBlock* pFirst, IAllocator::SBlock* pLast, unsigned int uCount)
     {
         pLast->pNext = m_pHead;
@@ -139,7 +139,7 @@ public:
     }
 
 private:
-    // Out of the way of Pop(), which a call that returns here would make save registers.
+    // Not inlined: with a call to Reserve() in its own body, Pop() would have to save registers.
     QV_HIDDEN __attribute__((noinline)) void* PopReserving() { return Reserve(1) ? Pop() : nullptr; }
 
     IAllocator* m_pAllocator;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 
+#include "framework/basic/string.h"
 #include "framework/kernel/lifetime.h"
 
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
@@ -225,6 +226,11 @@ QvResult CBlob::Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uSta
     if (uSize == uTO_END) uSize = uRest;
     if (uSize > uRest) return QV_RES_INVALID_ARGUMENT;
     return Insert(uIndex, rSrc.GetFirstIndexPtr() + uStartIndex, uSize);
+}
+
+QvResult CBlob::Append(const CString& rText)
+{
+    return Append(reinterpret_cast<const unsigned char*>(rText.CStr()), rText.GetSize());
 }
 
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
@@ -465,6 +471,15 @@ uint64_t CBlob::ReadableBits() const
 {
     if (m_uReadIndex > m_uSize) return 0;
     return uint64_t{ReadableBytes()} * 8 + (m_uReadBitOffset != 0 ? 8 - m_uReadBitOffset : 0);
+}
+
+bool CMarshaler::ExtractAll(CBlob& rBlob)
+{
+    const size_t uSize = GetUnreadSize();
+    if (uSize > UINT_MAX || rBlob.ReserveCapacity(static_cast<unsigned int>(uSize)) < 0) return false;
+    rBlob.Clear();
+    Extract(rBlob.GetFirstIndexPtr(), static_cast<unsigned int>(uSize));
+    return rBlob.Resize(static_cast<unsigned int>(uSize)) >= 0;
 }
 
 CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob)

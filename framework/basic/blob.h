@@ -43,6 +43,8 @@ inline void StoreTop(unsigned char* pu, uint32_t uWord, unsigned int uBits)
 }
 }  // namespace orvel_internal
 
+class CString;
+
 /// A growable run of bytes with cursors: filled by appending, drained by reading, whole bytes or single bits.
 ///
 ///     |<---- read ---->|<---- unread ---->|<---- spare ---->|
@@ -114,6 +116,10 @@ public:
         m_uSize = uEnd + uSize;
         return QV_RES_OK;
     }
+    /// The characters of a string without the NUL behind them, at the end. Programs that call it include string.h.
+    /// QV_RES_OK             the characters are in
+    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block; the blob is as it was
+    QvResult Append(const CString& rText);
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.

@@ -3,8 +3,8 @@
 #include "framework/basic/ordered_sequence.h"
 #include "framework/kernel/unused_parameter.h"
 
-/// Internal: members that several containers have alike. The binary interface has them in each container, so that a
-/// common base cannot hold them; their definitions are written once, here, for the containers' own sources.
+/// Internal: members that are the same in several containers. The binary interface has them in each container, so that
+/// a common base cannot hold them; their definitions are written once, here, for the containers' own sources.
 
 /// For containers that have m_uSize and m_uLockCapacity.
 #define ORVEL_DEFINE_SIZE_MEMBERS(Container)                    \

@@ -1,3 +1,28 @@
+// Nodes are blocks. A node is one block of the node allocator: two links and, behind them, the element. The first word
+// of the block has two uses, as the list's backward link and as the allocator's link of free blocks:
+// ```
+//               first word             second word            from byte 16 on
+//   in a list   the previous node      the following node     the element
+//   free        the next free block    left over              left over
+// ```
+// So a run of linked nodes, read from its last node to its first, already is a chain of free blocks. Discard() and
+// DropAll() hand a run of any length to PushChain(), which writes one link. The last node of a run is used again first.
+//
+// The cache is an index and the node at that index. NodeAt() walks from there, even if an end of the list is nearer;
+// the first and the last index go straight to the ends. Access by index moves the cache even of a const list, which is
+// therefore not safe for two readers at once. Every function that links or unlinks nodes leaves the cache right: at the
+// last new node after Insert() of elements and Allocate(), at the first index of Swap(), otherwise at index 0.
+//
+// What can fail comes first. An operation reserves its nodes, makes the new ones as a chain of their own (SChain), and
+// links that chain only when it is complete. So a refusal changes nothing, and a list can be copied into itself.
+//
+// What a handle survives. An element never moves in memory, and a handle is the address of its node:
+//
+// - It stays valid over insertions, the erasure of other elements, sorting, Swap(), MoveToFirst() and MoveToLast(),
+//   over the exchange of two lists, and over Move(), Merge() and Split() between lists with the same source of memory:
+//   they link the same nodes anew, perhaps in another list.
+// - It dangles when the element is erased, when the list is assigned to, and over Move(), Merge() and Split() between
+//   lists with different sources: the elements are copied then, and the originals destroyed. Nothing detects its use.
 #include "framework/basic/list.h"
 
 #include <limits.h>
@@ -15,7 +40,7 @@ static_assert(sizeof(CListBase::SPtr) == sizeof(void*), "handles travel in a reg
 
 namespace
 {
-// A node whose size does not fit never gets a block: see ReserveFree().
+// If the size of a node does not fit 32 bits, ReserveFree() refuses every node.
 unsigned int NodeSize(unsigned int uElementSize)
 {
     return uElementSize <= UINT_MAX - sizeof(CListBase::SNode)
@@ -144,7 +169,7 @@ QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
     if (m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     if (rSrc.m_uSize == 0) return QV_RES_OK;
     const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
-    // To the front on purpose: callers rely on it.
+    // To the front and not to uIndex: kept, and pinned by CListTest.AListIsInsertedAtTheFrontWhateverTheIndex.
     return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
 }
 
@@ -207,7 +232,8 @@ void CListBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
     SNode* const pHigh = uIndex1 < uIndex2 ? pSecond : pFirst;
     SNode* const pBehindLow = pLow->pFollowing;
     SNode* const pBehindHigh = pHigh->pFollowing;
-    // High goes in front of what was behind low; of neighbours that is high itself, and low alone has to move.
+    // The high node goes in front of the node that followed the low one. If the two are neighbours, that is the high
+    // node itself, and only the low one has to move.
     const SChain stLow = Unlink(pLow, 1);
     if (pBehindLow != pHigh) Link(Unlink(pHigh, 1), pBehindLow);
     Link(stLow, pBehindHigh);
@@ -226,7 +252,7 @@ QvResult CListBase::Copy(CListBase* pDest, unsigned int uDestIndex, const CListB
     if (res < 0) return res;
     SNode* const pBefore = pDest->NodeAt(uDestIndex);
     SNode* pFrom = pSrc->NodeAt(uSrcIndex);
-    // Linked only when complete: the elements may be copied into their own middle.
+    // The copies are linked only when all are made: source and destination may be the same list.
     SChain stCopies{};
     for (unsigned int uCopied = 0; uCopied < uCount; ++uCopied)
     {
@@ -247,7 +273,7 @@ QvResult CListBase::Move(CListBase* pDest, unsigned int uDestIndex, CListBase* p
         return QV_RES_INVALID_ARGUMENT;
     }
     if (pDest->m_nodeAllocator != pSrc->m_nodeAllocator) return MoveByCopy(pDest, uDestIndex, pSrc, uSrcIndex, uCount);
-    // In front of one of the nodes that move: they are there already.
+    // The destination is in front of, or right behind, one of the nodes to move: they are in their place already.
     const bool bStays = pDest == pSrc && uDestIndex >= uSrcIndex && uDestIndex - uSrcIndex <= uCount;
     if (!bStays)
     {

@@ -17,24 +17,25 @@
 ///                                              ^ cached (index, node)
 ///
 /// Elements are made, copied and destroyed through the three virtual element operations, which a derived class
-/// overrides (its destructor calls EraseAll(): the base's could not reach them).
+/// overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the overrides.
 ///
 /// Ownership  Owns its elements and nodes. Borrows the allocator, which must outlive it; null means the default one.
 /// Threads    No locking: one thread at a time. Access by index moves the cache even of a const list.
 /// Growth     Exact: capacity is the size plus the free nodes. Erased nodes become free and are used again; only
 ///            ReduceCapacity() and destruction give memory back.
 /// Addresses  An element stays where it is until it is erased; sorting and swapping only relink.
-/// Cost       An index costs the steps from the one last asked for; the first and last are at hand. A scan by rising or
-///            falling index is one step an element. Handles walk without the cache.
-/// Failure    Reported as QvResult with the lists as they were (nodes obtained by then stay as spare capacity); what
+/// Cost       Access by index walks from the index that was used last; the first and the last element need no walk. A
+///            scan by rising or falling index takes one step per element. Handles walk without the cache.
+/// Failure    Reported as QvResult with the lists as they were (nodes allocated before stay as spare capacity); what
 ///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
 ///
-/// - **Lifetime:** Without an allocator of one's own made only while the framework is up, and destroyed before it goes
-///   down: not in static storage. Made outside, one line on standard error names the class, and abort() follows.
+/// - **Lifetime:** Without an allocator given: made while the framework is up and destroyed before it goes down, so not
+///   in static storage. If one is made at another time, one line on standard error names the class, and abort()
+///   follows.
 class QV_EXPORT CListBase
 {
 public:
-    /// What a handle points at: the links in front of the element. For the list alone.
+    /// What a handle points at: the links in front of the element. For the list's own use only.
     struct SNode
     {
         SNode(SNode* pPreviousNode, SNode* pNextNode) : stBackwards{nullptr}, pFollowing(pNextNode)
@@ -44,14 +45,14 @@ public:
         SNode* GetPrevious() const { return reinterpret_cast<SNode*>(stBackwards.pNext); }
         void SetPrevious(SNode* pNode) { stBackwards.pNext = reinterpret_cast<IAllocator::SBlock*>(pNode); }
 
-        // The link of the block leads back: read from the last node, a list is the chain of blocks that an allocator
-        // takes back.
+        // The word that links free blocks leads to the previous node: read from its last node, a list is a chain of
+        // blocks as an allocator takes it back.
         IAllocator::SBlock stBackwards;
         SNode* pFollowing;
     };
 
-    /// A handle: designates an element, or none. Good until that element is erased; moving, sorting, swapping and
-    /// transfer between lists of one source of memory keep it.
+    /// A handle: designates an element, or none. Valid until that element is erased; it stays valid when elements are
+    /// moved, sorted, swapped, or transferred to a list with the same source of memory.
     struct SPtr
     {
         constexpr SPtr(SNode* pNodeOfElement = nullptr) : pNode(pNodeOfElement) {}
@@ -67,7 +68,7 @@ public:
     /// Takes nodes from the source of rAllocator, whose block size is kept if it suffices for a node.
     CListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator);
     /// Same source of memory, element size and elements, neither spare capacity nor lock. The element operations of a
-    /// derived class are out of reach here: construct an empty object and assign.
+    /// derived class cannot be called from here: construct an empty object and assign.
     CListBase(const CListBase& rSrc);
     virtual ~CListBase();
     /// Copies the elements. Changes nothing when the element sizes differ, the locked capacity does not suffice, or
@@ -87,7 +88,7 @@ public:
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
 
-    /// The ends of the list, and from node to node; no node beyond an end, and none from no node.
+    /// The first and the last node, and the neighbours of a node. Beyond an end, or for no node, the result is no node.
     SPtr GetFirst() const { return m_pHead; }
     SPtr GetLast() const { return m_pTail; }
     static SPtr GetNext(SPtr pNode) { return pNode ? pNode.pNode->pFollowing : nullptr; }
@@ -102,8 +103,8 @@ public:
     /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. Callers rely on
-    /// that; Copy() inserts where it is told to. Results as above, and
+    /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. This is kept as
+    /// it is for existing programs; Copy() inserts at the index it is given. Results as above, and
     /// QV_RES_INVALID_ARGUMENT  the element sizes differ
     QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
@@ -112,26 +113,26 @@ public:
     /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as
     /// of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
-    /// Links such a node at the place of pKey in a sorted list that holds no equal element.
+    /// The same at the place of pKey in a sorted list, unless an equal element is there.
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the node could not be had
+    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
     void Erase(unsigned int uIndex);
-    /// Destroys the element of a node of this list; none is ignored.
+    /// Destroys the element of a node of this list; no node is ignored.
     void Erase(SPtr pNode);
     void EraseAll();
 
-    /// Allocates the nodes that are missing to a capacity of uCapacity.
+    /// Allocates the nodes that are missing for a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
-    /// Gives free nodes back until the capacity is the larger of uCapacity and the size, if it is more.
+    /// Gives free nodes back until the capacity is the larger of uCapacity and the size; no effect if it is not above.
     /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
     QvResult ReduceCapacity(unsigned int uCapacity);
     unsigned int GetCapacity() const;
@@ -139,7 +140,7 @@ public:
     unsigned int GetLockCapacity() const;
     void SetLockCapacity(unsigned int uLockCapacity);
 
-    /// Relinks a node of this list as the first (last); none is ignored.
+    /// Relinks a node of this list as the first (last); no node is ignored.
     void MoveToFirst(SPtr pNode);
     void MoveToLast(SPtr pNode);
     /// Exchanges the places of two nodes; nothing happens when an index is not below the size.
@@ -156,14 +157,15 @@ public:
     /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no nodes
     QvResult Split(unsigned int uIndex, CListBase& rDest);
     /// Copies uCount elements from uSrcIndex on in front of index uDestIndex (at the end when that is above the size).
-    /// The lock of the capacity is not asked.
+    /// A lock of the capacity is ignored: the list grows.
     /// QV_RES_OK                the copies are in
-    /// QV_RES_INVALID_ARGUMENT  the source has not that many, or the element sizes differ
+    /// QV_RES_INVALID_ARGUMENT  the source has fewer elements from there on, or the element sizes differ
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
     static QvResult Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
-    /// Moves them. Between lists with one source of memory the nodes change their list, and nothing is copied or
-    /// allocated; else the elements are copied, and the source's destroyed. Results as above.
+    /// Moves elements, with the parameters of Copy(). Between lists with the same source of memory the nodes are linked
+    /// into the other list, and nothing is copied or allocated; otherwise the elements are copied, and those of the
+    /// source destroyed. Results as above.
     static QvResult Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 
@@ -201,7 +203,7 @@ protected:
     }
     /// Where the element of a block from the node allocator lies.
     static void* ElementIn(void* pBlock) { return static_cast<unsigned char*>(pBlock) + sizeof(SNode); }
-    /// Makes a block, in which an element lies already, the last node and the cached one.
+    /// Links a block, in which the element has been made already, as the last node. The cache moves to it.
     void LinkLast(void* pBlock)
     {
         SNode* const pNode = ::new (pBlock) SNode(m_pTail, nullptr);
@@ -210,7 +212,7 @@ protected:
         m_uCachedIndex = m_uSize++;
     }
 
-    /// Access to the elements, for what containers share: walks from the one last asked for, beside the cache.
+    /// Element access for the shared algorithms. It has a position of its own to walk from, and leaves the cache alone.
     class CElementAccess
     {
     public:
@@ -270,7 +272,7 @@ private:
     QV_HIDDEN void RelinkAs(void* const* ppElements);
 };
 
-// Walks from both ends at once: a step waits for the link that it follows, and two can wait together.
+// Walks from both ends at once: each step waits until its link is loaded, and so two loads are under way together.
 inline void CListBase::ListElements(void** ppElements) const
 {
     SNode* pFront = m_pHead;
@@ -287,7 +289,7 @@ inline void CListBase::ListElements(void** ppElements) const
 // Links all nodes anew, in the order of their elements.
 inline void CListBase::RelinkAs(void* const* ppElements)
 {
-    // The sorted nodes are scattered in memory: each is fetched while those before it are being linked.
+    // The sorted nodes are scattered in memory: each is prefetched while nodes before it are being linked.
     constexpr unsigned int uAHEAD = 16;
     SNode* pLast = static_cast<SNode*>(ppElements[0]) - 1;
     m_pHead = pLast;
@@ -314,9 +316,9 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 ///     for (int n : list) ...
 ///     list.Erase(list.GetFirst());
 ///
-/// Iterators  Bidirectional; they and handles are good until their element is erased, also over sorting, swapping and
-///            transfer to a list with the same source of memory (an iterator's way back from the end is then the old
-///            list's).
+/// Iterators  Bidirectional. They and handles stay valid until their element is erased, also over sorting, swapping and
+///            transfer to a list with the same source of memory (but such an iterator, when it reaches the end, steps
+///            back into the list that it came from).
 /// Derived    A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CList : public orvel_internal::CTypedSequence<T, CListBase, orvel_internal::CTypedNodes<T, CListBase>>
@@ -342,7 +344,7 @@ public:
         {
             return Sequence::Append(rElement);
         }
-        // As Insert() does, without the calls.
+        // The same as Insert(), without its calls.
         void* const pBlock = CListBase::m_nodeAllocator.Pop();
         ::new (CListBase::ElementIn(pBlock)) T(rElement);
         CListBase::LinkLast(pBlock);

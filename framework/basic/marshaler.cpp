@@ -1,10 +1,25 @@
-// A chain of segments with a writer and a reader. A segment is its bytes and, behind them, the link to the next one: 56
-// bytes inside the object, then 88 in each block of the pool. A pointer into a segment goes with the address of that
-// segment's link, which is also where its bytes end. The writer is always in the last segment, whose link is null, and
-// takes a further one only when a byte comes that has no room. So reader and writer are in one segment exactly when
-// their ends are the same; the reader stops at the writer there, and at the end of its segment otherwise. What lies
-// behind the writer was left by whoever had the block before, and is never read. Segments that were read stay in the
-// chain until Clear(): the inline one has to be there anyway, and a copy takes the whole chain.
+// Segments and cursors. The bytes lie in a chain of segments. The last word of a segment is its link: the address of
+// the next segment, or null in the last one. The first segment is a part of the object and has 56 bytes. Every other
+// one is a block of CPool<CMarshaler> and has 88 bytes: the blocks have the size of a CMarshaler, 96 bytes.
+// ```
+//   inside the object               block of the pool            block of the pool
+//   [ read | unread      | o ]----->[ unread             | o ]----->[ unread | unused       | null ]
+//          ^ m_puRead    ^ m_puReadEnd                                       ^ m_puWrite    ^ m_puWriteEnd
+// ```
+// A cursor is a position and the end of its segment. The link lies at that end, so a cursor needs nothing else to go
+// on. What always holds:
+//
+// - The writer is in the last segment. It appends a segment only when a byte comes that has no room, so the last
+//   segment may be full.
+// - The reader enters the next segment only when a byte is asked for, so it may stand at the end of its segment.
+// - m_puReadEnd == m_puWriteEnd exactly while both are in one segment. The reader then stops at m_puWrite, otherwise at
+//   the end of its segment: see GetReadLimit().
+// - The bytes from m_puWrite to m_puWriteEnd are what the block held before, and are never read.
+// - Segments stay in the chain until Clear(), also those that were read: the first one cannot be given back anyway, and
+//   a copy takes the whole chain.
+//
+// When the pool gives no block, Insert() drops what does not fit the last segment, and a later Insert() goes on there.
+// Extract() gives zeros for bytes that were not written and leaves the reader at the writer.
 #include "framework/basic/marshaler.h"
 
 #include <algorithm>
@@ -31,7 +46,8 @@ void SetLinkAt(unsigned char* puSegmentEnd, unsigned char* puNext)
     memcpy(puSegmentEnd, &puNext, sizeof(puNext));
 }
 
-// Integers that meet the end of a segment come through here: a width known to the compiler costs no call.
+// Insert() and Extract() are the slow path of integers that meet the end of a segment: a size that the compiler knows
+// is copied without a call of memcpy().
 void CopyRest(unsigned char* puDst, const unsigned char* puSrc, unsigned int uSize)
 {
     switch (uSize)
@@ -97,7 +113,7 @@ CMarshaler& CMarshaler::operator=(const CMarshaler& rSrc)
     }
     if (!bReadPlaced)
     {
-        // Memory ran out before the segment that is being read: nothing is left to read.
+        // Memory ran out before the copy reached the segment with the read position: nothing is left to read.
         m_puRead = m_puWrite;
         m_puReadEnd = m_puWriteEnd;
     }
@@ -129,7 +145,8 @@ void CMarshaler::Extract(void* pvData, unsigned int uSize)
     unsigned char* puData = static_cast<unsigned char*>(pvData);
     for (;;)
     {
-        // A program that was compiled when readers passed writers may have put it behind.
+        // Negative in programs that were compiled with an older header: its inline operators could move the reader past
+        // the writer. Nothing is unread then.
         const ptrdiff_t nUnread = std::max<ptrdiff_t>(GetReadLimit() - m_puRead, 0);
         const unsigned int uUnread = static_cast<unsigned int>(nUnread);
         if (uSize <= uUnread) break;

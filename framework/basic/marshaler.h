@@ -6,6 +6,8 @@
 #include "framework/basic/pool.h"
 #include "framework/kernel/export.h"
 
+class CBlob;
+
 /// A first-in, first-out stream of bytes in memory, to pack values and unpack them in the same order:
 ///
 ///     CMarshaler marshaler;
@@ -21,8 +23,9 @@
 /// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
 /// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
 /// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
-/// Failure    Nothing is reported. Bytes for which memory runs out are dropped. What was never written reads as zeros,
-///            and what is written afterwards is read in step: ask GetUnreadSize() where less may be there than is read.
+/// Failure    Nothing is reported. Bytes for which memory runs out are dropped. Reading more than was written gives
+///            zeros; what is written afterwards is then read from its first byte. Ask GetUnreadSize() first where there
+///            may be less than is to be read.
 ///
 /// - **Lifetime:** May stand in static storage as long as it is empty at start-up and at shut-down. Writing more than
 ///   56 bytes before start-up or after shut-down ends the process, with a line that says so.
@@ -37,13 +40,19 @@ public:
 
     /// Appends uSize bytes.
     void Insert(const void* pvData, unsigned int uSize);
-    /// Takes the next uSize bytes; zeros for those that were not written, with the reader staying behind the last one.
+    /// Takes the next uSize bytes. Those that were not written are zeros, and the reader stays behind the last written
+    /// one.
     void Extract(void* pvData, unsigned int uSize);
+    /// Takes all that is unread as the whole content of a blob, whose cursors go to its beginning; nothing unread makes
+    /// it empty. Cost: one block, if the blob's capacity is less. Declared here, defined with CBlob.
+    /// - **Result:** true; or false, with the blob and what is unread as they were, where the blob's allocator gives no
+    ///   block or 4 GiB and more are unread.
+    bool ExtractAll(CBlob& rBlob);
     /// Insert() and Extract() under the names that the operators of composite types use; Load() returns true.
     void Store(const void* pvData, unsigned int uSize);
     bool Load(void* pvData, unsigned int uSize);
 
-    /// Extracts uSize bytes, no more than are unread, to nowhere.
+    /// Passes over the next uSize bytes, or over all unread ones if there are fewer.
     void Skip(unsigned int uSize);
 
     /// How many bytes were inserted and not yet extracted. Cost: a walk over the segments between.
@@ -51,8 +60,8 @@ public:
 
     /// Back to the empty state, with the segments returned to the pool.
     void Clear();
-    /// The halves of Clear(): one leaves the pointers on segments that are gone, the other forgets segments that are
-    /// not. Call neither alone.
+    /// The two steps of Clear(). After the first alone, the pointers lead to segments that were given back; after the
+    /// second alone, segments are lost. Call neither alone.
     void ReleaseSegments();
     void ResetMembers();
 
@@ -72,8 +81,9 @@ private:
     QV_HIDDEN bool AppendSegment();
     QV_HIDDEN bool EnterNextSegment();
 
-    // The pointers are copied first: storing bytes could change any member, as far as the compiler knows. What crosses
-    // segments goes through a copy: an integer whose address is taken would have to be in memory always.
+    // The positions are copied into locals first: the compiler must assume that storing bytes changes any member. A
+    // value that crosses segments is copied before its address is taken: otherwise it would have to be in memory on the
+    // fast path, too.
     template <typename T>
     QV_HIDDEN CMarshaler& InsertValue(T value)
     {
@@ -112,7 +122,7 @@ private:
         else Extract(&value, sizeof(T));
         return value;
     }
-    // Where the bytes end that can be read in the segment of the reader: at the writer, if it is there too.
+    // The end of what can be read in the reader's segment: the writer, if it is in the same segment.
     QV_HIDDEN unsigned char* GetReadLimit() const { return m_puReadEnd == m_puWriteEnd ? m_puWrite : m_puReadEnd; }
 
     // A segment's end is the address of its link word.

@@ -6,7 +6,7 @@
 #include "framework/kernel/result.h"
 
 /// Orders a stored element against a key: negative, 0 or positive as it comes before, with or after it. uParam is
-/// handed through. It must have no side effects: searches may ask twice.
+/// passed on unchanged. It must have no side effects: searches may call it twice for one element.
 typedef int (*PFNCompareElements)(const void* pElement, const void* pKey, unsigned int uParam);
 
 /// Sorting and searching that the containers share. Internal: the order in which comparisons run is part of the
@@ -17,7 +17,7 @@ typedef int (*PFNCompareElements)(const void* pElement, const void* pKey, unsign
 /// arrays, a walk from the element last asked for in lists.
 namespace orvel_internal
 {
-/// A callback with the number that it wants back.
+/// A callback and the number that it is called with.
 struct SComparison
 {
     PFNCompareElements pfnCompare;
@@ -26,7 +26,7 @@ struct SComparison
     int operator()(const void* pElement, const void* pKey) const { return pfnCompare(pElement, pKey, uParam); }
 };
 
-/// What a sort needs beside the elements. (Including <memory> would take ten times as long as this header.)
+/// The scratch memory of a sort. (std::unique_ptr needs <memory>, which takes ten times as long as this header.)
 template <typename T>
 class CScratchArray
 {
@@ -42,9 +42,13 @@ private:
     T* const m_pFirst;
 };
 
-/// Searches one sequence with one comparison. How often it compares is part of the contract of the containers, and
-/// differs where there is a single element that orders before the key: with At::g_bWALKS_FROM_SINGLE (arrays, not
-/// lists) that element is compared twice.
+/// Searches one sequence with one comparison. Which elements it compares, and how often, is part of the contract of the
+/// containers. Arrays and lists differ in LowerBound() of a single element (index 0):
+/// ```
+///                                      the element orders before the key    it does not
+///   At::g_bWALKS_FROM_SINGLE: arrays   compares it twice, result 1          compares it once, result 0
+///   not: lists                         compares it once, result 1           compares it once, result 0
+/// ```
 template <typename At, typename Compare>
 class CSearch
 {
@@ -61,8 +65,8 @@ public:
         return m_uSize;
     }
 
-    /// Index of the first of the ordered elements that does not order before the key, the size when all do. Of a run
-    /// of equal elements the search may meet any, and then walks to the first: k equal elements cost up to k more
+    /// Index of the first of the ordered elements that does not order before the key, the size when all do. The search
+    /// may meet any of a run of equal elements and then walks to the first of them: k equal elements cost up to k more
     /// comparisons.
     unsigned int LowerBound(const void* pKey)
     {
@@ -78,7 +82,8 @@ public:
         unsigned int uMid = uHigh / 2;
         while (uHigh - uLow > 1)
         {
-            // Two calls on purpose: their number and order are part of the contract.
+            // Two calls: their number and order are part of the contract, pinned by
+            // LowerBound.AsksThePublishedQuestions.
             if (CompareAt(uMid, pKey) > 0) uHigh = uMid;
             else if (CompareAt(uMid, pKey) < 0) uLow = uMid;
             else return FirstOfRun(uMid, pKey);
@@ -150,8 +155,8 @@ QvResult AllocateSorted(Container& rContainer, Search search, const void* pKey, 
     return *ppElement != nullptr ? QV_RES_OK : QV_RES_FAIL;
 }
 
-/// Shell sort of uSize elements that lie side by side, uStride bytes apart. Elements knows what they are, and holds one
-/// aside:
+/// Shell sort of uSize elements that lie side by side, uStride bytes apart. The class Elements knows how to compare and
+/// move them, and can hold one of them aside:
 ///     Hold(p)           takes a copy of the element at p
 ///     IsAfterHeld(p)    whether it orders behind the held one
 ///     Shift(from, to)   the element at `from` replaces the one at `to`

@@ -8,7 +8,7 @@
 #include "framework/kernel/result.h"
 
 /// A process-wide pool of memory blocks of the size of a T, recycled instead of returned to the system. The library
-/// has one, CPool<CMarshaler>, which marshalers draw their segments from.
+/// has one, CPool<CMarshaler>, from which marshalers take their segments.
 ///
 /// Ownership  Owns the free blocks; those handed out are counted, not tracked. Borrows the allocator.
 /// Threads    Allocate() and Deallocate() from any thread if initialised thread-safe; the rest from one.
@@ -36,11 +36,11 @@ public:
     static QvResult InitializeCPool();
     static void FinalizeCPool();
 
-    /// The state, to look at: what changes it goes through the functions above. Null while the pool is not set up.
+    /// The state, to be read only; the functions above change it. Null while the pool is not set up.
     static CBlockAllocator* ms_pBlockAllocator;
     /// The blocks handed out.
     static unsigned int ms_uAllocatedCount;
-    /// What may be handed out without growing: the high-water mark of an unlocked pool.
+    /// How many blocks may be handed out without growing. An unlocked pool raises it when more are handed out.
     static unsigned int ms_uCapacity;
     /// Not 0: the capacity may not grow.
     static unsigned int ms_uLockCapacity;
@@ -63,7 +63,8 @@ template <typename T>
 void CPool<T>::Initialize(bool bThreadSafe, unsigned int uCapacity, bool bLockCapacity, IAllocator* pAllocator)
 {
     if (ms_pBlockAllocator != nullptr) return;
-    // Held until nothing can fail any more: a pool without its mutex would go unlocked.
+    // Set only when nothing can fail any more: otherwise the pool would be used without its mutex if allocating that
+    // failed.
     struct SHeld
     {
         ~SHeld() { delete pBlockAllocator; }
@@ -87,7 +88,7 @@ void CPool<T>::Uninitialize()
     ms_uAllocatedCount = 0;
     ms_uCapacity = 0;
     ms_uLockCapacity = 0;
-    delete ms_pmutex;  // the pointer stays, until the next start-up sets it
+    delete ms_pmutex;  // the pointer is not cleared: the next start-up sets it
 }
 
 template <typename T>
@@ -110,6 +111,8 @@ void CPool<T>::Deallocate(void* pvBlock)
     if (ms_pBlockAllocator == nullptr || pvBlock == nullptr) return;
     const CBriefMutexGuard guard(ms_pmutex);
     ms_pBlockAllocator->Push(pvBlock);
+    // Allocate() keeps the capacity at or above the count. So this is true only if one of them was set from outside, or
+    // if blocks of an earlier set-up come back.
     if (ms_uCapacity < ms_uAllocatedCount) ms_pBlockAllocator->Reduce(0);
     --ms_uAllocatedCount;
 }

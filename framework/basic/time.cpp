@@ -73,7 +73,7 @@ void CTime::AddMs(int64_t nMs)
 
 CTime& CTime::operator-=(int64_t nMs)
 {
-    // In two steps: the least number has no opposite.
+    // In two steps, since the smallest int64_t has no positive counterpart.
     AddMs(-(nMs / 2));
     AddMs(-(nMs - nMs / 2));
     return *this;
@@ -243,7 +243,8 @@ bool CTime::GetGmtTime(tm& rstTime)
     rstTime.tm_mon = date.uMonth - 1;
     rstTime.tm_year = date.uYear - 1900;
     rstTime.tm_yday = static_cast<int>(uJulianDay - JulianDayOf(date.uYear, 1, 1));
-    // Of the local date, unlike all the rest: callers know it so.
+    // The weekday of the local date, while all other fields are UTC: kept, and pinned by
+    // CTimeTest.GmtTimeIsTheClockInUtcButForTheWeekday.
     rstTime.tm_wday = static_cast<int>(now.GetDayOfWeek(false));
     return bSet;
 }
@@ -268,7 +269,7 @@ void CTime::FinalizeCTime()
     ms_pTimeZone = nullptr;
 }
 
-// What guards the statics, and tells that they are there.
+// The semaphore that guards the statics. Ends the process while the module is not up, so that there are none.
 CBinarySemaphore* CTime::GetProtection()
 {
     return orvel_internal::RequireUp(ms_psemInternalAccessProtection, "CTime");

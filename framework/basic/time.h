@@ -18,13 +18,13 @@
 ///     CTime::SetSystemTime(start);                        // the clock runs on from there
 ///     start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York
 ///
-/// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. It is
-/// the application's to set; the system's calendar clock is neither read nor set. Getters return true, or false as long
-/// as the value derives from a clock that was never set; the value is there in both cases.
+/// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. Only
+/// the application sets it; the system's calendar clock is neither read nor set. Getters return true, or false as long
+/// as the value derives from a clock that was never set; they give the value in both cases.
 ///
 /// A trailing bUtc says whether values are UTC (true) or local time of this object's zone (false). The calendar is the
 /// proleptic Gregorian one. Nothing is validated: months and days out of range continue the count, and a time of day of
-/// 24 hours and more stays one, in the day it was set in; AddMs(0) carries it over.
+/// 24 hours or more is kept together with the date it was set for; AddMs(0) carries it into the following days.
 ///
 /// Ownership  Owns its zone.
 /// Threads    The static members, from any thread. One object is used by one thread at a time.
@@ -83,15 +83,15 @@ public:
     bool SetTimeZone(const char* pszTimeZone);
     const CTimeZone& GetTimeZone() const { return m_timeZone; }
 
-    /// Of the year of this moment.
+    /// Whether the year of this moment is a leap year.
     bool IsLeapYear(bool bUtc) const;
-    /// 0 (Sunday) to 6, of the clock's date, in the system zone for local time, and not of this moment: use
+    /// The weekday, 0 (Sunday) to 6, of the clock's date (local time: in the system zone) and not of this moment: use
     /// GetStoredDayOfWeek() for that.
     unsigned int GetDayOfWeek(bool bUtc) const;
     /// Whether this object's zone has daylight saving time at the clock's time, read as local time of the system zone,
     /// and not at this moment: use IsStoredTimeInDayLightSaving() for that.
     bool IsDayLightSavingInEffect() const;
-    /// 0 (Sunday) to 6, of this moment.
+    /// The weekday of this moment, 0 (Sunday) to 6.
     unsigned int GetStoredDayOfWeek(bool bUtc) const;
     /// Whether this object's zone has daylight saving time at this moment.
     bool IsStoredTimeInDayLightSaving() const;

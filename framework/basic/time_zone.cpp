@@ -1,3 +1,22 @@
+// From a text to an offset, in three steps.
+//
+// 1. SetTimeZone() reads the text into an SDescription, without the lock, and Commit() moves that into the zone under
+//    m_semAccess. So a text that is refused, or for which memory runs out, leaves the zone as it was.
+// 2. DetermineJulianLimits() turns the rules for the start and the end into Julian days of one year, that of the day
+//    which is asked about. The result is cached under m_semAccess; m_stDaylight.uYear says for which year it is.
+// 3. IsDaylight() compares moments: numbers of 64 bits, the Julian day in the upper half, the milliseconds in the
+//    lower. Daylight saving time is from a start (included) to an end (excluded).
+// ```
+//   the start is before the end:                the end is before the start, daylight saving time spans the new year:
+//   |      start1=========end1      |           start1 ...|=======end1         start2=======|... end2
+//          start2         end2                  year before          this year               year after
+// ```
+// In the second case the year has parts of two such stretches, so that each limit has two days. In the first case both
+// are the same.
+//
+// A rule is written in local time: the start in standard time, the end in daylight saving time. A local moment is
+// compared with the rules as they are written, so that the hour that is skipped and the hour that occurs twice both
+// count as daylight saving time. For a moment in UTC, each limit is first converted with the offset it is written in.
 #include "framework/basic/time_zone.h"
 
 #include <stdint.h>
@@ -69,7 +88,7 @@ struct CTimeZone::SDescription
     STimeZone stStandard;
     SDaylightSavingTime stDaylight;
 
-    // A valid description has no empty text: an empty one found no memory.
+    // No text of a valid description is empty: if one is, allocating it failed.
     bool IsKept() const
     {
         const bool bDaylightKept = !stDaylight.bEnabled || !stDaylight.stTimeZone.strName.IsEmpty();
@@ -113,8 +132,8 @@ bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// sscanf() leaves open what becomes of a number that does not fit. All digits of a valid text belong to numbers, and
-// none of those has more than three digits that count.
+// A number that does not fit its type is undefined behaviour in sscanf(), so such texts are refused before. In a valid
+// text all digits belong to numbers of at most three digits, leading zeros not counted.
 bool HasEndlessNumber(const char* psz)
 {
     unsigned int uDigits = 0;
@@ -126,7 +145,7 @@ bool HasEndlessNumber(const char* psz)
     return false;
 }
 
-// The texts of a zone need the module of strings.
+// A zone holds strings, so it needs the string module to be up. The message names CTimeZone.
 struct SStrings : CString
 {
     static void RequireUp() { orvel_internal::RequireUp(ms_pmutex, "CTimeZone"); }
@@ -143,7 +162,8 @@ struct SEmitted
 [[gnu::used]] constexpr SEmitted g_stEmitted = {&CTimeZone::STimeZone::operator=,
                                                 &CTimeZone::SDaylightSavingTime::operator= };
 
-// The readers of the grammar move psz behind what they read; where they fail, the whole text is refused.
+// Each of these functions reads one part of the grammar and moves rpsz behind it. If one fails, the whole text is
+// refused.
 
 bool ReadName(const char*& rpsz, CString& rstrName)
 {
@@ -213,7 +233,7 @@ bool ReadWeekday(const char*& rpsz, CTimeZone::SLimit& rstLimit)
     return true;
 }
 
-// rstLimit holds the default that a bare M stands for.
+// On entry rstLimit holds the default, which is what M without numbers means.
 bool ReadDay(const char*& rpsz, bool bStart, CTimeZone::SLimit& rstLimit)
 {
     if (IsDigit(*rpsz))
@@ -250,7 +270,8 @@ bool ReadDaylight(const char* psz, int nStandardMs, CTimeZone::SDaylightSavingTi
     return ReadLimit(psz, true, rstDaylight.stStart) && ReadLimit(psz, false, rstDaylight.stEnd) && *psz == '\0';
 }
 
-// Adds an offset of less than a day to a time of day, and returns the days to carry. Exactly 24:00 is not carried.
+// Adds an offset of less than a day to a time of day and returns the days to carry: -1, 0 or 1. A result of exactly
+// 24:00 is not carried; pinned by CTimeZoneConversion.MidnightAfterTheDayIsNotCarried.
 int AddOffset(unsigned int& ruTimeMs, int nOffsetMs)
 {
     const int nTimeMs = static_cast<int>(ruTimeMs + static_cast<unsigned int>(nOffsetMs));
@@ -264,7 +285,7 @@ void Shift(unsigned int& ruJulianDay, unsigned int& ruTimeMs, int nOffsetMs)
     ruJulianDay += static_cast<unsigned int>(AddOffset(ruTimeMs, nOffsetMs));
 }
 
-// A limit as moments that compare like their days first, then their times.
+// The two moments of a limit, moved by an offset. Moments compare by day first, then by time.
 struct SMoments
 {
     SMoments(const CTimeZone::SLimit& rstLimit, int nOffsetMs)
@@ -283,7 +304,7 @@ struct SMoments
     uint64_t uMoment2;
 };
 
-// A moment as the seven fields that users pass by reference.
+// A moment as seven references to fields of the caller.
 struct SFields
 {
     unsigned short& ruYear;
@@ -434,7 +455,7 @@ void CTimeZone::DetermineJulianLimits(unsigned short uYear)
     rst.stStart.uJulianDay1 = rst.stStart.uJulianDay2 = uStart;
     rst.stEnd.uJulianDay1 = rst.stEnd.uJulianDay2 = uEnd;
     if (uEnd >= uStart) return;
-    // It spans the new year: from the start of the year before, and up to the end of the year after.
+    // Daylight saving time spans the new year: one stretch begins in the year before, another ends in the year after.
     rst.stStart.uJulianDay1 = GetJulianDate(static_cast<unsigned short>(uYear - 1), rst.stStart);
     rst.stEnd.uJulianDay2 = GetJulianDate(static_cast<unsigned short>(uYear + 1), rst.stEnd);
 }
@@ -479,7 +500,7 @@ void CTimeZone::Commit(SDescription&& rDescription)
     m_stDaylight = std::move(rDescription.stDaylight);
 }
 
-// As setting the source's text does, without reading it again.
+// The same result as setting the source's text, without reading the text again.
 void CTimeZone::TakeFrom(const CTimeZone& rSrc)
 {
     SStrings::RequireUp();
@@ -496,7 +517,7 @@ void CTimeZone::TakeFrom(const CTimeZone& rSrc)
 bool CTimeZone::IsDaylight(unsigned int uJulianDay, unsigned int uTimeMs, bool bUtc) const
 {
     if (!m_stDaylight.bEnabled) return false;
-    // The cache in it is all that changes, and it is mutable.
+    // Only the cached Julian days change, which are in a mutable member.
     const_cast<CTimeZone*>(this)->DetermineJulianLimits(DateOf(uJulianDay).uYear);
     const SMoments start(m_stDaylight.stStart, bUtc ? -m_stStandard.nOffsetMs : 0);
     const SMoments end(m_stDaylight.stEnd, bUtc ? -m_stDaylight.stTimeZone.nOffsetMs : 0);

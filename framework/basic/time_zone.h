@@ -25,7 +25,7 @@ extern QV_EXPORT const char* const pszTIMEZONE_EASTERNAUSTRALIA;
 extern QV_EXPORT const char* const pszTIMEZONE_UTC;
 extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 
-/// A time zone with its yearly daylight saving time, described by a text in the manner of the POSIX variable TZ:
+/// A time zone with its yearly daylight saving time, described by a text like that of the POSIX variable TZ:
 ///
 ///     EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
 ///     |  ||  | |               |
@@ -51,10 +51,10 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///            text needs.
 /// Lifetime   Between the start-up and the shut-down of the framework: made or set outside it, a zone ends the process
 ///            with a line that says so. A zone that was never set is UTC without daylight saving time and has no text;
-///            so is one that was made from a text without the memory to keep it.
+///            so is one made from a text when memory ran out.
 /// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
-/// Failure    Only setting can fail, with the zone as it was.
-/// Source     POSIX.1-2017, section 8.3, but for what is said here.
+/// Failure    Only setting the zone can fail; the zone is then unchanged.
+/// Source     POSIX.1-2017, section 8.3, except for what is said here.
 class QV_EXPORT CTimeZone
 {
 public:
@@ -78,8 +78,8 @@ public:
         unsigned int uKind = 0;
         SM stRule;
         unsigned int uTimeMs = 0;
-        /// Of the first and the second stretch of daylight saving time that the year has a part of. There are two where
-        /// it spans the new year; otherwise both members are the same.
+        /// The limit of the first and of the second stretch of daylight saving time of which the year has a part. There
+        /// are two where it spans the new year; otherwise both members are the same.
         unsigned int uJulianDay1 = 0;
         unsigned int uJulianDay2 = 0;
     };
@@ -110,7 +110,7 @@ public:
     /// a zone, though POSIX asks for three.
     /// QV_RES_OK                the zone is set
     /// QV_RES_INVALID_ARGUMENT  the text is null, empty, malformed, or longer than a CString
-    /// QV_RES_OUT_OF_MEMORY     the texts could not be kept
+    /// QV_RES_OUT_OF_MEMORY     allocating the texts failed
     QvResult SetTimeZone(const char* pszTimeZone);
 
     /// Whether a moment, UTC or local, lies in daylight saving time. A local time that occurs twice, at the end of it,
@@ -138,11 +138,11 @@ public:
     CString GetName(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
     bool HasDayLightSaving() const;
 
-    /// By the Gregorian calendar.
+    /// Whether a year is a leap year of the Gregorian calendar.
     static bool IsLeapYear(unsigned short uYear);
 
 protected:
-    /// The caller holds the semaphore. Julian days of the limits for queries in uYear.
+    /// Works out the Julian days of the limits for queries in uYear. The caller holds the semaphore.
     void DetermineJulianLimits(unsigned short uYear);
     /// Julian day of a rule in a year; the numbers of the rule must be in their ranges.
     unsigned int GetJulianDate(unsigned short uYear, SLimit& rstLimit);

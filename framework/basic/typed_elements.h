@@ -46,10 +46,10 @@ void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMem
     (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
 }
 
-/// Whether the order asks nobody: `<` of numbers and pointers costs nothing in both directions.
+/// Whether a comparison calls nothing: `<` of numbers and pointers costs nothing, even in both directions.
 template <typename T, typename Order>
 constexpr bool g_bFREE_TO_ASK = std::is_scalar<T>::value&& std::is_same<Order, SNaturalOrder>::value;
-/// Whether a full answer takes two questions, as of the `<` of a class.
+/// Whether the order of two elements may take two comparisons to find out, as with the `<` of a class.
 template <typename T, typename Order>
 constexpr bool g_bHALF_AN_ANSWER = !std::is_scalar<T>::value && std::is_same<Order, SNaturalOrder>::value;
 
@@ -71,15 +71,15 @@ struct SHasNaturalOrder<T, std::void_t<decltype(std::declval<const T&>() < std::
 {
 };
 
-/// Chooses the constructors that set no member and acquire nothing: of such an object only the table of virtual
-/// functions is looked at, and it is not destroyed.
+/// Selects the constructors that set no member and acquire nothing. Such an object is never destroyed, and nothing of
+/// it is read but the pointer to its table of virtual functions.
 struct SNoMembers
 {
 };
 
-/// Whether an object is of the class Exact itself and not of a derived one, which may have replaced the element
-/// operations. A front-end asks before it does without them what they would do. Cost: one comparison with an address
-/// that the linker knows; no run-time type information is needed.
+/// Whether an object is of the class Exact itself and not of a derived one, which may have overridden the element
+/// operations. A front-end asks this before it does the work of these operations itself. Cost: one comparison with an
+/// address that the linker knows; no run-time type information is needed.
 class CExactClass
 {
 public:
@@ -110,7 +110,7 @@ private:
     }
 };
 
-/// Lets a typed comparison be called as a base calls one.
+/// Makes a typed comparison callable with the untyped pointers that a base passes.
 template <typename T, typename Key, typename Compare>
 class CTypedComparison
 {
@@ -130,7 +130,7 @@ private:
     Compare& m_rCompare;
 };
 
-/// A typed comparison without state, as a callback: all that it is lies in its type.
+/// A typed comparison without state as a callback. The comparison is rebuilt from its type, since it has no state.
 template <typename T, typename Compare>
 int StatelessCallback(const void* pFirst, const void* pSecond, unsigned int)
 {
@@ -153,7 +153,7 @@ class CTypedElements : protected Base
 public:
     ~CTypedElements() override
     {
-        // The base's destructor can no longer reach Destruct().
+        // The destructor of the base can no longer call the overridden Destruct().
         if (!std::is_trivially_destructible<T>::value) Base::EraseAll();
     }
 
@@ -170,7 +170,7 @@ public:
 
     void Construct(void* pElement) override
     {
-        // Without a default constructor no operation that would come here can be compiled.
+        // If T has no default constructor, the operations that would call this do not compile.
         if constexpr (std::is_default_constructible<T>::value) ::new (pElement) T;
         else static_cast<void>(pElement);
     }
@@ -199,7 +199,7 @@ protected:
     }
 };
 
-/// Designates an element of a list or tree, or none; it stays good until its element leaves the container. T is const
+/// Designates an element of a list or tree, or none; it stays valid until its element leaves the container. T is const
 /// where the element may only be read.
 template <typename T, typename Base>
 class CNodeHandle
@@ -218,11 +218,11 @@ public:
     explicit operator bool() const { return m_position != Position(); }
     T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
     T* operator->() const { return __builtin_addressof(**this); }
-    /// The neighbours; no element beyond the ends, and none from no element.
+    /// The neighbours; beyond the ends, and if this designates no element, the result designates none.
     CNodeHandle GetNext() const { return CNodeHandle(Base::GetNext(m_position)); }
     CNodeHandle GetPrevious() const { return CNodeHandle(Base::GetPrevious(m_position)); }
 
-    /// What the base calls it.
+    /// The same position in the type of the base.
     operator Position() const { return m_position; }
 
     friend bool operator==(const CNodeHandle& rFirst, const CNodeHandle& rSecond)
@@ -235,7 +235,7 @@ private:
     Position m_position;
 };
 
-/// What the standard library wants to know of an iterator.
+/// The member types that the standard library requires of an iterator.
 template <typename T, typename Category>
 struct SIteratorTypes
 {
@@ -365,7 +365,7 @@ public:
         return Base::InsertSorted(__builtin_addressof(rElement), pfnCompare, uParam);
     }
 
-    /// Room for an element, which counts from now on: construct a T there at once.
+    /// Gives room for an element and counts it already: construct a T there at once.
     using Base::Allocate;
     using Base::AllocateSorted;
     template <typename Key, typename Compare>
@@ -379,7 +379,8 @@ public:
 
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam)
     {
-        // Not the base's, which does the same: a callback costs less when it does not lie in another module.
+        // Not the Sort() of the base, which does the same: calling a callback costs less within one module than across
+        // two.
         Base::SortElements(SComparison{pfnCompare, uParam});
     }
     template <typename Compare = SNaturalOrder>

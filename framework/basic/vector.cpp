@@ -169,7 +169,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
     const QvResult res = GrowTo(size_t{m_uSize} + uCount);
     if (res < 0) return res;
     MoveTail(uIndex + uCount, uIndex);
-    // A vector inserted into itself has its source cut in two by the gap.
+    // If the source is this vector, the gap has split it: what was behind uIndex is now uCount slots further on.
     const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
     Copy(this, uIndex, &rSrc, 0, uBeforeGap);
     Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap);
@@ -257,7 +257,7 @@ void CVectorBase::Swap(unsigned int uIndex1, unsigned int uIndex2)
 
 namespace
 {
-// Fills uBytes with copies of the uElementSize bytes at pElement, which is none of them, or with zeros when it is null.
+// Fills uBytes with copies of the uElementSize bytes at pElement, which lie elsewhere, or with zeros if it is null.
 void FillBytes(unsigned char* puFirst, size_t uBytes, const void* pElement, size_t uElementSize)
 {
     if (uBytes == 0) return;
@@ -266,7 +266,7 @@ void FillBytes(unsigned char* puFirst, size_t uBytes, const void* pElement, size
     else
     {
         memcpy(puFirst, pElement, uElementSize);
-        // What is there already is copied behind itself, each time twice as much.
+        // Copies what is filled already behind itself, so that each copy doubles it.
         for (size_t uFilled = uElementSize; uFilled < uBytes; uFilled *= 2)
         {
             memcpy(puFirst + uFilled, puFirst, std::min(uFilled, uBytes - uFilled));
@@ -351,7 +351,8 @@ bool CVectorBase::HoldsAddress(const void* pv) const
     return pv != nullptr && uOffset < BytesOf(m_uCapacity);
 }
 
-// Moves all elements from uSrcIndex on. Bytes go at once: what Move() asks first costs as much as moving a few.
+// Moves all elements from uSrcIndex on. Bytes do not go through Move(), whose checks cost as much as moving a few of
+// them.
 inline void CVectorBase::MoveTail(unsigned int uDestIndex, unsigned int uSrcIndex)
 {
     const unsigned int uCount = m_uSize - uSrcIndex;

@@ -19,8 +19,8 @@
 ///     storage                              end index           capacity
 ///
 /// With bConstruct, elements are made, copied and destroyed through the three virtual element operations, which a
-/// derived class overrides (its destructor calls EraseAll(): the base's could not reach them). Without, they are bytes:
-/// copied with memcpy() and zeroed when made without a source.
+/// derived class overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the
+/// overrides. Without bConstruct, elements are bytes: copied with memcpy() and zeroed when made without a source.
 ///
 /// Ownership  Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
 /// Threads    No locking: one thread at a time.
@@ -29,16 +29,17 @@
 /// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
 ///            operations and comparisons must not throw.
 ///
-/// - **Lifetime:** Without an allocator of one's own made only while the framework is up, and destroyed before it goes
-///   down: not in static storage. Made outside, one line on standard error names the class, and abort() follows.
+/// - **Lifetime:** Without an allocator given: made while the framework is up and destroyed before it goes down, so not
+///   in static storage. If one is made at another time, one line on standard error names the class, and abort()
+///   follows.
 class QV_EXPORT CVectorBase
 {
 public:
     /// Elements of uSizeOfElement bytes, made through the element operations. Throws what operator new[] throws.
     CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator);
     CVectorBase(unsigned int uSizeOfElement, bool bConstruct, IAllocator* pAllocator);
-    /// Same allocator, element size, capacity, lock and elements. The element operations of a derived class are out of
-    /// reach here: with bConstruct, construct an empty object and assign.
+    /// Same allocator, element size, capacity, lock and elements. The element operations of a derived class cannot
+    /// be called from here: with bConstruct, construct an empty object and assign.
     CVectorBase(const CVectorBase& rSrc);
     virtual ~CVectorBase();
     /// Copies the elements. Changes nothing when the element sizes differ, the locked capacity does not suffice, or
@@ -54,7 +55,7 @@ public:
 
     /// Makes the capacity exactly uCapacity if it is less. Cost: moves every element when it reallocates.
     /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no block, or the bytes do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more; gives the storage back at 0.
@@ -73,7 +74,7 @@ public:
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
     unsigned int GetEndIndex() const;
-    /// Sets the size without making or destroying elements: the caller sees to the slots that enter or leave.
+    /// Sets the size without making or destroying elements: the caller does that in the slots that enter or leave.
     /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
     QvResult Resize(unsigned int uSize);
 
@@ -106,7 +107,7 @@ public:
     /// QV_RES_OK                *ppElement is the slot
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the slot could not be had
+    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
@@ -127,13 +128,14 @@ public:
     /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
-    /// Copies, or moves (the source's are destroyed), uCount elements between slots that exist; the destination slots
-    /// count as raw memory, and no size changes. Overlapping slots of one vector are treated in the right direction.
+    /// Copies uCount elements between slots that exist, or moves them, which destroys those of the source. The
+    /// destination slots count as raw memory, and no size changes. When slots of one vector overlap, the direction is
+    /// the right one.
     static void Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
     static void Move(CVectorBase* pDest, unsigned int uDestIndex, CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
-    /// The same with the parameters of Copy(): moving destroys the source's elements nevertheless.
+    /// Move() with the parameters of Copy(): it destroys the elements of pSrc, although that is const here.
     static void Move(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
                      unsigned int uCount);
 
@@ -161,7 +163,7 @@ protected:
     /// Exchanges everything but the element size and the scratch element with a vector of the same element size.
     void ExchangeContents(CVectorBase& rOther);
 
-    /// Access to the elements, for what containers share; good until the capacity changes.
+    /// Element access for the shared algorithms; valid until the capacity changes.
     class CElementAccess
     {
     public:
@@ -227,18 +229,18 @@ class CVector;
 
 namespace orvel_internal
 {
-/// What CVector does besides its base. Not members of CVector: the library's own instances would export them.
+/// Helpers of CVector. They are not its members, since the library's own instances would export them.
 class CVectorFront
 {
 public:
-    /// Whether nobody can tell that elements are treated as bytes.
+    /// Whether treating the elements as bytes makes no visible difference.
     template <typename T>
     static bool HoldsPlainElements(const CVector<T>& rVector)
     {
         return std::is_trivially_copyable<T>::value && CExactClass::IsOf(rVector);
     }
 
-    /// Runs an operation of the base, on bytes when the elements are no more: one memcpy() then moves all of them.
+    /// Runs an operation of the base. Plain elements are treated as bytes meanwhile: one memcpy() moves all of them.
     template <typename T, typename Operation>
     static auto Run(CVector<T>& rVector, Operation operation)
     {
@@ -253,7 +255,8 @@ public:
         const unsigned int uSize = rVector.m_uSize;
         if constexpr (!std::is_reference<Argument>::value)
         {
-            // A value cannot lie in the storage that is given back: it follows straight after the others.
+            // An argument passed by value is not in the storage that growing releases, so it can be appended
+            // afterwards.
             if (HoldsPlainElements(rVector) && uSize + 1 != 0)
             {
                 const QvResult res = rVector.ReserveCapacity(uSize + 1);
@@ -374,12 +377,12 @@ public:
     }
     QvResult Append(const T& rElement)
     {
-        const unsigned int uSize = m_uSize;  // read once: for all the compiler knows, storing an int changes it
+        const unsigned int uSize = m_uSize;  // read once: the compiler must assume that the store below changes it
         if (uSize == m_uCapacity || !orvel_internal::CExactClass::IsOf(*this))
         {
             return Front::template AppendGrowing<T, Argument>(*this, rElement);
         }
-        // As ConstructFrom() does, without the call.
+        // The same as ConstructFrom(), without the call.
         void* const pvSlot = begin() + uSize;
         if (std::is_trivially_copyable<T>::value || m_bConstruct) ::new (pvSlot) T(rElement);
         else memcpy(pvSlot, static_cast<const void*>(__builtin_addressof(rElement)), sizeof(T));
@@ -393,7 +396,7 @@ public:
     }
     void EraseAll()
     {
-        // Written so that the way without a call is straight: filling a vector anew begins here.
+        // Written so that the path without a call has no jump: filling a vector anew begins here.
         if (!Front::HoldsPlainElements(*this)) CVectorBase::EraseAll();
         m_uSize = 0;
     }
@@ -429,7 +432,8 @@ private:
     {
     }
 
-    // Small plain elements go by value: taking the address of one would force it into memory on the fast path as well.
+    // Small plain elements are passed by value: taking the address of one would force it into memory on the fast path
+    // as well.
     using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
                                                T, const T&>::type;
 };

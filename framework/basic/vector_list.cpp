@@ -1,3 +1,19 @@
+// Two levels. The order is a vector of addresses. Each element lies in a block of its own and stays there until it is
+// erased; inserting, erasing, swapping and sorting move addresses only.
+// ```
+//   m_order, from the default allocator       [ o | o | o | spare | spare ]      its capacity and lock are the list's
+//                                               |   |   |
+//   blocks, from the source of the list        [b] [a] [c]      [free] -> [free]  free list of m_elementAllocator
+// ```
+// - Between two operations every slot below the size holds the address of an element. OpenSlots() inserts null slots,
+//   and the operation that opened them fills them.
+// - Memory comes from two places. An operation gets the slots and the blocks that it needs before it makes the first
+//   element, and from there on nothing fails. Blocks reserved by an operation that is refused stay free.
+// - The number of free blocks is independent of the capacity: ReserveCapacity() succeeds when only the order could
+//   grow, and every insertion reserves its blocks itself.
+// - Copy() and Move() overwrite addresses and destroy nothing at the destination. Move() between equal allocators
+//   copies addresses only: until the caller removes the slots of the source, both orders refer to the same blocks.
+//   Merge() and Split() remove them through m_order, whose elements are addresses, so that no element is destroyed.
 #include "framework/basic/vector_list.h"
 
 #include <limits.h>
@@ -13,7 +29,7 @@ static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary 
 
 namespace
 {
-// As applications call it, when it is used outside the start-up and the shut-down.
+// The name of the class in the message when it is used before start-up or after shut-down.
 constexpr const char* g_szCLASS = "CVList";
 }  // namespace
 
@@ -35,8 +51,9 @@ CVListBase::CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllo
 {
 }
 
-// The order of a copy constructs its addresses instead of moving them as bytes, unlike the others: the flag shows in
-// the object.
+// Unlike in the constructors above, the order is made with its construction flag set, so that it handles addresses
+// through the element operations and not as bytes: the flag is visible in the object, so this is kept, and pinned by
+// CVListBaseLayout.OnlyACopysOrderConstructsItsSlots.
 CVListBase::CVListBase(const CVListBase& rSrc)
     : m_elementAllocator(rSrc.m_elementAllocator),
       m_uElementSize(rSrc.m_uElementSize),
@@ -56,7 +73,7 @@ CVListBase& CVListBase::operator=(const CVListBase& rSrc)
     if (this == &rSrc || m_uElementSize != rSrc.m_uElementSize) return *this;
     const unsigned int uCount = rSrc.GetSize();
     if (ReserveCapacity(uCount) < 0) return *this;
-    // The blocks of the elements that go serve those that come.
+    // The blocks of the erased elements are used again for the copies: only the missing ones are reserved.
     if (!m_elementAllocator.Reserve(std::max(uCount, GetSize()) - GetSize())) return *this;
     EraseAll();
     OpenSlots(0, uCount);
@@ -115,7 +132,7 @@ QvResult CVListBase::Insert(unsigned int uIndex, unsigned int uCount, const void
     {
         return InsertReserving(uIndex, uCount, pElement);
     }
-    // Block and slot are at hand: nothing can fail, and the slot need not be null before it is filled.
+    // A free block and a spare slot are there: nothing can fail, and the slot need not be set to null first.
     m_order.Allocate(uIndex);
     FillSlot(uIndex, pElement);
     return QV_RES_OK;
@@ -129,7 +146,7 @@ QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
     if (res < 0) return res;
     if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     OpenSlots(uIndex, uCount);
-    // A vector-list inserted into itself has its source cut in two by the gap.
+    // If the source is this vector-list, the gap has split it: what was behind uIndex is now uCount slots further on.
     const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
     Copy(this, uIndex, &rSrc, 0, uBeforeGap);
     Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap);
@@ -238,7 +255,7 @@ void CVListBase::ExchangeContents(CVListBase& rOther)
     m_order = std::move(rOther.m_order);  // an exchange, too
 }
 
-// Whether the slots and elements that Copy() and Move() are told of exist.
+// Whether the slots and elements that Copy() and Move() are given exist.
 bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, unsigned int uSrcIndex,
                             unsigned int uCount) const
 {
@@ -248,7 +265,7 @@ bool CVListBase::HasRoomFor(unsigned int uDestIndex, const CVListBase& rSrc, uns
 
 QvResult CVListBase::InsertReserving(unsigned int uIndex, unsigned int uCount, const void* pElement)
 {
-    // What the order can never hold is not asked of the allocator, which might work on it for long.
+    // Refused before the allocator is asked, which could spend a long time on so many blocks in vain.
     if (size_t{GetSize()} + uCount > UINT_MAX / sizeof(void*)) return QV_RES_OUT_OF_MEMORY;
     if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     const QvResult res = OpenSlots(uIndex, uCount);
@@ -261,7 +278,7 @@ QvResult CVListBase::OpenSlots(unsigned int uIndex, unsigned int uCount)
     return m_order.Insert(uIndex, uCount, nullptr);
 }
 
-// Makes the element of a slot, in a block that is free.
+// Makes the element of a slot in a free block; the caller has reserved one.
 inline void CVListBase::FillSlot(unsigned int uIndex, const void* pElement)
 {
     void* const pBlock = m_elementAllocator.Pop();
@@ -277,7 +294,8 @@ QvResult CVListBase::GrowFor(size_t uSize)
     return GetLockCapacity() != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
 }
 
-// Makes sure of the blocks for uCount elements of rSrc, while others are still in place that will give theirs back.
+// Reserves the blocks for uCount elements that come from rSrc; none if their own blocks can be taken over. The blocks
+// of uElementsToReplace elements, which are erased later, count as free.
 bool CVListBase::ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount)
 {
     if (m_elementAllocator == rSrc.m_elementAllocator) return true;

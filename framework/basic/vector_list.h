@@ -19,7 +19,7 @@
 ///     elements     [b] [d] [a] [c]       never move
 ///
 /// Elements are made, copied and destroyed through the three virtual element operations, which a derived class
-/// overrides (its destructor calls EraseAll(): the base's could not reach them).
+/// overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the overrides.
 ///
 /// Ownership  Owns its elements. Borrows the allocator of their blocks, which must outlive it; null means the default
 ///            allocator, from which the order always comes.
@@ -27,12 +27,12 @@
 /// Growth     Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
 ///            first. Blocks of erased elements become free and are used again.
 /// Addresses  An element stays where it is until it is erased.
-/// Failure    Reported as QvResult with the vector-lists as they were (blocks obtained by then stay as spare capacity);
+/// Failure    Reported as QvResult with the vector-lists as they were (blocks allocated before stay as spare capacity);
 ///            what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
 ///            is held aside). Element operations and comparisons must not throw.
 ///
-/// - **Lifetime:** Made only while the framework is up, and destroyed before it goes down, whatever the allocator: not
-///   in static storage. Made outside, one line on standard error names the class, and abort() follows.
+/// - **Lifetime:** With any allocator: made while the framework is up and destroyed before it goes down, so not in
+///   static storage. If one is made at another time, one line on standard error names the class, and abort() follows.
 class QV_EXPORT CVListBase
 {
 public:
@@ -40,7 +40,7 @@ public:
     /// Takes blocks from the source of rAllocator, whose block size is kept if it suffices for an element.
     CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator);
     /// Same source of memory, element size and elements, neither spare capacity nor lock. The element operations of a
-    /// derived class are out of reach here: construct an empty object and assign.
+    /// derived class cannot be called from here: construct an empty object and assign.
     CVListBase(const CVListBase& rSrc);
     virtual ~CVListBase();
     /// Copies the elements. Changes nothing when the element sizes differ, the locked capacity does not suffice, or
@@ -64,7 +64,7 @@ public:
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the room could not be had
+    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this vector-list.
@@ -82,7 +82,7 @@ public:
 
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
     /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
     /// QV_RES_OUT_OF_MEMORY  there is no memory for the order, or its bytes do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more, and gives surplus blocks back.
@@ -114,16 +114,16 @@ public:
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
 
-    /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element: what other
-    /// operations are made of.
+    /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element. Other
+    /// operations are made of this.
     /// QV_RES_OK                the copies are in
     /// QV_RES_INVALID_ARGUMENT  there are not that many elements or slots, or the element sizes differ
     /// QV_RES_OUT_OF_MEMORY     the allocator gave no blocks
     static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
-    /// Moves them; the source's slots are left for the caller to remove. Between vector-lists with one source of memory
-    /// the blocks change their owner, and nothing is copied or allocated; else the elements are copied, and the
-    /// source's destroyed. Results as above.
+    /// Moves elements, with the parameters of Copy(); the caller removes the slots of the source. Between vector-lists
+    /// with the same source of memory the blocks change their owner, and nothing is copied or allocated; otherwise the
+    /// elements are copied, and those of the source destroyed. Results as above.
     static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 
@@ -147,7 +147,7 @@ protected:
     /// Exchanges everything but the element size with a vector-list of the same element size.
     void ExchangeContents(CVListBase& rOther);
 
-    /// Access to the elements, for what containers share; good until the order changes.
+    /// Element access for the shared algorithms; valid until the order changes.
     class CElementAccess
     {
     public:
@@ -187,7 +187,7 @@ private:
 
 namespace orvel_internal
 {
-/// Walks the order of a vector-list, at random.
+/// A random-access iterator over the order of a vector-list.
 template <typename T>
 class CVListIterator : public SIteratorTypes<T, std::random_access_iterator_tag>
 {

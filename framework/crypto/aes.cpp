@@ -1,3 +1,15 @@
+// Update() collects less than a block in m_auPartial and gives Transform() whole blocks; End() gives it the rest, in
+// the stream modes only. For each call Transform() takes the processor's instructions or libcrypto. Both leave the same
+// state, so a message may go by both: libcrypto does the calls whose output begins inside the input,
+// and all calls on a processor without these instructions.
+// ```
+//                    CBC               CFB                       OFB               CTR                ECB
+//   m_auIv           last ciphertext   key stream, ciphertext    key stream        next counter       unused
+//                    block             over what was used        block
+//   m_auKeyStream    unused            unused                    unused            key stream block   unused
+//   m_uKeyStreamAt   0                 next unused byte of the key stream block; 0: none is left      0
+// ```
+// The schedule is a libcrypto AES_KEY for both.
 #include "framework/crypto/aes.h"
 
 #include <limits.h>
@@ -24,7 +36,7 @@ CVector<CCipher::EMode>* CAesBremoFwOpenSsl::ms_pveceModes = nullptr;
 
 namespace
 {
-// In the order in which GetSupportedModes() tells them.
+// In the order in which GetSupportedModes() returns them.
 constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_ECB, CCipher::eMODE_OFB,
                                         CCipher::eMODE_CTR};
 
@@ -33,7 +45,7 @@ AES_KEY& ScheduleIn(unsigned char* puSchedule)
     return *std::launder(reinterpret_cast<AES_KEY*>(puSchedule));
 }
 
-// Every key has rounds, so that 0 of them mean: no key.
+// Every key has rounds, so 0 rounds mean that there is no key.
 bool HasKey(unsigned char* puSchedule)
 {
     return ScheduleIn(puSchedule).rounds != 0;
@@ -44,14 +56,15 @@ bool IsAesKeySize(unsigned int uSize)
     return uSize == 16 || uSize == 24 || uSize == 32;
 }
 
-// These modes make a key stream, and so end anywhere and run the block cipher forwards both ways.
+// These modes make a key stream. So their messages may have any size, and the block cipher only encrypts, whatever the
+// action.
 bool IsStreamMode(CCipher::EMode eMode)
 {
     return eMode == CCipher::eMODE_CFB || eMode == CCipher::eMODE_CTR || eMode == CCipher::eMODE_OFB;
 }
 
-// Several blocks at once give the same as one after the other, unless the output of a block falls on the input of a
-// later one. Output in front of the input does not: there, the difference wraps.
+// Whether no block of the output overwrites the input of a later block, so that several blocks may be worked on at
+// once. An output that begins in front of the input does not: the difference wraps then, and is large.
 bool IsLaterInputKept(const uint8_t* puIn, unsigned int uSize, const uint8_t* puOut)
 {
     const uintptr_t uAhead = reinterpret_cast<uintptr_t>(puOut) - reinterpret_cast<uintptr_t>(puIn);
@@ -255,7 +268,8 @@ void CAesBremoFwOpenSsl::FinalizeCAesBremoFwOpenSsl()
     ms_pveceModes = nullptr;
 }
 
-// A refused key leaves none, so that a schedule of another message, perhaps of the other direction, is never used.
+// After a refused key there is no key, so that the schedule of an earlier message, perhaps of the other direction, is
+// never used.
 QvResult CAesBremoFwOpenSsl::SetKey(const uint8_t* puKey, unsigned int uKeySize)
 {
     AES_KEY& rSchedule = ScheduleIn(m_auSchedule);
@@ -282,7 +296,8 @@ void CAesBremoFwOpenSsl::Transform(const uint8_t* puIn, unsigned int uSize, uint
     else TransformByLibcrypto(puIn, uSize, puOut);
 }
 
-// What is left of the key stream, whole blocks, and the beginning of another block of the key stream.
+// In three parts: with what is left of a block of the key stream, by whole blocks, and with the beginning of a new
+// block of the key stream.
 void CAesBremoFwOpenSsl::TransformByProcessor(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
 {
     if (m_uKeyStreamAt != 0)
@@ -324,7 +339,7 @@ void CAesBremoFwOpenSsl::TransformBlocksByProcessor(const uint8_t* puIn, unsigne
     }
 }
 
-// At most as much as there is left of the key stream. CFB puts the ciphertext in the place of what it used up.
+// uSize is at most what is left of the block of the key stream. CFB replaces what it has used by the ciphertext.
 void CAesBremoFwOpenSsl::XorKeyStream(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
 {
     uint8_t* const puKeyStream = m_eMode == CCipher::eMODE_CTR ? m_auKeyStream : m_auIv;

@@ -18,16 +18,16 @@ public:
     CAesBremoFwOpenSsl& operator=(const CAesBremoFwOpenSsl&) = default;
     virtual ~CAesBremoFwOpenSsl();
 
-    /// What a Begin() without a key takes; null with size 0 removes it.
+    /// Sets the key for a Begin() without a key; null with size 0 removes it.
     /// QV_RES_OK                it is kept; only Begin() checks that it has 16, 24 or 32 bytes
     /// QV_RES_INVALID_ARGUMENT  puKey is null and uKeySize is not 0, or uKeySize is above 32
     QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
-    /// What a Begin() without an initialisation vector takes; 16 zero bytes at first.
+    /// Sets the initialisation vector for a Begin() without one; 16 zero bytes at first.
     /// QV_RES_OK                it is kept
     /// QV_RES_INVALID_ARGUMENT  puIv is null, or uIvSize is not 16
     QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
-    /// What eACTION_DEFAULT and eMODE_DEFAULT stand for. They stand for nothing at first; setting these values
-    /// themselves goes back to that.
+    /// Set what eACTION_DEFAULT and eMODE_DEFAULT stand for. They stand for nothing at first; setting one of these
+    /// values itself restores that.
     /// QV_RES_INVALID_ARGUMENT  no enumerator has that value
     QvResult SetDefaultAction(CCipher::EAction eAction);
     QvResult SetDefaultMode(CCipher::EMode eMode);
@@ -51,7 +51,7 @@ public:
 protected:
     static constexpr unsigned int uBLOCK_SIZE = 16;
     static constexpr unsigned int uMAX_KEY_SIZE = 32;
-    /// Of libcrypto's AES_KEY.
+    /// The size of libcrypto's AES_KEY.
     static constexpr unsigned int uSCHEDULE_SIZE = 244;
 
     /// The table's storage, and the table in it: null outside the framework's lifetime.
@@ -100,8 +100,8 @@ private:
 ///            encryption and OFB, where each block waits for the one before, and a small part of that in CTR, ECB, CBC
 ///            and CFB decryption, whose blocks go side by side: up to 32 at a time with VAES and AVX-512.
 ///
-/// Begin()    Null key: the default one. Null initialisation vector: the default one. A refusal leaves the message
-///            before as it is; only a key that has not 16, 24 or 32 bytes ends it.
+/// Begin()    Null key: the default one. Null initialisation vector: the default one. A refusal leaves the
+///            earlier message as it is; only a key of another size than 16, 24 or 32 bytes ends it.
 ///     QV_RES_OK                a message is begun
 ///     QV_RES_FAIL              an action, mode or key is neither given nor set by default, or is not one of AES
 ///     QV_RES_INVALID_ARGUMENT  the initialisation vector is longer than 16 bytes (of a shorter one, the rest is zero)

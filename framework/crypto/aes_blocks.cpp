@@ -6,7 +6,7 @@ namespace orvel_internal
 {
 namespace
 {
-// How many blocks go by the vectors: below that many, starting them takes longer than they save.
+// How many of the blocks the vector path does. For a few blocks it takes longer to start than it saves.
 size_t VectorBlocks(size_t uBlocks)
 {
     constexpr size_t uWORTHWHILE = 8;
@@ -14,7 +14,7 @@ size_t VectorBlocks(size_t uBlocks)
     return uBlocks - uBlocks % uAES_VECTOR_BLOCKS;
 }
 
-// The front of the message by one path, what is left by the other.
+// The vector path does the front of the message, in multiples of four blocks; the other path does the rest.
 template <typename... State>
 void InTwoParts(void (*pfnVaes)(const SAesKey&, const uint8_t*, size_t, uint8_t*, State*...),
                 void (*pfnNi)(const SAesKey&, const uint8_t*, size_t, uint8_t*, State*...), const SAesKey& rstKey,

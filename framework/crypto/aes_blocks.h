@@ -3,8 +3,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/// AES in its modes by the processor's own instructions: whole blocks of 16 bytes. Internal. There is no portable path
-/// here: that is libcrypto's, see aes.cpp. Nothing is looked up in a table, and nothing branches on a secret.
+/// AES in its modes by the processor's own instructions, on whole blocks of 16 bytes. Internal. There is no portable
+/// path here: aes.cpp uses libcrypto for that. No table is read at a secret index, and no branch depends on a secret.
 ///
 /// Input and output are the same buffer, or the output does not begin inside the input. The initialisation vector, or
 /// counter, is left as the next block needs it.
@@ -13,22 +13,22 @@ namespace orvel_internal
 {
 inline constexpr size_t uAES_BLOCK_SIZE = 16;
 
-/// Round keys one behind the other, 16 bytes each, one more than there are rounds: 10, 12 or 14. As libcrypto's AES_KEY
-/// has them on this processor: in the order in which they are used, those in the middle of a key for deciphering in the
-/// form for the equivalent inverse cipher.
+/// The round keys, 16 bytes each, one more than there are rounds (10, 12 or 14). Their layout is that of libcrypto's
+/// AES_KEY on this processor: in the order of use. For decryption, all but the first and the last are in the form of
+/// the equivalent inverse cipher.
 struct SAesKey
 {
     const uint8_t* puRoundKeys;
     unsigned int uRounds;
 };
 
-/// Whether this processor has what the functions below need.
+/// Whether this processor has the instructions that the functions below use.
 bool IsAesByProcessor();
 
 /// Makes the round keys, 16 * (uRounds + 1) bytes, of a key of 16, 24 or 32 bytes; returns uRounds.
 unsigned int AesExpandKey(const uint8_t* puKey, unsigned int uKeySize, bool bForDeciphering, uint8_t* puRoundKeys);
 
-/// By the fastest path that this processor has.
+/// These take the fastest path that this processor has.
 void AesEcbEncrypt(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut);
 void AesEcbDecrypt(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut);
 void AesCbcEncrypt(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut, uint8_t* puIv);

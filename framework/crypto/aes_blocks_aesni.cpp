@@ -1,9 +1,15 @@
-// The AES instructions of x86-64. This file alone is compiled with them, so it uses nothing inline of other headers:
-// the linker might keep its copy for everybody.
+// The AES instructions of x86-64. Only this file is compiled with them, so it uses no inline function of another
+// header: the linker keeps one copy of such a function for the whole library, and that could be the copy made here.
 //
-// A round takes a few cycles until its result is there, but another can begin in each: modes whose blocks are
-// independent work on eight at a time. In the others each block waits for the one before; what can be taken out of that
-// chain is: the last round of a block adds, with its own key, all that the next block begins with.
+// A round instruction needs a few cycles for its result, but a new one can begin in every cycle. Where blocks do not
+// depend on each other, eight are worked on at a time. In CBC and CFB encryption and in OFB each block waits for the
+// block before it, so one chain of rounds sets the speed. The XOR between two blocks is kept out of that chain: the
+// last round ends with the XOR of its key, so that
+// ```
+//   aesenclast(x, lastKey ^ d) == aesenclast(x, lastKey) ^ d
+// ```
+// With d being all that the next block has to add at its beginning (its first key, and in CBC its plaintext), one
+// instruction makes the state with which the next block starts. A second one, beside the chain, makes the output.
 #include <immintrin.h>
 
 #include "framework/crypto/aes_blocks.h"
@@ -57,7 +63,7 @@ inline void SomeRounds(__m128i& rBlock, const SAesKey& rstKey)
     }
 }
 
-// The rounds of one block between the first key, which is added already, and the last.
+// The rounds of one block between the first and the last. The first key has been added already.
 template <bool ENCRYPT>
 inline void MiddleRounds(__m128i& rBlock, const SAesKey& rstKey)
 {
@@ -68,7 +74,7 @@ inline void MiddleRounds(__m128i& rBlock, const SAesKey& rstKey)
     SomeRounds<ENCRYPT, 12, 14>(rBlock, rstKey);
 }
 
-// The same of several, which leave time for counting.
+// The same for several blocks. The loop is not unrolled: with several blocks its counting costs no time.
 template <bool ENCRYPT, size_t COUNT>
 inline void MiddleRounds(__m128i (&aBlocks)[COUNT], const SAesKey& rstKey)
 {
@@ -125,15 +131,16 @@ inline void Ecb(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
             });
 }
 
-// All four words are the last one of the key before, changed: where they are equal, the row shift of the last round
-// changes nothing, and it makes the substitution alone.
+// The key schedule needs the byte substitution alone. The last round does that and shifts rows; as all four words are
+// made equal before, the shift changes nothing. The words are the last word of the key before, its bytes in the given
+// order.
 inline __m128i Substituted(__m128i before, __m128i order, unsigned int uConstant)
 {
     const __m128i words = _mm_shuffle_epi8(before, order);
     return _mm_aesenclast_si128(words, _mm_set1_epi32(static_cast<int>(uConstant)));
 }
 
-// Each word with all words before it added.
+// Each word XORed with all words before it.
 inline __m128i AddedUp(__m128i words)
 {
     words = Xor(words, _mm_slli_si128(words, 4));
@@ -164,7 +171,7 @@ inline void Expand128(const uint8_t* puKey, uint8_t* puRoundKeys)
     }
 }
 
-// Six words a step.
+// Each step makes six words.
 inline void Expand192(const uint8_t* puKey, uint8_t* puRoundKeys)
 {
     __m128i four = Load(puKey);
@@ -173,7 +180,7 @@ inline void Expand192(const uint8_t* puKey, uint8_t* puRoundKeys)
     _mm_storel_epi64(reinterpret_cast<__m128i*>(puRoundKeys + 16), two);
     for (unsigned int u = 0; u < 8; ++u)
     {
-        // The last word is the second of the two.
+        // The last of the six words is the second word of this pair.
         const __m128i added = Substituted(two, _mm_set1_epi32(0x04070605), g_auRoundConstants[u]);
         puRoundKeys += 24;
         four = Xor(AddedUp(four), added);
@@ -217,7 +224,7 @@ inline void Invert(uint8_t* puRoundKeys, unsigned int uRounds)
     Store(puFront, _mm_aesimc_si128(Load(puFront)));
 }
 
-// The counter as numbers.
+// The counter as two numbers.
 struct SCounter
 {
     unsigned long long uHigh;
@@ -234,7 +241,7 @@ inline __m128i NumberOf(const SCounter& rst)
     return _mm_set_epi64x(static_cast<long long>(rst.uHigh), static_cast<long long>(rst.uLow));
 }
 
-// The key stream of COUNT blocks, in which the low half of the counter does not wrap.
+// The key stream of COUNT blocks. The low half of the counter must not wrap within them.
 template <size_t COUNT>
 inline void KeyStream(__m128i (&aBlocks)[COUNT], const SAesKey& rstKey, const SCounter& rstCounter)
 {
@@ -311,7 +318,7 @@ void AesCbcDecryptNi(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks,
                 for (__m128i& rBlock : aBlocks) rBlock = Xor(rBlock, firstKey);
                 MiddleRounds<false>(aBlocks, rstKey);
                 LastRounds<false>(aBlocks, rstKey);
-                // The input is read before the output is written: they may be the same.
+                // All input is read before any output is written: both may be the same buffer.
                 aBlocks[0] = Xor(aBlocks[0], before);
                 for (size_t u = 1; u < COUNT; ++u) aBlocks[u] = Xor(aBlocks[u], Load(puFrom + 16 * (u - 1)));
                 before = Load(puFrom + 16 * (COUNT - 1));

@@ -1,6 +1,6 @@
-// The AES instructions on 512 bits: four blocks in a register, and up to eight registers at a time. This file alone is
-// compiled with the instructions it uses, so it uses nothing inline of other headers: the linker might keep its copy
-// for everybody.
+// The AES instructions on 512 bits: four blocks in a register, and up to eight registers at a time. Only this file is
+// compiled with them, so it uses no inline function of another header: the linker keeps one copy of such a function for
+// the whole library, and that could be the copy made here.
 #include <immintrin.h>
 
 #include "framework/crypto/aes_blocks.h"
@@ -67,8 +67,8 @@ inline void LoadVectors(__m512i (&aBlocks)[COUNT], const uint8_t* puIn)
     for (size_t u = 0; u < COUNT; ++u) aBlocks[u] = Load(puIn + g_uVectorSize * u);
 }
 
-// To each block the one in front of it; in front of the first lies the last lane of a vector, which goes on to that of
-// these blocks.
+// aBefore gets, for each block, the block in front of it. The block in front of the first one is the last lane of
+// rFront, which is then replaced by the last vector loaded here.
 template <size_t COUNT>
 inline void LoadBefore(__m512i (&aBefore)[COUNT], const uint8_t* puIn, __m512i& rFront)
 {
@@ -119,7 +119,8 @@ inline __m512i LanesFrom(long long nFirst)
     return _mm512_set_epi64(0, nFirst + 3, 0, nFirst + 2, 0, nFirst + 1, 0, nFirst);
 }
 
-// The lanes whose low half is below what was added to it: it has wrapped, and the high half gets the carry.
+// Adds the carry of the addition that made numbers. A low half below what was added to it has wrapped: the high half of
+// its lane gets 1.
 inline __m512i Carried(__m512i numbers, __m512i added)
 {
     const __mmask8 wrapped = _mm512_cmplt_epu64_mask(numbers, added) & 0x55;
@@ -179,9 +180,9 @@ void AesCtrVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
                 uint8_t* puKeyStream)
 {
     const __m512i order = ReverseOrder();
-    // Four counters, each the number of the next block in its lane.
+    // Four counters: lane n has that of the n-th of the next four blocks, from 0.
     __m512i numbers = Added(_mm512_shuffle_epi8(InAllLanes(puCounter), order), LanesFrom(0));
-    // The low half of the first of them.
+    // The low half of the counter in lane 0.
     unsigned long long uLow = static_cast<unsigned long long>(_mm_cvtsi128_si64(_mm512_castsi512_si128(numbers)));
     __m512i last = InAllLanes(puKeyStream);
     InSteps(puIn, uBlocks, puOut,
@@ -190,7 +191,8 @@ void AesCtrVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
                 const __m512i four = _mm512_set_epi64(0, 4, 0, 4, 0, 4, 0, 4);
                 constexpr unsigned long long uSTEP = uAES_VECTOR_BLOCKS * COUNT;
                 __m512i aBlocks[COUNT];
-                // A carry makes each number wait for the one before: only where there is one.
+                // An addition with its carry takes longer, and each waits for the one before: done only in steps in
+                // which a low half can wrap.
                 const bool bCarries = uLow + uSTEP + uAES_VECTOR_BLOCKS < uLow;
                 for (__m512i& rBlocks : aBlocks)
                 {

@@ -7,14 +7,14 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
-/// A transformation of a stream of bytes, there and back:
+/// A reversible transformation of a stream of bytes:
 ///
 ///     CAes aes;
 ///     aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
 ///     aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size
 ///     aes.End(&blobOut, true);                // what was held back for a whole block comes now
 ///
-/// What each call hands out, and when it refuses, is the algorithm's: see CAes and CBase64.
+/// What each call writes, and when it fails, depends on the algorithm: see CAes and CBase64.
 ///
 /// Blobs      bAppend true: the output goes behind what the blob holds; false: it becomes its whole content. A blob
 ///            without storage (capacity 0) counts as a null raw pointer. Input and output may be one blob.
@@ -66,7 +66,7 @@ public:
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
     virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
-    /// QV_RES_OUT_OF_MEMORY  it could not be
+    /// QV_RES_OUT_OF_MEMORY  the capacity could not be raised
     virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
@@ -75,7 +75,7 @@ public:
     virtual unsigned int GetAlgorithm() = 0;
     virtual unsigned int GetBlockSizeInBits() = 0;
     virtual unsigned int GetBlockSizeInByte() = 0;
-    /// Null when there are none to choose from.
+    /// Null if the algorithm has no modes.
     virtual const CVector<CCipher::EMode>* GetSupportedModes() = 0;
 };
 

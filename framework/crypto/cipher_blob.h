@@ -23,7 +23,8 @@ QvResult ProduceIntoBlob(CBlob& rblobOut, bool bAppend, uint64_t uRoom, Produce&
     return res >= 0 ? rblobOut.Resize(uOffset + uWritten) : res;
 }
 
-/// convert(rblobIn, bAppend) for an input that may be the output blob: where the output would overtake it, with a copy.
+/// Calls convert(rblobIn) for an input that may be the output blob. If the output would then overwrite the input (it
+/// does not with bAppend), it is called with a copy of the input.
 template <typename Convert>
 QvResult ConvertBlob(const CBlob& rblobIn, const CBlob& rblobOut, bool bAppend, Convert&& convert)
 {

@@ -7,7 +7,7 @@ namespace orvel_internal
 {
 namespace
 {
-// All zero when the processor does not know the leaf.
+// All zero if the processor does not have the leaf.
 SCpuid Cpuid(unsigned int uLeaf)
 {
     SCpuid st;
@@ -15,7 +15,7 @@ SCpuid Cpuid(unsigned int uLeaf)
     return st;
 }
 
-// The register files that the operating system saves; to be asked only where it says that it saves any.
+// XCR0: which registers the operating system saves. To be called only if CPUID reports OSXSAVE.
 uint64_t SavedRegisters()
 {
     uint32_t uLow;
@@ -64,7 +64,7 @@ unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, ui
 
 unsigned int DetectCpuFeatures()
 {
-    // Two threads may both come here: they agree.
+    // Two threads may run this at the same time: both store the same value.
     const unsigned int uFeatures = Detect() | uCPU_DETECTED;
     g_uCpuFeatures.store(uFeatures, std::memory_order_relaxed);
     return uFeatures;

@@ -9,7 +9,8 @@
 /// portable one needs nothing.
 namespace orvel_internal
 {
-/// Each feature names the path that needs it. For those with wide registers, the operating system saves these as well.
+/// Each feature is named after the path that needs it. One with wide registers includes that the operating system saves
+/// these registers.
 enum ECpuFeature : unsigned int
 {
     eCPU_PORTABLE = 0,
@@ -80,7 +81,7 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm, unsigned int uFeatures)
             return Has(eCPU_AVX512_VBMI) ? eCPU_AVX512_VBMI : Has(eCPU_AVX2) ? eCPU_AVX2 : eCPU_PORTABLE;
         case ECpuAlgorithm::eCRC:
             return Has(eCPU_VPCLMULQDQ) ? eCPU_VPCLMULQDQ : Has(eCPU_PCLMULQDQ) ? eCPU_PCLMULQDQ : eCPU_PORTABLE;
-        // The vector path leaves what it cannot do to the other.
+        // The VAES path leaves what it cannot do to the AES path, so it needs both.
         case ECpuAlgorithm::eAES: return !Has(eCPU_AES) ? eCPU_PORTABLE : Has(eCPU_VAES) ? eCPU_VAES : eCPU_AES;
     }
     return eCPU_PORTABLE;
@@ -92,11 +93,11 @@ inline ECpuFeature CpuPath(ECpuAlgorithm eAlgorithm)
     return CpuPath(eAlgorithm, CpuFeatures());
 }
 
-/// The same as a word for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq", "vpclmulqdq",
+/// The name of that path for people to read: "portable", "sha", "avx2", "avx512-vbmi", "pclmulqdq", "vpclmulqdq",
 /// "aesni" or "vaes".
 const char* CpuPathName(ECpuAlgorithm eAlgorithm);
 
-/// Lets the tests take features away (detected ones only, or the code would trap); ~0u gives them all back.
+/// For the tests: keeps only those of the detected features that are in uAllowed; ~0u restores all of them.
 void RestrictCpuFeatures(unsigned int uAllowed);
 }  // namespace orvel_internal
 

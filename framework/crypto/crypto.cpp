@@ -26,7 +26,7 @@ void CCrypto::Exit()
 
 namespace
 {
-// What a fork() of this thread holds.
+// The mutex that a fork() of this thread has locked; null when there was none to lock.
 thread_local CMutex* t_pmutexOfFork = nullptr;
 }  // namespace
 
@@ -44,7 +44,8 @@ void CCrypto::UnlockInParent()
     t_pmutexOfFork = nullptr;
 }
 
-// The owner of a recursive mutex is a thread of the parent, which this one is not: it cannot unlock, but is alone.
+// The mutex is owned by a thread of the parent, so the child cannot unlock it. But the child has only one thread, and
+// so may make the mutex anew in the same place.
 void CCrypto::UnlockInChild()
 {
     if (t_pmutexOfFork != nullptr) new (t_pmutexOfFork) CMutex;
@@ -53,7 +54,7 @@ void CCrypto::UnlockInChild()
 
 QvResult CCrypto::InitializeCCrypto()
 {
-    // Once for all start-ups; without the memory for it a later one tries again.
+    // Done once for all start-ups. If it fails for lack of memory, a later start-up tries again.
     static bool s_bForksAreSafe = false;
     if (!s_bForksAreSafe) s_bForksAreSafe = pthread_atfork(LockForFork, UnlockInParent, UnlockInChild) == 0;
     uint8_t auDropped[40];

@@ -16,7 +16,7 @@ public:
     CCrypto();
     ~CCrypto() override;
 
-    /// Ends the process in the name of the class that wants the lock while there cannot be one.
+    /// Ends the process, with a line that names pszClass, while the framework is not up and so has no lock.
     QV_HIDDEN static void RequireUp(const char* pszClass) { orvel_internal::RequireUp(ms_pmutex, pszClass); }
     /// The instance, created by the first call.
     QV_HIDDEN static CCrypto* Instance()
@@ -28,8 +28,8 @@ public:
     void Enter();
     void Exit();
 
-    /// Module start-up and shut-down. Start-up draws 40 random bytes, so that a missing random device shows its delay
-    /// here, drops them and returns QV_RES_OK; the generator is set back by its own start-up later on.
+    /// Module start-up and shut-down. Start-up draws 40 random bytes, so that a delay by a missing random device
+    /// happens here, drops them and returns QV_RES_OK; the generator is reset by its own start-up later on.
     static QvResult InitializeCCrypto();
     static void FinalizeCCrypto();
 

@@ -35,7 +35,7 @@ inline uint32_t LoadBigEndian32(const uint8_t* pu)
 }
 
 /// Adds uSize bytes behind the uUsed (below 64) bytes that the block holds; returns how many it holds then.
-/// transform(puBlocks, uCount) is given each whole block, those of the input where they lie.
+/// transform(puBlocks, uCount) gets every whole block; blocks of the input are passed where they are, not copied.
 template <typename Transform>
 unsigned int FeedBlocks(uint8_t* puBlock, unsigned int uUsed, const uint8_t* puData, size_t uSize,
                         Transform&& transform)
@@ -75,7 +75,7 @@ void PadBlocks(uint8_t* puBlock, unsigned int uUsed, uint8_t uPadByte, const uin
     transform(puBlock, size_t{1});
 }
 
-/// Update() on the bytes of a blob; a blob without storage gets what the raw form answers to null.
+/// Update() with the bytes of a blob. The result for a blob without storage is that of the raw form for null.
 template <typename Algorithm>
 QvResult UpdateFromBlob(Algorithm& rAlgorithm, const CBlob* pblobData)
 {
@@ -83,8 +83,8 @@ QvResult UpdateFromBlob(Algorithm& rAlgorithm, const CBlob* pblobData)
     return rAlgorithm.Update(pblobData->GetFirstIndexPtr(), pblobData->GetSize());
 }
 
-/// End() into a blob of exactly the digest's size. Without the room nothing is written; without any storage the blob
-/// gets what the raw form answers to null.
+/// End() into a blob of exactly the digest's size. If the blob has too little room and cannot grow, nothing is written;
+/// if it has no storage at all, the result is that of the raw form for null.
 template <typename Algorithm>
 QvResult EndIntoBlob(Algorithm& rAlgorithm, CBlob* pblobDigest)
 {

@@ -48,7 +48,7 @@ public:
     virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the digest as the whole content of a blob.
     /// QV_RES_FAIL              pblobDigest is null
-    /// QV_RES_OUT_OF_MEMORY     the blob has too little room and could not get it
+    /// QV_RES_OUT_OF_MEMORY     the blob has too little room and cannot grow
     /// QV_RES_INVALID_ARGUMENT  the same for a blob without storage
     virtual QvResult End(CBlob* pblobDigest) = 0;
 

@@ -49,7 +49,7 @@ CSha1MacBremoFw::CSha1MacBremoFw()
     memset(m_auOuterPad, 0, sizeof(m_auOuterPad));
 }
 
-// The pad gives the key away, and so does a digest that began with the other one.
+// The outer pad reveals the key, and so does the state of a digest that began with the inner pad.
 CSha1MacBremoFw::~CSha1MacBremoFw()
 {
     orvel_internal::Wipe(m_auOuterPad, sizeof(m_auOuterPad));

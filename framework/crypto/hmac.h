@@ -15,11 +15,11 @@
 ///     mac.Update(puData, uSize);   // any number of times, in pieces of any size
 ///     mac.End(&blobCode);          // the next message needs Begin() with the key again
 ///
-/// Compare codes in constant time, not with memcmp(), where an attacker can measure.
+/// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.
 ///
 /// Threads    No locking: one thread at a time per object.
 /// Secrecy    Begin() and End() leave nothing of the key in the memory they worked in; what the object holds of it is
-///            wiped when the object is destroyed. The caller's key is the caller's.
+///            wiped when the object is destroyed. The caller wipes the key that it passed.
 /// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage (capacity 0) counts as a null raw
 ///            pointer.
 class QV_EXPORT CHMac
@@ -30,7 +30,7 @@ public:
     CHMac& operator=(const CHMac&) = default;
     virtual ~CHMac();
 
-    /// Starts a message under a key of uKeySize bytes (0 is a key, too).
+    /// Starts a message under a key of uKeySize bytes (a key of 0 bytes is allowed).
     virtual QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) = 0;
     /// Adds uSize bytes to the message.
     virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
@@ -39,7 +39,7 @@ public:
     virtual QvResult Begin(const CBlob* pblobKey) = 0;
     virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the code as the whole content of a blob.
-    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and could not get it
+    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and cannot grow
     virtual QvResult End(CBlob* pblobDigest) = 0;
 
     /// The CHash::EAlgorithm of the digest inside.
@@ -59,7 +59,7 @@ public:
     virtual ~CHMacBremoFw();
 
     /// Starts the inner digest. Both pads are buffers of uBlockSize bytes, the block size of the digest; the outer one
-    /// is needed again by HMacResult(). A key longer than a block is replaced by its digest, which a block must hold.
+    /// is needed again by HMacResult(). A key longer than a block is replaced by its digest, which must fit a block.
     QvResult HMacReset(const uint8_t* puKey, unsigned int uKeySize, CHash* pHash, unsigned int uBlockSize,
                        uint8_t* puInnerPad, uint8_t* puOuterPad);
     /// Ends the inner digest (into puInnerDigest) and writes the code.

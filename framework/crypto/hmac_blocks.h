@@ -13,9 +13,9 @@ namespace orvel_internal
 constexpr uint8_t uHMAC_INNER_PAD = 0x36;
 constexpr uint8_t uHMAC_OUTER_PAD = 0x5C;
 
-/// HMAC-SHA1 of messages of SIZE bytes each, which fit into a block together with their padding, under a key that does.
-/// What the key leaves in both digests is computed once, and the padding is written once: a code takes two blocks
-/// instead of four. Wipes what it held.
+/// HMAC-SHA1 of messages of SIZE bytes each, which fit a block together with their padding. The key must fit a block,
+/// too. The states of both digests after the block with the key are computed once, and the padding is written once, so
+/// that a code takes two blocks instead of four. The destructor wipes all of it.
 /// Source     RFC 2104, section 4.
 template <unsigned int SIZE>
 class CSha1ShortMac
@@ -56,7 +56,7 @@ private:
         memcpy(puState, auSHA1_START, sizeof(auSHA1_START));
         Sha1Blocks(puState, m_st.auMessage, 1);
     }
-    // Behind the block of the key come uSize bytes.
+    // Writes the padding of a message of uSize bytes that follows the block with the key.
     static void Pad(uint8_t* puBlock, unsigned int uSize)
     {
         memset(puBlock, 0, uDIGEST_BLOCK_SIZE);

@@ -9,8 +9,8 @@ using orvel_internal::uDIGEST_BLOCK_SIZE;
 
 namespace
 {
-// The four round functions of RFC 1321, section 3.4, added to a sum. Each uses x last: the step before has just made
-// it, and the less is left to do with it, the shorter is the chain of dependencies that limits MD5's speed.
+// The four round functions of RFC 1321, section 3.4, added to a sum. Each uses x last: x is the result of the
+// step before, and the fewer operations follow on it, the shorter is the chain of dependencies that limits MD5's speed.
 struct SRoundF
 {
     static uint32_t Add(uint32_t uSum, uint32_t x, uint32_t y, uint32_t z) { return uSum + (((y ^ z) & x) ^ z); }

@@ -1,3 +1,15 @@
+// The stream is a chain of blocks. ms_auCurrentBytes holds the current block and the counter:
+// ```
+//   |<--------------- block, 20 bytes ----------------->|<- counter, 4 bytes ->|
+//   | handed out already     |<-- ms_uBytesRemaining -->|
+// ```
+// The next block is HMAC-SHA1 under the key ms_auSeed of the current block and the counter, which is raised by 1
+// before. A draw first takes what remains of the block, then makes as many blocks as it needs.
+//
+// Seeding. The first draw finds ms_bInitialized false and gathers a seed under the lock. The flag is read without the
+// lock before, so that later draws lock once. Start-up goes through two stages: that of CCrypto draws, and so gathers a
+// seed; the later one of this module clears block, counter and flag, but not the key. So the first draw of the
+// application gathers a new seed. After SetSeed() it does not, and the key is the one of the draw at start-up.
 #include "framework/crypto/secure_prng.h"
 
 #include <string.h>
@@ -97,7 +109,7 @@ void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw()
 
 void CSecurePrngBremoFw::InitializeSeed()
 {
-    // Pairs with the releases: a thread that sees the flag sees the seed.
+    // Pairs with the release stores of the flag: a thread that sees it set also sees the seed.
     if (__atomic_load_n(&ms_bInitialized, __ATOMIC_ACQUIRE)) return;
     const CGeneratorLock lock;
     if (!ms_bInitialized && CSecureSeed::GenerateSeed(ms_auSeed) >= 0)

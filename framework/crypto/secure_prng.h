@@ -18,17 +18,17 @@ public:
     virtual ~CSecurePrngBremoFw();
 
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);
-    /// Fills a blob with uSize bytes and nothing else.
+    /// Makes uSize random bytes the whole content of a blob.
     /// QV_RES_OK                they are in
-    /// QV_RES_INVALID_ARGUMENT  pblobOut is null; a size of 0 and a blob without storage
-    /// QV_RES_OUT_OF_MEMORY     the blob could not get the room
+    /// QV_RES_INVALID_ARGUMENT  pblobOut is null, or uSize is 0 and the blob has no storage
+    /// QV_RES_OUT_OF_MEMORY     the blob could not grow
     static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
 
-    /// Puts the SHA-1 of a seed of one's own in the place of the current block, from which all later blocks follow. If
-    /// the generator has not gathered a seed since its start-up, it no longer does.
-    /// Better leave seeding to the generator. The stream cannot be repeated by this: the key stays the seed gathered
-    /// last, which the start-up of the framework has drawn at the latest. And what the current block still had to give
-    /// is then taken from that SHA-1 itself, which is no secret to anybody who knows the seed.
+    /// Replaces the current block, from which all later blocks follow, by the SHA-1 of the given seed. If the generator
+    /// has not gathered a seed since its start-up, it no longer does.
+    /// Better leave seeding to the generator. This does not make the stream repeatable: the key stays the seed that was
+    /// gathered last, and the start-up of the framework has gathered one. And the bytes that the current block had not
+    /// handed out yet are then taken from that SHA-1 itself, which is no secret to anybody who knows the seed.
     /// QV_RES_OK                it is mixed in
     /// QV_RES_INVALID_ARGUMENT  puSeed is null
     /// QV_RES_FAIL              uSize is 0
@@ -61,15 +61,15 @@ protected:
 ///
 /// It seeds itself on the first draw after start-up, see CSecureSeed.
 ///
-/// **FORK:** The state is the process's: after fork() the child would draw the very bytes that its parent draws. A
+/// **FORK:** The state belongs to the process: after fork() the child would draw the same bytes as its parent. A
 /// child that goes on using the library calls InitializeCSecurePrngBremoFw() before its first draw, with no other
 /// thread running; it then gathers a seed of its own. A fork() waits until no thread of the parent draws, so that the
-/// child never finds the generator locked or half changed. (That of vfork() or a clone() of one's own does not wait.)
+/// child never finds the generator locked or half changed. (vfork(), and clone() called directly, do not wait.)
 ///
 /// - **Threads:** Any thread; a draw holds the crypto lock (CCrypto). A thread that is cancelled in its first draw,
 ///   where it may wait for a device, leaves the lock free and the generator as it was.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework; a draw outside ends the process.
-/// - **Secrecy:** A draw leaves nothing of the generator's state in the memory that it took, but in the state itself.
+/// - **Secrecy:** A draw leaves no copy of the generator's state in the memory that it used.
 class QV_EXPORT CSecurePrng : public CSecurePrngBremoFw
 {
 public:
@@ -78,7 +78,7 @@ public:
     CSecurePrng& operator=(const CSecurePrng&) = default;
     ~CSecurePrng() override;
 
-    /// Writes uSize random bytes, any number. How the draws are cut does not change the stream.
+    /// Writes uSize random bytes, any number. The stream does not depend on the sizes of the draws.
     /// QV_RES_OK                they are written
     /// QV_RES_INVALID_ARGUMENT  puOut is null; the generator is seeded all the same
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);

@@ -33,10 +33,10 @@ bool IsZero(const timeval& rTimeout)
     return rTimeout.tv_sec == 0 && rTimeout.tv_usec == 0;
 }
 
-// Waits until the descriptor is readable; what is left of the time-out is left in it, nothing after a failure.
+// Waits until the descriptor is readable. rTimeout becomes the time that is left, 0 after a failure.
 bool WaitReadable(int nDescriptor, timeval& rTimeout)
 {
-    if (nDescriptor >= FD_SETSIZE) return true;  // select() cannot watch it; it was opened not to block.
+    if (nDescriptor >= FD_SETSIZE) return true;  // too high for select(); read() does not block on it
     fd_set descriptors;
     FD_ZERO(&descriptors);
     FD_SET(nDescriptor, &descriptors);
@@ -83,7 +83,7 @@ unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int u
             nRead = read(nDescriptor, puBuffer + uGathered, g_uDeviceBytes - uGathered);
             if (nRead > 0) uGathered += static_cast<unsigned int>(nRead);
         }
-        // A device that answers at once is read once.
+        // The device has answered without using up any time: it is read only this once.
         if (timeout.tv_sec == 0 && timeout.tv_usec == g_nDeviceTimeoutUs) SetZero(timeout);
         const bool bNothing = nRead <= 0 && errno != EINTR && errno != EAGAIN;
         bGoOn = !bNothing && !IsZero(timeout) && uGathered < g_uDeviceBytes;
@@ -91,8 +91,8 @@ unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int u
     return uGathered;
 }
 
-// The kernel's own randomness, for which no descriptor and no device is needed. It never waits: a kernel that has just
-// come up gives what its devices would give.
+// Random bytes from the kernel itself, without a descriptor or a device. It never waits: a kernel that has just started
+// gives what its devices would give then.
 void GatherFromKernel(uint8_t* puBuffer, size_t uSize)
 {
     for (const unsigned int uFlags : {unsigned{GRND_NONBLOCK}, unsigned{GRND_INSECURE}})
@@ -125,7 +125,7 @@ CSecureSeedBremoFw::~CSecureSeedBremoFw() = default;
 QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
 {
     if (puSeed == nullptr) return QV_RES_INVALID_ARGUMENT;
-    // What it has hashed is the seed itself.
+    // Wiped, since its state contains the seed.
     orvel_internal::CWiped<CSha1> sha1;
     const QvResult res = sha1->Begin();
     if (res < 0) return res;
@@ -133,7 +133,7 @@ QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
     orvel_internal::CWiped<uint8_t[g_uDeviceBytes]> auDeviceBytes;
     memset(*auDeviceBytes, 0, g_uDeviceBytes);
     GatherDeviceBytes(*auDeviceBytes);
-    // A step that fails is the last one; the seed is made of what was hashed by then.
+    // The first step that fails ends the hashing; the seed is made of what was hashed before.
     if (sha1->Update(*auDeviceBytes, g_uDeviceBytes) >= 0 &&
         UpdateFromValue(*sha1, static_cast<int64_t>(nProcessId)) >= 0 &&
         UpdateFromValue(*sha1, static_cast<uint64_t>(getuid())) >= 0 &&

@@ -31,9 +31,9 @@ protected:
 ///
 /// - **Threads:** Any thread, which may be cancelled meanwhile.
 /// - **Cost:** System calls; a device that does not answer costs up to 10 ms.
-/// - **Secrecy:** Nothing of a seed stays in the memory that gathering it took. Where the devices give nothing and the
-///   system has no getrandom() either (a filter forbids it, or the kernel is older than 3.17) the seed is no secret,
-///   though no two are alike in one process.
+/// - **Secrecy:** Nothing of a seed is left in the memory that was used to gather it. Where the devices give nothing
+///   and the system has no getrandom() either (a filter forbids it, or the kernel is older than 3.17) the seed is no
+///   secret, though no two are alike in one process.
 class QV_EXPORT CSecureSeed : public CSecureSeedBremoFw
 {
 public:

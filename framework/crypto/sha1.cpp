@@ -88,7 +88,8 @@ void CSha1BremoFw::ProcessMsgBlock()
 
 void CSha1BremoFw::PadMsg()
 {
-    // Of the low 32 bits of the byte count only: the rest is lost on purpose.
+    // Only the low 32 bits of the byte count are used: kept, and pinned by
+    // CSha1Length.TheLengthFieldIsFormedFromTheLow32BitsOfTheByteCount.
     const uint32_t uByteCount = static_cast<uint32_t>(m_uByteCount);
     const uint32_t auBitCount[2] = {uByteCount >> 29, uByteCount << 3};
     uint8_t auLength[8];

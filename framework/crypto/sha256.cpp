@@ -81,7 +81,7 @@ QvResult CSha256BremoFw::Input(const uint8_t* puData, unsigned int uSize)
                                        { orvel_internal::Sha256Blocks(m_auState, puBlocks, uCount); }));
         return QV_RES_OK;
     }
-    // The length is about to wrap: go on byte by byte up to where it does.
+    // The length wraps within these bytes: they are added one by one, up to the one with which it wraps.
     for (; uSize != 0 && m_uCorrupted == 0; --uSize)
     {
         m_auBlock[m_uBlockIndex++] = *puData++;

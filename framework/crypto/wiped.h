@@ -9,7 +9,7 @@
 /// Internal: locals that hold secrets.
 namespace orvel_internal
 {
-/// Zeroes memory that is not read any more, which a compiler would take memset() for a waste.
+/// Zeroes memory that is not read afterwards. The compiler would remove a mere memset() of such memory.
 inline void Wipe(void* pvMemory, size_t uSize)
 {
     memset(pvMemory, 0, uSize);

@@ -9,7 +9,7 @@
 #include "framework/ecom/unknown.h"
 #include "framework/kernel/result.h"
 
-/// What makes a component a matter of a few lines; nothing here is needed to use or to write one.
+/// Helpers that make a component a matter of a few lines; components can be used and written without them.
 ///
 ///     class IShape : public IEComUnknown
 ///     {
@@ -28,7 +28,7 @@
 ///     QV_ECOM_GUID(CLSID_Circle, "example.Circle");
 ///     RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>);
 ///
-/// An object that takes a circle in as a part of itself and lends out its interfaces:
+/// An object that has a circle as a part of itself (aggregation) and offers its interfaces as its own:
 ///
 ///     class CFrame : public CEComComponent<IFrame>
 ///     {
@@ -125,7 +125,7 @@ private:
     Interface* m_pInterface = nullptr;
 };
 
-/// The non-delegating unknown of a component as an IEComUnknown of its own.
+/// The non-delegating unknown of a component, as a separate IEComUnknown.
 class CEComInnerUnknown final : public IEComUnknown
 {
 public:
@@ -145,8 +145,9 @@ private:
 /// A component with interfaces that were declared with QV_ECOM_INTERFACE. It answers for them, for the interfaces that
 /// they extend, and for IID_IEComUnknown, and can be aggregated.
 ///
-/// Ownership  The outer object is not counted: it holds this one. An outer object that keeps an interface of its inner
-///            one, and not just its IEComUnknown, drops the reference at once: it counts the outer object itself.
+/// Ownership  An inner object counts no reference to its outer object, which holds it. An outer object that keeps an
+///            interface of its inner object besides its IEComUnknown drops the reference to that interface at once: it
+///            counts for the outer object itself.
 /// Threads    As CEComUnknown.
 template <typename... Interfaces>
 class CEComComponent : public CEComUnknown, public Interfaces...
@@ -182,10 +183,12 @@ public:
     }
 
 protected:
-    /// The unknown of the whole that this object is, or is a part of: for inner objects as their outer unknown.
+    /// The unknown of the outer object, or of this object if it is not aggregated. Pass it to inner objects as their
+    /// outer unknown.
     IEComUnknown* GetControllingUnknown() { return m_pOuterUnknown != nullptr ? m_pOuterUnknown : &m_inner; }
 
-    /// For NonDelegatingQueryIf() of an object with an inner one: what this object lacks, the inner one may have.
+    /// For NonDelegatingQueryIf() of an object with an inner one: asks the inner one for interfaces that this object
+    /// lacks.
     QvResult QueryWithInner(IEComUnknown* pInner, const SEComGuid* pIid, void** ppInterface)
     {
         const QvResult res = CEComComponent::NonDelegatingQueryIf(pIid, ppInterface);

@@ -26,8 +26,8 @@ const SEComClsInfo* Find(const SEComGuid* pClsid)
 {
     const SEComClsInfo* const pstBegin = g_pRegistry->begin();
     const SEComClsInfo* const pstEnd = g_pRegistry->end();
-    // Mostly it is the very identifier that was registered. No two in the registry are equal, so the order of the two
-    // searches does not show.
+    // Most callers pass the same SEComGuid that was registered, so its address is searched for first. No two
+    // identifiers in the registry are equal, so both searches find the same class.
     const auto isSame = [pClsid](const SEComClsInfo& rstInfo) { return rstInfo.pClsid == pClsid; };
     const auto isEqual = [pClsid](const SEComClsInfo& rstInfo) { return IsEqualEComCLSID(rstInfo.pClsid, pClsid); };
     const SEComClsInfo* pstFound = std::find_if(pstBegin, pstEnd, isSame);
@@ -57,8 +57,8 @@ private:
     CEComUnknown* m_pObject;
 };
 
-// A non-delegating unknown is called through IEComUnknown, whose slots it has but whose type it is not: the sanitizer
-// that compares types would stop that.
+// A non-delegating unknown is called through IEComUnknown: it has the same slots, but is of another type. The sanitizer
+// that compares types would report that.
 __attribute__((no_sanitize("undefined"))) void ReleaseAnswer(void* pvUnknown)
 {
     if (pvUnknown != nullptr) static_cast<IEComUnknown*>(pvUnknown)->ReleaseIfRef();

@@ -12,7 +12,7 @@
 ///     CEComPtr<IShape> pShape;
 ///     if (pShape.CreateInstance(&CLSID_Circle) < 0) ...
 ///
-/// How a component is written stands in framework/ecom/component.h.
+/// framework/ecom/component.h shows how to write a component.
 ///
 /// Ownership  The registry keeps pointers to identifiers. Objects belong to those who hold references to them.
 /// Threads    All functions, from any thread. Creation functions run under the registry's recursive mutex: they may
@@ -46,8 +46,8 @@ QV_EXPORT QvResult RegisterECom(const SEComGuid* pClsid, QvResult (*pfnCreateIns
 QV_EXPORT QvResult UnregisterECom(const SEComGuid* pClsid);
 
 /// Makes an object and gives one of its interfaces, which holds the only reference. With an outer object, of which it
-/// becomes a part, the interface must be IID_IEComUnknown: it is the non-delegating unknown, which the outer object
-/// keeps to itself and through which it asks for the interfaces that it lends out.
+/// becomes a part, the interface must be IID_IEComUnknown: it is the non-delegating unknown. The outer object does
+/// not hand it out, but asks it for the interfaces that it offers as its own.
 /// QV_RES_OK                    *ppInterface is the interface; after a failure it is null
 /// QV_RES_INVALID_ARGUMENT      pClsid, pIid or ppInterface is null
 /// QV_RES_NO_INTERFACE          the object lacks the interface; or pIid is not IID_IEComUnknown, with an outer object

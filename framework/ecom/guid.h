@@ -4,7 +4,7 @@
 
 #include "framework/kernel/export.h"
 
-/// Identifies a component class or an interface: any run of bytes. That of an interface is its name with the NUL.
+/// Identifies a component class or an interface: any run of bytes. For an interface this is its name with the NUL.
 /// Identifiers are referred to, never copied: keep them for as long as they are in use, best as constants.
 ///
 ///     QV_ECOM_GUID(CLSID_Circle, "example.Circle");
@@ -19,11 +19,12 @@ struct QV_EXPORT SEComGuid
     inline constexpr unsigned char g_au##Name##Bytes[] = Text; \
     inline constexpr SEComGuid Name = {sizeof(g_au##Name##Bytes), g_au##Name##Bytes}
 
-/// Whether sizes and bytes are equal; false when either is null. The other two say what kind is compared. Any thread.
+/// Whether sizes and bytes are equal; false if either is null. All three do the same; the names of the other two say
+/// what is compared. Any thread.
 QV_EXPORT inline bool IsEqualSEComGuid(const SEComGuid* pGuid1, const SEComGuid* pGuid2)
 {
     if (pGuid1 == nullptr || pGuid2 == nullptr || pGuid1->uSize != pGuid2->uSize) return false;
-    // Mostly both refer to the same constant.
+    // In most calls both refer to the same constant.
     if (pGuid1->puData == pGuid2->puData || pGuid1->uSize == 0) return true;
     return memcmp(pGuid1->puData, pGuid2->puData, pGuid1->uSize) == 0;
 }

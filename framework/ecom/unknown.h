@@ -30,8 +30,8 @@ protected:
     ~IEComUnknown() = default;
 };
 
-/// The operations of an object itself, whoever it is part of. The first three slots are those of IEComUnknown, so that
-/// the holder of a non-delegating unknown calls it through that.
+/// The operations of the object itself, whether it is part of another one or not. The first three slots are those of
+/// IEComUnknown, so that a non-delegating unknown can be called through a pointer to that.
 class QV_EXPORT IEComNonDelegatingUnknown
 {
 public:
@@ -48,9 +48,9 @@ public:
 ///
 /// Ownership  The object deletes itself when its last reference goes: create it with new.
 /// - **Threads:** Counting, from any thread. The count changes under the object's mutex, the last release included;
-///   only a process of one thread leaves the lock out. So a cache need not count what it knows: under a lock of its
-///   own, which UninitializeInstance() takes to remove the entry, it may add a reference, and an answer of 1 tells it
-///   that the object is ending. The object ends in the thread that drops the last reference, under no lock.
+///   only a process of one thread leaves the lock out. So a cache may know objects without counting references to them:
+///   it adds a reference under a lock of its own, which UninitializeInstance() takes to remove the entry; a result of 1
+///   tells it that the object is ending. The object ends in the thread that drops the last reference, under no lock.
 /// Source     Aggregation follows the usual component object models.
 class QV_EXPORT CEComUnknown : public IEComNonDelegatingUnknown
 {
@@ -72,8 +72,8 @@ public:
     /// At 0, ends the object (see UninitializeInstance()) and returns 0.
     unsigned int NonDelegatingReleaseIfRef() override;
 
-    /// The second half of construction, which can fail: called once by CreateEComInstance(), whose result a failure
-    /// becomes and which then destroys the object. The base returns QV_RES_OK.
+    /// The second half of construction, which can fail: called once by CreateEComInstance(). After a failure, that
+    /// destroys the object and returns the same result. The base returns QV_RES_OK.
     virtual QvResult InitializeInstance();
     /// Called when the last reference is gone. The base takes one reference, so that pairs taken and dropped from here
     /// on do not end the object again, and sets *pbDeleteThis to true. An override calls the base first; it may then

@@ -1,3 +1,18 @@
+// An activation is a handshake of two threads:
+// ```
+//   Activate()                                    the thread of the object
+//   state = activating, StartThread() ----------->
+//                                                 state = alive
+//   m_semStarted.Wait() <------------------------ m_semStarted.Signal()
+//   m_semGo.Signal() ---------------------------> m_semGo.Wait()
+//                                                 Behavior()
+//                                                 state = dead, BehaviorTerminating()
+// ```
+// m_mutexActivation lets one activation go on at a time. m_mutexState guards the state alone. Start() holds it until
+// the result of StartThread() is known, but not while it joins the run before, which still needs it.
+//
+// The behaviour may delete the object, so m_semGo holds it back until Activate() no longer needs the object. If it has
+// deleted the object, GetThreadSelf() is null when it returns, and no member is touched any more.
 #include "framework/kernel/alive.h"
 
 #include <stdint.h>
@@ -6,7 +21,7 @@ static_assert(sizeof(CAliveObj) == 616, "field order and widths are the binary i
 
 namespace
 {
-// What an object gives its thread: as much of its address as fits, but never 0.
+// The parameter of the thread: the lower half of the address of the object, but never 0.
 unsigned int ParameterOf(const CThread* pObject)
 {
     const unsigned int uLow = static_cast<unsigned int>(reinterpret_cast<uintptr_t>(pObject));
@@ -20,14 +35,14 @@ CAliveObj::CAliveObj()
 }
 
 #ifdef __clang__
-// Of an abstract class, clang++ leaves out the constructor of complete objects. g++ and the binary interface have it.
+// For an abstract class, clang++ emits no constructor of complete objects. g++ does, and the binary interface has it.
 extern "C" QV_EXPORT void ConstructCompleteAliveObj() __asm__("_ZN9CAliveObjC1Ev")
     __attribute__((alias("_ZN9CAliveObjC2Ev")));
 #endif
 
 CAliveObj::~CAliveObj()
 {
-    Join(nullptr);  // here already: the thread still uses the members
+    Join(nullptr);  // before the members are destroyed, which the thread still uses
 }
 
 QvResult CAliveObj::Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority)
@@ -39,7 +54,7 @@ QvResult CAliveObj::Activate(const char* pszName, unsigned int uStackSize, CThre
         res = Start(pszName, uStackSize, ePriority);
         if (res >= 0) m_semStarted.Wait();
     }
-    // After a failure as well: a thread that runs without all its attributes waits for it.
+    // After a failure as well: a thread that runs in spite of QV_RES_THREAD_ATTRIBUTES waits for it.
     m_semGo.Signal(false);
     return res;
 }
@@ -47,8 +62,9 @@ QvResult CAliveObj::Activate(const char* pszName, unsigned int uStackSize, CThre
 QvResult CAliveObj::Start(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority)
 {
     if (IsAlive()) return QV_RES_INVALID_STATE;
-    Join(nullptr);  // not under the mutex of the state, which an ending run may still want
-    // What a refused activation has signalled since the last run went: the next one begins when it is let go itself.
+    Join(nullptr);  // not under m_mutexState, which an ending run may still need
+    // An activation that was refused has signalled m_semGo, too. Without this the next behaviour would not wait for its
+    // own signal.
     m_semGo.TakeIfFree();
     const CMutexGuard guard(&m_mutexState);
     const EAliveState eBefore = m_eAliveState;

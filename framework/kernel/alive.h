@@ -30,7 +30,7 @@ class QV_EXPORT CAliveObj : public CThread
 {
 public:
     CAliveObj();
-    /// Waits for the thread, unless it is the caller. By now only this class is left of the object: see above.
+    /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see above.
     ~CAliveObj() override;
 
     /// Starts the behaviour; returns when the thread runs. A dead object first waits until its last run has ended,

@@ -21,28 +21,28 @@ typedef void (*PFNAssertCallStackTraceHandler)(unsigned int uOpaque);
 /// Decides what becomes of the process after a failed assertion: it may return, or end the process.
 typedef void (*PFNAssertFinalBehaviorHandler)(unsigned int uOpaque);
 
-/// A handler and the value that its registrant wants back. Never without a function.
+/// A handler and the value that it is called with. The function is never null.
 struct SAssertFailHandler
 {
     PFNAssertFailHandler pfnHandler;
     unsigned int uOpaque;
 };
 
-/// A handler and the value that its registrant wants back. A null function: none installed.
+/// A handler and the value that it is called with. A null function: no handler is installed.
 struct SAssertTraceHandler
 {
     PFNAssertTraceHandler pfnHandler;
     unsigned int uOpaque;
 };
 
-/// A handler and the value that its registrant wants back. A null function: none installed.
+/// A handler and the value that it is called with. A null function: no handler is installed.
 struct SAssertCallStackTraceHandler
 {
     PFNAssertCallStackTraceHandler pfnHandler;
     unsigned int uOpaque;
 };
 
-/// A handler and the value that its registrant wants back. A null function: none installed.
+/// A handler and the value that it is called with. A null function: no handler is installed.
 struct SAssertFinalBehaviorHandler
 {
     PFNAssertFinalBehaviorHandler pfnHandler;

@@ -1,3 +1,13 @@
+// The table is an array of pairs in the order of registration. One recursive mutex guards it and is held during a whole
+// announcement: other threads wait, but an observer may register, unregister and announce on its own thread.
+//
+// NotifyEventObservers() therefore walks by index and reads address and size of the table again for every step. What an
+// observer changes has these effects on the announcement that is under way:
+//
+// - A new pair is appended, so it is reached in the same walk.
+// - A pair behind the current one that is removed is not reached.
+// - When the current pair or one before it is removed, all pairs behind it move down by one. The walk then goes on one
+//   index higher and misses the pair that follows the current one.
 #include "framework/kernel/event_notifier.h"
 
 #include <algorithm>
@@ -20,14 +30,14 @@ SObserver* g_pstTable = nullptr;
 unsigned int g_uCount = 0;
 unsigned int g_uCapacity = 0;
 
-// Behind the last entry when it is not there.
+// The entry of the pair, or the end of the table if it is not registered.
 SObserver* Find(PFNEventObserver pfnObserver, const void* pOpaque)
 {
     return std::find_if(g_pstTable, g_pstTable + g_uCount,
                         [=](const SObserver& rst) { return rst.pfnObserver == pfnObserver && rst.pOpaque == pOpaque; });
 }
 
-// By one entry: observers are few, and register at start-up.
+// Grows by one entry only: there are few observers, and most register at start-up.
 bool Grow()
 {
     SObserver* const pstTable = new (std::nothrow) SObserver[g_uCapacity + 1];
@@ -64,7 +74,7 @@ void NotifyEventObservers(EEventNotifier eEvent, ...)
 {
     if (g_pmutex == nullptr) return;
     const CMutexGuard guard(g_pmutex);
-    // Observers may change the table: neither its address nor its size is kept over a call.
+    // An observer may change the table: neither its address nor its size is kept in a variable.
     for (unsigned int u = 0; u < g_uCount; ++u)
     {
         const SObserver stObserver = g_pstTable[u];

@@ -16,25 +16,25 @@
 ///     RegisterEventObserver(OnEvent, &server);
 ///     NotifyEventObservers(EEventNotifier::eCONFIGURATION_CHANGED, "/etc/server.conf");
 ///
-/// Ownership  pOpaque is borrowed: unregister before what it points to goes.
-/// Threads    From any thread. The module's mutex is held while observers run, so observers are brief, and wait for no
-///            thread that may notify. They may themselves register, unregister and notify, on the same thread.
+/// Ownership  pOpaque is borrowed: unregister before what it points to is destroyed.
+/// Threads    From any thread. The module's mutex is held while observers run: they must be brief, and must not wait
+///            for a thread that may notify. They may register, unregister and notify themselves, on the same thread.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all observers. Registering
 ///   outside it ends the process; unregistering and announcing do nothing there, as nobody is registered.
 /// Cost       The table grows by one entry, and is copied, for each registration beyond the most there ever were.
 
-/// What has happened, and what goes with it. The library itself announces nothing; applications announce these, and
-/// number theirs from eAPPLICATION on: every int is a valid value. Scoped, since what stands before variable arguments
-/// must not be promoted.
+/// What has happened, and the arguments that go with it. The library itself announces nothing; applications announce
+/// these, and number theirs from eAPPLICATION on: every int is a valid value. A scoped enumeration, since the parameter
+/// before variable arguments must not have a type that is promoted.
 enum class EEventNotifier : int
 {
-    /// Nothing goes with it.
+    /// No argument.
     eSHUT_DOWN = 0,
     /// const char*: what was changed, or null.
     eCONFIGURATION_CHANGED = 1,
     /// int64_t: by how many milliseconds the clock was moved.
     eCLOCK_CHANGED = 2,
-    /// What goes with these is for the application to say.
+    /// The application decides which arguments go with these.
     eAPPLICATION = 1000
 };
 
@@ -46,8 +46,8 @@ typedef void (*PFNEventObserver)(void* pOpaque, EEventNotifier eEvent, va_list a
 /// is being announced as well.
 QV_EXPORT void RegisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque);
 
-/// Takes the pair away, if it is registered. An observer that takes away itself, or one before it, makes the one that
-/// follows it miss the event that is being announced: unregister from outside where that matters.
+/// Removes the pair, if it is registered. When an observer removes itself or one before it, the observer that follows
+/// it misses the event that is being announced: unregister outside of observers where that matters.
 QV_EXPORT void UnregisterEventObserver(void (*pfnObserver)(void*, EEventNotifier, va_list), void* pOpaque);
 
 /// Calls every observer.

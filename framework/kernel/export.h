@@ -4,7 +4,7 @@
 /// Marks what the shared library exports; everything else is hidden.
 #define QV_EXPORT __attribute__((visibility("default")))
 
-/// Marks a member of an exported class that nobody links with: the library's own sources call it, or it is inline.
+/// Marks a member of an exported class that programs do not link with: only the library calls it, or it is inline.
 #define QV_HIDDEN __attribute__((visibility("hidden")))
 
 /// For sources: begins a function at a cache line. A short function that is called very often can lose a fifth of its

@@ -37,7 +37,7 @@ void HandleFault(int nSignal, siginfo_t* pstInfo, void* pvContext)
         stDefault.sa_handler = SIG_DFL;
         sigaction(nSignal, &stDefault, nullptr);
     }
-    // Blocked until the handler returns; then it takes its usual way.
+    // The signal is blocked until this handler returns; then the restored action is taken.
     raise(nSignal);
 }
 }  // namespace

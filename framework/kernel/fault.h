@@ -12,8 +12,8 @@
 
 /// Installs the handler, and blocks SIGPIPE in the calling thread and in those that it starts from then on: writing to
 /// a closed pipe or socket then fails with EPIPE. Returns true; what the system refuses is ignored.
-/// Install once only: a second call takes the handler for its own predecessor, so that it catches one fault for ever
-/// and cannot be uninstalled.
+/// Install it only once: a second call keeps the handler itself as what was there before, so that it catches the same
+/// fault for ever and cannot be uninstalled.
 QV_EXPORT bool InstallGenericFaultHandler();
 
 /// Puts back the eight actions that InstallGenericFaultHandler() found; without it, nothing happens. SIGPIPE stays

@@ -1,3 +1,12 @@
+// One table is the whole start-up: a stage for each module, in the order in which the modules come up. Going down runs
+// the table backwards.
+//
+// - Initialize() counts, and runs the table on the first call. If a stage fails or throws, CStartUp takes down the
+//   stages before it. The stage that failed is not finalised.
+// - Finalize() counts down, and runs the table backwards on the last call. Only then the trace kernel and the threads
+//   go first (g_aeFirstDown), since running threads may still use every other module.
+// - PartialFinalize() takes down all stages up to a number. The numbers are public, rise along the table and have gaps;
+//   a number in a gap takes down the stages below it.
 #include "framework/kernel/framework_initializer.h"
 
 #include "framework/basic/aatree.h"
@@ -51,7 +60,7 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_AATREE, InitializeCAATreeBase, FinalizeCAATreeBase},
     {EStage::eFROM_STRING_FORMAT, InitializeQvStringFormat, FinalizeQvStringFormat},
     {EStage::eFROM_FAULT, InitializeQvFault, FinalizeQvFault},
-    // Draws random bytes, and so seeds the generator, which a later stage sets back. ARCHITECTURE.md tells why.
+    // Draws random bytes and so seeds the generator, which a later stage resets. ARCHITECTURE.md tells why.
     {EStage::eFROM_CRYPTO, InitializeCCrypto, FinalizeCCrypto},
     {EStage::eFROM_AES, InitializeCAesBremoFwOpenSsl, FinalizeCAesBremoFwOpenSsl},
     {EStage::eFROM_SECURE_PRNG, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw},
@@ -59,8 +68,8 @@ constexpr SStage g_astStages[] = {
 };
 constexpr int g_nStageCount = sizeof(g_astStages) / sizeof(g_astStages[0]);
 
-// At full shut-down these go before all others: threads that the framework started may use every other module until
-// they have ended.
+// At full shut-down these go before all others: until the threads that the framework started have ended, they may use
+// every other module.
 constexpr EStage g_aeFirstDown[] = {EStage::eFROM_TRACE_KERNEL, EStage::eFROM_THREAD};
 
 bool GoesDownFirst(EStage eStage)
@@ -79,7 +88,7 @@ void FinalizeFirstDown()
     }
 }
 
-// Takes down the stages that were reached, whether a later one fails or throws.
+// Takes down the stages that came up, if a later one fails or throws.
 class CStartUp
 {
 public:
@@ -118,7 +127,7 @@ QvResult CFrameworkInitializer::Initialize()
 
 void CFrameworkInitializer::Finalize()
 {
-    // Unguarded on purpose: without a matching Initialize() the count wraps.
+    // Not guarded against 0: without a matching Initialize() the count wraps, as the header says.
     if (ms_uInitializationCount-- == 1) PartialFinalize(eFROM_ALL);
 }
 

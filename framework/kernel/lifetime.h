@@ -11,7 +11,8 @@
 
 namespace orvel_internal
 {
-/// Passes on a pointer that a module has only while it is up. Cost: one branch that is predicted.
+/// Returns the pointer, which a module has only while it is up; ends the process as above if it is null. Cost: one
+/// predicted branch.
 template <typename T>
 inline T* RequireUp(T* pModuleObject, const char* pszClass) noexcept
 {
@@ -19,7 +20,7 @@ inline T* RequireUp(T* pModuleObject, const char* pszClass) noexcept
     return pModuleObject;
 }
 
-/// Tells later complaints that the framework has been up. Called by CFrameworkInitializer.
+/// Records for later messages that the framework has been up. Called by CFrameworkInitializer.
 QV_HIDDEN void NoteFrameworkUp() noexcept;
 }  // namespace orvel_internal
 

@@ -17,7 +17,7 @@ struct SEmitted
 
 CMutex::CMutex()
 {
-    // The attribute object stays undestroyed: it owns nothing.
+    // The attribute object is not destroyed: it owns nothing.
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
     pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);

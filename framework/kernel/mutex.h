@@ -9,7 +9,7 @@
 ///
 /// Threads    Every member, from any thread; only the thread that locked unlocks, as often as it locked.
 /// Lifetime   Destroy it only unlocked. Construction allocates nothing, so static storage will do.
-/// Failure    None is reported: what the operating system answers is ignored.
+/// Failure    None is reported: the results of the operating system are ignored.
 /// Source     POSIX, PTHREAD_MUTEX_RECURSIVE.
 class QV_EXPORT CMutex
 {
@@ -49,7 +49,7 @@ private:
     const CMutex* m_pMutex;
 };
 
-/// The same for short sections in which no thread is started: while the process has only one, nothing is locked.
+/// The same for short sections in which no thread is started: while the process has only one thread, nothing is locked.
 class CBriefMutexGuard
 {
 public:

@@ -8,7 +8,7 @@ COsVersion::EOsVersion g_eOsVersion = COsVersion::eUNKNOWN;
 
 COsVersion::EOsVersion COsVersion::GetOsVersion()
 {
-    // Every thread may ask, and all store the same.
+    // Any thread may run this, and all store the same value.
     std::atomic_ref<EOsVersion>(g_eOsVersion).store(eLINUX, std::memory_order_relaxed);
     return eLINUX;
 }

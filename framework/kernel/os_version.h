@@ -8,7 +8,7 @@ class QV_EXPORT COsVersion
 public:
     enum EOsVersion : unsigned int
     {
-        /// Nobody has asked yet.
+        /// GetOsVersion() was not called yet.
         eUNKNOWN = 0,
         eLINUX = 6
     };

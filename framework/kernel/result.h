@@ -21,7 +21,7 @@ constexpr QvResult QV_RES_FAIL = static_cast<QvResult>(0x80000001);
 constexpr QvResult QV_RES_INVALID_STATE = static_cast<QvResult>(0x80000002);
 /// A null pointer, an index out of range, a malformed text or a wrong length.
 constexpr QvResult QV_RES_INVALID_ARGUMENT = static_cast<QvResult>(0x80000003);
-/// Memory could not be had.
+/// Memory allocation failed.
 constexpr QvResult QV_RES_OUT_OF_MEMORY = static_cast<QvResult>(0x80000007);
 /// An equal element, or a component class of that identifier, is there already.
 constexpr QvResult QV_RES_ALREADY_EXISTS = static_cast<QvResult>(0x80000009);
@@ -29,7 +29,7 @@ constexpr QvResult QV_RES_ALREADY_EXISTS = static_cast<QvResult>(0x80000009);
 constexpr QvResult QV_RES_THREAD_ATTRIBUTES = static_cast<QvResult>(0x80008417);
 /// The operating system refused to create a thread.
 constexpr QvResult QV_RES_THREAD_CREATE_FAILED = static_cast<QvResult>(0x80008418);
-/// The calling thread has no framework record, or memory for its thread-specific data could not be had.
+/// The calling thread has no framework record, or allocating its thread-specific data failed.
 constexpr QvResult QV_RES_TSD_UNAVAILABLE = static_cast<QvResult>(0x80008419);
 /// The key of thread-specific data is unknown.
 constexpr QvResult QV_RES_TSD_KEY_NOT_FOUND = static_cast<QvResult>(0x8000841A);

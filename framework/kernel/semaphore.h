@@ -39,8 +39,8 @@ public:
 
     /// Raises the count and wakes one waiter; then, if bYield, lets another thread run.
     void Signal(bool bYield) const;
-    /// What Wait(0) answers, but without asking the system to wait for no time at all, which may put the thread to
-    /// sleep.
+    /// The same as Wait(0), but without a timed wait of the system, which may put the thread to sleep even for a time
+    /// of 0.
     QV_HIDDEN bool TakeIfFree() const;
 
 private:
@@ -83,8 +83,8 @@ public:
     bool Wait() const;
     bool Wait(unsigned long uTimeoutMs) const;
     void Signal(bool bYield) const;
-    /// What Wait(0) answers, but without asking the system to wait for no time at all, which may put the thread to
-    /// sleep.
+    /// The same as Wait(0), but without a timed wait of the system, which may put the thread to sleep even for a time
+    /// of 0.
     QV_HIDDEN bool TakeIfFree() const;
 
 private:

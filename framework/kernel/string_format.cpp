@@ -25,7 +25,7 @@ const char* FormatOrEmpty(const char* pszFormat)
     return pszFormat != nullptr ? pszFormat : "";
 }
 
-// The text again, cut to nSize characters and without a terminator.
+// Formats the text again, cut to nSize characters and without a terminator.
 void FormatCut(char* pszBuf, int nSize, const char* pszFormat, va_list args)
 {
     const size_t uSize = static_cast<size_t>(nSize);
@@ -38,12 +38,12 @@ void FormatCut(char* pszBuf, int nSize, const char* pszFormat, va_list args)
         pszText = pszLong.get();
     }
     vsnprintf(pszText, uSize + 1, pszFormat, args);
-    // Not memcpy(): a NUL that the text itself holds ends it, and zeros follow.
+    // Not memcpy(): if the text itself contains a NUL, it ends there, and zeros follow.
     strncpy(pszBuf, pszText, uSize);
 }
 
-// Writes the digits of uValue so that they end at pszEnd; returns where they begin. The base is a type of its own where
-// the compiler can turn the division by it into a multiplication.
+// Writes the digits of uValue so that they end at pszEnd; returns where they begin. For some bases, Base is a type that
+// holds the value as a constant, so that the compiler can turn the division by it into a multiplication.
 template <typename Base>
 char* WriteDigits(char* pszEnd, uint64_t uValue, Base base)
 {
@@ -73,7 +73,7 @@ bool IsHexDigit(unsigned char uCharacter)
     return isxdigit(uCharacter) != 0;
 }
 
-// The value of a digit or letter; whatever else is passed gets a value that means nothing.
+// The value of a digit or letter; for any other character the result is meaningless.
 unsigned int DigitValue(unsigned char uCharacter)
 {
     if (uCharacter >= '0' && uCharacter <= '9') return uCharacter - unsigned{'0'};
@@ -151,7 +151,8 @@ unsigned int AsciiToHex(bool bUpperCase, const unsigned char* puIn, unsigned int
 {
     const char* const pszDigits = bUpperCase ? "0123456789ABCDEF" : "0123456789abcdef";
     unsigned int uWritten = 0;
-    // An 8-bit index on purpose: from 256 bytes on, the input is encoded over and over.
+    // The index has 8 bits, so that an input of 256 bytes or more starts over after its 256th byte: kept, and pinned by
+    // CAsciiToHex.StartsOverAfter256Bytes.
     for (uint8_t uIndex = 0; uIndex < uInSize && uint64_t{uWritten} + 1 < uOutSize; ++uIndex)
     {
         puOut[uWritten] = static_cast<unsigned char>(pszDigits[puIn[uIndex] >> 4]);

@@ -1,3 +1,16 @@
+// The up-time. times() gives a tick count of which 32 bits are used. Each reading adds its distance to the reading
+// before, modulo 2^32, to a sum of 64 bits.
+//
+// A cycle. The stop semaphore is the state: free while no cycle is under way, taken while there is one.
+// StartCyclicWait() takes it. CyclicWait() waits for it, but at most until the period ends: a time-out is the normal
+// end of a period; getting the semaphore means that StopCyclicWait() has signalled it, and it is made free again.
+// ```
+//   m_uNextMs                    m_uNextMs + m_uPeriodMs
+//   |------- the period ---------|---------------------->
+//        ^ now: wait for the rest      ^ now: late, true at once
+// ```
+// m_uNextMs is where the current period begins. The end of a wait moves it on by one period, so that delays do not add
+// up. A stop sets both numbers to 0: from then on every wait is late, and so returns true at once.
 #include "framework/kernel/timer.h"
 
 #include <sys/times.h>
@@ -20,7 +33,7 @@ CBinarySemaphore* CTimer::ms_psemWait = nullptr;
 
 namespace
 {
-// The plan of a cycle is read by the waiting thread while another one may be stopping it.
+// m_uNextMs and m_uPeriodMs are atomic: the waiting thread reads them while another thread may be stopping the cycle.
 uint64_t Load(uint64_t& ruPlan)
 {
     return std::atomic_ref<uint64_t>(ruPlan).load(std::memory_order_relaxed);
@@ -43,7 +56,7 @@ unsigned long CTimer::GetSystemUpTimeMs()
     const CMutexGuard guard(orvel_internal::RequireUp(ms_pmutexThreadingProtection, "CTimer"));
     tms unused;
     const uint32_t uTick = static_cast<uint32_t>(times(&unused));
-    ms_uSysUpTimeTick += uTick - ms_uLastSysUpTimeTick;  // 32-bit difference on purpose: right across a wrap.
+    ms_uSysUpTimeTick += uTick - ms_uLastSysUpTimeTick;  // a difference of 32 bits, which is right across a wrap
     ms_uLastSysUpTimeTick = uTick;
     return ms_uSysUpTimeTick * 1000 / ms_uTickPerSec;
 }
@@ -64,7 +77,9 @@ bool CTimer::CyclicWait(bool bResynchronize)
     const bool bLate = static_cast<int64_t>(uRemainingMs) < 0;
     if (bLate && bResynchronize && uPeriodMs != 0)
     {
-        Store(m_uNextMs, uNowMs + uRemainingMs % uPeriodMs);  // Of the wrapped difference: callers rely on it.
+        // The remainder of the wrapped, unsigned difference, so that the new beginning is off the planned grid: kept,
+        // and pinned by CTimerResync.BeginsThePeriodAtNowPlusTheUnsignedRemainderModuloThePeriod.
+        Store(m_uNextMs, uNowMs + uRemainingMs % uPeriodMs);
         return true;
     }
     const bool bStopped = !bLate && m_semStop.Wait(uRemainingMs);

@@ -111,9 +111,10 @@ QV_EXPORT void QvTraceToDebugger(EQvTraceLevel eLevel, EQvTraceCategory eCategor
 
 QV_EXPORT void QvTraceAllCallStacks(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId);
 
-/// Module start-up and shut-down, called by CFrameworkInitializer; start-up returns QV_RES_OK. The kernel's offers
-/// QvTraceSetSysTimeFormatHandler() a handler that writes the system's up-time in milliseconds, as a decimal number and
-/// in the manner of QvUnsignedInt64ToString(): an engine linked in its place stamps its traces with that.
+/// Module start-up and shut-down, called by CFrameworkInitializer; start-up returns QV_RES_OK. That of the trace kernel
+/// passes QvTraceSetSysTimeFormatHandler() a handler that writes the system's up-time in milliseconds as a decimal
+/// number, like QvUnsignedInt64ToString(). An engine that is linked in place of that function stamps its traces with
+/// it.
 QV_EXPORT QvResult InitializeQvTraceKernel();
 QV_EXPORT void FinalizeQvTraceKernel();
 QV_EXPORT QvResult InitializeQvTraceTime();

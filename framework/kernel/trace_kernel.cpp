@@ -1,4 +1,5 @@
-// Apart from the setters, so that a trace engine that a program links in their place is offered the time stamp.
+// In a file of its own: a program may link a trace engine in place of the setters in trace.cpp, and this start-up then
+// passes the time stamp handler to that engine.
 #include "framework/kernel/string_format.h"
 #include "framework/kernel/timer.h"
 #include "framework/kernel/trace.h"

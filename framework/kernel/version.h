@@ -16,7 +16,7 @@ public:
     /// SetStr(); the parts are indeterminate when it refuses the text. Where that can happen, construct without a text
     /// and call SetStr().
     CVersion(const char* pszVersion);
-    /// Out of line like the copy constructor: a version does not travel in registers.
+    /// Not inline, like the copy constructor: so a version is not passed in registers.
     ~CVersion();  // NOLINT(performance-trivially-destructible)
     CVersion& operator=(const CVersion& rOther);
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/basic/string.h"
 #include "tests/support/blob_probe.h"
 #include "tests/support/test_allocator.h"
 
@@ -361,4 +362,75 @@ TEST(CBlobMarshal, ReadingOverwritesTheBytesAndLeavesTheCursors)
     EXPECT_EQ(uCapacity, blob.GetCapacity());
     ASSERT_EQ(QV_RES_OK, blob.Resize(5u));
     EXPECT_EQ((Bytes{7, 8, 3, 4, 0xA0}), BytesOf(blob));
+}
+
+TEST(CBlobMarshal, AllThatIsUnreadBecomesTheContent)
+{
+    // In the object, up to its end, in a block behind it, and in many.
+    for (const unsigned int uSize : {0u, 1u, 56u, 57u, 144u, 145u, 1000u})
+    {
+        SCOPED_TRACE(uSize);
+        const Bytes bytes = Counted(uSize);
+        CMarshaler marshaler;
+        marshaler.Insert("read", 4);
+        marshaler.Insert(bytes.data(), uSize);
+        marshaler.Skip(4);
+        CTestAllocator allocator;
+        CBlob blob(&allocator);
+        EXPECT_TRUE(marshaler.ExtractAll(blob));
+        EXPECT_EQ(bytes, BytesOf(blob));
+        EXPECT_EQ(uSize, blob.GetCapacity());
+        EXPECT_EQ(0u, marshaler.GetUnreadSize());
+        marshaler << 5u;
+        EXPECT_EQ(4u, marshaler.GetUnreadSize()) << "the stream goes on";
+    }
+}
+
+TEST(CBlobMarshal, TheContentBeforeGoesWithItsCursors)
+{
+    CMarshaler marshaler;
+    marshaler << static_cast<unsigned char>(7);
+    CBlob blob = BlobInUse(nullptr);
+    const unsigned int uCapacity = blob.GetCapacity();
+    ASSERT_TRUE(marshaler.ExtractAll(blob));
+    EXPECT_EQ((Bytes{7}), BytesOf(blob));
+    EXPECT_EQ(g_stFRESH, CursorsOf(blob));
+    EXPECT_EQ(uCapacity, blob.GetCapacity());
+}
+
+TEST(CBlobMarshal, WithoutRoomForAllNothingIsTaken)
+{
+    CMarshaler marshaler;
+    marshaler << 0x01020304u << 5u;
+    CTestAllocator allocator;
+    CBlob blob = BlobInUse(&allocator);
+    ASSERT_EQ(QV_RES_OK, blob.ReduceCapacity(0));
+    const Bytes before = BytesOf(blob);
+    const SBlobCursors stBefore = CursorsOf(blob);
+    allocator.SetRefusing(true);
+    EXPECT_FALSE(marshaler.ExtractAll(blob));
+    EXPECT_EQ(before, BytesOf(blob));
+    EXPECT_EQ(stBefore, CursorsOf(blob));
+    EXPECT_EQ(8u, marshaler.GetUnreadSize());
+}
+
+TEST(CBlobText, AStringAddsItsCharactersWithoutTheirNul)
+{
+    CBlob blob = BlobOf({1});
+    const SBlobCursors stBefore = CursorsOf(blob);
+    EXPECT_EQ(QV_RES_OK, blob.Append(CString("ab")));
+    EXPECT_EQ(QV_RES_OK, blob.Append(CString()));
+    EXPECT_EQ(QV_RES_OK, blob.Append("c"));
+    EXPECT_EQ((Bytes{1, 'a', 'b', 'c'}), BytesOf(blob));
+    EXPECT_EQ(4u, blob.GetCapacity());
+    EXPECT_EQ(stBefore, CursorsOf(blob));
+}
+
+TEST(CBlobText, ANulInsideAStringIsACharacter)
+{
+    CString strText("a-b");
+    strText.SetAt(1, '\0');
+    CBlob blob;
+    EXPECT_EQ(QV_RES_OK, blob.Append(strText));
+    EXPECT_EQ((Bytes{'a', 0, 'b'}), BytesOf(blob));
 }

@@ -232,6 +232,11 @@ void TryBlobAppend(CTrial& rTrial)
 {
     TryBytes(rTrial, {1, 2, 3, 1, 2, 3}, [](CBlob& r) { return r.Append(g_auBefore.data(), 3); });
 }
+void TryBlobAppendString(CTrial& rTrial)
+{
+    const CString strText("\1\2");
+    TryBytes(rTrial, {1, 2, 3, 1, 2}, [&](CBlob& r) { return r.Append(strText); });
+}
 void TryBlobAppendBits(CTrial& rTrial)
 {
     TryBytes(rTrial, {1, 2, 3, 1, 2}, [](CBlob& r) { r.AppendBits(g_auBefore.data(), 16, 0); });
@@ -266,6 +271,17 @@ void TryBlobExtract(CTrial& rTrial)
 }
 
 // What found no room is not there; what was written before is.
+void TryMarshalerExtractAll(CTrial& rTrial)
+{
+    const Bytes many(200, 9);
+    CMarshaler marshaler;
+    marshaler.Insert(many.data(), 200);
+    CBlob blob(g_auBefore.data(), 3u, 3u, rTrial.Source());
+    rTrial.Run([&] { return marshaler.ExtractAll(blob) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY; });
+    rTrial.ExpectResult();
+    rTrial.ExpectState(g_auBefore, many, BytesOf(blob));
+    EXPECT_EQ(rTrial.IsDone() ? 0u : 200u, marshaler.GetUnreadSize());
+}
 void TryMarshalerInsert(CTrial& rTrial)
 {
     CMarshaler marshaler;
@@ -407,12 +423,14 @@ std::vector<SOperation> DataOperations()
         {"CBlob Insert", TryBlobInsert, true},
         {"CBlob Insert blob", TryBlobInsertBlob, true},
         {"CBlob Append", TryBlobAppend, true},
+        {"CBlob Append string", TryBlobAppendString, true},
         {"CBlob AppendBits", TryBlobAppendBits, true},
         {"CBlob PadBits", TryBlobPadBits, true},
         {"CBlob ReserveCapacity", TryBlobReserve, true},
         {"CBlob ReduceCapacity", TryBlobReduce, true},
         {"CBlob extract", TryBlobExtract, true},
         {"CMarshaler Insert", TryMarshalerInsert, false},
+        {"CMarshaler ExtractAll", TryMarshalerExtractAll, true},
         {"CMarshaler copy", TryMarshalerCopy, false},
         {"CMarshaler assign", TryMarshalerAssign, false},
         {"CPool Allocate", TryPoolAllocate, false},
