@@ -15,6 +15,7 @@
 #include "framework/crypto/cpu_features.h"
 #include "tests/support/aes_model.h"
 #include "tests/support/aes_oracle.h"
+#include "tests/support/bytes.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/page_end.h"
 #include "tests/support/test_seed.h"
@@ -22,8 +23,6 @@
 namespace
 {
 using namespace orvel_internal;
-using Bytes = std::vector<unsigned char>;
-
 constexpr CCipher::EAction g_aeActions[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
 constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
                                         CCipher::eMODE_OFB};

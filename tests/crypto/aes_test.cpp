@@ -673,32 +673,6 @@ TEST(CAesObject, TellsWhatItIs)
     EXPECT_EQ(5u, pModes->GetCapacity());
 }
 
-TEST(CAesObject, HoldsItsFieldsInTheirOrder)
-{
-    ASSERT_EQ(384u, sizeof(CAes));
-    ASSERT_EQ(376u, sizeof(CAesBremoFwOpenSsl));
-    CAes aes;
-    EXPECT_EQ(reinterpret_cast<char*>(&aes) + 8, reinterpret_cast<char*>(static_cast<CAesBremoFwOpenSsl*>(&aes)));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 16));
-    EXPECT_EQ(5u, LoadAt<unsigned int>(&aes, 20));
-    EXPECT_EQ(Data(52, 0), BytesAt(&aes, 24, 52));
-    ASSERT_EQ(QV_RES_OK, Begin(aes, CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, Key(32), g_iv));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&aes, 76));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 80));
-    EXPECT_EQ(14, LoadAt<int>(&aes, 84 + 240)) << "the schedule's rounds";
-    EXPECT_EQ(g_iv, BytesAt(&aes, 328, 16));
-    Data out;
-    ASSERT_NO_FATAL_FAILURE(Feed(aes, Key(18).data(), 18, out));
-    EXPECT_EQ(16, BytesAt(&aes, 328, 16)[15]) << "the counter has moved";
-    EXPECT_EQ(Key(18)[16], BytesAt(&aes, 344, 16)[0]);
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 360));
-    ASSERT_NO_FATAL_FAILURE(Finish(aes, out));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&aes, 364));
-    Data counter = g_iv;
-    counter[15] = 16;
-    EXPECT_EQ(EvpCrypt(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, Key(32), g_iv, counter), BytesAt(&aes, 368, 16));
-}
-
 TEST(CAesObject, CopiesGoOnByThemselves)
 {
     const Data bytes = Key(64);

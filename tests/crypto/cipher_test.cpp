@@ -9,7 +9,6 @@
 
 #include "framework/crypto/aes.h"
 #include "framework/crypto/base64.h"
-#include "tests/support/object_bytes.h"
 
 namespace
 {
@@ -27,43 +26,6 @@ public:
     // Told the size in bytes, as by every vector.
     void Release(SBlock* pChain, unsigned int uSize) override { EXPECT_EQ(0, munmap(pChain, uSize)); }
 };
-
-TEST(CCipherInterface, EveryOperationHasItsSlot)
-{
-    typedef QvResult (CCipher::*PFNBegin)(CCipher::EAction, CCipher::EMode, const uint8_t*, unsigned int,
-                                          const uint8_t*, unsigned int);
-    typedef QvResult (CCipher::*PFNUpdate)(const uint8_t*, unsigned int, uint8_t*, unsigned int*);
-    typedef QvResult (CCipher::*PFNEnd)(uint8_t*, unsigned int*);
-    typedef QvResult (CCipher::*PFNBlobBegin)(CCipher::EAction, CCipher::EMode, const CBlob*, const CBlob*);
-    typedef QvResult (CCipher::*PFNBlobUpdate)(const CBlob*, CBlob*, bool);
-    typedef QvResult (CCipher::*PFNBlobEnd)(CBlob*, bool);
-    // The destructor has the first two entries.
-    EXPECT_EQ(2, SlotOf<PFNBegin>(&CCipher::Begin));
-    EXPECT_EQ(3, SlotOf<PFNUpdate>(&CCipher::Update));
-    EXPECT_EQ(4, SlotOf<PFNEnd>(&CCipher::End));
-    EXPECT_EQ(5, SlotOf<PFNBlobBegin>(&CCipher::Begin));
-    EXPECT_EQ(6, SlotOf<PFNBlobUpdate>(&CCipher::Update));
-    EXPECT_EQ(7, SlotOf<PFNBlobEnd>(&CCipher::End));
-    EXPECT_EQ(8, SlotOf(&CCipher::GetAlgorithm));
-    EXPECT_EQ(9, SlotOf(&CCipher::GetBlockSizeInBits));
-    EXPECT_EQ(10, SlotOf(&CCipher::GetBlockSizeInByte));
-    EXPECT_EQ(11, SlotOf(&CCipher::GetSupportedModes));
-}
-
-TEST(CCipherInterface, EnumeratorsHaveTheirValues)
-{
-    EXPECT_EQ(0u, unsigned{CCipher::eACTION_DECRYPT});
-    EXPECT_EQ(1u, unsigned{CCipher::eACTION_ENCRYPT});
-    EXPECT_EQ(2u, unsigned{CCipher::eACTION_DEFAULT});
-    EXPECT_EQ(0u, unsigned{CCipher::eMODE_CBC});
-    EXPECT_EQ(1u, unsigned{CCipher::eMODE_CFB});
-    EXPECT_EQ(2u, unsigned{CCipher::eMODE_CTR});
-    EXPECT_EQ(3u, unsigned{CCipher::eMODE_ECB});
-    EXPECT_EQ(4u, unsigned{CCipher::eMODE_OFB});
-    EXPECT_EQ(5u, unsigned{CCipher::eMODE_DEFAULT});
-    EXPECT_EQ(8u, sizeof(CCipher));
-    EXPECT_EQ(4u, sizeof(CCipher::EMode));
-}
 
 TEST(CCipherInterface, OneCodeDrivesAnyCipher)
 {

@@ -3,20 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "tests/support/derived.h"
 #include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/prng_probe.h"
-#include "tests/support/vtable.h"
-
-static_assert(std::is_base_of_v<CSingleton<CCrypto>, CCrypto>);
-static_assert(std::is_base_of_v<CSingletonBase, CCrypto>);
-static_assert(sizeof(CCrypto) == sizeof(void*) + sizeof(CMutex), "one member, the mutex");
 
 namespace
 {
@@ -180,10 +173,4 @@ TEST(CCryptoStartUp, GathersTheSeed)
     EXPECT_EQ(QV_RES_OK, InitializeCCrypto());
     EXPECT_TRUE(CPrngProbe::ms_bInitialized);
     EXPECT_EQ(2u, BlockCounter());
-}
-
-TEST(CCryptoLock, HasAVirtualDestructorAndNothingElseVirtual)
-{
-    const CCrypto crypto;
-    EXPECT_EQ((std::vector<std::string>{"_ZN7CCryptoD1Ev", "_ZN7CCryptoD0Ev"}), VtableSlots(&crypto));
 }

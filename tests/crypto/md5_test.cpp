@@ -7,8 +7,6 @@
 #include "tests/support/test_seed.h"
 #include "tests/support/zero_pages.h"
 
-static_assert(sizeof(CMd5BremoFw) == 96 && sizeof(CMd5) == 104);
-
 namespace
 {
 // Offsets in CMd5BremoFw, behind the pointer to its virtual table.

@@ -11,6 +11,7 @@
 #include "framework/crypto/cpu_features.h"
 #include "framework/crypto/hmac.h"
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/sha_model.h"
@@ -18,8 +19,6 @@
 namespace
 {
 using namespace orvel_internal;
-using Bytes = std::vector<unsigned char>;
-
 constexpr std::size_t g_uStackSize = 256 * 1024;
 
 const Bytes g_key = {0x9c, 0x11, 0xd8, 0x27, 0x53, 0xbe, 0x40, 0xf6, 0x8a, 0x6d,

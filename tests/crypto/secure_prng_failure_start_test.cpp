@@ -6,12 +6,11 @@
 #include "framework/crypto/crypto.h"
 #include "framework/crypto/sha1.h"
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 constexpr QvResult g_resFailure = QV_RES_ALREADY_EXISTS;
 
 int g_nLocks = 0;

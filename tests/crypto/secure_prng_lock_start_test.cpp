@@ -6,12 +6,11 @@
 
 #include "framework/crypto/crypto.h"
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 struct SState
 {
     Bytes current = BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 24);

@@ -5,12 +5,11 @@
 #include <algorithm>
 
 #include "framework/kernel/framework_initializer.h"
+#include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 std::vector<Bytes> g_seeds;
 unsigned int g_uRequests = 0;
 bool g_bForKey = true;

@@ -8,30 +8,16 @@
 #include <atomic>
 #include <string>
 #include <thread>
-#include <type_traits>
 
+#include "tests/support/bytes.h"
+#include "tests/support/object_bytes.h"
 #include "tests/support/prng_model.h"
 #include "tests/support/run_program.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
-#include "tests/support/vtable.h"
-
-static_assert(std::is_base_of_v<CSecurePrngBremoFw, CSecurePrng>);
-static_assert(std::has_virtual_destructor_v<CSecurePrngBremoFw> && std::has_virtual_destructor_v<CSecurePrng>);
-static_assert(sizeof(CSecurePrngBremoFw) == sizeof(void*) && sizeof(CSecurePrng) == sizeof(void*));
-static_assert(sizeof(CPrngProbe::ms_auSeed) == 20 && sizeof(CPrngProbe::ms_auCurrentBytes) == 24);
-static_assert(std::is_same_v<decltype(CPrngProbe::ms_uBytesRemaining), unsigned int>);
-static_assert(std::is_same_v<decltype(CPrngProbe::ms_bInitialized), bool>);
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
-Bytes BytesOf(const CBlob& rblob)
-{
-    return {rblob.begin(), rblob.end()};
-}
-
 Bytes Draw(unsigned int uSize)
 {
     Bytes drawn(uSize + 1);
@@ -527,13 +513,4 @@ TEST_F(CPrng, LockKeepsDrawsOut)
     CPrngProbe::Unlock();
     drawing.join();
     EXPECT_FALSE(model.IsStateOfGenerator());
-}
-
-TEST(CSecurePrngObjects, HaveAVirtualDestructorAndNothingElseVirtual)
-{
-    const CSecurePrng prng;
-    const CSecurePrngBremoFw implementation;
-    EXPECT_EQ(2u, VtableSlots(&prng).size());
-    EXPECT_EQ(2u, VtableSlots(&implementation).size());
-    delete static_cast<CSecurePrngBremoFw*>(new CSecurePrng);
 }

@@ -15,13 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/prng_probe.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 // One wait for a device, and the read that may follow.
 struct SPass
 {

@@ -9,8 +9,6 @@
 #include "tests/support/sha_model.h"
 #include "tests/support/test_seed.h"
 
-static_assert(sizeof(CSha1BremoFw) == 104 && sizeof(CSha1) == 112);
-
 namespace
 {
 using sha_model::SSha1;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/sha_model.h"
@@ -9,11 +10,8 @@
 #include "tests/support/test_seed.h"
 #include "tests/support/zero_pages.h"
 
-static_assert(sizeof(CSha256BremoFw) == 120 && sizeof(CSha256) == 128);
-
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 using sha_model::SSha256;
 
 // Offsets in CSha256BremoFw, behind the pointer to its virtual table.

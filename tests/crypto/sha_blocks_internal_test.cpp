@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "framework/crypto/cpu_features.h"
+#include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/sha_model.h"
 #include "tests/support/test_seed.h"
@@ -15,7 +16,6 @@
 namespace
 {
 using namespace orvel_internal;
-using Bytes = std::vector<unsigned char>;
 using Words = std::vector<uint32_t>;
 
 bool HasShaInstructions()

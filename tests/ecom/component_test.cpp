@@ -94,6 +94,7 @@ std::string BytesOf(const SEComGuid& rstGuid)
 TEST_F(CComponents, IdentifiersAreTheNameAndItsNul)
 {
     EXPECT_EQ(std::string("IShape", 7), BytesOf(*IShape::GetIid()));
+    EXPECT_EQ(&IID_IEComUnknown, IEComUnknown::GetIid());
     EXPECT_EQ(std::string("test.Circle", 12), BytesOf(CLSID_Circle));
 }
 

@@ -5,13 +5,10 @@
 #include <atomic>
 #include <string>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "framework/ecom/unknown.h"
 #include "framework/kernel/framework_initializer.h"
-#include "tests/support/object_bytes.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -152,40 +149,6 @@ TEST(SEComGuid, IsEqualBySizeAndBytes)
         EXPECT_FALSE(pfnIsEqual(&stCopy, nullptr));
         EXPECT_FALSE(pfnIsEqual(nullptr, nullptr));
     }
-}
-
-TEST(SEComGuid, OfTheBaseInterfaceIsItsNameWithTheNul)
-{
-    ASSERT_EQ(13u, IID_IEComUnknown.uSize);
-    EXPECT_EQ(std::string("IEComUnknown", 13),
-              std::string(reinterpret_cast<const char*>(IID_IEComUnknown.puData), IID_IEComUnknown.uSize));
-    EXPECT_EQ(&IID_IEComUnknown, IEComUnknown::GetIid());
-}
-
-TEST(CEComLayout, IsTheBinaryInterface)
-{
-    EXPECT_EQ(16u, sizeof(SEComGuid));
-    EXPECT_EQ(4u, LoadAt<unsigned int>(&IID_IEComUnknown, 0) - 9u);
-    EXPECT_EQ(IID_IEComUnknown.puData, LoadAt<const unsigned char*>(&IID_IEComUnknown, 8));
-    const SEComClsInfo stInfo = {&g_stClsid, CThing::Create};
-    EXPECT_EQ(16u, sizeof(stInfo));
-    EXPECT_EQ(&g_stClsid, LoadAt<const SEComGuid*>(&stInfo, 0));
-
-    EXPECT_EQ(0, SlotOf(&IEComUnknown::QueryIf));
-    EXPECT_EQ(1, SlotOf(&IEComUnknown::AddIfRef));
-    EXPECT_EQ(2, SlotOf(&IEComUnknown::ReleaseIfRef));
-    CEComUnknown* const pObject = new CEComUnknown(nullptr);
-    EXPECT_EQ(static_cast<void*>(pObject), static_cast<void*>(static_cast<IEComNonDelegatingUnknown*>(pObject)));
-    EXPECT_EQ(64u, sizeof(CEComUnknown));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(pObject, 56));
-    EXPECT_EQ(
-        (std::vector<std::string>{
-            "_ZN12CEComUnknown20NonDelegatingQueryIfEPK9SEComGuidPPv", "_ZN12CEComUnknown21NonDelegatingAddIfRefEv",
-            "_ZN12CEComUnknown25NonDelegatingReleaseIfRefEv", "_ZN12CEComUnknownD1Ev", "_ZN12CEComUnknownD0Ev",
-            "_ZN12CEComUnknown18InitializeInstanceEv", "_ZN12CEComUnknown20UninitializeInstanceEPb"}),
-        VtableSlots(pObject));
-    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
-    static_assert(std::is_same<QvResult, int>::value);
 }
 
 TEST_F(CEComRegistry, RefusesNullArguments)

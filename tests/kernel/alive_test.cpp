@@ -13,16 +13,11 @@
 #include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
 
-static_assert(sizeof(CAliveObj) == 616 && std::is_base_of_v<CThread, CAliveObj>);
 static_assert(std::is_abstract_v<CAliveObj>);
 
 namespace
 {
 constexpr std::size_t g_uSTATE_AT = 224;
-constexpr std::size_t g_uSTARTED_AT = 232;
-constexpr std::size_t g_uGO_AT = 376;
-constexpr std::size_t g_uACTIVATION_AT = 520;
-constexpr std::size_t g_uSTATE_MUTEX_AT = 568;
 
 /// Runs until it is let go.
 class CWaiting : public CAliveObj
@@ -79,37 +74,7 @@ unsigned int StateOf(const CAliveObj& rObject)
     return LoadAt<unsigned int>(&rObject, g_uSTATE_AT);
 }
 
-template <typename Part>
-const Part& PartOf(const CAliveObj& rObject, std::size_t uOffset)
-{
-    return *reinterpret_cast<const Part*>(reinterpret_cast<const unsigned char*>(&rObject) + uOffset);
-}
 }  // namespace
-
-TEST(CAliveObjLayout, PutsTheBehaviourBehindTheDestructors)
-{
-    // A pointer to a virtual member holds one more than the offset of its slot.
-    EXPECT_EQ(2, SlotOf(&CWaiting::Behavior));
-    EXPECT_EQ(3, SlotOf(&CWaiting::BehaviorTerminating));
-}
-
-TEST(CAliveObjLayout, HoldsStateSemaphoresAndMutexesBehindTheThread)
-{
-    CPlain object;
-    EXPECT_EQ(1u, StateOf(object));
-    for (std::size_t uOffset : {g_uSTARTED_AT, g_uGO_AT})
-    {
-        const CBinarySemaphore& rSemaphore = PartOf<CBinarySemaphore>(object, uOffset);
-        EXPECT_FALSE(rSemaphore.Wait(0)) << "taken";
-        rSemaphore.Signal(false);
-        EXPECT_TRUE(rSemaphore.Wait(1)) << "with timed waits";
-    }
-    for (std::size_t uOffset : {g_uACTIVATION_AT, g_uSTATE_MUTEX_AT})
-    {
-        EXPECT_TRUE(PartOf<CMutex>(object, uOffset).TryLock());
-        PartOf<CMutex>(object, uOffset).Unlock();
-    }
-}
 
 TEST(CAliveObj, IsUnbornThenAliveThenDead)
 {

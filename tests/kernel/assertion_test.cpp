@@ -3,9 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <string>
-#include <type_traits>
 
 namespace
 {
@@ -94,13 +92,6 @@ protected:
 };
 using TRegistries = testing::Types<SFail, STrace, SCallStackTrace, SFinalBehavior>;
 TYPED_TEST_SUITE(CAssertRegistry, TRegistries);
-
-TYPED_TEST(CAssertRegistry, KeepsTheFunctionFirstAndTheOpaqueValueBehindIt)
-{
-    using TFields = typename TypeParam::TRecord;
-    static_assert(offsetof(TFields, pfnHandler) == 0 && offsetof(TFields, uOpaque) == sizeof(void*));
-    static_assert(std::is_same_v<unsigned int, decltype(TFields::uOpaque)> && sizeof(TFields) == 16);
-}
 
 TYPED_TEST(CAssertRegistry, StartsWithTheDefault)
 {
@@ -202,13 +193,6 @@ TYPED_TEST(CAssertRegistry, IsNullWhileTheModuleIsDownAndTheSameRecordAfterwards
     EXPECT_EQ(QV_RES_OK, InitializeQvAssert());
     EXPECT_EQ(pstCurrent, TypeParam::Current());
     ExpectDefault<TypeParam>();
-}
-
-TEST(CAssertFailHandler, TakesTheOpaqueValueTextsAndNumbersOfTheAssertion)
-{
-    using TWanted = void (*)(unsigned int, const char*, int, const char*, const char*, unsigned int);
-    static_assert(std::is_same_v<TWanted, decltype(SAssertFailHandler::pfnHandler)>);
-    static_assert(std::is_same_v<TWanted, decltype(&QvDefaultAssertFailHandler)>);
 }
 
 TEST(CAssertFailHandler, TheDefaultReturnsWhateverItIsGiven)

@@ -2,22 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <type_traits>
-
 #include "framework/kernel/assertion.h"
 #include "framework/kernel/singleton.h"
 #include "tests/support/timer_probe.h"
 
 using TInit = CFrameworkInitializer;
-static_assert(std::is_same_v<std::underlying_type_t<TInit::EFinalizeFrom>, int>);
-static_assert(TInit::eFROM_ASSERT == 1 && TInit::eFROM_RESULT == 3 && TInit::eFROM_THREAD == 5);
-static_assert(TInit::eFROM_DEFAULT_ALLOCATOR == 7 && TInit::eFROM_SINGLETON == 8 && TInit::eFROM_STRING == 9);
-static_assert(TInit::eFROM_EVENT_NOTIFIER == 10 && TInit::eFROM_TIMER == 11 && TInit::eFROM_TRACE_KERNEL == 12);
-static_assert(TInit::eFROM_TIME == 13 && TInit::eFROM_TRACE_TIME == 14 && TInit::eFROM_ECOM == 15);
-static_assert(TInit::eFROM_POOL == 17 && TInit::eFROM_AATREE == 18 && TInit::eFROM_STRING_FORMAT == 26);
-static_assert(TInit::eFROM_FAULT == 27 && TInit::eFROM_CRYPTO == 29 && TInit::eFROM_AES == 35);
-static_assert(TInit::eFROM_SECURE_PRNG == 36 && TInit::eFROM_SECURE_SEED == 37 && TInit::eFROM_ALL == 38);
-static_assert(std::is_same_v<unsigned int, decltype(TInit::ms_uInitializationCount)>);
 
 namespace
 {

@@ -2,21 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <new>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
 #include "tests/support/free_mutex.h"
-#include "tests/support/object_bytes.h"
 #include "tests/support/real_mutex.h"
-#include "tests/support/vtable.h"
 
-static_assert(std::is_polymorphic_v<CMutex> && std::has_virtual_destructor_v<CMutex>);
-static_assert(sizeof(CMutex) == sizeof(void*) + sizeof(pthread_mutex_t));
 static_assert(!std::is_copy_constructible_v<CMutex> && !std::is_copy_assignable_v<CMutex>);
 
 namespace
@@ -30,36 +24,6 @@ extern "C" QV_EXPORT int pthread_mutex_destroy(pthread_mutex_t* pMutex) noexcept
 {
     if (static_cast<void*>(pMutex) == g_puWatched) g_destroyedKinds.push_back(pMutex->__data.__kind);
     return RealMutexDestroy(pMutex);
-}
-
-TEST(CMutexLayout, HasTheTwoDestructorsForSlots)
-{
-    const CMutex mutex;
-    EXPECT_EQ((std::vector<std::string>{"_ZN6CMutexD1Ev", "_ZN6CMutexD0Ev"}), VtableSlots(&mutex));
-}
-
-TEST(CMutexLayout, HoldsARecursivePosixMutexBehindTheTablePointer)
-{
-    const CMutex mutex;
-    EXPECT_EQ(PTHREAD_MUTEX_RECURSIVE, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__kind);
-    EXPECT_EQ(0u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
-    mutex.Lock();
-    mutex.Lock();
-    EXPECT_EQ(2u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
-    mutex.Unlock();
-    EXPECT_EQ(1u, LoadAt<pthread_mutex_t>(&mutex, sizeof(void*)).__data.__count);
-    mutex.Unlock();
-}
-
-TEST(CMutexDestructor, LeavesTheStorageZeroed)
-{
-    alignas(CMutex) unsigned char auStorage[sizeof(CMutex)];
-    std::fill_n(auStorage, sizeof(auStorage), static_cast<unsigned char>(0xEE));
-    CMutex* const pMutex = new (auStorage) CMutex;
-    ASSERT_EQ(PTHREAD_MUTEX_RECURSIVE, LoadAt<pthread_mutex_t>(auStorage, sizeof(void*)).__data.__kind);
-    pMutex->~CMutex();
-    EXPECT_EQ(std::vector<unsigned char>(sizeof(pthread_mutex_t)),
-              BytesAt(auStorage, sizeof(void*), sizeof(pthread_mutex_t)));
 }
 
 TEST(CMutexDestructor, DestroysThePosixMutexBeforeItZeroesIt)

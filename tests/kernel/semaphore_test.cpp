@@ -5,24 +5,14 @@
 #include <climits>
 #include <string>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "tests/support/object_bytes.h"
-#include "tests/support/vtable.h"
-
-static_assert(std::is_polymorphic_v<CSemaphore> && std::has_virtual_destructor_v<CSemaphore>);
-static_assert(sizeof(CSemaphore) == 144);
-static_assert(!std::is_polymorphic_v<CBinarySemaphore> && !std::is_base_of_v<CSemaphore, CBinarySemaphore>);
-static_assert(sizeof(CBinarySemaphore) == sizeof(CSemaphore));
-static_assert(CBinarySemaphore::eTAKEN == 0 && CBinarySemaphore::eFREE == 1);
 
 namespace
 {
 constexpr std::size_t g_uCOUNT_AT = 8;
-constexpr std::size_t g_uMAX_COUNT_AT = 12;
 constexpr std::size_t g_uSEM_AT = 104;
-constexpr std::size_t g_uTIMED_WAIT_AT = 136;
 constexpr unsigned long g_uHOUR_MS = 3600000;
 
 /// Takes what is free, and tells how much that was.
@@ -53,14 +43,6 @@ class CSemaphoreKind : public testing::TestWithParam<SKind>
 protected:
     const SKind& m_rstKind = GetParam();
 };
-
-TEST_P(CSemaphoreKind, KeepsItsFieldsWhereTheyBelong)
-{
-    const CSemaphore sem(1, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&sem, g_uCOUNT_AT));
-    EXPECT_EQ(m_rstKind.uMaxCount, LoadAt<unsigned int>(&sem, g_uMAX_COUNT_AT));
-    EXPECT_EQ(m_rstKind.bTimedWait, LoadAt<bool>(&sem, g_uTIMED_WAIT_AT));
-}
 
 TEST_P(CSemaphoreKind, CountsInTheFieldOfItsImplementation)
 {
@@ -224,26 +206,6 @@ TEST_P(CSemaphoreThreads, ATimedWaitEndsWithTheSignalOfAnotherThread)
 
 INSTANTIATE_TEST_SUITE_P(All, CSemaphoreThreads, testing::ValuesIn(g_astKINDS, g_astKINDS + 4),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CSemaphoreLayout, HasTheTwoDestructorsForSlots)
-{
-    const CSemaphore sem(0, 1, false);
-    EXPECT_EQ((std::vector<std::string>{"_ZN10CSemaphoreD1Ev", "_ZN10CSemaphoreD0Ev"}), VtableSlots(&sem));
-}
-
-TEST(CBinarySemaphore, IsASemaphoreOfMaximumOne)
-{
-    for (bool bTimedWait : {false, true})
-    {
-        const CBinarySemaphore taken(CBinarySemaphore::eTAKEN, bTimedWait);
-        EXPECT_EQ(VtableSlots(&taken)[0], "_ZN10CSemaphoreD1Ev");
-        EXPECT_EQ(0u, LoadAt<unsigned int>(&taken, g_uCOUNT_AT));
-        EXPECT_EQ(1u, LoadAt<unsigned int>(&taken, g_uMAX_COUNT_AT));
-        EXPECT_EQ(bTimedWait, LoadAt<bool>(&taken, g_uTIMED_WAIT_AT));
-        const CBinarySemaphore free(CBinarySemaphore::eFREE, bTimedWait);
-        EXPECT_EQ(1u, LoadAt<unsigned int>(&free, g_uCOUNT_AT));
-    }
-}
 
 TEST(CBinarySemaphore, StartsAsTold)
 {

@@ -3,16 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "framework/basic/allocator.h"
 #include "framework/kernel/semaphore.h"
 #include "tests/support/free_mutex.h"
 #include "tests/support/real_mutex.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -164,22 +161,6 @@ TEST_F(CSingletonTest, IsSeenWholeByThreadsThatDoNotLock)
         EXPECT_EQ(3 * CCounted::ms_nConstructed, nSum);
         CCounted::DestroyInstance();
     }
-}
-
-TEST_F(CSingletonTest, IsDestroyedThroughItsVirtualDestructor)
-{
-    static_assert(std::has_virtual_destructor_v<CSingleton<CCounted>>);
-    static_assert(!std::is_polymorphic_v<CSingletonBase> && std::is_empty_v<CSingletonBase>);
-    static_assert(sizeof(CSingleton<CCounted>) == sizeof(void*));
-    static_assert(std::is_base_of_v<CSingletonBase, CSingleton<CCounted>>);
-}
-
-TEST(CSingletonLayout, HasTheTwoDestructorsForSlots)
-{
-    const std::vector<std::string> names = VtableSlots(CDefaultAllocator::Instance());
-    ASSERT_LE(2u, names.size());
-    EXPECT_EQ("_ZN17CDefaultAllocatorD1Ev", names[0]);
-    EXPECT_EQ("_ZN17CDefaultAllocatorD0Ev", names[1]);
 }
 
 TEST(CSingletonModule, KeepsItsMutexInStaticStorageUntilItGoesDown)

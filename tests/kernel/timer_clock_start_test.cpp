@@ -4,10 +4,8 @@
 #include <sys/times.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdint>
 #include <functional>
-#include <thread>
 #include <vector>
 
 #include "tests/support/free_mutex.h"
@@ -194,22 +192,11 @@ TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)
     EXPECT_EQ(5010u, UpTimeAt(501));
 }
 
-TEST_F(CTimerClock, TheModuleKeepsItsLocksInStaticStorage)
+TEST_F(CTimerClock, ShutDownDestroysTheMutexOfTheModule)
 {
-    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_aumutexThreadingProtection),
-              CTimerProbe::ms_pmutexThreadingProtection);
-    EXPECT_EQ(static_cast<void*>(CTimerProbe::ms_ausemWait), CTimerProbe::ms_psemWait);
-    // Taken, of maximum 1, and built for time-outs.
-    EXPECT_EQ(0u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 8));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(CTimerProbe::ms_psemWait, 12));
-    EXPECT_TRUE(LoadAt<bool>(CTimerProbe::ms_psemWait, 136));
-
     CTimer::FinalizeCTimer();
-    EXPECT_EQ(nullptr, CTimerProbe::ms_pmutexThreadingProtection);
-    EXPECT_EQ(nullptr, CTimerProbe::ms_psemWait);
     EXPECT_EQ(std::vector<unsigned char>(sizeof(CMutex) - sizeof(void*)),
-              BytesAt(CTimerProbe::ms_aumutexThreadingProtection, sizeof(void*), sizeof(CMutex) - sizeof(void*)))
-        << "the mutex was not destroyed";
+              BytesAt(CTimerProbe::ms_aumutexThreadingProtection, sizeof(void*), sizeof(CMutex) - sizeof(void*)));
     EXPECT_EQ(QV_RES_OK, InitializeCTimer());
 }
 
@@ -254,15 +241,6 @@ private:
     static constexpr unsigned long g_uMARK = 1;
 };
 }  // namespace
-
-TEST_F(CTimerCycle, ANewTimerIsIdle)
-{
-    EXPECT_EQ(0u, m_timer.Next());
-    EXPECT_EQ(0u, m_timer.Period());
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "free";
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 12));
-    EXPECT_TRUE(LoadAt<bool>(&m_timer, 24 + 136)) << "built for time-outs";
-}
 
 TEST_F(CTimerCycle, StartKeepsThePeriodAndTheMoment)
 {

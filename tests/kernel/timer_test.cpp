@@ -6,17 +6,9 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <climits>
 #include <cstdint>
-#include <string>
 #include <thread>
-#include <type_traits>
 #include <vector>
-
-#include "tests/support/vtable.h"
-
-static_assert(std::is_polymorphic_v<CTimer> && std::has_virtual_destructor_v<CTimer>);
-static_assert(sizeof(CTimer) == 3 * sizeof(uint64_t) + sizeof(CBinarySemaphore));
 
 namespace
 {
@@ -62,12 +54,6 @@ bool CBinarySemaphore::Wait(unsigned long uTimeoutMs) const
     const bool bTaken = m_sem.Wait(uTimeoutMs);
     g_pstWait->uTakenMs = (TimeOfDayUs() - uBeforeUs) / 1000;
     return bTaken;
-}
-
-TEST(CTimerLayout, HasTheTwoDestructorsForSlots)
-{
-    const CTimer timer;
-    EXPECT_EQ((std::vector<std::string>{"_ZN6CTimerD1Ev", "_ZN6CTimerD0Ev"}), VtableSlots(&timer));
 }
 
 TEST(CTimerUpTime, IsThatOfTheSystem)

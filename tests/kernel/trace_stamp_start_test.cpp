@@ -9,6 +9,8 @@
 #include "framework/kernel/timer.h"
 #include "framework/kernel/trace.h"
 
+static_assert((eTRACE_LEVEL_ERROR | eTRACE_LEVEL_INFO) == 10 && (eTRACE_CATEGORY_CALL | eTRACE_CATEGORY_STATE) == 3);
+
 namespace
 {
 PFNQvTraceTimeFormatHandler g_pfnOffered = nullptr;

@@ -13,7 +13,6 @@
 #include "tests/support/object_bytes.h"
 #include "tests/support/test_seed.h"
 
-static_assert(sizeof(CVersion) == 4 && alignof(CVersion) == 1 && !std::is_polymorphic_v<CVersion>);
 static_assert(!std::is_trivially_copyable_v<CVersion>, "does not travel in registers");
 
 namespace
