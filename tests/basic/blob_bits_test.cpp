@@ -16,7 +16,6 @@
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 using Bits = std::vector<bool>;
 
 Bits BitsOf(const Bytes& rBytes)

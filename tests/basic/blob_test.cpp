@@ -17,7 +17,6 @@ static_assert(!std::is_convertible_v<CBlob*, CVectorBase*>, "the vector is a pri
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 
 constexpr SBlobCursors g_stFRESH = {0, 0, 0, 0};
 
