@@ -1,5 +1,34 @@
 #include "framework/ecom/unknown.h"
 
+// An object has two unknowns. The non-delegating one, here, speaks for the object itself: its own count, its own
+// interfaces. The delegating one, IEComUnknown, which every interface extends, speaks for the whole: in an aggregated
+// object it forwards to the outer object, else to the non-delegating one (CEComComponent writes that down).
+//
+//              interfaces of the inner object
+//   user ----> QueryIf, AddIfRef, ReleaseIfRef ----------> outer object: the count of the whole
+//                                                             | holds one reference, through IEComUnknown
+//                                                             v
+//                                                          inner object, non-delegating: its count stays 1
+//
+// The inner object does not count the outer one, or neither would ever end. It ends when the outer one drops it.
+//
+//   count   by
+//   1       the constructor: the reference of CreateEComInstance(), which drops it when the query has added the
+//           caller's, or has failed: so an object whose creation fails ends like any other
+//   n       those who hold interfaces
+//   0       the last release; it has left the mutex when it calls UninitializeInstance()
+//   1       UninitializeInstance() of the base: pairs of references while the object is taken down end nothing again
+//
+// All of these but the first change the count under m_mutex, and GetReferenceCount() reads it there. That is needed for
+// the last release and for the step from 0 to 1 too: who holds no reference may know the object all the same, as a
+// cache does under a lock of its own, and tells by the answer 1 that it came too late. A release answers with the copy
+// that it took under the lock: the object is gone when another thread's release came next. Its mutex is then destroyed
+// by the thread that locked it last, which POSIX allows as soon as the others have unlocked it. Only while the process
+// has one thread the lock is left out (CBriefMutexGuard): none of these sections starts one.
+//
+// Measured: an object that is made, handed out and dropped takes five locks, that of the registry included. Leaving out
+// the last two, where only a cache can notice, saved a quarter of the time, and was wrong.
+
 static_assert(sizeof(CEComUnknown) == 64, "field order and widths are the binary interface");
 
 namespace

@@ -195,6 +195,8 @@ private:
     QV_HIDDEN void Reap();
     QV_HIDDEN void Detach();
     QV_HIDDEN void SetState(EState eState);
+    [[gnu::noinline]] QV_HIDDEN static unsigned int NumberCaller();
+    [[gnu::noinline]] QV_HIDDEN static STsd* MakeTsd();
     QV_HIDDEN static unsigned int NextThreadId();
     QV_HIDDEN static bool IsIdInUse(unsigned int uId);
     QV_HIDDEN static unsigned int NextKeyNumber();

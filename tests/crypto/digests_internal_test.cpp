@@ -1,26 +1,15 @@
 // The SHA classes on the block functions that any processor runs. Oracle: libcrypto.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "framework/crypto/cpu_features.h"
-#include "framework/crypto/hmac.h"
 #include "framework/crypto/sha1.h"
 #include "framework/crypto/sha256.h"
+#include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/test_seed.h"
-#include "tests/support/vector_file.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
-const uint8_t* DataOf(const Bytes& rBytes)
-{
-    static const uint8_t uNone = 0;
-    return rBytes.empty() ? &uNone : rBytes.data();
-}
-
 template <typename Hash>
 Bytes DigestOf(const Bytes& rMessage, std::size_t uCut)
 {
@@ -47,19 +36,6 @@ protected:
     std::mt19937 m_rng{TestSeed()};
 };
 }  // namespace
-
-TEST_F(CPortableDigests, ComputeThePublishedVectors)
-{
-    for (const SVectorRecord& rRecord : ReadVectors("digests.vec"))
-    {
-        SCOPED_TRACE(rRecord.Text("name"));
-        const Bytes message = rRecord.Bytes("message");
-        const std::string& rstrAlgorithm = rRecord.Text("algorithm");
-        if (rstrAlgorithm == "md5") continue;
-        EXPECT_EQ(rRecord.Bytes("digest"),
-                  rstrAlgorithm == "sha1" ? DigestOf<CSha1>(message, 0) : DigestOf<CSha256>(message, 0));
-    }
-}
 
 TEST_F(CPortableDigests, AgreeWithLibcryptoOverLengthsAndCuts)
 {
@@ -91,16 +67,4 @@ TEST_F(CPortableDigests, GoOnWithAMessageThatTheOtherPathBegan)
     ASSERT_EQ(QV_RES_OK, sha256.End(sha256Digest.data()));
     EXPECT_EQ(EvpDigest(EVP_sha1(), message), sha1Digest);
     EXPECT_EQ(EvpDigest(EVP_sha256(), message), sha256Digest);
-}
-
-TEST_F(CPortableDigests, CarryTheHmac)
-{
-    const Bytes key = RandomBytes(m_rng, 100, 100);
-    const Bytes message = RandomBytes(m_rng, 300, 300);
-    CSha1Mac mac;
-    Bytes code(20);
-    ASSERT_EQ(QV_RES_OK, mac.Begin(key.data(), 100));
-    ASSERT_EQ(QV_RES_OK, mac.Update(message.data(), 300));
-    ASSERT_EQ(QV_RES_OK, mac.End(code.data()));
-    EXPECT_EQ(EvpHmac(EVP_sha1(), key, message), code);
 }

@@ -26,7 +26,7 @@
 #include <cstring>
 #include <new>
 
-#include "tests/support/sanitizers.h"
+#include "tests/support/refusing_new.h"
 
 namespace
 {
@@ -163,59 +163,17 @@ extern "C"
     }
 }
 
-#if TESTS_OWN_OPERATOR_NEW
-__attribute__((noinline)) void* operator new(std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    static std::atomic<long> s_nRequests = 0;
-    if (s_nRequests++ != NumberIn("REFUSE_NEW")) return std::malloc(uSize != 0 ? uSize : 1);
-    Mark();
-    return nullptr;
-}
-
-__attribute__((noinline)) void* operator new[](std::size_t uSize, const std::nothrow_t& rNothrow) noexcept
-{
-    return operator new(uSize, rNothrow);
-}
-
-__attribute__((noinline)) void* operator new(std::size_t uSize)
-{
-    void* const pvMemory = operator new(uSize, std::nothrow);
-    if (pvMemory == nullptr) throw std::bad_alloc();
-    return pvMemory;
-}
-
-__attribute__((noinline)) void* operator new[](std::size_t uSize)
-{
-    return operator new(uSize);
-}
-
 namespace
 {
-// What is searched for residues is not used again, which might cover them.
-void Free(void* pvMemory)
+// Runs before main(), and before whatever the program makes at its start.
+__attribute__((constructor(101))) void BeginRefusals()
 {
-    static const bool s_bKept = std::getenv("REFUSE_RESIDUE") != nullptr;
-    if (!s_bKept) std::free(pvMemory);
+    // What is searched for residues is not used again, which might cover them.
+    if (std::getenv("REFUSE_RESIDUE") != nullptr) KeepDeletedBlocks();
+    const long nRequest = NumberIn("REFUSE_NEW");
+    if (nRequest < 0) return;
+    CallWhenNewRefuses(Mark);
+    alignas(CRefusingNew) static unsigned char s_auRefusing[sizeof(CRefusingNew)];
+    new (s_auRefusing) CRefusingNew(static_cast<unsigned long>(nRequest));  // for the life of the program
 }
 }  // namespace
-
-__attribute__((noinline)) void operator delete(void* pvMemory) noexcept
-{
-    Free(pvMemory);
-}
-
-__attribute__((noinline)) void operator delete[](void* pvMemory) noexcept
-{
-    Free(pvMemory);
-}
-
-__attribute__((noinline)) void operator delete(void* pvMemory, std::size_t) noexcept
-{
-    Free(pvMemory);
-}
-
-__attribute__((noinline)) void operator delete[](void* pvMemory, std::size_t) noexcept
-{
-    Free(pvMemory);
-}
-#endif

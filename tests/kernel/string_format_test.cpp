@@ -1,20 +1,16 @@
+// Random numbers, digits, formats and comparisons are the matter of fuzz/string_format_fuzz.cpp.
 #include "framework/kernel/string_format.h"
 
 #include <gtest/gtest.h>
 #include <strings.h>
 
 #include <algorithm>
-#include <cctype>
-#include <charconv>
 #include <climits>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "tests/support/test_seed.h"
 
 namespace
 {
@@ -67,15 +63,6 @@ void ExpectConverted(const std::string& rWant, CBuffer& rBuffer, int nResult)
     EXPECT_EQ(static_cast<int>(std::min(rWant.size(), uRoom)), nResult);
     EXPECT_EQ(written, rBuffer.Text(written.size()));
     EXPECT_EQ(written.size(), rBuffer.Written());
-}
-
-std::string DigitsOf(unsigned long uValue, int nBase)
-{
-    char achDigits[65];
-    const std::to_chars_result end = std::to_chars(achDigits, achDigits + sizeof(achDigits), uValue, nBase);
-    std::string digits(achDigits, end.ptr);
-    for (char& rch : digits) rch = static_cast<char>(std::toupper(static_cast<unsigned char>(rch)));
-    return digits;
 }
 }  // namespace
 
@@ -278,36 +265,6 @@ TEST(CStrErrorReentrant, GivesEveryThreadItsText)
     for (std::thread& rThread : threads) rThread.join();
 }
 
-class CNumberToString : public testing::TestWithParam<int>
-{
-protected:
-    static void Expect(unsigned long uValue, int nBase, const std::string& rWant)
-    {
-        for (unsigned int uSize : {0u, 1u, 2u, 9u, 33u, 70u, static_cast<unsigned int>(rWant.size())})
-        {
-            SCOPED_TRACE(testing::Message() << uValue << " in base " << nBase << " into " << uSize);
-            CBuffer wide(uSize);
-            ExpectConverted(rWant, wide, QvUnsignedInt64ToString(wide.Chars(), wide.Size(), uValue, nBase));
-            if (uValue > UINT_MAX) continue;
-            const unsigned int uNarrow = static_cast<unsigned int>(uValue);
-            CBuffer narrow(uSize);
-            ExpectConverted(rWant, narrow, QvUnsignedInt32ToString(narrow.Chars(), narrow.Size(), uNarrow, nBase));
-        }
-    }
-};
-
-TEST_P(CNumberToString, WritesTheDigitsOfItsBase)
-{
-    std::mt19937 rng(TestSeed());
-    const unsigned long uBase = static_cast<unsigned long>(GetParam());
-    std::vector<unsigned long> values = {
-        0, 1, uBase - 1, uBase, uBase * uBase - 1, uBase * uBase, UINT_MAX, 0x100000000, ULONG_MAX, ULONG_MAX - 1};
-    for (int n = 0; n < 40; ++n) values.push_back((static_cast<unsigned long>(rng()) << 32 | rng()) >> rng() % 64);
-    for (unsigned long uValue : values) Expect(uValue, GetParam(), DigitsOf(uValue, GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryBase, CNumberToString, testing::Range(2, 37));
-
 TEST(CNumberToString, KnowsPublishedTexts)
 {
     CBuffer buffer(10);
@@ -392,68 +349,6 @@ TEST(CStringToNumber, ReadsNothingFromNoText)
     EXPECT_EQ(0u, QvStringToUnsignedInt64(nullptr, &pszEnd, 10));
     EXPECT_EQ(nullptr, pszEnd);
 }
-
-TEST(CStringToNumber, ReadsBackWhatWasWritten)
-{
-    std::mt19937 rng(TestSeed());
-    for (int n = 0; n < 500; ++n)
-    {
-        const int nBase = 2 + static_cast<int>(Below(rng, 15));
-        const unsigned long uValue = static_cast<unsigned long>(rng()) << 32 | rng();
-        std::string text = DigitsOf(uValue, nBase);
-        if (n % 2 == 0)
-            std::transform(text.begin(), text.end(), text.begin(), [](char ch) { return std::tolower(ch); });
-        ASSERT_EQ(uValue, QvStringToUnsignedInt64(text.c_str(), nullptr, nBase)) << text << " in base " << nBase;
-    }
-}
-
-class CAsciiToHex : public testing::TestWithParam<unsigned int>
-{
-protected:
-    /// What the walk over the input comes to: its index has 8 bits.
-    static std::string Encoded(bool bUpperCase, const std::vector<unsigned char>& rInput, unsigned int uOutSize)
-    {
-        std::string text;
-        unsigned char uIndex = 0;
-        while (uIndex < rInput.size() && text.size() + 1 < uOutSize)
-        {
-            static constexpr char achLOWER[] = "0123456789abcdef";
-            static constexpr char achUPPER[] = "0123456789ABCDEF";
-            const char* const pszDigits = bUpperCase ? achUPPER : achLOWER;
-            text += pszDigits[rInput[uIndex] >> 4];
-            text += pszDigits[rInput[uIndex] & 15];
-            ++uIndex;
-        }
-        return text;
-    }
-
-    static void Expect(bool bUpperCase, const std::vector<unsigned char>& rInput, unsigned int uOutSize)
-    {
-        SCOPED_TRACE(testing::Message() << rInput.size() << " bytes into " << uOutSize);
-        const std::string want = Encoded(bUpperCase, rInput, uOutSize);
-        CBuffer buffer(uOutSize);
-        if (want.size() == uOutSize) buffer.Allow(want.empty() ? 0 : 1);
-        const unsigned int uInSize = static_cast<unsigned int>(rInput.size());
-        EXPECT_EQ(want.size(), AsciiToHex(bUpperCase, rInput.data(), uInSize, buffer.Bytes(), uOutSize));
-        const std::string written = want.empty() ? want : want + '\0';
-        EXPECT_EQ(written.size(), buffer.Written());
-        EXPECT_EQ(written, buffer.Text(written.size()));
-    }
-};
-
-TEST_P(CAsciiToHex, WritesPairsAndATerminatorUntilInputOrOutputEnds)
-{
-    std::mt19937 rng(TestSeed());
-    const std::vector<unsigned char> input = RandomBytes(rng, GetParam(), GetParam());
-    const unsigned int uWhole = 2 * GetParam() + 1;
-    for (unsigned int uOutSize : {0u, 1u, 2u, 3u, 4u, 5u, 6u, 7u, 100u, 101u, uWhole - 1, uWhole, uWhole + 1, 1500u})
-    {
-        Expect(false, input, uOutSize);
-        Expect(true, input, uOutSize);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(InputSizes, CAsciiToHex, testing::Values(0, 1, 2, 3, 100, 254, 255, 256, 257, 300, 600));
 
 TEST(CAsciiToHex, KnowsPublishedTexts)
 {

@@ -346,6 +346,24 @@ TEST(CThreadCurrentId, IsDistinctAndLastingOnThreadsOfTheApplication)
     EXPECT_EQ(uMain, CThread::GetCurrentId());
 }
 
+TEST(CThreadCurrentId, IsGivenToAThreadThatHasARecordWithoutOneFromAValue)
+{
+    unsigned int uKey = 0;
+    ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
+    const unsigned int uMain = CThread::GetCurrentId();
+    std::thread(
+        [uKey, uMain]
+        {
+            CThread::SetSpecific(uKey, 5);
+            EXPECT_EQ(0u, CThreadProbe::GetCurrentTsd()->uId) << "nobody has asked yet";
+            const unsigned int uId = CThread::GetCurrentId();
+            EXPECT_LT(uMain, uId);
+            EXPECT_EQ(uId, CThread::GetCurrentId());
+        })
+        .join();
+    CThread::DeleteKey(uKey);
+}
+
 TEST(CThreadRecord, OfAThreadOfTheApplicationIsNotCountedAndGoesWithIt)
 {
     const unsigned int uBefore = CThreadProbe::CountRecords();

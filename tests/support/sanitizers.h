@@ -22,6 +22,6 @@
 constexpr bool g_bSANITIZED = TESTS_ADDRESS_SANITIZER || TESTS_THREAD_SANITIZER;
 
 // ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
-#define TESTS_OWN_OPERATOR_NEW !TESTS_THREAD_SANITIZER
+#define TESTS_OWN_OPERATOR_NEW (TESTS_THREAD_SANITIZER == 0)
 
 #endif

@@ -7,16 +7,13 @@
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "tests/support/bytes.h"
+#include "tests/support/string_probe.h"
 #include "tests/whole/exhaustion.h"
 
 namespace
 {
 const std::string g_BEFORE(40, 'a');
-
-std::string TextOf(const CString& rText)
-{
-    return {rText.CStr(), rText.GetSize()};
-}
 
 /// An operation on a string that shares its block with a copy: refused, it leaves the text as it was; done, the text
 /// given. The copy never changes.
@@ -170,13 +167,7 @@ void TryStringExtract(CTrial& rTrial)
     EXPECT_EQ(7u, uBehind) << "the stream is out of step";
 }
 
-using Bytes = std::vector<unsigned char>;
 const Bytes g_auBefore = {1, 2, 3};
-
-Bytes BytesOf(const CBlob& rBlob)
-{
-    return {rBlob.begin(), rBlob.end()};
-}
 
 template <typename Operation>
 void TryBytes(CTrial& rTrial, const Bytes& rAfter, Operation&& rOperation)
