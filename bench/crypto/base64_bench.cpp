@@ -4,6 +4,9 @@
 #include "bench/support/peers.h"
 #include "framework/crypto/base64.h"
 #include "framework/crypto/cpu_features.h"
+#ifdef ORVEL_HAS_MODP_BASE64
+#include <modp_b64.h>
+#endif
 
 namespace
 {
@@ -68,6 +71,21 @@ void BM_EncodePeer(benchmark::State& rState)
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
 }
 
+#ifdef ORVEL_HAS_MODP_BASE64
+void BM_EncodeModp(benchmark::State& rState)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    std::vector<char> output(modp_b64_encode_len(input.size()));
+    for (auto _ : rState)
+    {
+        modp_b64_encode(output.data(), reinterpret_cast<const char*>(input.data()), input.size());
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+#endif
+
 // The size is that of the bytes, also in decoding: so its speed compares with encoding.
 void BM_DecodeOurs(benchmark::State& rState)
 {
@@ -125,6 +143,9 @@ void Sizes(benchmark::internal::Benchmark* pBenchmark)
 
 BENCHMARK(BM_EncodeOurs)->Name("base64 encode/ours")->Apply(Sizes);
 BENCHMARK(BM_EncodePeer)->Name("base64 encode/libcrypto")->Apply(Sizes);
+#ifdef ORVEL_HAS_MODP_BASE64
+BENCHMARK(BM_EncodeModp)->Name("base64 encode/modp_b64")->Apply(Sizes);
+#endif
 BENCHMARK(BM_EncodeBlob)->Name("base64 encode a blob/ours")->Arg(65536);
 BENCHMARK(BM_EncodeOurs)->Name("base64 encode a blob/ours on bytes")->Arg(65536);
 BENCHMARK(BM_DecodeOurs)->Name("base64 decode/ours")->Apply(Sizes);

@@ -27,13 +27,13 @@ Node* CAATreeBase::ms_pNullNode = nullptr;
 
 namespace
 {
-// As applications call it, when it is used outside the start-up and the shut-down.
+// The name of the class in the message when it is used before start-up or after shut-down.
 constexpr const char* g_szCLASS = "CAATree";
 
 // Of a current node that somebody set: nobody has counted up to it.
 constexpr unsigned int g_uUNKNOWN_INDEX = UINT_MAX;
 
-// A node whose size does not fit never gets a block: see ReserveFree().
+// If the size of a node does not fit 32 bits, ReserveFree() refuses every node.
 unsigned int NodeSize(unsigned int uElementSize)
 {
     return static_cast<unsigned int>(std::min(size_t{UINT_MAX}, uElementSize + sizeof(Node)));
@@ -61,7 +61,7 @@ Node* MaxOf(Node* pNode, const Node* pNull)
     return pNode;
 }
 
-// The climb ends at the root at the latest: its parent is the sentinel, whose children are the sentinel again.
+// The walk up ends at the root at the latest: its parent is the sentinel, whose children are the sentinel itself.
 Node* SuccessorOf(Node* pNode, const Node* pNull)
 {
     if (pNode->pRight != pNull) return MinOf(pNode->pRight, pNull);
@@ -441,7 +441,7 @@ CAATreeBase::CAATreeNode* CAATreeBase::RequireSentinel()
 
 QvResult CAATreeBase::ReserveNode()
 {
-    RequireSentinel();  // before the allocator, which may be gone as well
+    RequireSentinel();  // before the allocator is used, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
     if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
     if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
@@ -503,21 +503,27 @@ void CAATreeBase::RebalanceGrown(CAATreeNode* pNode)
     while (pNode->pParent->uLevel == pNode->uLevel)
     {
         CAATreeNode* const pParent = pNode->pParent;
-        CAATreeNode* pLeftEnd = pParent;
-        CAATreeNode* pMiddle = pNode;
-        if (pNode == pParent->pLeft)
+        CAATreeNode* const pAbove = pParent->pParent;
+        const bool bLeft = pNode == pParent->pLeft;
+        CAATreeNode* pMiddle = bLeft ? pNode : pParent;
+        if (bLeft && pParent->pRight->uLevel == pNode->uLevel)
         {
-            Skew(SlotOf(pParent), pNull);
-            pLeftEnd = pNode;
+            // The parent stands between two of its own level already: Skew() and Split() would only move it there and
+            // back.
             pMiddle = pParent;
+            ++pMiddle->uLevel;
         }
-        if (pMiddle->pRight->uLevel != pNode->uLevel)
+        else if (pAbove->uLevel == pNode->uLevel)
         {
-            pMiddle = pLeftEnd;
-            pLeftEnd = pLeftEnd->pParent;
-            if (pLeftEnd->uLevel != pNode->uLevel) return;
+            // Of a row, the parent is the right child.
+            if (bLeft) Skew(pAbove->pRight, pNull);
+            Split(SlotOf(pAbove), pNull);
         }
-        Split(SlotOf(pLeftEnd), pNull);
+        else
+        {
+            if (bLeft) Skew(SlotOf(pParent), pNull);
+            return;
+        }
         pNode = pMiddle;
     }
 }
@@ -550,12 +556,15 @@ void CAATreeBase::Replace(CAATreeNode* pNode, CAATreeNode* pReplacement)
     *pReplacement = *pNode;
 }
 
-// Where a linked node hangs: in its parent or at the root.
+// The pointer that leads to a linked node: a child of its parent, or the root.
 CAATreeBase::CAATreeNode*& CAATreeBase::SlotOf(CAATreeNode* pNode)
 {
     CAATreeNode* const pParent = pNode->pParent;
     if (pNode == m_pRoot) return m_pRoot;
-    return pParent->pLeft == pNode ? pParent->pLeft : pParent->pRight;
+    // Which child it is, nobody can guess: an address is computed without a jump.
+    CAATreeNode** const ppLeft = &pParent->pLeft;
+    CAATreeNode** const ppRight = &pParent->pRight;
+    return *(ORVEL_UNPREDICTABLE(*ppRight == pNode) ? ppRight : ppLeft);
 }
 
 // The caller has reserved the nodes.

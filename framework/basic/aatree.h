@@ -69,7 +69,7 @@ public:
         eLINK_ALLOCATED = 2
     };
 
-    /// A comparison and the number that it wants back.
+    /// A comparison and the number that it is called with.
     struct QV_EXPORT SCompareVoidParams
     {
         SCompareVoidParams(PFNCompareElements pfnCompareElements, unsigned int uCompareParam);
@@ -84,7 +84,7 @@ public:
     CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                 const CBlockAllocator& rAllocator);
     /// Same source of memory, element size, comparison and elements, neither spare capacity nor lock. The element
-    /// operations of a derived class are out of reach here: construct an empty object and assign.
+    /// operations of a derived class cannot be called from here: construct an empty object and assign.
     CAATreeBase(const CAATreeBase& rSrc);
     virtual ~CAATreeBase();
     /// Takes the comparison and copies the elements, in the same shape. Changes nothing when the element sizes differ,
@@ -94,9 +94,9 @@ public:
     /// QV_RES_INVALID_STATE  the tree is not empty
     QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
 
-    /// Allocates the nodes that are missing to a capacity of uCapacity.
+    /// Allocates the nodes that are missing for a capacity of uCapacity.
     /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and less
+    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of one do not fit 32 bits
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
@@ -329,7 +329,7 @@ public:
 
     void EraseElement(const T& rKey) { CAATreeBase::EraseElement(__builtin_addressof(rKey)); }
     using CAATreeBase::Erase;
-    /// Destroys the element of a handle; none is ignored.
+    /// Destroys the element of a handle; an empty handle is ignored.
     void Erase(const_handle element)
     {
         if (element) EraseElement(*element);
@@ -378,15 +378,15 @@ private:
         return CAATreeBase::m_stCompare.pfnCompare == &orvel_internal::StatelessCallback<T, Order>;
     }
 
-    // To compare elements may lead far away from their nodes: both nodes that can be next are fetched meanwhile.
+    // A comparison may read memory far away from the nodes: meanwhile both nodes that can be next are prefetched.
     static void FetchBelow(const Node* pNode)
     {
         __builtin_prefetch(pNode->pLeft);
         __builtin_prefetch(pNode->pRight);
     }
 
-    // One step of a search in order: the child where it goes on, or null when the element is equal. Which child is a
-    // coin toss to the processor, so that numbers choose without a jump.
+    // One step of a search in order: the child where it goes on, or null when the element is equal. The processor
+    // cannot predict which child it is, so the child is chosen by arithmetic, without a jump.
     template <typename Order>
     static Node* NextOf(Node* pNode, const T& rKey, Order& rOrder)
     {

@@ -377,7 +377,7 @@ void CBlob::SkipBits(unsigned int uBitCount)
 {
     const uint64_t uSkipped = std::min<uint64_t>(uBitCount, ReadableBits());
     if (uSkipped == 0) return;
-    // Counted as if a byte were in progress: the read index is then the one behind it.
+    // Counted as if a byte were in progress: it is the byte in front of the read index.
     if (m_uReadBitOffset == 0) ++m_uReadIndex;
     m_uReadIndex += static_cast<unsigned int>((uSkipped + m_uReadBitOffset) / 8);
     m_uReadBitOffset = static_cast<unsigned int>((uSkipped + m_uReadBitOffset) % 8);

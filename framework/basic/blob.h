@@ -34,7 +34,8 @@ inline uint32_t LoadTop(const unsigned char* pu, unsigned int uBits)
 
 inline void StoreTop(unsigned char* pu, uint32_t uWord, unsigned int uBits)
 {
-    // No byte by itself where two go at once: whoever then loads them as a word would wait for both.
+    // Two bytes are stored together where that is possible: a load of both as a word would wait for two separate
+    // stores.
     uWord = __builtin_bswap32(uWord);
     if (uBits > 24) memcpy(pu, &uWord, 4);
     else if (uBits > 8) memcpy(pu, &uWord, 2);
@@ -52,7 +53,7 @@ class CString;
 ///
 /// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The append
 /// cursor for bits stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
-/// AppendBits() starts a new byte. There is one exception, which is kept because callers know it: when a single byte
+/// AppendBits() starts a new byte. There is one exception, which is kept for existing programs: when a single byte
 /// was appended as a byte behind bits that ended on a byte boundary, or as the first of the blob, AppendBits() replaces
 /// that byte. So, where bits follow, append bytes by AppendBits() as well.
 ///
@@ -77,7 +78,7 @@ public:
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
     CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator = nullptr);
-    // The same without more room. A template, lest CBlob(0, NULL) could mean this as well as a capacity.
+    // The same without more room. A template, so that CBlob(0, NULL) cannot mean this, but only a capacity.
     template <typename TByte, typename = typename std::enable_if<std::is_same<TByte, unsigned char>::value>::type>
     QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
     {
@@ -110,7 +111,7 @@ public:
     /// Insert() at the end. Cost: inline within the capacity.
     QvResult Append(const unsigned char* puData, unsigned int uSize)
     {
-        const unsigned int uEnd = m_uSize;  // read once: for all the compiler knows, storing a byte changes it
+        const unsigned int uEnd = m_uSize;  // read once: the compiler must assume that the store below changes it
         if (puData == nullptr || uSize == 0 || uSize > m_uCapacity - uEnd) return Insert(uEnd, puData, uSize);
         memmove(GetFirstIndexPtr() + uEnd, puData, uSize);
         m_uSize = uEnd + uSize;

@@ -64,7 +64,7 @@ int LowerCase(char c)
     return tolower(static_cast<unsigned char>(c));
 }
 
-// vsnprintf() that leaves the list to be read again.
+// vsnprintf() on a copy of the list, which can so be read again.
 __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSize, const char* pszFormat, va_list args)
 {
     va_list argsOfThisPass;
@@ -76,7 +76,7 @@ __attribute__((format(printf, 3, 0))) int FormatInto(char* pszBuffer, size_t uSi
 
 using Aside = std::unique_ptr<char[]>;
 
-// memcpy() that makes no call for what is appended most often.
+// memcpy() that makes no call for the sizes that are appended most often.
 void CopyFew(char* pszDest, const char* pszSrc, unsigned int uSize)
 {
     if (uSize == 1) *pszDest = *pszSrc;
@@ -115,6 +115,7 @@ struct SEmitted
     const char& (CString::*pfnGetAt)(unsigned int) const;
     bool (CString::*pfnEqual)(const CString&) const;
     bool (CString::*pfnEqualText)(const char*) const;
+    bool (CString::*pfnLess)(const CString&) const;
     char* (CString::*pfnGetBuffer)();
     void (CString::*pfnSetAt)(unsigned int, char);
     CString& (CString::*pfnAppend)(const CString&);
@@ -123,8 +124,8 @@ struct SEmitted
 };
 [[gnu::used]] constexpr SEmitted g_stEmitted = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
                                                 &CString::GetAt, &CString::operator==, &CString::operator==,
-                                                &CString::GetBuffer, &CString::SetAt, &CString::operator+=,
-                                                &CString::operator+=, &CString::operator+= };
+                                                &CString::operator<, &CString::GetBuffer, &CString::SetAt,
+                                                &CString::operator+=, &CString::operator+=, &CString::operator+= };
 }  // namespace
 
 // Gives back a block that this string alone has a share of.
@@ -136,10 +137,22 @@ inline void CString::FreeBlock()
     // The header becomes the link word of a chain of one block.
     static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
     memset(pstInfo, 0, sizeof(SStringInfo));
-    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    CDefaultAllocator::ReleaseOne(pAllocator, reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
 }
 
-// Release(), in reach of the compiler.
+// A private block whose characters and their NUL are still to be set; null when memory runs out.
+inline CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
+{
+    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
+    void* const pvBlock = CDefaultAllocator::AllocateOne(pAllocator, uCapacity + g_uBlockOverhead, nullptr);
+    if (pvBlock == nullptr) return nullptr;
+    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
+    pstInfo->uRefCount = 1;
+    SetExtent(pstInfo, uCapacity | uSize << 16);
+    return pstInfo;
+}
+
+// Release() in a form that the compiler can inline.
 inline void CString::GiveUpShare()
 {
     if (m_pstInfo->uRefCount >= 2) DecRefCount();
@@ -147,7 +160,7 @@ inline void CString::GiveUpShare()
     m_pstInfo = ms_pstEmptyStringInfo;
 }
 
-// Not inline, lest a string that shares nothing pay for the registers.
+// Not inlined, so that a string which shares nothing saves no registers.
 [[gnu::noinline]] void CString::GiveUpShareLocked()
 {
     const CBriefMutexGuard guard(ms_pmutex);
@@ -237,12 +250,6 @@ CString& CString::operator=(char c)
     return *this = szText;
 }
 
-bool CString::operator<(const CString& rOther) const
-{
-    const int nOrder = memcmp(CStr(), rOther.CStr(), std::min(GetSize(), rOther.GetSize()));
-    return nOrder != 0 ? nOrder < 0 : GetSize() < rOther.GetSize();
-}
-
 int CString::CaseInsCmp(const char* pszOther) const
 {
     const char* pszOwn = CStr();
@@ -304,7 +311,7 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
     }
     else
     {
-        memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
+        if (uTail != 0) memmove(Characters() + uIndex + uInserted, Characters() + uIndex, uTail);
         Repeat(Characters() + uIndex, uRepetition, pszSrc, uSize);
     }
     SetSize(static_cast<unsigned int>(uNewSize));
@@ -491,24 +498,12 @@ bool CString::HoldsAddress(const char* psz) const
     return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
 }
 
-// Of a private block, or of the empty one, which stays as it is: nothing but 0 fits it.
+// Sets the size of a private block, or of the empty one, which stays as it is: only 0 fits it.
 void CString::SetSize(unsigned int uSize)
 {
     if (m_pstInfo == ms_pstEmptyStringInfo) return;
     Characters()[uSize] = '\0';
     SetExtent(m_pstInfo, GetCapacity() | uSize << 16);
-}
-
-// A private block whose characters and their NUL are still to be set; null when memory runs out.
-CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
-{
-    IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
-    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
-    if (pvBlock == nullptr) return nullptr;
-    SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
-    pstInfo->uRefCount = 1;
-    SetExtent(pstInfo, uCapacity | uSize << 16);
-    return pstInfo;
 }
 
 // A private copy of the block with another capacity, not below the size; null when memory runs out.
@@ -529,12 +524,32 @@ QvResult CString::Reallocate(unsigned int uCapacity)
     return QV_RES_OK;
 }
 
-// Takes a block instead of the own one, whose characters stay where they are until then.
+// Replaces the block of the string by another one, which is complete already, and gives up the old one.
 void CString::Replace(SStringInfo* pstInfo)
 {
     if (!IsShared()) FreeBlock();
     else GiveUpShareLocked();
     m_pstInfo = pstInfo;
+}
+
+// Insert() at the end; a text that takes a block with more room comes here for it directly.
+QV_HOT_CODE void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
+{
+    const unsigned int uOldSize = GetSize();
+    const unsigned int uNewSize = uOldSize + uSize;
+    const bool bPlain = uSize - 1 < uMAX_SIZE - 1 && uNewSize <= uMAX_SIZE;
+    if (!bPlain || uNewSize <= GetCapacity())
+    {
+        Insert(uOldSize, 1, pszText, uSize);
+        return;
+    }
+    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(uNewSize), uNewSize);
+    if (pstInfo == nullptr) return;
+    char* const pszNew = CharactersOf(pstInfo);
+    if (uOldSize != 0) memcpy(pszNew, CStr(), uOldSize);
+    CopyFew(pszNew + uOldSize, pszText, uSize);
+    pszNew[uNewSize] = '\0';
+    Replace(pstInfo);
 }
 
 // Whether uSize characters can be written into the block as it is.

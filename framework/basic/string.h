@@ -75,7 +75,22 @@ public:
     bool operator!=(const CString& rOther) const { return !(*this == rOther); }
     bool operator!=(const char* pszOther) const { return !(*this == pszOther); }
     /// Orders by all characters as unsigned bytes, the shorter of equal beginnings first.
-    bool operator<(const CString& rOther) const;
+    bool operator<(const CString& rOther) const
+    {
+        const unsigned int uSize = GetSize();
+        const unsigned int uOtherSize = rOther.GetSize();
+        const unsigned int uCommon = uSize < uOtherSize ? uSize : uOtherSize;
+        if (uCommon != 0)
+        {
+            // Most texts differ early. Only where they do not, is a call worth it.
+            const uint64_t uBegin = BeginOf(CStr(), uCommon);
+            const uint64_t uOtherBegin = BeginOf(rOther.CStr(), uCommon);
+            if (uBegin != uOtherBegin) return uBegin < uOtherBegin;
+            const int nOrder = uCommon > 8 ? memcmp(CStr() + 8, rOther.CStr() + 8, uCommon - 8) : 0;
+            if (nOrder != 0) return nOrder < 0;
+        }
+        return uSize < uOtherSize;
+    }
     /// Negative, 0 or positive as this text orders before, with or after the other up to a NUL, letters of either case
     /// being equal (tolower()). pszOther must not be null.
     int CaseInsCmp(const char* pszOther) const;
@@ -140,7 +155,7 @@ public:
         const unsigned int uSize = rRight.GetSize();
         // No characters change nothing, not even the NUL, and uMAX_SIZE of them mean the length of the text.
         const bool bPlain = uSize != 0 && uSize != uMAX_SIZE;
-        if (!bPlain || !AppendInPlace(rRight.CStr(), uSize)) Insert(GetSize(), 1, rRight.CStr(), uSize);
+        if (!bPlain || !AppendInPlace(rRight.CStr(), uSize)) AppendElsewhere(rRight.CStr(), uSize);
         return *this;
     }
     CString& operator+=(const char* pszRight)
@@ -149,12 +164,26 @@ public:
         const size_t uSize = pszRight != nullptr ? strlen(pszRight) : 0;
         const bool bPlain = uSize != 0 && uSize < uMAX_SIZE;
         if (pszRight == nullptr || !AppendInPlace(pszRight, uSize))
-            Insert(GetSize(), 1, pszRight, bPlain ? static_cast<unsigned int>(uSize) : uMAX_SIZE);
+            AppendElsewhere(pszRight, bPlain ? static_cast<unsigned int>(uSize) : uMAX_SIZE);
         return *this;
     }
     CString& operator+=(char cRight)
     {
-        if (!AppendInPlace(&cRight, 1)) Insert(GetSize(), 1, cRight);
+        SStringInfo* const pstInfo = m_pstInfo;
+        const uint32_t uExtent = ExtentOf(pstInfo);
+        const unsigned int uOldSize = uExtent >> 16;
+        if (uOldSize == (uExtent & 0xFFFF) || !IsOnlyOne(pstInfo))
+        {
+            const char cHere = cRight;
+            AppendElsewhere(&cHere, 1);
+        }
+        else
+        {
+            // The character and the NUL in one store.
+            const uint16_t uText = static_cast<unsigned char>(cRight);
+            memcpy(CharactersOf(pstInfo) + uOldSize, &uText, sizeof(uText));
+            SetExtent(pstInfo, uExtent + (1u << 16));
+        }
         return *this;
     }
     CString operator+(const CString& rRight) const;
@@ -213,8 +242,8 @@ private:
         return reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, szCharacters);
     }
 
-    // The size above the capacity in one word. The next append waits for a size of 16 bits that has just been stored,
-    // but hardly for a word that is loaded as it was stored.
+    // The size above the capacity in one word: loading a word that has just been stored as a word costs the next append
+    // less than loading 16 bits of it.
     QV_HIDDEN static uint32_t ExtentOf(const SStringInfo* pstInfo)
     {
         uint32_t uExtent;
@@ -228,22 +257,37 @@ private:
     QV_HIDDEN char* Characters() { return CharactersOf(m_pstInfo); }
     // Whether the block may not be written to; no mutex is needed to see it.
     QV_HIDDEN bool IsShared() const { return __atomic_load_n(&m_pstInfo->uRefCount, __ATOMIC_ACQUIRE) > 1; }
+    // Whether one string has the block to itself; the empty one belongs to nobody.
+    QV_HIDDEN static bool IsOnlyOne(const SStringInfo* pstInfo)
+    {
+        return __atomic_load_n(&pstInfo->uRefCount, __ATOMIC_ACQUIRE) == 1;
+    }
     // False, with nothing changed, where the block is shared or has no room. The empty block never has.
     QV_HIDDEN bool AppendInPlace(const char* pszText, size_t uSize)
     {
         SStringInfo* const pstInfo = m_pstInfo;
-        // Read once: for all the compiler knows, storing a character changes them.
+        // Read once: the compiler must assume that storing a character changes them.
         const uint32_t uExtent = ExtentOf(pstInfo);
         const unsigned int uOldSize = uExtent >> 16;
         const unsigned int uRoom = (uExtent & 0xFFFF) - uOldSize;
-        if (uSize > uRoom || __atomic_load_n(&pstInfo->uRefCount, __ATOMIC_ACQUIRE) != 1) return false;
+        if (uSize > uRoom || !IsOnlyOne(pstInfo)) return false;
         char* const pszEnd = CharactersOf(pstInfo) + uOldSize;
         memmove(pszEnd, pszText, uSize);  // which may be a part of this string
         pszEnd[uSize] = '\0';
         SetExtent(pstInfo, uExtent + (static_cast<uint32_t>(uSize) << 16));
-        m_pstInfo = pstInfo;  // as it was, which tells the compiler that no character has changed it
         return true;
     }
+    // The first characters as a number, which orders as they do: eight, or all of fewer. A block that holds one
+    // character has room for 32.
+    QV_HIDDEN static uint64_t BeginOf(const char* pszText, unsigned int uSize)
+    {
+        uint64_t uBegin;
+        memcpy(&uBegin, pszText, sizeof(uBegin));
+        uBegin = __builtin_bswap64(uBegin);
+        return uSize < sizeof(uBegin) ? uBegin >> (64 - 8 * uSize) : uBegin;
+    }
+    // The way of an append that does not stay in the block.
+    void AppendElsewhere(const char* pszText, unsigned int uSize);
     QV_HIDDEN bool HoldsAddress(const char* psz) const;
     QV_HIDDEN void SetSize(unsigned int uSize);
     QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity, unsigned int uSize);

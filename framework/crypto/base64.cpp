@@ -42,7 +42,8 @@ void CopyFew(uint8_t* puTo, const uint8_t* puFrom, unsigned int uSize)
     if (uSize > 2) puTo[2] = puFrom[2];
 }
 
-// The one group at which the decoding of many stopped: good only if padding stopped it. Returns the bytes written.
+// Decodes the group at which the decoding of many groups stopped; it is valid only if it is padded. Returns the bytes
+// written.
 unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puGroup,
                                uint8_t* puOut)
 {
@@ -206,23 +207,35 @@ int CBase64::Position(uint8_t c)
 
 QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize)
 {
+    if (m_uGroupSize != 0) [[unlikely]]
+        return UpdateEncodingBehindRest(puIn, uInSize, puOut, puOutSize);
+    const unsigned int uGroups = uInSize / g_uByteGroup;
+    if (uGroups > UINT_MAX / g_uTextGroup) return QV_RES_INVALID_ARGUMENT;
+    *puOutSize = uGroups * g_uTextGroup;
+    if (puOut == nullptr) return QV_RES_OK;
+    KeepRest(puIn + size_t{uGroups} * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
+    orvel_internal::Base64Encode(orvel_internal::Base64AlphabetOf(m_uAlphabet), puIn, uGroups, puOut);
+    return QV_RES_OK;
+}
+
+// Where the Update() before has left bytes over. Apart, so that all others do without its stack frame.
+[[gnu::noinline]] QvResult CBase64::UpdateEncodingBehindRest(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                                             unsigned int* puOutSize)
+{
     const uint64_t uOutSize = (uint64_t{uInSize} + m_uGroupSize) / g_uByteGroup * g_uTextGroup;
     if (uOutSize > UINT_MAX) return QV_RES_INVALID_ARGUMENT;
     *puOutSize = static_cast<unsigned int>(uOutSize);
     if (puOut == nullptr) return QV_RES_OK;
 
     const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
-    if (m_uGroupSize != 0) [[unlikely]]
+    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
+    puIn += uTaken;
+    uInSize -= uTaken;
+    if (m_uGroupSize == g_uByteGroup)
     {
-        const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
-        puIn += uTaken;
-        uInSize -= uTaken;
-        if (m_uGroupSize == g_uByteGroup)
-        {
-            orvel_internal::Base64EncodePortable(rstAlphabet, m_auGroup, 1, puOut);
-            m_uGroupSize = 0;
-            puOut += g_uTextGroup;
-        }
+        orvel_internal::Base64EncodePortable(rstAlphabet, m_auGroup, 1, puOut);
+        m_uGroupSize = 0;
+        puOut += g_uTextGroup;
     }
     const unsigned int uGroups = uInSize / g_uByteGroup;
     KeepRest(puIn + size_t{uGroups} * g_uByteGroup, uInSize - uGroups * g_uByteGroup);

@@ -89,6 +89,8 @@ public:
 private:
     QV_HIDDEN QvResult UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
                                       unsigned int* puOutSize);
+    QV_HIDDEN QvResult UpdateEncodingBehindRest(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                                unsigned int* puOutSize);
     QV_HIDDEN QvResult UpdateDecoding(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
                                       unsigned int* puOutSize);
     QV_HIDDEN unsigned int DecodedSize(const uint8_t* puIn, unsigned int uInSize) const;

@@ -54,16 +54,25 @@ constexpr SBase64Alphabet MakeAlphabet(char c62, char c63, bool bLastTwoDecode)
 constexpr SBase64Alphabet g_astBase64Alphabets[3] = {MakeAlphabet('+', '/', true), MakeAlphabet('-', '_', true),
                                                      MakeAlphabet('+', '/', false)};
 
+namespace
+{
+// Apart, so that the path in front of them needs no stack frame.
+[[gnu::noinline]] void EncodeByAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups,
+                                    uint8_t* puOut)
+{
+    const size_t uDone = Base64EncodeAvx2(rstAlphabet, puIn, uGroups, puOut);
+    Base64EncodePortable(rstAlphabet, puIn + 3 * uDone, uGroups - uDone, puOut + 4 * uDone);
+}
+}  // namespace
+
 void Base64Encode(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)
 {
-    size_t uDone = 0;
     switch (CpuPath(ECpuAlgorithm::eBASE64))
     {
         case eCPU_AVX512_VBMI: return Base64EncodeAvx512(rstAlphabet, puIn, uGroups, puOut);
-        case eCPU_AVX2: uDone = Base64EncodeAvx2(rstAlphabet, puIn, uGroups, puOut); break;
-        default: break;
+        case eCPU_AVX2: return EncodeByAvx2(rstAlphabet, puIn, uGroups, puOut);
+        default: return Base64EncodePortable(rstAlphabet, puIn, uGroups, puOut);
     }
-    Base64EncodePortable(rstAlphabet, puIn + 3 * uDone, uGroups - uDone, puOut + 4 * uDone);
 }
 
 size_t Base64Decode(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)

@@ -3,6 +3,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "framework/kernel/export.h"
+
 /// Whole groups of base64, 3 bytes or 4 characters each. Internal.
 /// Source     RFC 4648, sections 4 and 5.
 namespace orvel_internal
@@ -27,7 +29,7 @@ struct SBase64Alphabet
 
 /// By the selector: the standard alphabet, the URL-safe one, and what all other selectors stand for: the standard one,
 /// whose last two characters do not decode.
-extern const SBase64Alphabet g_astBase64Alphabets[3];
+QV_HIDDEN extern const SBase64Alphabet g_astBase64Alphabets[3];
 inline const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector)
 {
     return g_astBase64Alphabets[uSelector < 2 ? uSelector : 2];

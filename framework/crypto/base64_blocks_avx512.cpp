@@ -10,6 +10,7 @@ namespace orvel_internal
 namespace
 {
 constexpr size_t g_uStep = 16;           // groups
+constexpr size_t g_uShort = 8;           // groups: the most that half a register holds
 constexpr size_t g_uWholeRegister = 22;  // groups: the fewest that have 64 bytes
 constexpr size_t g_uAhead = 1024;        // bytes to fetch before they are needed
 
@@ -50,6 +51,15 @@ inline __m512i Pack(__m512i values)
 void Base64EncodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)
 {
     const __m512i characters = Load(rstAlphabet.auCharacters);
+    if (uGroups <= g_uShort)
+    {
+        // Half registers, for half as many line borders in what they load and store.
+        const __m256i few = _mm256_maskz_loadu_epi8((1u << 3 * uGroups) - 1, puIn);
+        const __m512i text = EncodeStep(_mm512_zextsi256_si512(few), characters);
+        const __mmask32 written = static_cast<__mmask32>((1ull << 4 * uGroups) - 1);
+        _mm256_mask_storeu_epi8(puOut, written, _mm512_castsi512_si256(text));
+        return;
+    }
     // Whole registers are loaded, of which 48 bytes are meant.
     for (; uGroups >= g_uWholeRegister; uGroups -= g_uStep, puIn += 48, puOut += 64)
     {

@@ -42,7 +42,7 @@ enum class ECpuAlgorithm
 };
 
 /// The bits, 0 until they are detected.
-extern std::atomic<unsigned int> g_uCpuFeatures;
+__attribute__((visibility("hidden"))) extern std::atomic<unsigned int> g_uCpuFeatures;
 unsigned int DetectCpuFeatures();
 
 /// What one leaf of the CPUID instruction tells.

@@ -56,7 +56,15 @@ public:
     /// QV_RES_INVALID_ARGUMENT  puData is null
     /// QV_RES_INVALID_STATE     no computation is active
     /// QV_RES_FAIL              the type it began with is no ECrcType
-    QvResult Update(const uint8_t* puData, unsigned int uSize);
+    QvResult Update(const uint8_t* puData, unsigned int uSize)
+    {
+        if (puData == nullptr) return QV_RES_INVALID_ARGUMENT;
+        if (uSize == 0) return QV_RES_OK;
+        if (!m_bActive) return QV_RES_INVALID_STATE;
+        if (m_eType > eCRC32) return QV_RES_FAIL;
+        m_uRegister = m_eType == eCRC32 ? MoveOn32(m_uRegister, puData, uSize) : MoveOn16(m_uRegister, puData, uSize);
+        return QV_RES_OK;
+    }
     /// Adds the bytes of a blob.
     /// QV_RES_INVALID_ARGUMENT  pblobData is null, or the blob has no storage
     QvResult Update(CBlob* pblobData);
@@ -78,6 +86,10 @@ public:
     }
 
 private:
+    // A register behind uSize bytes more, 1 at least.
+    static uint32_t MoveOn16(uint32_t uRegister, const uint8_t* puData, unsigned int uSize);
+    static uint32_t MoveOn32(uint32_t uRegister, const uint8_t* puData, unsigned int uSize);
+
     QvResult Leave(ECrcType eType)
     {
         if (!m_bActive) return QV_RES_INVALID_STATE;

@@ -27,7 +27,7 @@ constexpr uint16_t g_uPolynomial16 = 0x8408;
 constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
 
 constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
-// Each step waits for the one before, so long messages take longer ones.
+// Each step waits for the one before, so long messages are worked on in longer steps.
 constexpr unsigned int g_uLongStep = 24;
 
 template <typename Register>
@@ -136,11 +136,9 @@ private:
     unsigned int m_uExponent;
 };
 
-constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t uMask,
-                                  uint32_t (*pfnSlice)(uint32_t, const uint8_t*, size_t))
+constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t (*pfnSlice)(uint32_t, const uint8_t*, size_t))
 {
     SCrcVariant st{};
-    st.uRegisterMask = uMask;
     st.pfnSlice = pfnSlice;
     CPowers toEnd(uPolynomial);
     for (unsigned int u = 1; u <= SCrcVariant::uREACH / 8; ++u)
@@ -165,8 +163,8 @@ constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t uMask,
 }
 }  // namespace
 
-constexpr SCrcVariant g_astCrcVariants[2] = {MakeVariant(g_uPolynomial16, 0xFFFF, Crc16Slice),
-                                             MakeVariant(g_uPolynomial32, 0xFFFFFFFF, Crc32Slice)};
+constexpr SCrcVariant g_astCrcVariants[2] = {MakeVariant(g_uPolynomial16, Crc16Slice),
+                                             MakeVariant(g_uPolynomial32, Crc32Slice)};
 
 uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {

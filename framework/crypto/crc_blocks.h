@@ -3,6 +3,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "framework/kernel/export.h"
+
 /// The registers of CRC-16 and CRC-32 moved on over uSize bytes. Internal; the idea is in crc_blocks.cpp.
 namespace orvel_internal
 {
@@ -25,20 +27,20 @@ struct SCrcVariant
     /// To divide by the polynomial: x^95 / polynomial, and the polynomial without its highest term, placed such that
     /// its product with the quotient meets the last 32 bits of the remainder.
     uint64_t auDivision[2];
-    /// The bits that the register has.
-    uint32_t uRegisterMask;
     /// For bytes that are too few to fold.
     uint32_t (*pfnSlice)(uint32_t uRegister, const uint8_t* puData, size_t uSize);
 };
 
 /// By CCrc::ECrcType.
-extern const SCrcVariant g_astCrcVariants[2];
+QV_HIDDEN extern const SCrcVariant g_astCrcVariants[2];
 
-/// With eCPU_PCLMULQDQ. uSize is 16 at least.
-uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+/// With eCPU_PCLMULQDQ. uSize is 16 at least; the second one is for just that.
+uint32_t CrcFoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant);
+
+uint32_t CrcFold16Pclmul(uint32_t uRegister, const uint8_t* puData, const SCrcVariant& rstVariant);
 
 /// With eCPU_VPCLMULQDQ. uSize is 4 at least.
-uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+uint32_t CrcFoldVpclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant);
 }  // namespace orvel_internal
 
 #endif

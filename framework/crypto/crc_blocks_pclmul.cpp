@@ -13,7 +13,7 @@ inline __m128i Load(const void* pv)
     return _mm_loadu_si128(static_cast<const __m128i*>(pv));
 }
 
-// Both halves of a block by their factors, added up.
+// The sum (XOR) of both halves of a block, each multiplied by its factor.
 inline __m128i Multiply(__m128i block, __m128i factors)
 {
     return _mm_xor_si128(_mm_clmulepi64_si128(block, factors, 0x00), _mm_clmulepi64_si128(block, factors, 0x11));
@@ -28,7 +28,7 @@ inline uint32_t Divide(__m128i remainder, const SCrcVariant& rstVariant)
 }
 }  // namespace
 
-uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t CrcFoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant)
 {
     const size_t uOdd = uSize % 16;
     if (uOdd != 0) uRegister = rstVariant.pfnSlice(uRegister, puData, uOdd);
@@ -65,5 +65,12 @@ uint32_t CrcFoldPclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const 
         remainder = _mm_xor_si128(remainder, Multiply(block, Load(puFactorsEnd - (puEnd - puData))));
     }
     return Divide(remainder, rstVariant);
+}
+
+uint32_t CrcFold16Pclmul(uint32_t uRegister, const uint8_t* puData, const SCrcVariant& rstVariant)
+{
+    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
+    const __m128i block = _mm_xor_si128(Load(puData), _mm_cvtsi32_si128(static_cast<int>(uRegister)));
+    return Divide(Multiply(block, Load(puFactorsEnd - 16)), rstVariant);
 }
 }  // namespace orvel_internal

@@ -69,17 +69,6 @@ inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t
     return Divide(AddLanes(sum), rstVariant);
 }
 
-// A message of 16 bytes.
-inline uint32_t FoldOne(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData)
-{
-    const __m128i message = _mm_loadu_si128(reinterpret_cast<const __m128i*>(puData));
-    const __m128i block = _mm_xor_si128(message, _mm_cvtsi32_si128(static_cast<int>(uRegister)));
-    const __m128i factors = _mm_loadu_si128(reinterpret_cast<const __m128i*>(FactorsEnd(rstVariant) - 16));
-    const __m128i low = _mm_clmulepi64_si128(block, factors, 0x00);
-    const __m128i high = _mm_clmulepi64_si128(block, factors, 0x11);
-    return Divide(_mm_xor_si128(low, high), rstVariant);
-}
-
 constexpr ptrdiff_t g_nLanes = 8;
 
 // Eight accumulators travel over the message, as far as the last few blocks. Without the unrolling g++ keeps them in
@@ -128,11 +117,11 @@ inline uint32_t FoldBlocks(const SCrcVariant& rstVariant, __m512i first, const u
 {
     const size_t uOdd = uSize % 64;
     uRegister = rstVariant.pfnSlice(uRegister, puData, uOdd);
-    return CrcFoldVpclmul(rstVariant, uRegister, puData + uOdd, uSize - uOdd);
+    return CrcFoldVpclmul(uRegister, puData + uOdd, uSize - uOdd, rstVariant);
 }
 }  // namespace
 
-uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t CrcFoldVpclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant)
 {
     const unsigned int uOdd = uSize % 64;
     const uint8_t* const puEnd = puData + uSize;
@@ -141,7 +130,6 @@ uint32_t CrcFoldVpclmul(const SCrcVariant& rstVariant, uint32_t uRegister, const
         const __m512i first = _mm512_xor_si512(Load(puData), InFront(uRegister));
         return FoldBlocks(rstVariant, first, puEnd, static_cast<ptrdiff_t>(uSize) - 64);
     }
-    if (uSize == 16) return FoldOne(rstVariant, uRegister, puData);
     if (uOdd < sizeof(uRegister)) return FoldBehindSlice(rstVariant, uRegister, puData, uSize);
     const __m512i first = OddBlock(uRegister, puData, uOdd);
     return FoldBlocks(rstVariant, first, puEnd, static_cast<ptrdiff_t>(uSize - uOdd));

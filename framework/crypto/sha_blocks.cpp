@@ -87,8 +87,8 @@ uint32_t Sha256Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
 }
 }  // namespace
 
-// The last words of a schedule give all others away, and with them the block, which may have been a key; what a key
-// leaves in the state serves as well. So both are wiped.
+// The last words of a schedule reveal all others, and with them the block, which may have been a key. The state after a
+// key is as good as the key. So both are wiped.
 void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
     uint32_t w[g_uScheduleSize];

@@ -1,5 +1,5 @@
-// The SHA instructions of x86-64. This file alone is compiled with them, so it uses nothing inline of other headers:
-// the linker might keep its copy for everybody.
+// The SHA instructions of x86-64. Only this file is compiled with them, so it uses no inline function of another
+// header: the linker keeps one copy of such a function for the whole library, and that could be the copy made here.
 #include <immintrin.h>
 
 #include "framework/crypto/sha_blocks.h"
@@ -22,7 +22,7 @@ inline void Sha1FiveGroups(__m128i& rAbcd, __m128i& rE, __m128i (&aWords)[4], in
         }
         const __m128i e = nGroup == 0 ? _mm_add_epi32(rE, rWords) : _mm_sha1nexte_epu32(rE, rWords);
         rE = rAbcd;
-        asm("" : "+x"(rE));  // The copy goes where the next e is made, and the chain of rounds has no move in it.
+        asm("" : "+x"(rE));  // Forces the copy into its own register, so that no move lies on the critical path.
         rAbcd = _mm_sha1rnds4_epu32(rAbcd, e, ROUND);
     }
 }

@@ -68,7 +68,7 @@ public:
     unsigned char* Push(unsigned int uSize)
     {
         const uint64_t uFootprint = Footprint(uSize);
-        if (orvel_internal::IsUnlikely(!FitsAtWrite(uFootprint)) && !WrapForFootprint(uFootprint)) return nullptr;
+        if (orvel_internal::IsUnlikely(!HasAmpleRoom(m_puWrite, uFootprint)) && !MakeRoom(uFootprint)) return nullptr;
         unsigned char* const puRecord = m_puWrite;
         unsigned char* const puPayload = PayloadOf(puRecord);
         StoreSize(puRecord, uSize);
@@ -112,24 +112,13 @@ public:
     bool PushCopy(const void* pvRecord, unsigned int uSize)
     {
         const uint64_t uFootprint = Footprint(uSize);
-        unsigned char* puRecord = m_puWrite;
-        // Room for the record and for a header behind it: the usual case, in one comparison.
-        const unsigned char* const puLimit = puRecord < m_puRead ? m_puRead : m_puEnd;
-        if (orvel_internal::IsLikely(Distance(puRecord, puLimit) >= uFootprint + uHEADER_SIZE))
-        {
-            unsigned char* const puPayload = PayloadOf(puRecord);
-            unsigned char* const puNext = puRecord + uFootprint;
-            m_puWrite = puNext;
-            StoreSize(puRecord, uSize);
-            StoreSize(puNext, uNO_RECORD);
-            if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
-            return true;
-        }
-        if (!FitsAtWrite(uFootprint) && !WrapForFootprint(uFootprint)) return false;
-        puRecord = m_puWrite;
-        MoveWriter(puRecord + uFootprint);
+        unsigned char* const puRecord = m_puWrite;
+        if (orvel_internal::IsUnlikely(!HasAmpleRoom(puRecord, uFootprint))) return PushCopyTight(pvRecord, uSize);
         unsigned char* const puPayload = PayloadOf(puRecord);
+        unsigned char* const puNext = puRecord + uFootprint;
+        m_puWrite = puNext;
         StoreSize(puRecord, uSize);
+        StoreSize(puNext, uNO_RECORD);
         if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
         return true;
     }
@@ -141,8 +130,8 @@ public:
         unsigned char* const puRecord = m_puRead;
         if (puRecord == m_puWrite || LoadSize(puRecord) != uSize) return false;
         const unsigned char* const puPayload = PayloadOf(puRecord);
-        // By the caller's size, not the header's, for which everything behind would wait. And before the copy, which
-        // might be into the fields for all that the compiler knows; the payload stays as it is.
+        // With the caller's size: all that follows would wait for the one in the header. And before the copy, since the
+        // compiler must assume that the copy changes the fields; the payload stays as it is.
         MoveReader(puRecord + Footprint(uSize));
         if (uSize != 0) memcpy(pvRecord, puPayload, uSize);
         return true;
@@ -173,14 +162,40 @@ private:
     /// In 64 bits, so that no size wraps to a small one.
     uint64_t Footprint(unsigned int uSize) const
     {
-        // The aligned header is the larger of two powers of two, a multiple of 4; the size is rounded up on its own,
-        // for a constant one by the compiler.
-        const uint64_t uHeader = m_uAlignment > uHEADER_SIZE ? m_uAlignment : uHEADER_SIZE;
-        return uHeader + QV_ALIGNUP_VAL<uint64_t>(uSize, uHEADER_SIZE);
+        // The aligned header is the larger of two powers of two, which is the one rounded up to the other. It is a
+        // multiple of 4, so the size is rounded up on its own, for a constant one by the compiler.
+        return QV_ALIGNUP_VAL<uint64_t>(m_uAlignment, uHEADER_SIZE) + QV_ALIGNUP_VAL<uint64_t>(uSize, uHEADER_SIZE);
     }
     unsigned char* PayloadOf(unsigned char* puRecord) const
     {
         return QV_ALIGNUP_PTR(puRecord + uHEADER_SIZE, static_cast<long>(m_uAlignment));
+    }
+    /// Whether there is room for a record at the writer and for a header behind it: the usual case, in one comparison.
+    bool HasAmpleRoom(const unsigned char* puWrite, uint64_t uFootprint) const
+    {
+        const unsigned char* const puRead = m_puRead;
+        const unsigned char* puLimit = m_puEnd;
+        if (puWrite < puRead) puLimit = puRead;
+        // Below 0 where the record alone does not fit.
+        const int64_t nBehind = static_cast<int64_t>(Distance(puWrite, puLimit) - uFootprint);
+        return nBehind >= int64_t{uHEADER_SIZE};
+    }
+    /// What HasAmpleRoom() does not tell: brings the writer to where the record fits, if anywhere. Apart, as is all
+    /// that few records need, so that what most need stays short.
+    [[gnu::noinline]] QV_HIDDEN bool MakeRoom(uint64_t uFootprint)
+    {
+        return FitsAtWrite(uFootprint) || WrapForFootprint(uFootprint);
+    }
+    [[gnu::noinline]] QV_HIDDEN bool PushCopyTight(const void* pvRecord, unsigned int uSize)
+    {
+        const uint64_t uFootprint = Footprint(uSize);
+        if (!FitsAtWrite(uFootprint) && !WrapForFootprint(uFootprint)) return false;
+        unsigned char* const puRecord = m_puWrite;
+        MoveWriter(puRecord + uFootprint);
+        unsigned char* const puPayload = PayloadOf(puRecord);
+        StoreSize(puRecord, uSize);
+        if (uSize != 0) memcpy(puPayload, pvRecord, uSize);
+        return true;
     }
     bool FitsAtWrite(uint64_t uFootprint) const
     {
@@ -210,18 +225,18 @@ private:
     /// Behind the oldest record. Branches, not conditional moves: what is stored then waits for no comparison.
     void MoveReader(unsigned char* puNext)
     {
-        if (puNext == m_puWrite)
+        if (orvel_internal::IsLikely(puNext != m_puWrite && puNext != m_puDataEnd))
         {
-            m_puRead = m_puWrite = m_puBegin;
-            m_puDataEnd = m_puEnd;
-            StoreSize(m_puBegin, uNO_RECORD);
+            m_puRead = puNext;
+            return;
         }
-        else if (orvel_internal::IsUnlikely(puNext == m_puDataEnd))
-        {
-            m_puRead = m_puBegin;
-            m_puDataEnd = m_puEnd;
-        }
-        else m_puRead = puNext;
+        // Behind the newest record, or behind the last one at the tail.
+        const bool bEmpty = puNext == m_puWrite;
+        m_puRead = m_puBegin;
+        m_puDataEnd = m_puEnd;
+        if (!bEmpty) return;
+        m_puWrite = m_puBegin;
+        StoreSize(m_puBegin, uNO_RECORD);
     }
 
     unsigned char* m_puBegin;

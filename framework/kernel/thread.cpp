@@ -79,7 +79,7 @@ bool g_bHasKey = false;
 // What stands in for the key at shut-down, when it is gone and the records are not.
 void* g_pvCurrentTsd = nullptr;
 
-// What a thread has to know about itself even where there is no memory for its record.
+// What a thread must know about itself even if allocating its record failed.
 struct SSelf
 {
     CThread* pThread;
@@ -132,7 +132,7 @@ public:
     ~CRun()
     {
         if (m_pTsd == nullptr) AdoptLateRecord();
-        // The system frees the record that it holds under the key. What it does not hold is freed here.
+        // A record that is stored under the key is freed by the system. One that is not stored there is freed here.
         if (m_pTsd == nullptr) EndWithoutRecord();
         else if (PeekTsd() != m_pTsd) FreeTsdCallback(m_pTsd);
     }
@@ -195,7 +195,7 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
     if (!g_bHasKey) return QV_RES_THREAD_CREATE_FAILED;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
-    Reap();  // what somebody else has started since, and has ended
+    Reap();  // joins a run that another thread has started since and that has ended
     SetState(eSTARTING);
     Store(m_uId, NextThreadId());
     m_pfnThread = pfn;
@@ -211,7 +211,7 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
 // handle itself.
 QvResult CThread::Create()
 {
-    // The attribute object stays undestroyed: it owns nothing.
+    // The attribute object is not destroyed: it owns nothing.
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     const QvResult res = SetScheduling(attributes, g_astScheduling[m_ePriority]);

@@ -353,6 +353,54 @@ INSTANTIATE_TEST_SUITE_P(
                     SReduceCase{"EmptyToNothing", 0, 32, 0, 0}, SReduceCase{"EmptyToSome", 0, 96, 1, 32}),
     [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
+// Into the room that is there and beyond it, alone with the block and not, in each form.
+TEST(CStringAppend, AnySizeToAnySize)
+{
+    for (unsigned int uOld = 0; uOld <= 70; ++uOld)
+    {
+        for (unsigned int uAdded = 1; uAdded <= 70; ++uAdded)
+        {
+            for (const bool bShared : {false, true})
+            {
+                SCOPED_TRACE(testing::Message() << uAdded << " to " << uOld << (bShared ? ", shared" : ""));
+                const std::string strOld(uOld, 'o');
+                const std::string strAdded(uAdded, 'a');
+                CString strText = StringOf(strOld);
+                CString strOther = StringOf(strOld);
+                CString strByOne = StringOf(strOld);
+                const CString aCopies[] = {strText, strOther, strByOne};
+                if (!bShared)
+                {
+                    for (const CString& rCopy : aCopies) const_cast<CString&>(rCopy) = CString();
+                }
+                strText += strAdded.c_str();
+                strOther += StringOf(strAdded);
+                for (const char c : strAdded) strByOne += c;
+                for (const CString* pText : {&strText, &strOther, &strByOne})
+                {
+                    ASSERT_EQ(strOld + strAdded, TextOf(*pText));
+                    ASSERT_EQ('\0', *pText->end());
+                    ASSERT_EQ((uOld + uAdded + 31) / 32 * 32, pText->GetCapacity());
+                    ASSERT_EQ(1u, ShareCountOf(*pText));
+                }
+                for (const CString& rCopy : aCopies) ASSERT_EQ(bShared ? strOld : "", TextOf(rCopy));
+            }
+        }
+    }
+}
+
+TEST(CStringPlus, AppendsStringsTextsAndCharacters)
+{
+    CString strText;
+    CString& rResult = ((strText += CString("a\0b", 3)) += "cd") += 'e';
+    EXPECT_EQ(&strText, &rResult);
+    EXPECT_EQ(std::string("a\0bcde", 6), TextOf(strText));
+    strText += static_cast<const char*>(nullptr);
+    EXPECT_EQ(6u, strText.GetSize());
+    strText += '\0';
+    EXPECT_EQ(std::string("a\0bcde\0", 7), TextOf(strText));
+}
+
 TEST(CStringPlus, AResultThatIsTooLongLeavesItUnchanged)
 {
     CString strText = CString(g_strX65534.c_str()) + "y";

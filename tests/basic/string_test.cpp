@@ -274,6 +274,32 @@ TEST(CStringLess, OrdersByAllCharactersAsUnsignedBytes)
             EXPECT_EQ(rstrLeft < rstrRight, StringOf(rstrLeft) < StringOf(rstrRight)) << rstrLeft << " " << rstrRight;
 }
 
+// Equal so far, then one other character: in front of, at and behind the eighth, the last one included.
+TEST(CStringLess, FindsTheFirstOtherCharacterWhereverItIs)
+{
+    for (std::size_t uSize = 1; uSize <= 40; ++uSize)
+    {
+        const std::string strText(uSize, 'm');
+        const CString strOurs = StringOf(strText);
+        for (std::size_t uAt = 0; uAt < uSize; ++uAt)
+        {
+            for (const char c : {'\0', 'a', 'm', 'z', '\x80', '\xFF'})
+            {
+                std::string strOther = strText;
+                strOther[uAt] = c;
+                for (const std::size_t uOtherSize : {uAt, uAt + 1, uSize, uSize + 3})
+                {
+                    strOther.resize(uOtherSize, 'z');
+                    SCOPED_TRACE(testing::Message()
+                                 << uSize << " characters, other at " << uAt << " of " << uOtherSize);
+                    ASSERT_EQ(strText < strOther, strOurs < StringOf(strOther));
+                    ASSERT_EQ(strOther < strText, StringOf(strOther) < strOurs);
+                }
+            }
+        }
+    }
+}
+
 struct SCaseInsCase
 {
     const char* pszName;

@@ -21,16 +21,23 @@ struct SPath
     const char* pszName;
     ECpuFeature eFeature;
     unsigned int uLeastSize;
-    uint32_t (*pfnMoveOn)(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize);
+    uint32_t (*pfnMoveOn)(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant);
 };
 
-uint32_t Slice(const SCrcVariant& rstVariant, uint32_t uRegister, const uint8_t* puData, size_t uSize)
+uint32_t Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant)
 {
     return rstVariant.pfnSlice(uRegister, puData, uSize);
 }
 
+// As the library chooses.
+uint32_t FoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, const SCrcVariant& rstVariant)
+{
+    if (uSize == 16) return CrcFold16Pclmul(uRegister, puData, rstVariant);
+    return CrcFoldPclmul(uRegister, puData, uSize, rstVariant);
+}
+
 const SPath g_astPaths[] = {{"portable", eCPU_PORTABLE, 0, Slice},
-                            {"pclmulqdq", eCPU_PCLMULQDQ, 16, CrcFoldPclmul},
+                            {"pclmulqdq", eCPU_PCLMULQDQ, 16, FoldPclmul},
                             {"vpclmulqdq", eCPU_VPCLMULQDQ, 4, CrcFoldVpclmul}};
 
 std::vector<uint8_t> PatternBytes(std::size_t uSize)
@@ -54,7 +61,7 @@ protected:
     bool IsThere() const { return HasCpuFeature(Path().eFeature); }
     uint32_t MoveOn(uint32_t uRegister, const uint8_t* puData, std::size_t uSize) const
     {
-        return Path().pfnMoveOn(g_astCrcVariants[Type()], uRegister, puData, uSize);
+        return Path().pfnMoveOn(uRegister, puData, uSize, g_astCrcVariants[Type()]);
     }
 };
 
