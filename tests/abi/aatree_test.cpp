@@ -1,10 +1,10 @@
-#include "tests/abi/aatree.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/ints.h"
 #include "tests/abi/module_functions.h"
+#include "tests/abi/old_aatree.h"
 
 using CNode = CAATreeBase::CAATreeNode;
 

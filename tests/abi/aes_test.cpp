@@ -4,13 +4,13 @@
 #include <cstring>
 #include <memory>
 
-#include "tests/abi/cipher.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/module_functions.h"
+#include "tests/abi/old_cipher.h"
+#include "tests/abi/old_vector.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
-#include "tests/abi/vector.h"
 
 // The block cipher's own interface, as its library has published it for ever.
 extern "C"

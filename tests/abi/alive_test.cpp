@@ -1,7 +1,7 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
-#include "tests/abi/thread.h"
+#include "tests/abi/old_thread.h"
 #include "tests/support/gate.h"
 
 class CAliveObj : public CThread

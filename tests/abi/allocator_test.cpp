@@ -1,9 +1,9 @@
-#include "tests/abi/allocator.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/module_functions.h"
+#include "tests/abi/old_allocator.h"
 
 namespace
 {
@@ -165,6 +165,7 @@ TEST_F(CBlockAllocatorLayout, SlotsAreDestructorPush)
     EXPECT_EQ(0, OffsetToTop(&blocks));
     EXPECT_TRUE(
         HasSlots(&blocks, {"_ZN15CBlockAllocatorD1Ev", "_ZN15CBlockAllocatorD0Ev", "_ZN15CBlockAllocator4PushEPv"}));
+    EXPECT_EQ(3u, TableOf(&blocks).size());
 }
 
 TEST_F(CBlockAllocatorLayout, ADestructorThroughItsSlotGivesTheBlocksBack)

@@ -1,8 +1,8 @@
 #include <cstdint>
 
-#include "tests/abi/cipher.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
+#include "tests/abi/old_cipher.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
 

@@ -1,10 +1,10 @@
 #include <memory>
 
-#include "tests/abi/blob.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/marshaler.h"
+#include "tests/abi/old_blob.h"
+#include "tests/abi/old_marshaler.h"
 #include "tests/support/derived.h"
 
 namespace

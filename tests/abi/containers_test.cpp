@@ -1,13 +1,13 @@
 // What several containers have in common; what one has alone stands in the test called after it.
-#include "tests/abi/aatree.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/ints.h"
-#include "tests/abi/list.h"
-#include "tests/abi/vector.h"
-#include "tests/abi/vector_list.h"
+#include "tests/abi/old_aatree.h"
+#include "tests/abi/old_list.h"
+#include "tests/abi/old_vector.h"
+#include "tests/abi/old_vector_list.h"
 
 namespace
 {

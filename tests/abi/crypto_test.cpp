@@ -1,7 +1,7 @@
-#include "tests/abi/crypto.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/hash.h"
+#include "tests/abi/old_crypto.h"
+#include "tests/abi/old_hash.h"
 #include "tests/abi/told_size.h"
 
 TEST(CCryptoLayout, HasTheMutexRightBehindTheSingletonBase)

@@ -1,6 +1,6 @@
 #ifndef TESTS_ABI_ECOM_CLS_INFO_H
 #define TESTS_ABI_ECOM_CLS_INFO_H
-#include "tests/abi/result.h"
+#include "tests/abi/old_result.h"
 
 struct SEComGuid;
 class IEComUnknown;

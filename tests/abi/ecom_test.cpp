@@ -6,7 +6,7 @@
 #include "tests/abi/ecom_cls_info.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/mutex.h"
+#include "tests/abi/old_mutex.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
 

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "tests/abi/result.h"
+#include "tests/abi/old_result.h"
 
 // Fault handling does not need the framework.
 bool InstallGenericFaultHandler();

@@ -4,7 +4,7 @@
 
 #include <new>
 
-#include "tests/abi/allocator.h"
+#include "tests/abi/old_allocator.h"
 
 /// A program's own source of memory: the library reaches it through the slots of IAllocator alone.
 class CForeignSource : public IAllocator

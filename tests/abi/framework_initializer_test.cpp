@@ -4,8 +4,8 @@
 #include <iterator>
 
 #include "tests/abi/exports.h"
-#include "tests/abi/framework_initializer.h"
-#include "tests/abi/pool.h"
+#include "tests/abi/old_framework_initializer.h"
+#include "tests/abi/old_pool.h"
 
 QvResult InitializeQvAssert();
 QvResult InitializeResult();

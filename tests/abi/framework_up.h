@@ -2,7 +2,7 @@
 #define TESTS_ABI_FRAMEWORK_UP_H
 #include <gtest/gtest.h>
 
-#include "tests/abi/framework_initializer.h"
+#include "tests/abi/old_framework_initializer.h"
 
 /// Keeps the framework up around all tests of the program that includes this.
 class CFrameworkUp : public testing::Environment

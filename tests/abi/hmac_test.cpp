@@ -4,7 +4,7 @@
 
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/sha1.h"
+#include "tests/abi/old_sha1.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
 

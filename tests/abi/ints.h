@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/abi/result.h"
+#include "tests/abi/old_result.h"
 
 /// A typed layer over a container of int: the library reaches it through the slots of the container alone.
 template <typename Base>

@@ -1,9 +1,9 @@
-#include "tests/abi/list.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/ints.h"
+#include "tests/abi/old_list.h"
 
 namespace
 {

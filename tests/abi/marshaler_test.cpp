@@ -7,9 +7,9 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/marshaler.h"
 #include "tests/abi/module_functions.h"
-#include "tests/abi/pool.h"
+#include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_pool.h"
 
 namespace
 {

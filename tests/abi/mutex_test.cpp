@@ -5,8 +5,8 @@
 
 #include "tests/abi/exports.h"
 #include "tests/abi/guarded.h"
-#include "tests/abi/mutex.h"
-#include "tests/abi/semaphore.h"
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_semaphore.h"
 #include "tests/abi/told_size.h"
 
 // The locks work before the framework is up, so these tests leave it down.

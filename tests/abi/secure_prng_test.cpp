@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "tests/abi/crypto.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
+#include "tests/abi/old_crypto.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
 

@@ -1,9 +1,9 @@
-#include "tests/abi/singleton.h"
-#include "tests/abi/allocator.h"
-#include "tests/abi/crypto.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
+#include "tests/abi/old_allocator.h"
+#include "tests/abi/old_crypto.h"
+#include "tests/abi/old_singleton.h"
 #include "tests/abi/told_size.h"
 
 QvResult InitializeCSingleton();

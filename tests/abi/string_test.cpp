@@ -4,10 +4,10 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/marshaler.h"
 #include "tests/abi/module_functions.h"
-#include "tests/abi/mutex.h"
-#include "tests/abi/string.h"
+#include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_string.h"
 #include "tests/support/derived.h"
 
 namespace

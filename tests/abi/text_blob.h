@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/abi/blob.h"
+#include "tests/abi/old_blob.h"
 
 inline const std::uint8_t* BytesOf(std::string_view text)
 {

@@ -3,7 +3,7 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
-#include "tests/abi/thread.h"
+#include "tests/abi/old_thread.h"
 #include "tests/abi/told_size.h"
 #include "tests/support/gate.h"
 

@@ -7,9 +7,9 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/module_functions.h"
-#include "tests/abi/semaphore.h"
-#include "tests/abi/string.h"
-#include "tests/abi/timer.h"
+#include "tests/abi/old_semaphore.h"
+#include "tests/abi/old_string.h"
+#include "tests/abi/old_timer.h"
 #include "tests/support/derived.h"
 
 class CTimeZone

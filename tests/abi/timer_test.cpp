@@ -4,7 +4,7 @@
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/module_functions.h"
-#include "tests/abi/timer.h"
+#include "tests/abi/old_timer.h"
 #include "tests/abi/told_size.h"
 
 QvResult InitializeCTimer();

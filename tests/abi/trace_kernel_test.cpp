@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "tests/abi/framework_up.h"
-#include "tests/abi/timer.h"
+#include "tests/abi/old_timer.h"
 
 // A program with a trace engine of its own: it defines the setter, and the library's calls arrive there.
 namespace

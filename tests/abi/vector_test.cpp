@@ -1,11 +1,11 @@
-#include "tests/abi/vector.h"
-#include "tests/abi/cipher.h"
 #include "tests/abi/ecom_cls_info.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/guarded.h"
 #include "tests/abi/ints.h"
+#include "tests/abi/old_cipher.h"
+#include "tests/abi/old_vector.h"
 
 extern template class CVector<CCipher::EMode>;
 extern template class CVector<SEComClsInfo>;

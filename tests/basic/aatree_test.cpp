@@ -10,7 +10,6 @@
 
 #include "tests/support/blanked_nodes.h"
 #include "tests/support/container_elements.h"
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -18,16 +17,9 @@ namespace
 {
 using CNode = CAATreeBase::CAATreeNode;
 
-constexpr std::size_t g_uROOT = 88;  // offset of the binary interface
-
 int CompareInts(const void* pFirst, const void* pSecond, unsigned int)
 {
     return *static_cast<const int*>(pFirst) - *static_cast<const int*>(pSecond);
-}
-
-int CompareReversed(const void* pFirst, const void* pSecond, unsigned int)
-{
-    return CompareInts(pSecond, pFirst, 0);
 }
 
 // An untyped tree of int: elements are copied by the one operation that it needs.
@@ -46,9 +38,9 @@ public:
     QvResult Add(int n) { return Insert(&n); }
     void Remove(int n) { EraseElement(&n); }
 
-    using CAATreeBase::eALLOCATE;
-    using CAATreeBase::eCOPY_KEY;
-    using CAATreeBase::eLINK_ALLOCATED;
+    CNode* GetRoot() const { return m_pRoot; }
+    static_assert(eCOPY_KEY == 0 && eALLOCATE == 1 && eLINK_ALLOCATED == 2);
+
     using CAATreeBase::ms_auNullNode;
     using CAATreeBase::ms_pNullNode;
 };
@@ -65,112 +57,6 @@ std::vector<int> ValuesOf(const CIntTree& rTree)
     return values;
 }
 
-TEST(CAATreeLayout, FieldsLieWhereTheBinaryInterfaceHasThem)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    EXPECT_EQ(112u, sizeof(CAATreeBase));
-    EXPECT_EQ(&allocator, LoadAt<IAllocator*>(&tree, 16));
-    EXPECT_EQ(sizeof(int) + 32, LoadAt<unsigned int>(&tree, 44));
-    EXPECT_EQ(sizeof(int), LoadAt<unsigned int>(&tree, 48));
-    EXPECT_EQ(&CompareInts, LoadAt<PFNCompareElements>(&tree, 56));
-    EXPECT_EQ(5u, LoadAt<unsigned int>(&tree, 64));
-    tree.SetLockCapacity(9);
-    EXPECT_EQ(9u, LoadAt<unsigned int>(&tree, 72));
-    tree.SetLockCapacity(0);
-    tree.Add(1);
-    tree.Add(2);
-    tree.Add(3);
-    EXPECT_EQ(3u, LoadAt<unsigned int>(&tree, 76));
-    void* const pElement = tree.Allocate();
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&tree, 80));
-    tree.EraseAllocated(pElement);
-    const CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
-    EXPECT_EQ(2, ValueOf(const_cast<CNode*>(pRoot)));
-    CNode* const pThird = tree.FindNodeByIndex(2);
-    EXPECT_EQ(pThird, LoadAt<CNode*>(&tree, 96));
-    EXPECT_EQ(2u, LoadAt<unsigned int>(&tree, 104));
-    EXPECT_EQ(pThird, LoadAt<CNode*>(pRoot, 8));
-    EXPECT_EQ(pRoot, LoadAt<CNode*>(pThird, 16));
-    EXPECT_EQ(1u, LoadAt<unsigned int>(pThird, 24));
-    EXPECT_EQ(3, LoadAt<int>(pThird, 32));
-    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(pThird, 0));
-    EXPECT_EQ(32u, sizeof(CNode));
-    EXPECT_EQ(16u, sizeof(CAATreeBase::SCompareVoidParams));
-}
-
-TEST(CAATreeLayout, SlotsAndActionsHaveTheirNumbers)
-{
-    EXPECT_EQ(2, SlotOf(&CAATreeBase::Construct));
-    EXPECT_EQ(3, SlotOf(&CAATreeBase::ConstructFrom));
-    EXPECT_EQ(4, SlotOf(&CAATreeBase::Destruct));
-    EXPECT_EQ(0, int{CIntTree::eCOPY_KEY});
-    EXPECT_EQ(1, int{CIntTree::eALLOCATE});
-    EXPECT_EQ(2, int{CIntTree::eLINK_ALLOCATED});
-}
-
-TEST(CAATreeSentinel, ItsLinksLeadToItselfAndItsLevelIsZero)
-{
-    const CNode* const pNull = CIntTree::ms_pNullNode;
-    EXPECT_EQ(static_cast<const void*>(CIntTree::ms_auNullNode), pNull);
-    EXPECT_EQ(pNull, pNull->pLeft);
-    EXPECT_EQ(pNull, pNull->pRight);
-    EXPECT_EQ(pNull, pNull->pParent);
-    EXPECT_EQ(0u, pNull->uLevel);
-    EXPECT_TRUE(CAATreeBase::IsSentinel(pNull));
-}
-
-TEST(CAATreeSentinel, ANodeStartsEmptyOrAsTold)
-{
-    const CNode empty;
-    EXPECT_EQ(nullptr, empty.pLeft);
-    EXPECT_EQ(nullptr, empty.pRight);
-    EXPECT_EQ(nullptr, empty.pParent);
-    EXPECT_EQ(0u, empty.uLevel);
-    CNode left;
-    CNode right;
-    CNode parent;
-    const CNode node(&left, &right, &parent, 3);
-    EXPECT_EQ(&left, node.pLeft);
-    EXPECT_EQ(&right, node.pRight);
-    EXPECT_EQ(&parent, node.pParent);
-    EXPECT_EQ(3u, node.uLevel);
-}
-
-TEST(CAATreeEmpty, HasNoNodesAndWrappingIndexes)
-{
-    const CIntTree tree;
-    const int nKey = 1;
-    EXPECT_TRUE(tree.IsEmpty());
-    EXPECT_EQ(0u, tree.GetSize());
-    EXPECT_EQ(0u, tree.GetCapacity());
-    EXPECT_EQ(0u, tree.GetFirstIndex());
-    EXPECT_EQ(0xFFFFFFFFu, tree.GetLastIndex());
-    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNode(&nKey)));
-    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(0)));
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    EXPECT_EQ(nullptr, tree.GetFirst());
-    EXPECT_EQ(nullptr, tree.GetLast());
-}
-
-TEST(CAATreeInsert, AscendingNumbersAreFoundByIndexAndByKey)
-{
-    CIntTree tree;
-    for (int n = 1; n <= 7; ++n) EXPECT_EQ(QV_RES_OK, tree.Add(n));
-    EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5, 6, 7}), ValuesOf(tree));
-    for (int n = 1; n <= 7; ++n) EXPECT_EQ(n, ValueOf(tree.FindNode(&n)));
-    EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(7)));
-}
-
-TEST(CAATreeInsert, AnEqualElementIsRefusedAndTheReservedNodeStaysSpare)
-{
-    CIntTree tree;
-    tree.Add(1);
-    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.Add(1));
-    EXPECT_EQ(1u, tree.GetSize());
-    EXPECT_EQ(2u, tree.GetCapacity());
-}
-
 TEST(CAATreeInsert, WithoutMemoryNothingChanges)
 {
     CTestAllocator allocator;
@@ -185,35 +71,6 @@ TEST(CAATreeInsert, WithoutMemoryNothingChanges)
     EXPECT_EQ(0u, tree.GetCapacity());
 }
 
-TEST(CAATreeInsert, AllocateSortedRefusesANullPlaceForTheAnswerFirst)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    const int nKey = 1;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.AllocateSorted(&nKey, nullptr));
-    EXPECT_TRUE(allocator.GetRequests().empty());
-}
-
-TEST(CAATreeInsert, AllocatedElementsAreLinkedOrGivenBack)
-{
-    CIntTree tree;
-    int* const pnFirst = static_cast<int*>(tree.Allocate());
-    int* const pnSecond = static_cast<int*>(tree.Allocate());
-    *pnFirst = *pnSecond = 4;
-    EXPECT_EQ(0u, tree.GetSize());
-    EXPECT_EQ(2u, tree.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, tree.InsertAllocated(pnFirst));
-    EXPECT_EQ(pnFirst, CAATreeBase::GetElement(tree.FindNode(pnFirst)));
-    EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.InsertAllocated(pnSecond));
-    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(0));
-    EXPECT_EQ(2u, tree.GetCapacity()) << "the node that was refused is still out";
-    tree.EraseAllocated(pnSecond);
-    tree.EraseAllocated(nullptr);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.InsertAllocated(nullptr));
-    EXPECT_EQ(1u, tree.GetSize());
-    EXPECT_EQ(2u, tree.GetCapacity());
-}
-
 TEST(CAATreeInsert, AnAllocatedNodeIsSetUpWhenItIsLinked)
 {
     CIntTree tree;
@@ -225,84 +82,12 @@ TEST(CAATreeInsert, AnAllocatedNodeIsSetUpWhenItIsLinked)
     EXPECT_EQ((std::vector<int>{3, 5, 6, 7}), ValuesOf(tree));
 }
 
-TEST(CAATreeErase, WhatIsNotThereChangesNothing)
-{
-    CIntTree tree;
-    tree.Add(1);
-    tree.Add(3);
-    tree.Remove(2);
-    tree.Remove(0);
-    tree.Remove(4);
-    tree.Erase(2);
-    EXPECT_EQ((std::vector<int>{1, 3}), ValuesOf(tree));
-}
-
-TEST(CAATreeErase, OfAllKeepsTheCapacity)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    for (int n = 0; n < 20; ++n) tree.Add(n);
-    tree.EraseAll();
-    EXPECT_TRUE(tree.IsEmpty());
-    EXPECT_EQ(20u, tree.GetCapacity());
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    EXPECT_EQ(CIntTree::ms_pNullNode, LoadAt<CNode*>(&tree, g_uROOT));
-    const std::size_t uRequests = allocator.GetRequests().size();
-    for (int n = 0; n < 20; ++n) tree.Add(n);
-    EXPECT_EQ(uRequests, allocator.GetRequests().size()) << "nodes are used again";
-}
-
 TEST(CAATreeErase, AKeyThatIsTheElementItselfWillDo)
 {
     CIntTree tree;
     for (int n = 0; n < 50; ++n) tree.Add(n);
     while (!tree.IsEmpty()) tree.EraseElement(CAATreeBase::GetElement(tree.FindNodeByIndex(tree.GetSize() / 2)));
     EXPECT_TRUE(CAATreeBase::IsSentinel(tree.FindNodeByIndex(0)));
-}
-
-TEST(CAATreeCapacity, IsExactAndCountsAllocatedNodes)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(5));
-    EXPECT_EQ(5u, allocator.GetRequests().back().uCount);
-    EXPECT_EQ(sizeof(int) + 32, allocator.GetRequests().back().uSize);
-    tree.Add(1);
-    void* const pElement = tree.Allocate();
-    EXPECT_EQ(5u, tree.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(2));
-    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(8));
-    EXPECT_EQ(3u, allocator.GetRequests().back().uCount);
-    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(4));
-    EXPECT_EQ(4u, tree.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, tree.ReduceCapacity(0));
-    EXPECT_EQ(2u, tree.GetCapacity());
-    tree.EraseAllocated(pElement);
-}
-
-TEST(CAATreeCapacity, ALockRefusesEveryChange)
-{
-    CIntTree tree;
-    tree.ReserveCapacity(2);
-    tree.SetLockCapacity(1);
-    EXPECT_EQ(1u, tree.GetLockCapacity());
-    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReduceCapacity(2));
-    EXPECT_EQ(QV_RES_INVALID_STATE, tree.ReserveCapacity(3));
-    EXPECT_EQ(QV_RES_OK, tree.ReserveCapacity(2));
-    EXPECT_EQ(QV_RES_OK, tree.Add(1));
-    EXPECT_EQ(QV_RES_OK, tree.Add(2));
-    EXPECT_EQ(QV_RES_INVALID_STATE, tree.Add(2)) << "refused before it is looked for";
-    void* pElement = nullptr;
-    const int nKey = 3;
-    EXPECT_EQ(QV_RES_INVALID_STATE, tree.AllocateSorted(&nKey, &pElement));
-    EXPECT_EQ(nullptr, tree.Allocate());
-    CIntTree larger;
-    for (int n = 10; n < 13; ++n) larger.Add(n);
-    tree = larger;
-    EXPECT_EQ((std::vector<int>{1, 2}), ValuesOf(tree));
-    larger.Erase(0);
-    tree = larger;
-    EXPECT_EQ((std::vector<int>{11, 12}), ValuesOf(tree));
 }
 
 TEST(CAATreeCapacity, NodesOfMoreThan4GiBAreAskedForLikeAnyOther)
@@ -336,101 +121,6 @@ TEST(CAATreeCapacity, ABlockAllocatorWithTooSmallBlocksIsRaised)
     CIntTree kept(sizeof(int), large);
     kept.Add(1);
     EXPECT_EQ(100u, allocator.GetRequests().back().uSize);
-}
-
-TEST(CAATreeComparison, MayBeReplacedWhileTheTreeIsEmpty)
-{
-    CIntTree tree;
-    EXPECT_EQ(QV_RES_OK, tree.SetComparisonFunction(CompareReversed, 0));
-    tree.Add(1);
-    tree.Add(2);
-    EXPECT_EQ(QV_RES_INVALID_STATE, tree.SetComparisonFunction(CompareInts, 0));
-    EXPECT_EQ((std::vector<int>{2, 1}), ValuesOf(tree));
-    CIntTree copy;
-    copy = tree;
-    copy.Add(3);
-    EXPECT_EQ((std::vector<int>{3, 2, 1}), ValuesOf(copy)) << "assignment takes the comparison";
-}
-
-TEST(CAATreeAssignment, LeavesTheTreeAsItWasWhenItCannot)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    tree.Add(1);
-    CIntTree source;
-    source.Add(5);
-    source.Add(6);
-    allocator.SetRefusing(true);
-    tree = source;
-    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
-    allocator.SetRefusing(false);
-    CIntTree wide(8, CBlockAllocator(8, nullptr));
-    tree = wide;
-    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
-    const CIntTree& rSame = tree;
-    tree = rSame;
-    EXPECT_EQ((std::vector<int>{1}), ValuesOf(tree));
-    void* const pElement = tree.Allocate();
-    tree = source;
-    EXPECT_EQ((std::vector<int>{5, 6}), ValuesOf(tree));
-    EXPECT_EQ(3u, tree.GetCapacity());
-    tree.EraseAllocated(pElement);
-}
-
-TEST(CAATreeAssignment, TheCopyConstructorTakesSourceSizeAndComparison)
-{
-    CTestAllocator allocator;
-    CIntTree tree(&allocator);
-    tree.ReserveCapacity(9);
-    tree.Add(3);
-    tree.SetLockCapacity(1);
-    CAATreeBase copy(tree);
-    EXPECT_EQ(1u, copy.GetSize());
-    EXPECT_EQ(1u, copy.GetCapacity());
-    EXPECT_EQ(0u, copy.GetLockCapacity());
-    EXPECT_EQ(sizeof(int) + 32, allocator.GetRequests().back().uSize);
-}
-
-TEST(CAATreeCurrentNode, WalksInOrderAndFallsOffEitherEnd)
-{
-    CIntTree tree;
-    for (int n = 0; n < 10; ++n) tree.Add(n);
-    const int nKey = 4;
-    tree.SetCurrentNode(tree.FindNode(&nKey));
-    EXPECT_FALSE(tree.CurrentNodeIsInvalid());
-    for (int n = 4; n < 10; ++n)
-    {
-        EXPECT_EQ(n, ValueOf(tree.GetCurrentNode()));
-        tree.IncrementCurrentNode();
-    }
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    tree.IncrementCurrentNode();
-    tree.DecrementCurrentNode();
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-    tree.FindNodeByIndex(1);
-    tree.DecrementCurrentNode();
-    EXPECT_EQ(0, ValueOf(tree.GetCurrentNode()));
-    tree.DecrementCurrentNode();
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
-}
-
-TEST(CAATreeCurrentNode, OneThatWasSetDoesNotMisleadAccessByIndex)
-{
-    CIntTree tree;
-    for (int n = 0; n < 30; ++n) tree.Add(n);
-    for (int n = 0; n < 30; ++n)
-    {
-        tree.SetCurrentNode(tree.FindNode(&n));
-        if (n % 3 == 1) tree.IncrementCurrentNode();
-        if (n % 3 == 2) tree.DecrementCurrentNode();
-        for (const unsigned int u : {13u, 0u, 29u, 17u})
-            EXPECT_EQ(static_cast<int>(u), ValueOf(tree.FindNodeByIndex(u)));
-        tree.IncrementCurrentNode();
-        EXPECT_EQ(18, ValueOf(tree.GetCurrentNode()));
-        EXPECT_EQ(20, ValueOf(tree.FindNodeByIndex(20)));
-    }
-    tree.SetCurrentNode(nullptr);
-    EXPECT_TRUE(tree.CurrentNodeIsInvalid());
 }
 
 // From a node to the root, both included.
@@ -470,8 +160,7 @@ TEST(CAATreeCurrentNode, AScanByIndexTakesAtMostTwoStepsAnElement)
         {
             const unsigned int uIndex = bRising ? u : uSIZE - 1 - u;
             const bool bEnd = u == 0 || u == uSIZE - 1;
-            const std::set<CNode*> way =
-                WayBetween(bEnd ? LoadAt<CNode*>(&tree, g_uROOT) : pAskedForLast, nodes[uIndex]);
+            const std::set<CNode*> way = WayBetween(bEnd ? tree.GetRoot() : pAskedForLast, nodes[uIndex]);
             uSteps += way.size() - 1;
             std::vector<CNode*> others = nodes;
             others.erase(std::remove_if(others.begin(), others.end(), [&](CNode* pNode) { return way.count(pNode); }),
@@ -488,7 +177,7 @@ TEST(CAATreeNodes, MinimumAndMaximumOfASubtree)
 {
     CIntTree tree;
     for (int n = 0; n < 15; ++n) tree.Add(n);
-    CNode* const pRoot = LoadAt<CNode*>(&tree, g_uROOT);
+    CNode* const pRoot = tree.GetRoot();
     EXPECT_EQ(0, ValueOf(tree.FindNodeMin(pRoot)));
     EXPECT_EQ(14, ValueOf(tree.FindNodeMax(pRoot)));
     EXPECT_EQ(ValueOf(pRoot) + 1, ValueOf(tree.FindNodeMin(pRoot->pRight)));

@@ -3,13 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <deque>
-#include <type_traits>
 
-#include "tests/support/object_bytes.h"
 #include "tests/support/test_allocator.h"
-#include "tests/support/test_seed.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -22,26 +17,18 @@ Blocks BlocksOf(const IAllocator::SBlock* pChain)
     return blocks;
 }
 
-/// Remembers the chains that it gave and got.
+/// Remembers the chains that it got back.
 class CSource : public CTestAllocator
 {
 public:
-    SBlock* Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast) override
-    {
-        SBlock* const pChain = CTestAllocator::Allocate(uCount, uSize, ppLast);
-        m_given.push_back(BlocksOf(pChain));
-        return pChain;
-    }
     void Release(SBlock* pChain, unsigned int uCount) override
     {
         m_taken.push_back(BlocksOf(pChain));
         CTestAllocator::Release(pChain, uCount);
     }
-    const std::vector<Blocks>& GetGiven() const { return m_given; }
     const std::vector<Blocks>& GetTaken() const { return m_taken; }
 
 private:
-    std::vector<Blocks> m_given;
     std::vector<Blocks> m_taken;
 };
 
@@ -55,7 +42,7 @@ struct SImage
     unsigned int uBlockCount;
     unsigned int uBlockSize;
 };
-static_assert(sizeof(CBlockAllocator) == sizeof(SImage), "the layout is the binary interface");
+static_assert(sizeof(CBlockAllocator) == sizeof(SImage));
 
 SImage ImageOf(const CBlockAllocator& rBlocks)
 {
@@ -81,8 +68,6 @@ Blocks Part(const Blocks& blocks, std::size_t uFirst, std::size_t uEnd)
     return Blocks(blocks.begin() + static_cast<Distance>(uFirst), blocks.begin() + static_cast<Distance>(uEnd));
 }
 
-using Names = std::vector<std::string>;
-
 class CBlockAllocatorTest : public testing::Test
 {
 protected:
@@ -90,37 +75,6 @@ protected:
     CBlockAllocator m_blocks{24, &m_source};
 };
 }  // namespace
-
-TEST(AllocatorLayout, AllocateAndReleaseFollowTheDestructor)
-{
-    static_assert(sizeof(IAllocator) == 8, "a table pointer alone");
-    static_assert(sizeof(IAllocator::SBlock) == 8, "a link alone");
-    const CDefaultAllocator* const pDefault = CDefaultAllocator::Instance();
-    const Names expected = {"_ZN17CDefaultAllocatorD1Ev", "_ZN17CDefaultAllocatorD0Ev",
-                            "_ZN17CDefaultAllocator8AllocateEjjPPN10IAllocator6SBlockE",
-                            "_ZN17CDefaultAllocator7ReleaseEPN10IAllocator6SBlockEj"};
-    const Names slots = VtableSlots(pDefault);
-    ASSERT_LE(4u, slots.size());
-    EXPECT_EQ(expected, Names(slots.begin(), slots.begin() + 4));
-    EXPECT_EQ(2, SlotOf(&IAllocator::Allocate));
-    EXPECT_EQ(3, SlotOf(&IAllocator::Release));
-}
-
-TEST(AllocatorLayout, TheDefaultAllocatorIsASingletonFirst)
-{
-    static_assert(std::is_base_of<CSingleton<CDefaultAllocator>, CDefaultAllocator>::value, "first base");
-    static_assert(sizeof(CDefaultAllocator) == 16, "two table pointers alone");
-    CDefaultAllocator* const pDefault = CSingleton<CDefaultAllocator>::Instance();
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(pDefault) + 8,
-              reinterpret_cast<unsigned char*>(static_cast<IAllocator*>(pDefault)));
-}
-
-TEST(AllocatorLayout, PushIsTheBlockAllocatorsOneVirtualOperationBesideTheDestructor)
-{
-    const CBlockAllocator blocks(8, nullptr);
-    const Names expected = {"_ZN15CBlockAllocatorD1Ev", "_ZN15CBlockAllocatorD0Ev", "_ZN15CBlockAllocator4PushEPv"};
-    EXPECT_EQ(expected, VtableSlots(&blocks));
-}
 
 TEST(DefaultAllocator, LinksTheBlocksIntoAChainThatEnds)
 {
@@ -158,24 +112,6 @@ TEST(DefaultAllocator, ReleaseOfNoChainDoesNothing)
     CDefaultAllocator::Instance()->Release(nullptr, 3);
 }
 
-TEST_F(CBlockAllocatorTest, StartsWithAnEmptyList)
-{
-    EXPECT_EQ(0u, m_blocks.GetBlockCount());
-    const SImage image = ImageOf(m_blocks);
-    EXPECT_EQ(&m_source, image.pAllocator);
-    EXPECT_EQ(nullptr, image.pHead);
-    EXPECT_EQ(nullptr, image.pTail);
-    EXPECT_EQ(0u, image.uBlockCount);
-    EXPECT_EQ(24u, image.uBlockSize);
-    EXPECT_TRUE(m_source.GetRequests().empty());
-}
-
-TEST_F(CBlockAllocatorTest, WithoutASourceTakesTheDefaultAllocator)
-{
-    const CBlockAllocator blocks(24, nullptr);
-    EXPECT_EQ(static_cast<IAllocator*>(CDefaultAllocator::Instance()), ImageOf(blocks).pAllocator);
-}
-
 TEST_F(CBlockAllocatorTest, ABlockHasAtLeastEightBytesAndIsNotAlignedUp)
 {
     for (unsigned int uSize = 0; uSize <= 20; ++uSize)
@@ -188,19 +124,6 @@ TEST_F(CBlockAllocatorTest, ABlockHasAtLeastEightBytesAndIsNotAlignedUp)
     }
 }
 
-TEST_F(CBlockAllocatorTest, CopyConstructionTakesSourceAndSizeButNoBlock)
-{
-    ASSERT_TRUE(m_blocks.Reserve(3));
-    const CBlockAllocator copy(m_blocks);
-    EXPECT_EQ(0u, copy.GetBlockCount());
-    EXPECT_TRUE(FreeBlocksOf(copy).empty());
-    EXPECT_EQ(&m_source, ImageOf(copy).pAllocator);
-    EXPECT_EQ(24u, ImageOf(copy).uBlockSize);
-    EXPECT_TRUE(copy == m_blocks);
-    EXPECT_EQ(3u, m_blocks.GetBlockCount());
-    EXPECT_EQ(1u, m_source.GetRequests().size());
-}
-
 TEST_F(CBlockAllocatorTest, EqualityLooksAtTheSourceAlone)
 {
     CSource otherSource;
@@ -211,25 +134,6 @@ TEST_F(CBlockAllocatorTest, EqualityLooksAtTheSourceAlone)
     EXPECT_FALSE(m_blocks != otherSize);
     EXPECT_FALSE(m_blocks == elsewhere);
     EXPECT_TRUE(m_blocks != elsewhere);
-}
-
-TEST_F(CBlockAllocatorTest, DestructionReturnsTheFreeBlocksInOneCall)
-{
-    {
-        CBlockAllocator blocks(16, &m_source);
-        ASSERT_TRUE(blocks.Reserve(2));
-        ASSERT_TRUE(blocks.Reserve(5));
-    }
-    EXPECT_EQ(std::vector<unsigned int>{5}, m_source.GetReleases());
-    EXPECT_EQ(0u, m_source.GetLiveBlocks());
-}
-
-TEST_F(CBlockAllocatorTest, DestructionWithoutFreeBlocksDoesNotCallTheSource)
-{
-    {
-        const CBlockAllocator blocks(16, &m_source);
-    }
-    EXPECT_TRUE(m_source.GetReleases().empty());
 }
 
 namespace
@@ -257,110 +161,6 @@ TEST(CBlockAllocatorReduce, CountsTheBlocksAsGoneOnceTheSourceHasThem)
     blocks.Reduce(2);
     EXPECT_EQ(5u, source.uBlocksWhileReleasing);
     EXPECT_EQ(2u, blocks.GetBlockCount());
-}
-
-TEST_F(CBlockAllocatorTest, ReserveAsksForExactlyTheShortfallInOneCall)
-{
-    ASSERT_TRUE(m_blocks.Reserve(3));
-    ASSERT_TRUE(m_blocks.Reserve(10));
-    ASSERT_EQ(2u, m_source.GetRequests().size());
-    EXPECT_EQ(3u, m_source.GetRequests()[0].uCount);
-    EXPECT_EQ(7u, m_source.GetRequests()[1].uCount);
-    EXPECT_EQ(24u, m_source.GetRequests()[1].uSize);
-    EXPECT_EQ(10u, m_blocks.GetBlockCount());
-}
-
-TEST_F(CBlockAllocatorTest, ReserveOfNoMoreThanIsFreeDoesNotCallTheSource)
-{
-    EXPECT_TRUE(m_blocks.Reserve(0));
-    ASSERT_TRUE(m_blocks.Reserve(3));
-    EXPECT_TRUE(m_blocks.Reserve(3));
-    EXPECT_TRUE(m_blocks.Reserve(2));
-    EXPECT_EQ(1u, m_source.GetRequests().size());
-    EXPECT_EQ(3u, m_blocks.GetBlockCount());
-}
-
-TEST_F(CBlockAllocatorTest, ReservedBlocksGoToTheEnd)
-{
-    ASSERT_TRUE(m_blocks.Reserve(2));
-    ASSERT_TRUE(m_blocks.Reserve(5));
-    Blocks expected = m_source.GetGiven()[0];
-    expected.insert(expected.end(), m_source.GetGiven()[1].begin(), m_source.GetGiven()[1].end());
-    EXPECT_EQ(expected, FreeBlocksOf(m_blocks));
-}
-
-TEST_F(CBlockAllocatorTest, ARefusedReserveChangesNothing)
-{
-    m_source.SetRefusing(true);
-    EXPECT_FALSE(m_blocks.Reserve(1));
-    EXPECT_TRUE(FreeBlocksOf(m_blocks).empty());
-    m_source.SetRefusing(false);
-    ASSERT_TRUE(m_blocks.Reserve(2));
-    const Blocks before = FreeBlocksOf(m_blocks);
-    m_source.SetRefusing(true);
-    EXPECT_FALSE(m_blocks.Reserve(3));
-    EXPECT_TRUE(m_blocks.Reserve(2));
-    EXPECT_EQ(before, FreeBlocksOf(m_blocks));
-    m_source.SetRefusing(false);
-}
-
-TEST_F(CBlockAllocatorTest, PopOfNoneAsksForExactlyOneBlock)
-{
-    void* const pvBlock = m_blocks.Pop();
-    ASSERT_NE(nullptr, pvBlock);
-    EXPECT_EQ(0u, m_blocks.GetBlockCount());
-    EXPECT_TRUE(FreeBlocksOf(m_blocks).empty());
-    ASSERT_EQ(1u, m_source.GetRequests().size());
-    EXPECT_EQ(1u, m_source.GetRequests()[0].uCount);
-    EXPECT_EQ(24u, m_source.GetSizeOf(pvBlock));
-    m_blocks.Push(pvBlock);
-    EXPECT_EQ(1u, m_blocks.GetBlockCount());
-}
-
-TEST_F(CBlockAllocatorTest, PopWithoutMemoryIsNull)
-{
-    m_source.SetRefusing(true);
-    EXPECT_EQ(nullptr, m_blocks.Pop());
-    EXPECT_EQ(1u, m_source.GetRequests().size());
-    EXPECT_TRUE(FreeBlocksOf(m_blocks).empty());
-    m_source.SetRefusing(false);
-}
-
-TEST_F(CBlockAllocatorTest, WhatWasPushedLastIsPoppedFirst)
-{
-    ASSERT_TRUE(m_blocks.Reserve(3));
-    const Blocks blocks = FreeBlocksOf(m_blocks);
-    for (void* const pvBlock : blocks) EXPECT_EQ(pvBlock, m_blocks.Pop());
-    EXPECT_EQ(0u, m_blocks.GetBlockCount());
-    for (void* const pvBlock : blocks)
-    {
-        m_blocks.Push(pvBlock);
-        EXPECT_EQ(pvBlock, FreeBlocksOf(m_blocks).front());
-    }
-    EXPECT_EQ(3u, m_blocks.GetBlockCount());
-    EXPECT_EQ(blocks.back(), m_blocks.Pop());
-    m_blocks.Push(blocks.back());
-    EXPECT_EQ(1u, m_source.GetRequests().size());
-    EXPECT_TRUE(m_source.GetReleases().empty());
-}
-
-TEST_F(CBlockAllocatorTest, PushOfNullChangesNothing)
-{
-    m_blocks.Push(nullptr);
-    EXPECT_TRUE(FreeBlocksOf(m_blocks).empty());
-    ASSERT_TRUE(m_blocks.Reserve(1));
-    const Blocks before = FreeBlocksOf(m_blocks);
-    m_blocks.Push(nullptr);
-    EXPECT_EQ(before, FreeBlocksOf(m_blocks));
-}
-
-TEST_F(CBlockAllocatorTest, ReserveAfterPushAppendsBehindThePushedBlock)
-{
-    void* const pvBlock = m_blocks.Pop();
-    m_blocks.Push(pvBlock);
-    ASSERT_TRUE(m_blocks.Reserve(3));
-    EXPECT_EQ(pvBlock, FreeBlocksOf(m_blocks).front());
-    EXPECT_EQ(3u, m_blocks.GetBlockCount());
 }
 
 namespace
@@ -418,70 +218,6 @@ INSTANTIATE_TEST_SUITE_P(Cases, CReduce,
                              name << rInfo.param.uFree << "To" << rInfo.param.uKeep;
                              return name.str();
                          });
-
-TEST(CBlockAllocatorModel, RandomOperationsMatchADequeEvenWhenMemoryRunsOut)
-{
-    std::mt19937 rng(TestSeed());
-    CSource source;
-    CBlockAllocator blocks(40, &source);
-    std::deque<void*> free;
-    Blocks out;
-    for (unsigned int uStep = 0; uStep < 5000; ++uStep)
-    {
-        SCOPED_TRACE(testing::Message() << "step " << uStep);
-        const unsigned int uCount = Below(rng, 12);
-        const std::size_t uFree = free.size();
-        const bool bRefusing = Below(rng, 4) == 0;
-        source.SetRefusing(bRefusing);
-        switch (Below(rng, 5))
-        {
-            case 0:
-            {
-                const bool bEnough = uCount <= uFree;
-                ASSERT_EQ(bEnough || !bRefusing, blocks.Reserve(uCount));
-                if (!bEnough && !bRefusing)
-                {
-                    ASSERT_EQ(uCount - uFree, source.GetGiven().back().size());
-                    free.insert(free.end(), source.GetGiven().back().begin(), source.GetGiven().back().end());
-                }
-                break;
-            }
-            case 1:
-                blocks.Reduce(uCount);
-                if (uCount >= uFree) break;
-                if (uFree - uCount < uCount)
-                    free.erase(free.begin(), free.begin() + static_cast<std::ptrdiff_t>(uFree - uCount));
-                else free.erase(free.begin() + static_cast<std::ptrdiff_t>(uCount), free.end());
-                ASSERT_EQ(uFree - uCount, source.GetReleases().back());
-                break;
-            case 2:
-            case 3:
-            {
-                void* const pvBlock = blocks.Pop();
-                if (!free.empty())
-                {
-                    ASSERT_EQ(free.front(), pvBlock);
-                    free.pop_front();
-                }
-                else if (bRefusing) ASSERT_EQ(nullptr, pvBlock);
-                else ASSERT_EQ(source.GetGiven().back(), Blocks{pvBlock});
-                if (pvBlock == nullptr) break;
-                memset(pvBlock, 0x77, 40);
-                out.push_back(pvBlock);
-                break;
-            }
-            default:
-                if (out.empty()) break;
-                std::swap(out.back(), out[Below(rng, out.size())]);
-                blocks.Push(out.back());
-                free.push_front(out.back());
-                out.pop_back();
-        }
-        ASSERT_EQ(Blocks(free.begin(), free.end()), FreeBlocksOf(blocks));
-        ASSERT_EQ(free.size() + out.size(), source.GetLiveBlocks());
-    }
-    for (void* const pvBlock : out) blocks.Push(pvBlock);
-}
 
 TEST_F(CBlockAllocatorTest, AnEqualOneTakesTheBlocksBack)
 {

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "framework/basic/blob.h"
+#include "tests/basic/named_operations.h"
 #include "tests/support/blob_probe.h"
 #include "tests/support/page_end.h"
 #include "tests/support/test_allocator.h"
@@ -14,7 +16,6 @@
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 using Bits = std::vector<bool>;
 
 Bits BitsOf(const Bytes& rBytes)
@@ -557,110 +558,133 @@ TEST(CBlobAlignmentLarge, OfAppendingCountsFromTheLastAppendedBit)
     EXPECT_EQ((SBlobCursors{0, 0, 2, 5}), CursorsOf(blob));
 }
 
-TEST(CBlobModel, BytesBitsCursorsAndCapacityMatchAfterEveryStep)
+namespace
 {
-    std::mt19937 rng(TestSeed());
-    CTestAllocator allocator;
+class CBlobModel : public testing::Test
+{
+public:
+    void BeginStep()
+    {
+        m_bytes = RandomBytes(m_rng, 0, 12);
+        m_uBytes = static_cast<unsigned int>(m_bytes.size());
+        m_uBits = Below(m_rng, 70);
+        // Long blobs are drained now and then, and started anew.
+        if (m_model.Size() > 300) ResizeTo(0);
+    }
+    void EndStep() { ExpectSame(m_model, *m_blob); }
+
+    void AppendBits() { AppendBoth(m_rng, m_uBits, Below(m_rng, 32), m_model, *m_blob); }
+    void ReadBits() { ReadBoth(m_rng, m_uBits, Below(m_rng, 32), m_model, *m_blob); }
+    void SkipBits()
+    {
+        m_blob->SkipBits(m_uBits);
+        m_model.SkipBits(m_uBits);
+    }
+    void PadBits()
+    {
+        m_blob->PadBits(m_uBits);
+        m_model.PadBits(m_uBits);
+    }
+    void RealignReadBits()
+    {
+        m_blob->RealignReadBits(1 + m_uBits);
+        m_model.RealignReadBits(1 + m_uBits);
+    }
+    void RealignAppendBits()
+    {
+        m_blob->RealignAppendBits(1 + m_uBits);
+        m_model.RealignAppendBits(1 + m_uBits);
+    }
+    void InsertBytes()
+    {
+        const unsigned int uIndex = Below(m_rng, m_model.Size() + 2);
+        const QvResult res = m_blob->Insert(uIndex, m_bytes.data(), m_uBytes);
+        ASSERT_EQ(uIndex > m_model.Size() ? QV_RES_INVALID_ARGUMENT : QV_RES_OK, res);
+        if (res < 0) return;
+        m_model.bytes.insert(m_model.bytes.begin() + uIndex, m_bytes.begin(), m_bytes.end());
+        m_model.Reserve(m_model.Size());
+    }
+    void AppendBytes()
+    {
+        ASSERT_EQ(QV_RES_OK, m_blob->Append(m_bytes.data(), m_uBytes % 3));
+        m_model.bytes.insert(m_model.bytes.end(), m_bytes.begin(), m_bytes.begin() + m_uBytes % 3);
+        m_model.Reserve(m_model.Size());
+    }
+    void Resize() { ResizeTo(Below(m_rng, std::min(m_model.uCapacity, 30u) + 1)); }
+    void SetReadIndex()
+    {
+        const unsigned int uIndex = Below(m_rng, m_model.Size() + 2);
+        const bool bAllowed = uIndex < m_model.Size() || uIndex == 0;
+        // Nothing lies before the first byte.
+        if (uIndex == 0 && m_model.stCursors.uReadBitOffset != 0) return;
+        ASSERT_EQ(bAllowed ? QV_RES_OK : QV_RES_INVALID_ARGUMENT, m_blob->SetReadIndex(uIndex));
+        if (bAllowed) m_model.stCursors.uReadIndex = uIndex;
+    }
+    void Read()
+    {
+        Bytes read(m_uBytes, 0x5A);
+        const bool bAllowed = m_uBytes != 0 && m_uBytes <= m_model.UnreadBytes();
+        ASSERT_EQ(bAllowed ? read.data() : nullptr, m_blob->Read(read.data(), m_uBytes));
+        if (!bAllowed) return;
+        m_model.RealignReadBits(8);
+        ASSERT_EQ(Packed(m_model.ReadBits(m_uBytes * 8)), read);
+    }
+    void ReadNoCopy()
+    {
+        const unsigned char* const puBytes = m_blob->ReadNoCopy(m_uBytes);
+        if (m_uBytes > m_model.UnreadBytes())
+        {
+            ASSERT_EQ(nullptr, puBytes);
+            return;
+        }
+        m_model.RealignReadBits(8);
+        ASSERT_EQ(m_blob->GetAt(m_model.stCursors.uReadIndex), puBytes);
+        m_model.SkipBits(m_uBytes * 8);
+    }
+
+protected:
+    void ResizeTo(unsigned int uSize)
+    {
+        ASSERT_EQ(QV_RES_OK, m_blob->Resize(uSize));
+        m_model.bytes.resize(std::min(uSize, m_model.Size()));
+        ASSERT_TRUE(std::equal(m_model.bytes.begin(), m_model.bytes.end(), m_blob->begin()));
+        m_model.bytes = BytesOf(*m_blob);
+        ASSERT_EQ(uSize, m_model.Size());
+    }
+
+    std::mt19937 m_rng{TestSeed()};
+    CTestAllocator m_allocator;
+    std::optional<CBlob> m_blob;
+    SBlobModel m_model;
+    Bytes m_bytes;
+    unsigned int m_uBytes = 0;
+    unsigned int m_uBits = 0;
+};
+
+constexpr SNamedOperation<CBlobModel> g_aOPERATIONS[] = {
+    {"append bits", 3, &CBlobModel::AppendBits},
+    {"read bits", 3, &CBlobModel::ReadBits},
+    {"skip bits", 1, &CBlobModel::SkipBits},
+    {"pad bits", 1, &CBlobModel::PadBits},
+    {"realign reading", 1, &CBlobModel::RealignReadBits},
+    {"realign appending", 1, &CBlobModel::RealignAppendBits},
+    {"insert bytes", 1, &CBlobModel::InsertBytes},
+    {"append bytes", 2, &CBlobModel::AppendBytes},
+    {"resize", 1, &CBlobModel::Resize},
+    {"set the read index", 1, &CBlobModel::SetReadIndex},
+    {"read", 1, &CBlobModel::Read},
+    {"read without a copy", 1, &CBlobModel::ReadNoCopy},
+};
+}  // namespace
+
+TEST_F(CBlobModel, BytesBitsCursorsAndCapacityMatchAfterEveryStep)
+{
     for (unsigned int uRound = 0; uRound < 60; ++uRound)
     {
-        CBlob blob(&allocator);
-        SBlobModel model;
-        for (unsigned int uStep = 0; uStep < 400; ++uStep)
-        {
-            SCOPED_TRACE(testing::Message() << "round " << uRound << ", step " << uStep);
-            const Bytes bytes = RandomBytes(rng, 0, 12);
-            const unsigned int uBytes = static_cast<unsigned int>(bytes.size());
-            const unsigned int uBits = Below(rng, 70);
-            unsigned int uOperation = Below(rng, 17);
-            // Long blobs are drained, and started anew.
-            if (model.Size() > 300) uOperation = 13;
-            switch (uOperation)
-            {
-                case 0:
-                case 1:
-                case 2: AppendBoth(rng, uBits, Below(rng, 32), model, blob); break;
-                case 3:
-                case 4:
-                case 5: ASSERT_NO_FATAL_FAILURE(ReadBoth(rng, uBits, Below(rng, 32), model, blob)); break;
-                case 6:
-                    blob.SkipBits(uBits);
-                    model.SkipBits(uBits);
-                    break;
-                case 7:
-                    blob.PadBits(uBits);
-                    model.PadBits(uBits);
-                    break;
-                case 8:
-                    blob.RealignReadBits(1 + uBits);
-                    model.RealignReadBits(1 + uBits);
-                    break;
-                case 9:
-                    blob.RealignAppendBits(1 + uBits);
-                    model.RealignAppendBits(1 + uBits);
-                    break;
-                case 10:
-                {
-                    const unsigned int uIndex = Below(rng, model.Size() + 2);
-                    const QvResult res = blob.Insert(uIndex, bytes.data(), uBytes);
-                    ASSERT_EQ(uIndex > model.Size() ? QV_RES_INVALID_ARGUMENT : QV_RES_OK, res);
-                    if (res < 0) break;
-                    model.bytes.insert(model.bytes.begin() + uIndex, bytes.begin(), bytes.end());
-                    model.Reserve(model.Size());
-                    break;
-                }
-                case 11:
-                case 12:
-                    ASSERT_EQ(QV_RES_OK, blob.Append(bytes.data(), uBytes % 3));
-                    model.bytes.insert(model.bytes.end(), bytes.begin(), bytes.begin() + uBytes % 3);
-                    model.Reserve(model.Size());
-                    break;
-                case 13:
-                {
-                    const unsigned int uSize = Below(rng, std::min(model.uCapacity, 30u) + 1);
-                    ASSERT_EQ(QV_RES_OK, blob.Resize(uSize));
-                    const unsigned int uKept = std::min(uSize, model.Size());
-                    model.bytes.resize(uKept);
-                    ASSERT_TRUE(std::equal(model.bytes.begin(), model.bytes.end(), blob.begin()));
-                    model.bytes = BytesOf(blob);
-                    ASSERT_EQ(uSize, model.Size());
-                    break;
-                }
-                case 14:
-                {
-                    const unsigned int uIndex = Below(rng, model.Size() + 2);
-                    const bool bAllowed = uIndex < model.Size() || uIndex == 0;
-                    // Nothing lies before the first byte.
-                    if (uIndex == 0 && model.stCursors.uReadBitOffset != 0) break;
-                    ASSERT_EQ(bAllowed ? QV_RES_OK : QV_RES_INVALID_ARGUMENT, blob.SetReadIndex(uIndex));
-                    if (bAllowed) model.stCursors.uReadIndex = uIndex;
-                    break;
-                }
-                case 15:
-                {
-                    Bytes read(uBytes, 0x5A);
-                    const bool bAllowed = uBytes != 0 && uBytes <= model.UnreadBytes();
-                    ASSERT_EQ(bAllowed ? read.data() : nullptr, blob.Read(read.data(), uBytes));
-                    if (!bAllowed) break;
-                    model.RealignReadBits(8);
-                    ASSERT_EQ(Packed(model.ReadBits(uBytes * 8)), read);
-                    break;
-                }
-                default:
-                {
-                    const unsigned char* const puBytes = blob.ReadNoCopy(uBytes);
-                    if (uBytes > model.UnreadBytes())
-                    {
-                        ASSERT_EQ(nullptr, puBytes);
-                        break;
-                    }
-                    model.RealignReadBits(8);
-                    ASSERT_EQ(blob.GetAt(model.stCursors.uReadIndex), puBytes);
-                    model.SkipBits(uBytes * 8);
-                    break;
-                }
-            }
-            ASSERT_NO_FATAL_FAILURE(ExpectSame(model, blob));
-        }
+        SCOPED_TRACE(testing::Message() << "round " << uRound);
+        m_blob.emplace(&m_allocator);
+        m_model = SBlobModel();
+        ASSERT_NO_FATAL_FAILURE(DoAtRandom(*this, g_aOPERATIONS, 400, m_rng));
     }
 }
 

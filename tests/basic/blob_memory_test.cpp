@@ -1,20 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <new>
 #include <vector>
 
 #include "framework/basic/blob.h"
 #include "tests/support/blob_probe.h"
+#include "tests/support/refusing_new.h"
 #include "tests/support/test_allocator.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 
 const unsigned char g_auBytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-
-/// While true, what is asked for without exceptions is refused.
-bool g_bRefusingNothrow = false;
 
 /// Four bytes in a full block of an allocator that refuses from now on.
 class CBlobWithoutMemory : public testing::Test
@@ -33,30 +29,14 @@ protected:
 };
 }  // namespace
 
-void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    if (g_bRefusingNothrow) return nullptr;
-    try
-    {
-        return ::operator new[](uSize);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return nullptr;
-    }
-}
-
 TEST(CBlobMemory, BytesOfItselfThatCannotBeKeptAsideAreNotInserted)
 {
     CTestAllocator allocator;
     CBlob blob(g_auBytes, 4, 4, &allocator);
-    g_bRefusingNothrow = true;
-    const QvResult resAppended = blob.Append(blob.GetAt(1), 2);
-    const QvResult resInserted = blob.Insert(1, blob, 0, CBlob::uTO_END);
+    const CNoMemory noMemory;
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(blob.GetAt(1), 2));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Insert(1, blob, 0, CBlob::uTO_END));
     blob.AppendBits(blob.GetAt(1), 11, 3);
-    g_bRefusingNothrow = false;
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, resAppended);
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, resInserted);
     EXPECT_EQ((Bytes{1, 2, 3, 4}), BytesOf(blob));
 }
 
@@ -64,10 +44,8 @@ TEST(CBlobMemory, BytesOfItselfAppendedWithinTheCapacityNeedNoMemory)
 {
     CTestAllocator allocator;
     CBlob blob(g_auBytes, 4, 6, &allocator);
-    g_bRefusingNothrow = true;
-    const QvResult res = blob.Append(blob.GetAt(1), 2);
-    g_bRefusingNothrow = false;
-    EXPECT_EQ(QV_RES_OK, res);
+    const CNoMemory noMemory;
+    EXPECT_EQ(QV_RES_OK, blob.Append(blob.GetAt(1), 2));
     EXPECT_EQ((Bytes{1, 2, 3, 4, 2, 3}), BytesOf(blob));
     EXPECT_EQ(1u, allocator.GetRequests().size());
 }

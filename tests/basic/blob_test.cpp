@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <climits>
 #include <numeric>
 #include <type_traits>
@@ -12,16 +11,12 @@
 
 #include "framework/basic/string.h"
 #include "tests/support/blob_probe.h"
-#include "tests/support/page_end.h"
 #include "tests/support/test_allocator.h"
 
-static_assert(sizeof(CBlob) == 72, "the vector and four cursor members");
 static_assert(!std::is_convertible_v<CBlob*, CVectorBase*>, "the vector is a private base");
-static_assert(std::has_virtual_destructor_v<CBlob>);
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
 
 constexpr SBlobCursors g_stFRESH = {0, 0, 0, 0};
 
@@ -44,54 +39,6 @@ CBlob BlobInUse(IAllocator* pAllocator)
 }
 }  // namespace
 
-TEST(CBlobLayout, TheCursorsFollowTheVectorInTheirOrder)
-{
-    CBlob blob = BlobInUse(nullptr);
-    EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blob));
-    EXPECT_EQ(g_stFRESH, CursorsOf(CBlob(nullptr)));
-    EXPECT_EQ(g_stFRESH, CursorsOf(CBlob(100, nullptr)));
-    EXPECT_EQ(g_stFRESH, CursorsOf(BlobOf({1, 2, 3})));
-}
-
-TEST(CBlobLayout, TheVectorsElementOperationsFollowTheDestructor)
-{
-    const CBlob blob(nullptr);
-    const CVectorBase vector(1, nullptr);
-    const void* const* apvBlobTable;
-    const void* const* apvVectorTable;
-    std::memcpy(&apvBlobTable, static_cast<const void*>(&blob), sizeof apvBlobTable);
-    std::memcpy(&apvVectorTable, static_cast<const void*>(&vector), sizeof apvVectorTable);
-    for (unsigned int uSlot = 2; uSlot < 5; ++uSlot) EXPECT_EQ(apvVectorTable[uSlot], apvBlobTable[uSlot]) << uSlot;
-    EXPECT_NE(apvVectorTable[0], apvBlobTable[0]);
-}
-
-TEST(CBlobLayout, NothingElseIsVirtual)
-{
-    struct SMore : CBlob
-    {
-        virtual void Next() {}
-    };
-    // A pointer to a virtual member is one more than its offset in the table: behind the destructor's two entries and
-    // the three element operations.
-    void (SMore::*const pfnNext)() = &SMore::Next;
-    std::uintptr_t uOffset;
-    std::memcpy(&uOffset, &pfnNext, sizeof uOffset);
-    EXPECT_EQ(5 * sizeof(void*) + 1, uOffset);
-}
-
-TEST(CBlobConstruct, FromAnAllocatorItIsEmptyAndTakesNothing)
-{
-    CTestAllocator allocator;
-    CBlob blob(&allocator);
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(0u, blob.GetCapacity());
-    EXPECT_TRUE(blob.IsEmpty());
-    EXPECT_EQ(nullptr, blob.GetFirstIndexPtr());
-    EXPECT_EQ(nullptr, static_cast<const CBlob&>(blob).GetFirstIndexPtr());
-    EXPECT_EQ(nullptr, blob.GetAt(0));
-    EXPECT_EQ(0u, allocator.GetRequests().size());
-}
-
 TEST(CBlobConstruct, WithoutAnAllocatorItUsesTheDefaultOne)
 {
     CBlob blob(nullptr);
@@ -112,54 +59,6 @@ TEST(CBlobConstruct, FromACapacityItIsEmptyWithThatRoom)
     EXPECT_EQ(0u, CBlob(0, NULL).GetCapacity()) << "a capacity, not a pointer";
 }
 
-TEST(CBlobConstruct, FromBytesItHasTheLargerOfSizeAndCapacity)
-{
-    CTestAllocator allocator;
-    const Bytes bytes = Counted(10);
-    const CBlob blobExact(bytes.data(), 10, 3, &allocator);
-    EXPECT_EQ(10u, blobExact.GetCapacity());
-    EXPECT_EQ(bytes, BytesOf(blobExact));
-    const CBlob blobRoomy(bytes.data(), 10, 30, &allocator);
-    EXPECT_EQ(30u, blobRoomy.GetCapacity());
-    EXPECT_EQ(bytes, BytesOf(blobRoomy));
-    EXPECT_EQ(2u, allocator.GetRequests().size());
-    const CBlob blobEmpty(nullptr, 0, 30, &allocator);
-    EXPECT_EQ(30u, blobEmpty.GetCapacity());
-    EXPECT_EQ(0u, blobEmpty.GetSize());
-}
-
-TEST(CBlobConstruct, ACopyHasTheSameAllocatorCapacityBytesAndCursors)
-{
-    CTestAllocator allocator;
-    CBlob blob = BlobInUse(&allocator);
-    ASSERT_EQ(QV_RES_OK, blob.ReserveCapacity(50));
-    const std::size_t uRequests = allocator.GetRequests().size();
-    CBlob blobCopy(blob);
-    EXPECT_EQ(50u, blobCopy.GetCapacity());
-    EXPECT_EQ(50u, allocator.GetSizeOf(blobCopy.GetFirstIndexPtr()));
-    EXPECT_EQ(uRequests + 1, allocator.GetRequests().size());
-    EXPECT_EQ(BytesOf(blob), BytesOf(blobCopy));
-    EXPECT_EQ(CursorsOf(blob), CursorsOf(blobCopy));
-    *blobCopy.GetAt(0) = 77;
-    EXPECT_EQ(1, *blob.GetAt(0));
-}
-
-TEST(CBlobConstruct, MovingTakesEverything)
-{
-    CTestAllocator allocator;
-    CBlob blob = BlobInUse(&allocator);
-    const Bytes bytes = BytesOf(blob);
-    const unsigned char* const puBytes = blob.GetFirstIndexPtr();
-    CBlob blobMoved(std::move(blob));
-    EXPECT_EQ(puBytes, blobMoved.GetFirstIndexPtr());
-    EXPECT_EQ(bytes, BytesOf(blobMoved));
-    EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blobMoved));
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(g_stFRESH, CursorsOf(blob));
-    EXPECT_EQ(QV_RES_OK, blob.Append(bytes.data(), 2));
-    EXPECT_EQ(Counted(2), BytesOf(blob));
-}
-
 TEST(CBlobAssign, CopiesBytesAndCursorsAndKeepsTheAllocator)
 {
     CTestAllocator allocator;
@@ -172,32 +71,6 @@ TEST(CBlobAssign, CopiesBytesAndCursorsAndKeepsTheAllocator)
     EXPECT_EQ(CursorsOf(blobSource), CursorsOf(blob));
     EXPECT_EQ(5u, blob.GetCapacity());
     EXPECT_EQ(8u, otherAllocator.GetSizeOf(blob.GetFirstIndexPtr()));
-}
-
-TEST(CBlobAssign, KeepsALargerCapacity)
-{
-    CBlob blob(100, nullptr);
-    const CBlob blobSource = BlobOf(Counted(3));
-    blob = blobSource;
-    EXPECT_EQ(100u, blob.GetCapacity());
-    EXPECT_EQ(Counted(3), BytesOf(blob));
-    const CBlob blobEmpty(nullptr);
-    blob = blobEmpty;
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(100u, blob.GetCapacity());
-}
-
-TEST(CBlobAssign, ToItselfItStaysAsItIs)
-{
-    CBlob blob = BlobInUse(nullptr);
-    const Bytes bytes = BytesOf(blob);
-    const CBlob& rSame = blob;
-    blob = rSame;
-    EXPECT_EQ(bytes, BytesOf(blob));
-    EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blob));
-    CBlob& rSelf = blob;
-    blob = std::move(rSelf);
-    EXPECT_EQ(bytes, BytesOf(blob));
 }
 
 TEST(CBlobAssign, MovingExchangesEverything)
@@ -221,65 +94,6 @@ TEST(CBlobCopyMembers, CopiesTheFourCursorsAlone)
     blob.CopyMembers(BlobInUse(nullptr));
     EXPECT_EQ((SBlobCursors{3, 3, 4, 3}), CursorsOf(blob));
     EXPECT_EQ(0u, blob.GetSize());
-}
-
-struct SInsertCase
-{
-    const char* pszName;
-    unsigned int uCapacity;
-    unsigned int uIndex;
-    Bytes source;
-    QvResult resWant;
-    Bytes want;
-    unsigned int uWantCapacity;
-};
-class CBlobInsert : public testing::TestWithParam<SInsertCase>
-{
-};
-TEST_P(CBlobInsert, PutsBytesInFrontOfTheIndex)
-{
-    const SInsertCase& rCase = GetParam();
-    CTestAllocator allocator;
-    CBlob blob(Counted(4).data(), 4, rCase.uCapacity, &allocator);
-    const CPageEnd source(rCase.source);
-    EXPECT_EQ(rCase.resWant, blob.Insert(rCase.uIndex, source.Get(), static_cast<unsigned int>(rCase.source.size())));
-    EXPECT_EQ(rCase.want, BytesOf(blob));
-    EXPECT_EQ(rCase.uWantCapacity, blob.GetCapacity());
-    EXPECT_EQ(std::max(8u, rCase.uWantCapacity), allocator.GetSizeOf(blob.GetFirstIndexPtr()));
-}
-INSTANTIATE_TEST_SUITE_P(
-    All, CBlobInsert,
-    testing::Values(SInsertCase{"AtTheFront", 4, 0, {9, 8}, QV_RES_OK, {9, 8, 1, 2, 3, 4}, 6},
-                    SInsertCase{"InTheMiddle", 4, 2, {9}, QV_RES_OK, {1, 2, 9, 3, 4}, 5},
-                    SInsertCase{"AtTheSizeAppends", 4, 4, {9, 8, 7}, QV_RES_OK, {1, 2, 3, 4, 9, 8, 7}, 7},
-                    SInsertCase{"AtTheSizeWithinTheCapacity", 7, 4, {9, 8, 7}, QV_RES_OK, {1, 2, 3, 4, 9, 8, 7}, 7},
-                    SInsertCase{"AtTheSizeOneOverTheCapacity", 6, 4, {9, 8, 7}, QV_RES_OK, {1, 2, 3, 4, 9, 8, 7}, 7},
-                    SInsertCase{"InTheMiddleWithinTheCapacity", 20, 1, {9, 8}, QV_RES_OK, {1, 9, 8, 2, 3, 4}, 20},
-                    SInsertCase{"NothingInTheMiddle", 4, 2, {}, QV_RES_OK, {1, 2, 3, 4}, 4},
-                    SInsertCase{"NothingAtTheSize", 4, 4, {}, QV_RES_OK, {1, 2, 3, 4}, 4},
-                    SInsertCase{"NothingBehindTheSize", 4, 5, {}, QV_RES_INVALID_ARGUMENT, {1, 2, 3, 4}, 4},
-                    SInsertCase{"BehindTheSize", 9, 5, {9}, QV_RES_INVALID_ARGUMENT, {1, 2, 3, 4}, 9},
-                    SInsertCase{"FarBehindTheSize", 9, UINT_MAX, {9}, QV_RES_INVALID_ARGUMENT, {1, 2, 3, 4}, 9}),
-    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CBlobInsert, LeavesTheCursorsWhereTheyWere)
-{
-    CBlob blob = BlobInUse(nullptr);
-    const SBlobCursors stBefore = CursorsOf(blob);
-    EXPECT_EQ(QV_RES_OK, blob.Append(Counted(5).data(), 5));
-    EXPECT_EQ(QV_RES_OK, blob.Insert(0, Counted(5).data(), 5));
-    EXPECT_EQ(stBefore, CursorsOf(blob));
-}
-
-TEST(CBlobInsert, NoBytesFromNowhereAreFine)
-{
-    CBlob blob(nullptr);
-    EXPECT_EQ(QV_RES_OK, blob.Append(nullptr, 0));
-    EXPECT_EQ(QV_RES_OK, blob.Insert(0, nullptr, 0));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Append(nullptr, 1));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Insert(0, nullptr, 1));
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(0u, blob.GetCapacity());
 }
 
 TEST(CBlobInsert, BytesFromNowhereAreRefusedWithRoomForThemAsWell)
@@ -310,18 +124,6 @@ TEST(CBlobInsert, GrowingTakesOneBlockOfExactlyTheBytesAndFillsIt)
                 ASSERT_EQ(uSize + uInserted, blob.GetCapacity());
                 ASSERT_EQ(uRequests + 1, allocator.GetRequests().size());
             }
-}
-
-TEST(CBlobInsert, AppendingWithinTheCapacityAllocatesNothing)
-{
-    CTestAllocator allocator;
-    CBlob blob(10, &allocator);
-    for (unsigned char u = 0; u < 10; ++u) ASSERT_EQ(QV_RES_OK, blob.Append(&u, 1));
-    EXPECT_EQ(1u, allocator.GetRequests().size());
-    const unsigned char u = 10;
-    ASSERT_EQ(QV_RES_OK, blob.Append(&u, 1));
-    EXPECT_EQ(11u, blob.GetCapacity());
-    EXPECT_EQ(2u, allocator.GetRequests().size());
 }
 
 TEST(CBlobInsert, ASizeThatDoesNotFit32BitsIsOutOfMemory)
@@ -361,64 +163,6 @@ TEST(CBlobInsert, PiecesOfItselfAreTakenAsIfCopiedFirst)
                 }
 }
 
-struct SInsertBlobCase
-{
-    const char* pszName;
-    unsigned int uIndex;
-    unsigned int uStart;
-    unsigned int uSize;
-    QvResult resWant;
-    Bytes want;
-};
-class CBlobInsertBlob : public testing::TestWithParam<SInsertBlobCase>
-{
-};
-TEST_P(CBlobInsertBlob, TakesThePartThatIsThere)
-{
-    CBlob blob = BlobOf({1, 2});
-    CBlob blobSource = BlobOf({7, 8, 9});
-    ASSERT_EQ(QV_RES_OK, blobSource.ReserveCapacity(20));
-    EXPECT_EQ(GetParam().resWant, blob.Insert(GetParam().uIndex, blobSource, GetParam().uStart, GetParam().uSize));
-    EXPECT_EQ(GetParam().want, BytesOf(blob));
-    EXPECT_EQ((Bytes{7, 8, 9}), BytesOf(blobSource));
-}
-INSTANTIATE_TEST_SUITE_P(
-    All, CBlobInsertBlob,
-    testing::Values(SInsertBlobCase{"Whole", 1, 0, 3, QV_RES_OK, {1, 7, 8, 9, 2}},
-                    SInsertBlobCase{"Part", 2, 1, 1, QV_RES_OK, {1, 2, 8}},
-                    SInsertBlobCase{"UpToTheEnd", 0, 1, 0xFFFFFFFF, QV_RES_OK, {8, 9, 1, 2}},
-                    SInsertBlobCase{"AllUpToTheEnd", 2, 0, 0xFFFFFFFF, QV_RES_OK, {1, 2, 7, 8, 9}},
-                    SInsertBlobCase{"NothingUpToTheEnd", 0, 3, 0xFFFFFFFF, QV_RES_OK, {1, 2}},
-                    SInsertBlobCase{"NothingAtTheEnd", 0, 3, 0, QV_RES_OK, {1, 2}},
-                    SInsertBlobCase{"FromBehindTheEnd", 0, 4, 0xFFFFFFFF, QV_RES_INVALID_ARGUMENT, {1, 2}},
-                    SInsertBlobCase{"NothingBehindTheEnd", 0, 4, 0, QV_RES_INVALID_ARGUMENT, {1, 2}},
-                    SInsertBlobCase{"PastTheEnd", 0, 2, 2, QV_RES_INVALID_ARGUMENT, {1, 2}},
-                    SInsertBlobCase{"SumThatWraps", 0, 2, UINT_MAX - 1, QV_RES_INVALID_ARGUMENT, {1, 2}},
-                    SInsertBlobCase{"BehindTheSize", 3, 0, 1, QV_RES_INVALID_ARGUMENT, {1, 2}}),
-    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CBlobInsertBlob, OfAnEmptyBlobInsertsNothing)
-{
-    CBlob blob = BlobOf({1, 2});
-    const CBlob blobEmpty(nullptr);
-    EXPECT_EQ(QV_RES_OK, blob.Insert(1, blobEmpty, 0, CBlob::uTO_END));
-    EXPECT_EQ(QV_RES_OK, blob.Insert(1, blobEmpty, 0, 0));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Insert(1, blobEmpty, 0, 1));
-    EXPECT_EQ((Bytes{1, 2}), BytesOf(blob));
-}
-
-TEST(CBlobIndex, TheEndIsTheSizeAndTheLastOneLess)
-{
-    CBlob blob(nullptr);
-    EXPECT_EQ(0u, blob.GetFirstIndex());
-    EXPECT_EQ(UINT_MAX, blob.GetLastIndex());
-    EXPECT_EQ(0u, blob.GetEndIndex());
-    ASSERT_EQ(QV_RES_OK, blob.Append(Counted(3).data(), 3));
-    EXPECT_EQ(0u, blob.GetFirstIndex());
-    EXPECT_EQ(2u, blob.GetLastIndex());
-    EXPECT_EQ(3u, blob.GetEndIndex());
-}
-
 TEST(CBlobIndex, AByteIsThereBelowTheSize)
 {
     CBlob blob(Counted(3).data(), 3, 10, nullptr);
@@ -436,44 +180,6 @@ TEST(CBlobIndex, AByteIsThereBelowTheSize)
     }
     EXPECT_EQ(3, blob.end() - blob.begin());
     EXPECT_EQ(rConst.begin(), rConst.GetFirstIndexPtr());
-}
-
-TEST(CBlobIndex, TheStorageIsThereOnceThereIsACapacity)
-{
-    CBlob blob(10, nullptr);
-    EXPECT_NE(nullptr, blob.GetFirstIndexPtr());
-    EXPECT_EQ(nullptr, blob.GetAt(0));
-}
-
-TEST(CBlobResize, WithinTheCapacitySetsTheSizeAlone)
-{
-    CTestAllocator allocator;
-    CBlob blob(Counted(4).data(), 4, 10, &allocator);
-    const SBlobCursors stBefore = CursorsOf(blob);
-    EXPECT_EQ(QV_RES_OK, blob.Resize(2u));
-    EXPECT_EQ(Counted(2), BytesOf(blob));
-    EXPECT_EQ(QV_RES_OK, blob.Resize(4u));
-    EXPECT_EQ(Counted(4), BytesOf(blob));
-    EXPECT_EQ(QV_RES_OK, blob.Resize(10u));
-    EXPECT_EQ(10u, blob.GetSize());
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Resize(11u));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Resize(UINT_MAX));
-    EXPECT_EQ(10u, blob.GetSize());
-    EXPECT_EQ(QV_RES_OK, blob.Resize(0u));
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(10u, blob.GetCapacity());
-    EXPECT_EQ(stBefore, CursorsOf(blob));
-    EXPECT_EQ(1u, allocator.GetRequests().size());
-}
-
-TEST(CBlobResize, LeavesTheCursorsWhereTheyWere)
-{
-    CBlob blob = BlobInUse(nullptr);
-    const SBlobCursors stBefore = CursorsOf(blob);
-    EXPECT_EQ(QV_RES_OK, blob.Resize(0u));
-    EXPECT_EQ(stBefore, CursorsOf(blob));
-    EXPECT_EQ(QV_RES_OK, blob.Resize(blob.GetFirstIndexPtr() + 5));
-    EXPECT_EQ(stBefore, CursorsOf(blob));
 }
 
 TEST(CBlobResize, ByAddressReachesOneLessThanTheCapacity)
@@ -498,60 +204,6 @@ TEST(CBlobResize, OfNoStorageByAddressLeavesNothing)
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Resize(&uByte));
     blob.Resize(static_cast<unsigned char*>(nullptr));
     EXPECT_EQ(0u, blob.GetSize());
-}
-
-TEST(CBlobReserve, GrowsExactlyAndNeverShrinks)
-{
-    CTestAllocator allocator;
-    CBlob blob(&allocator);
-    EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(0));
-    EXPECT_EQ(0u, allocator.GetRequests().size());
-    for (const unsigned int uCapacity : {1u, 7u, 8u, 9u, 33u, 1000u})
-    {
-        EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(uCapacity));
-        EXPECT_EQ(uCapacity, blob.GetCapacity());
-        EXPECT_EQ(std::max(8u, uCapacity), allocator.GetSizeOf(blob.GetFirstIndexPtr()));
-    }
-    EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(999));
-    EXPECT_EQ(1000u, blob.GetCapacity());
-    EXPECT_EQ(6u, allocator.GetRequests().size());
-    EXPECT_EQ(1u, allocator.GetLiveBlocks());
-}
-
-TEST(CBlobReserve, KeepsTheBytes)
-{
-    CBlob blob = BlobOf(Counted(5));
-    EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(500));
-    EXPECT_EQ(Counted(5), BytesOf(blob));
-}
-
-TEST(CBlobReduce, GoesDownToTheSizeAtMost)
-{
-    CTestAllocator allocator;
-    CBlob blob(Counted(5).data(), 5, 100, &allocator);
-    EXPECT_EQ(QV_RES_OK, blob.ReduceCapacity(100));
-    EXPECT_EQ(QV_RES_OK, blob.ReduceCapacity(200));
-    EXPECT_EQ(100u, blob.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, blob.ReduceCapacity(20));
-    EXPECT_EQ(20u, blob.GetCapacity());
-    EXPECT_EQ(QV_RES_OK, blob.ReduceCapacity(0));
-    EXPECT_EQ(5u, blob.GetCapacity());
-    EXPECT_EQ(Counted(5), BytesOf(blob));
-}
-
-TEST(CBlobErase, RemovesWhatIsThere)
-{
-    CBlob blob = BlobInUse(nullptr);
-    const SBlobCursors stBefore = CursorsOf(blob);
-    const unsigned int uCapacity = blob.GetCapacity();
-    blob.Erase(1, 2);
-    EXPECT_EQ((Bytes{1, 4, 0xA0}), BytesOf(blob));
-    blob.Erase(3, 1);
-    EXPECT_EQ(3u, blob.GetSize());
-    blob.Erase(1, UINT_MAX);
-    EXPECT_EQ(Bytes{1}, BytesOf(blob));
-    EXPECT_EQ(uCapacity, blob.GetCapacity());
-    EXPECT_EQ(stBefore, CursorsOf(blob));
 }
 
 TEST(CBlobErase, ClearingResetsTheCursorsToo)
@@ -582,24 +234,6 @@ TEST(CBlobCompare, OrdersByBytesAndSizesNotByCursors)
     EXPECT_FALSE(blob < blob);
 }
 
-TEST(CBlobRead, CopiesTheNextBytesAndAdvances)
-{
-    CBlob blob = BlobOf(Counted(5));
-    CPageEnd destination(3);
-    EXPECT_EQ(destination.Get(), blob.Read(destination.Get(), 3));
-    EXPECT_EQ(Counted(3), destination.Bytes());
-    EXPECT_EQ(2u, blob.GetUnreadSize());
-    EXPECT_EQ(16u, blob.GetUnreadBits());
-    EXPECT_EQ(nullptr, blob.Read(destination.Get(), 3));
-    EXPECT_EQ(Counted(3), destination.Bytes());
-    EXPECT_EQ(2u, blob.GetUnreadSize());
-    EXPECT_EQ(destination.Get(), blob.Read(destination.Get(), 2));
-    EXPECT_EQ((Bytes{4, 5, 3}), destination.Bytes());
-    EXPECT_EQ(0u, blob.GetUnreadSize());
-    EXPECT_EQ(nullptr, blob.Read(destination.Get(), 1));
-    EXPECT_EQ(Counted(5), BytesOf(blob));
-}
-
 TEST(CBlobRead, OfNothingOrToNowhereIsNull)
 {
     CBlob blob = BlobOf(Counted(5));
@@ -614,33 +248,6 @@ TEST(CBlobRead, OfNothingOrToNowhereIsNull)
     EXPECT_EQ((SBlobCursors{1, 3, 0, 0}), CursorsOf(blob));
 }
 
-TEST(CBlobRead, SkipsTheRestOfAPartlyReadByte)
-{
-    CBlob blob = BlobOf(Counted(5));
-    unsigned char auRead[2] = {0xFF, 0xFF};
-    blob.ReadBits(auRead, 3, 0);
-    EXPECT_EQ(auRead, blob.Read(auRead, 2));
-    EXPECT_EQ(2, auRead[0]);
-    EXPECT_EQ(3, auRead[1]);
-    EXPECT_EQ((SBlobCursors{3, 0, 0, 0}), CursorsOf(blob));
-}
-
-TEST(CBlobReadNoCopy, GivesTheBytesInPlace)
-{
-    CBlob blob = BlobOf(Counted(5));
-    EXPECT_EQ(blob.GetAt(0), blob.ReadNoCopy(2));
-    EXPECT_EQ(3u, blob.GetUnreadSize());
-    EXPECT_EQ(nullptr, blob.ReadNoCopy(4));
-    EXPECT_EQ(3u, blob.GetUnreadSize());
-    blob.SkipBits(1);
-    EXPECT_EQ(nullptr, blob.ReadNoCopy(3));
-    EXPECT_EQ((SBlobCursors{3, 1, 0, 0}), CursorsOf(blob));
-    EXPECT_EQ(blob.GetAt(3), blob.ReadNoCopy(2));
-    EXPECT_EQ((SBlobCursors{5, 0, 0, 0}), CursorsOf(blob));
-    EXPECT_EQ(nullptr, blob.ReadNoCopy(1));
-    EXPECT_EQ(nullptr, blob.ReadNoCopy(UINT_MAX));
-}
-
 TEST(CBlobReadNoCopy, OfNoBytesDropsAPartlyReadByteAndShowsTheNext)
 {
     CBlob blob = BlobOf(Counted(2));
@@ -649,36 +256,6 @@ TEST(CBlobReadNoCopy, OfNoBytesDropsAPartlyReadByteAndShowsTheNext)
     EXPECT_EQ((SBlobCursors{1, 0, 0, 0}), CursorsOf(blob));
     blob.SkipBits(8);
     EXPECT_EQ(nullptr, blob.ReadNoCopy(0));
-}
-
-TEST(CBlobReadIndex, IsAnIndexBelowTheSizeOrZero)
-{
-    CBlob blob(nullptr);
-    EXPECT_EQ(QV_RES_OK, blob.SetReadIndex(0));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.SetReadIndex(1));
-    ASSERT_EQ(QV_RES_OK, blob.Append(Counted(5).data(), 5));
-    EXPECT_EQ(QV_RES_OK, blob.SetReadIndex(4));
-    EXPECT_EQ(1u, blob.GetUnreadSize());
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.SetReadIndex(5));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.SetReadIndex(UINT_MAX));
-    EXPECT_EQ(1u, blob.GetUnreadSize());
-    EXPECT_EQ(QV_RES_OK, blob.SetReadIndex(0));
-    EXPECT_EQ(5u, blob.GetUnreadSize());
-}
-
-TEST(CBlobReadIndex, LeavesTheBitOffset)
-{
-    CBlob blob = BlobOf(Counted(5));
-    blob.SkipBits(3);
-    EXPECT_EQ(QV_RES_OK, blob.SetReadIndex(3));
-    EXPECT_EQ((SBlobCursors{3, 3, 0, 0}), CursorsOf(blob));
-    EXPECT_EQ(2u, blob.GetUnreadSize());
-    EXPECT_EQ(2u * 8 + 5, blob.GetUnreadBits());
-    // The partly read byte is now the one before.
-    unsigned char uRead = 0;
-    blob.ReadBits(&uRead, 5, 3);
-    EXPECT_EQ(3, uRead);
-    EXPECT_EQ((SBlobCursors{3, 0, 0, 0}), CursorsOf(blob));
 }
 
 TEST(CBlobReadIndex, AtZeroWithABitOffsetBytesAreReadFromTheFirst)
@@ -749,38 +326,6 @@ TEST(CBlobUnread, BeyondTheEndNothingIsUnreadForTheReaders)
     }
     ASSERT_EQ(QV_RES_OK, blob.Resize(5u));
     EXPECT_EQ(5u, blob.GetUnreadBits());
-}
-
-TEST(CBlobMarshal, IsTheSizeIn32BitsAndTheBytes)
-{
-    CBlob blob(Bytes{7, 8, 9}.data(), 3, 20, nullptr);
-    blob.SkipBits(11);
-    CMarshaler marshaler;
-    CMarshaler& rResult = marshaler << blob;
-    EXPECT_EQ(&marshaler, &rResult);
-    ASSERT_EQ(7u, marshaler.GetUnreadSize());
-    Bytes bytes(7);
-    marshaler.Extract(bytes.data(), 7);
-    EXPECT_EQ((Bytes{3, 0, 0, 0, 7, 8, 9}), bytes);
-}
-
-TEST(CBlobMarshal, OfAnEmptyBlobIsFourZeroBytes)
-{
-    CMarshaler marshaler;
-    marshaler << CBlob(nullptr);
-    ASSERT_EQ(4u, marshaler.GetUnreadSize());
-    unsigned int uLength = 1;
-    marshaler >> uLength;
-    EXPECT_EQ(0u, uLength);
-    marshaler << CBlob(nullptr);
-    CBlob blob = BlobOf(Counted(5));
-    marshaler >> blob;
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_EQ(5u, blob.GetCapacity());
-    marshaler << CBlob(nullptr);
-    CBlob blobEmpty(nullptr);
-    marshaler >> blobEmpty;
-    EXPECT_EQ(0u, blobEmpty.GetCapacity());
 }
 
 TEST(CBlobMarshal, ABlobReadBackIsTheOneThatWasWritten)

@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "framework/basic/list.h"
-#include "tests/basic/counting_new.h"
+#include "tests/basic/array_allocations.h"
+#include "tests/support/refusing_new.h"
 
 namespace
 {
@@ -24,28 +25,27 @@ protected:
     {
         for (int n = GetParam(); n > 0; --n) list.Append(n);
     }
-    ~CListMemory() override { rNew.Stop(); }
 
-    CArrayAllocations& rNew = CArrayAllocations::Instance();
+    CArrayAllocations arrays;
     CList<int> list;
 };
 
 TEST_P(CListMemory, SortingTakesOneArrayOfAddressesAndGivesItBack)
 {
-    rNew.Watch();
+    arrays.Watch();
     list.Sort();
-    rNew.Stop();
-    ASSERT_EQ(1u, rNew.GetMade().size());
-    EXPECT_EQ(list.GetSize() * sizeof(void*), rNew.GetMade()[0].uSize);
-    EXPECT_EQ(std::vector<void*>{rNew.GetMade()[0].pv}, rNew.GetFreed());
+    arrays.Stop();
+    ASSERT_EQ(1u, arrays.GetMade().size());
+    EXPECT_EQ(list.GetSize() * sizeof(void*), arrays.GetMade()[0].uSize);
+    EXPECT_EQ(std::vector<void*>{arrays.GetMade()[0].pv}, arrays.GetFreed());
 }
 
 TEST_P(CListMemory, SortingWithoutMemoryThrowsAndLeavesTheListAsItWas)
 {
     const std::vector<int> before = ForwardsAndBackwards(list);
-    rNew.Watch(1);
+    arrays.Watch(1);
     EXPECT_THROW(list.Sort(), std::bad_alloc);
-    rNew.Stop();
+    arrays.Stop();
     EXPECT_EQ(before, ForwardsAndBackwards(list));
 }
 
@@ -53,15 +53,15 @@ INSTANTIATE_TEST_SUITE_P(Sizes, CListMemory, testing::Values(2, 3, 100, 1001), t
 
 TEST(CListMemoryOfFew, FewerThanTwoElementsAreSortedWithoutAny)
 {
-    CArrayAllocations& rNew = CArrayAllocations::Instance();
+    CArrayAllocations arrays;
     CList<int> list;
-    rNew.Watch(1);
+    arrays.Watch(1);
     list.Sort();
-    rNew.Stop();
+    arrays.Stop();
     list.Append(1);
-    rNew.Watch(1);
+    arrays.Watch(1);
     list.Sort();
-    rNew.Stop();
+    arrays.Stop();
     EXPECT_EQ(1u, list.GetSize());
 }
 }  // namespace

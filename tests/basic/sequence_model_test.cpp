@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <type_traits>
 
 #include "framework/basic/list.h"
 #include "framework/basic/vector.h"
 #include "framework/basic/vector_list.h"
+#include "tests/basic/named_operations.h"
 #include "tests/support/container_elements.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
@@ -76,13 +78,205 @@ public:
 template <typename Container>
 class CSequenceModel : public testing::Test
 {
-protected:
+public:
     struct SPair
     {
         explicit SPair(IAllocator* pAllocator) : container(pAllocator) {}
         Container container;
         CModel model;
     };
+
+    void BeginStep()
+    {
+        const bool bFirst = Below(m_rng, 2) == 0;
+        m_pPair = bFirst ? m_pPair1.get() : m_pPair2.get();
+        m_pOther = bFirst ? m_pPair2.get() : m_pPair1.get();
+        m_bRefuse = Below(m_rng, 4) == 0;
+        m_allocator1.SetRefusing(m_bRefuse);
+        m_allocator2.SetRefusing(m_bRefuse);
+        m_bLocked = Below(m_rng, 10) == 0;
+        m_pPair->container.SetLockCapacity(m_bLocked ? 1 : 0);
+        m_pOther->container.SetLockCapacity(m_bLocked ? 1 : 0);
+        m_uIndex = Below(m_rng, Size() + 2);
+        m_nValue = static_cast<int>(Below(m_rng, 50));
+        m_bGoodArguments = true;
+        m_res = QV_RES_OK;
+    }
+    /// The result is one that the arguments, the lock and the memory allow, and all is as the models say.
+    void EndStep()
+    {
+        if (!m_bGoodArguments && m_res < 0) ASSERT_EQ(QV_RES_INVALID_ARGUMENT, m_res);
+        else if (m_res == QV_RES_INVALID_STATE) ASSERT_TRUE(m_bLocked);
+        else if (m_res < 0)
+        {
+            ASSERT_EQ(QV_RES_OUT_OF_MEMORY, m_res);
+            ASSERT_TRUE(m_allocator1.HasRefused() || m_allocator2.HasRefused());
+        }
+        ASSERT_TRUE(Matches(*m_pPair1));
+        ASSERT_TRUE(Matches(*m_pPair2));
+        ASSERT_EQ(m_pPair1->model.size() + m_pPair2->model.size(), static_cast<std::size_t>(CCounted::ms_nLive));
+        ASSERT_EQ(m_allocator1.GetLiveBlocks() + m_allocator2.GetLiveBlocks(),
+                  m_pPair1->container.CountBlocks() + m_pPair2->container.CountBlocks());
+    }
+
+    void InsertCopies()
+    {
+        Insert([&](unsigned int uCount) { return It().Insert(m_uIndex, uCount, CCounted(m_nValue)); });
+    }
+    void InsertMade()
+    {
+        Insert([&](unsigned int uCount) { return It().Insert(m_uIndex, uCount); });
+    }
+    void Append()
+    {
+        m_res = It().Append(CCounted(m_nValue));
+        if (m_res >= 0) Model().push_back({m_nValue, nullptr});
+    }
+    void InsertOther()
+    {
+        if (Size() + OtherModel().size() >= 120) return;
+        m_bGoodArguments = IsInsertable();
+        m_res = It().Insert(m_uIndex, m_pOther->container);
+        if (m_res >= 0) InsertInto(Model(), IndexOfInserted(), OtherModel(), true);
+    }
+    void InsertItself()
+    {
+        if (Size() >= 50) return;
+        m_bGoodArguments = IsInsertable();
+        m_res = It().Insert(m_uIndex, It());
+        if (m_res >= 0) InsertInto(Model(), IndexOfInserted(), CModel(Model()), true);
+    }
+    void Allocate()
+    {
+        void* const pElement = It().Allocate(m_uIndex);
+        if (pElement == nullptr)
+        {
+            ASSERT_TRUE(!IsInsertable() || m_bLocked || m_bRefuse);
+            return;
+        }
+        new (pElement) CCounted(m_nValue);
+        InsertInto(Model(), m_uIndex, {{m_nValue, nullptr}}, true);
+    }
+    void Erase()
+    {
+        const unsigned int uCount = Below(m_rng, 5);
+        const unsigned int uSize = Size();
+        It().Erase(m_uIndex, uCount);
+        if (m_uIndex >= uSize) return;
+        Model().erase(Model().begin() + m_uIndex, Model().begin() + std::min(uSize, m_uIndex + uCount));
+    }
+    void EraseOne()
+    {
+        It().Erase(m_uIndex);
+        if (m_uIndex < Size()) Model().erase(Model().begin() + m_uIndex);
+    }
+    void EraseAll()
+    {
+        It().EraseAll();
+        Model().clear();
+    }
+    void Swap()
+    {
+        const unsigned int uIndex2 = Below(m_rng, Size() + 2);
+        It().Swap(m_uIndex, uIndex2);
+        if (m_uIndex >= Size() || uIndex2 >= Size()) return;
+        if (Container::g_bSTABLE) std::swap(Model()[m_uIndex], Model()[uIndex2]);
+        else std::swap(Model()[m_uIndex].nValue, Model()[uIndex2].nValue);
+    }
+    void SortByFunction()
+    {
+        It().Sort(CompareCounted, 0);
+        AdoptSorted(*m_pPair);
+    }
+    void Sort()
+    {
+        It().Sort();
+        AdoptSorted(*m_pPair);
+    }
+    void Merge()
+    {
+        m_bGoodArguments = IsInsertable();
+        m_res = It().Merge(m_uIndex, m_pOther->container);
+        if (m_res < 0) return;
+        InsertInto(Model(), m_uIndex, OtherModel(), !m_bSharedSource);
+        OtherModel().clear();
+    }
+    void Split()
+    {
+        m_bGoodArguments = m_uIndex < Size();
+        m_res = It().Split(m_uIndex, m_pOther->container);
+        if (m_res < 0) return;
+        if (Container::g_bSPLIT_EMPTIES) OtherModel().clear();
+        InsertInto(OtherModel(), 0, CModel(Model().begin() + m_uIndex, Model().end()), !m_bSharedSource);
+        Model().resize(m_uIndex);
+    }
+    void ReserveCapacity() { m_res = It().ReserveCapacity(Below(m_rng, 80)); }
+    void ReduceCapacity() { m_res = It().ReduceCapacity(Below(m_rng, 40)); }
+    void Assign()
+    {
+        const std::size_t uSize = Size();
+        It() = m_pOther->container;
+        if (Matches(*m_pPair))
+        {
+            ASSERT_TRUE(m_bRefuse || m_bLocked || Model().empty() || uSize == OtherModel().size());
+            return;
+        }
+        Model() = OtherModel();
+        for (SModelElement& rElement : Model()) rElement.pAddress = nullptr;
+    }
+    void InsertSortedByFunction()
+    {
+        Sort();
+        m_res = It().InsertSorted(CCounted(m_nValue), CompareCounted, 0);
+        AdoptInserted();
+    }
+    void InsertSorted()
+    {
+        Sort();
+        m_res = It().InsertSorted(CCounted(m_nValue));
+        AdoptInserted();
+    }
+
+protected:
+    void Run(bool bSharedSource)
+    {
+        m_rng.seed(TestSeed() + (bSharedSource ? 1 : 0));
+        m_bSharedSource = bSharedSource;
+        m_pPair1 = std::make_unique<SPair>(&m_allocator1);
+        m_pPair2 = std::make_unique<SPair>(bSharedSource ? &m_allocator1 : &m_allocator2);
+        DoAtRandom(*this, g_aOPERATIONS, 100000, m_rng);
+        m_pPair1.reset();
+        m_pPair2.reset();
+        EXPECT_EQ(0, CCounted::ms_nLive);
+        EXPECT_EQ(0, CCounted::ms_nStray);
+    }
+
+private:
+    Container& It() { return m_pPair->container; }
+    CModel& Model() { return m_pPair->model; }
+    CModel& OtherModel() { return m_pOther->model; }
+    unsigned int Size() { return static_cast<unsigned int>(Model().size()); }
+    bool IsInsertable() { return m_uIndex <= Size(); }
+    unsigned int IndexOfInserted() const { return Container::g_bINSERTS_LISTS_AT_FRONT ? 0 : m_uIndex; }
+
+    template <typename InsertSome>
+    void Insert(const InsertSome& insert)
+    {
+        const unsigned int uCount = Below(m_rng, 4);
+        m_bGoodArguments = IsInsertable();
+        m_res = insert(uCount);
+        if (m_res < 0) return;
+        CModel made;
+        for (unsigned int u = 0; u < uCount; ++u) made.push_back({It().GetAt(m_uIndex)->GetValue(), nullptr});
+        InsertInto(Model(), m_uIndex, made, true);
+    }
+    void AdoptInserted()
+    {
+        if (m_res < 0) return;
+        const auto itPlace =
+            std::lower_bound(Model().begin(), Model().end(), SModelElement{m_nValue, nullptr}, InOrder);
+        InsertInto(Model(), static_cast<unsigned int>(itPlace - Model().begin()), {{m_nValue, nullptr}}, true);
+    }
 
     // Whether contents, addresses and insides are what they should be. New elements are looked up.
     static bool Matches(SPair& rPair)
@@ -132,192 +326,56 @@ protected:
         rPair.model = sorted;
     }
 
-    static void Run(bool bSharedSource);
-};
+    static constexpr SNamedOperation<CSequenceModel> g_aOPERATIONS[] = {
+        {"insert copies", 16, &CSequenceModel::InsertCopies},
+        {"insert made ones", 16, &CSequenceModel::InsertMade},
+        {"append", 16, &CSequenceModel::Append},
+        {"insert the other", 16, &CSequenceModel::InsertOther},
+        {"insert itself", 16, &CSequenceModel::InsertItself},
+        {"allocate", 16, &CSequenceModel::Allocate},
+        {"erase", 32, &CSequenceModel::Erase},
+        {"erase one", 14, &CSequenceModel::EraseOne},
+        {"erase all", 2, &CSequenceModel::EraseAll},
+        {"swap", 16, &CSequenceModel::Swap},
+        {"sort by a function", 8, &CSequenceModel::SortByFunction},
+        {"sort", 8, &CSequenceModel::Sort},
+        {"merge", 16, &CSequenceModel::Merge},
+        {"split", 16, &CSequenceModel::Split},
+        {"reserve capacity", 8, &CSequenceModel::ReserveCapacity},
+        {"reduce capacity", 8, &CSequenceModel::ReduceCapacity},
+        {"assign", 4, &CSequenceModel::Assign},
+        {"insert sorted by a function", 8, &CSequenceModel::InsertSortedByFunction},
+        {"insert sorted", 8, &CSequenceModel::InsertSorted},
+    };
 
-template <typename Container>
-void CSequenceModel<Container>::Run(bool bSharedSource)
-{
-    std::mt19937 rng(TestSeed() + (bSharedSource ? 1 : 0));
-    {
-        CTestAllocator allocator1;
-        CTestAllocator allocator2;
-        SPair pair1(&allocator1);
-        SPair pair2(bSharedSource ? &allocator1 : &allocator2);
-        for (unsigned int uStep = 0; uStep < 100000; ++uStep)
-        {
-            SCOPED_TRACE(testing::Message() << "step " << uStep);
-            const bool bFirst = Below(rng, 2) == 0;
-            SPair& rPair = bFirst ? pair1 : pair2;
-            SPair& rOther = bFirst ? pair2 : pair1;
-            Container& rContainer = rPair.container;
-            CModel& rModel = rPair.model;
-            const unsigned int uSize = static_cast<unsigned int>(rModel.size());
-            const unsigned int uOtherSize = static_cast<unsigned int>(rOther.model.size());
-            const bool bRefuse = Below(rng, 4) == 0;
-            allocator1.SetRefusing(bRefuse);
-            allocator2.SetRefusing(bRefuse);
-            const bool bLocked = Below(rng, 10) == 0;
-            rContainer.SetLockCapacity(bLocked ? 1 : 0);
-            rOther.container.SetLockCapacity(bLocked ? 1 : 0);
-            const unsigned int uIndex = Below(rng, uSize + 2);
-            const bool bIndexToInsert = uIndex <= uSize;
-            const int nValue = static_cast<int>(Below(rng, 50));
-            bool bInsertable = true;  // the arguments are good
-            QvResult res = QV_RES_OK;
-            switch (Below(rng, 16))
-            {
-                case 0:
-                case 1:
-                {
-                    const unsigned int uCount = Below(rng, 4);
-                    res = Below(rng, 2) == 0 ? rContainer.Insert(uIndex, uCount, CCounted(nValue))
-                                             : rContainer.Insert(uIndex, uCount);
-                    bInsertable = bIndexToInsert;
-                    if (res < 0) break;
-                    CModel made;
-                    for (unsigned int u = 0; u < uCount; ++u)
-                        made.push_back({rContainer.GetAt(uIndex)->GetValue(), nullptr});
-                    InsertInto(rModel, uIndex, made, true);
-                    break;
-                }
-                case 2:
-                    res = rContainer.Append(CCounted(nValue));
-                    if (res >= 0) rModel.push_back({nValue, nullptr});
-                    break;
-                case 3:
-                    bInsertable = bIndexToInsert && uSize + uOtherSize < 120;
-                    if (uSize + uOtherSize >= 120) break;
-                    res = rContainer.Insert(uIndex, rOther.container);
-                    if (res >= 0)
-                    {
-                        const bool bFront = Container::g_bINSERTS_LISTS_AT_FRONT;
-                        InsertInto(rModel, bFront ? 0 : uIndex, rOther.model, true);
-                    }
-                    break;
-                case 4:
-                    bInsertable = bIndexToInsert && uSize < 50;
-                    if (uSize >= 50) break;
-                    res = rContainer.Insert(uIndex, rContainer);
-                    if (res >= 0)
-                        InsertInto(rModel, Container::g_bINSERTS_LISTS_AT_FRONT ? 0 : uIndex, CModel(rModel), true);
-                    break;
-                case 5:
-                {
-                    void* const pElement = rContainer.Allocate(uIndex);
-                    if (pElement == nullptr)
-                    {
-                        ASSERT_TRUE(!bIndexToInsert || bLocked || bRefuse);
-                        break;
-                    }
-                    new (pElement) CCounted(nValue);
-                    InsertInto(rModel, uIndex, {{nValue, nullptr}}, true);
-                    break;
-                }
-                case 6:
-                case 7:
-                {
-                    const unsigned int uCount = Below(rng, 5);
-                    rContainer.Erase(uIndex, uCount);
-                    if (uIndex >= uSize) break;
-                    rModel.erase(rModel.begin() + uIndex, rModel.begin() + std::min(uSize, uIndex + uCount));
-                    break;
-                }
-                case 8:
-                    if (Below(rng, 8) == 0)
-                    {
-                        rContainer.EraseAll();
-                        rModel.clear();
-                        break;
-                    }
-                    rContainer.Erase(uIndex);
-                    if (uIndex < uSize) rModel.erase(rModel.begin() + uIndex);
-                    break;
-                case 9:
-                {
-                    const unsigned int uIndex2 = Below(rng, uSize + 2);
-                    rContainer.Swap(uIndex, uIndex2);
-                    if (uIndex >= uSize || uIndex2 >= uSize) break;
-                    if (Container::g_bSTABLE) std::swap(rModel[uIndex], rModel[uIndex2]);
-                    else std::swap(rModel[uIndex].nValue, rModel[uIndex2].nValue);
-                    break;
-                }
-                case 10:
-                    if (Below(rng, 2) == 0) rContainer.Sort(CompareCounted, 0);
-                    else rContainer.Sort();
-                    AdoptSorted(rPair);
-                    break;
-                case 11:
-                    bInsertable = bIndexToInsert;
-                    res = rContainer.Merge(uIndex, rOther.container);
-                    if (res < 0) break;
-                    InsertInto(rModel, uIndex, rOther.model, !bSharedSource);
-                    rOther.model.clear();
-                    break;
-                case 12:
-                {
-                    bInsertable = uIndex < uSize;
-                    res = rContainer.Split(uIndex, rOther.container);
-                    if (res < 0) break;
-                    if (Container::g_bSPLIT_EMPTIES) rOther.model.clear();
-                    InsertInto(rOther.model, 0, CModel(rModel.begin() + uIndex, rModel.end()), !bSharedSource);
-                    rModel.resize(uIndex);
-                    break;
-                }
-                case 13:
-                    if (Below(rng, 2) == 0) res = rContainer.ReserveCapacity(Below(rng, 80));
-                    else res = rContainer.ReduceCapacity(Below(rng, 40));
-                    break;
-                case 14:
-                    if (Below(rng, 4) != 0) break;
-                    rContainer = rOther.container;
-                    if (!Matches(rPair))
-                    {
-                        rModel = rOther.model;
-                        for (SModelElement& rElement : rModel) rElement.pAddress = nullptr;
-                    }
-                    else ASSERT_TRUE(bRefuse || bLocked || rModel.empty() || uSize == uOtherSize);
-                    break;
-                default:
-                    rContainer.Sort();
-                    AdoptSorted(rPair);
-                    res = Below(rng, 2) == 0 ? rContainer.InsertSorted(CCounted(nValue), CompareCounted, 0)
-                                             : rContainer.InsertSorted(CCounted(nValue));
-                    if (res < 0) break;
-                    InsertInto(rModel,
-                               static_cast<unsigned int>(std::lower_bound(rModel.begin(), rModel.end(),
-                                                                          SModelElement{nValue, nullptr}, InOrder) -
-                                                         rModel.begin()),
-                               {{nValue, nullptr}}, true);
-            }
-            if (!bInsertable && res < 0) ASSERT_EQ(QV_RES_INVALID_ARGUMENT, res);
-            else if (res == QV_RES_INVALID_STATE) ASSERT_TRUE(bLocked);
-            else if (res < 0)
-            {
-                ASSERT_EQ(QV_RES_OUT_OF_MEMORY, res);
-                ASSERT_TRUE(allocator1.HasRefused() || allocator2.HasRefused());
-            }
-            ASSERT_TRUE(Matches(pair1));
-            ASSERT_TRUE(Matches(pair2));
-            ASSERT_EQ(pair1.model.size() + pair2.model.size(), static_cast<std::size_t>(CCounted::ms_nLive));
-            ASSERT_EQ(allocator1.GetLiveBlocks() + allocator2.GetLiveBlocks(),
-                      pair1.container.CountBlocks() + pair2.container.CountBlocks());
-        }
-    }
-    EXPECT_EQ(0, CCounted::ms_nLive);
-    EXPECT_EQ(0, CCounted::ms_nStray);
-}
+    std::mt19937 m_rng;
+    CTestAllocator m_allocator1;
+    CTestAllocator m_allocator2;
+    std::unique_ptr<SPair> m_pPair1;
+    std::unique_ptr<SPair> m_pPair2;
+    bool m_bSharedSource = false;
+
+    // What a step works with.
+    SPair* m_pPair = nullptr;
+    SPair* m_pOther = nullptr;
+    unsigned int m_uIndex = 0;
+    int m_nValue = 0;
+    bool m_bRefuse = false;
+    bool m_bLocked = false;
+    bool m_bGoodArguments = true;
+    QvResult m_res = QV_RES_OK;
+};
 
 using CProbes = testing::Types<CVectorProbe, CListProbe, CVListProbe>;
 TYPED_TEST_SUITE(CSequenceModel, CProbes);
 
 TYPED_TEST(CSequenceModel, TwoOfOneSourceOfMemoryMatchTheModelWhateverHappens)
 {
-    TestFixture::Run(true);
+    this->Run(true);
 }
 
 TYPED_TEST(CSequenceModel, TwoOfDifferentSourcesOfMemoryMatchTheModelWhateverHappens)
 {
-    TestFixture::Run(false);
+    this->Run(false);
 }
 }  // namespace

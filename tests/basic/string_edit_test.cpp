@@ -13,16 +13,6 @@ namespace
 {
 const std::string g_strX65535(65535, 'x');
 const std::string g_strX65534(65534, 'x');
-
-/// A text of 40 characters in a block that a copy shares; the copy must not change.
-class CStringShared : public testing::Test
-{
-protected:
-    ~CStringShared() override { EXPECT_EQ(std::string(40, 'a'), TextOf(m_strCopy)); }
-
-    CString m_strText{std::string(40, 'a').c_str()};
-    const CString m_strCopy{m_strText};
-};
 }  // namespace
 
 struct SInsertCase
@@ -230,18 +220,6 @@ TEST(CStringInsert, OfItsOwnNulTakesTheNul)
     EXPECT_EQ(std::string("\0b\0b\0ab", 7), TextOf(strText));
 }
 
-TEST(CStringInsert, OfAStringTakesThePartThatIsThere)
-{
-    CString strText("<>");
-    const CString strSource("a\0bcd", 5);
-    EXPECT_EQ(QV_RES_OK, strText.Insert(1, 2, strSource, 1, 3));
-    EXPECT_EQ(std::string("<\0bc\0bc>", 8), TextOf(strText));
-    EXPECT_EQ(QV_RES_OK, strText.Insert(8, 1, strSource, 4, 1));
-    EXPECT_EQ(std::string("<\0bc\0bc>d", 9), TextOf(strText));
-    EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, strSource, 5, 0));
-    EXPECT_EQ(9u, strText.GetSize());
-}
-
 TEST(CStringInsert, OfAStringRefusesWhatPassesItsEnd)
 {
     CString strText("<>");
@@ -283,235 +261,6 @@ TEST(CStringInsert, OfACharacterRepeatsIt)
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, strText.Insert(6, 1, 'y'));
 }
 
-TEST_F(CStringShared, AnInsertionGoesIntoAPrivateBlock)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.Insert(20, 1, "x", 1));
-    EXPECT_EQ(std::string(20, 'a') + "x" + std::string(20, 'a'), TextOf(m_strText));
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strText));
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, AnInsertionThatGrowsGoesIntoAPrivateBlock)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.Insert(40, 40, 'x'));
-    EXPECT_EQ(std::string(40, 'a') + std::string(40, 'x'), TextOf(m_strText));
-    EXPECT_EQ(96u, m_strText.GetCapacity());
-    EXPECT_EQ(64u, m_strCopy.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, WhatChangesNothingLeavesItShared)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.Insert(0, 0, "x", 1));
-    EXPECT_EQ(QV_RES_OK, m_strText.Insert(0, 1, "x", 0));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_strText.Insert(41, 1, "x", 1));
-    m_strText.Erase(40, 1);
-    m_strText.Erase(39, 2);
-    m_strText.Erase(0, 0);
-    m_strText.TrimLeftSide('x');
-    m_strText.TrimRightSide('x');
-    m_strText.SetAt(40, 'x');
-    m_strText.Resize(65);
-    EXPECT_EQ(QV_RES_OK, m_strText.ReserveCapacity(64));
-    EXPECT_EQ(QV_RES_OK, m_strText.ReduceCapacity(64));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, m_strText.Format(41, "x"));
-    EXPECT_EQ(2u, ShareCountOf(m_strCopy));
-    EXPECT_EQ(m_strCopy.CStr(), m_strText.CStr());
-}
-
-TEST_F(CStringShared, AppendingAnEmptyTextMakesItPrivate)
-{
-    m_strText += "";
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-    EXPECT_EQ(std::string(40, 'a'), TextOf(m_strText));
-}
-
-TEST_F(CStringShared, ReservingMoreMakesItPrivate)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.ReserveCapacity(65));
-    EXPECT_EQ(96u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strText));
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-    EXPECT_EQ(64u, m_strCopy.GetCapacity());
-    EXPECT_EQ(std::string(40, 'a'), m_strText.CStr());
-}
-
-TEST_F(CStringShared, ReducingMakesItPrivate)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.ReduceCapacity(0));
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strText));
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-    EXPECT_EQ(std::string(40, 'a'), m_strText.CStr());
-}
-
-TEST_F(CStringShared, ErasingMakesItPrivate)
-{
-    m_strText.Erase(0, 39);
-    EXPECT_STREQ("a", m_strText.CStr());
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strText));
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, TrimmingMakesItPrivate)
-{
-    m_strText.TrimRightSide('a');
-    EXPECT_STREQ("", m_strText.CStr());
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, ResizingMakesItPrivate)
-{
-    m_strText.Resize(3);
-    EXPECT_STREQ("aaa", m_strText.CStr());
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, SettingACharacterMakesItPrivate)
-{
-    m_strText.SetAt(39, 'b');
-    EXPECT_EQ(std::string(39, 'a') + "b", TextOf(m_strText));
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, LowerCaseMakesItPrivate)
-{
-    m_strText.ToLowerCase();
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-TEST_F(CStringShared, FormattingMakesItPrivate)
-{
-    EXPECT_EQ(QV_RES_OK, m_strText.Format(1, "%c", 'b'));
-    EXPECT_STREQ("ab", m_strText.CStr());
-    EXPECT_EQ(64u, m_strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(m_strCopy));
-}
-
-struct SEraseCase
-{
-    const char* pszName;
-    unsigned int uIndex;
-    unsigned int uSize;
-    const char* pszWant;
-};
-class CStringErase : public testing::TestWithParam<SEraseCase>
-{
-};
-TEST_P(CStringErase, RemovesTheCharactersIfAllOfThemExist)
-{
-    CString strText("hello");
-    strText.Erase(GetParam().uIndex, GetParam().uSize);
-    EXPECT_STREQ(GetParam().pszWant, strText.CStr());
-    EXPECT_EQ(std::strlen(GetParam().pszWant), strText.GetSize());
-    EXPECT_EQ(32u, strText.GetCapacity());
-}
-INSTANTIATE_TEST_SUITE_P(All, CStringErase,
-                         testing::Values(SEraseCase{"Front", 0, 2, "llo"}, SEraseCase{"Middle", 1, 3, "ho"},
-                                         SEraseCase{"Tail", 3, 2, "hel"}, SEraseCase{"LastCharacter", 4, 1, "hell"},
-                                         SEraseCase{"Everything", 0, 5, ""}, SEraseCase{"PastTheEnd", 4, 2, "hello"},
-                                         SEraseCase{"MoreThanAll", 0, 6, "hello"}, SEraseCase{"Nothing", 2, 0, "hello"},
-                                         SEraseCase{"AtTheSize", 5, 1, "hello"},
-                                         SEraseCase{"NothingAtTheSize", 5, 0, "hello"},
-                                         SEraseCase{"BehindTheSize", 6, 1, "hello"},
-                                         SEraseCase{"SumThatWraps", 2, UINT_MAX, "hello"},
-                                         SEraseCase{"IndexThatWraps", UINT_MAX, 2, "hello"},
-                                         SEraseCase{"SumThatWrapsIn16Bits", 1, 65535, "hello"}),
-                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CStringErase, EverythingKeepsTheBlock)
-{
-    CString strText("hello");
-    const char* const pszCharacters = strText.CStr();
-    strText.EraseAll();
-    EXPECT_EQ(0u, strText.GetSize());
-    EXPECT_STREQ("", strText.CStr());
-    EXPECT_EQ(pszCharacters, strText.CStr());
-    EXPECT_EQ(32u, strText.GetCapacity());
-    strText.EraseAll();
-    EXPECT_EQ(32u, strText.GetCapacity());
-}
-
-struct STrimCase
-{
-    const char* pszName;
-    std::string strText;
-    char c;
-    std::string strLeft;
-    std::string strRight;
-};
-class CStringTrim : public testing::TestWithParam<STrimCase>
-{
-};
-TEST_P(CStringTrim, RemovesAllOfACharacterAtOneSide)
-{
-    CString strLeft = StringOf(GetParam().strText);
-    const unsigned int uCapacity = strLeft.GetCapacity();
-    CString strRight = StringOf(GetParam().strText);
-    strLeft.TrimLeftSide(GetParam().c);
-    strRight.TrimRightSide(GetParam().c);
-    EXPECT_EQ(GetParam().strLeft, TextOf(strLeft));
-    EXPECT_EQ(GetParam().strRight, TextOf(strRight));
-    EXPECT_EQ(uCapacity, strLeft.GetCapacity());
-    EXPECT_EQ(uCapacity, strRight.GetCapacity());
-    EXPECT_EQ('\0', *strLeft.end());
-    EXPECT_EQ('\0', *strRight.end());
-}
-INSTANTIATE_TEST_SUITE_P(
-    All, CStringTrim,
-    testing::Values(STrimCase{"BothSides", "xxaxbxx", 'x', "axbxx", "xxaxb"},
-                    STrimCase{"Neither", "abc", 'x', "abc", "abc"}, STrimCase{"Everything", "xxx", 'x', "", ""},
-                    STrimCase{"OneCharacter", "x", 'x', "", ""}, STrimCase{"Empty", "", 'x', "", ""},
-                    STrimCase{"OtherCase", "Xx", 'x', "Xx", "X"},
-                    STrimCase{"Nuls", std::string("\0a\0\0", 4), '\0', std::string("a\0\0", 3), std::string("\0a", 2)},
-                    STrimCase{"NoNuls", "abc", '\0', "abc", "abc"},
-                    STrimCase{"BehindNuls", std::string("x\0x", 3), 'x', std::string("\0x", 2), std::string("x\0", 2)}),
-    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CStringResize, WithinTheCapacitySetsTheSizeAndTheNul)
-{
-    CString strText("hello");
-    const char* const pszCharacters = strText.CStr();
-    strText.Resize(2);
-    EXPECT_EQ(2u, strText.GetSize());
-    EXPECT_STREQ("he", strText.CStr());
-    strText.Resize(32);
-    EXPECT_EQ(32u, strText.GetSize());
-    EXPECT_EQ('\0', strText.CStr()[32]);
-    EXPECT_EQ('h', strText.GetAt(0));
-    // What the block held: the NUL of the shorter text, then the old tail.
-    EXPECT_EQ(std::string("he\0lo\0", 6), TextOf(strText).substr(0, 6));
-    EXPECT_EQ(pszCharacters, strText.CStr());
-}
-
-TEST(CStringResize, AboveTheCapacityDoesNothing)
-{
-    CString strText("hello");
-    for (const unsigned int uSize : {33u, 65536u, 65536u + 3u, UINT_MAX})
-    {
-        strText.Resize(uSize);
-        EXPECT_EQ("hello", TextOf(strText));
-        EXPECT_EQ(32u, strText.GetCapacity());
-    }
-    CString strEmpty;
-    strEmpty.Resize(1);
-    EXPECT_EQ(0u, strEmpty.GetSize());
-}
-
-TEST(CStringResize, ToNothingKeepsTheBlock)
-{
-    CString strText("hello");
-    const char* const pszCharacters = strText.CStr();
-    strText.Resize(0);
-    EXPECT_EQ(0u, strText.GetSize());
-    EXPECT_STREQ("", strText.CStr());
-    EXPECT_EQ(pszCharacters, strText.CStr());
-}
-
 TEST(CStringResize, ToTheLargestSizeIsPossible)
 {
     CString strText;
@@ -519,30 +268,6 @@ TEST(CStringResize, ToTheLargestSizeIsPossible)
     strText.Resize(65535);
     EXPECT_EQ(65535u, strText.GetSize());
     EXPECT_EQ('\0', strText.CStr()[65535]);
-}
-
-TEST(CStringSetAt, OnlyACharacterThatIsThereIsSet)
-{
-    CString strText("abc");
-    strText.SetAt(0, 'x');
-    strText.SetAt(2, 'z');
-    strText.SetAt(3, '!');
-    strText.SetAt(UINT_MAX, '!');
-    strText.SetAt(65536, '!');
-    EXPECT_STREQ("xbz", strText.CStr());
-    CString strEmpty;
-    strEmpty.SetAt(0, '!');
-    EXPECT_STREQ("", strEmpty.CStr());
-}
-
-TEST(CStringLowerCase, ReachesUpToTheFirstNul)
-{
-    CString strText("HeLLo W0RLD_Z\0ABC", 17);
-    strText.ToLowerCase();
-    EXPECT_EQ(std::string("hello w0rld_z\0ABC", 17), TextOf(strText));
-    CString strEmpty;
-    strEmpty.ToLowerCase();
-    EXPECT_EQ(0u, strEmpty.GetSize());
 }
 
 TEST(CStringLowerCase, LeavesBytesAloneThatAreNoLettersOfTheLocale)
@@ -589,20 +314,6 @@ INSTANTIATE_TEST_SUITE_P(All, CStringReserve,
                                          SCapacityCase{65535, 65535}),
                          [](const auto& rInfo) { return std::to_string(rInfo.param.uAsked); });
 
-TEST(CStringReserve, NeverShrinksAndKeepsTheText)
-{
-    CString strText("a\0b", 3);
-    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(100));
-    EXPECT_EQ(128u, strText.GetCapacity());
-    EXPECT_EQ(std::string("a\0b", 3), TextOf(strText));
-    EXPECT_EQ('\0', *strText.end());
-    const char* const pszCharacters = strText.CStr();
-    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(128));
-    EXPECT_EQ(QV_RES_OK, strText.ReserveCapacity(1));
-    EXPECT_EQ(128u, strText.GetCapacity());
-    EXPECT_EQ(pszCharacters, strText.CStr());
-}
-
 struct SReduceCase
 {
     const char* pszName;
@@ -641,33 +352,6 @@ INSTANTIATE_TEST_SUITE_P(
                     SReduceCase{"FromTheLargestByAStep", 1, 65535, 65504, 65504},
                     SReduceCase{"EmptyToNothing", 0, 32, 0, 0}, SReduceCase{"EmptyToSome", 0, 96, 1, 32}),
     [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CStringReduce, AnEmptyStringGetsAPrivateBlockWithoutRoom)
-{
-    CString strText("x");
-    strText.EraseAll();
-    EXPECT_EQ(QV_RES_OK, strText.ReduceCapacity(0));
-    EXPECT_EQ(0u, strText.GetCapacity());
-    EXPECT_EQ(1u, ShareCountOf(strText));
-    EXPECT_NE(CString().CStr(), strText.CStr());
-    const CString strCopy(strText);
-    EXPECT_EQ(2u, ShareCountOf(strText));
-    strText += "grown again";
-    EXPECT_EQ("grown again", TextOf(strText));
-    EXPECT_EQ(1u, ShareCountOf(strCopy));
-    EXPECT_EQ(0u, strCopy.GetSize());
-}
-
-TEST(CStringReduce, WithNothingToDoItTakesNoBlock)
-{
-    CString strEmpty;
-    EXPECT_EQ(QV_RES_OK, strEmpty.ReduceCapacity(0));
-    EXPECT_EQ(0u, ShareCountOf(strEmpty));
-    CString strText("x");
-    const char* const pszCharacters = strText.CStr();
-    EXPECT_EQ(QV_RES_OK, strText.ReduceCapacity(32));
-    EXPECT_EQ(pszCharacters, strText.CStr());
-}
 
 // Into the room that is there and beyond it, alone with the block and not, in each form.
 TEST(CStringAppend, AnySizeToAnySize)
@@ -715,29 +399,6 @@ TEST(CStringPlus, AppendsStringsTextsAndCharacters)
     EXPECT_EQ(6u, strText.GetSize());
     strText += '\0';
     EXPECT_EQ(std::string("a\0bcde\0", 7), TextOf(strText));
-}
-
-TEST(CStringPlus, AppendingItselfDoublesIt)
-{
-    CString strText("abc");
-    for (unsigned int u = 0; u < 6; ++u) strText += strText;
-    std::string strWant;
-    for (unsigned int u = 0; u < 64; ++u) strWant += "abc";
-    EXPECT_EQ(strWant, TextOf(strText));
-    strText = "abc";
-    strText += strText.CStr() + 1;
-    EXPECT_EQ("abcbc", TextOf(strText));
-    strText += strText.GetAt(1);
-    EXPECT_EQ("abcbcb", TextOf(strText));
-}
-
-TEST(CStringPlus, AppendingToAnEmptyStringTakesACopyOfTheText)
-{
-    const CString strRight("right");
-    CString strText;
-    strText += strRight;
-    EXPECT_EQ("right", TextOf(strText));
-    EXPECT_EQ(1u, ShareCountOf(strRight));
 }
 
 TEST(CStringPlus, AResultThatIsTooLongLeavesItUnchanged)

@@ -2,61 +2,24 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <new>
 #include <string>
 
 #include "framework/basic/string.h"
+#include "tests/support/refusing_new.h"
 #include "tests/support/string_probe.h"
 
 namespace
 {
-unsigned int g_uRefuseIn = 0;
-bool g_bRefuseAllBehind = false;
-bool g_bRefused = false;
-
-bool IsRefused()
-{
-    if (g_bRefused && g_bRefuseAllBehind) return true;
-    if (g_uRefuseIn == 0 || --g_uRefuseIn != 0) return false;
-    g_bRefused = true;
-    return true;
-}
-
 /// Refuses the uNth request, counted from 1, and all behind it if told to.
-class CRefusal
+class CRefusal : public CRefusingNew
 {
 public:
     explicit CRefusal(unsigned int uNth, bool bAllBehind = true)
+        : CRefusingNew(uNth - 1, eNOTHROW_ARRAY, bAllBehind ? ERefused::eALL_BEHIND : ERefused::eONE)
     {
-        g_bRefused = false;
-        g_bRefuseAllBehind = bAllBehind;
-        g_uRefuseIn = uNth;
     }
-    ~CRefusal()
-    {
-        g_uRefuseIn = 0;
-        g_bRefused = false;
-    }
-    CRefusal(const CRefusal&) = delete;
-    CRefusal& operator=(const CRefusal&) = delete;
 };
-}  // namespace
 
-void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    if (IsRefused()) return nullptr;
-    try
-    {
-        return ::operator new[](uSize);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return nullptr;
-    }
-}
-
-namespace
-{
 const std::string g_str40(40, 'a');
 const std::string g_str600(600, 'b');
 
@@ -89,7 +52,7 @@ protected:
             {
                 const CRefusal refusal(uNth, bAllBehind);
                 res = GetParam().fnRun(strText);
-                bRefused = g_bRefused;
+                bRefused = refusal.HasRefused();
             }
             ASSERT_EQ('\0', *strText.end());
             if (bShared)
@@ -243,7 +206,7 @@ TEST(CStringMemory, ACopyNeedsNone)
     const CString strCopy(strText);
     CString strAssigned;
     strAssigned = strText;
-    EXPECT_FALSE(g_bRefused);
+    EXPECT_FALSE(refusal.HasRefused());
     EXPECT_EQ("text", TextOf(strAssigned));
     EXPECT_EQ(3u, ShareCountOf(strText));
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "framework/basic/string.h"
+#include "tests/basic/named_operations.h"
 #include "tests/support/string_probe.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
@@ -107,10 +108,157 @@ protected:
         if (!strText.empty() && m_rng() % 4 == 0) strText[Below(m_rng, strText.size())] = '\0';
         return strText;
     }
-    unsigned int AnyIndex(const SModel& rModel) { return Below(m_rng, rModel.strText.size() + 2); }
 
-    void Step(unsigned int uOwn, unsigned int uOther);
-    void Check() const;
+public:
+    void BeginStep();
+    void EndStep();
+
+    void AssignString()
+    {
+        *m_pString = *m_pSource;
+        *m_pModel = m_stSource;
+    }
+    void AssignText()
+    {
+        *m_pString = m_strText.c_str();
+        Assign(*m_pModel, UpToNul(m_strText));
+    }
+    void AssignPiece()
+    {
+        *m_pString = m_pszPiece;
+        Assign(*m_pModel, UpToNul(m_stSource.strText.substr(m_uFrom)));
+    }
+    void AssignCharacter()
+    {
+        *m_pString = m_c;
+        Assign(*m_pModel, UpToNul(std::string(1, m_c)));
+    }
+    void InsertText()
+    {
+        const unsigned int uLength = static_cast<unsigned int>(m_strText.size());
+        ASSERT_EQ(Insert(*m_pModel, m_uIndex, m_uRepetition, m_strText.data(), uLength),
+                  m_pString->Insert(m_uIndex, m_uRepetition, m_strText.data(), uLength));
+    }
+    void InsertPiece()
+    {
+        ASSERT_EQ(Insert(*m_pModel, m_uIndex, m_uRepetition, m_strPiece.data(), m_strPiece.size()),
+                  m_pString->Insert(m_uIndex, m_uRepetition, m_pszPiece, PieceSize()));
+    }
+    void InsertPieceUpToNul()
+    {
+        const std::string strWant = UpToNul(m_stSource.strText.substr(m_uFrom));
+        ASSERT_EQ(Insert(*m_pModel, m_uIndex, m_uRepetition, strWant.c_str(), g_uLARGEST),
+                  m_pString->Insert(m_uIndex, m_uRepetition, m_pszPiece, g_uLARGEST));
+    }
+    void InsertPartOfString()
+    {
+        ASSERT_EQ(Insert(*m_pModel, m_uIndex, m_uRepetition, m_strPiece.data(), m_strPiece.size()),
+                  m_pString->Insert(m_uIndex, m_uRepetition, *m_pSource, m_uFrom, PieceSize()));
+    }
+    void InsertCharacter()
+    {
+        ASSERT_EQ(Insert(*m_pModel, m_uIndex, m_uRepetition, &m_c, 1), m_pString->Insert(m_uIndex, m_uRepetition, m_c));
+    }
+    void EraseCharacters()
+    {
+        const unsigned int uSize = Below(m_rng, m_pModel->strText.size() + 2);
+        m_pString->Erase(m_uIndex, uSize);
+        Erase(*m_pModel, m_uIndex, uSize);
+    }
+    void EraseAll()
+    {
+        m_pString->EraseAll();
+        Erase(*m_pModel, 0, m_pModel->strText.size());
+    }
+    void TrimLeftSide()
+    {
+        m_pString->TrimLeftSide(m_c);
+        Erase(*m_pModel, 0, std::min(m_pModel->strText.find_first_not_of(m_c), m_pModel->strText.size()));
+    }
+    void TrimRightSide()
+    {
+        m_pString->TrimRightSide(m_c);
+        const std::size_t uKeep = m_pModel->strText.find_last_not_of(m_c) + 1;
+        Erase(*m_pModel, uKeep, m_pModel->strText.size() - uKeep);
+    }
+    void Resize()
+    {
+        const unsigned int uSize = Below(m_rng, m_pModel->uCapacity + 2);
+        const std::string strKept = m_pModel->strText.substr(0, uSize);
+        m_pString->Resize(uSize);
+        if (uSize > m_pModel->uCapacity) return;
+        MakePrivate(*m_pModel);
+        // What comes in is unknown; what stays is not.
+        m_pModel->strText = TextOf(*m_pString);
+        ASSERT_EQ(uSize, m_pModel->strText.size());
+        ASSERT_EQ(strKept, m_pModel->strText.substr(0, strKept.size()));
+    }
+    void ReserveCapacity()
+    {
+        const unsigned short uCapacity = static_cast<unsigned short>(Below(m_rng, 200));
+        ASSERT_EQ(QV_RES_OK, m_pString->ReserveCapacity(uCapacity));
+        Reserve(*m_pModel, uCapacity);
+    }
+    void ReduceCapacity()
+    {
+        const unsigned short uCapacity = static_cast<unsigned short>(Below(m_rng, 200));
+        ASSERT_EQ(QV_RES_OK, m_pString->ReduceCapacity(uCapacity));
+        if (uCapacity >= m_pModel->uCapacity) return;
+        Reallocate(*m_pModel, RoundUp(std::max<std::size_t>(uCapacity, m_pModel->strText.size())));
+    }
+    void SetAt()
+    {
+        m_pString->SetAt(m_uIndex, m_c);
+        if (m_uIndex >= m_pModel->strText.size()) return;
+        MakePrivate(*m_pModel);
+        m_pModel->strText[m_uIndex] = m_c;
+    }
+    void ToLowerCase()
+    {
+        m_pString->ToLowerCase();
+        MakePrivate(*m_pModel);
+        for (char& rc : m_pModel->strText)
+        {
+            if (rc == '\0') break;
+            if (rc >= 'A' && rc <= 'Z') rc = static_cast<char>(rc + ('a' - 'A'));
+        }
+    }
+    void AddString()
+    {
+        *m_pString += *m_pSource;
+        Insert(*m_pModel, m_pModel->strText.size(), 1, m_stSource.strText.data(), m_stSource.strText.size());
+    }
+    void AddPiece()
+    {
+        *m_pString += m_pszPiece;
+        Insert(*m_pModel, m_pModel->strText.size(), 1, m_stSource.strText.c_str() + m_uFrom, g_uLARGEST);
+    }
+    void AddCharacter()
+    {
+        *m_pString += m_c;
+        Insert(*m_pModel, m_pModel->strText.size(), 1, &m_c, 1);
+    }
+    /// Pieces of the string itself as arguments, and room that runs out at any place.
+    void FormatPieces()
+    {
+        const std::string strWant = UpToNul(m_strText) + "-" + UpToNul(m_stSource.strText.substr(m_uFrom)) + "-7";
+        ASSERT_EQ(Format(*m_pModel, m_uIndex, strWant),
+                  m_pString->Format(m_uIndex, "%s-%s-%d", m_strText.c_str(), m_pszPiece, 7));
+    }
+    void WriteToBuffer()
+    {
+        char* const pcBuffer = m_pString->GetBuffer();
+        ASSERT_NE(nullptr, pcBuffer);
+        MakePrivate(*m_pModel);
+        if (m_pModel->uCapacity == 0) return;
+        const std::size_t uSize = std::min<std::size_t>(m_strText.size(), m_pModel->uCapacity);
+        std::copy_n(m_strText.begin(), uSize, pcBuffer);
+        m_pString->Resize(static_cast<unsigned int>(uSize));
+        m_pModel->strText = m_strText.substr(0, uSize);
+    }
+
+protected:
+    unsigned int PieceSize() const { return static_cast<unsigned int>(m_strPiece.size()); }
 
     std::mt19937 m_rng;
     CTestAllocator m_allocator;
@@ -118,171 +266,65 @@ protected:
     std::array<CString, g_uSTRINGS> m_strings;
     std::array<SModel, g_uSTRINGS> m_models;
     unsigned int m_uLastBlock = 0;
+
+    // What a step works with: a string, and one that it may take from, perhaps itself.
+    CString* m_pString = nullptr;
+    SModel* m_pModel = nullptr;
+    const CString* m_pSource = nullptr;
+    SModel m_stSource;
+    std::string m_strText;
+    unsigned int m_uIndex = 0;
+    unsigned int m_uFrom = 0;
+    std::string m_strPiece;  // of the source, from m_uFrom on
+    const char* m_pszPiece = nullptr;
+    unsigned int m_uRepetition = 0;
+    char m_c = '\0';
 };
 
-void CStringModel::Step(unsigned int uOwn, unsigned int uOther)
+constexpr SNamedOperation<CStringModel> g_aOPERATIONS[] = {
+    {"assign a string", 9, &CStringModel::AssignString},
+    {"assign a text", 3, &CStringModel::AssignText},
+    {"assign a piece", 3, &CStringModel::AssignPiece},
+    {"assign a character", 3, &CStringModel::AssignCharacter},
+    {"insert a text", 3, &CStringModel::InsertText},
+    {"insert a piece", 3, &CStringModel::InsertPiece},
+    {"insert a piece up to its NUL", 3, &CStringModel::InsertPieceUpToNul},
+    {"insert part of a string", 3, &CStringModel::InsertPartOfString},
+    {"insert a character", 3, &CStringModel::InsertCharacter},
+    {"erase", 3, &CStringModel::EraseCharacters},
+    {"erase all", 3, &CStringModel::EraseAll},
+    {"trim the left side", 3, &CStringModel::TrimLeftSide},
+    {"trim the right side", 3, &CStringModel::TrimRightSide},
+    {"resize", 3, &CStringModel::Resize},
+    {"reserve capacity", 3, &CStringModel::ReserveCapacity},
+    {"reduce capacity", 6, &CStringModel::ReduceCapacity},
+    {"set a character", 3, &CStringModel::SetAt},
+    {"to lower case", 3, &CStringModel::ToLowerCase},
+    {"add a string", 1, &CStringModel::AddString},
+    {"add a piece", 1, &CStringModel::AddPiece},
+    {"add a character", 1, &CStringModel::AddCharacter},
+    {"format", 3, &CStringModel::FormatPieces},
+    {"write to the buffer", 3, &CStringModel::WriteToBuffer},
+};
+
+void CStringModel::BeginStep()
 {
-    CString& rString = m_strings[uOwn];
-    SModel& rModel = m_models[uOwn];
-    const CString& rSource = m_strings[uOther];
-    const SModel stSource = m_models[uOther];
-    const std::string strText = AnyText();
-    const unsigned int uLength = static_cast<unsigned int>(strText.size());
-    const unsigned int uIndex = AnyIndex(rModel);
-    // A piece of a string, which may well be the one that changes.
-    const unsigned int uFrom = Below(m_rng, stSource.strText.size() + 1);
-    const unsigned int uPiece = Below(m_rng, stSource.strText.size() - uFrom + 1);
-    const char* const pszPiece = rSource.CStr() + uFrom;
-    const std::string strPiece = stSource.strText.substr(uFrom, uPiece);
-    const unsigned int uRepetition = Below(m_rng, 4);
-    const char c = "abAB\0"[m_rng() % 5];
-    switch (m_rng() % 24)
-    {
-        case 0:
-        case 1:
-        case 2:
-            rString = rSource;
-            rModel = stSource;
-            break;
-        case 3:
-            rString = strText.c_str();
-            Assign(rModel, UpToNul(strText));
-            break;
-        case 4:
-            rString = pszPiece;
-            Assign(rModel, UpToNul(stSource.strText.substr(uFrom)));
-            break;
-        case 5:
-            rString = c;
-            Assign(rModel, UpToNul(std::string(1, c)));
-            break;
-        case 6:
-            ASSERT_EQ(Insert(rModel, uIndex, uRepetition, strText.data(), uLength),
-                      rString.Insert(uIndex, uRepetition, strText.data(), uLength));
-            break;
-        case 7:
-            ASSERT_EQ(Insert(rModel, uIndex, uRepetition, strPiece.data(), uPiece),
-                      rString.Insert(uIndex, uRepetition, pszPiece, uPiece));
-            break;
-        case 8:
-            ASSERT_EQ(Insert(rModel, uIndex, uRepetition, UpToNul(stSource.strText.substr(uFrom)).c_str(), g_uLARGEST),
-                      rString.Insert(uIndex, uRepetition, pszPiece, g_uLARGEST));
-            break;
-        case 9:
-            ASSERT_EQ(Insert(rModel, uIndex, uRepetition, strPiece.data(), uPiece),
-                      rString.Insert(uIndex, uRepetition, rSource, uFrom, uPiece));
-            break;
-        case 10: ASSERT_EQ(Insert(rModel, uIndex, uRepetition, &c, 1), rString.Insert(uIndex, uRepetition, c)); break;
-        case 11:
-        {
-            const unsigned int uSize = Below(m_rng, rModel.strText.size() + 2);
-            rString.Erase(uIndex, uSize);
-            Erase(rModel, uIndex, uSize);
-            break;
-        }
-        case 12:
-            rString.EraseAll();
-            Erase(rModel, 0, rModel.strText.size());
-            break;
-        case 13:
-        {
-            rString.TrimLeftSide(c);
-            Erase(rModel, 0, std::min(rModel.strText.find_first_not_of(c), rModel.strText.size()));
-            break;
-        }
-        case 14:
-        {
-            rString.TrimRightSide(c);
-            const std::size_t uKeep = rModel.strText.find_last_not_of(c) + 1;
-            Erase(rModel, uKeep, rModel.strText.size() - uKeep);
-            break;
-        }
-        case 15:
-        {
-            const unsigned int uSize = Below(m_rng, rModel.uCapacity + 2);
-            const std::size_t uKept = std::min<std::size_t>(uSize, rModel.strText.size());
-            rString.Resize(uSize);
-            if (uSize > rModel.uCapacity) break;
-            MakePrivate(rModel);
-            // What comes in is unknown; what stays is not.
-            const std::string strKept = rModel.strText.substr(0, uKept);
-            rModel.strText = TextOf(rString);
-            ASSERT_EQ(uSize, rModel.strText.size());
-            ASSERT_EQ(strKept, rModel.strText.substr(0, uKept));
-            break;
-        }
-        case 16:
-        {
-            const unsigned short uCapacity = static_cast<unsigned short>(Below(m_rng, 200));
-            ASSERT_EQ(QV_RES_OK, rString.ReserveCapacity(uCapacity));
-            Reserve(rModel, uCapacity);
-            break;
-        }
-        case 17:
-        case 18:
-        {
-            const unsigned short uCapacity = static_cast<unsigned short>(Below(m_rng, 200));
-            ASSERT_EQ(QV_RES_OK, rString.ReduceCapacity(uCapacity));
-            if (uCapacity < rModel.uCapacity)
-                Reallocate(rModel, RoundUp(std::max<std::size_t>(uCapacity, rModel.strText.size())));
-            break;
-        }
-        case 19:
-            rString.SetAt(uIndex, c);
-            if (uIndex >= rModel.strText.size()) break;
-            MakePrivate(rModel);
-            rModel.strText[uIndex] = c;
-            break;
-        case 20:
-            rString.ToLowerCase();
-            MakePrivate(rModel);
-            for (char& rc : rModel.strText)
-            {
-                if (rc == '\0') break;
-                if (rc >= 'A' && rc <= 'Z') rc = static_cast<char>(rc + ('a' - 'A'));
-            }
-            break;
-        case 21:
-        {
-            const std::size_t uSize = rModel.strText.size();
-            switch (m_rng() % 3)
-            {
-                case 0:
-                    rString += rSource;
-                    Insert(rModel, uSize, 1, stSource.strText.data(), stSource.strText.size());
-                    break;
-                case 1:
-                    rString += pszPiece;
-                    Insert(rModel, uSize, 1, stSource.strText.c_str() + uFrom, g_uLARGEST);
-                    break;
-                default:
-                    rString += c;
-                    Insert(rModel, uSize, 1, &c, 1);
-                    break;
-            }
-            break;
-        }
-        case 22:
-            // Pieces of the string itself as arguments, and room that runs out at any place.
-            ASSERT_EQ(Format(rModel, uIndex, UpToNul(strText) + "-" + UpToNul(stSource.strText.substr(uFrom)) + "-7"),
-                      rString.Format(uIndex, "%s-%s-%d", strText.c_str(), pszPiece, 7));
-            break;
-        default:
-        {
-            char* const pcBuffer = rString.GetBuffer();
-            ASSERT_NE(nullptr, pcBuffer);
-            MakePrivate(rModel);
-            if (rModel.uCapacity == 0) break;
-            const std::size_t uSize = std::min<std::size_t>(strText.size(), rModel.uCapacity);
-            std::copy_n(strText.begin(), uSize, pcBuffer);
-            rString.Resize(static_cast<unsigned int>(uSize));
-            rModel.strText = strText.substr(0, uSize);
-            break;
-        }
-    }
+    const unsigned int uOwn = Below(m_rng, g_uSTRINGS);
+    const unsigned int uOther = Below(m_rng, g_uSTRINGS);
+    m_pString = &m_strings[uOwn];
+    m_pModel = &m_models[uOwn];
+    m_pSource = &m_strings[uOther];
+    m_stSource = m_models[uOther];
+    m_strText = AnyText();
+    m_uIndex = Below(m_rng, m_pModel->strText.size() + 2);
+    m_uFrom = Below(m_rng, m_stSource.strText.size() + 1);
+    m_strPiece = m_stSource.strText.substr(m_uFrom, Below(m_rng, m_stSource.strText.size() - m_uFrom + 1));
+    m_pszPiece = m_pSource->CStr() + m_uFrom;
+    m_uRepetition = Below(m_rng, 4);
+    m_c = "abAB\0"[m_rng() % 5];
 }
 
-void CStringModel::Check() const
+void CStringModel::EndStep()
 {
     std::size_t uBlocks = 0;
     for (unsigned int u = 0; u < g_uSTRINGS; ++u)
@@ -302,23 +344,15 @@ void CStringModel::Check() const
         if (!bSeen) ++uBlocks;
     }
     ASSERT_EQ(uBlocks, m_allocator.GetLiveBlocks());
+    if (m_pModel->strText.size() <= 6000) return;
+    *m_pString = CString();
+    *m_pModel = SModel();
 }
 }  // namespace
 
 TEST_F(CStringModel, TextsCapacitiesAndShareCountsMatchAfterEveryStep)
 {
-    for (unsigned int uStep = 0; uStep < 30000; ++uStep)
-    {
-        SCOPED_TRACE(testing::Message() << "step " << uStep);
-        const unsigned int uOwn = Below(m_rng, g_uSTRINGS);
-        ASSERT_NO_FATAL_FAILURE(Step(uOwn, Below(m_rng, g_uSTRINGS)));
-        ASSERT_NO_FATAL_FAILURE(Check());
-        if (m_models[uOwn].strText.size() > 6000)
-        {
-            m_strings[uOwn] = CString();
-            m_models[uOwn] = SModel();
-        }
-    }
+    DoAtRandom(*this, g_aOPERATIONS, 30000, m_rng);
 }
 
 TEST(CStringModelLong, TextsAtTheEndOfTheSizesMatch)

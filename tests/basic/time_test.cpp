@@ -12,8 +12,6 @@
 #include <vector>
 
 #include "framework/kernel/timer.h"
-#include "tests/support/object_bytes.h"
-#include "tests/support/vtable.h"
 
 namespace
 {
@@ -96,21 +94,6 @@ unsigned long CTimer::GetSystemUpTimeMs()
 
 namespace
 {
-TEST_F(CTimeTest, LayoutIsTheBinaryInterface)
-{
-    EXPECT_EQ(304u, sizeof(CTime));
-    CTime time;
-    time.SetTimeZone("CST-8");
-    time.SetJulianDateAndTime(2460000, 12345, true);
-    EXPECT_STREQ("CST-8", reinterpret_cast<const CTimeZone*>(reinterpret_cast<const char*>(&time) + 8)->GetTimeZone());
-    EXPECT_EQ(2460000u, LoadAt<std::uint32_t>(&time, 288));
-    EXPECT_EQ(12345u, LoadAt<std::uint32_t>(&time, 292));
-    EXPECT_EQ(0u, LoadAt<unsigned char>(&time, 296));
-    const CTime byDefault;
-    EXPECT_EQ(1u, LoadAt<unsigned char>(&byDefault, 296));
-    EXPECT_EQ((std::vector<std::string>{"_ZN5CTimeD1Ev", "_ZN5CTimeD0Ev"}), VtableSlots(&time));
-}
-
 TEST_F(CTimeTest, TheClockStartsAt1January2000AndSaysItIsOnlyTheDefault)
 {
     CTime time;

@@ -1,46 +1,24 @@
 // Zones when memory runs out: the n-th request of the whole process is refused here, wherever it comes from.
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "tests/support/refusing_new.h"
 #include "tests/support/zone_bytes.h"
-
-namespace
-{
-unsigned int g_uRefuseIn = 0;
-bool g_bRefused = false;
-
-void RefuseNth(unsigned int uNth)
-{
-    g_uRefuseIn = uNth;
-    g_bRefused = false;
-}
-}  // namespace
-
-void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    if (g_uRefuseIn != 0 && --g_uRefuseIn == 0)
-    {
-        g_bRefused = true;
-        return nullptr;
-    }
-    try
-    {
-        return ::operator new[](uSize);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return nullptr;
-    }
-}
 
 namespace
 {
 const char* const g_pszOld = "OLD7NEW6,J10/01:02:03,200/04:05:06";
 const char* const g_pszNew = "EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00";
+
+/// Refuses the uNth request of the library, counted from 1.
+class CRefusal : public CRefusingNew
+{
+public:
+    explicit CRefusal(unsigned int uNth) : CRefusingNew(uNth - 1, eNOTHROW_ARRAY) {}
+};
 
 void ExpectOld(const CTimeZone& rZone)
 {
@@ -58,11 +36,9 @@ TEST(CTimeZoneOutOfMemory, SettingSaysSoAndChangesNothing)
     unsigned int uNth = 1;
     for (;; ++uNth)
     {
-        RefuseNth(uNth);
+        const CRefusal refusal(uNth);
         const QvResult res = zone.SetTimeZone(g_pszNew);
-        const bool bRefused = g_bRefused;
-        RefuseNth(0);
-        if (!bRefused)
+        if (!refusal.HasRefused())
         {
             EXPECT_EQ(QV_RES_OK, res);
             break;
@@ -79,9 +55,8 @@ TEST(CTimeZoneOutOfMemory, AZoneWithoutDaylightTimeLikewise)
     CTimeZone zone(g_pszOld);
     for (const unsigned int uNth : {1u, 2u})
     {
-        RefuseNth(uNth);
+        const CRefusal refusal(uNth);
         EXPECT_EQ(QV_RES_OUT_OF_MEMORY, zone.SetTimeZone("UTC0"));
-        RefuseNth(0);
         ExpectOld(zone);
     }
     EXPECT_EQ(QV_RES_OK, zone.SetTimeZone("UTC0"));
@@ -91,12 +66,15 @@ TEST(CTimeZoneOutOfMemory, TimesReportItAsAZoneThatCouldNotBeSet)
 {
     CTime time;
     ASSERT_TRUE(time.SetTimeZone(g_pszOld));
-    RefuseNth(1);
-    EXPECT_FALSE(time.SetTimeZone("UTC0"));
-    ExpectOld(time.GetTimeZone());
-    RefuseNth(2);
-    EXPECT_FALSE(CTime::SetSystemTimeZone("UTC0"));
-    RefuseNth(0);
+    {
+        const CRefusal refusal(1);
+        EXPECT_FALSE(time.SetTimeZone("UTC0"));
+        ExpectOld(time.GetTimeZone());
+    }
+    {
+        const CRefusal refusal(2);
+        EXPECT_FALSE(CTime::SetSystemTimeZone("UTC0"));
+    }
     EXPECT_STREQ(pszTIMEZONE_NA_EASTERN, CTime::GetSystemTimeZone().CStr());
 }
 
@@ -105,10 +83,11 @@ TEST(CTimeZoneOutOfMemory, ASystemZoneThatFoundNoneAtStartUpIsUtc)
     for (unsigned int uNth = 1; uNth <= 3; ++uNth)
     {
         CTime::FinalizeCTime();
-        RefuseNth(uNth);
-        EXPECT_EQ(QV_RES_OK, CTime::InitializeCTime());
-        EXPECT_TRUE(g_bRefused);
-        RefuseNth(0);
+        {
+            const CRefusal refusal(uNth);
+            EXPECT_EQ(QV_RES_OK, CTime::InitializeCTime());
+            EXPECT_TRUE(refusal.HasRefused());
+        }
         EXPECT_STREQ("", CTime::GetSystemTimeZone().CStr());
         CTime time;
         time.SetJulianDateAndTime(2451545, 1000, true);
@@ -124,10 +103,9 @@ TEST(CTimeZoneOutOfMemory, ASystemZoneThatFoundNoneAtStartUpIsUtc)
 TEST(CTimeZoneOutOfMemory, CopyingNeedsNone)
 {
     const CTimeZone source(g_pszOld);
-    RefuseNth(1);
+    const CRefusal refusal(1);
     const CTimeZone copy(source);
-    EXPECT_FALSE(g_bRefused);
-    RefuseNth(0);
+    EXPECT_FALSE(refusal.HasRefused());
     ExpectOld(copy);
 }
 }  // namespace

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "framework/basic/time.h"
-#include "tests/support/vtable.h"
 #include "tests/support/zone_bytes.h"
 
 namespace
@@ -140,30 +139,6 @@ TEST(CTimeZoneTable, HoldsTheExportedTextsInOrder)
         EXPECT_EQ(apszNames[u], apszTIMEZONE_TABLE[u]) << "the same pointer";
         EXPECT_EQ(QV_RES_OK, CTimeZone().SetTimeZone(apszTIMEZONE_TABLE[u])) << apszWANT[u];
     }
-}
-
-TEST(CTimeZoneLayout, IsTheBinaryInterface)
-{
-    EXPECT_EQ(280u, sizeof(CTimeZone));
-    const CTimeZone zone("NST3:30NDT2:30,J60/01:02:03,300/04:05:06");
-    ASSERT_TRUE(IsDaylight(zone, At(2024, 7, 1), true));
-    const SZoneBytes bytes(zone);
-    EXPECT_EQ("NST3:30NDT2:30,J60/01:02:03,300/04:05:06", bytes.strText);
-    EXPECT_EQ("NST", bytes.strStandard);
-    EXPECT_EQ(-12600000, bytes.nStandardMs);
-    EXPECT_TRUE(bytes.bDaylight);
-    EXPECT_EQ("NDT", bytes.strDaylight);
-    EXPECT_EQ(-9000000, bytes.nDaylightMs);
-    EXPECT_EQ(1u, bytes.stStart.uKind);
-    EXPECT_EQ(60u, bytes.stStart.auRule[0]);
-    EXPECT_EQ(3723000u, bytes.stStart.uTimeMs);
-    EXPECT_EQ(Day(2024, 3, 1), bytes.stStart.uJulianDay1);
-    EXPECT_EQ(0u, bytes.stEnd.uKind);
-    EXPECT_EQ(300u, bytes.stEnd.auRule[0]);
-    EXPECT_EQ(14706000u, bytes.stEnd.uTimeMs);
-    EXPECT_EQ(Day(2024, 1, 1) + 300, bytes.stEnd.uJulianDay2);
-    EXPECT_EQ(2024u, bytes.uYear);
-    EXPECT_EQ((std::vector<std::string>{"_ZN9CTimeZoneD1Ev", "_ZN9CTimeZoneD0Ev"}), VtableSlots(&zone));
 }
 
 TEST(CTimeZoneNeverSet, IsUtcWithoutDaylightTimeAndWithoutText)

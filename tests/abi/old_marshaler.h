@@ -1,5 +1,5 @@
-#ifndef TESTS_ABI_MARSHALER_H
-#define TESTS_ABI_MARSHALER_H
+#ifndef TESTS_ABI_OLD_MARSHALER_H
+#define TESTS_ABI_OLD_MARSHALER_H
 
 class CMarshaler
 {

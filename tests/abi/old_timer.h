@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_TIMER_H
-#define TESTS_ABI_TIMER_H
-#include "tests/abi/mutex.h"
-#include "tests/abi/result.h"
-#include "tests/abi/semaphore.h"
+#ifndef TESTS_ABI_OLD_TIMER_H
+#define TESTS_ABI_OLD_TIMER_H
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_result.h"
+#include "tests/abi/old_semaphore.h"
 
 class CTimer
 {

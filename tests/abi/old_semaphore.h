@@ -1,5 +1,5 @@
-#ifndef TESTS_ABI_SEMAPHORE_H
-#define TESTS_ABI_SEMAPHORE_H
+#ifndef TESTS_ABI_OLD_SEMAPHORE_H
+#define TESTS_ABI_OLD_SEMAPHORE_H
 #include <pthread.h>
 #include <semaphore.h>
 

@@ -1,7 +1,7 @@
-#ifndef TESTS_ABI_SINGLETON_H
-#define TESTS_ABI_SINGLETON_H
-#include "tests/abi/mutex.h"
-#include "tests/abi/result.h"
+#ifndef TESTS_ABI_OLD_SINGLETON_H
+#define TESTS_ABI_OLD_SINGLETON_H
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_result.h"
 
 class CSingletonBase
 {

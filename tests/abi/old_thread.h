@@ -1,10 +1,10 @@
-#ifndef TESTS_ABI_THREAD_H
-#define TESTS_ABI_THREAD_H
+#ifndef TESTS_ABI_OLD_THREAD_H
+#define TESTS_ABI_OLD_THREAD_H
 #include <pthread.h>
 
-#include "tests/abi/mutex.h"
-#include "tests/abi/result.h"
-#include "tests/abi/semaphore.h"
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_result.h"
+#include "tests/abi/old_semaphore.h"
 
 class CThread
 {

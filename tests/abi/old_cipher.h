@@ -1,10 +1,10 @@
-#ifndef TESTS_ABI_CIPHER_H
-#define TESTS_ABI_CIPHER_H
+#ifndef TESTS_ABI_OLD_CIPHER_H
+#define TESTS_ABI_OLD_CIPHER_H
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "tests/abi/result.h"
+#include "tests/abi/old_result.h"
 
 class CBlob;
 template <typename T>

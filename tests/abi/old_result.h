@@ -1,5 +1,5 @@
-#ifndef TESTS_ABI_RESULT_H
-#define TESTS_ABI_RESULT_H
+#ifndef TESTS_ABI_OLD_RESULT_H
+#define TESTS_ABI_OLD_RESULT_H
 
 using QvResult = int;
 constexpr QvResult QV_RES_OK = 0;

@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_VECTOR_H
-#define TESTS_ABI_VECTOR_H
-#include "tests/abi/allocator.h"
+#ifndef TESTS_ABI_OLD_VECTOR_H
+#define TESTS_ABI_OLD_VECTOR_H
 #include "tests/abi/compare.h"
-#include "tests/abi/result.h"
+#include "tests/abi/old_allocator.h"
+#include "tests/abi/old_result.h"
 
 class CVectorBase
 {

@@ -1,6 +1,6 @@
-#ifndef TESTS_ABI_FRAMEWORK_INITIALIZER_H
-#define TESTS_ABI_FRAMEWORK_INITIALIZER_H
-#include "tests/abi/result.h"
+#ifndef TESTS_ABI_OLD_FRAMEWORK_INITIALIZER_H
+#define TESTS_ABI_OLD_FRAMEWORK_INITIALIZER_H
+#include "tests/abi/old_result.h"
 
 class CFrameworkInitializer
 {

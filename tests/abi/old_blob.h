@@ -1,7 +1,7 @@
-#ifndef TESTS_ABI_BLOB_H
-#define TESTS_ABI_BLOB_H
-#include "tests/abi/marshaler.h"
-#include "tests/abi/vector.h"
+#ifndef TESTS_ABI_OLD_BLOB_H
+#define TESTS_ABI_OLD_BLOB_H
+#include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_vector.h"
 
 class CBlob : public CVectorBase
 {

@@ -1,5 +1,5 @@
-#ifndef TESTS_ABI_MUTEX_H
-#define TESTS_ABI_MUTEX_H
+#ifndef TESTS_ABI_OLD_MUTEX_H
+#define TESTS_ABI_OLD_MUTEX_H
 #include <gtest/gtest.h>
 #include <pthread.h>
 

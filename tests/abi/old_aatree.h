@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_AATREE_H
-#define TESTS_ABI_AATREE_H
-#include "tests/abi/allocator.h"
+#ifndef TESTS_ABI_OLD_AATREE_H
+#define TESTS_ABI_OLD_AATREE_H
 #include "tests/abi/compare.h"
 #include "tests/abi/ints.h"
+#include "tests/abi/old_allocator.h"
 
 class CAATreeBase
 {

@@ -1,6 +1,6 @@
-#ifndef TESTS_ABI_SHA1_H
-#define TESTS_ABI_SHA1_H
-#include "tests/abi/hash.h"
+#ifndef TESTS_ABI_OLD_SHA1_H
+#define TESTS_ABI_OLD_SHA1_H
+#include "tests/abi/old_hash.h"
 
 class CSha1BremoFw
 {

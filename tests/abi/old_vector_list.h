@@ -1,7 +1,7 @@
-#ifndef TESTS_ABI_VECTOR_LIST_H
-#define TESTS_ABI_VECTOR_LIST_H
+#ifndef TESTS_ABI_OLD_VECTOR_LIST_H
+#define TESTS_ABI_OLD_VECTOR_LIST_H
 #include "tests/abi/ints.h"
-#include "tests/abi/vector.h"
+#include "tests/abi/old_vector.h"
 
 class CVListBase
 {

@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_CRYPTO_H
-#define TESTS_ABI_CRYPTO_H
-#include "tests/abi/mutex.h"
-#include "tests/abi/result.h"
-#include "tests/abi/singleton.h"
+#ifndef TESTS_ABI_OLD_CRYPTO_H
+#define TESTS_ABI_OLD_CRYPTO_H
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_result.h"
+#include "tests/abi/old_singleton.h"
 
 class CCrypto;
 extern template class CSingleton<CCrypto>;

@@ -1,7 +1,7 @@
-#ifndef TESTS_ABI_ALLOCATOR_H
-#define TESTS_ABI_ALLOCATOR_H
-#include "tests/abi/result.h"
-#include "tests/abi/singleton.h"
+#ifndef TESTS_ABI_OLD_ALLOCATOR_H
+#define TESTS_ABI_OLD_ALLOCATOR_H
+#include "tests/abi/old_result.h"
+#include "tests/abi/old_singleton.h"
 
 class IAllocator
 {

@@ -1,11 +1,11 @@
-#ifndef TESTS_ABI_STRING_H
-#define TESTS_ABI_STRING_H
+#ifndef TESTS_ABI_OLD_STRING_H
+#define TESTS_ABI_OLD_STRING_H
 #include <cstdarg>
 
-#include "tests/abi/allocator.h"
-#include "tests/abi/marshaler.h"
-#include "tests/abi/mutex.h"
-#include "tests/abi/result.h"
+#include "tests/abi/old_allocator.h"
+#include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_mutex.h"
+#include "tests/abi/old_result.h"
 
 class CString
 {

@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_POOL_H
-#define TESTS_ABI_POOL_H
-#include "tests/abi/allocator.h"
-#include "tests/abi/marshaler.h"
-#include "tests/abi/mutex.h"
+#ifndef TESTS_ABI_OLD_POOL_H
+#define TESTS_ABI_OLD_POOL_H
+#include "tests/abi/old_allocator.h"
+#include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_mutex.h"
 
 template <typename Object>
 class CPool;

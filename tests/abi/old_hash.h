@@ -1,8 +1,8 @@
-#ifndef TESTS_ABI_HASH_H
-#define TESTS_ABI_HASH_H
+#ifndef TESTS_ABI_OLD_HASH_H
+#define TESTS_ABI_OLD_HASH_H
 #include <cstdint>
 
-#include "tests/abi/result.h"
+#include "tests/abi/old_result.h"
 
 class CBlob;
 
