@@ -18,7 +18,7 @@ install(FILES cmake/orvel_framework-config.cmake ${PROJECT_BINARY_DIR}/orvel_fra
 install(EXPORT orvel_framework NAMESPACE orvel:: FILE orvel_framework-targets.cmake
   DESTINATION ${config_dir} COMPONENT development)
 
-# For pkg-config. Its file finds the prefix from where it lies itself, so that a tree can be moved.
+# For pkg-config. Its file derives the prefix from its own place, so that an installed tree can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   OUTPUT_VARIABLE pkgconfig_to_prefix)
 set(pkgconfig_libdir ${CMAKE_INSTALL_LIBDIR})
