@@ -1573,15 +1573,9 @@ std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nSte
     int nMaster = -1;
     int nTerminal = -1;
     EXPECT_EQ(0, openpty(&nMaster, &nTerminal, nullptr, nullptr, nullptr));
-    const std::vector<char*> command = CommandOf(rArguments);
-    const pid_t pid = fork();
-    if (pid == 0)
-    {
-        Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
-        dup2(nTerminal, STDERR_FILENO);
-        Execute(command);
-    }
-    EXPECT_EQ(0, StatusOf(pid));
+    const int nNowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(0, StatusOf(StartProgram(g_pszJournal, rArguments, {nNowhere, nNowhere, nTerminal})));
+    close(nNowhere);
     const std::string strShown = WhatIsOnTerminal(nMaster);
     close(nTerminal);
     close(nMaster);
