@@ -1,5 +1,5 @@
-// Active objects that several threads activate and ask: each successful activation is one run, and runs of one object never
-// meet.
+// Active objects that several threads activate and ask: each successful activation is one run, and runs of one object
+// never meet.
 #include "framework/kernel/alive.h"
 #include "stress/stress.h"
 

@@ -1,5 +1,5 @@
-// The random generator under the crypto lock: what all threads draw together is the one stream, no block of it twice and
-// none missing.
+// The random generator under the crypto lock: what all threads draw together is the one stream, no block of it twice
+// and none missing.
 #include <algorithm>
 #include <mutex>
 

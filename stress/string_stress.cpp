@@ -1,5 +1,5 @@
-// Strings whose blocks are shared by many threads, each with a std::string beside it: what a thread does to its copy must
-// show nowhere else, and a block must go exactly once, however the last shares are dropped.
+// Strings whose blocks are shared by many threads, each with a std::string beside it: what a thread does to its copy
+// must show nowhere else, and a block must go exactly once, however the last shares are dropped.
 #include <mutex>
 #include <utility>
 

@@ -1,5 +1,5 @@
-// Threads that are started, joined, detached and looked at from all sides: each start runs once, each value of a thread's
-// own is destroyed once, each identifier is given once.
+// Threads that are started, joined, detached and looked at from all sides: each start runs once, each value of a
+// thread's own is destroyed once, each identifier is given once.
 #include <algorithm>
 #include <mutex>
 
