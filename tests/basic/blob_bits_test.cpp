@@ -388,6 +388,23 @@ TEST(CBlobBits, AByteAppendedBehindAPartlyFilledByteEndsIt)
     EXPECT_EQ((SBlobCursors{0, 0, 2, 3}), CursorsOf(blob));
 }
 
+TEST(CBlobBits, BehindAPartlyFilledByteThatIsRemovedANewOneBegins)
+{
+    for (unsigned int uBits = 1; uBits < 8; ++uBits)
+    {
+        SCOPED_TRACE(uBits);
+        CBlob blob(nullptr);
+        ASSERT_EQ(QV_RES_OK, blob.ReserveCapacity(16));
+        const unsigned char uSource = 0xFF;
+        blob.AppendBits(&uSource, uBits, 0);
+        blob.Erase(0, 1);
+        EXPECT_EQ((SBlobCursors{0, 0, 0, uBits}), CursorsOf(blob));
+        blob.AppendBits(&uSource, 3, 0);
+        EXPECT_EQ((Bytes{0xE0}), BytesOf(blob));
+        EXPECT_EQ((SBlobCursors{0, 0, 0, 3}), CursorsOf(blob));
+    }
+}
+
 TEST(CBlobBits, ReadingMoreThanAreUnreadReadsThose)
 {
     CBlob blob = BlobOf({0xAB, 0xCD});

@@ -1,6 +1,8 @@
 // CVector<T>: the typed face.
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <utility>
@@ -345,4 +347,16 @@ TEST_F(CTypedVector, WithoutAnAllocatorUsesTheDefaultOne)
     bytes = vector;
     ASSERT_EQ(50u, bytes.GetSize());
     EXPECT_EQ(std::string(40, 'a'), bytes[49]);
+}
+
+TEST(CVectorTyped, ElementsMayBeAlignedAsMemoryIs)
+{
+    struct alignas(std::max_align_t) SWide
+    {
+        char c;
+    };
+    CVector<SWide> vector;
+    ASSERT_EQ(QV_RES_OK, vector.Append(SWide{'w'}));
+    EXPECT_EQ('w', vector.GetAt(0)->c);
+    EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(vector.GetAt(0)) % alignof(SWide));
 }

@@ -16,6 +16,10 @@
 namespace
 {
 using namespace orvel_internal;
+
+// Copied whole into states of that many words.
+static_assert(sizeof(auSHA1_START) == 5 * sizeof(uint32_t));
+
 using Words = std::vector<uint32_t>;
 
 bool HasShaInstructions()

@@ -921,6 +921,15 @@ TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
     EXPECT_EQ((std::set<std::string>{"long"}), Files());
 }
 
+TEST_F(CJournal, ANameMayBeAsLongAsALine)
+{
+    const std::string strLongest(65535, 'x');
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", strLongest}), strLongest + ": File name too long");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", strLongest + "x"}),
+                  "a name is longer than 65535 characters");
+    EXPECT_TRUE(Files().empty());
+}
+
 TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
 {
     MustWrite("one\n");
@@ -1629,4 +1638,36 @@ TEST_F(CJournal, ProgressOfAWriteCountsTheRecordsThatAreCopiedAndTheLines)
         strExpected += ProgressLine("writing", ++uRecords, uBytes += rLine.size(), uTotalBytes);
     EXPECT_EQ(strExpected + g_szEraseLine, ShownOnTerminal({"write", "--key", "k", "--journal", "j", "text"}, 1000));
     ExpectIntact(6);
+}
+
+TEST_F(CJournal, ProgressOfAShowByTimeCountsWhatIsReadBeforeItIsPrinted)
+{
+    MustWrite("one\ntwo\nthree\n");
+    const std::vector<std::string> parts = PartsOf(Load("j"));
+    std::string strExpected;
+    std::size_t uBytes = 0;
+    for (std::size_t u = 1; u <= 3; ++u)
+        strExpected += ProgressLine("reading", u, uBytes += parts[u].size(), Joined(parts).size());
+    EXPECT_EQ(strExpected + g_szEraseLine,
+              ShownOnTerminal({"show", "--key", "k", "--journal", "j", "--since", "0"}, 1000));
+}
+
+// The size of what the system makes up while it is read is 0.
+TEST_F(CJournal, ProgressNeverIsMoreThanAHundredPercent)
+{
+    MustWrite("one\n");
+    const std::string strShown = ShownOnTerminal({"write", "--key", "k", "--journal", "j", "/proc/filesystems"}, 1000);
+    EXPECT_NE(std::string::npos, strShown.find("writing: 2 records, 100 %"));
+    EXPECT_NE(std::string::npos, strShown.find("writing: 4 records, 100 %"));
+    EXPECT_EQ(std::string::npos, strShown.find(" 101 %"));
+}
+
+TEST_F(CJournal, AFileSystemThatCannotKeepWhatIsThereGetsALinkInstead)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing unsupported("REFUSE_UNNAMED", "1");
+    const CRefusing refusing("REFUSE_NAME", "renameat2", "REFUSE_ERRNO", std::to_string(EINVAL));
+    MustWrite("one\n");
+    EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
+    ExpectIntact(1);
 }
