@@ -72,10 +72,12 @@ def sources(*directories):
 
 def check_include_lines():
     """Our own files are included in quotes and from the root, others in angle brackets."""
-    for path in sources("framework", "debugger", "tests", "bench", "examples"):
+    for path in sources("framework", "debugger", "tests", "bench", "examples", "fuzz", "stress"):
         if path.startswith(FOREIGN):
             continue
         for number, quote, target in includes_of(path):
+            if target.endswith(".inc"):
+                continue  # The build makes it.
             ours = (ROOT / target).is_file()
             if quote == '"' and not ours:
                 complain(f"{path}:{number}", f'"{target}" is not written from the root of the tree')

@@ -14,6 +14,14 @@ namespace
 {
 using namespace orvel_internal;
 
+// What a processor that has everything is found to have. The tables below name all of it: a feature that is missing
+// there would be tested by nothing.
+unsigned int EveryFeature()
+{
+    const SCpuid stAll = {~0u, ~0u, ~0u, ~0u};
+    return CpuFeaturesOf(stAll, stAll, ~uint64_t{0});
+}
+
 struct SFeature
 {
     ECpuFeature eFeature;
@@ -35,11 +43,14 @@ TEST(CpuFeatures, AreThoseThatTheCLibraryFindsUsable)
         {eCPU_VAES,
          {x86_cpu_VAES, x86_cpu_AES, x86_cpu_SSSE3, x86_cpu_AVX2, x86_cpu_AVX512F, x86_cpu_AVX512BW, x86_cpu_AVX512DQ,
           x86_cpu_AVX512VL, x86_cpu_AVX512_VBMI}}};
+    unsigned int uNamed = 0;
     for (const SFeature& rstFeature : astFeatures)
     {
+        uNamed |= rstFeature.eFeature;
         const bool bAll = std::all_of(rstFeature.parts.begin(), rstFeature.parts.end(), x86_cpu_active);
         EXPECT_EQ(bAll, HasCpuFeature(rstFeature.eFeature)) << "feature " << rstFeature.eFeature;
     }
+    EXPECT_EQ(EveryFeature(), uNamed);
 }
 
 TEST(CpuFeatures, TakenAwayTheyLeaveThePortablePathEverywhere)
@@ -58,7 +69,7 @@ TEST(CpuFeatures, TakenAwayTheyLeaveThePortablePathEverywhere)
 TEST(CpuFeatures, AnyCanBeTakenAwayAndNoneIsInvented)
 {
     const unsigned int uDetected = CpuFeatures();
-    for (unsigned int u = 0; u < 128; ++u)
+    for (unsigned int u = 0; u <= EveryFeature(); ++u)
     {
         RestrictCpuFeatures(u);
         EXPECT_EQ(uDetected & u, CpuFeatures());
@@ -105,12 +116,15 @@ TEST(CpuFeatures, AreNoneOfThoseThatMissAPart)
         {"VaesWithoutAes", bit_SSSE3, uAVX512, bit_AVX512VBMI | bit_VAES, 0xE6, eCPU_AVX2 | eCPU_AVX512_VBMI},
         {"Vaes", bit_AES | bit_SSSE3, uAVX512, bit_AVX512VBMI | bit_VAES, 0xE6,
          eCPU_AES | eCPU_AVX2 | eCPU_AVX512_VBMI | eCPU_VAES}};
+    unsigned int uNamed = 0;
     for (const SNeed& rstNeed : astNeeds)
     {
+        uNamed |= rstNeed.uFeatures;
         const SCpuid stBasic = {0, 0, rstNeed.uBasicEcx, 0};
         const SCpuid stExtended = {0, rstNeed.uExtendedEbx, rstNeed.uExtendedEcx, 0};
         EXPECT_EQ(rstNeed.uFeatures, CpuFeaturesOf(stBasic, stExtended, rstNeed.uSaved)) << rstNeed.pszName;
     }
+    EXPECT_EQ(EveryFeature(), uNamed);
 }
 
 struct SNamedPath
@@ -138,8 +152,10 @@ TEST(CpuPath, IsTheBestOneThatTheFeaturesAllow)
         {~0u - eCPU_VAES, ECpuAlgorithm::eAES, eCPU_AES, "aesni"},
         {~0u, ECpuAlgorithm::eAES, eCPU_VAES, "vaes"},
         {~0u - eCPU_AES, ECpuAlgorithm::eAES, eCPU_PORTABLE, "portable"}};
+    unsigned int uNamed = 0;
     for (const SNamedPath& rstPath : astPaths)
     {
+        uNamed |= rstPath.ePath;
         RestrictCpuFeatures(~0u);
         if (!HasCpuFeature(rstPath.ePath)) continue;
         RestrictCpuFeatures(rstPath.uAllowed);
@@ -147,5 +163,6 @@ TEST(CpuPath, IsTheBestOneThatTheFeaturesAllow)
         EXPECT_STREQ(rstPath.pszName, CpuPathName(rstPath.eAlgorithm));
     }
     RestrictCpuFeatures(~0u);
+    EXPECT_EQ(EveryFeature(), uNamed);
 }
 }  // namespace

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <fstream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -172,6 +174,22 @@ protected:
     }
     ~CFrameworkOrder() override { CFrameworkInitializer::ms_uInitializationCount = 0; }
 };
+
+// The real functions of a stage that nobody plays would be called unseen, so the table is read in its source.
+TEST(CFrameworkStages, AreAllPlayed)
+{
+    TCalls table;
+    std::ifstream source(ORVEL_SOURCE_DIR "/framework/kernel/framework_initializer.cpp");
+    const std::regex row(R"( *\{EStage::\w+, Initialize(\S+), Finalize(\S+)\},)");
+    std::smatch modules;
+    for (std::string strLine; std::getline(source, strLine);)
+    {
+        if (!std::regex_match(strLine, modules, row)) continue;
+        EXPECT_EQ(modules[1], modules[2]);
+        table.push_back("+" + modules.str(1));
+    }
+    EXPECT_EQ(table, StartUp(INT_MAX)) << "the table, and what is played here";
+}
 
 TEST_F(CFrameworkOrder, StartUpCallsEveryInitialiserOnceByStage)
 {
