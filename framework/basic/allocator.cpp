@@ -135,9 +135,7 @@ bool CBlockAllocator::Reserve(unsigned int uCount)
     if (uCount <= m_uBlockCount) return true;
     const unsigned int uShortfall = uCount - m_uBlockCount;
     IAllocator::SBlock* pLast = nullptr;
-    IAllocator::SBlock* const pFirst = uShortfall == 1
-                                           ? CDefaultAllocator::AllocateOne(m_pAllocator, m_uBlockSize, &pLast)
-                                           : m_pAllocator->Allocate(uShortfall, m_uBlockSize, &pLast);
+    IAllocator::SBlock* const pFirst = m_pAllocator->Allocate(uShortfall, m_uBlockSize, &pLast);
     if (pFirst == nullptr) return false;
     if (m_pTail != nullptr) m_pTail->pNext = pFirst;
     else m_pHead = pFirst;

@@ -58,39 +58,15 @@ public:
     /// the shut-down of the framework it ends the process with a line that names pszClass.
     QV_HIDDEN static IAllocator* OrDefault(IAllocator* pAllocator, const char* pszClass);
 
-    /// Allocate() and Release() of a single block, for the library's own classes: what the default allocator does is
-    /// inline. uSize is 8 or more. A block that is given back ends its chain, as for Release().
-    QV_HIDDEN static SBlock* AllocateOne(IAllocator* pAllocator, unsigned int uSize, SBlock** ppLast)
-    {
-        if (!IsDefault(pAllocator)) return pAllocator->Allocate(1, uSize, ppLast);
-        void* const pvMemory = ::operator new[](uSize, std::nothrow);
-        if (pvMemory == nullptr) return nullptr;
-        SBlock* const pBlock = ::new (pvMemory) SBlock{nullptr};
-        if (ppLast != nullptr) *ppLast = pBlock;
-        return pBlock;
-    }
-    QV_HIDDEN static void ReleaseOne(IAllocator* pAllocator, SBlock* pBlock, unsigned int uCount)
-    {
-        if (IsDefault(pAllocator)) ::operator delete[](pBlock);
-        else pAllocator->Release(pBlock, uCount);
-    }
-
     /// Module start-up and shut-down. Start-up has nothing to do and returns QV_RES_OK; shut-down deletes the instance.
     static QvResult InitializeCDefaultAllocator();
     static void FinalizeCDefaultAllocator();
 
 private:
-    // Of an allocator, not of null. What Instance() has made is of exactly this class.
-    QV_HIDDEN static bool IsDefault(const IAllocator* pAllocator);
     QV_HIDDEN SBlock* ContinueChain(SBlock* pChain, unsigned int uCount, unsigned int uSize);
 };
 
 extern template class CSingleton<CDefaultAllocator>;
-
-inline bool CDefaultAllocator::IsDefault(const IAllocator* pAllocator)
-{
-    return pAllocator == static_cast<const IAllocator*>(ms_pInstance);
-}
 
 /// A free list of blocks of one size in front of an IAllocator: takes blocks from it in bulk, hands them out and takes
 /// them back one at a time, and returns them only when told to.

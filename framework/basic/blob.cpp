@@ -233,6 +233,14 @@ QvResult CBlob::Append(const CString& rText)
     return Append(reinterpret_cast<const unsigned char*>(rText.CStr()), rText.GetSize());
 }
 
+QvResult CBlob::Append(const char* pszText)
+{
+    if (pszText == nullptr) return QV_RES_INVALID_ARGUMENT;
+    const size_t uSize = strlen(pszText);
+    if (uSize > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    return Append(reinterpret_cast<const unsigned char*>(pszText), static_cast<unsigned int>(uSize));
+}
+
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
 {
     CVectorBase::Erase(uIndex, uSize);

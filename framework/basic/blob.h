@@ -60,8 +60,8 @@ class CString;
 /// Ownership  Owns its bytes. Borrows the allocator, which must outlive it; null means the default allocator.
 /// Threads    No locking: one thread at a time per blob; different blobs are as independent as their allocators.
 /// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
-/// Cursors    Set by construction, assignment, SetReadIndex() and the reading and bit operations only: appending bytes,
-///            Resize() and extraction from a marshaler leave them where they were.
+/// Cursors    Set by construction, assignment, Clear(), SetReadIndex(), CMarshaler::ExtractAll() and the reading and
+///            bit operations only: appending bytes, Resize() and `>>` from a marshaler leave them where they were.
 /// Failure    Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator new[]
 ///            throws (one byte is held aside).
 ///
@@ -121,6 +121,9 @@ public:
     /// QV_RES_OK             the characters are in
     /// QV_RES_OUT_OF_MEMORY  the allocator gave no block; the blob is as it was
     QvResult Append(const CString& rText);
+    /// The same of a text that ends with a NUL; it may stand in this blob.
+    /// QV_RES_INVALID_ARGUMENT  pszText is null
+    QvResult Append(const char* pszText);
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.

@@ -14,7 +14,8 @@
 // last new node after Insert() of elements and Allocate(), at the first index of Swap(), otherwise at index 0.
 //
 // What can fail comes first. An operation reserves its nodes, makes the new ones as a chain of their own (SChain), and
-// links that chain only when it is complete. So a refusal changes nothing, and a list can be copied into itself.
+// links that chain only when it is complete. So a refusal leaves nothing but spare capacity, and a list can be copied
+// into itself.
 //
 // What a handle survives. An element never moves in memory, and a handle is the address of its node:
 //
@@ -169,7 +170,8 @@ QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
     if (m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     if (rSrc.m_uSize == 0) return QV_RES_OK;
     const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
-    // To the front and not to uIndex: kept, and pinned by CListTest.AListIsInsertedAtTheFrontWhateverTheIndex.
+    // To the front and not to uIndex: kept, and pinned by
+    // CListBaseInterface.InsertsElementsAtTheIndexAndListsAtTheFront.
     return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
 }
 

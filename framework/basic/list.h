@@ -113,11 +113,12 @@ public:
     /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as
     /// of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
-    /// The same at the place of pKey in a sorted list, unless an equal element is there.
+    /// Links a node, as Allocate() does, at the place of pKey in a sorted list, unless an equal element is there; the
+    /// caller constructs it.
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
+    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.

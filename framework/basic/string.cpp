@@ -137,14 +137,14 @@ inline void CString::FreeBlock()
     // The header becomes the link word of a chain of one block.
     static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
     memset(pstInfo, 0, sizeof(SStringInfo));
-    CDefaultAllocator::ReleaseOne(pAllocator, reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
 }
 
 // A private block whose characters and their NUL are still to be set; null when memory runs out.
 inline CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
 {
     IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
-    void* const pvBlock = CDefaultAllocator::AllocateOne(pAllocator, uCapacity + g_uBlockOverhead, nullptr);
+    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
     if (pvBlock == nullptr) return nullptr;
     SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
     pstInfo->uRefCount = 1;

@@ -107,7 +107,7 @@ public:
     /// QV_RES_OK                *ppElement is the slot
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
+    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.

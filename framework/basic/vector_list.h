@@ -64,7 +64,7 @@ public:
     /// QV_RES_OK                *ppElement is the room for the element
     /// QV_RES_INVALID_ARGUMENT  ppElement is null
     /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, or allocation failed
+    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this vector-list.

@@ -3,8 +3,8 @@
 //
 // - Initialize() counts, and runs the table on the first call. If a stage fails or throws, CStartUp takes down the
 //   stages before it. The stage that failed is not finalised.
-// - Finalize() counts down, and runs the table backwards on the last call. Only then the trace kernel and the threads
-//   go first (g_aeFirstDown), since running threads may still use every other module.
+// - Finalize() counts down, and runs the table backwards on the last call. A shut-down of all stages, and no other,
+//   begins with the trace kernel and the threads (g_aeFirstDown), since running threads may still use every module.
 // - PartialFinalize() takes down all stages up to a number. The numbers are public, rise along the table and have gaps;
 //   a number in a gap takes down the stages below it.
 #include "framework/kernel/framework_initializer.h"

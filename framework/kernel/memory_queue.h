@@ -162,7 +162,8 @@ private:
     /// In 64 bits, so that no size wraps to a small one.
     uint64_t Footprint(unsigned int uSize) const
     {
-        // The aligned header is the larger of two powers of two, which is the one rounded up to the other. It is a
+        // The aligned header is the larger of two powers of two, which is the one rounded up to the other (without a
+        // buffer the alignment is 0, and so is the header; nothing fits). It is a
         // multiple of 4, so the size is rounded up on its own, for a constant one by the compiler.
         return QV_ALIGNUP_VAL<uint64_t>(m_uAlignment, uHEADER_SIZE) + QV_ALIGNUP_VAL<uint64_t>(uSize, uHEADER_SIZE);
     }

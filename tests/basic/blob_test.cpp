@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <numeric>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -419,7 +420,8 @@ TEST(CBlobText, AStringAddsItsCharactersWithoutTheirNul)
     const SBlobCursors stBefore = CursorsOf(blob);
     EXPECT_EQ(QV_RES_OK, blob.Append(CString("ab")));
     EXPECT_EQ(QV_RES_OK, blob.Append(CString()));
-    EXPECT_EQ(QV_RES_OK, blob.Append("c"));
+    const CString strText("c");
+    EXPECT_EQ(QV_RES_OK, blob.Append(strText.CStr()));
     EXPECT_EQ((Bytes{1, 'a', 'b', 'c'}), BytesOf(blob));
     EXPECT_EQ(4u, blob.GetCapacity());
     EXPECT_EQ(stBefore, CursorsOf(blob));
@@ -432,4 +434,33 @@ TEST(CBlobText, ANulInsideAStringIsACharacter)
     CBlob blob;
     EXPECT_EQ(QV_RES_OK, blob.Append(strText));
     EXPECT_EQ((Bytes{'a', 0, 'b'}), BytesOf(blob));
+}
+
+TEST(CBlobText, ATextAddsItsCharactersUpToItsNulHoweverManyThereAre)
+{
+    CBlob blob;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, blob.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, blob.Append(""));
+    EXPECT_EQ(0u, blob.GetSize());
+    const std::string longerThanAString(70000, 'x');
+    EXPECT_EQ(QV_RES_OK, blob.Append(longerThanAString.c_str()));
+    EXPECT_EQ(Bytes(70000, 'x'), BytesOf(blob));
+}
+
+TEST(CBlobText, ATextOfTheBlobItselfIsAdded)
+{
+    CBlob blob;
+    ASSERT_EQ(QV_RES_OK, blob.Append(reinterpret_cast<const unsigned char*>("ab"), 3));
+    EXPECT_EQ(QV_RES_OK, blob.Append(reinterpret_cast<const char*>(blob.begin())));
+    EXPECT_EQ((Bytes{'a', 'b', 0, 'a', 'b'}), BytesOf(blob));
+}
+
+TEST(CBlobText, WithoutMemoryATextIsRefused)
+{
+    CTestAllocator allocator;
+    CBlob blob(&allocator);
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append("our secret"));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(CString("our secret")));
+    EXPECT_EQ(0u, blob.GetSize());
 }

@@ -1,5 +1,5 @@
-// Which path CCrc takes. The linker sends its calls here (see tests/CMakeLists.txt), so that the processor need not have
-// the instructions.
+// Which path CCrc takes. The linker sends its calls here (see tests/CMakeLists.txt), so that the processor need not
+// have the instructions.
 #include <gtest/gtest.h>
 
 #include <string>
