@@ -302,7 +302,7 @@ def read_known():
     known = set()
     if KNOWN.exists():
         blocks = re.findall(r"^(\S+)\n- (.*)\n\+ (.*)\n", KNOWN.read_text(), re.M)
-        known = {tuple(part.strip() for part in block) for block in blocks}
+        known = {tuple(part.strip().replace("(left out)", "") for part in block) for block in blocks}
     return known
 
 

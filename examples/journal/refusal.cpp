@@ -1,6 +1,7 @@
 #include "examples/journal/refusal.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstring>
 #include <new>
@@ -29,7 +30,7 @@ void Check(QvResult res)
 CString TextOf(const char* pszText)
 {
     const size_t uSize = std::strlen(pszText);
-    if (uSize > CString::uMAX_SIZE) Refuse("a name is longer than %u characters", CString::uMAX_SIZE);
+    if (uSize >= PATH_MAX) Refuse("a name is longer than %d characters", PATH_MAX - 1);
     return TextOf(pszText, static_cast<unsigned int>(uSize));
 }
 

@@ -442,6 +442,16 @@ TEST(CBlobBits, ReadingKeepsWhatIsBeforeTheOffsetAndClearsTheRestOfTheLastByte)
     EXPECT_EQ((Bytes{0xE0, 0x00, 0xFF}), Bytes(auRead, auRead + 3));
 }
 
+TEST(CBlobBits, ReadingToNowhereMovesNothing)
+{
+    CBlob blob(nullptr);
+    ASSERT_EQ(QV_RES_OK, blob.ReserveCapacity(16));
+    const unsigned char auBytes[4] = {1, 2, 3, 4};
+    ASSERT_EQ(QV_RES_OK, blob.Append(auBytes, 4));
+    for (const unsigned int uBits : {1u, 8u, 32u, 40u}) blob.ReadBits(nullptr, uBits, 0);
+    EXPECT_EQ((SBlobCursors{0, 0, 0, 0}), CursorsOf(blob));
+}
+
 TEST(CBlobBits, ReadingNoneWritesAndMovesNothing)
 {
     CBlob blob = BlobOf({0x00, 0x00});

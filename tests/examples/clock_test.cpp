@@ -105,9 +105,15 @@ TEST(ClockExample, ExplainsItself)
 {
     EXPECT_EQ(0, Clock({"--help"}).nStatus);
     EXPECT_NE(std::string::npos, Clock({"--help"}).strOutput.find("clock --list"));
-    EXPECT_EQ(2, Clock({"--at"}).nStatus);
-    EXPECT_EQ(2, Clock({"--list", "UTC"}).nStatus);
-    EXPECT_EQ(2, Clock({"--what"}).nStatus);
+    const std::vector<std::vector<std::string>> misuses = {{"--at"}, {"--list", "UTC"}, {"--what"}};
+    for (const std::vector<std::string>& rArguments : misuses)
+    {
+        const SRunResult result = Clock(rArguments);
+        EXPECT_EQ(2, result.nStatus);
+        EXPECT_EQ("", result.strOutput);
+        EXPECT_EQ(0u, result.strErrors.find("clock: ")) << result.strErrors;
+        EXPECT_NE(std::string::npos, result.strErrors.find("(see clock --help)")) << result.strErrors;
+    }
 }
 
 TEST(ClockExample, ReportsAFullDisk)

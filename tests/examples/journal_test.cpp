@@ -921,13 +921,14 @@ TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
     EXPECT_EQ((std::set<std::string>{"long"}), Files());
 }
 
-TEST_F(CJournal, ANameMayBeAsLongAsALine)
+TEST_F(CJournal, ANameMayBeAsLongAsThoseOfTheSystem)
 {
-    const std::string strLongest(65535, 'x');
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", strLongest}), strLongest + ": File name too long");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", strLongest + "x"}),
-                  "a name is longer than 65535 characters");
-    EXPECT_TRUE(Files().empty());
+    const std::string strLongest(PATH_MAX - 1, 'x');
+    Store("text", "one\n");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", strLongest, "text"}), strLongest + ": File name too long");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", strLongest + "x", "text"}),
+                  "a name is longer than 4095 characters");
+    EXPECT_EQ((std::set<std::string>{"text"}), Files());
 }
 
 TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
@@ -1575,7 +1576,8 @@ namespace
 constexpr char g_szEraseLine[] = "\r\033[K";
 
 /// What the program shows on a terminal for its errors, when each of its looks at the clock is nStepMs after the last.
-std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nStepMs)
+/// With bOutputToo, of its output as well.
+std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nStepMs, bool bOutputToo = false)
 {
     const CRefusedJournal journalProgram;
     const CRefusing stepping("REFUSE_STEP", std::to_string(nStepMs));
@@ -1583,7 +1585,8 @@ std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nSte
     int nTerminal = -1;
     EXPECT_EQ(0, openpty(&nMaster, &nTerminal, nullptr, nullptr, nullptr));
     const int nNowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-    EXPECT_EQ(0, StatusOf(StartProgram(g_pszJournal, rArguments, {nNowhere, nNowhere, nTerminal})));
+    EXPECT_EQ(
+        0, StatusOf(StartProgram(g_pszJournal, rArguments, {nNowhere, bOutputToo ? nTerminal : nNowhere, nTerminal})));
     close(nNowhere);
     const std::string strShown = WhatIsOnTerminal(nMaster);
     close(nTerminal);
@@ -1656,9 +1659,10 @@ TEST_F(CJournal, ProgressOfAShowByTimeCountsWhatIsReadBeforeItIsPrinted)
 TEST_F(CJournal, ProgressNeverIsMoreThanAHundredPercent)
 {
     MustWrite("one\n");
-    const std::string strShown = ShownOnTerminal({"write", "--key", "k", "--journal", "j", "/proc/filesystems"}, 1000);
-    EXPECT_NE(std::string::npos, strShown.find("writing: 2 records, 100 %"));
-    EXPECT_NE(std::string::npos, strShown.find("writing: 4 records, 100 %"));
+    Store("text", "two\n");
+    const std::string strShown =
+        ShownOnTerminal({"write", "--key", "k", "--journal", "j", "text", "/proc/filesystems"}, 1000);
+    EXPECT_NE(std::string::npos, strShown.find(" 100 %"));
     EXPECT_EQ(std::string::npos, strShown.find(" 101 %"));
 }
 
@@ -1670,4 +1674,28 @@ TEST_F(CJournal, AFileSystemThatCannotKeepWhatIsThereGetsALinkInstead)
     MustWrite("one\n");
     EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
     ExpectIntact(1);
+}
+
+TEST_F(CJournal, ProgressIsErasedBeforeTheLastRecordsAreShown)
+{
+    MustWrite("one\ntwo\nthree\n");
+    const std::string strShown = ShownOnTerminal({"show", "--key", "k", "--journal", "j", "--last", "1"}, 1000, true);
+    EXPECT_NE(std::string::npos, strShown.find("reading: 3 records, ")) << strShown;
+    EXPECT_NE(std::string::npos, strShown.find("three"));
+    EXPECT_LT(strShown.rfind(g_szEraseLine), strShown.find("three"));
+}
+
+TEST_F(CJournal, ProgressOfAWriteOfUnknownSizeHasNoPercentage)
+{
+    MustWrite("one\n");
+    EXPECT_EQ(std::string(g_szEraseLine) + "writing: 1 records" + g_szEraseLine,
+              ShownOnTerminal({"write", "--key", "k", "--journal", "j", "-"}, 1000));
+}
+
+TEST_F(CJournal, AWriteThatTakesFewBytesAtATimeLosesNone)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing fewAtATime("REFUSE_BEHIND", "7");
+    MustWrite(NumberedLines(20));
+    ExpectIntact(20);
 }

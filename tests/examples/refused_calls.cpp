@@ -8,6 +8,7 @@
 //   REFUSE_MARK=FILE     made when anything was refused
 //   REFUSE_KILL=1        the program is killed instead, before the call
 //   REFUSE_USER=NUMBER   who runs the program, as it is told
+//   REFUSE_BEHIND=NUMBER what write() does not take of a call, which then takes so many bytes at most
 //   REFUSE_STEP=NUMBER   each look at the steady clock finds it so many milliseconds later than the one before
 //   REFUSE_RESIDUE=FILE  when the program ends, its memory is searched for the 32 bytes of FILE: found, it ends with 77
 #include <fcntl.h>
@@ -17,6 +18,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -110,6 +112,16 @@ bool IsRefused(const char* pszName)
 }
 }  // namespace
 
+namespace
+{
+// What write() takes at most.
+size_t FewerThan(size_t uSize)
+{
+    const long nAtMost = NumberIn("REFUSE_BEHIND");
+    return nAtMost > 0 ? std::min(uSize, static_cast<size_t>(nAtMost)) : uSize;
+}
+}  // namespace
+
 // The linker sends every call of NAME in the example to __wrap_NAME, and knows it itself as __real_NAME.
 #define REFUSABLE(result, name, refused, parameters, arguments)        \
     result __real_##name parameters;                                   \
@@ -123,7 +135,7 @@ extern "C"
 {
     REFUSABLE(std::FILE*, fopen, nullptr, (const char* pszPath, const char* pszMode), (pszPath, pszMode))
     REFUSABLE(ssize_t, pread, -1, (int nFile, void* pvData, size_t uSize, off_t nAt), (nFile, pvData, uSize, nAt))
-    REFUSABLE(ssize_t, write, -1, (int nFile, const void* pvData, size_t uSize), (nFile, pvData, uSize))
+    REFUSABLE(ssize_t, write, -1, (int nFile, const void* pvData, size_t uSize), (nFile, pvData, FewerThan(uSize)))
     REFUSABLE(int, fsync, -1, (int nFile), (nFile))
     REFUSABLE(int, flock, -1, (int nFile, int nOperation), (nFile, nOperation))
     REFUSABLE(int, fchown, -1, (int nFile, uid_t uOwner, gid_t uGroup), (nFile, uOwner, uGroup))
