@@ -189,9 +189,22 @@ CString::CString(const char* pszText, unsigned int uSize) : CString()
     Insert(0, 1, pszText, uSize);
 }
 
+// Takes a share of a block in place of the string's own.
+inline void CString::ShareBlockOf(const CString& rSrc)
+{
+    const CBriefMutexGuard guard(ms_pmutex);
+    SStringInfo* pstInfo = rSrc.m_pstInfo;
+    const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
+    if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
+    if (pstInfo == nullptr) return;
+    Release();
+    m_pstInfo = pstInfo;
+    if (!bCountFull && GetRefCount() != 0) IncRefCount();
+}
+
 QV_HOT_CODE CString::CString(const CString& rSrc) : CString()
 {
-    *this = rSrc;
+    if (this != &rSrc) ShareBlockOf(rSrc);
 }
 
 CString::CString(CString&& rSrc) noexcept : CString()
@@ -209,14 +222,8 @@ QV_HOT_CODE CString::~CString()
 CString& CString::operator=(const CString& rSrc)
 {
     if (this == &rSrc) return *this;
-    const CBriefMutexGuard guard(orvel_internal::RequireUp(ms_pmutex, "CString"));
-    SStringInfo* pstInfo = rSrc.m_pstInfo;
-    const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
-    if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
-    if (pstInfo == nullptr) return *this;
-    Release();
-    m_pstInfo = pstInfo;
-    if (!bCountFull && GetRefCount() != 0) IncRefCount();
+    orvel_internal::RequireUp(ms_pmutex, "CString");
+    ShareBlockOf(rSrc);
     return *this;
 }
 

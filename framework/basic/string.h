@@ -289,6 +289,7 @@ private:
     // The way of an append that does not stay in the block.
     void AppendElsewhere(const char* pszText, unsigned int uSize);
     QV_HIDDEN bool HoldsAddress(const char* psz) const;
+    QV_HIDDEN void ShareBlockOf(const CString& rSrc);
     QV_HIDDEN void SetSize(unsigned int uSize);
     QV_HIDDEN static SStringInfo* NewBlock(unsigned int uCapacity, unsigned int uSize);
     QV_HIDDEN SStringInfo* CopyBlock(unsigned int uCapacity) const;
