@@ -1699,3 +1699,15 @@ TEST_F(CJournal, AWriteThatTakesFewBytesAtATimeLosesNone)
     MustWrite(NumberedLines(20));
     ExpectIntact(20);
 }
+
+// Without /proc, an unnamed file could not be named later.
+TEST_F(CJournal, WhereOpenFilesHaveNoPathTheTemporaryFileHasAName)
+{
+    const CRefusedJournal journalProgram;
+    const CRefusing refusing("REFUSE_NAME", "access");
+    CFedJournal journal(false);
+    journal.Feed(NumberedLines(g_uManyLines));
+    EXPECT_EQ(2u, Files().size()) << "of the journal, and of its key";
+    EXPECT_EQ(0, journal.Finish());
+    ExpectIntact(g_uManyLines);
+}
