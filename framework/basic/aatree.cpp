@@ -84,29 +84,27 @@ void Raise(Node*& rpSlot, Node* pChild)
     rpSlot = pChild;
 }
 
-bool Skew(Node*& rpSlot, const Node* pNull)
+void Skew(Node*& rpSlot, const Node* pNull)
 {
     Node* const pTop = rpSlot;
     Node* const pLeft = pTop->pLeft;
-    if (pTop == pNull || pLeft->uLevel != pTop->uLevel) return false;
+    if (pTop == pNull || pLeft->uLevel != pTop->uLevel) return;
     if (pLeft->pRight != pNull) pLeft->pRight->pParent = pTop;
     pTop->pLeft = pLeft->pRight;
     Raise(rpSlot, pLeft);
     pLeft->pRight = pTop;
-    return true;
 }
 
-bool Split(Node*& rpSlot, const Node* pNull)
+void Split(Node*& rpSlot, const Node* pNull)
 {
     Node* const pTop = rpSlot;
     Node* const pRight = pTop->pRight;
-    if (pTop == pNull || pRight->pRight->uLevel != pTop->uLevel) return false;
+    if (pTop == pNull || pRight->pRight->uLevel != pTop->uLevel) return;
     if (pRight->pLeft != pNull) pRight->pLeft->pParent = pTop;
     pTop->pRight = pRight->pLeft;
     Raise(rpSlot, pRight);
     pRight->pLeft = pTop;
     ++pRight->uLevel;
-    return true;
 }
 }  // namespace
 
