@@ -4,11 +4,25 @@ include(CMakePackageConfigHelpers)
 install(TARGETS orvel_framework EXPORT orvel_framework
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
-set(internal_headers aes_blocks.h container_members.h base64_blocks.h cipher_blob.h cpu_features.h crc_blocks.h
-  digest.h hmac_blocks.h sha_blocks.h wiped.h)
-list(TRANSFORM internal_headers REPLACE "(.+)" "PATTERN;\\1;EXCLUDE")
+# Headers in internal/ are nobody's interface: of them only those go along that public headers include, directly or not.
 install(DIRECTORY framework DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
-  FILES_MATCHING PATTERN "*.h" ${internal_headers})
+  FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} framework/*.h)
+list(FILTER headers EXCLUDE REGEX "/internal/")
+set(included_internal_headers)
+while(headers)
+  list(POP_FRONT headers header)
+  file(STRINGS ${header} include_lines REGEX "^#include \"framework/.*/internal/")
+  list(TRANSFORM include_lines REPLACE "^#include \"(.*)\".*" "\\1")
+  list(REMOVE_ITEM include_lines ${included_internal_headers})
+  list(APPEND included_internal_headers ${include_lines})
+  list(APPEND headers ${include_lines})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${header})
+endwhile()
+foreach(header IN LISTS included_internal_headers)
+  cmake_path(GET header PARENT_PATH directory)
+  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${directory} COMPONENT development)
+endforeach()
 
 # For find_package(orvel_framework).
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvel_framework)

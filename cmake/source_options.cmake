@@ -6,19 +6,19 @@ set(avx512 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-uninitialized;-Wno-maybe-uninitialized>")
 # Their functions begin at cache lines, or the speed of their short loops would depend on where the code in front ends.
 set(at_cache_lines -falign-functions=64)
-set_source_files_properties(framework/crypto/aes_blocks_aesni.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/aes_blocks_aesni.cpp PROPERTIES
   COMPILE_OPTIONS "-maes;-mssse3;${at_cache_lines}")
-set_source_files_properties(framework/crypto/aes_blocks_vaes.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/aes_blocks_vaes.cpp PROPERTIES
   COMPILE_OPTIONS "${avx512};-maes;-mvaes;${at_cache_lines}")
-set_source_files_properties(framework/crypto/base64_blocks_avx2.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/base64_blocks_avx2.cpp PROPERTIES
   COMPILE_OPTIONS "-mavx2;${at_cache_lines}")
-set_source_files_properties(framework/crypto/base64_blocks_avx512.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/base64_blocks_avx512.cpp PROPERTIES
   COMPILE_OPTIONS "${avx512};${at_cache_lines}")
-set_source_files_properties(framework/crypto/crc_blocks_pclmul.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/crc_blocks_pclmul.cpp PROPERTIES
   COMPILE_OPTIONS "-mpclmul;-msse4.1;${at_cache_lines}")
-set_source_files_properties(framework/crypto/crc_blocks_vpclmul.cpp PROPERTIES
+set_source_files_properties(framework/crypto/internal/crc_blocks_vpclmul.cpp PROPERTIES
   COMPILE_OPTIONS "${avx512};-mpclmul;-mvpclmulqdq;${at_cache_lines}")
-set_source_files_properties(framework/crypto/sha_blocks_x86.cpp PROPERTIES COMPILE_OPTIONS "-msha;-mssse3;-msse4.1")
+set_source_files_properties(framework/crypto/internal/sha_blocks_x86.cpp PROPERTIES COMPILE_OPTIONS "-msha;-mssse3;-msse4.1")
 
 # The checked functions of the C library are others than those that a program may replace, and its vsnprintf() ends the
 # process at a %n that the application asked for: these three call the functions themselves.

@@ -1,19 +1,16 @@
 #ifndef FRAMEWORK_FRAMEWORK_H
 #define FRAMEWORK_FRAMEWORK_H
 
-/// Every public header of the library, and the internal headers that these include.
+/// Every public header of the library.
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
-#include "framework/basic/calendar.h"
 #include "framework/basic/list.h"
 #include "framework/basic/marshaler.h"
-#include "framework/basic/ordered_sequence.h"
 #include "framework/basic/pool.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
-#include "framework/basic/typed_elements.h"
 #include "framework/basic/vector.h"
 #include "framework/basic/vector_list.h"
 #include "framework/crypto/aes.h"
@@ -40,7 +37,6 @@
 #include "framework/kernel/fault.h"
 #include "framework/kernel/framework_initializer.h"
 #include "framework/kernel/framework_version.h"
-#include "framework/kernel/lifetime.h"
 #include "framework/kernel/memory_queue.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/os_version.h"

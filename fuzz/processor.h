@@ -1,6 +1,6 @@
 #ifndef FUZZ_PROCESSOR_H
 #define FUZZ_PROCESSOR_H
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "fuzz/input.h"
 
 /// Lets an input take features of the processor away, so that every path is searched; gives them back at its end.

@@ -220,7 +220,7 @@ class Tree:
         tests = sorted((test for test in self.tests if not test.name.startswith("examples.")),
                        key=lambda test: self.seconds[test.name])
         directory, stem = path.parts[1], stem_of(path)
-        including = {stem_of(other) for other in self.path.glob("framework/*/*.*")
+        including = {stem_of(other) for other in self.path.glob("framework/**/*.*")
                      if f'#include "{file}"' in other.read_text()}
 
         def distance(test):

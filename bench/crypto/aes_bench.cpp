@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "bench/support/peers.h"
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 namespace
 {

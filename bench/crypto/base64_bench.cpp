@@ -3,7 +3,7 @@
 
 #include "bench/support/peers.h"
 #include "framework/crypto/base64.h"
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 #ifdef ORVEL_HAS_MODP_BASE64
 #include <modp_b64.h>
 #endif

@@ -2,8 +2,8 @@
 #include <zlib.h>
 
 #include "bench/support/peers.h"
-#include "framework/crypto/cpu_features.h"
 #include "framework/crypto/crc.h"
+#include "framework/crypto/internal/cpu_features.h"
 #ifdef ORVEL_HAS_ISAL
 #include <isa-l/crc.h>
 #endif

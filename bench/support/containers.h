@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "framework/basic/allocator.h"
-#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/internal/ordered_sequence.h"
 
 /// The comparison of all container benchmarks, called through a pointer by both sides.
 inline int CompareInts(const void* pElement, const void* pKey, unsigned int)

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 /// The same bytes in every run.
 inline std::vector<uint8_t> FixedBytes(std::int64_t nSize)

@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/container_members.h"
+#include "framework/basic/internal/container_members.h"
 
 // The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one
 // or two binary ones: a left child is one level below its parent; a right child one level below or on the same level

@@ -5,10 +5,10 @@
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
-#include "framework/basic/ordered_sequence.h"
-#include "framework/basic/typed_elements.h"
+#include "framework/basic/internal/ordered_sequence.h"
+#include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/result.h"
 
 /// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.

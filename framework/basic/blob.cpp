@@ -12,7 +12,7 @@
 #include <new>
 
 #include "framework/basic/string.h"
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
 

@@ -33,7 +33,7 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/container_members.h"
+#include "framework/basic/internal/container_members.h"
 
 static_assert(sizeof(CListBase) == 88, "field order and widths are the binary interface");
 static_assert(sizeof(CListBase::SNode) == 16, "elements lie behind two links");

@@ -24,7 +24,7 @@
 
 #include <algorithm>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CMarshaler) == 96, "the size of a pool block: 88 bytes of data and a link");
 

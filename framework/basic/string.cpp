@@ -20,7 +20,7 @@
 #include <memory>
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
 

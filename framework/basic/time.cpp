@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/timer.h"
 
 using orvel_internal::DateOf;

@@ -3,7 +3,7 @@
 #include <stdint.h>
 #include <time.h>
 
-#include "framework/basic/calendar.h"
+#include "framework/basic/internal/calendar.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time_zone.h"
 #include "framework/kernel/export.h"

@@ -25,8 +25,8 @@
 
 #include <utility>
 
-#include "framework/basic/calendar.h"
-#include "framework/kernel/lifetime.h"
+#include "framework/basic/internal/calendar.h"
+#include "framework/kernel/internal/lifetime.h"
 
 using orvel_internal::DateOf;
 using orvel_internal::DaysBeforeMonth;

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "framework/basic/container_members.h"
+#include "framework/basic/internal/container_members.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
 

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "framework/basic/allocator.h"
-#include "framework/basic/ordered_sequence.h"
-#include "framework/basic/typed_elements.h"
+#include "framework/basic/internal/ordered_sequence.h"
+#include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 

@@ -23,7 +23,7 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/container_members.h"
+#include "framework/basic/internal/container_members.h"
 
 static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary interface");
 

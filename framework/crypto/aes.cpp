@@ -24,8 +24,8 @@
 #include <openssl/aes.h>
 #include <openssl/modes.h>
 
-#include "framework/crypto/aes_blocks.h"
-#include "framework/crypto/cipher_blob.h"
+#include "framework/crypto/internal/aes_blocks.h"
+#include "framework/crypto/internal/cipher_blob.h"
 
 static_assert(sizeof(AES_KEY) == 244 && alignof(AES_KEY) == 4, "the schedule's place is part of the binary interface");
 static_assert(sizeof(CAesBremoFwOpenSsl) == 376, "field order and widths are the binary interface");

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "framework/crypto/base64_blocks.h"
-#include "framework/crypto/cipher_blob.h"
+#include "framework/crypto/internal/base64_blocks.h"
+#include "framework/crypto/internal/cipher_blob.h"
 
 static_assert(sizeof(CBase64) == 40, "field order and widths are the binary interface");
 

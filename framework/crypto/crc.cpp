@@ -1,7 +1,7 @@
 #include "framework/crypto/crc.h"
 
-#include "framework/crypto/cpu_features.h"
-#include "framework/crypto/crc_blocks.h"
+#include "framework/crypto/internal/cpu_features.h"
+#include "framework/crypto/internal/crc_blocks.h"
 
 static_assert(sizeof(CCrc) == 24, "field order and widths are the binary interface");
 

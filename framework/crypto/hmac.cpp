@@ -1,8 +1,8 @@
 #include "framework/crypto/hmac.h"
 
-#include "framework/crypto/digest.h"
-#include "framework/crypto/hmac_blocks.h"
-#include "framework/crypto/wiped.h"
+#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/wiped.h"
 
 static_assert(sizeof(CSha1MacBremoFw) == 184, "field order and widths are the binary interface");
 static_assert(sizeof(CSha1Mac) == 192, "the interface, then the implementation");

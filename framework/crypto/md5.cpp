@@ -1,6 +1,6 @@
 #include "framework/crypto/md5.h"
 
-#include "framework/crypto/digest.h"
+#include "framework/crypto/internal/digest.h"
 
 static_assert(sizeof(CMd5BremoFw) == 96, "field order and widths are the binary interface");
 static_assert(sizeof(CMd5) == 104, "the interface, then the implementation");

@@ -15,10 +15,10 @@
 #include <string.h>
 
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/hmac_blocks.h"
+#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/wiped.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
-#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSecurePrng) == 8, "no instance data");
 

@@ -10,8 +10,8 @@
 
 #include <atomic>
 
+#include "framework/crypto/internal/wiped.h"
 #include "framework/crypto/sha1.h"
-#include "framework/crypto/wiped.h"
 
 static_assert(sizeof(CSecureSeed) == 8, "no instance data");
 

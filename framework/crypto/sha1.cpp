@@ -1,8 +1,8 @@
 #include "framework/crypto/sha1.h"
 
-#include "framework/crypto/digest.h"
-#include "framework/crypto/sha_blocks.h"
-#include "framework/crypto/wiped.h"
+#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/sha_blocks.h"
+#include "framework/crypto/internal/wiped.h"
 
 static_assert(sizeof(CSha1BremoFw) == 104, "field order and widths are the binary interface");
 static_assert(sizeof(CSha1) == 112, "the interface, then the implementation");

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
 
 static_assert(sizeof(SEComClsInfo) == 16, "field order and widths are the binary interface");

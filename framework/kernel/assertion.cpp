@@ -1,6 +1,6 @@
 #include "framework/kernel/assertion.h"
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/unused_parameter.h"
 
 static_assert(sizeof(SAssertFailHandler) == 16, "returned by value in two registers");

@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
 
 namespace

@@ -22,7 +22,7 @@
 #include "framework/kernel/assertion.h"
 #include "framework/kernel/event_notifier.h"
 #include "framework/kernel/fault.h"
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/singleton.h"
 #include "framework/kernel/string_format.h"
 #include "framework/kernel/thread.h"

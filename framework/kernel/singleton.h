@@ -3,7 +3,7 @@
 #include <new>
 
 #include "framework/kernel/export.h"
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 

@@ -11,7 +11,7 @@
 #include <new>
 #include <type_traits>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/unused_parameter.h"
 

@@ -9,7 +9,7 @@
 #include <atomic>
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/unused_parameter.h"
 
 // Three lifetimes meet here. The object (CThread) is the application's. A run lasts from StartThread() until the record

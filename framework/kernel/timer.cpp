@@ -19,7 +19,7 @@
 #include <atomic>
 #include <new>
 
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CTimer) == 168, "field order and widths are the binary interface");
 

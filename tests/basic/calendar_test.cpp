@@ -1,5 +1,5 @@
 // The calendar against the standard library's, day by day.
-#include "framework/basic/calendar.h"
+#include "framework/basic/internal/calendar.h"
 
 #include <gtest/gtest.h>
 

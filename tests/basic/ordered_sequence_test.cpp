@@ -1,4 +1,4 @@
-#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/internal/ordered_sequence.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Each path of AES. Oracles: libcrypto's EVP interface and a model after FIPS 197 for the bytes, and libcrypto's AES
 // functions, the path that every machine has, for the state of the object.
-#include "framework/crypto/aes_blocks.h"
+#include "framework/crypto/internal/aes_blocks.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "framework/crypto/aes.h"
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "tests/support/aes_model.h"
 #include "tests/support/aes_oracle.h"
 #include "tests/support/bytes.h"

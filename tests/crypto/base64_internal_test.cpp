@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "framework/crypto/base64.h"
-#include "framework/crypto/base64_blocks.h"
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/base64_blocks.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "tests/support/base64_model.h"
 #include "tests/support/page_end.h"
 

@@ -1,5 +1,5 @@
 // Oracle: the C library.
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 #include <cpuid.h>
 #include <gtest/gtest.h>

@@ -6,9 +6,9 @@
 #include <tuple>
 #include <vector>
 
-#include "framework/crypto/cpu_features.h"
 #include "framework/crypto/crc.h"
-#include "framework/crypto/crc_blocks.h"
+#include "framework/crypto/internal/cpu_features.h"
+#include "framework/crypto/internal/crc_blocks.h"
 #include "tests/support/crc_model.h"
 #include "tests/support/page_end.h"
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "framework/crypto/cpu_features.h"
 #include "framework/crypto/crc.h"
-#include "framework/crypto/crc_blocks.h"
+#include "framework/crypto/internal/cpu_features.h"
+#include "framework/crypto/internal/crc_blocks.h"
 #include "tests/support/crc_model.h"
 
 using namespace orvel_internal;

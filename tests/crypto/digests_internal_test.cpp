@@ -1,7 +1,7 @@
 // The SHA classes on the block functions that any processor runs. Oracle: libcrypto.
 #include <gtest/gtest.h>
 
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "framework/crypto/sha1.h"
 #include "framework/crypto/sha256.h"
 #include "tests/support/bytes.h"

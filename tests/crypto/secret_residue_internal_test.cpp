@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "framework/crypto/cpu_features.h"
 #include "framework/crypto/hmac.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "framework/kernel/framework_initializer.h"
 #include "tests/support/bytes.h"
 #include "tests/support/prng_model.h"

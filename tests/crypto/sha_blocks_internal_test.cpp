@@ -1,5 +1,5 @@
 // Oracles: libcrypto, and FIPS 180-4 written out.
-#include "framework/crypto/sha_blocks.h"
+#include "framework/crypto/internal/sha_blocks.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 #include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 #include "tests/support/sha_model.h"

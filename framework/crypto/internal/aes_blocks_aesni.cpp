@@ -12,7 +12,7 @@
 // instruction makes the state with which the next block starts. A second one, beside the chain, makes the output.
 #include <immintrin.h>
 
-#include "framework/crypto/aes_blocks.h"
+#include "framework/crypto/internal/aes_blocks.h"
 
 namespace orvel_internal
 {

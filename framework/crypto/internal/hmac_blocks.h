@@ -1,11 +1,11 @@
-#ifndef FRAMEWORK_CRYPTO_HMAC_BLOCKS_H
-#define FRAMEWORK_CRYPTO_HMAC_BLOCKS_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_HMAC_BLOCKS_H
+#define FRAMEWORK_CRYPTO_INTERNAL_HMAC_BLOCKS_H
 #include <stdint.h>
 #include <string.h>
 
-#include "framework/crypto/digest.h"
-#include "framework/crypto/sha_blocks.h"
-#include "framework/crypto/wiped.h"
+#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/sha_blocks.h"
+#include "framework/crypto/internal/wiped.h"
 
 /// HMAC where one key serves many short messages. Internal.
 namespace orvel_internal

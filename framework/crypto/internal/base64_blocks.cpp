@@ -1,6 +1,6 @@
-#include "framework/crypto/base64_blocks.h"
+#include "framework/crypto/internal/base64_blocks.h"
 
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 namespace orvel_internal
 {

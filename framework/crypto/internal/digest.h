@@ -1,5 +1,5 @@
-#ifndef FRAMEWORK_CRYPTO_DIGEST_H
-#define FRAMEWORK_CRYPTO_DIGEST_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_DIGEST_H
+#define FRAMEWORK_CRYPTO_INTERNAL_DIGEST_H
 #include <stdint.h>
 #include <string.h>
 

@@ -3,7 +3,7 @@
 // the whole library, and that could be the copy made here.
 #include <immintrin.h>
 
-#include "framework/crypto/aes_blocks.h"
+#include "framework/crypto/internal/aes_blocks.h"
 
 namespace orvel_internal
 {

@@ -1,5 +1,5 @@
-#ifndef FRAMEWORK_KERNEL_LIFETIME_H
-#define FRAMEWORK_KERNEL_LIFETIME_H
+#ifndef FRAMEWORK_KERNEL_INTERNAL_LIFETIME_H
+#define FRAMEWORK_KERNEL_INTERNAL_LIFETIME_H
 #include "framework/kernel/export.h"
 
 /// Internal: how a module that is used outside the start-up and the shut-down of the framework ends the process.

@@ -15,7 +15,7 @@
 // of their words, which is times x^32.
 //
 // CRC-16 goes through the same steps as a CRC-32 whose polynomial is multiplied by x^16: its upper 16 bits stay 0.
-#include "framework/crypto/crc_blocks.h"
+#include "framework/crypto/internal/crc_blocks.h"
 
 #include <string.h>
 

@@ -2,7 +2,7 @@
 // uses nothing inline of other headers: the linker might keep its copy for everybody.
 #include <immintrin.h>
 
-#include "framework/crypto/base64_blocks.h"
+#include "framework/crypto/internal/base64_blocks.h"
 
 namespace orvel_internal
 {

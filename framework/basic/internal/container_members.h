@@ -1,6 +1,6 @@
-#ifndef FRAMEWORK_BASIC_CONTAINER_MEMBERS_H
-#define FRAMEWORK_BASIC_CONTAINER_MEMBERS_H
-#include "framework/basic/ordered_sequence.h"
+#ifndef FRAMEWORK_BASIC_INTERNAL_CONTAINER_MEMBERS_H
+#define FRAMEWORK_BASIC_INTERNAL_CONTAINER_MEMBERS_H
+#include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/unused_parameter.h"
 

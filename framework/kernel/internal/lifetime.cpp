@@ -1,4 +1,4 @@
-#include "framework/kernel/lifetime.h"
+#include "framework/kernel/internal/lifetime.h"
 
 #include <sys/uio.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "framework/crypto/aes_blocks.h"
+#include "framework/crypto/internal/aes_blocks.h"
 
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 namespace orvel_internal
 {

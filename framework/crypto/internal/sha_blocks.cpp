@@ -1,8 +1,8 @@
-#include "framework/crypto/sha_blocks.h"
+#include "framework/crypto/internal/sha_blocks.h"
 
-#include "framework/crypto/cpu_features.h"
-#include "framework/crypto/digest.h"
-#include "framework/crypto/wiped.h"
+#include "framework/crypto/internal/cpu_features.h"
+#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/wiped.h"
 
 namespace orvel_internal
 {

@@ -1,4 +1,4 @@
-#include "framework/crypto/cpu_features.h"
+#include "framework/crypto/internal/cpu_features.h"
 
 #include <cpuid.h>
 #include <stdint.h>

@@ -1,5 +1,5 @@
-#ifndef FRAMEWORK_BASIC_CALENDAR_H
-#define FRAMEWORK_BASIC_CALENDAR_H
+#ifndef FRAMEWORK_BASIC_INTERNAL_CALENDAR_H
+#define FRAMEWORK_BASIC_INTERNAL_CALENDAR_H
 #include <stdint.h>
 
 // Internal: the proleptic Gregorian calendar and Julian day numbers, for times and time zones. CTime has some of it

@@ -1,5 +1,5 @@
-#ifndef FRAMEWORK_BASIC_TYPED_ELEMENTS_H
-#define FRAMEWORK_BASIC_TYPED_ELEMENTS_H
+#ifndef FRAMEWORK_BASIC_INTERNAL_TYPED_ELEMENTS_H
+#define FRAMEWORK_BASIC_INTERNAL_TYPED_ELEMENTS_H
 #include <stddef.h>
 #include <string.h>
 
@@ -15,7 +15,7 @@
 #include <iterator>
 #endif
 
-#include "framework/basic/ordered_sequence.h"
+#include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 

@@ -1,5 +1,5 @@
-#ifndef FRAMEWORK_CRYPTO_WIPED_H
-#define FRAMEWORK_CRYPTO_WIPED_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_WIPED_H
+#define FRAMEWORK_CRYPTO_INTERNAL_WIPED_H
 #include <stddef.h>
 #include <string.h>
 

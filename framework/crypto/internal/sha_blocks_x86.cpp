@@ -2,7 +2,7 @@
 // header: the linker keeps one copy of such a function for the whole library, and that could be the copy made here.
 #include <immintrin.h>
 
-#include "framework/crypto/sha_blocks.h"
+#include "framework/crypto/internal/sha_blocks.h"
 
 namespace orvel_internal
 {
