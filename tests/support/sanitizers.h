@@ -21,6 +21,13 @@
 /// Slower by far, and with another stack.
 constexpr bool g_bSANITIZED = TESTS_ADDRESS_SANITIZER || TESTS_THREAD_SANITIZER;
 
+/// How often random tests repeat what the optimised build repeats uTIMES times: sanitizers look for errors of memory and
+/// threads, which each repetition could show, rather than for rare wrong values.
+constexpr unsigned int Repetitions(unsigned int uTIMES)
+{
+    return g_bSANITIZED ? uTIMES / 5 : uTIMES;
+}
+
 // ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
 #define TESTS_OWN_OPERATOR_NEW (TESTS_THREAD_SANITIZER == 0)
 
