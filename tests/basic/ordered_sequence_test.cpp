@@ -43,7 +43,7 @@ private:
 // Gives out the addresses of ints, and notes which were asked for.
 struct STellingAccess
 {
-    static constexpr bool g_bWALKS_FROM_SINGLE = true;
+    static constexpr bool ms_bASKS_SINGLE_TWICE = true;
 
     const void* operator()(unsigned int uIndex) const
     {
