@@ -38,7 +38,7 @@ IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // 
 }
 
 // The inline member belongs to the binary interface: this makes the compiler emit it.
-[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEmittedPop)() = &CBlockAllocator::Pop;
+[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEMITTED_POP)() = &CBlockAllocator::Pop;
 }  // namespace
 
 IAllocator::~IAllocator() = default;
