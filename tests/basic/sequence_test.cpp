@@ -169,6 +169,8 @@ TYPED_TEST(CSequence, AllocateSortedRefusesANullPlaceForTheAnswerWithoutAQuestio
     QvResult res = QV_RES_OK;
     EXPECT_EQ(CCallLog(), CallsOf([&] { res = container.AllocateSorted(&key, CompareLogging, g_uPARAM, nullptr); }));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, res);
+    EXPECT_EQ(CCallLog(), CallsOf([&] { res = container.AllocateSorted(key, SLoggingOrder(), nullptr); }));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, res);
     EXPECT_EQ(1u, container.GetSize());
 }
 
@@ -341,6 +343,7 @@ TYPED_TEST(CNodeSequence, ElementsOfAnotherSizeAreNotInserted)
     wide.Insert(0, 1, nullptr);
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Insert(0, wide));
     EXPECT_EQ(1u, narrow.GetSize());
+    EXPECT_EQ(1u, narrow.GetCapacity()) << "nothing was reserved for what is refused";
 }
 
 /// A container of int that is derived from another: counts the calls of its element operations.

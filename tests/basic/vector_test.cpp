@@ -67,6 +67,11 @@ private:
     std::string m_strLog;
 };
 
+struct SDefaulted
+{
+    int nValue = 5;
+};
+
 /// A transfer of elements within one vector of eight, and the order in which they are taken.
 struct STransfer
 {
@@ -103,11 +108,14 @@ TEST(CVectorTransfer, WithinOneVectorTakesTheSlotsInThePublishedOrder)
             strCopied += strCopy;
             strMoved += strCopy + "-" + strSrc + " ";
         }
-        CSlotLog copied(8), moved(8);
+        CSlotLog copied(8), moved(8), movedFromConst(8);
         CVectorBase::Copy(&copied, rCase.uDest, &copied, rCase.uSrc, rCase.uCount);
         CVectorBase::Move(&moved, rCase.uDest, &moved, rCase.uSrc, rCase.uCount);
+        const CVectorBase* const pConst = &movedFromConst;
+        CVectorBase::Move(&movedFromConst, rCase.uDest, pConst, rCase.uSrc, rCase.uCount);
         EXPECT_EQ(strCopied, copied.GetLog());
         EXPECT_EQ(strMoved, moved.GetLog());
+        EXPECT_EQ(strMoved, movedFromConst.GetLog());
         EXPECT_EQ(8u, moved.GetSize());
     }
 }
@@ -257,11 +265,13 @@ TEST(CVectorTyped, MovesExchangeStorageAllocatorLockAndTheConstructFlag)
     EXPECT_EQ(0u, other.GetLockCapacity());
     EXPECT_EQ(0u, other.GetCapacity());
 
-    CVector<int> bytes(false, &allocator);
-    CVector<int> constructed(&allocator);
+    CVector<SDefaulted> bytes(false, &allocator);
+    CVector<SDefaulted> constructed(&allocator);
     constructed = std::move(bytes);
     ASSERT_EQ(QV_RES_OK, constructed.Insert(0, 1));
-    EXPECT_EQ(0, constructed[0]) << "zeroed, as its elements are bytes now";
+    ASSERT_EQ(QV_RES_OK, bytes.Insert(0, 1));
+    EXPECT_EQ(0, constructed[0].nValue) << "zeroed, as its elements are bytes now";
+    EXPECT_EQ(5, bytes[0].nValue);
 }
 
 TEST(CVectorTyped, ScalarsAreLeftAsTheSlotIs)
@@ -296,10 +306,6 @@ TEST(CVectorTyped, WithoutTheFlagElementsAreBytes)
 
 TEST(CVectorTyped, PlainElementsAreMadeByTheirDefault)
 {
-    struct SDefaulted
-    {
-        int nValue = 5;
-    };
     CVector<SDefaulted> vector;
     ASSERT_EQ(QV_RES_OK, vector.Append({1}));
     ASSERT_EQ(QV_RES_OK, vector.Insert(1, 2));
