@@ -171,7 +171,7 @@ CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, 
 {
 }
 
-QV_HOT_CODE CString::CString(const char* pszText)
+QV_CACHE_LINE_ALIGNED CString::CString(const char* pszText)
     : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
     if (pszText == nullptr) return;
@@ -202,7 +202,7 @@ inline void CString::ShareBlockOf(const CString& rSrc)
     if (!bCountFull && GetRefCount() != 0) IncRefCount();
 }
 
-QV_HOT_CODE CString::CString(const CString& rSrc) : CString()
+QV_CACHE_LINE_ALIGNED CString::CString(const CString& rSrc) : CString()
 {
     if (this != &rSrc) ShareBlockOf(rSrc);
 }
@@ -212,7 +212,7 @@ CString::CString(CString&& rSrc) noexcept : CString()
     std::swap(m_pstInfo, rSrc.m_pstInfo);
 }
 
-QV_HOT_CODE CString::~CString()
+QV_CACHE_LINE_ALIGNED CString::~CString()
 {
     if (!IsShared()) FreeBlock();
     else if (__libc_single_threaded != 0) DecRefCount();
@@ -540,7 +540,7 @@ void CString::Replace(SStringInfo* pstInfo)
 }
 
 // Insert() at the end; a text that takes a block with more room comes here for it directly.
-QV_HOT_CODE void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
+QV_CACHE_LINE_ALIGNED void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
 {
     const unsigned int uOldSize = GetSize();
     const unsigned int uNewSize = uOldSize + uSize;

@@ -7,6 +7,7 @@
 
 #include "framework/crypto/internal/base64_blocks.h"
 #include "framework/crypto/internal/cipher_blob.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CBase64) == 40, "field order and widths are the binary interface");
 
@@ -78,6 +79,7 @@ CBase64::~CBase64()
     m_eAction = eACTION_ENCRYPT;
     m_eMode = eMODE_DEFAULT;
     m_uGroupSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 void CBase64::SetAlphabet(EAlphabet eAlphabet)

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/internal/keep_stores.h"
 #include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/unused_parameter.h"
 
@@ -183,6 +184,7 @@ CThread::~CThread()
         if (pTsd != nullptr) pTsd->pThread = nullptr;
     }
     SetState(eDESTROYED);
+    orvel_internal::KeepStoresTo(this);
 }
 
 QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
