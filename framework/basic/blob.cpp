@@ -12,10 +12,12 @@
 #include <new>
 
 #include "framework/basic/string.h"
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
 
+using orvel_internal::Overlap;
 using orvel_internal::TopBits;
 
 namespace
@@ -78,14 +80,6 @@ std::unique_ptr<unsigned char[]> CopyOf(const unsigned char* puData, size_t uSiz
     std::unique_ptr<unsigned char[]> puCopy(new (std::nothrow) unsigned char[uSize]);
     if (puCopy != nullptr) memcpy(puCopy.get(), puData, uSize);
     return puCopy;
-}
-
-// Whether two byte runs share a byte.
-bool Overlap(const unsigned char* pu1, size_t uSize1, const unsigned char* pu2, size_t uSize2)
-{
-    const uintptr_t u1 = reinterpret_cast<uintptr_t>(pu1);
-    const uintptr_t u2 = reinterpret_cast<uintptr_t>(pu2);
-    return uSize1 != 0 && u1 < u2 + uSize2 && u2 < u1 + uSize1;
 }
 
 // Bit by bit, as memmove() moves bytes, so that the two runs may overlap. Bits count from the top of the byte at pu.

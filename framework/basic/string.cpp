@@ -20,6 +20,7 @@
 #include <memory>
 #include <new>
 
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
@@ -501,8 +502,7 @@ const char* CString::MakeNullSafe(const char* pszText)
 
 bool CString::HoldsAddress(const char* psz) const
 {
-    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
-    return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
+    return orvel_internal::IsWithin(psz, CStr(), GetCapacity() + sizeof(SStringInfo::szCharacters));
 }
 
 // Sets the size of a private block, or of the empty one, which stays as it is: only 0 fits it.
