@@ -22,14 +22,14 @@ using orvel_internal::TopBits;
 
 namespace
 {
-constexpr unsigned int g_uWordBits = 32;
-constexpr unsigned int g_uWordBytes = 4;
+constexpr unsigned int g_uWORD_BITS = 32;
+constexpr unsigned int g_uWORD_BYTES = 4;
 
 // The first uBytes bytes, four at most, as the top of a big-endian word.
 uint32_t LoadWord(const unsigned char* pu, size_t uBytes)
 {
     uint32_t uWord = 0;
-    if (uBytes >= g_uWordBytes) memcpy(&uWord, pu, g_uWordBytes);
+    if (uBytes >= g_uWORD_BYTES) memcpy(&uWord, pu, g_uWORD_BYTES);
     else memcpy(&uWord, pu, uBytes);
     return __builtin_bswap32(uWord);
 }
@@ -37,7 +37,7 @@ uint32_t LoadWord(const unsigned char* pu, size_t uBytes)
 void StoreWord(unsigned char* pu, uint32_t uWord, size_t uBytes)
 {
     uWord = __builtin_bswap32(uWord);
-    if (uBytes == g_uWordBytes) memcpy(pu, &uWord, g_uWordBytes);
+    if (uBytes == g_uWORD_BYTES) memcpy(pu, &uWord, g_uWORD_BYTES);
     else memcpy(pu, &uWord, uBytes);
 }
 
@@ -49,13 +49,13 @@ size_t BytesHolding(uint64_t uBits)
 // What appending uBits bits behind uOffset bits of a blob's last byte reserves: room for a whole word more.
 size_t CapacityFor(uint64_t uBits, unsigned int uOffset, unsigned int uSize)
 {
-    return uSize + BytesHolding(uBits + uOffset) + g_uWordBytes;
+    return uSize + BytesHolding(uBits + uOffset) + g_uWORD_BYTES;
 }
 
 // How many of uRemaining bits one step moves between two offsets.
 unsigned int ChunkSize(uint64_t uRemaining, unsigned int uOffset1, unsigned int uOffset2)
 {
-    const unsigned int uRoom = g_uWordBits - std::max(uOffset1, uOffset2);
+    const unsigned int uRoom = g_uWORD_BITS - std::max(uOffset1, uOffset2);
     return static_cast<unsigned int>(std::min<uint64_t>(uRemaining, uRoom));
 }
 
@@ -118,7 +118,7 @@ struct SEmitted
     void (CBlob::*pfnAppendBits)(const unsigned char*, unsigned int, unsigned int);
     void (CBlob::*pfnReadBits)(unsigned char*, unsigned int, unsigned int);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CBlob::GetSize, &CBlob::GetCapacity},
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {{&CBlob::GetSize, &CBlob::GetCapacity},
                                                 &CBlob::GetFirstIndexPtr,
                                                 &CBlob::GetFirstIndexPtr,
                                                 &CBlob::Clear,
@@ -360,13 +360,13 @@ void CBlob::ReadInSteps(unsigned char* puDst, unsigned int uBitCount, unsigned i
 
 void CBlob::PadBits(unsigned int uBitCount)
 {
-    static constexpr unsigned char auZEROS[g_uWordBytes] = {};
+    static constexpr unsigned char auZEROS[g_uWORD_BYTES] = {};
     for (bool bFirst = true; uBitCount != 0; bFirst = false)
     {
-        const unsigned int uChunk = std::min(uBitCount, g_uWordBits);
+        const unsigned int uChunk = std::min(uBitCount, g_uWORD_BITS);
         if (!TryAppendBits(auZEROS, uChunk, 0)) return;
         uBitCount -= uChunk;
-        if (bFirst && uBitCount > g_uWordBits)
+        if (bFirst && uBitCount > g_uWORD_BITS)
         {
             // Growth is exact, so take at once the room that the last chunk is going to ask for.
             const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
@@ -453,7 +453,7 @@ bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, un
         unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
         const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
         const uint32_t uDstWord = LoadWord(puDst, 1);
-        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
+        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWORD_BYTES);
         Advance(puSrc, uSrcBitOffset, uChunk);
         Advance(puDst, m_uAppendBitsBitOffset, uChunk);
         m_uAppendBitsIndex = static_cast<unsigned int>(puDst - GetFirstIndexPtr());
