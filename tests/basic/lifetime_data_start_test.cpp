@@ -54,7 +54,7 @@ void InsertBytes(CMarshaler& rMarshaler, unsigned int uSize)
     rMarshaler.Insert(auBytes, uSize);
 }
 
-const SUse g_astUses[] = {
+const SUse g_astUSES[] = {
     {"String", "CString", Make<CString>},
     {"StringOfAText", "CString", [] { const CString str("text"); }},
     {"StringOfCharacters", "CString", [] { const CString str("text", 4); }},
@@ -104,7 +104,7 @@ const SUse g_astUses[] = {
 };
 
 /// Uses of what was made while the framework was up.
-const SUse g_astLateUses[] = {
+const SUse g_astLATE_USES[] = {
     {"StringCopied", "CString", [] { const CString str(g_leftOver->strText); }},
     {"EmptyStringCopied", "CString", [] { const CString str(g_leftOver->strEmpty); }},
     {"StringAssigned", "CString", [] { g_leftOver->strEmpty = g_leftOver->strText; }},
@@ -168,9 +168,9 @@ TEST_P(CDataTooLate, EndsTheProcessAfterTheShutDown)
     ExpectTheEndAfterTheShutDown();
 }
 
-INSTANTIATE_TEST_SUITE_P(Uses, CDataOutsideLifetime, testing::ValuesIn(g_astUses),
+INSTANTIATE_TEST_SUITE_P(Uses, CDataOutsideLifetime, testing::ValuesIn(g_astUSES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-INSTANTIATE_TEST_SUITE_P(Uses, CDataTooLate, testing::ValuesIn(g_astLateUses),
+INSTANTIATE_TEST_SUITE_P(Uses, CDataTooLate, testing::ValuesIn(g_astLATE_USES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CDataWithoutFramework, ShortMarshalersAndTheCalendarNeedNone)
@@ -193,6 +193,21 @@ TEST(CDataWithoutFramework, APoolThatIsNotSetUpGivesAndTakesNothing)
     unsigned char auBlock[sizeof(CMarshaler)] = {};
     CPool<CMarshaler>::Deallocate(auBlock);
     EXPECT_EQ(0u, CPool<CMarshaler>::ms_uAllocatedCount);
+}
+
+TEST(CDataWithoutFramework, StartUpClearsTheEmptyBlockOfStrings)
+{
+    // In a child: see below.
+    const auto RunAndExit = []
+    {
+        EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+        CString::FinalizeCString();
+        for (unsigned int u = 0; u < 7; ++u) CStringProbe::ms_auEmptyStringInfo[u] = 0xFF;
+        EXPECT_EQ(QV_RES_OK, CString::InitializeCString());
+        for (unsigned int u = 0; u < 7; ++u) EXPECT_EQ(0, CStringProbe::ms_auEmptyStringInfo[u]) << u;
+        std::exit(HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(RunAndExit(), testing::ExitedWithCode(0), "^$");
 }
 
 namespace
