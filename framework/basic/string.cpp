@@ -1,18 +1,18 @@
 // Sharing. A string is a pointer to a block, and a copy of a string is the same pointer:
 // ```
-//   CString --+                   0        2        4        6                     allocated: capacity + 8 bytes
-//             +--> allocator's -> | shares | capac. | size   | characters NUL ... |
-//   CString --+    block          |<-- the link word of the free block ->|
+//   CString --+    0        2          4      6
+//             +--> | shares | capacity | size | characters NUL ... |     allocated: capacity + 8 bytes
+//   CString --+    |<- link word of a free block ->|
 // ```
-// - Who counts. ms_pmutex guards the share counts of all strings. A count of 1 can be raised only through the one string
-//   that has the share, so that a string which reads 1 goes on without the mutex; only a count above 1 is read again
-//   under it, since the other shares may be ending meanwhile. A share is given up with release order and IsShared()
-//   reads with acquire order: the last one left writes where the others have read. A count that is full, at 65,535, is
-//   not raised: the next copy gets a block of its own.
-// - When the characters are copied. Nothing is written into a block whose count is above 1. What changes a string makes
-//   its block private first, and leaves the string alone if there is no memory for that.
-// - The empty block, in ms_auEmptyStringInfo, is what every string without characters of its own points at. Its count is
-//   0, which no other has: it is neither counted, nor freed, nor written to, so that any thread may read it.
+// - Who counts. ms_pmutex guards the share counts of all strings. A count of 1 can be raised only through the one
+//   string that has the share, so that a string which reads 1 goes on without the mutex; only a count above 1 is read
+//   again under it, since the other shares may be ending meanwhile. A share is given up with release order and
+//   IsShared() reads with acquire order: the last one left writes where the others have read. A count that is full, at
+//   65,535, is not raised: the next copy gets a block of its own.
+// - When characters are copied. Nothing is written into a block whose count is above 1. What changes a string makes its
+//   block private first, and leaves the string alone if there is no memory for that.
+// - The empty block, in ms_auEmptyStringInfo, is what every string without characters of its own points at. Its count
+//   is 0, which no other has: it is neither counted, nor freed, nor written to, so that any thread may read it.
 // - Start-up and shut-down. The three pointers to statics are null while the module is down: whoever needs one passes
 //   it through RequireUp(). After the shut-down a string may still be read and destroyed, since neither needs a static;
 //   the block of its last share is then left behind, because the allocator that it came from may be gone.

@@ -1,5 +1,5 @@
-// Sharing, locks, threads and comparison of strings. What each operation does step by step, memory refused now and then,
-// fuzz.string compares with a second implementation.
+// Sharing, locks, threads and comparison of strings. What each operation does step by step, memory refused now and
+// then, fuzz.string compares with a second implementation.
 #include "framework/basic/string.h"
 
 #include <gtest/gtest.h>

@@ -40,7 +40,7 @@ void ExpectSame(const SZoneGrammar& rWant, const SZoneBytes& rGot)
     const auto expectRule = [](const SZoneGrammar::SRule& rRule, const SZoneBytes::SLimit& rLimit)
     {
         EXPECT_EQ(rRule.uKind, rLimit.uKind);
-        for (int n = 0; n < (rRule.uKind == 2 ? 3 : 1); ++n) EXPECT_EQ(rRule.auNumbers[n], rLimit.auRule[n]);
+        for (int n = 0; n < 3; ++n) EXPECT_EQ(rRule.auNumbers[n], rLimit.auRule[n]);
         EXPECT_EQ(rRule.uTimeMs, rLimit.uTimeMs);
     };
     expectRule(rWant.start, rGot.stStart);

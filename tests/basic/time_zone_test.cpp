@@ -1,5 +1,5 @@
-// Zones as a whole: limits, oddities, memory and threads. What texts mean is in time_zone_parse_test.cpp, whole years are
-// in time_zone_glibc_test.cpp, and sequences of all operations are compared by fuzz.time_zone_twin.
+// Zones as a whole: limits, oddities, memory and threads. What texts mean is in time_zone_parse_test.cpp, whole years
+// are in time_zone_glibc_test.cpp, and sequences of all operations are compared by fuzz.time_zone_twin.
 #include "framework/basic/time_zone.h"
 
 #include <gtest/gtest.h>

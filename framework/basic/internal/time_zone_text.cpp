@@ -1,5 +1,5 @@
-// The grammar of zone texts. Each Read...() reads one part of it and moves rpsz behind that part. If one fails, the whole
-// text is refused.
+// The grammar of zone texts. Each Read...() reads one part of it and moves rpsz behind that part. If one fails, the
+// whole text is refused.
 #include "framework/basic/internal/time_zone_text.h"
 
 #include <string.h>
