@@ -27,6 +27,7 @@ struct SLeftOver
     CString strEmpty;
     CTimeZone zone{pszTIMEZONE_NA_EASTERN};
     CMarshaler marshaler;
+    CTime time;
 };
 std::optional<SLeftOver> g_leftOver;
 
@@ -115,6 +116,7 @@ const SUse g_astLATE_USES[] = {
     {"SharedStringAppendedTo", "CString", [] { g_leftOver->strText += 's'; }},
     {"StringSum", "CString", [] { const CString str(g_leftOver->strText + 's'); }},
     {"MarshalerGrown", "CMarshaler", [] { InsertBytes(g_leftOver->marshaler, 57); }},
+    {"TimeCopied", "CTime", [] { const CTime time(g_leftOver->time); }},
     {"ZoneCopied", "CTimeZone", [] { const CTimeZone zone(g_leftOver->zone); }},
     {"ZoneSet", "CTimeZone", [] { g_leftOver->zone.SetTimeZone("UTC0"); }},
     {"ZoneAssigned", "CTimeZone", [] { g_leftOver->zone = g_leftOver->zone; }},
