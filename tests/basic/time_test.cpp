@@ -213,6 +213,8 @@ TEST_F(CTimeTest, DaylightTimeInEffectIsThatOfTheClockInTheZoneOfTheObject)
     time.SetTimeZone(pszTIMEZONE_NA_PACIFIC);
     EXPECT_TRUE(time.IsDayLightSavingInEffect()) << "03:00 in the system zone, which is taken for this one's";
     EXPECT_FALSE(time.IsStoredTimeInDayLightSaving()) << "23:00 of the day before in this one";
+    SetClock(2024, 3, 10, 5);
+    EXPECT_FALSE(time.IsDayLightSavingInEffect()) << "midnight in the system zone, though 05:00 in UTC";
 }
 
 TEST_F(CTimeTest, GmtTimeIsTheClockInUtcButForTheWeekday)
