@@ -68,6 +68,22 @@ INSTANTIATE_TEST_SUITE_P(
         SInsertCase{"WholeTextThatIsTooLong", "", 0, 1, g_strX65535 + "x", 65535, QV_RES_INVALID_ARGUMENT, ""}),
     [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
+TEST(CStringInsert, AnySizeWithinTheCapacityLeavesTheTailAlone)
+{
+    const std::string strSource = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    for (unsigned int uSize = 1; uSize < strSource.size(); ++uSize)
+        for (const unsigned int uRepetition : {1u, 2u, 3u})
+        {
+            SCOPED_TRACE(testing::Message() << uRepetition << " times " << uSize);
+            std::string strWant = "<>";
+            for (unsigned int u = 0; u < uRepetition; ++u) strWant.insert(1, strSource, 0, uSize);
+            CString strText("<>");
+            ASSERT_EQ(QV_RES_OK, strText.ReserveCapacity(200));
+            ASSERT_EQ(QV_RES_OK, strText.Insert(1, uRepetition, strSource.c_str(), uSize));
+            ASSERT_EQ(strWant, TextOf(strText));
+        }
+}
+
 TEST(CStringInsert, ANullTextHasNoCharactersWhateverTheNumberThatIsAskedFor)
 {
     CString strText("hello");
