@@ -1,11 +1,11 @@
 #include "framework/basic/vector.h"
 
 #include <limits.h>
-#include <stdint.h>
 
 #include <algorithm>
 
 #include "framework/basic/internal/grow_capacity.h"
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
@@ -436,8 +436,7 @@ size_t CVectorBase::BytesOf(unsigned int uCount) const
 
 bool CVectorBase::HoldsAddress(const void* pv) const
 {
-    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(pv) - reinterpret_cast<uintptr_t>(m_pvStorage);
-    return pv != nullptr && uOffset < BytesOf(m_uCapacity);
+    return pv != nullptr && orvel_internal::IsWithin(pv, m_pvStorage, BytesOf(m_uCapacity));
 }
 
 // Moves all elements from uSrcIndex on. Bytes do not go through Move(), whose checks cost as much as moving a few of
