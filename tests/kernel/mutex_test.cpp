@@ -155,47 +155,47 @@ private:
 };
 }  // namespace
 
-TEST(CBriefMutexGuard, HoldsTheMutexInAProcessOfManyThreads)
+TEST(CMutexGuardIfThreaded, HoldsTheMutexInAProcessOfManyThreads)
 {
     const CMutex mutex;
     {
         CSingleThreaded state(false);
-        const CBriefMutexGuard guard(&mutex);
+        const CMutexGuardIfThreaded guard(&mutex);
         EXPECT_FALSE(IsFreeForOthers(mutex));
     }
     EXPECT_TRUE(IsFreeForOthers(mutex));
 }
 
-TEST(CBriefMutexGuard, LocksNothingInAProcessOfOneThread)
+TEST(CMutexGuardIfThreaded, LocksNothingInAProcessOfOneThread)
 {
     const CMutex mutex;
     CSingleThreaded state(true);
-    const CBriefMutexGuard guard(&mutex);
+    const CMutexGuardIfThreaded guard(&mutex);
     state.Say(false);
     EXPECT_TRUE(IsFreeForOthers(mutex));
 }
 
-TEST(CBriefMutexGuard, UnlocksExactlyWhatItLockedWhateverBecameOfTheProcess)
+TEST(CMutexGuardIfThreaded, UnlocksExactlyWhatItLockedWhateverBecameOfTheProcess)
 {
     const CMutex mutex;
     CSingleThreaded state(true);
     mutex.Lock();
     {
-        const CBriefMutexGuard guard(&mutex);
+        const CMutexGuardIfThreaded guard(&mutex);
         state.Say(false);
     }
     EXPECT_FALSE(IsFreeForOthers(mutex));
     mutex.Unlock();
     {
-        const CBriefMutexGuard guard(&mutex);
+        const CMutexGuardIfThreaded guard(&mutex);
         state.Say(true);
     }
     state.Say(false);
     EXPECT_TRUE(IsFreeForOthers(mutex));
 }
 
-TEST(CBriefMutexGuard, HoldsNothingWhenGivenNone)
+TEST(CMutexGuardIfThreaded, HoldsNothingWhenGivenNone)
 {
     CSingleThreaded state(false);
-    const CBriefMutexGuard guard(nullptr);
+    const CMutexGuardIfThreaded guard(nullptr);
 }
