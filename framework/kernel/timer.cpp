@@ -10,8 +10,8 @@
 //        ^ now: wait for the rest      ^ now: late, true at once
 // ```
 // m_uNextMs is where the current period begins. The end of a wait moves it on by one period, so that delays do not add
-// up. A stop sets both numbers to 0: from then on every wait is late, and so returns true at once. It comes from another
-// thread, while one waits: so both numbers are atomic.
+// up. A stop sets both numbers to 0: from then on every wait is late, and so returns true at once. Both are atomic,
+// since the stop comes from another thread than the one that waits.
 #include "framework/kernel/timer.h"
 
 #include <sys/times.h>
