@@ -14,6 +14,7 @@
 #include "framework/kernel/mutex.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/refusing_new.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 namespace
@@ -195,7 +196,7 @@ TEST_P(CMemoryQueueModel, CopiesAreRecordsLikeAnyOther)
     std::deque<TBytes> model;
     unsigned int uRefused = 0;
     unsigned int uWraps = 0;
-    for (unsigned int uStep = 0; uStep < 20000; ++uStep)
+    for (unsigned int uStep = 0; uStep < Repetitions(20000); ++uStep)
     {
         SCOPED_TRACE(testing::Message() << "step " << uStep);
         // Long spells of mostly filling and of mostly draining.

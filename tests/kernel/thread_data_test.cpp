@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 #include "tests/support/thread_probe.h"
 
@@ -346,7 +347,7 @@ TEST(CThreadValueModel, RandomUseMatchesAMap)
         []
         {
             CValueModel model;
-            for (unsigned int uStep = 0; uStep < 20000 && !testing::Test::HasFatalFailure(); ++uStep)
+            for (unsigned int uStep = 0; uStep < Repetitions(20000) && !testing::Test::HasFatalFailure(); ++uStep)
             {
                 SCOPED_TRACE(testing::Message() << "step " << uStep);
                 model.Step();
