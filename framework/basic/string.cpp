@@ -175,7 +175,7 @@ inline void CString::GiveUpShare()
 // Not inlined, so that a string which shares nothing saves no registers.
 [[gnu::noinline]] void CString::GiveUpShareLocked()
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     GiveUpShare();
 }
 
@@ -204,7 +204,7 @@ CString::CString(const char* pszText, unsigned int uSize) : CString()
 // Takes a share of a block in place of the string's own.
 inline void CString::ShareBlockOf(const CString& rSrc)
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     SStringInfo* pstInfo = rSrc.m_pstInfo;
     const bool bCountFull = pstInfo->uRefCount == g_uMAX_REF_COUNT;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
@@ -469,7 +469,7 @@ void CString::Release()
 QvResult CString::CreateCopy()
 {
     if (!IsShared()) return QV_RES_OK;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     if (GetRefCount() <= 1) return QV_RES_OK;
     SStringInfo* const pstCopy = CopyBlock(m_pstInfo->uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;

@@ -14,7 +14,7 @@ struct SEmitted
     void (CMutex::*apfnLocking[2])() const;
     bool (CMutex::*pfnTryLock)() const;
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
 }  // namespace
 
 CMutex::CMutex()

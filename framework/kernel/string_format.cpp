@@ -13,7 +13,6 @@
 
 #include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
-#include "framework/kernel/unused_parameter.h"
 
 namespace
 {
@@ -163,9 +162,9 @@ unsigned int AsciiToHex(bool bUpperCase, const unsigned char* puIn, unsigned int
     return uWritten;
 }
 
-unsigned int HexToAscii(const unsigned char* puHex, unsigned int uHexSize, unsigned char* puOut, unsigned int uOutSize)
+unsigned int HexToAscii(const unsigned char* puHex, unsigned int uHexSize, unsigned char* puOut,
+                        unsigned int /*uOutSize*/)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uOutSize);
     unsigned int uWritten = 0;
     for (uint64_t uRead = 0; uRead < uHexSize; uRead += 2, ++uWritten)
     {
