@@ -15,7 +15,7 @@
 #include <string.h>
 
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/short_hmac.h"
 #include "framework/crypto/internal/wiped.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
@@ -29,7 +29,7 @@ bool CSecurePrngBremoFw::ms_bInitialized = false;
 
 namespace
 {
-constexpr unsigned int g_uBlockSize = 20;
+constexpr unsigned int g_uBLOCK_SIZE = 20;
 
 class CGeneratorLock
 {
@@ -60,15 +60,15 @@ QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
     {
         orvel_internal::CSha1ShortMac<sizeof(ms_auCurrentBytes)> mac(ms_auSeed, sizeof(ms_auSeed));
         do {
-            memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
+            memcpy(puOut, ms_auCurrentBytes + g_uBLOCK_SIZE - ms_uBytesRemaining, ms_uBytesRemaining);
             puOut += ms_uBytesRemaining;
             uSize -= ms_uBytesRemaining;
-            IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
+            IncrementCounter(ms_auCurrentBytes + g_uBLOCK_SIZE);
             mac.Code(ms_auCurrentBytes, ms_auCurrentBytes);
-            ms_uBytesRemaining = g_uBlockSize;
+            ms_uBytesRemaining = g_uBLOCK_SIZE;
         } while (ms_uBytesRemaining < uSize);
     }
-    memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
+    memcpy(puOut, ms_auCurrentBytes + g_uBLOCK_SIZE - ms_uBytesRemaining, uSize);
     ms_uBytesRemaining -= uSize;
     return QV_RES_OK;
 }

@@ -23,10 +23,10 @@
 namespace
 {
 using namespace orvel_internal;
-constexpr CCipher::EAction g_aeActions[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
-constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
+constexpr CCipher::EAction g_aeACTIONS[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
+constexpr CCipher::EMode g_aeMODES[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
                                         CCipher::eMODE_OFB};
-constexpr unsigned int g_auKeySizes[] = {16, 24, 32};
+constexpr unsigned int g_auKEY_SIZES[] = {16, 24, 32};
 
 struct SPath
 {
@@ -40,7 +40,7 @@ void PrintTo(const SPath& rstPath, std::ostream* pStream)
     *pStream << rstPath.pszName;
 }
 
-constexpr SPath g_astPaths[] = {
+constexpr SPath g_astPATHS[] = {
     {"Libcrypto", eCPU_PORTABLE, 0}, {"AesNi", eCPU_AES, ~0u - eCPU_VAES}, {"Vaes", eCPU_VAES, ~0u}};
 
 bool IsStreamMode(CCipher::EMode eMode)
@@ -85,11 +85,11 @@ protected:
 template <typename Test>
 void ForEachKind(Test test)
 {
-    for (const CCipher::EMode eMode : g_aeModes)
+    for (const CCipher::EMode eMode : g_aeMODES)
     {
-        for (const CCipher::EAction eAction : g_aeActions)
+        for (const CCipher::EAction eAction : g_aeACTIONS)
         {
-            for (const unsigned int uKeySize : g_auKeySizes)
+            for (const unsigned int uKeySize : g_auKEY_SIZES)
             {
                 SCOPED_TRACE(testing::Message() << "mode " << eMode << ", action " << eAction << ", key " << uKeySize);
                 test(eAction, eMode, uKeySize);
@@ -180,7 +180,7 @@ TEST_P(CAesPath, NothingBehindTheBuffersIsTouched)
         });
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, CAesPath, testing::ValuesIn(g_astPaths),
+INSTANTIATE_TEST_SUITE_P(Paths, CAesPath, testing::ValuesIn(g_astPATHS),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 namespace
@@ -258,10 +258,10 @@ TEST_P(CAesPath, LeavesTheObjectAsLibcryptoDoes)
         {
             twins.Fill(rng);
             const unsigned int uWhat = uStep == 0 ? 0 : Below(rng, 8);
-            const CCipher::EAction eAction = g_aeActions[rng() % 2];
-            const CCipher::EMode eMode = g_aeModes[rng() % 5];
+            const CCipher::EAction eAction = g_aeACTIONS[rng() % 2];
+            const CCipher::EMode eMode = g_aeMODES[rng() % 5];
             // Now and then one that is none.
-            const unsigned int uKeySize = Below(rng, 20) == 0 ? 20 : g_auKeySizes[Below(rng, 3)];
+            const unsigned int uKeySize = Below(rng, 20) == 0 ? 20 : g_auKEY_SIZES[Below(rng, 3)];
             const unsigned int uIvSize = Below(rng, 17);
             const unsigned int uSize = RandomSize(rng);
             const std::pair<unsigned int, unsigned int> places = RandomPlaces(rng);
@@ -284,7 +284,7 @@ TEST_P(CAesPath, MakesTheScheduleThatTheModelAndLibcryptoDo)
     std::mt19937 rng(TestSeed() + 5);
     for (unsigned int u = 0; u < 300; ++u)
     {
-        const unsigned int uKeySize = g_auKeySizes[u % 3];
+        const unsigned int uKeySize = g_auKEY_SIZES[u % 3];
         const Bytes key = RandomBytes(rng, uKeySize, uKeySize);
         CAes aes;
         ASSERT_EQ(QV_RES_OK, aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, key.data(), uKeySize, nullptr, 0));

@@ -22,8 +22,8 @@ namespace
 {
 using Data = std::vector<unsigned char>;
 
-constexpr CCipher::EAction g_aeActions[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
-constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
+constexpr CCipher::EAction g_aeACTIONS[] = {CCipher::eACTION_ENCRYPT, CCipher::eACTION_DECRYPT};
+constexpr CCipher::EMode g_aeMODES[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_CTR, CCipher::eMODE_ECB,
                                         CCipher::eMODE_OFB};
 
 const char* NameOf(CCipher::EMode eMode)
@@ -34,7 +34,7 @@ const char* NameOf(CCipher::EMode eMode)
 
 CCipher::EMode ModeOf(const std::string& rstrName)
 {
-    for (const CCipher::EMode eMode : g_aeModes)
+    for (const CCipher::EMode eMode : g_aeMODES)
     {
         std::string strName = NameOf(eMode);
         strName[0] = static_cast<char>(strName[0] - 'A' + 'a');
@@ -121,7 +121,7 @@ TEST_P(CAesMode, EverySplitOfUpToAHundredBytesGivesWhatOneCallGives)
 {
     const Data bytes = Key(100);
     const Data key = Key(KeySize());
-    for (const CCipher::EAction eAction : g_aeActions)
+    for (const CCipher::EAction eAction : g_aeACTIONS)
     {
         for (std::size_t uSize = 0; uSize <= bytes.size(); ++uSize)
         {
@@ -153,7 +153,7 @@ TEST_P(CAesMode, RandomLengthsUpToAMebibyteAreThoseOfEvp)
         if (!IsStreamMode(Mode())) bytes.resize(bytes.size() / 16 * 16);
         const Data key = RandomBytes(rng, KeySize(), KeySize());
         const Data iv = RandomBytes(rng, 16, 16);
-        const CCipher::EAction eAction = g_aeActions[rng() % 2];
+        const CCipher::EAction eAction = g_aeACTIONS[rng() % 2];
         const Data want = EvpCrypt(eAction, Mode(), key, iv, bytes);
         CAes aes;
         Data out;
@@ -169,7 +169,7 @@ TEST_P(CAesMode, RandomLengthsUpToAMebibyteAreThoseOfEvp)
 TEST_P(CAesMode, WholeBlocksMayBeReplacedInPlace)
 {
     const Data bytes = Key(160);
-    for (const CCipher::EAction eAction : g_aeActions)
+    for (const CCipher::EAction eAction : g_aeACTIONS)
     {
         CAes aes;
         ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, Mode(), Key(KeySize()), g_iv));
@@ -188,7 +188,7 @@ TEST_P(CAesMode, BlobsGiveWhatBuffersGive)
     CTestAllocator allocator;
     const CBlob blobKey(key.data(), KeySize(), 0, &allocator);
     const CBlob blobIv(g_iv.data(), 16, 0, &allocator);
-    for (const CCipher::EAction eAction : g_aeActions)
+    for (const CCipher::EAction eAction : g_aeACTIONS)
     {
         const Data want = EvpCrypt(eAction, Mode(), key, g_iv, bytes);
         CBlob blobFirst(bytes.data(), 35, 0, &allocator);
@@ -208,7 +208,7 @@ TEST_P(CAesMode, BlobsGiveWhatBuffersGive)
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, CAesMode,
-                         testing::Combine(testing::ValuesIn(g_aeModes), testing::Values(16u, 24u, 32u)),
+                         testing::Combine(testing::ValuesIn(g_aeMODES), testing::Values(16u, 24u, 32u)),
                          [](const auto& rInfo)
                          { return NameOf(std::get<0>(rInfo.param)) + std::to_string(8 * std::get<1>(rInfo.param)); });
 

@@ -22,7 +22,7 @@ struct SPath
     ECpuFeature eFeature;
 };
 
-const SPath g_astPaths[] = {{"portable", eCPU_PORTABLE}, {"avx2", eCPU_AVX2}, {"avx512-vbmi", eCPU_AVX512_VBMI}};
+const SPath g_astPATHS[] = {{"portable", eCPU_PORTABLE}, {"avx2", eCPU_AVX2}, {"avx512-vbmi", eCPU_AVX512_VBMI}};
 
 std::string PatternBytes(std::size_t uSize, uint32_t uState)
 {
@@ -142,7 +142,7 @@ TEST_P(CBase64Path, TheClassUsesItBothWays)
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, CBase64Path,
-                         testing::Combine(testing::ValuesIn(g_astPaths), testing::Values(0u, 1u, 2u)),
+                         testing::Combine(testing::ValuesIn(g_astPATHS), testing::Values(0u, 1u, 2u)),
                          [](const auto& rInfo)
                          {
                              std::string strName = std::get<0>(rInfo.param).pszName;

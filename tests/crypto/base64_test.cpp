@@ -20,7 +20,7 @@ namespace
 {
 constexpr CCipher::EAction g_eENCODE = CCipher::eACTION_ENCRYPT;
 constexpr CCipher::EAction g_eDECODE = CCipher::eACTION_DECRYPT;
-constexpr unsigned char g_uUntouched = 0xEE;
+constexpr unsigned char g_uUNTOUCHED = 0xEE;
 
 const uint8_t* BytesOf(const std::string& rstr)
 {
@@ -67,11 +67,11 @@ void PrintTo(const SOutcome& rst, std::ostream* pStream)
 SOutcome Feed(CBase64& rBase64, const std::string& rstrIn, std::size_t uRoom)
 {
     const CPageEnd input(rstrIn);
-    CPageEnd output(std::string(uRoom, static_cast<char>(g_uUntouched)));
+    CPageEnd output(std::string(uRoom, static_cast<char>(g_uUNTOUCHED)));
     unsigned int uSize = UINT_MAX;
     const QvResult res = rBase64.Update(input.Get(), SizeOf(rstrIn), output.Get(), &uSize);
     EXPECT_LE(uSize, uRoom);
-    for (std::size_t u = uSize; u < uRoom; ++u) EXPECT_EQ(g_uUntouched, output.Get()[u]) << "byte " << u;
+    for (std::size_t u = uSize; u < uRoom; ++u) EXPECT_EQ(g_uUNTOUCHED, output.Get()[u]) << "byte " << u;
     return {res, std::string(output.Get(), output.Get() + uSize)};
 }
 
@@ -353,14 +353,14 @@ TEST(CBase64End, AnUnfinishedGroupFailsAndStaysUntilBegin)
 {
     CBase64 base64 = Make(g_eDECODE, 0);
     EXPECT_EQ((SOutcome{QV_RES_OK, ""}), Feed(base64, "Zm9", 3));
-    uint8_t auOut[4] = {g_uUntouched};
+    uint8_t auOut[4] = {g_uUNTOUCHED};
     for (unsigned int u = 0; u < 2; ++u)
     {
         unsigned int uSize = 77;
         EXPECT_EQ(QV_RES_FAIL, base64.End(auOut, &uSize));
         EXPECT_EQ(0u, uSize);
     }
-    EXPECT_EQ(g_uUntouched, auOut[0]);
+    EXPECT_EQ(g_uUNTOUCHED, auOut[0]);
     EXPECT_EQ((SOutcome{QV_RES_OK, "foo"}), Feed(base64, "v", 3));
     EXPECT_EQ((SOutcome{QV_RES_OK, ""}), Feed(base64, "Zm9", 3));
     ASSERT_EQ(QV_RES_OK, base64.Begin(g_eDECODE, CCipher::eMODE_CBC, nullptr, nullptr));
@@ -455,13 +455,13 @@ TEST(CBase64Begin, AnActionThatIsNoneDoesNothing)
     CBase64 base64;
     CBlob blobIn(BytesOf("foo"), 3);
     CBlob blobOut(BytesOf("keep"), 4);
-    uint8_t auOut[8] = {g_uUntouched};
+    uint8_t auOut[8] = {g_uUNTOUCHED};
     unsigned int uSize = 77;
     ASSERT_EQ(QV_RES_OK, base64.Begin(static_cast<CCipher::EAction>(3), CCipher::eMODE_DEFAULT, nullptr, nullptr));
     EXPECT_EQ(QV_RES_OK, base64.Update(BytesOf("foo"), 3, auOut, &uSize));
     EXPECT_EQ(QV_RES_OK, base64.End(auOut, &uSize));
     EXPECT_EQ(77u, uSize);
-    EXPECT_EQ(g_uUntouched, auOut[0]);
+    EXPECT_EQ(g_uUNTOUCHED, auOut[0]);
     EXPECT_EQ(QV_RES_OK, base64.Update(&blobIn, &blobOut, true));
     EXPECT_EQ(QV_RES_OK, base64.End(&blobOut, true));
     EXPECT_EQ("keep", TextOf(blobOut));

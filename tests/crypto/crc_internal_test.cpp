@@ -36,7 +36,7 @@ uint32_t FoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, con
     return CrcFoldPclmul(uRegister, puData, uSize, rstVariant);
 }
 
-const SPath g_astPaths[] = {{"portable", eCPU_PORTABLE, 0, Slice},
+const SPath g_astPATHS[] = {{"portable", eCPU_PORTABLE, 0, Slice},
                             {"pclmulqdq", eCPU_PCLMULQDQ, 16, FoldPclmul},
                             {"vpclmulqdq", eCPU_VPCLMULQDQ, 4, CrcFoldVpclmul}};
 
@@ -61,7 +61,7 @@ protected:
     bool IsThere() const { return HasCpuFeature(Path().eFeature); }
     uint32_t MoveOn(uint32_t uRegister, const uint8_t* puData, std::size_t uSize) const
     {
-        return Path().pfnMoveOn(uRegister, puData, uSize, g_astCrcVariants[Type()]);
+        return Path().pfnMoveOn(uRegister, puData, uSize, g_astCRC_VARIANTS[Type()]);
     }
 };
 
@@ -150,7 +150,7 @@ TEST_P(CCrcPath, TheClassTakesItWhenNoBetterOneIsThere)
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, CCrcPath,
-                         testing::Combine(testing::ValuesIn(g_astPaths), testing::Values(CCrc::eCRC16, CCrc::eCRC32)),
+                         testing::Combine(testing::ValuesIn(g_astPATHS), testing::Values(CCrc::eCRC16, CCrc::eCRC32)),
                          [](const auto& rInfo)
                          {
                              const bool b16 = std::get<1>(rInfo.param) == CCrc::eCRC16;

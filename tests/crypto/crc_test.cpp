@@ -20,7 +20,7 @@
 
 namespace
 {
-constexpr CCrc::ECrcType g_eNoType = static_cast<CCrc::ECrcType>(2);
+constexpr CCrc::ECrcType g_eNO_TYPE = static_cast<CCrc::ECrcType>(2);
 
 uint32_t EndOf(CCrc& rCrc, CCrc::ECrcType eType)
 {
@@ -267,7 +267,7 @@ TEST(CCrcRefusals, ATypeThatIsNoneBeginsAndNeverEnds)
     CCrc crc;
     uint16_t uCrc16;
     uint32_t uCrc32;
-    ASSERT_EQ(QV_RES_OK, crc.Begin(g_eNoType));
+    ASSERT_EQ(QV_RES_OK, crc.Begin(g_eNO_TYPE));
     for (unsigned int u = 0; u < 2; ++u)
     {
         EXPECT_EQ(QV_RES_FAIL, crc.Update(Bytes("x"), 1));

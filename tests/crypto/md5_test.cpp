@@ -10,16 +10,16 @@
 namespace
 {
 // Offsets in CMd5BremoFw, behind the pointer to its virtual table.
-constexpr std::size_t g_uStateAt = 8;
-constexpr std::size_t g_uBitCountLowAt = 24;
-constexpr std::size_t g_uBitCountHighAt = 28;
-constexpr std::size_t g_uBufferAt = 32;
-constexpr std::size_t g_uEnd = 96;
+constexpr std::size_t g_uSTATE_AT = 8;
+constexpr std::size_t g_uBIT_COUNT_LOW_AT = 24;
+constexpr std::size_t g_uBIT_COUNT_HIGH_AT = 28;
+constexpr std::size_t g_uBUFFER_AT = 32;
+constexpr std::size_t g_uEND = 96;
 
 uint64_t BitCount(const CMd5BremoFw& rMd5)
 {
-    return static_cast<uint64_t>(LoadAt<uint32_t>(&rMd5, g_uBitCountHighAt)) << 32 |
-           LoadAt<uint32_t>(&rMd5, g_uBitCountLowAt);
+    return static_cast<uint64_t>(LoadAt<uint32_t>(&rMd5, g_uBIT_COUNT_HIGH_AT)) << 32 |
+           LoadAt<uint32_t>(&rMd5, g_uBIT_COUNT_LOW_AT);
 }
 }  // namespace
 
@@ -27,9 +27,9 @@ TEST(CMd5State, BeginLoadsTheInitialValuesAndZeroesTheBitCount)
 {
     const uint32_t auInitial[4] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};  // RFC 1321, section 3.3
     CMd5BremoFw md5;
-    StoreAt<uint64_t>(&md5, g_uBitCountLowAt, ~uint64_t{0});
+    StoreAt<uint64_t>(&md5, g_uBIT_COUNT_LOW_AT, ~uint64_t{0});
     ASSERT_EQ(QV_RES_OK, md5.Begin());
-    EXPECT_EQ(BytesAt(auInitial, 0, 16), BytesAt(&md5, g_uStateAt, 16));
+    EXPECT_EQ(BytesAt(auInitial, 0, 16), BytesAt(&md5, g_uSTATE_AT, 16));
     EXPECT_EQ(0u, BitCount(md5));
 }
 
@@ -44,7 +44,7 @@ TEST(CMd5State, CountsBitsAndKeepsTheUnfinishedBlock)
         ASSERT_EQ(QV_RES_OK, md5.Update(message.data() + uSize - 1, 1));
         ASSERT_EQ(8u * uSize, BitCount(md5));
         const unsigned int uInBlock = uSize % 64;
-        ASSERT_EQ(BytesAt(message.data(), uSize - uInBlock, uInBlock), BytesAt(&md5, g_uBufferAt, uInBlock));
+        ASSERT_EQ(BytesAt(message.data(), uSize - uInBlock, uInBlock), BytesAt(&md5, g_uBUFFER_AT, uInBlock));
     }
 }
 
@@ -54,9 +54,9 @@ TEST(CMd5State, FullBlocksGoThroughTheTransformAtOnce)
     const std::vector<unsigned char> message(64, 'x');
     ASSERT_EQ(QV_RES_OK, md5.Begin());
     ASSERT_EQ(QV_RES_OK, md5.Update(message.data(), 63));
-    const std::vector<unsigned char> before = BytesAt(&md5, g_uStateAt, 16);
+    const std::vector<unsigned char> before = BytesAt(&md5, g_uSTATE_AT, 16);
     ASSERT_EQ(QV_RES_OK, md5.Update(message.data(), 1));
-    EXPECT_NE(before, BytesAt(&md5, g_uStateAt, 16));
+    EXPECT_NE(before, BytesAt(&md5, g_uSTATE_AT, 16));
 }
 
 TEST(CMd5State, TheBitCountCarriesIntoItsHighWord)
@@ -64,8 +64,8 @@ TEST(CMd5State, TheBitCountCarriesIntoItsHighWord)
     const std::vector<unsigned char> message(65, 'x');
     CMd5BremoFw md5;
     ASSERT_EQ(QV_RES_OK, md5.Begin());
-    StoreAt<uint32_t>(&md5, g_uBitCountLowAt, 0xFFFFFE00);
-    StoreAt<uint32_t>(&md5, g_uBitCountHighAt, 6);
+    StoreAt<uint32_t>(&md5, g_uBIT_COUNT_LOW_AT, 0xFFFFFE00);
+    StoreAt<uint32_t>(&md5, g_uBIT_COUNT_HIGH_AT, 6);
     ASSERT_EQ(QV_RES_OK, md5.Update(message.data(), 65));
     EXPECT_EQ(0x700000008u, BitCount(md5));
 }
@@ -75,7 +75,7 @@ TEST(CMd5State, TheBitCountWrapsAfter64Bits)
     const std::vector<unsigned char> message(64, 'x');
     CMd5BremoFw md5;
     ASSERT_EQ(QV_RES_OK, md5.Begin());
-    StoreAt<uint64_t>(&md5, g_uBitCountLowAt, ~uint64_t{0} - 511);
+    StoreAt<uint64_t>(&md5, g_uBIT_COUNT_LOW_AT, ~uint64_t{0} - 511);
     ASSERT_EQ(QV_RES_OK, md5.Update(message.data(), 64));
     EXPECT_EQ(0u, BitCount(md5));
 }
@@ -99,8 +99,8 @@ TEST(CMd5State, EndZeroesTheWholeState)
         ASSERT_EQ(QV_RES_OK, md5.Begin());
         ASSERT_EQ(QV_RES_OK, md5.Update(message.data(), uSize));
         ASSERT_EQ(QV_RES_OK, md5.End(auDigest));
-        EXPECT_EQ(std::vector<unsigned char>(g_uEnd - g_uStateAt, 0),
-                  BytesAt(static_cast<CMd5BremoFw*>(&md5), g_uStateAt, g_uEnd - g_uStateAt))
+        EXPECT_EQ(std::vector<unsigned char>(g_uEND - g_uSTATE_AT, 0),
+                  BytesAt(static_cast<CMd5BremoFw*>(&md5), g_uSTATE_AT, g_uEND - g_uSTATE_AT))
             << uSize << " bytes";
     }
 }

@@ -19,14 +19,14 @@
 namespace
 {
 using namespace orvel_internal;
-constexpr std::size_t g_uStackSize = 256 * 1024;
+constexpr std::size_t g_uSTACK_SIZE = 256 * 1024;
 
 const Bytes g_key = {0x9c, 0x11, 0xd8, 0x27, 0x53, 0xbe, 0x40, 0xf6, 0x8a, 0x6d,
                      0x05, 0xe9, 0x72, 0x3b, 0xc4, 0xaf, 0x18, 0x91, 0x66, 0xdd};
 
 // Written by the work and compared with the stack by the test: in static storage, so not on the stack itself.
 uint8_t g_auOut[64];
-alignas(64) unsigned char g_auStack[g_uStackSize];
+alignas(64) unsigned char g_auStack[g_uSTACK_SIZE];
 
 // Deep enough that the end of the thread does not write over what the work has left.
 void* RunOnStack(void* pvWork)
@@ -74,7 +74,7 @@ void ExpectNoTraceOf(const Bytes& rSecret, const unsigned char* puStack, const c
     {
         for (std::size_t u = 0; u + 8 <= rForm.size(); u += 4)
         {
-            const unsigned char* const puEnd = puStack + g_uStackSize;
+            const unsigned char* const puEnd = puStack + g_uSTACK_SIZE;
             const unsigned char* const puFound = std::search(puStack, puEnd, &rForm[u], &rForm[u] + 8);
             EXPECT_EQ(puEnd, puFound) << pszWhat << ", bytes " << u << " to " << u + 7 << ", " << puEnd - puFound
                                       << " bytes below the top";
@@ -160,7 +160,7 @@ TEST_P(CSecretResidue, TheSearchFindsWhatIsLeft)
         asm volatile("" : : "r"(auLeft) : "memory");
     };
     const unsigned char* const puStack = StackAfter(Leave);
-    EXPECT_NE(puStack + g_uStackSize, std::search(puStack, puStack + g_uStackSize, g_key.begin(), g_key.end()));
+    EXPECT_NE(puStack + g_uSTACK_SIZE, std::search(puStack, puStack + g_uSTACK_SIZE, g_key.begin(), g_key.end()));
 }
 
 TEST_P(CSecretResidue, ADrawLeavesNothingOfTheGeneratorsKey)

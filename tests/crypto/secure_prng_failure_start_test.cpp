@@ -11,7 +11,7 @@
 
 namespace
 {
-constexpr QvResult g_resFailure = QV_RES_ALREADY_EXISTS;
+constexpr QvResult g_resFAILURE = QV_RES_ALREADY_EXISTS;
 
 int g_nLocks = 0;
 unsigned int g_uCalls = 0;        // of the digest
@@ -21,7 +21,7 @@ bool g_bResizeFails = false;
 QvResult Call()
 {
     EXPECT_EQ(1, g_nLocks) << "under the lock";
-    return ++g_uCalls == g_uFailingCall ? g_resFailure : QV_RES_OK;
+    return ++g_uCalls == g_uFailingCall ? g_resFAILURE : QV_RES_OK;
 }
 
 // Each test begins seeded, with 5 bytes of a block of 0x11 unused.
@@ -70,7 +70,7 @@ void CCrypto::Exit()
 
 QvResult CBlob::Resize(unsigned int uSize)
 {
-    if (g_bResizeFails) return g_resFailure;
+    if (g_bResizeFails) return g_resFAILURE;
     m_uSize = uSize;
     return QV_RES_OK;
 }
@@ -100,7 +100,7 @@ TEST_F(CPrngFailure, ABlobThatCannotBeResizedGetsNoBytes)
     FailAt(0);
     CBlob blob;
     g_bResizeFails = true;
-    EXPECT_EQ(g_resFailure, CSecurePrng::Generate(60, &blob));
+    EXPECT_EQ(g_resFAILURE, CSecurePrng::Generate(60, &blob));
     g_bResizeFails = false;
     EXPECT_EQ(0u, g_uCalls);
     EXPECT_EQ(5u, CPrngProbe::ms_uBytesRemaining);
@@ -113,7 +113,7 @@ TEST_F(CPrngFailure, SetSeedReturnsItAndDoesNotCountAsSeeded)
     {
         CPrngProbe::ms_bInitialized = false;
         FailAt(uFailing);
-        EXPECT_EQ(g_resFailure, CSecurePrng::SetSeed(1, &uByte));
+        EXPECT_EQ(g_resFAILURE, CSecurePrng::SetSeed(1, &uByte));
         EXPECT_EQ(uFailing, g_uCalls);
         EXPECT_FALSE(CPrngProbe::ms_bInitialized);
         EXPECT_EQ(0, g_nLocks);

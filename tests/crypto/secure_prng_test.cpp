@@ -421,14 +421,14 @@ TEST_F(CPrng, AForkedChildThatStartsAfreshDrawsBytesOfItsOwn)
 
 namespace
 {
-constexpr unsigned int g_uThreads = 4;
+constexpr unsigned int g_uTHREADS = 4;
 
 template <typename Work>
 void RunThreads(Work work)
 {
     std::atomic<bool> bGo{false};
     std::vector<std::thread> threads;
-    for (unsigned int u = 0; u < g_uThreads; ++u)
+    for (unsigned int u = 0; u < g_uTHREADS; ++u)
     {
         threads.emplace_back(
             [&bGo, &work, u]
@@ -448,7 +448,7 @@ TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
     constexpr unsigned int uSize = 27;
     Seed();
     CPrngModel model;
-    std::vector<Bytes> drawn[g_uThreads];
+    std::vector<Bytes> drawn[g_uTHREADS];
     RunThreads(
         [&drawn](unsigned int uThread)
         {
@@ -460,7 +460,7 @@ TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
     {
         for (const Bytes& rDraw : rOfThread) all.emplace_back(rDraw.begin(), rDraw.end());
     }
-    for (unsigned int u = 0; u < g_uThreads * uDraws; ++u)
+    for (unsigned int u = 0; u < g_uTHREADS * uDraws; ++u)
     {
         const Bytes draw = model.Draw(uSize);
         want.emplace_back(draw.begin(), draw.end());

@@ -14,15 +14,15 @@ namespace
 using sha_model::SSha1;
 
 // Offsets in CSha1BremoFw, behind the pointer to its virtual table.
-constexpr std::size_t g_uStateAt = 8;
-constexpr std::size_t g_uBlockAt = 28;
-constexpr std::size_t g_uBlockIndexAt = 92;
-constexpr std::size_t g_uByteCountAt = 96;
+constexpr std::size_t g_uSTATE_AT = 8;
+constexpr std::size_t g_uBLOCK_AT = 28;
+constexpr std::size_t g_uBLOCK_INDEX_AT = 92;
+constexpr std::size_t g_uBYTE_COUNT_AT = 96;
 
 std::vector<uint32_t> StateOf(const CSha1BremoFw& rSha1)
 {
     std::vector<uint32_t> state;
-    for (std::size_t u = 0; u < 5; ++u) state.push_back(LoadAt<uint32_t>(&rSha1, g_uStateAt + 4 * u));
+    for (std::size_t u = 0; u < 5; ++u) state.push_back(LoadAt<uint32_t>(&rSha1, g_uSTATE_AT + 4 * u));
     return state;
 }
 }  // namespace
@@ -40,12 +40,12 @@ TEST(SSha1Model, AgreesWithLibcrypto)
 TEST(CSha1State, BeginLoadsTheInitialValuesAndZeroesIndexAndCount)
 {
     CSha1BremoFw sha1;
-    StoreAt<uint8_t>(&sha1, g_uBlockIndexAt, 9);
-    StoreAt<uint64_t>(&sha1, g_uByteCountAt, ~uint64_t{0});
+    StoreAt<uint8_t>(&sha1, g_uBLOCK_INDEX_AT, 9);
+    StoreAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT, ~uint64_t{0});
     ASSERT_EQ(QV_RES_OK, sha1.Begin());
     EXPECT_EQ(SSha1::Start(), StateOf(sha1));
-    EXPECT_EQ(0u, LoadAt<uint8_t>(&sha1, g_uBlockIndexAt));
-    EXPECT_EQ(0u, LoadAt<uint64_t>(&sha1, g_uByteCountAt));
+    EXPECT_EQ(0u, LoadAt<uint8_t>(&sha1, g_uBLOCK_INDEX_AT));
+    EXPECT_EQ(0u, LoadAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT));
 }
 
 TEST(CSha1State, HoldsWordsUnfinishedBlockIndexAndByteCount)
@@ -60,9 +60,9 @@ TEST(CSha1State, HoldsWordsUnfinishedBlockIndexAndByteCount)
         ASSERT_EQ(QV_RES_OK, sha1.Update(message.data(), uSize));
         const unsigned int uIndex = uSize % 64;
         EXPECT_EQ(sha_model::StateAfter<SSha1>({message.begin(), message.begin() + uSize}), StateOf(sha1));
-        EXPECT_EQ(uIndex, LoadAt<uint8_t>(&sha1, g_uBlockIndexAt));
-        EXPECT_EQ(BytesAt(message.data(), uSize - uIndex, uIndex), BytesAt(&sha1, g_uBlockAt, uIndex));
-        EXPECT_EQ(uSize, LoadAt<uint64_t>(&sha1, g_uByteCountAt));
+        EXPECT_EQ(uIndex, LoadAt<uint8_t>(&sha1, g_uBLOCK_INDEX_AT));
+        EXPECT_EQ(BytesAt(message.data(), uSize - uIndex, uIndex), BytesAt(&sha1, g_uBLOCK_AT, uIndex));
+        EXPECT_EQ(uSize, LoadAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT));
     }
 }
 
@@ -71,9 +71,9 @@ TEST(CSha1State, TheByteCountIsOf64Bits)
     const std::vector<unsigned char> message(100, 'x');
     CSha1BremoFw sha1;
     ASSERT_EQ(QV_RES_OK, sha1.Begin());
-    StoreAt<uint64_t>(&sha1, g_uByteCountAt, 0xFFFFFFC0);
+    StoreAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT, 0xFFFFFFC0);
     ASSERT_EQ(QV_RES_OK, sha1.Update(message.data(), 100));
-    EXPECT_EQ(0x100000024u, LoadAt<uint64_t>(&sha1, g_uByteCountAt));
+    EXPECT_EQ(0x100000024u, LoadAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT));
 }
 
 namespace
@@ -103,7 +103,7 @@ TEST_P(CSha1Length, TheLengthFieldIsFormedFromTheLow32BitsOfTheByteCount)
     CSha1 sha1;
     std::vector<unsigned char> digest(20);
     ASSERT_EQ(QV_RES_OK, sha1.Begin());
-    StoreAt<uint64_t>(static_cast<CSha1BremoFw*>(&sha1), g_uByteCountAt, GetParam().uBytesBefore);
+    StoreAt<uint64_t>(static_cast<CSha1BremoFw*>(&sha1), g_uBYTE_COUNT_AT, GetParam().uBytesBefore);
     ASSERT_EQ(QV_RES_OK, sha1.Update(message.data(), GetParam().uBytesMore));
     ASSERT_EQ(QV_RES_OK, sha1.End(digest.data()));
     EXPECT_EQ(sha_model::Digest<SSha1>(message, GetParam().uLengthField), digest);
@@ -125,7 +125,7 @@ TEST(CSha1State, FromFourGibibytesOnTheDigestIsNotTheStandards)
     CSha1 sha1;
     std::vector<unsigned char> digest(20);
     ASSERT_EQ(QV_RES_OK, sha1.Begin());
-    StoreAt<uint64_t>(static_cast<CSha1BremoFw*>(&sha1), g_uByteCountAt, 0xFFFFFFC0);
+    StoreAt<uint64_t>(static_cast<CSha1BremoFw*>(&sha1), g_uBYTE_COUNT_AT, 0xFFFFFFC0);
     ASSERT_EQ(QV_RES_OK, sha1.Update(message.data(), 64));
     ASSERT_EQ(QV_RES_OK, sha1.End(digest.data()));
     EXPECT_NE(sha_model::Digest<SSha1>(message, 0x800000000), digest);
@@ -144,9 +144,9 @@ TEST(CSha1State, EndLeavesThePaddedState)
         ASSERT_EQ(QV_RES_OK, sha1.End(digest.data()));
         EXPECT_EQ(digest, sha_model::BigEndian(StateOf(sha1)));
         const std::vector<unsigned char> padding = sha_model::Padding(uSize, 8 * uSize);
-        EXPECT_EQ(std::vector<unsigned char>(padding.end() - 8, padding.end()), BytesAt(&sha1, g_uBlockAt + 56, 8));
-        EXPECT_EQ(0u, LoadAt<uint8_t>(&sha1, g_uBlockIndexAt)) << "the last block is processed";
-        EXPECT_EQ(uSize, LoadAt<uint64_t>(&sha1, g_uByteCountAt));
+        EXPECT_EQ(std::vector<unsigned char>(padding.end() - 8, padding.end()), BytesAt(&sha1, g_uBLOCK_AT + 56, 8));
+        EXPECT_EQ(0u, LoadAt<uint8_t>(&sha1, g_uBLOCK_INDEX_AT)) << "the last block is processed";
+        EXPECT_EQ(uSize, LoadAt<uint64_t>(&sha1, g_uBYTE_COUNT_AT));
     }
 }
 

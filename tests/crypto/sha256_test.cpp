@@ -15,14 +15,14 @@ namespace
 using sha_model::SSha256;
 
 // Offsets in CSha256BremoFw, behind the pointer to its virtual table.
-constexpr std::size_t g_uComputedAt = 8;
-constexpr std::size_t g_uCorruptedAt = 9;
-constexpr std::size_t g_uBlockIndexAt = 10;
-constexpr std::size_t g_uBlockAt = 11;
-constexpr std::size_t g_uLengthHighAt = 76;
-constexpr std::size_t g_uLengthLowAt = 80;
-constexpr std::size_t g_uStateAt = 84;
-constexpr std::size_t g_uEnd = 116;
+constexpr std::size_t g_uCOMPUTED_AT = 8;
+constexpr std::size_t g_uCORRUPTED_AT = 9;
+constexpr std::size_t g_uBLOCK_INDEX_AT = 10;
+constexpr std::size_t g_uBLOCK_AT = 11;
+constexpr std::size_t g_uLENGTH_HIGH_AT = 76;
+constexpr std::size_t g_uLENGTH_LOW_AT = 80;
+constexpr std::size_t g_uSTATE_AT = 84;
+constexpr std::size_t g_uEND = 116;
 
 // The implementation class with its fields in reach.
 class CProbe : public CSha256BremoFw
@@ -31,24 +31,24 @@ public:
     std::vector<uint32_t> State() const
     {
         std::vector<uint32_t> state;
-        for (std::size_t u = 0; u < 8; ++u) state.push_back(LoadAt<uint32_t>(this, g_uStateAt + 4 * u));
+        for (std::size_t u = 0; u < 8; ++u) state.push_back(LoadAt<uint32_t>(this, g_uSTATE_AT + 4 * u));
         return state;
     }
     uint64_t Length() const
     {
-        return static_cast<uint64_t>(LoadAt<uint32_t>(this, g_uLengthHighAt)) << 32 |
-               LoadAt<uint32_t>(this, g_uLengthLowAt);
+        return static_cast<uint64_t>(LoadAt<uint32_t>(this, g_uLENGTH_HIGH_AT)) << 32 |
+               LoadAt<uint32_t>(this, g_uLENGTH_LOW_AT);
     }
     void SetLength(uint64_t uBits)
     {
-        StoreAt(this, g_uLengthHighAt, static_cast<uint32_t>(uBits >> 32));
-        StoreAt(this, g_uLengthLowAt, static_cast<uint32_t>(uBits));
+        StoreAt(this, g_uLENGTH_HIGH_AT, static_cast<uint32_t>(uBits >> 32));
+        StoreAt(this, g_uLENGTH_LOW_AT, static_cast<uint32_t>(uBits));
     }
-    unsigned int Computed() const { return LoadAt<uint8_t>(this, g_uComputedAt); }
-    unsigned int Corrupted() const { return LoadAt<uint8_t>(this, g_uCorruptedAt); }
-    unsigned int BlockIndex() const { return LoadAt<uint8_t>(this, g_uBlockIndexAt); }
-    Bytes Fields() const { return BytesAt(this, g_uComputedAt, g_uEnd - g_uComputedAt); }
-    Bytes Block(unsigned int uSize) const { return BytesAt(this, g_uBlockAt, uSize); }
+    unsigned int Computed() const { return LoadAt<uint8_t>(this, g_uCOMPUTED_AT); }
+    unsigned int Corrupted() const { return LoadAt<uint8_t>(this, g_uCORRUPTED_AT); }
+    unsigned int BlockIndex() const { return LoadAt<uint8_t>(this, g_uBLOCK_INDEX_AT); }
+    Bytes Fields() const { return BytesAt(this, g_uCOMPUTED_AT, g_uEND - g_uCOMPUTED_AT); }
+    Bytes Block(unsigned int uSize) const { return BytesAt(this, g_uBLOCK_AT, uSize); }
 };
 
 Bytes End(CSha256BremoFw& rSha256)
@@ -95,9 +95,9 @@ TEST(SSha256Model, AgreesWithLibcrypto)
 TEST(CSha256State, BeginLoadsTheInitialValuesAndClearsIndexLengthAndFlags)
 {
     CProbe sha256;
-    StoreAt<uint8_t>(&sha256, g_uComputedAt, 1);
-    StoreAt<uint8_t>(&sha256, g_uCorruptedAt, 1);
-    StoreAt<uint8_t>(&sha256, g_uBlockIndexAt, 9);
+    StoreAt<uint8_t>(&sha256, g_uCOMPUTED_AT, 1);
+    StoreAt<uint8_t>(&sha256, g_uCORRUPTED_AT, 1);
+    StoreAt<uint8_t>(&sha256, g_uBLOCK_INDEX_AT, 9);
     sha256.SetLength(~uint64_t{0});
     ASSERT_EQ(QV_RES_OK, sha256.Begin());
     EXPECT_EQ(SSha256::Start(), sha256.State());
@@ -357,7 +357,7 @@ TEST_F(CSha256Misuse, ADigestBlobIsResizedAlsoWhenThereIsNoDigest)
 
 TEST_F(CSha256Misuse, ACorruptedFlagAloneRefusesUpdateAndEnd)
 {
-    StoreAt<uint8_t>(&m_sha256, g_uCorruptedAt, 1);
+    StoreAt<uint8_t>(&m_sha256, g_uCORRUPTED_AT, 1);
     const Bytes before = m_sha256.Fields();
     ExpectPoisoned();
     EXPECT_EQ(before, m_sha256.Fields());

@@ -18,7 +18,7 @@ namespace
 using namespace orvel_internal;
 
 // Copied whole into states of that many words.
-static_assert(sizeof(auSHA1_START) == 5 * sizeof(uint32_t));
+static_assert(sizeof(g_auSHA1_START) == 5 * sizeof(uint32_t));
 
 using Words = std::vector<uint32_t>;
 
@@ -52,7 +52,7 @@ void PrintTo(const SPath& rstPath, std::ostream* pStream)
 using sha_model::SSha1;
 using sha_model::SSha256;
 
-constexpr SPath g_astPaths[] = {
+constexpr SPath g_astPATHS[] = {
     {"Sha1", Sha1Blocks, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
     {"Sha1Portable", Sha1BlocksPortable, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
     {"Sha1Instructions", Sha1BlocksShaExtensions, SSha1::Start, SSha1::Block, EVP_sha1, HasShaInstructions, Sha1Blocks},
@@ -75,7 +75,7 @@ protected:
     std::mt19937 m_rng{TestSeed()};
 };
 
-INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPaths),
+INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPATHS),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 }  // namespace
 
@@ -147,5 +147,5 @@ TEST_P(CShaBlocks, WriteNothingButTheirWords)
 
 TEST(Sha256Constants, AreTheCubeRootsOfTheFirstPrimes)
 {
-    EXPECT_EQ(SSha256::Fractions(64, 3), Words(std::begin(auSHA256_CONSTANTS), std::end(auSHA256_CONSTANTS)));
+    EXPECT_EQ(SSha256::Fractions(64, 3), Words(std::begin(g_auSHA256_CONSTANTS), std::end(g_auSHA256_CONSTANTS)));
 }
