@@ -18,8 +18,8 @@ struct SCrcVariant
 {
     static constexpr unsigned int ms_uREACH = 1024;
 
-    /// Factors for the first and the second 8 bytes of each 16, laid out like the last ms_uREACH bytes of a message: they
-    /// bring what lies there onto the last 12 bytes of a 16-byte remainder.
+    /// Factors for the first and the second 8 bytes of each 16, laid out like the last ms_uREACH bytes of a message:
+    /// they bring what lies there onto the last 12 bytes of a 16-byte remainder.
     alignas(64) uint64_t auToEnd[ms_uREACH / 8];
     /// Factors that move 16 bytes on by 64, by 512.
     uint64_t auBy64[2];
