@@ -104,6 +104,9 @@ TEST_P(CShaBlocks, ChangeAnyStateAsTheStandardSaysFromAnyAddress)
         for (uint32_t& ruWord : state) ruWord = static_cast<uint32_t>(m_rng());
         Words want = state;
         for (unsigned int u = 0; u < uBlocks; ++u) GetParam().pfnModel(want, bytes.data() + uOffset + 64 * u);
+        // Nothing behind the words is written.
+        state.insert(state.end(), 4, 0xEEEEEEEE);
+        want.insert(want.end(), 4, 0xEEEEEEEE);
         Run(state, bytes.data() + uOffset, uBlocks);
         ASSERT_EQ(want, state) << "step " << uStep << ", " << uBlocks << " blocks";
     }
@@ -123,26 +126,6 @@ TEST_P(CShaBlocks, ExtremeWordsDoNotMatter)
             EXPECT_EQ(want, state);
         }
     }
-}
-
-TEST_P(CShaBlocks, NoBlocksChangeNothing)
-{
-    Words state = GetParam().pfnStart();
-    const uint8_t uByte = 0;
-    Run(state, &uByte, 0);
-    EXPECT_EQ(GetParam().pfnStart(), state);
-}
-
-TEST_P(CShaBlocks, WriteNothingButTheirWords)
-{
-    const Bytes blocks = RandomBytes(m_rng, 192, 192);
-    const Bytes before = blocks;
-    Words state = GetParam().pfnStart();
-    const std::size_t uWords = state.size();
-    state.insert(state.end(), 4, 0xEEEEEEEE);
-    Run(state, blocks.data(), 3);
-    EXPECT_EQ(Words(4, 0xEEEEEEEE), Words(state.begin() + static_cast<std::ptrdiff_t>(uWords), state.end()));
-    EXPECT_EQ(before, blocks);
 }
 
 TEST(Sha256Constants, AreTheCubeRootsOfTheFirstPrimes)
