@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
 #include <vector>
 
 #include "tests/support/free_mutex.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/prng_probe.h"
+#include "tests/support/run_threads.h"
 
 namespace
 {
@@ -28,25 +27,6 @@ uint32_t BlockCounter()
 const CMutex& MutexOf(const CCrypto* pCrypto)
 {
     return *reinterpret_cast<const CMutex*>(reinterpret_cast<const unsigned char*>(pCrypto) + sizeof(void*));
-}
-
-// Runs the work on several threads that start together.
-template <typename Work>
-void RunThreads(Work work)
-{
-    std::atomic<bool> bGo{false};
-    std::vector<std::thread> threads;
-    for (std::size_t u = 0; u < 4; ++u)
-    {
-        threads.emplace_back(
-            [&bGo, &work, u]
-            {
-                while (!bGo) std::this_thread::yield();
-                work(u);
-            });
-    }
-    bGo = true;
-    for (std::thread& rThread : threads) rThread.join();
 }
 }  // namespace
 
@@ -73,7 +53,7 @@ TEST(CCryptoInstance, SeveralThreadsThatComeFirstShareOne)
     {
         CCrypto::FinalizeCCrypto();
         std::vector<CCrypto*> instances(4);
-        RunThreads([&instances](std::size_t uThread) { instances[uThread] = CCrypto::Instance(); });
+        RunThreads(4, [&instances](unsigned int uThread) { instances[uThread] = CCrypto::Instance(); });
         for (const CCrypto* pInstance : instances) ASSERT_EQ(CProbe::Current(), pInstance);
     }
 }
@@ -93,16 +73,16 @@ TEST(CCryptoLock, EnterLocksTheObjectsOwnMutexAndExitUnlocksIt)
 TEST(CCryptoLock, LetsOneThreadInAtATime)
 {
     unsigned int uCount = 0;  // not atomic: the lock is all that guards it
-    RunThreads(
-        [&uCount](std::size_t)
-        {
-            for (unsigned int u = 0; u < 5000; ++u)
-            {
-                CCrypto::Instance()->Enter();
-                ++uCount;
-                CCrypto::Instance()->Exit();
-            }
-        });
+    RunThreads(4,
+               [&uCount](unsigned int)
+               {
+                   for (unsigned int u = 0; u < 5000; ++u)
+                   {
+                       CCrypto::Instance()->Enter();
+                       ++uCount;
+                       CCrypto::Instance()->Exit();
+                   }
+               });
     EXPECT_EQ(20000u, uCount);
 }
 

@@ -6,14 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <string>
-#include <thread>
+#include <set>
 
 #include "tests/support/bytes.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/prng_model.h"
 #include "tests/support/run_program.h"
+#include "tests/support/run_threads.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -285,24 +284,6 @@ TEST_F(CPrng, AForkedChildThatStartsAfreshDrawsBytesOfItsOwn)
 namespace
 {
 constexpr unsigned int g_uTHREADS = 4;
-
-template <typename Work>
-void RunThreads(Work work)
-{
-    std::atomic<bool> bGo{false};
-    std::vector<std::thread> threads;
-    for (unsigned int u = 0; u < g_uTHREADS; ++u)
-    {
-        threads.emplace_back(
-            [&bGo, &work, u]
-            {
-                while (!bGo) std::this_thread::yield();
-                work(u);
-            });
-    }
-    bGo = true;
-    for (std::thread& rThread : threads) rThread.join();
-}
 }  // namespace
 
 TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
@@ -312,11 +293,11 @@ TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
     Seed();
     CPrngModel model;
     std::vector<Bytes> drawn[g_uTHREADS];
-    RunThreads(
-        [&drawn](unsigned int uThread)
-        {
-            for (unsigned int u = 0; u < uDRAWS; ++u) drawn[uThread].push_back(Draw(uSIZE));
-        });
+    RunThreads(g_uTHREADS,
+               [&drawn](unsigned int uThread)
+               {
+                   for (unsigned int u = 0; u < uDRAWS; ++u) drawn[uThread].push_back(Draw(uSIZE));
+               });
     std::vector<Bytes> all;
     std::vector<Bytes> want;
     for (const std::vector<Bytes>& rOfThread : drawn) all.insert(all.end(), rOfThread.begin(), rOfThread.end());
@@ -329,23 +310,47 @@ TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
 
 TEST_F(CPrng, SeveralThreadsThatComeFirstGatherOneSeed)
 {
-    RunThreads([](unsigned int) { Draw(5); });
+    RunThreads(g_uTHREADS, [](unsigned int) { Draw(5); });
     EXPECT_EQ(1u, SeedsGathered());
     EXPECT_TRUE(CPrngProbe::ms_bInitialized);
 }
 
 TEST_F(CPrng, SetSeedMayMeetDraws)
 {
-    RunThreads(
-        [](unsigned int uThread)
-        {
-            uint8_t auSeed[] = {static_cast<uint8_t>(uThread), 1};
-            for (unsigned int u = 0; u < 100; ++u)
-            {
-                const bool bSeeds = uThread % 2 == 0;
-                EXPECT_EQ(bSeeds ? QV_RES_OK : QV_RES_FAIL, CSecurePrng::SetSeed(bSeeds ? 2 : 0, auSeed));
-                Draw(9);
-            }
-        });
+    RunThreads(g_uTHREADS,
+               [](unsigned int uThread)
+               {
+                   uint8_t auSeed[] = {static_cast<uint8_t>(uThread), 1};
+                   for (unsigned int u = 0; u < 100; ++u)
+                   {
+                       const bool bSeeds = uThread % 2 == 0;
+                       EXPECT_EQ(bSeeds ? QV_RES_OK : QV_RES_FAIL, CSecurePrng::SetSeed(bSeeds ? 2 : 0, auSeed));
+                       Draw(9);
+                   }
+               });
     EXPECT_TRUE(CPrngProbe::ms_bInitialized);
+}
+
+// What goes into a seed is the matter of secure_seed_devices_start_test.cpp.
+TEST(CSecureSeedSeeds, AreCountedAtomicallyAndDifferOnSeveralThreads)
+{
+    constexpr unsigned int uSEEDS = 100;
+    const unsigned int uCounter = CSeedProbe::ms_uCounter;
+    std::vector<Bytes> seedsOf[g_uTHREADS];
+    RunThreads(g_uTHREADS,
+               [&seedsOf](unsigned int uThread)
+               {
+                   for (unsigned int u = 0; u < uSEEDS; ++u)
+                   {
+                       // Twenty bytes and no more.
+                       Bytes room(22, 0xEE);
+                       EXPECT_EQ(QV_RES_OK, CSecureSeed::GenerateSeed(&room[1]));
+                       EXPECT_EQ(0xEE, room[0] & room[21]);
+                       seedsOf[uThread].push_back(room);
+                   }
+               });
+    std::set<Bytes> all;
+    for (const std::vector<Bytes>& rSeeds : seedsOf) all.insert(rSeeds.begin(), rSeeds.end());
+    EXPECT_EQ(g_uTHREADS * uSEEDS, all.size());
+    EXPECT_EQ(uCounter + g_uTHREADS * uSEEDS, CSeedProbe::ms_uCounter);
 }
