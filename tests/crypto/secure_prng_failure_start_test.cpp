@@ -1,5 +1,5 @@
-// What the seed source and the generator make of failures inside. The binary takes the place of the digest, the lock and
-// the blob.
+// What the seed source and the generator make of failures inside. The binary takes the place of the digest, of the lock
+// and of the blob.
 #include <gtest/gtest.h>
 
 #include <vector>
