@@ -1,5 +1,5 @@
-// Oracles: the vectors of RFC 4648 and of Python, and a plain model of the steps. Random messages in random cuts are for
-// fuzz/base64_fuzz.cpp, which compares with libcrypto, the paths for base64_internal_test.cpp.
+// Oracles: the vectors of RFC 4648 and of Python, and a plain model of the steps. Random messages in random cuts are
+// for fuzz/base64_fuzz.cpp, which compares with libcrypto, the paths for base64_internal_test.cpp.
 #include "framework/crypto/base64.h"
 
 #include <gtest/gtest.h>

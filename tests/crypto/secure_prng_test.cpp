@@ -1,5 +1,5 @@
-// Oracle: the stream computed with libcrypto's HMAC-SHA1 from the generator's statics. Start-up, shut-down and where the
-// state lies are the matter of tests/abi.
+// Oracle: the stream computed with libcrypto's HMAC-SHA1 from the generator's statics. Start-up, shut-down and the
+// place of the state are the matter of tests/abi.
 #include "framework/crypto/secure_prng.h"
 
 #include <gtest/gtest.h>
