@@ -121,8 +121,8 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 }
 
 #ifdef __cpp_lib_span
-/// All bytes of a blob, read or not; of a blob that is not const, to be written to as well. Valid until the blob changes
-/// or ends. Vectors need no such call: std::span(vector.begin(), vector.end()).
+/// All bytes of a blob, read or not; of a blob that is not const, to be written to as well. Valid until the blob
+/// changes or ends. Vectors need no such call: std::span(vector.begin(), vector.end()).
 inline std::span<unsigned char> QvSpanOf(CBlob& rBlob)
 {
     return {rBlob.GetFirstIndexPtr(), rBlob.GetSize()};
@@ -166,8 +166,8 @@ inline std::chrono::time_point<std::chrono::system_clock, std::chrono::duration<
     unsigned int uJulianDay;
     unsigned int uTimeMs;
     rTime.GetJulianDateAndTime(uJulianDay, uTimeMs, true);
-    using namespace orvel_internal;
-    return MsTimePoint(DayDuration(uJulianDay) - g_UNIX_EPOCH + MsDuration(uTimeMs));
+    const orvel_internal::MsDuration count(uTimeMs);
+    return orvel_internal::MsTimePoint(orvel_internal::DayDuration(uJulianDay) - orvel_internal::g_UNIX_EPOCH + count);
 }
 
 /// Sets a time to a moment of the system clock, whole milliseconds of it: the last one that has begun. Its zone stays.
@@ -178,7 +178,10 @@ inline std::chrono::time_point<std::chrono::system_clock, std::chrono::duration<
 template <typename Duration>
 [[nodiscard]] QvResult QvAssign(CTime& rTo, std::chrono::time_point<std::chrono::system_clock, Duration> moment)
 {
-    using namespace orvel_internal;
+    using orvel_internal::DayDuration;
+    using orvel_internal::g_FIRST_MOMENT;
+    using orvel_internal::g_LAST_MOMENT;
+    using orvel_internal::MsDuration;
     using Period = typename Duration::period;
     static_assert(std::is_integral_v<typename Duration::rep> && std::is_signed_v<typename Duration::rep>,
                   "the moment must be counted in signed integers");
@@ -193,7 +196,7 @@ template <typename Duration>
     const MsDuration ms = std::chrono::floor<MsDuration>(count);
     if (ms < g_FIRST_MOMENT || ms > g_LAST_MOMENT) return QV_RES_INVALID_ARGUMENT;
     const DayDuration days = std::chrono::floor<DayDuration>(ms);
-    rTo.SetJulianDateAndTime(static_cast<unsigned int>((days + g_UNIX_EPOCH).count()),
+    rTo.SetJulianDateAndTime(static_cast<unsigned int>((days + orvel_internal::g_UNIX_EPOCH).count()),
                              static_cast<unsigned int>((ms - days).count()), true);
     return QV_RES_OK;
 }
@@ -260,12 +263,13 @@ public:
 /// There is one for the whole program where its parts export it, as this header tells them to. Never destroyed.
 QV_EXPORT inline const std::error_category& QvResultCategory() noexcept
 {
-    static const std::error_category& s_rCategory = *new orvel_internal::CResultCategory;
-    return s_rCategory;
+    alignas(orvel_internal::CResultCategory) static unsigned char s_auCategory[sizeof(orvel_internal::CResultCategory)];
+    static const std::error_category* const s_pCategory = ::new (s_auCategory) orvel_internal::CResultCategory;
+    return *s_pCategory;
 }
 
-/// A result as a std::error_code. That of any success is 0, because an error code with a value means an error: a warning
-/// gets lost.
+/// A result as a std::error_code. That of any success is 0, because an error code with a value means an error: a
+/// warning gets lost.
 inline std::error_code QvErrorCodeOf(QvResult res) noexcept
 {
     return {QvFailed(res) ? res : QV_RES_OK, QvResultCategory()};
@@ -278,8 +282,8 @@ inline std::error_code QvErrorCodeOf(QvResult res) noexcept
 /// - **Ownership:** Borrows the resource, which must outlive it. Null means std::pmr::get_default_resource(), as it is
 ///   when the object is made.
 /// - **Threads:** Those of the resource; it keeps no state of its own.
-/// - **Cost:** One allocation a block, 16 bytes larger than the block: there stands its size, which the resource asks
-///   for when it is given back, and which those who give it back do not know.
+/// - **Cost:** One allocation a block, larger than the block by 16 bytes and up to the next multiple of 16: in front
+///   stands its size, which the resource asks for when it is given back, and which those who give it back do not know.
 /// - **Failure:** Null where the resource throws, whatever it throws. In a program without exceptions what is thrown
 ///   in the standard library ends it.
 class CResourceAllocator : public IAllocator
@@ -334,7 +338,8 @@ private:
 
     void* AllocateOne(unsigned int uSize)
     {
-        const size_t uAllSize = sizeof(SHeader) + uSize;
+        // A multiple of the alignment: pools of libstdc++ take no heed of an alignment that does not divide the size.
+        const size_t uAllSize = (sizeof(SHeader) + uSize + alignof(SHeader) - 1) & ~(alignof(SHeader) - 1);
 #ifdef __cpp_exceptions
         try
         {
@@ -358,10 +363,10 @@ private:
 ///   between the start-up and the shut-down of the framework.
 /// - **Threads:** Those of the allocator; it keeps no state of its own.
 /// - **Cost:** One block for each allocation, of at least 8 bytes.
-/// - **Failure:** std::bad_alloc where the allocator has no memory, for more than 0xFFFFFFFF bytes, and for an alignment
-///   above that of operator new (16), which blocks do not have.
-/// - **Equality:** Two of the same allocator are equal; in a program without run-time type information, an object equals
-///   only itself.
+/// - **Failure:** std::bad_alloc where the allocator has no memory, for more than 0xFFFFFFFF bytes, and for an
+///   alignment above that of operator new (16), which blocks do not have.
+/// - **Equality:** Two of the same allocator are equal; in a program without run-time type information, an object
+///   equals only itself.
 class CAllocatorResource : public std::pmr::memory_resource
 {
 public:
@@ -405,8 +410,8 @@ private:
 
 // -------------------------------------------------------------------------------------------------------------- keys
 
-/// For std::unordered_map and its like, in agreement with `==` of each class: that of strings looks at the characters up
-/// to a NUL, that of blobs at the bytes, and that of times at the moment.
+/// For std::unordered_map and its like, in agreement with `==` of each class: that of strings looks at the characters
+/// up to a NUL, that of blobs at the bytes, and that of times at the moment.
 template <>
 struct std::hash<CString>
 {

@@ -70,10 +70,10 @@ private:
 };
 }  // namespace orvel_internal
 
-// A loop, because its variable is not in scope yet where the expression stands: a lambda in there can use the macro, and
-// shadows nothing. It also leaves no `if` for an `else` to go astray.
-/// Evaluates the expression, a QvResult and nothing that only converts to one, once, and returns it from the function if
-/// it is a failure. A success, with a warning or not, is dropped.
+// A loop, because its variable is not in scope yet where the expression stands: a lambda in there can use the macro,
+// and shadows nothing. It also leaves no `if` for an `else` to go astray.
+/// Evaluates the expression, a QvResult and nothing that only converts to one, once, and returns it from the function
+/// if it is a failure. A success, with a warning or not, is dropped.
 /// ```
 /// QvResult Pack(CBlob& rBlob, const CString& rstrName)
 /// {

@@ -457,6 +457,20 @@ TEST(CResourceAllocatorTest, GivesChainsOfAlignedBlocks)
     allocator.Release(nullptr, 1);
 }
 
+// Their blocks are as large as requests are, and lie close together.
+TEST(CResourceAllocatorTest, GivesAlignedBlocksOfPools)
+{
+    std::pmr::unsynchronized_pool_resource pool;
+    CResourceAllocator allocator(&pool);
+    for (unsigned int uSize = 8; uSize <= 200; ++uSize)
+    {
+        IAllocator::SBlock* const pChain = allocator.Allocate(10, uSize, nullptr);
+        for (IAllocator::SBlock* const pBlock : BlocksOf(pChain))
+            EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(pBlock) % __STDCPP_DEFAULT_NEW_ALIGNMENT__) << uSize;
+        allocator.Release(pChain, 10);
+    }
+}
+
 TEST(CResourceAllocatorTest, RefusesWhatTheDefaultAllocatorRefuses)
 {
     CWatchedResource resource;
