@@ -72,9 +72,8 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
     unsigned int uSize = static_cast<unsigned int>(text.size());
     if (uSize == CString::uMAX_SIZE)
     {
-        // Insert() takes this size for "up to the NUL". The string is empty then; with room for all, only the first of
-        // the two steps can fail.
-        QV_RETURN_IF_FAILED(rstrTo.ReserveCapacity(CString::uMAX_SIZE));
+        // Insert() takes this size for "up to the NUL". The string is empty then, and only the first of the two steps
+        // can fail: capacities grow by 32, up to this size.
         QV_RETURN_IF_FAILED(rstrTo.Insert(0, 1, text.data(), --uSize));
         return rstrTo.Insert(uSize, 1, text.data() + uSize, 1);
     }
@@ -260,7 +259,8 @@ public:
 /// QV_RES_THREAD_JOIN_SELF      std::errc::resource_deadlock_would_occur
 /// QV_RES_NO_INTERFACE          std::errc::not_supported
 /// ```
-/// There is one for the whole program where its parts export it, as this header tells them to. Never destroyed.
+/// A program and the libraries that it is linked with share one, which is never destroyed. A plug-in that it loads may
+/// have one of its own, where the program does not export it: compare conditions there.
 QV_EXPORT inline const std::error_category& QvResultCategory() noexcept
 {
     alignas(orvel_internal::CResultCategory) static unsigned char s_auCategory[sizeof(orvel_internal::CResultCategory)];
