@@ -21,8 +21,6 @@
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <thread>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -337,28 +335,6 @@ TEST(CStandardError, EqualsTheConditionOfTheStandardLibrary)
         EXPECT_EQ(itself, error);
         EXPECT_EQ(conditions.count(res) == 0, error.default_error_condition() == itself);
     }
-}
-
-// As std::thread tells them.
-TEST(CStandardError, OfThreadsIsThatOfStdThread)
-{
-    std::thread thread;
-    std::error_code error;
-    thread = std::thread(
-        [&]
-        {
-            try
-            {
-                while (thread.get_id() != std::this_thread::get_id()) std::this_thread::yield();
-                thread.join();
-            }
-            catch (const std::system_error& rError)
-            {
-                error = rError.code();
-            }
-        });
-    thread.join();
-    EXPECT_EQ(QvErrorCodeOf(QV_RES_THREAD_JOIN_SELF).default_error_condition(), error);
 }
 
 TEST(CStandardError, IsNoneOfASuccess)
@@ -689,21 +665,6 @@ TEST(CStandardHash, TellsDifferentValuesApart)
                              version.SetBuild(static_cast<unsigned char>(u % 10));
                              return version;
                          }));
-}
-
-TEST(CStandardHash, CountsWords)
-{
-    std::mt19937 rng(TestSeed());
-    std::unordered_map<CString, unsigned int> counts;
-    std::map<std::string, unsigned int> expected;
-    for (unsigned int u = 0; u < 5000; ++u)
-    {
-        const std::string word = std::to_string(Below(rng, 300));
-        ++counts[word.c_str()];
-        ++expected[word];
-    }
-    EXPECT_EQ(expected.size(), counts.size());
-    for (const auto& [word, uCount] : expected) EXPECT_EQ(uCount, counts[word.c_str()]) << word;
 }
 
 // ------------------------------------------------------------------------------------------------------------ output
