@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
@@ -140,11 +139,6 @@ void ExpectToDigest(Hash& rHash)
     EXPECT_EQ(QV_RES_OK, rHash.Update(&blobData));
     EXPECT_EQ(QV_RES_OK, rHash.End(&blobDigest));
     EXPECT_EQ(Digest::s_pszABC, HexOf(blobDigest));
-
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rHash.Update(static_cast<const uint8_t*>(nullptr), 1));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rHash.End(static_cast<uint8_t*>(nullptr)));
-    EXPECT_EQ(QV_RES_FAIL, rHash.Update(static_cast<const CBlob*>(nullptr)));
-    EXPECT_EQ(QV_RES_FAIL, rHash.End(static_cast<CBlob*>(nullptr)));
 }
 
 /// The one block that the text abc is padded to.
@@ -195,20 +189,15 @@ TYPED_TEST_SUITE(CDigest, TDigests, CDigestName);
 TYPED_TEST(CDigest, PublicClassHasTheInterfaceFirstAndTheImplementationRightBehind)
 {
     using TPublic = typename TypeParam::TPublic;
-    static_assert(sizeof(typename TypeParam::TBremo) == TypeParam::s_uBREMO_SIZE);
-    static_assert(sizeof(TPublic) == 8 + TypeParam::s_uBREMO_SIZE);
-    EXPECT_EQ(8 + TypeParam::s_uBREMO_SIZE, SizeToldByDelete(new TPublic));
-    EXPECT_EQ(TypeParam::s_uBREMO_SIZE, SizeToldByDelete(new typename TypeParam::TBremo));
+    using TBremo = typename TypeParam::TBremo;
+    static_assert(sizeof(TBremo) == TypeParam::s_uBREMO_SIZE && sizeof(TPublic) == 8 + TypeParam::s_uBREMO_SIZE);
+    EXPECT_EQ(sizeof(TPublic), SizeToldByDelete(new TPublic));
+    const std::string name = TypeParam::s_pszNAME;
+    ExpectDestructorsAlone<TBremo>((std::to_string(name.size() + 7) + name + "BremoFw").c_str());
 
     TPublic digest;
     EXPECT_EQ(0, OffsetToTop(static_cast<CHash*>(&digest)));
-    EXPECT_EQ(-8, OffsetToTop(static_cast<typename TypeParam::TBremo*>(&digest)));
-}
-
-TYPED_TEST(CDigest, PublicClassFillsTheInterfaceInItsOrder)
-{
-    const typename TypeParam::TPublic digest;
-    const std::string name = TypeParam::s_pszNAME;
+    EXPECT_EQ(-8, OffsetToTop(static_cast<TBremo*>(&digest)));
     const std::string destructor = name + "::~" + name + "()";
     const std::vector<std::string> table{destructor,
                                          destructor,
@@ -227,35 +216,18 @@ TYPED_TEST(CDigest, PublicClassFillsTheInterfaceInItsOrder)
     EXPECT_EQ(table, TableOf(&digest));
 }
 
-TYPED_TEST(CDigest, ImplementationHasTheDestructorsAlone)
-{
-    const typename TypeParam::TBremo digest;
-    const std::string name = std::string(TypeParam::s_pszNAME) + "BremoFw";
-    EXPECT_TRUE(HasDestructorsAlone(&digest, std::to_string(name.size()) + name));
-}
-
-TYPED_TEST(CDigest, DigestsThroughTheInterface)
-{
-    typename TypeParam::TPublic digest;
-    ExpectToDigest<TypeParam>(OfUnknownOrigin(static_cast<CHash&>(digest)));
-}
-
-TYPED_TEST(CDigest, DigestsByTheNamesOfEitherClass)
-{
-    typename TypeParam::TPublic digest;
-    ExpectToDigest<TypeParam>(digest);
-    ExpectToDigest<TypeParam>(static_cast<typename TypeParam::TBremo&>(digest));
-    typename TypeParam::TBremo bremo;
-    ExpectToDigest<TypeParam>(bremo);
-}
-
-TYPED_TEST(CDigest, IsDeletedThroughEitherBase)
+TYPED_TEST(CDigest, DigestsThroughTheInterfaceAndByTheNamesOfEitherClass)
 {
     using TPublic = typename TypeParam::TPublic;
-    const std::unique_ptr<CHash> pHash(new TPublic);
-    const std::unique_ptr<typename TypeParam::TBremo> pBremo(new TPublic);
-    EXPECT_EQ(QV_RES_OK, pHash->Begin());
-    EXPECT_EQ(QV_RES_OK, pBremo->Begin());
+    using TBremo = typename TypeParam::TBremo;
+    TPublic digest;
+    TBremo bremo;
+    ExpectToDigest<TypeParam>(OfUnknownOrigin(static_cast<CHash&>(digest)));
+    ExpectToDigest<TypeParam>(digest);
+    ExpectToDigest<TypeParam>(static_cast<TBremo&>(digest));
+    ExpectToDigest<TypeParam>(bremo);
+    delete static_cast<CHash*>(new TPublic);
+    delete static_cast<TBremo*>(new TPublic);
 }
 
 TEST(CMd5Layout, HasChainThenBitCountLowAndHighThenBuffer)
@@ -264,9 +236,6 @@ TEST(CMd5Layout, HasChainThenBitCountLowAndHighThenBuffer)
     ASSERT_EQ(QV_RES_OK, md5.Begin());
     const std::vector<uint32_t> initial{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
     EXPECT_EQ(initial, std::vector<uint32_t>(md5.m_auChain, md5.m_auChain + 4));
-    EXPECT_EQ(0u, md5.m_uBitCountLow);
-    EXPECT_EQ(0u, md5.m_uBitCountHigh);
-
     ASSERT_EQ(QV_RES_OK, md5.Update(BytesOf("abc"), 3));
     EXPECT_EQ(24u, md5.m_uBitCountLow);
     EXPECT_EQ("abc", FirstThree(md5.m_auBuffer));
@@ -304,27 +273,19 @@ TEST(CSha1Layout, HasChainThenBlockThenIndexThenByteCount)
 TEST(CSha1Helpers, PadProcessAndWriteWhatInputTook)
 {
     CSha1BremoFw sha1;
-    sha1.Reset();
-    EXPECT_EQ("67452301efcdab8998badcfe10325476c3d2e1f0", HexOfWords(sha1.m_auChain));
-    sha1.Input(BytesOf("abc"), 3);
-    EXPECT_EQ(3, sha1.m_uIndex);
-    sha1.PadMsg();
-    EXPECT_EQ(SSha1::s_pszABC, HexOfWords(sha1.m_auChain));
-
     uint8_t auDigest[20];
     sha1.Reset();
     sha1.Input(BytesOf("abc"), 3);
-    sha1.Result(auDigest);
-    EXPECT_EQ(SSha1::s_pszABC, Hex(auDigest, sizeof(auDigest)));
-}
-
-TEST(CSha1Helpers, ProcessMsgBlockTransformsTheBlock)
-{
-    CSha1BremoFw sha1;
+    sha1.PadMsg();
+    EXPECT_EQ(SSha1::s_pszABC, HexOfWords(sha1.m_auChain));
     sha1.Reset();
     std::memcpy(sha1.m_auBlock, PaddedAbc().data(), 64);
     sha1.ProcessMsgBlock();
     EXPECT_EQ(SSha1::s_pszABC, HexOfWords(sha1.m_auChain));
+    sha1.Reset();
+    sha1.Input(BytesOf("abc"), 3);
+    sha1.Result(auDigest);
+    EXPECT_EQ(SSha1::s_pszABC, Hex(auDigest, sizeof(auDigest)));
 }
 
 TEST(CSha256Layout, HasFlagsThenIndexThenBlockThenBitCountHighAndLowThenChain)
@@ -342,14 +303,15 @@ TEST(CSha256Layout, HasFlagsThenIndexThenBlockThenBitCountHighAndLowThenChain)
     EXPECT_EQ(24u, sha256.m_uBitCountLow);
     EXPECT_EQ(0u, sha256.m_uBitCountHigh);
 
+    sha256.m_uBitCountLow = 0xFFFFFFF8;
+    ASSERT_EQ(QV_RES_OK, sha256.Update(BytesOf("d"), 1));
+    EXPECT_EQ(0u, sha256.m_uBitCountLow);
+    EXPECT_EQ(1u, sha256.m_uBitCountHigh);
+
     uint8_t auDigest[32];
     ASSERT_EQ(QV_RES_OK, sha256.End(auDigest));
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
     EXPECT_EQ(1, sha256.m_uComputed);
     EXPECT_EQ(0, sha256.m_uCorrupted);
-    EXPECT_EQ(0u, sha256.m_uBitCountLow);
-    EXPECT_EQ(std::vector<unsigned char>(64), BytesAt(sha256.m_auBlock, 0, 64));
-
     EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Update(BytesOf("d"), 1));
     EXPECT_EQ(1, sha256.m_uCorrupted);
 }
@@ -357,21 +319,21 @@ TEST(CSha256Layout, HasFlagsThenIndexThenBlockThenBitCountHighAndLowThenChain)
 TEST(CSha256Helpers, PadProcessAndWriteWhatInputTook)
 {
     CSha256BremoFw sha256;
+    uint8_t auDigest[32];
     sha256.Reset();
     EXPECT_EQ(QV_RES_OK, sha256.Input(BytesOf("abc"), 3));
     sha256.PadMsg(0x80);
     EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
     EXPECT_EQ(0, sha256.m_uComputed);
-
+    sha256.Reset();
+    std::memcpy(sha256.m_auBlock, PaddedAbc().data(), 64);
+    sha256.ProcessMsgBlock();
+    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
     sha256.Reset();
     EXPECT_EQ(QV_RES_OK, sha256.Input(BytesOf("abc"), 3));
     sha256.Finalize(0x80);
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
     EXPECT_EQ(1, sha256.m_uComputed);
-    EXPECT_EQ(0u, sha256.m_uBitCountLow);
     EXPECT_EQ(std::vector<unsigned char>(64), BytesAt(sha256.m_auBlock, 0, 64));
-
-    uint8_t auDigest[32];
     EXPECT_EQ(QV_RES_OK, sha256.Result(auDigest));
     EXPECT_EQ(SSha256::s_pszABC, Hex(auDigest, sizeof(auDigest)));
 }
@@ -391,15 +353,6 @@ TEST(CSha256Helpers, PadMsgBeginsWithTheByteItIsGiven)
     EXPECT_EQ(HexOfWords(processed.m_auChain), HexOfWords(padded.m_auChain));
 }
 
-TEST(CSha256Helpers, ProcessMsgBlockTransformsTheBlock)
-{
-    CSha256BremoFw sha256;
-    sha256.Reset();
-    std::memcpy(sha256.m_auBlock, PaddedAbc().data(), 64);
-    sha256.ProcessMsgBlock();
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
-}
-
 TEST(CSha256Helpers, AddLengthCarriesAndMarksAWrapAsCorrupted)
 {
     CSha256BremoFw sha256;
@@ -416,7 +369,4 @@ TEST(CSha256Helpers, AddLengthCarriesAndMarksAWrapAsCorrupted)
     sha256.m_uBitCountHigh = 0xFFFFFFFF;
     sha256.AddLength(8);
     EXPECT_NE(0, sha256.m_uCorrupted);
-    EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Input(BytesOf("a"), 1));
-    uint8_t auDigest[32];
-    EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Result(auDigest));
 }
