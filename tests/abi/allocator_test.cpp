@@ -119,7 +119,7 @@ TEST_F(CBlocks, AreReservedPoppedPushedAndReduced)
     void* const pBlock = blocks.m_pHead;
     EXPECT_EQ(pBlock, blocks.Pop());
     EXPECT_EQ(4u, blocks.m_uBlockCount);
-    OfUnknownOrigin(blocks).Push(pBlock);
+    blocks.CBlockAllocator::Push(pBlock);
     EXPECT_EQ(pBlock, blocks.m_pHead);
     blocks.Reduce(1);
     EXPECT_EQ((Values{1, 4, 1}), (Values{blocks.GetBlockCount(), m_source.m_uReleasedCount, m_source.m_uOut}));

@@ -3,6 +3,7 @@
 #include "tests/abi/old_crypto.h"
 #include "tests/abi/old_hash.h"
 #include "tests/abi/told_size.h"
+#include "tests/support/derived.h"
 
 QvResult InitializeCSingleton();
 void FinalizeCSingleton();
@@ -27,7 +28,7 @@ TEST(CSingletonLayout, HasTheTwoDestructorsAsItsVirtualFunctionsAndNoField)
 {
     static_assert(sizeof(CSingleton<CCrypto>) == 8 && sizeof(CSingleton<CDefaultAllocator>) == 8);
     const CGuarded<CSingleton<CCrypto>> ofCrypto;
-    const CGuarded<CSingleton<CDefaultAllocator>> ofDefaultAllocator;
+    const CGuarded<CDerived<CSingleton<CDefaultAllocator>>> ofDefaultAllocator;
     ExpectDestructorsAlone<CSingleton<CCrypto>>("10CSingletonI7CCryptoE");
     ExpectDestructorsAlone<CSingleton<CDefaultAllocator>>("10CSingletonI17CDefaultAllocatorE");
 }

@@ -42,9 +42,9 @@ std::size_t SizeToldByDelete(Object* pObject)
 template <typename Object, typename... Arguments>
 void ExpectDestructorsAlone(const char* pszMangled, Arguments... arguments)
 {
-    Object* const pObject = new Object(arguments...);
-    EXPECT_TRUE(HasDestructorsAlone(pObject, pszMangled));
-    EXPECT_EQ(sizeof(Object), SizeToldByDelete(pObject));
+    const Object object(arguments...);  // its destructor is called by name, the other one through its slot
+    EXPECT_TRUE(HasDestructorsAlone(&object, pszMangled));
+    EXPECT_EQ(sizeof(Object), SizeToldByDelete(new Object(arguments...)));
 }
 
 #endif
