@@ -88,13 +88,13 @@ void FinalizeCAesBremoFwOpenSsl();
 namespace
 {
 // FIPS 197, appendix B
-const uint8_t s_auKEY[16] = {0x2b, 0x7e, 0x15, 0x16, 0x28, 0xae, 0xd2, 0xa6,
+const uint8_t g_auKEY[16] = {0x2b, 0x7e, 0x15, 0x16, 0x28, 0xae, 0xd2, 0xa6,
                              0xab, 0xf7, 0x15, 0x88, 0x09, 0xcf, 0x4f, 0x3c};
-const uint8_t s_auPLAIN[16] = {0x32, 0x43, 0xf6, 0xa8, 0x88, 0x5a, 0x30, 0x8d,
+const uint8_t g_auPLAIN[16] = {0x32, 0x43, 0xf6, 0xa8, 0x88, 0x5a, 0x30, 0x8d,
                                0x31, 0x31, 0x98, 0xa2, 0xe0, 0x37, 0x07, 0x34};
-const char s_szCIPHER[] = "3925841d02dc09fbdc118597196a0b32";
+const char g_szCIPHER[] = "3925841d02dc09fbdc118597196a0b32";
 
-const uint8_t s_auZERO[32] = {};
+const uint8_t g_auZERO[32] = {};
 
 std::string_view View(const uint8_t (&rauBytes)[16])
 {
@@ -112,18 +112,18 @@ void ExpectToEncrypt(Cipher& rCipher)
 
     uint8_t auOut[32] = {};
     unsigned int uOut = 0;
-    EXPECT_EQ(QV_RES_OK, rCipher.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, s_auKEY, 16, s_auZERO, 16));
-    EXPECT_EQ(QV_RES_OK, rCipher.Update(s_auPLAIN, 16, auOut, &uOut));
-    EXPECT_EQ(s_szCIPHER, Hex(auOut, uOut));
+    EXPECT_EQ(QV_RES_OK, rCipher.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, g_auKEY, 16, g_auZERO, 16));
+    EXPECT_EQ(QV_RES_OK, rCipher.Update(g_auPLAIN, 16, auOut, &uOut));
+    EXPECT_EQ(g_szCIPHER, Hex(auOut, uOut));
     EXPECT_EQ(QV_RES_OK, rCipher.End(auOut, &uOut));
     EXPECT_EQ(0u, uOut);
 
-    const CTextBlob blobKey(View(s_auKEY)), blobIn(View(s_auPLAIN));
+    const CTextBlob blobKey(View(g_auKEY)), blobIn(View(g_auPLAIN));
     CTextBlob blobOut("kept");
     EXPECT_EQ(QV_RES_OK, rCipher.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_ECB, &blobKey, nullptr));
     EXPECT_EQ(QV_RES_OK, rCipher.Update(&blobIn, &blobOut, true));
     EXPECT_EQ(QV_RES_OK, rCipher.End(&blobOut, true));
-    EXPECT_EQ(Hex("kept", 4) + s_szCIPHER, HexOf(blobOut));
+    EXPECT_EQ(Hex("kept", 4) + g_szCIPHER, HexOf(blobOut));
 }
 
 std::string FirstOf(const uint8_t* puBytes, unsigned int uSize)
@@ -175,13 +175,13 @@ TEST(CAesLayout, GoesOnWithTheKeyScheduleOfTheBlockCipher)
         const std::string key = "a key of as many as thirty-two b";
         const std::size_t uUsed = 16 * (uKeySize / 4 + 7);  // bytes of round keys
         ASSERT_EQ(QV_RES_OK,
-                  aes.CAes::Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, BytesOf(key), uKeySize, s_auZERO, 16));
+                  aes.CAes::Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CBC, BytesOf(key), uKeySize, g_auZERO, 16));
         ASSERT_EQ(0, AES_set_encrypt_key(BytesOf(key), static_cast<int>(uKeySize * 8), &want));
         EXPECT_EQ(Hex(want.rd_key, uUsed), Hex(aes.m_key.rd_key, uUsed));
         EXPECT_EQ(want.rounds, aes.m_key.rounds);
 
         ASSERT_EQ(QV_RES_OK,
-                  aes.CAes::Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, BytesOf(key), uKeySize, s_auZERO, 16));
+                  aes.CAes::Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_ECB, BytesOf(key), uKeySize, g_auZERO, 16));
         ASSERT_EQ(0, AES_set_decrypt_key(BytesOf(key), static_cast<int>(uKeySize * 8), &want));
         EXPECT_EQ(Hex(want.rd_key, uUsed), Hex(aes.m_key.rd_key, uUsed));
     }
@@ -194,7 +194,7 @@ TEST(CAesLayout, EndsWithTheStateOfTheMessage)
     std::memset(auCounter, 0xFF, sizeof(auCounter));
     uint8_t auOut[48];
     unsigned int uOut = 0;
-    ASSERT_EQ(QV_RES_OK, aes.CAes::Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, s_auKEY, 16, auCounter, 16));
+    ASSERT_EQ(QV_RES_OK, aes.CAes::Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, g_auKEY, 16, auCounter, 16));
     EXPECT_EQ(Hex(auCounter, 16), Hex(aes.m_auIv, 16));
     EXPECT_EQ(std::vector<unsigned char>(40), BytesAt(aes.m_auPartial, 0, 40)) << "all behind it begins with zeros";
 
@@ -203,12 +203,12 @@ TEST(CAesLayout, EndsWithTheStateOfTheMessage)
     EXPECT_EQ(3u, aes.m_uPartialCount);
     ASSERT_EQ(QV_RES_OK, aes.CAes::Update(BytesOf("0123456789abcdef"), 16, auOut, &uOut));
     EXPECT_EQ(16u, uOut);
-    EXPECT_EQ(Hex(s_auZERO, 16), Hex(aes.m_auIv, 16)) << "the counter wraps in all its bytes";
+    EXPECT_EQ(Hex(g_auZERO, 16), Hex(aes.m_auIv, 16)) << "the counter wraps in all its bytes";
     EXPECT_EQ("def", FirstOf(aes.m_auPartial, 3));
 
     ASSERT_EQ(QV_RES_OK, aes.CAes::End(auOut, &uOut));
     uint8_t auEncrypted[16];
-    AES_encrypt(s_auZERO, auEncrypted, &aes.m_key);
+    AES_encrypt(g_auZERO, auEncrypted, &aes.m_key);
     EXPECT_EQ(3u, uOut);
     EXPECT_EQ(3u, aes.m_uPosition);
     EXPECT_EQ(Hex(auEncrypted, 16), Hex(aes.m_auEncryptedCounter, 16));

@@ -13,7 +13,7 @@ namespace
 using Bytes = std::vector<unsigned char>;
 
 /// Five bytes with 32-bit words to load from the first one on.
-constexpr unsigned char g_auBytes[] = {0xA1, 0xB2, 0xC3, 0xD4, 0xE5, 0, 0, 0, 0};
+constexpr unsigned char g_auBYTES[] = {0xA1, 0xB2, 0xC3, 0xD4, 0xE5, 0, 0, 0, 0};
 
 Bytes BytesOf(const CBlob& rBlob)
 {
@@ -33,7 +33,7 @@ TEST(CBlobLayout, VectorComesFirstAndTheFourCursorsFollow)
 {
     static_assert(sizeof(CVectorBase) == 56 && sizeof(CBlob) == 72);
     CForeignSource source;
-    auto* const pBlob = new CBlob(g_auBytes, 4, 7, &source);
+    auto* const pBlob = new CBlob(g_auBYTES, 4, 7, &source);
     EXPECT_EQ(static_cast<void*>(pBlob), static_cast<CVectorBase*>(pBlob));
     EXPECT_EQ(0, OffsetToTop(pBlob));
     EXPECT_TRUE(HasSlots(pBlob, {"_ZN5CBlobD1Ev", "_ZN5CBlobD0Ev", "_ZN11CVectorBase9ConstructEPv",
@@ -44,7 +44,7 @@ TEST(CBlobLayout, VectorComesFirstAndTheFourCursorsFollow)
               (Cursors{pBlob->m_uCapacity, pBlob->m_uElementSize, pBlob->m_uSize, pBlob->m_bConstruct}));
     ASSERT_EQ(QV_RES_OK, pBlob->SetReadIndex(1));
     pBlob->SkipBits(3);
-    pBlob->AppendBits(g_auBytes, 13, 0);
+    pBlob->AppendBits(g_auBYTES, 13, 0);
     EXPECT_EQ((Cursors{2, 3, 5, 5}), CursorsOf(*pBlob));
     EXPECT_EQ(10u, pBlob->m_uCapacity) << "the bits and room to store a whole word";
     delete &OfUnknownOrigin(static_cast<CVectorBase&>(*pBlob));
@@ -58,10 +58,10 @@ TEST(CBlobConstruction, SetsRoomBytesAndCursors)
     EXPECT_EQ((Cursors{0, 0, 0, 0}), CursorsOf(empty));
     EXPECT_EQ(9u, CBlob(9, nullptr).m_uCapacity);
 
-    CBlob filled(g_auBytes, 3, 5, nullptr);
+    CBlob filled(g_auBYTES, 3, 5, nullptr);
     EXPECT_EQ(5u, filled.m_uCapacity);
     filled.SkipBits(5);
-    filled.AppendBits(g_auBytes, 2, 0);
+    filled.AppendBits(g_auBYTES, 2, 0);
     const Bytes bytes{0xA1, 0xB2, 0xC3, 0x80};
     const CBlob copy(filled);
     EXPECT_EQ(bytes, BytesOf(copy));
@@ -75,10 +75,10 @@ TEST(CBlobConstruction, SetsRoomBytesAndCursors)
 
 TEST(CBlobConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
 {
-    const CBlob source(g_auBytes, 3, 5, nullptr);
+    const CBlob source(g_auBYTES, 3, 5, nullptr);
     EXPECT_EQ(0u, CDerived<CBlob>(nullptr).m_uCapacity);
     EXPECT_EQ(9u, CDerived<CBlob>(9, nullptr).m_uCapacity);
-    EXPECT_EQ((Bytes{0xA1, 0xB2}), BytesOf(CDerived<CBlob>(g_auBytes, 2, 0, nullptr)));
+    EXPECT_EQ((Bytes{0xA1, 0xB2}), BytesOf(CDerived<CBlob>(g_auBYTES, 2, 0, nullptr)));
     CDerived<CBlob>::ms_uDestroyed = 0;
     std::unique_ptr<CVectorBase> pCopy = std::make_unique<CDerived<CBlob>>(source);
     EXPECT_EQ(3u, pCopy->m_uSize);
@@ -90,9 +90,9 @@ TEST(CBlobBytes, AreInsertedAppendedAndCut)
 {
     CForeignSource source;
     CBlob blob(&source);
-    EXPECT_EQ(QV_RES_OK, blob.Append(g_auBytes, 2));
-    EXPECT_EQ(QV_RES_OK, blob.Insert(1, g_auBytes + 4, 1));
-    EXPECT_EQ(QV_RES_OK, blob.Insert(0, CBlob(g_auBytes, 4, 0, nullptr), 2, 0xFFFFFFFF));
+    EXPECT_EQ(QV_RES_OK, blob.Append(g_auBYTES, 2));
+    EXPECT_EQ(QV_RES_OK, blob.Insert(1, g_auBYTES + 4, 1));
+    EXPECT_EQ(QV_RES_OK, blob.Insert(0, CBlob(g_auBYTES, 4, 0, nullptr), 2, 0xFFFFFFFF));
     EXPECT_EQ((Bytes{0xC3, 0xD4, 0xA1, 0xE5, 0xB2}), BytesOf(blob));
     EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(19));
     EXPECT_EQ((Cursors{1, 19, 5}),
@@ -107,7 +107,7 @@ TEST(CBlobBytes, AreInsertedAppendedAndCut)
 
 TEST(CBlobBytes, OutOfLineFormsReadTheFields)
 {
-    CBlob blob(g_auBytes, 3, 5, nullptr);
+    CBlob blob(g_auBYTES, 3, 5, nullptr);
     const CBlob& rBlob = blob;
     EXPECT_EQ((Cursors{3, 5, 0, 2, 3}), (Cursors{blob.GetSize(), blob.GetCapacity(), blob.GetFirstIndex(),
                                                  blob.GetLastIndex(), blob.GetEndIndex()}));
@@ -119,7 +119,7 @@ TEST(CBlobBytes, OutOfLineFormsReadTheFields)
 
 TEST(CBlobReading, MovesTheReadCursor)
 {
-    CBlob blob(g_auBytes, 5, 0, nullptr);
+    CBlob blob(g_auBYTES, 5, 0, nullptr);
     unsigned char auRead[2] = {};
     EXPECT_EQ(auRead, blob.Read(auRead, 2));
     EXPECT_EQ((Bytes{0xA1, 0xB2}), BytesAt(auRead, 0, 2));
@@ -138,7 +138,7 @@ TEST(CBlobReading, MovesTheReadCursor)
 TEST(CBlobBits, AreAppendedMostSignificantFirst)
 {
     CBlob blob(nullptr);
-    blob.AppendBits(g_auBytes, 12, 4);
+    blob.AppendBits(g_auBYTES, 12, 4);
     EXPECT_EQ((Bytes{0x1B, 0x20}), BytesOf(blob));
     blob.PadBits(1);
     EXPECT_EQ((Cursors{0, 0, 1, 5}), CursorsOf(blob));
@@ -149,7 +149,7 @@ TEST(CBlobBits, AreAppendedMostSignificantFirst)
 TEST(CBlobSerialisation, IsALengthOfFourBytesAndTheBytes)
 {
     CMarshaler marshaler;
-    EXPECT_EQ(&marshaler, &(marshaler << CBlob(g_auBytes, 2, 0, nullptr)));
+    EXPECT_EQ(&marshaler, &(marshaler << CBlob(g_auBYTES, 2, 0, nullptr)));
     unsigned char auStored[6];
     marshaler.Extract(auStored, sizeof(auStored));
     EXPECT_EQ((Bytes{2, 0, 0, 0, 0xA1, 0xB2}), BytesAt(auStored, 0, sizeof(auStored)));

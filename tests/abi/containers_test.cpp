@@ -14,8 +14,8 @@ namespace
 struct SVector
 {
     using TBase = CVectorBase;
-    static constexpr const char* s_pszMANGLED = "11CVectorBase";
-    static constexpr unsigned int s_uBLOCKS_OF_THREE = 1;
+    static constexpr const char* ms_pszMANGLED = "11CVectorBase";
+    static constexpr unsigned int ms_uBLOCKS_OF_THREE = 1;
     static CInts<CVectorBase> Make(IAllocator* pAllocator) { return CInts<CVectorBase>(pAllocator); }
     static CVectorBase MakeUntyped(IAllocator* pAllocator) { return {4, pAllocator}; }
     static QvResult Add(CVectorBase& rVector, int nElement) { return rVector.Insert(0, 1, &nElement); }
@@ -25,8 +25,8 @@ struct SVector
 struct SList
 {
     using TBase = CListBase;
-    static constexpr const char* s_pszMANGLED = "9CListBase";
-    static constexpr unsigned int s_uBLOCKS_OF_THREE = 3;
+    static constexpr const char* ms_pszMANGLED = "9CListBase";
+    static constexpr unsigned int ms_uBLOCKS_OF_THREE = 3;
     static CIntList Make(IAllocator* pAllocator) { return CIntList(pAllocator); }
     static CListBase MakeUntyped(IAllocator* pAllocator) { return {4, pAllocator}; }
     static QvResult Add(CListBase& rList, int nElement) { return rList.Insert(0, 1, &nElement); }
@@ -37,8 +37,8 @@ struct SList
 struct SVectorList
 {
     using TBase = CVListBase;
-    static constexpr const char* s_pszMANGLED = "10CVListBase";
-    static constexpr unsigned int s_uBLOCKS_OF_THREE = 3;
+    static constexpr const char* ms_pszMANGLED = "10CVListBase";
+    static constexpr unsigned int ms_uBLOCKS_OF_THREE = 3;
     static CIntVList Make(IAllocator* pAllocator) { return CIntVList(pAllocator); }
     static CVListBase MakeUntyped(IAllocator* pAllocator) { return {4, pAllocator}; }
     static QvResult Add(CVListBase& rVList, int nElement) { return rVList.Insert(0, 1, &nElement); }
@@ -49,8 +49,8 @@ struct SVectorList
 struct STree
 {
     using TBase = CAATreeBase;
-    static constexpr const char* s_pszMANGLED = "11CAATreeBase";
-    static constexpr unsigned int s_uBLOCKS_OF_THREE = 3;
+    static constexpr const char* ms_pszMANGLED = "11CAATreeBase";
+    static constexpr unsigned int ms_uBLOCKS_OF_THREE = 3;
     static CAATreeBase MakeUntyped(IAllocator* pAllocator) { return {4, CompareModulo, g_uWHOLE, pAllocator}; }
     static QvResult Add(CAATreeBase& rTree, int nElement) { return rTree.Insert(&nElement); }
 };
@@ -61,7 +61,7 @@ public:
     template <typename Container>
     static std::string GetName(int)
     {
-        return Demangled(std::string("_Z") + Container::s_pszMANGLED);
+        return Demangled(std::string("_Z") + Container::ms_pszMANGLED);
     }
 };
 }  // namespace
@@ -79,7 +79,7 @@ TYPED_TEST(CContainer, SlotsAreDestructorConstructConstructFromDestruct)
 {
     using TBase = typename TypeParam::TBase;
     auto* const pContainer = new TBase(TypeParam::MakeUntyped(&this->m_source));
-    const std::string name = std::string("_ZN") + TypeParam::s_pszMANGLED;
+    const std::string name = std::string("_ZN") + TypeParam::ms_pszMANGLED;
     EXPECT_EQ(0, OffsetToTop(pContainer));
     EXPECT_TRUE(HasSlots(pContainer, {name + "D1Ev", name + "D0Ev", name + "9ConstructEPv",
                                       name + "13ConstructFromEPvPKv", name + "8DestructEPv"}));
@@ -94,7 +94,7 @@ TYPED_TEST(CContainer, SlotsAreDestructorConstructConstructFromDestruct)
 
     ASSERT_EQ(QV_RES_OK, pContainer->ReserveCapacity(3));
     ASSERT_EQ(QV_RES_OK, TypeParam::Add(*pContainer, 1));
-    EXPECT_EQ(TypeParam::s_uBLOCKS_OF_THREE, this->m_source.m_uOut);
+    EXPECT_EQ(TypeParam::ms_uBLOCKS_OF_THREE, this->m_source.m_uOut);
     delete &OfUnknownOrigin(*pContainer);
     EXPECT_EQ(0u, this->m_source.m_uOut);
 }

@@ -72,8 +72,8 @@ SEComGuid Guid(const char* pszName)
 {
     return {static_cast<unsigned int>(std::strlen(pszName) + 1), BytesOf(pszName)};
 }
-const SEComGuid s_CLSID = Guid("a class of an old program");
-const SEComGuid s_IID_IGREETING = Guid("IGreeting");
+const SEComGuid g_CLSID = Guid("a class of an old program");
+const SEComGuid g_IID_IGREETING = Guid("IGreeting");
 
 class IGreeting : public IEComUnknown
 {
@@ -94,7 +94,7 @@ public:
     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         ms_log += "Query ";
-        if (!IsEqualEComIID(pIid, &s_IID_IGREETING)) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
+        if (!IsEqualEComIID(pIid, &g_IID_IGREETING)) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
         *ppInterface = static_cast<IGreeting*>(this);
         NonDelegatingAddIfRef();
         return QV_RES_OK;
@@ -147,11 +147,13 @@ protected:
     {
         CGreeting::ms_nAlive = 0;
         CGreeting::ms_log.clear();
-        ASSERT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
+        ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
     }
     void TearDown() override
     {
-        EXPECT_EQ(QV_RES_OK, UnregisterECom(&s_CLSID));
+        void* pvInterface = nullptr;
+        EXPECT_EQ(QV_RES_OK, UnregisterECom(&g_CLSID));
+        EXPECT_EQ(QV_RES_CLASS_NOT_REGISTERED, CreateEComInstance(&g_CLSID, nullptr, &IID_IEComUnknown, &pvInterface));
         EXPECT_EQ(0, CGreeting::ms_nAlive);
     }
 };
@@ -169,8 +171,8 @@ TEST(SEComGuidLayout, HasSizeThenDataAndIsComparedUnderAllThreeNames)
          {static_cast<bool (*)(const SEComGuid*, const SEComGuid*)>(IsEqualSEComGuid), IsEqualEComIID,
           IsEqualEComCLSID})
     {
-        EXPECT_TRUE(pfnIsEqual(&same, &s_CLSID));
-        EXPECT_FALSE(pfnIsEqual(&prefix, &s_CLSID));
+        EXPECT_TRUE(pfnIsEqual(&same, &g_CLSID));
+        EXPECT_FALSE(pfnIsEqual(&prefix, &g_CLSID));
     }
 }
 
@@ -178,15 +180,16 @@ TEST(SEComGuidLayout, HasSizeThenDataAndIsComparedUnderAllThreeNames)
 TEST(SEComClsInfoLayout, RegistryEntryIsTheIdentifiersAddressThenTheFunction)
 {
     static_assert(sizeof(SEComClsInfo) == 16);
+    ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
     FinalizeECom();
-    ASSERT_EQ(QV_RES_OK, InitializeECom()) << "without the room that earlier entries left";
+    ASSERT_EQ(QV_RES_OK, InitializeECom()) << "without earlier entries and their room";
     const CNewRecord record(eARRAYS);
-    ASSERT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
+    ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
     ASSERT_FALSE(record.GetMade().empty()) << "the registry grows exactly";
     const SEComClsInfo entry = LoadAt<SEComClsInfo>(record.GetMade().back().pv, 0);
-    EXPECT_EQ(&s_CLSID, entry.m_pClsid);
+    EXPECT_EQ(&g_CLSID, entry.m_pClsid);
     EXPECT_EQ(CGreeting::Create, entry.m_pfnCreateInstance);
-    EXPECT_EQ(QV_RES_OK, UnregisterECom(&s_CLSID));
+    EXPECT_EQ(QV_RES_OK, UnregisterECom(&g_CLSID));
 }
 #endif
 
@@ -240,7 +243,7 @@ TEST(CEComUnknown, AnswersThroughTheInterfaceAndIsDeletedByTheLastRelease)
 TEST_F(CEComRegistry, CallsTheProgramsComponentThroughItsSlots)
 {
     void* pvInterface = nullptr;
-    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&s_CLSID, nullptr, &s_IID_IGREETING, &pvInterface));
+    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&g_CLSID, nullptr, &g_IID_IGREETING, &pvInterface));
     EXPECT_EQ("Initialize Query Add Release ", CGreeting::ms_log);
     auto* const pGreeting = static_cast<IGreeting*>(pvInterface);
     EXPECT_EQ(42, pGreeting->Greet());
@@ -255,62 +258,39 @@ TEST_F(CEComRegistry, HandsTheOuterUnknownOn)
     CGreeting outer(nullptr);
     IEComUnknown* const pOuter = &outer;
     void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_NO_INTERFACE, CreateEComInstance(&s_CLSID, pOuter, &s_IID_IGREETING, &pvInterface));
-    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&s_CLSID, pOuter, &IID_IEComUnknown, &pvInterface));
+    EXPECT_EQ(QV_RES_NO_INTERFACE, CreateEComInstance(&g_CLSID, pOuter, &g_IID_IGREETING, &pvInterface));
+    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&g_CLSID, pOuter, &IID_IEComUnknown, &pvInterface));
     EXPECT_EQ(pOuter, CGreeting::ms_pOuterUnknown);
     EXPECT_EQ(0u, static_cast<IEComNonDelegatingUnknown*>(pvInterface)->NonDelegatingReleaseIfRef());
     EXPECT_EQ(1, CGreeting::ms_nAlive) << "the outer object";
 }
 
-TEST_F(CEComRegistry, ForgetsAllThroughFinalisation)
-{
-    FinalizeECom();
-    EXPECT_EQ(QV_RES_OK, InitializeECom());
-    void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_CLASS_NOT_REGISTERED, CreateEComInstance(&s_CLSID, nullptr, &IID_IEComUnknown, &pvInterface));
-    EXPECT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
-}
-
 namespace
 {
 /// One interface of an object of the program's own: it answers as its identity another one.
-class CFace final : public IEComUnknown
+struct SFace final : IEComUnknown
 {
-public:
-    explicit CFace(IEComUnknown* pIdentity) : m_pIdentity(pIdentity != nullptr ? pIdentity : this) {}
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         EXPECT_TRUE(IsEqualSEComGuid(&IID_IEComUnknown, pIid));
-        m_log += "Query ";
-        *ppInterface = m_pIdentity;
+        log += "Query ";
+        *ppInterface = pIdentity;
         return QV_RES_OK;
     }
-    unsigned int AddIfRef() override
-    {
-        m_log += "Add ";
-        return 2;
-    }
-    unsigned int ReleaseIfRef() override
-    {
-        m_log += "Release ";
-        return 1;
-    }
+    unsigned int AddIfRef() override { return static_cast<unsigned int>((log += "Add ").size()); }
+    unsigned int ReleaseIfRef() override { return static_cast<unsigned int>((log += "Release ").size()); }
 
-    std::string m_log;
-
-private:
-    IEComUnknown* m_pIdentity;
+    IEComUnknown* pIdentity = this;
+    std::string log;
 };
 }  // namespace
 
 TEST(IEComUnknownSlots, AreQueryThenAddThenRelease)
 {
-    CFace identity(nullptr), face(&identity), other(nullptr);
-    EXPECT_TRUE(IsEqualECom(&face, &face));
-    EXPECT_EQ("", face.m_log);
+    SFace identity, face, other;
+    face.pIdentity = &identity;
     EXPECT_TRUE(IsEqualECom(&face, &identity));
-    EXPECT_EQ("Query ", face.m_log);
-    EXPECT_EQ("Query Release Release ", identity.m_log);
+    EXPECT_EQ("Query ", face.log);
+    EXPECT_EQ("Query Release Release ", identity.log);
     EXPECT_FALSE(IsEqualECom(&face, &other));
-    EXPECT_FALSE(IsEqualECom(&face, nullptr));
 }

@@ -70,9 +70,9 @@ public:
 namespace
 {
 // RFC 2202, test case 2 for HMAC-SHA-1
-const char s_szKEY[] = "Jefe";
-const char s_szDATA[] = "what do ya want for nothing?";
-const char s_szMAC[] = "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79";
+const char g_szKEY[] = "Jefe";
+const char g_szDATA[] = "what do ya want for nothing?";
+const char g_szMAC[] = "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79";
 
 /// A digest of the program's own: it sums up the bytes and keeps account of what it was asked for.
 class CSum : public CHash
@@ -133,17 +133,17 @@ void ExpectToAuthenticate(HMac& rHMac)
     EXPECT_EQ(20u, rHMac.GetSizeInBytes());
 
     uint8_t auMac[20] = {};
-    EXPECT_EQ(QV_RES_OK, rHMac.Begin(BytesOf(s_szKEY), SizeOf(s_szKEY)));
-    EXPECT_EQ(QV_RES_OK, rHMac.Update(BytesOf(s_szDATA), SizeOf(s_szDATA)));
+    EXPECT_EQ(QV_RES_OK, rHMac.Begin(BytesOf(g_szKEY), SizeOf(g_szKEY)));
+    EXPECT_EQ(QV_RES_OK, rHMac.Update(BytesOf(g_szDATA), SizeOf(g_szDATA)));
     EXPECT_EQ(QV_RES_OK, rHMac.End(auMac));
-    EXPECT_EQ(s_szMAC, Hex(auMac, sizeof(auMac)));
+    EXPECT_EQ(g_szMAC, Hex(auMac, sizeof(auMac)));
 
-    const CTextBlob blobKey(s_szKEY), blobData(s_szDATA);
+    const CTextBlob blobKey(g_szKEY), blobData(g_szDATA);
     CTextBlob blobMac("this is longer than twenty bytes");
     EXPECT_EQ(QV_RES_OK, rHMac.Begin(&blobKey));
     EXPECT_EQ(QV_RES_OK, rHMac.Update(&blobData));
     EXPECT_EQ(QV_RES_OK, rHMac.End(&blobMac));
-    EXPECT_EQ(s_szMAC, HexOf(blobMac));
+    EXPECT_EQ(g_szMAC, HexOf(blobMac));
 }
 }  // namespace
 

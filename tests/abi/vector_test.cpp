@@ -139,24 +139,24 @@ TEST_F(CVectors, CopyAndMoveOnSlotsMergeAndSplit)
 struct SVoidPointers
 {
     using Element = void*;
-    static constexpr const char* g_pszMangled = "IPvE";
-    static constexpr const char* g_pszVoidPointer = "S0_";  // a name mentions it for the second time
+    static constexpr const char* ms_pszMANGLED = "IPvE";
+    static constexpr const char* ms_pszVOID_POINTER = "S0_";  // a name mentions it for the second time
     static Element Make(std::uintptr_t uValue) { return reinterpret_cast<void*>(uValue); }
     static std::uintptr_t Value(Element element) { return reinterpret_cast<std::uintptr_t>(element); }
 };
 struct SCipherModes
 {
     using Element = CCipher::EMode;
-    static constexpr const char* g_pszMangled = "IN7CCipher5EModeEE";
-    static constexpr const char* g_pszVoidPointer = "Pv";
+    static constexpr const char* ms_pszMANGLED = "IN7CCipher5EModeEE";
+    static constexpr const char* ms_pszVOID_POINTER = "Pv";
     static Element Make(std::uintptr_t uValue) { return static_cast<Element>(uValue); }
     static std::uintptr_t Value(Element element) { return static_cast<std::uintptr_t>(element); }
 };
 struct SComponentClasses
 {
     using Element = SEComClsInfo;
-    static constexpr const char* g_pszMangled = "I12SEComClsInfoE";
-    static constexpr const char* g_pszVoidPointer = "Pv";
+    static constexpr const char* ms_pszMANGLED = "I12SEComClsInfoE";
+    static constexpr const char* ms_pszVOID_POINTER = "Pv";
     static Element Make(std::uintptr_t uValue)
     {
         return {reinterpret_cast<const SEComGuid*>(uValue),
@@ -186,11 +186,11 @@ protected:
     }
     static std::string Mangled(const char* pszMember)
     {
-        return std::string("_ZN7CVector") + Instance::g_pszMangled + pszMember;
+        return std::string("_ZN7CVector") + Instance::ms_pszMANGLED + pszMember;
     }
     static std::string MangledOperation(const char* pszMember, const char* pszMoreParameters)
     {
-        return Mangled(pszMember) + Instance::g_pszVoidPointer + pszMoreParameters;
+        return Mangled(pszMember) + Instance::ms_pszVOID_POINTER + pszMoreParameters;
     }
 
     CForeignSource m_source;

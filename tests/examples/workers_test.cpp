@@ -228,7 +228,7 @@ TEST_F(CWorkers, InterruptedInFullSwingFinishEveryLineTheyCountAndLeaveInputThat
             {
                 if (!bFile) process.Write(strText);
             });
-        // The output that nobody reads, and what is full before it, keep the program from getting to the end of the file.
+        // The output that nobody reads, and what is full before it, keep the program from the end of the file.
         std::string strOutput = process.ReadOutput(100);
         process.Interrupt(bFile ? SIGTERM : SIGINT);
         strOutput += process.ReadOutput();
