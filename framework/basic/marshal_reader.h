@@ -60,9 +60,9 @@ public:
     /// uSize bytes; null means none.
     CMarshalReader(const void* pvBytes, unsigned int uSize, unsigned int uMaxSize)
         : m_puRead(static_cast<const unsigned char*>(pvBytes)),
-          m_puPieceEnd(m_puRead != nullptr ? m_puRead + uSize : nullptr),
+          m_puPieceEnd(m_puRead + (m_puRead != nullptr ? uSize : 0)),
           m_uBehind(0),
-          m_uSize(m_puRead != nullptr ? uSize : 0),
+          m_uSize(PieceSize()),
           m_uMaxSize(uMaxSize),
           m_uFailedAt(0),
           m_resFailure(QV_RES_OK)
