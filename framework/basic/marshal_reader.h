@@ -12,6 +12,37 @@
 class CBlob;
 class CString;
 
+namespace orvel_internal
+{
+/// Whether T is one of these types.
+template <typename T, typename... Types>
+constexpr bool g_bIS_ONE_OF = (std::is_same<T, Types>::value || ...);
+/// The numbers that a marshaler takes as members of its class, and those that it takes besides.
+template <typename T>
+constexpr bool g_bIS_OLD_NUMBER = g_bIS_ONE_OF<T, unsigned char, unsigned short, unsigned int, unsigned long>;
+template <typename T>
+constexpr bool g_bIS_NEW_NUMBER =
+    g_bIS_ONE_OF<T, bool, char, signed char, short, int, long, long long, unsigned long long, float, double>;
+
+/// Whether T is an enumeration whose underlying type the program has chosen. Otherwise the compiler chooses it.
+template <typename T, typename = void>
+struct SIsSizedEnum : std::false_type
+{
+};
+template <typename T>
+struct SIsSizedEnum<T, std::void_t<decltype(T{std::underlying_type_t<std::enable_if_t<std::is_enum<T>::value, T>>()})>>
+    : std::true_type
+{
+};
+
+/// What has the bits of a T.
+template <typename T>
+using UnsignedOf =
+    std::conditional_t<sizeof(T) == 1, unsigned char,
+                       std::conditional_t<sizeof(T) == 2, unsigned short,
+                                          std::conditional_t<sizeof(T) == 4, unsigned int, unsigned long>>>;
+}  // namespace orvel_internal
+
 /// Reads what a CMarshaler packed, from bytes that anyone may have sent. It looks at them where they lie, and never
 /// believes a length:
 ///

@@ -13,8 +13,49 @@ class CList;
 template <typename T>
 class CVList;
 
-/// Times and containers in messages: see CMarshaler for their encoding, and CMarshalReader for how reading them fails.
-/// Programs include the headers of the classes themselves.
+/// Other values in messages than those that CMarshaler itself takes: numbers, enumerations, times and containers. See
+/// CMarshaler for their encoding, and CMarshalReader for how reading them fails. A type of your own takes two functions
+/// in its namespace, which write and read its members in the same order:
+///
+///     CMarshaler& operator<<(CMarshaler& rMarshaler, const SPoint& rPoint);
+///     CMarshalReader& operator>>(CMarshalReader& rReader, SPoint& rPoint);
+///
+/// A container of your own writes its size as an unsigned int and then its elements, and begins reading with
+/// CMarshalReader::ReadCount().
+/// Threads    No locking: one thread at a time uses a marshaler, a reader or a value.
+/// Cost       Numbers are inline, as the marshaler's own. Programs include the headers of CTime and of containers
+///            themselves.
+
+/// Numbers, and enumerations with an underlying type; without one the compiler chooses their size. These are templates
+/// so that no argument is converted: a pointer is no bool.
+template <typename T,
+          std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
+CMarshaler& operator<<(CMarshaler& rMarshaler, T value)
+{
+    orvel_internal::UnsignedOf<T> uBits;
+    memcpy(&uBits, &value, sizeof(T));
+    return rMarshaler << uBits;
+}
+/// Read them. Any byte but 0 is true. An enumeration may get a value that has no name.
+template <typename T,
+          std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
+CMarshaler& operator>>(CMarshaler& rMarshaler, T& rValue)
+{
+    if constexpr (std::is_enum<T>::value)
+    {
+        std::underlying_type_t<T> value;
+        rMarshaler >> value;
+        rValue = static_cast<T>(value);
+    }
+    else
+    {
+        orvel_internal::UnsignedOf<T> uBits;
+        rMarshaler >> uBits;
+        if constexpr (std::is_same<T, bool>::value) rValue = uBits != 0;
+        else memcpy(&rValue, &uBits, sizeof(T));
+    }
+    return rMarshaler;
+}
 
 /// Writes the moment in UTC, as 32 bits of Julian day and 32 bits of milliseconds; neither the zone nor whether it
 /// derives from a clock that was never set.

@@ -4,9 +4,6 @@
 #include <stdint.h>
 #include <string.h>
 
-#include <type_traits>
-#include <utility>
-
 #include "framework/basic/pool.h"
 #include "framework/kernel/export.h"
 
@@ -30,21 +27,18 @@ class CBlob;
 ///   unsigned short, unsigned int, unsigned long           2, 4, 8                       host
 ///   CString                                               2 of size, the characters     host
 ///   CBlob                                                 4 of size, the bytes          host
+///
+///   with marshal_values.h:
 ///   bool                                                  1, which is 0 or 1
 ///   char, signed char                                     1
 ///   short, int, long, long long, unsigned long long       2, 4, 8, 8, 8                 low first
 ///   float, double                                         4, 8                          low first
 ///   enum E : T, enum class E : T                          those of T                    that of T
-///   CTime (marshal_values.h)                              4 of Julian day, 4 of ms      low first
-///   CVector, CList, CVList (marshal_values.h)             4 of count, the elements      low first, theirs
+///   CTime                                                 4 of Julian day, 4 of ms      low first
+///   CVector, CList, CVList                                4 of count, the elements      low first, theirs
 /// ```
-///            A type of your own takes two functions in its namespace, which write and read its members in one order:
-///
-///     CMarshaler& operator<<(CMarshaler& rMarshaler, const SPoint& rPoint);
-///     CMarshalReader& operator>>(CMarshalReader& rReader, SPoint& rPoint);
-///
-/// Strangers  Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole. The
-///            `>>` of a marshaler itself is for what this program wrote.
+/// Strangers  Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole and
+///            believes no length. The `>>` of a marshaler itself is for what one's own program wrote.
 /// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
 /// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
 /// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
@@ -193,70 +187,6 @@ inline bool CMarshaler::EnterNextSegment()
     m_puRead = puNext;
     m_puReadEnd = puNext + uSEGMENT_SIZE;
     return true;
-}
-
-namespace orvel_internal
-{
-/// Whether T is one of these types.
-template <typename T, typename... Types>
-constexpr bool g_bIS_ONE_OF = (std::is_same<T, Types>::value || ...);
-/// The numbers that a marshaler takes as members of its class, and those that it takes besides.
-template <typename T>
-constexpr bool g_bIS_OLD_NUMBER = g_bIS_ONE_OF<T, unsigned char, unsigned short, unsigned int, unsigned long>;
-template <typename T>
-constexpr bool g_bIS_NEW_NUMBER =
-    g_bIS_ONE_OF<T, bool, char, signed char, short, int, long, long long, unsigned long long, float, double>;
-
-/// Whether T is an enumeration whose underlying type the program has chosen. Otherwise the compiler chooses it.
-template <typename T, typename = void>
-struct SIsSizedEnum : std::false_type
-{
-};
-template <typename T>
-struct SIsSizedEnum<
-    T, std::void_t<decltype(T{std::declval<std::underlying_type_t<std::enable_if_t<std::is_enum<T>::value, T>>>()})>>
-    : std::true_type
-{
-};
-
-/// What has the bits of a T.
-template <typename T>
-using UnsignedOf =
-    std::conditional_t<sizeof(T) == 1, unsigned char,
-                       std::conditional_t<sizeof(T) == 2, unsigned short,
-                                          std::conditional_t<sizeof(T) == 4, unsigned int, unsigned long>>>;
-}  // namespace orvel_internal
-
-/// Numbers that are no members of the class, and enumerations with an underlying type. They are templates so that no
-/// argument is converted: a pointer is no bool. An enumeration without an underlying type is written as before, if it
-/// converts to one of the members' types.
-template <typename T,
-          std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
-CMarshaler& operator<<(CMarshaler& rMarshaler, T value)
-{
-    orvel_internal::UnsignedOf<T> uBits;
-    memcpy(&uBits, &value, sizeof(T));
-    return rMarshaler << uBits;
-}
-/// Read them. Any byte but 0 is true. An enumeration may get a value that has no name.
-template <typename T,
-          std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
-CMarshaler& operator>>(CMarshaler& rMarshaler, T& rValue)
-{
-    if constexpr (std::is_enum<T>::value)
-    {
-        std::underlying_type_t<T> value;
-        rMarshaler >> value;
-        rValue = static_cast<T>(value);
-    }
-    else
-    {
-        orvel_internal::UnsignedOf<T> uBits;
-        rMarshaler >> uBits;
-        if constexpr (std::is_same<T, bool>::value) rValue = uBits != 0;
-        else memcpy(&rValue, &uBits, sizeof(T));
-    }
-    return rMarshaler;
 }
 
 extern template class CPool<CMarshaler>;

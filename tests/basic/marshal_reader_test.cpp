@@ -95,7 +95,7 @@ template <typename T>
 T Other()
 {
     T value{};
-    const Bytes bytes(16, 1);
+    const Bytes bytes = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0};
     CMarshalReader reader = ReaderOf(bytes);
     reader >> value;
     return value;
@@ -346,6 +346,26 @@ TEST(MarshalReader, BytesThatAreNotThereAreZerosAndNoneIsTaken)
         EXPECT_EQ(QV_RES_FAIL, rFailed.GetResult());
         EXPECT_EQ(20u, rFailed.GetPosition());
     }
+    CMarshalReader atEnd(marshaler, 0);
+    int nValue = 5;
+    EXPECT_TRUE(atEnd.Skip(148));
+    atEnd >> nValue;
+    EXPECT_EQ(0, nValue) << "there is room behind the last byte, but no value";
+    EXPECT_EQ(148u, atEnd.GetPosition());
+}
+
+TEST(MarshalReader, CountsElementsOfAnySizeWithoutOverflow)
+{
+    const Bytes bytes = {0, 0, 0, 0x20, 1, 2, 3, 4};
+    for (const unsigned int uMinBytes : {1u, 7u, 8u, 0xFFFFFFFFu})
+    {
+        CMarshalReader reader = ReaderOf(bytes);
+        EXPECT_EQ(0u, reader.ReadCount(uMinBytes, 1));
+        EXPECT_EQ(QV_RES_FAIL, reader.GetResult());
+    }
+    CMarshalReader reader = ReaderOf(bytes);
+    EXPECT_EQ(0x20000000u, reader.ReadCount(0, 7)) << "elements that take no bytes";
+    EXPECT_EQ(4u, reader.GetPosition());
 }
 
 TEST(MarshalReader, ReadsAllOfABlobAndNothingOfNothing)

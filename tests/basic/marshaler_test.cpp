@@ -7,6 +7,7 @@
 #include <memory>
 #include <thread>
 
+#include "framework/basic/marshal_reader.h"
 #include "tests/support/bytes.h"
 #include "tests/support/test_allocator.h"
 
@@ -320,6 +321,7 @@ TEST_F(CMarshalerTest, AReaderThatAnOldProgramMovedPastTheWriterFindsZerosUntilT
         unsigned char* const puRead = InlineOf(marshaler) + 8 + uPast;
         memcpy(reinterpret_cast<unsigned char*>(&marshaler) + offsetof(SImage, puRead), &puRead, sizeof puRead);
         EXPECT_EQ(0u, marshaler.GetUnreadSize());
+        EXPECT_EQ(0u, CMarshalReader(marshaler, 0).GetRemaining());
         unsigned int uValue = 1;
         marshaler >> uValue;
         EXPECT_EQ(0u, uValue);
