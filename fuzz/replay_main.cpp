@@ -12,6 +12,7 @@
 
 #include "framework/kernel/framework_initializer.h"
 #include "fuzz/check.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 #define FUZZ_TARGET(name) extern "C" int FuzzTarget_##name(const std::uint8_t* puData, std::size_t uSize);
@@ -114,7 +115,7 @@ public:
         std::printf("TEST_SEED=%u\n", TestSeed());
         std::fflush(stdout);
         std::mt19937 rng(TestSeed());
-        for (unsigned int uInput = 0; uInput < uRANDOM_INPUTS; ++uInput)
+        for (unsigned int uInput = 0; uInput < Repetitions(uRANDOM_INPUTS); ++uInput)
         {
             const CFuzzStep step("random input", uInput);
             Input input;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 namespace twin
@@ -15,7 +16,7 @@ namespace twin
 inline void RunRandomly(std::string (*pfnCompare)(const std::uint8_t*, std::size_t), unsigned int uSequences)
 {
     std::mt19937 rng(TestSeed());
-    for (unsigned int u = 0; u < uSequences; ++u)
+    for (unsigned int u = 0; u < Repetitions(uSequences); ++u)
     {
         const std::vector<unsigned char> bytes = RandomBytes(rng, 8, u % 16 == 0 ? 2000 : 300);
         ASSERT_EQ("", pfnCompare(bytes.data(), bytes.size())) << "in sequence " << u;

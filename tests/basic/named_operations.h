@@ -4,6 +4,7 @@
 
 #include <type_traits>
 
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 /// What a test of random operations chooses from. Of two, the one of twice the weight comes twice as often.
@@ -22,7 +23,7 @@ void DoAtRandom(std::type_identity_t<Model>& rModel, const SNamedOperation<Model
 {
     unsigned int uWeights = 0;
     for (const SNamedOperation<Model>& rOperation : aOperations) uWeights += rOperation.uWeight;
-    for (unsigned int uStep = 0; uStep < uSteps; ++uStep)
+    for (unsigned int uStep = 0; uStep < Repetitions(uSteps); ++uStep)
     {
         unsigned int uChoice = Below(rRng, uWeights);
         const SNamedOperation<Model>* pOperation = aOperations;

@@ -182,22 +182,29 @@ TEST_F(CDeb, TheDevelopmentPackageHoldsWhatAProgramIsBuiltWith)
     }
 }
 
-TEST_F(CDeb, TheDevelopmentPackageHoldsThePublicHeadersAndNoOthers)
+/// The framework's header of this name, and all that it includes, of the framework.
+void AddWithIncluded(const std::string& rstrHeader, std::set<std::string>& rHeaders)
 {
-    const std::string strInclude = "/usr/include/", strUmbrella = "framework/framework.h";
+    if (!rHeaders.insert(rstrHeader).second) return;
+    std::ifstream stream(ORVEL_SOURCE_DIR "/" + rstrHeader);
+    const std::regex include("#include \"(.*)\".*");
+    std::smatch match;
+    for (std::string line; std::getline(stream, line);)
+    {
+        if (std::regex_match(line, match, include)) AddWithIncluded(match[1], rHeaders);
+    }
+}
+
+TEST_F(CDeb, TheDevelopmentPackageHoldsThePublicHeadersAndWhatTheyIncludeAndNoOthers)
+{
+    const std::string strInclude = "/usr/include/";
     std::set<std::string> packed;
     for (const std::string& rName : Contents(g_strDevelopment))
     {
         if (rName.rfind(strInclude, 0) == 0) packed.insert(rName.substr(strInclude.size()));
     }
-    std::set<std::string> wanted = {strUmbrella};
-    std::ifstream umbrella(ORVEL_SOURCE_DIR "/" + strUmbrella);
-    const std::regex include("#include \"(.*)\"");
-    std::smatch match;
-    for (std::string line; std::getline(umbrella, line);)
-    {
-        if (std::regex_match(line, match, include)) wanted.insert(match[1]);
-    }
+    std::set<std::string> wanted;
+    AddWithIncluded("framework/framework.h", wanted);
     EXPECT_EQ(wanted, packed);
 }
 

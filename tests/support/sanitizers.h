@@ -21,6 +21,13 @@
 /// Slower by far, and with another stack.
 constexpr bool g_bSANITIZED = TESTS_ADDRESS_SANITIZER || TESTS_THREAD_SANITIZER;
 
+/// How often random tests repeat what they do uTimes times without sanitizers. Those look for errors of memory and of
+/// threads, which most repetitions would show, rather than for rare wrong values.
+constexpr unsigned int Repetitions(unsigned int uTimes)
+{
+    return g_bSANITIZED ? uTimes / 5 : uTimes;
+}
+
 // ThreadSanitizer brings an operator new of its own, beside which there is no place for another one.
 #define TESTS_OWN_OPERATOR_NEW (TESTS_THREAD_SANITIZER == 0)
 

@@ -1,0 +1,1 @@
+// Nothing: CMake compiles the precompiled header of the tests beside a source.
