@@ -242,16 +242,18 @@ TEST(CBlobBits, BehindABoundaryReplaceASingleByteThatWasAppendedAsOne)
                                       {0, {0x77, 0x78}, {0x77, 0x78, 0xB0}, {0, 0, 2, 4}},
                                       {3, {0x77}, {0xE0, 0x77, 0xB0}, {0, 0, 2, 4}}};
     for (const SReplacedCase& rCase : astCASES)
-    {
-        SCOPED_TRACE(testing::Message() << rCase.uBits << " bits, then " << rCase.bytes.size() << " bytes");
-        const unsigned char auSource[] = {0xFF, 0xAB};
-        CBlob blob(nullptr);
-        if (rCase.uBits != 0) blob.AppendBits(auSource, rCase.uBits, 0);
-        ASSERT_EQ(QV_RES_OK, blob.Append(rCase.bytes.data(), SizeOf(rCase.bytes)));
-        blob.AppendBits(auSource + 1, 4, 4);
-        EXPECT_EQ(rCase.want, BytesOf(blob));
-        EXPECT_EQ(rCase.stWant, CursorsOf(blob));
-    }
+        for (const unsigned int uCapacity : {0u, 32u})
+        {
+            SCOPED_TRACE(testing::Message()
+                         << rCase.uBits << " bits, then " << rCase.bytes.size() << " bytes, room for " << uCapacity);
+            const unsigned char auSource[] = {0xFF, 0xAB};
+            CBlob blob(uCapacity, nullptr);
+            if (rCase.uBits != 0) blob.AppendBits(auSource, rCase.uBits, 0);
+            ASSERT_EQ(QV_RES_OK, blob.Append(rCase.bytes.data(), SizeOf(rCase.bytes)));
+            blob.AppendBits(auSource + 1, 4, 4);
+            EXPECT_EQ(rCase.want, BytesOf(blob));
+            EXPECT_EQ(rCase.stWant, CursorsOf(blob));
+        }
 }
 
 TEST(CBlobBits, BehindAPartlyFilledByteThatIsRemovedANewOneBegins)
