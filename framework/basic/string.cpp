@@ -175,7 +175,7 @@ inline void CString::GiveUpShare()
 // Not inlined, so that a string which shares nothing saves no registers.
 [[gnu::noinline]] void CString::GiveUpShareLocked()
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     GiveUpShare();
 }
 
@@ -183,7 +183,7 @@ CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, 
 {
 }
 
-QV_HOT_CODE CString::CString(const char* pszText)
+QV_CACHE_LINE_ALIGNED CString::CString(const char* pszText)
     : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
     if (pszText == nullptr) return;
@@ -204,7 +204,7 @@ CString::CString(const char* pszText, unsigned int uSize) : CString()
 // Takes a share of a block in place of the string's own.
 inline void CString::ShareBlockOf(const CString& rSrc)
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     SStringInfo* pstInfo = rSrc.m_pstInfo;
     const bool bCountFull = pstInfo->uRefCount == g_uMAX_REF_COUNT;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
@@ -214,7 +214,7 @@ inline void CString::ShareBlockOf(const CString& rSrc)
     if (!bCountFull && GetRefCount() != 0) IncRefCount();
 }
 
-QV_HOT_CODE CString::CString(const CString& rSrc) : CString()
+QV_CACHE_LINE_ALIGNED CString::CString(const CString& rSrc) : CString()
 {
     if (this != &rSrc) ShareBlockOf(rSrc);
 }
@@ -224,7 +224,7 @@ CString::CString(CString&& rSrc) noexcept : CString()
     std::swap(m_pstInfo, rSrc.m_pstInfo);
 }
 
-QV_HOT_CODE CString::~CString()
+QV_CACHE_LINE_ALIGNED CString::~CString()
 {
     if (!IsShared()) FreeBlock();
     else if (__libc_single_threaded != 0) DecRefCount();
@@ -469,7 +469,7 @@ void CString::Release()
 QvResult CString::CreateCopy()
 {
     if (!IsShared()) return QV_RES_OK;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     if (GetRefCount() <= 1) return QV_RES_OK;
     SStringInfo* const pstCopy = CopyBlock(m_pstInfo->uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
@@ -551,7 +551,7 @@ void CString::Replace(SStringInfo* pstInfo)
 }
 
 // Insert() at the end; a text that takes a block with more room comes here for it directly.
-QV_HOT_CODE void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
+QV_CACHE_LINE_ALIGNED void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
 {
     const unsigned int uOldSize = GetSize();
     const unsigned int uNewSize = uOldSize + uSize;

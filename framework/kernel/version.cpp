@@ -93,17 +93,19 @@ int CVersion::GetStr(char* pszBuf, unsigned int uSize) const
 bool CVersion::SetStr(const char* pszVersion)
 {
     if (pszVersion == nullptr) return false;
-    unsigned int auParts[4];
+    unsigned char auParts[4];
     const char* pszRest = pszVersion;
     for (int nPart = 0; nPart < 4; ++nPart)
     {
+        unsigned int uPart = 0;
         if (nPart != 0 && !SkipDot(pszRest)) return false;
-        if (!orvel_internal::ReadUnsigned(pszRest, UCHAR_MAX, auParts[nPart])) return false;
+        if (!orvel_internal::ReadUnsigned(pszRest, UCHAR_MAX, uPart)) return false;
+        auParts[nPart] = static_cast<unsigned char>(uPart);
     }
-    m_uMajor = static_cast<unsigned char>(auParts[0]);
-    m_uMinor = static_cast<unsigned char>(auParts[1]);
-    m_uRelease = static_cast<unsigned char>(auParts[2]);
-    m_uBuild = static_cast<unsigned char>(auParts[3]);
+    m_uMajor = auParts[0];
+    m_uMinor = auParts[1];
+    m_uRelease = auParts[2];
+    m_uBuild = auParts[3];
     return true;
 }
 

@@ -3,8 +3,6 @@
 #include <ctype.h>
 #include <stdint.h>
 
-#include <algorithm>
-
 namespace orvel_internal
 {
 /// Internal: reads one decimal number as sscanf("%u") does, white space and a sign in front of it included, but lets
@@ -17,15 +15,27 @@ inline bool ReadUnsigned(const char*& rpsz, unsigned int uMax, unsigned int& ru)
 {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     const char* psz = rpsz;
-    while (isspace(static_cast<unsigned char>(*psz)) != 0) ++psz;
-    const bool bNegative = *psz == '-';
-    if (bNegative || *psz == '+') ++psz;
-    if (!isDigit(*psz)) return false;
-    const uint64_t uTooLarge = uint64_t{uMax} + 1;
+    bool bNegative = false;
+    if (!isDigit(*psz))
+    {
+        while (isspace(static_cast<unsigned char>(*psz)) != 0) ++psz;
+        bNegative = *psz == '-';
+        if (bNegative || *psz == '+') ++psz;
+        if (!isDigit(*psz)) return false;
+    }
     uint64_t uValue = 0;
-    for (; isDigit(*psz); ++psz) uValue = std::min(uValue * 10 + static_cast<unsigned int>(*psz - '0'), uTooLarge);
+    for (; isDigit(*psz); ++psz)
+    {
+        uValue = uValue * 10 + static_cast<unsigned int>(*psz - '0');
+        if (uValue > uMax)
+        {
+            while (isDigit(*psz)) ++psz;
+            rpsz = psz;
+            return false;
+        }
+    }
     rpsz = psz;
-    if (uValue == uTooLarge || (bNegative && uValue != 0)) return false;
+    if (bNegative && uValue != 0) return false;
     ru = static_cast<unsigned int>(uValue);
     return true;
 }
