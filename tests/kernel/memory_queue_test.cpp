@@ -138,6 +138,9 @@ TEST(CMemoryQueueCommit, OfARecordThatWasReleasedIsRefusedWhereverTheWriterStand
     ASSERT_TRUE(PushSize(queue, 8));
     EXPECT_FALSE(queue.Commit(puSecond)) << "the writer is back where this one was";
     ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(queue.PushCopy("12345678", 8));
+    EXPECT_FALSE(queue.Commit(puSecond)) << "once more, behind a copy";
+    ASSERT_TRUE(queue.Pop());
     EXPECT_TRUE(queue.IsEmpty());
 }
 
