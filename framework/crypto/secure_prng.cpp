@@ -17,7 +17,7 @@
 #include <atomic>
 
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/short_hmac.h"
 #include "framework/crypto/internal/wiped.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"

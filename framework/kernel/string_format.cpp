@@ -127,7 +127,7 @@ int QvUnsignedInt64ToString(char* pszBuf, int nSize, unsigned long uValue, int n
     return NumberToString(pszBuf, nSize, uValue, nBase);
 }
 
-QV_HOT_CODE unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppszEnd, int nBase)
+QV_CACHE_LINE_ALIGNED unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppszEnd, int nBase)
 {
     unsigned long uValue = 0;
     const char* pszNext = pszText;

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/internal/keep_stores.h"
 #include "framework/kernel/internal/lifetime.h"
 
 // Three lifetimes meet here. The object (CThread) is the application's. A run lasts from StartThread() until the record
@@ -172,6 +173,7 @@ CThread::~CThread()
         if (pTsd != nullptr) pTsd->pThread = nullptr;
     }
     SetState(eDESTROYED);
+    orvel_internal::KeepStoresTo(this);
 }
 
 QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
