@@ -164,9 +164,9 @@ TEST_F(CPoolOfMarshalers, ModuleFunctionsMakeItLockedEmptyAndUnlimited)
     EXPECT_TRUE(HasItsSize(Pool::ms_uCapacity));
     EXPECT_TRUE(HasItsSize(Pool::ms_uLockCapacity));
     EXPECT_TRUE(HasItsSize(Pool::ms_pmutex));
-    static constexpr SModuleFunctions aPairs[] = {{&InitializeCPool<CMarshaler>, &FinalizeCPool<CMarshaler>},
+    static constexpr SModuleFunctions aPAIRS[] = {{&InitializeCPool<CMarshaler>, &FinalizeCPool<CMarshaler>},
                                                   {&Pool::InitializeCPool, &Pool::FinalizeCPool}};
-    for (const SModuleFunctions& rPair : aPairs)
+    for (const SModuleFunctions& rPair : aPAIRS)
     {
         Pool::ms_uAllocatedCount = Pool::ms_uCapacity = Pool::ms_uLockCapacity = 7;
         EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
