@@ -1,11 +1,13 @@
 #ifndef FRAMEWORK_FRAMEWORK_H
 #define FRAMEWORK_FRAMEWORK_H
 
-/// Every public header of the library.
+/// Every public header of the library but those in framework/interop.
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
 #include "framework/basic/list.h"
+#include "framework/basic/marshal_reader.h"
+#include "framework/basic/marshal_values.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/pool.h"
 #include "framework/basic/string.h"

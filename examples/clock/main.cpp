@@ -1,7 +1,7 @@
 // World time: the framework clock, set from the system or by hand, in ready-made zones and in any other.
 #include <strings.h>
-#include <time.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "framework/framework.h"
+#include "framework/interop/standard.h"
 
 namespace
 {
 constexpr int g_nRefused = 1;
 constexpr int g_nMisused = 2;
 constexpr int64_t g_nHourMs = 3600000;
-constexpr unsigned int g_uEpoch = 2440588;  // the Julian day of 1 January 1970
 
 constexpr char g_szHelp[] =
     R"(Prints the time in time zones, and when each of them changes next.
@@ -49,16 +49,13 @@ const char* TextOfZone(const char* pszNameOrText)
 // A CString reports that memory ran out only by missing characters.
 void Check(QvResult res)
 {
-    if (res < 0) throw std::bad_alloc();
+    if (QvFailed(res)) throw std::bad_alloc();
 }
 
 CTime SystemTime()
 {
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
     CTime time;
-    time.SetJulianDateAndTime(g_uEpoch + static_cast<unsigned int>(now.tv_sec / 86400),
-                              static_cast<unsigned int>(now.tv_sec % 86400 * 1000 + now.tv_nsec / 1000000), true);
+    Check(QvAssign(time, std::chrono::system_clock::now()));
     return time;
 }
 
@@ -170,7 +167,7 @@ int Show(const char* pszAt, const std::vector<const char*>& rZones)
     {
         const QvResult res = zones[u].SetTimeZone(TextOfZone(rZones[u]));
         if (res == QV_RES_OUT_OF_MEMORY) throw std::bad_alloc();
-        if (res >= 0) continue;
+        if (QvSucceeded(res)) continue;
         std::fprintf(stderr, "clock: not a zone: %s\n", rZones[u]);
         return g_nRefused;
     }

@@ -69,8 +69,7 @@ public:
 
     QvResult InitializeInstance() override
     {
-        const QvResult res = m_pInner.CreateInstance(&rstInnerClsid, GetControllingUnknown());
-        if (res < 0) return res;
+        QV_RETURN_IF_FAILED(m_pInner.CreateInstance(&rstInnerClsid, GetControllingUnknown()));
         CEComPtr<ITextFilter> pFilter;
         const QvResult resQuery = pFilter.QueryFrom(m_pInner.Get());
         // This reference counts for the whole object, which would keep itself alive: so it is released at once.
@@ -122,12 +121,8 @@ const SFilter g_astFilters[] = {
 
 QvResult RegisterFilters()
 {
-    QvResult res = QV_RES_OK;
-    for (const SClass& rstClass : g_astClasses)
-    {
-        if (res >= 0) res = RegisterECom(rstClass.pClsid, rstClass.pfnCreate);
-    }
-    return res;
+    for (const SClass& rstClass : g_astClasses) QV_RETURN_IF_FAILED(RegisterECom(rstClass.pClsid, rstClass.pfnCreate));
+    return QV_RES_OK;
 }
 
 void UnregisterFilters()

@@ -43,7 +43,7 @@ int List()
     for (const SFilter* pstFilter = g_astFilters; pstFilter->pszName != nullptr; ++pstFilter)
     {
         CEComPtr<IDescription> pDescription;
-        if (pDescription.CreateInstance(pstFilter->pCountedClsid) < 0) return Refuse("cannot make a filter");
+        if (QvFailed(pDescription.CreateInstance(pstFilter->pCountedClsid))) return Refuse("cannot make a filter");
         std::printf("%-8s %s\n", pstFilter->pszName, pDescription->GetText());
     }
     return 0;
@@ -67,7 +67,7 @@ public:
         rstrLine.EraseAll();
         rbTooLong = nSize > CString::uMAX_SIZE;
         if (rbTooLong || nSize == 0) return true;
-        const bool bRoom = rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)) >= 0;
+        const bool bRoom = QvSucceeded(rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)));
         char* const pszBuffer = bRoom ? rstrLine.GetBuffer() : nullptr;
         if (pszBuffer == nullptr) throw std::bad_alloc();
         std::memcpy(pszBuffer, m_pszLine, static_cast<std::size_t>(nSize));
@@ -87,7 +87,7 @@ int Filter(bool bCount, char** ppszNames)
     {
         const SFilter* const pstFilter = FindFilter(*ppszName);
         CEComPtr<ITextFilter> pFilter;
-        if (pFilter.CreateInstance(bCount ? pstFilter->pCountedClsid : pstFilter->pClsid) < 0)
+        if (QvFailed(pFilter.CreateInstance(bCount ? pstFilter->pCountedClsid : pstFilter->pClsid)))
             return Refuse("cannot make a filter");
         filters.push_back(std::move(pFilter));
     }
@@ -112,7 +112,7 @@ int Filter(bool bCount, char** ppszNames)
     for (std::size_t u = 0; u < filters.size(); ++u)
     {
         CEComPtr<ICounter> pCounter;
-        if (pCounter.QueryFrom(filters[u].Get()) < 0) continue;
+        if (QvFailed(pCounter.QueryFrom(filters[u].Get()))) continue;
         std::fprintf(stderr, "%s: %lu lines, %lu characters\n", ppszNames[u], pCounter->GetLines(),
                      pCounter->GetCharacters());
     }
@@ -156,9 +156,9 @@ private:
 int RunWithFramework(int argc, char** argv)
 {
     const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return Refuse("cannot start");
+    if (QvFailed(framework.GetResult())) return Refuse("cannot start");
     const CRegistration registration;
-    if (registration.GetResult() < 0) return Refuse("cannot register the filters");
+    if (QvFailed(registration.GetResult())) return Refuse("cannot register the filters");
     return Run(argc, argv);
 }
 }  // namespace

@@ -10,8 +10,8 @@ constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
 // Does not throw, since an exception that leaves a thread ends the program. False when memory ran out.
 bool SetBytes(CBlob& rBlob, const unsigned char* puData, unsigned int uSize)
 {
-    if (rBlob.Resize(0u) < 0) return false;
-    return uSize == 0 || rBlob.Append(puData, uSize) >= 0;
+    if (QvFailed(rBlob.Resize(0u))) return false;
+    return uSize == 0 || QvSucceeded(rBlob.Append(puData, uSize));
 }
 }  // namespace
 

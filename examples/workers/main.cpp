@@ -63,10 +63,10 @@ private:
     {
         unsigned char auDigest[32];
         CSha256 sha256;
-        if (!rLine.bWhole || sha256.Begin() < 0) return false;
+        if (!rLine.bWhole || QvFailed(sha256.Begin())) return false;
         // An empty blob has no bytes to point to.
-        if (rLine.bytes.GetSize() != 0 && sha256.Update(&rLine.bytes) < 0) return false;
-        return sha256.End(auDigest) >= 0 && m_rDigests.Put(rLine.uNumber, auDigest, sizeof(auDigest));
+        if (rLine.bytes.GetSize() != 0 && QvFailed(sha256.Update(&rLine.bytes))) return false;
+        return QvSucceeded(sha256.End(auDigest)) && m_rDigests.Put(rLine.uNumber, auDigest, sizeof(auDigest));
     }
 
     CChannel& m_rLines;
@@ -208,8 +208,8 @@ private:
 bool Activate(CAliveObj& rObject, const char* pszName)
 {
     const QvResult res = rObject.Activate(pszName, 0, CThread::eNORMAL);
-    if (res < 0) std::fprintf(stderr, "workers: cannot start a thread\n");
-    return res >= 0;
+    if (QvFailed(res)) std::fprintf(stderr, "workers: cannot start a thread\n");
+    return QvSucceeded(res);
 }
 
 /// The threads between the channels. All of them finish what is there, from the source to the sink, also when starting
@@ -289,7 +289,7 @@ int Work(unsigned int uWorkers)
 int WorkWithFramework(unsigned int uWorkers)
 {
     const CFrameworkScope framework;
-    if (framework.GetResult() >= 0) return Work(uWorkers);
+    if (QvSucceeded(framework.GetResult())) return Work(uWorkers);
     std::fputs("workers: cannot start\n", stderr);
     return g_nFailed;
 }
