@@ -1,7 +1,7 @@
 #ifndef FRAMEWORK_FRAMEWORK_H
 #define FRAMEWORK_FRAMEWORK_H
 
-/// Every public header of the library.
+/// Every public header of the library but those in framework/interop.
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"

@@ -24,7 +24,7 @@ void RefuseForErrno(const char* pszName)
 
 void Check(QvResult res)
 {
-    if (res < 0) throw std::bad_alloc();
+    if (QvFailed(res)) throw std::bad_alloc();
 }
 
 CString TextOf(const char* pszText)

@@ -69,8 +69,7 @@ public:
 
     QvResult InitializeInstance() override
     {
-        const QvResult res = m_pInner.CreateInstance(&rstInnerClsid, GetControllingUnknown());
-        if (res < 0) return res;
+        QV_RETURN_IF_FAILED(m_pInner.CreateInstance(&rstInnerClsid, GetControllingUnknown()));
         CEComPtr<ITextFilter> pFilter;
         const QvResult resQuery = pFilter.QueryFrom(m_pInner.Get());
         // This reference counts for the whole object, which would keep itself alive: so it is released at once.
@@ -104,7 +103,7 @@ struct SClass
     PFNCreateEComInstance pfnCreate;
 };
 
-constexpr SClass g_astClasses[] = {
+constexpr SClass g_astCLASSES[] = {
     {&CLSID_Lower, CreateEComObject<CLower>},     {&CLSID_CountedLower, CreateEComObject<CCounted<CLSID_Lower>>},
     {&CLSID_Reverse, CreateEComObject<CReverse>}, {&CLSID_CountedReverse, CreateEComObject<CCounted<CLSID_Reverse>>},
     {&CLSID_Trim, CreateEComObject<CTrim>},       {&CLSID_CountedTrim, CreateEComObject<CCounted<CLSID_Trim>>},
@@ -122,15 +121,11 @@ const SFilter g_astFilters[] = {
 
 QvResult RegisterFilters()
 {
-    QvResult res = QV_RES_OK;
-    for (const SClass& rstClass : g_astClasses)
-    {
-        if (res >= 0) res = RegisterECom(rstClass.pClsid, rstClass.pfnCreate);
-    }
-    return res;
+    for (const SClass& rstClass : g_astCLASSES) QV_RETURN_IF_FAILED(RegisterECom(rstClass.pClsid, rstClass.pfnCreate));
+    return QV_RES_OK;
 }
 
 void UnregisterFilters()
 {
-    for (const SClass& rstClass : g_astClasses) UnregisterECom(rstClass.pClsid);
+    for (const SClass& rstClass : g_astCLASSES) UnregisterECom(rstClass.pClsid);
 }

@@ -10,10 +10,10 @@
 
 namespace
 {
-constexpr int g_nRefused = 1;
-constexpr int g_nMisused = 2;
+constexpr int g_nREFUSED = 1;
+constexpr int g_nMISUSED = 2;
 
-constexpr char g_szHelp[] =
+constexpr char g_szHELP[] =
     R"(Sends the lines of standard input through filters, one behind the other, to standard output.
 
   plugins [--count] FILTER...   with --count, tells on standard error what went into each filter
@@ -35,7 +35,7 @@ const SFilter* FindFilter(const char* pszName)
 int Refuse(const char* pszReason)
 {
     std::fprintf(stderr, "plugins: %s\n", pszReason);
-    return g_nRefused;
+    return g_nREFUSED;
 }
 
 int List()
@@ -43,7 +43,7 @@ int List()
     for (const SFilter* pstFilter = g_astFilters; pstFilter->pszName != nullptr; ++pstFilter)
     {
         CEComPtr<IDescription> pDescription;
-        if (pDescription.CreateInstance(pstFilter->pCountedClsid) < 0) return Refuse("cannot make a filter");
+        if (QvFailed(pDescription.CreateInstance(pstFilter->pCountedClsid))) return Refuse("cannot make a filter");
         std::printf("%-8s %s\n", pstFilter->pszName, pDescription->GetText());
     }
     return 0;
@@ -67,7 +67,7 @@ public:
         rstrLine.EraseAll();
         rbTooLong = nSize > CString::uMAX_SIZE;
         if (rbTooLong || nSize == 0) return true;
-        const bool bRoom = rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)) >= 0;
+        const bool bRoom = QvSucceeded(rstrLine.ReserveCapacity(static_cast<unsigned short>(nSize)));
         char* const pszBuffer = bRoom ? rstrLine.GetBuffer() : nullptr;
         if (pszBuffer == nullptr) throw std::bad_alloc();
         std::memcpy(pszBuffer, m_pszLine, static_cast<std::size_t>(nSize));
@@ -87,7 +87,7 @@ int Filter(bool bCount, char** ppszNames)
     {
         const SFilter* const pstFilter = FindFilter(*ppszName);
         CEComPtr<ITextFilter> pFilter;
-        if (pFilter.CreateInstance(bCount ? pstFilter->pCountedClsid : pstFilter->pClsid) < 0)
+        if (QvFailed(pFilter.CreateInstance(bCount ? pstFilter->pCountedClsid : pstFilter->pClsid)))
             return Refuse("cannot make a filter");
         filters.push_back(std::move(pFilter));
     }
@@ -102,17 +102,17 @@ int Filter(bool bCount, char** ppszNames)
         std::fwrite(strLine.CStr(), 1, strLine.GetSize(), stdout);
         std::putchar('\n');
         // Input may have no end: main() says what is wrong.
-        if (std::ferror(stdout) != 0) return g_nRefused;
+        if (std::ferror(stdout) != 0) return g_nREFUSED;
     }
     if (!std::feof(stdin))
     {
         std::perror("plugins: standard input");
-        return g_nRefused;
+        return g_nREFUSED;
     }
     for (std::size_t u = 0; u < filters.size(); ++u)
     {
         CEComPtr<ICounter> pCounter;
-        if (pCounter.QueryFrom(filters[u].Get()) < 0) continue;
+        if (QvFailed(pCounter.QueryFrom(filters[u].Get()))) continue;
         std::fprintf(stderr, "%s: %lu lines, %lu characters\n", ppszNames[u], pCounter->GetLines(),
                      pCounter->GetCharacters());
     }
@@ -122,12 +122,12 @@ int Filter(bool bCount, char** ppszNames)
 int Misuse(const char* pszReason, const char* pszSubject)
 {
     std::fprintf(stderr, "plugins: %s%s (see plugins --help)\n", pszReason, pszSubject);
-    return g_nMisused;
+    return g_nMISUSED;
 }
 
 int Run(int argc, char** argv)
 {
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHelp, stdout) < 0 ? g_nRefused : 0;
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHELP, stdout) < 0 ? g_nREFUSED : 0;
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) return List();
     const bool bCount = argc > 1 && std::strcmp(argv[1], "--count") == 0;
     char** const ppszNames = argv + (bCount ? 2 : 1);
@@ -156,16 +156,16 @@ private:
 int RunWithFramework(int argc, char** argv)
 {
     const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return Refuse("cannot start");
+    if (QvFailed(framework.GetResult())) return Refuse("cannot start");
     const CRegistration registration;
-    if (registration.GetResult() < 0) return Refuse("cannot register the filters");
+    if (QvFailed(registration.GetResult())) return Refuse("cannot register the filters");
     return Run(argc, argv);
 }
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    int nStatus = g_nRefused;
+    int nStatus = g_nREFUSED;
     try
     {
         nStatus = RunWithFramework(argc, argv);
@@ -176,5 +176,5 @@ int main(int argc, char** argv)
     }
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return nStatus;
     std::perror("plugins: standard output");
-    return g_nRefused;
+    return g_nREFUSED;
 }

@@ -1,10 +1,8 @@
 #include "framework/kernel/result.h"
 
-#include "framework/kernel/unused_parameter.h"
-
 namespace
 {
-constexpr char g_szNoMessage[] = "";
+constexpr char g_szNO_MESSAGE[] = "";
 
 uint32_t SeverityClass(QvResult res)
 {
@@ -17,15 +15,34 @@ QvResult QvRGetWorstOf(QvResult resFirst, QvResult resSecond)
     return SeverityClass(resFirst) < SeverityClass(resSecond) ? resSecond : resFirst;
 }
 
-const char* QvResultGetMsgStr(QvResult res)
+const char* QvResultGetMsgStr(QvResult)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(res);
-    return g_szNoMessage;
+    return g_szNO_MESSAGE;
 }
 
-QvResult QvResultInspect(QvResult res, EQvPackageId ePackageId)
+const char* QvResultName(QvResult res)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
+    switch (res)
+    {
+        case QV_RES_OK: return "QV_RES_OK";
+        case QV_RES_FAIL: return "QV_RES_FAIL";
+        case QV_RES_INVALID_STATE: return "QV_RES_INVALID_STATE";
+        case QV_RES_INVALID_ARGUMENT: return "QV_RES_INVALID_ARGUMENT";
+        case QV_RES_OUT_OF_MEMORY: return "QV_RES_OUT_OF_MEMORY";
+        case QV_RES_ALREADY_EXISTS: return "QV_RES_ALREADY_EXISTS";
+        case QV_RES_THREAD_ATTRIBUTES: return "QV_RES_THREAD_ATTRIBUTES";
+        case QV_RES_THREAD_CREATE_FAILED: return "QV_RES_THREAD_CREATE_FAILED";
+        case QV_RES_TSD_UNAVAILABLE: return "QV_RES_TSD_UNAVAILABLE";
+        case QV_RES_TSD_KEY_NOT_FOUND: return "QV_RES_TSD_KEY_NOT_FOUND";
+        case QV_RES_THREAD_JOIN_SELF: return "QV_RES_THREAD_JOIN_SELF";
+        case QV_RES_NO_INTERFACE: return "QV_RES_NO_INTERFACE";
+        case QV_RES_CLASS_NOT_REGISTERED: return "QV_RES_CLASS_NOT_REGISTERED";
+        default: return "unknown result";
+    }
+}
+
+QvResult QvResultInspect(QvResult res, EQvPackageId)
+{
     return res;
 }
 

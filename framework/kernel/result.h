@@ -40,12 +40,60 @@ constexpr QvResult QV_RES_NO_INTERFACE = static_cast<QvResult>(0x80008422);
 /// No component class is registered under the identifier.
 constexpr QvResult QV_RES_CLASS_NOT_REGISTERED = static_cast<QvResult>(0x80008424);
 
+/// Whether an operation failed, or succeeded, be it with a warning. They do not compile for a bool, which always would
+/// look like a success: what returns one tells by it.
+constexpr bool QvFailed(QvResult res)
+{
+    return res < 0;
+}
+constexpr bool QvSucceeded(QvResult res)
+{
+    return res >= 0;
+}
+bool QvFailed(bool) = delete;
+bool QvSucceeded(bool) = delete;
+
+namespace orvel_internal
+{
+// A range of one failure, or of nothing after a success: for the macro below.
+class CFailureOf
+{
+public:
+    explicit constexpr CFailureOf(QvResult res) : m_res(res) {}
+    template <typename Type>
+    explicit CFailureOf(Type) = delete;
+    constexpr const QvResult* begin() const { return &m_res; }
+    constexpr const QvResult* end() const { return &m_res + (QvFailed(m_res) ? 1 : 0); }
+
+private:
+    QvResult m_res;
+};
+}  // namespace orvel_internal
+
+// A loop, because its variable is not in scope yet where the expression stands: a lambda in there can use the macro,
+// and shadows nothing. It also leaves no `if` for an `else` to go astray.
+/// Evaluates the expression, a QvResult and nothing that only converts to one, once, and returns it from the function
+/// if it is a failure. A success, with a warning or not, is dropped.
+/// ```
+/// QvResult Pack(CBlob& rBlob, const CString& rstrName)
+/// {
+///     QV_RETURN_IF_FAILED(rBlob.ReserveCapacity(rBlob.GetSize() + rstrName.GetSize()));
+///     return rBlob.Append(rstrName);
+/// }
+/// ```
+#define QV_RETURN_IF_FAILED(...) \
+    for (const QvResult resQvFailed_ : orvel_internal::CFailureOf(__VA_ARGS__)) return resQvFailed_
+
 /// The code of the worse severity class; of two codes of one class, the first. Any thread, constant time.
 QV_EXPORT QvResult QvRGetWorstOf(QvResult resFirst, QvResult resSecond);
 
 /// A text for a code. There is no message table: every code gets the same empty text, never null.
-/// The text lives as long as the library.
+/// The text lives as long as the library. For the name of a code see QvResultName().
 QV_EXPORT const char* QvResultGetMsgStr(QvResult res);
+
+/// The name of a code as it stands above, such as "QV_RES_ALREADY_EXISTS"; "unknown result" for all that the framework
+/// does not define. Never null; lives as long as the library. Any thread, at any time.
+QV_EXPORT const char* QvResultName(QvResult res);
 
 /// Reports a result on behalf of a package and returns it unchanged: a place to set a breakpoint.
 QV_EXPORT QvResult QvResultInspect(QvResult res, EQvPackageId ePackageId);

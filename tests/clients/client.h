@@ -18,7 +18,8 @@
     Client(String) Client(Blob) Client(Marshaler) Client(Time) Client(TimeZone)                              \
     Client(Mutex) Client(Thread) Client(Timer) Client(Alive)                                                 \
     Client(ECom)                                                                                             \
-    Client(Crypto) Client(Hash) Client(HMac) Client(Aes) Client(SecurePrng) Client(Base64) Client(Crc)
+    Client(Crypto) Client(Hash) Client(HMac) Client(Aes) Client(SecurePrng) Client(Base64) Client(Crc)       \
+    Client(Standard)
 // clang-format on
 
 #define CLIENT_DECLARATION(Name) void Name##Client();

@@ -18,6 +18,13 @@ QvResult Code(std::uint32_t uCode)
     return static_cast<QvResult>(uCode);
 }
 
+QvResult FirstFailure(QvResult resFirst, QvResult resSecond)
+{
+    QV_RETURN_IF_FAILED(resFirst);
+    QV_RETURN_IF_FAILED(QvRGetWorstOf(resFirst, resSecond));
+    return 7;
+}
+
 void MyFailHandler(unsigned int, const char*, int, const char*, const char*, unsigned int)
 {
 }
@@ -46,6 +53,14 @@ void Codes()
 
     Promised<const char* (*)(QvResult)>(&QvResultGetMsgStr);
     CHECK(QvResultGetMsgStr(0)[0] == '\0' && QvResultGetMsgStr(QV_RES_FAIL) == QvResultGetMsgStr(0));
+    Promised<const char* (*)(QvResult)>(&QvResultName);
+    CHECK(std::strcmp(QvResultName(QV_RES_ALREADY_EXISTS), "QV_RES_ALREADY_EXISTS") == 0);
+    CHECK(std::strcmp(QvResultName(1), "unknown result") == 0);
+    Promised<bool (*)(QvResult)>(&QvFailed);
+    Promised<bool (*)(QvResult)>(&QvSucceeded);
+    static_assert(QvFailed(QV_RES_FAIL) && !QvFailed(0x40000000));
+    static_assert(QvSucceeded(QV_RES_OK) && QvSucceeded(0x40000000) && !QvSucceeded(QV_RES_FAIL));
+    CHECK(FirstFailure(QV_RES_OK, 1) == 7 && FirstFailure(1, QV_RES_FAIL) == QV_RES_FAIL);
     Promised<QvResult (*)(QvResult, EQvPackageId)>(&QvResultInspect);
     CHECK(QvResultInspect(QV_RES_FAIL, static_cast<EQvPackageId>(1)) == QV_RES_FAIL);
 

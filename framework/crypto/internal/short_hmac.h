@@ -1,26 +1,27 @@
-#ifndef FRAMEWORK_CRYPTO_INTERNAL_HMAC_BLOCKS_H
-#define FRAMEWORK_CRYPTO_INTERNAL_HMAC_BLOCKS_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_SHORT_HMAC_H
+#define FRAMEWORK_CRYPTO_INTERNAL_SHORT_HMAC_H
 #include <stdint.h>
 #include <string.h>
 
-#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/message_blocks.h"
 #include "framework/crypto/internal/sha_blocks.h"
 #include "framework/crypto/internal/wiped.h"
 
-/// HMAC where one key serves many short messages. Internal.
+/// The pads of HMAC, and HMAC where one key serves many short messages. Internal.
 namespace orvel_internal
 {
-constexpr uint8_t uHMAC_INNER_PAD = 0x36;
-constexpr uint8_t uHMAC_OUTER_PAD = 0x5C;
+constexpr uint8_t g_uHMAC_INNER_PAD = 0x36;
+constexpr uint8_t g_uHMAC_OUTER_PAD = 0x5C;
 
 /// HMAC-SHA1 of messages of SIZE bytes each, which fit a block together with their padding. The key must fit a block,
 /// too. The states of both digests after the block with the key are computed once, and the padding is written once, so
 /// that a code takes two blocks instead of four. The destructor wipes all of it.
-/// Source     RFC 2104, section 4.
+///
+/// - **Source:** RFC 2104, section 4.
 template <unsigned int SIZE>
 class CSha1ShortMac
 {
-    static_assert(SIZE < uDIGEST_BLOCK_SIZE - 8);
+    static_assert(SIZE < g_uMESSAGE_BLOCK_SIZE - 8);
 
 public:
     CSha1ShortMac(const uint8_t* puKey, unsigned int uKeySize)
@@ -46,22 +47,22 @@ private:
     {
         memset(m_st.auMessage, 0, sizeof(m_st.auMessage));
         memcpy(m_st.auMessage, puKey, uKeySize);
-        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= uHMAC_INNER_PAD;
+        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= g_uHMAC_INNER_PAD;
         Begin(m_st.auInner);
-        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= uHMAC_INNER_PAD ^ uHMAC_OUTER_PAD;
+        for (uint8_t& ruByte : m_st.auMessage) ruByte ^= g_uHMAC_INNER_PAD ^ g_uHMAC_OUTER_PAD;
         Begin(m_st.auOuter);
     }
     void Begin(uint32_t* puState)
     {
-        memcpy(puState, auSHA1_START, sizeof(auSHA1_START));
+        memcpy(puState, g_auSHA1_START, sizeof(g_auSHA1_START));
         Sha1Blocks(puState, m_st.auMessage, 1);
     }
     // Writes the padding of a message of uSize bytes that follows the block with the key.
     static void Pad(uint8_t* puBlock, unsigned int uSize)
     {
-        memset(puBlock, 0, uDIGEST_BLOCK_SIZE);
+        memset(puBlock, 0, g_uMESSAGE_BLOCK_SIZE);
         puBlock[uSize] = 0x80;
-        StoreBigEndian32(puBlock + uDIGEST_BLOCK_SIZE - 4, 8 * (uDIGEST_BLOCK_SIZE + uSize));
+        StoreBigEndian32(puBlock + g_uMESSAGE_BLOCK_SIZE - 4, 8 * (g_uMESSAGE_BLOCK_SIZE + uSize));
     }
     void Digest(const uint32_t* puBegun, const uint8_t* puBlock, uint8_t* puDigest)
     {
@@ -72,8 +73,8 @@ private:
 
     struct
     {
-        alignas(16) uint8_t auMessage[uDIGEST_BLOCK_SIZE];
-        alignas(16) uint8_t auDigest[uDIGEST_BLOCK_SIZE];
+        alignas(16) uint8_t auMessage[g_uMESSAGE_BLOCK_SIZE];
+        alignas(16) uint8_t auDigest[g_uMESSAGE_BLOCK_SIZE];
         uint32_t auInner[5];
         uint32_t auOuter[5];
         uint32_t auState[5];

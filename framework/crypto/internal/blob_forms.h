@@ -1,14 +1,34 @@
-#ifndef FRAMEWORK_CRYPTO_INTERNAL_CIPHER_BLOB_H
-#define FRAMEWORK_CRYPTO_INTERNAL_CIPHER_BLOB_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_BLOB_FORMS_H
+#define FRAMEWORK_CRYPTO_INTERNAL_BLOB_FORMS_H
 #include <limits.h>
 #include <stdint.h>
 
 #include "framework/basic/blob.h"
 #include "framework/kernel/result.h"
 
-/// What the blob forms of the ciphers share. Internal.
+/// The forms of Update() and End() that take blobs, told by the raw ones: of the digests and the HMAC, and of the
+/// ciphers, whose output has a size of its own. Internal.
 namespace orvel_internal
 {
+/// Update() with the bytes of a blob. The result for a blob without storage is that of the raw form for null.
+template <typename Algorithm>
+QvResult UpdateFromBlob(Algorithm& rAlgorithm, const CBlob* pblobData)
+{
+    if (pblobData == nullptr) return QV_RES_FAIL;
+    return rAlgorithm.Update(pblobData->GetFirstIndexPtr(), pblobData->GetSize());
+}
+
+/// End() into a blob of exactly the digest's size. If the blob has too little room and cannot grow, nothing is written;
+/// if it has no storage at all, the result is that of the raw form for null.
+template <typename Algorithm>
+QvResult EndIntoBlob(Algorithm& rAlgorithm, CBlob* pblobDigest)
+{
+    if (pblobDigest == nullptr) return QV_RES_FAIL;
+    const QvResult res = pblobDigest->ReserveCapacity(rAlgorithm.GetSizeInBytes());
+    if (res < 0 && pblobDigest->GetFirstIndexPtr() != nullptr) return res;
+    pblobDigest->Resize(rAlgorithm.GetSizeInBytes());
+    return rAlgorithm.End(pblobDigest->GetFirstIndexPtr());
+}
 /// Gives the output blob room for uRoom bytes, behind its content or in its place, and lets produce(puOut, &uWritten)
 /// write there. The blob changes its size only when that succeeds.
 template <typename Produce>

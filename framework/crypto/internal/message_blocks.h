@@ -1,15 +1,14 @@
-#ifndef FRAMEWORK_CRYPTO_INTERNAL_DIGEST_H
-#define FRAMEWORK_CRYPTO_INTERNAL_DIGEST_H
+#ifndef FRAMEWORK_CRYPTO_INTERNAL_MESSAGE_BLOCKS_H
+#define FRAMEWORK_CRYPTO_INTERNAL_MESSAGE_BLOCKS_H
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
-#include "framework/basic/blob.h"
-#include "framework/kernel/result.h"
-
-/// What the digests share: the 64-byte message block, its padding, and the forms that take blobs. Internal.
+/// What the digests share: messages cut into blocks of 64 bytes, the padding of the last one, and the words in them.
+/// Internal.
 namespace orvel_internal
 {
-constexpr unsigned int uDIGEST_BLOCK_SIZE = 64;
+constexpr unsigned int g_uMESSAGE_BLOCK_SIZE = 64;
 
 inline uint32_t RotateLeft(uint32_t uWord, unsigned int uBits)
 {
@@ -42,7 +41,7 @@ unsigned int FeedBlocks(uint8_t* puBlock, unsigned int uUsed, const uint8_t* puD
 {
     if (uUsed != 0)
     {
-        const size_t uRoom = uDIGEST_BLOCK_SIZE - uUsed;
+        const size_t uRoom = g_uMESSAGE_BLOCK_SIZE - uUsed;
         const size_t uPart = uSize < uRoom ? uSize : uRoom;
         memcpy(puBlock + uUsed, puData, uPart);
         if (uPart < uRoom) return uUsed + static_cast<unsigned int>(uPart);
@@ -50,10 +49,10 @@ unsigned int FeedBlocks(uint8_t* puBlock, unsigned int uUsed, const uint8_t* puD
         puData += uPart;
         uSize -= uPart;
     }
-    const size_t uWholeBlocks = uSize / uDIGEST_BLOCK_SIZE;
+    const size_t uWholeBlocks = uSize / g_uMESSAGE_BLOCK_SIZE;
     if (uWholeBlocks != 0) transform(puData, uWholeBlocks);
-    const unsigned int uRest = static_cast<unsigned int>(uSize % uDIGEST_BLOCK_SIZE);
-    memcpy(puBlock, puData + uWholeBlocks * uDIGEST_BLOCK_SIZE, uRest);
+    const unsigned int uRest = static_cast<unsigned int>(uSize % g_uMESSAGE_BLOCK_SIZE);
+    memcpy(puBlock, puData + uWholeBlocks * g_uMESSAGE_BLOCK_SIZE, uRest);
     return uRest;
 }
 
@@ -62,37 +61,17 @@ template <typename Transform>
 void PadBlocks(uint8_t* puBlock, unsigned int uUsed, uint8_t uPadByte, const uint8_t* puLengthField,
                Transform&& transform)
 {
-    constexpr unsigned int uLENGTH_AT = uDIGEST_BLOCK_SIZE - 8;
+    constexpr unsigned int uLENGTH_AT = g_uMESSAGE_BLOCK_SIZE - 8;
     puBlock[uUsed++] = uPadByte;
     if (uUsed > uLENGTH_AT)
     {
-        memset(puBlock + uUsed, 0, uDIGEST_BLOCK_SIZE - uUsed);
+        memset(puBlock + uUsed, 0, g_uMESSAGE_BLOCK_SIZE - uUsed);
         transform(puBlock, size_t{1});
         uUsed = 0;
     }
     memset(puBlock + uUsed, 0, uLENGTH_AT - uUsed);
     memcpy(puBlock + uLENGTH_AT, puLengthField, 8);
     transform(puBlock, size_t{1});
-}
-
-/// Update() with the bytes of a blob. The result for a blob without storage is that of the raw form for null.
-template <typename Algorithm>
-QvResult UpdateFromBlob(Algorithm& rAlgorithm, const CBlob* pblobData)
-{
-    if (pblobData == nullptr) return QV_RES_FAIL;
-    return rAlgorithm.Update(pblobData->GetFirstIndexPtr(), pblobData->GetSize());
-}
-
-/// End() into a blob of exactly the digest's size. If the blob has too little room and cannot grow, nothing is written;
-/// if it has no storage at all, the result is that of the raw form for null.
-template <typename Algorithm>
-QvResult EndIntoBlob(Algorithm& rAlgorithm, CBlob* pblobDigest)
-{
-    if (pblobDigest == nullptr) return QV_RES_FAIL;
-    const QvResult res = pblobDigest->ReserveCapacity(rAlgorithm.GetSizeInBytes());
-    if (res < 0 && pblobDigest->GetFirstIndexPtr() != nullptr) return res;
-    pblobDigest->Resize(rAlgorithm.GetSizeInBytes());
-    return rAlgorithm.End(pblobDigest->GetFirstIndexPtr());
 }
 }  // namespace orvel_internal
 
