@@ -26,12 +26,6 @@ set_source_files_properties(
   framework/basic/string.cpp framework/crypto/secure_seed.cpp framework/kernel/string_format.cpp
   PROPERTIES COMPILE_OPTIONS "-U_FORTIFY_SOURCE")
 
-# The destructors of these promise values that they leave in the members. g++ would drop such stores to a dead object.
-set_property(SOURCE
-  framework/basic/aatree.cpp framework/basic/allocator.cpp framework/basic/list.cpp framework/basic/vector.cpp
-  framework/basic/vector_list.cpp framework/crypto/base64.cpp framework/kernel/thread.cpp
-  APPEND PROPERTY COMPILE_OPTIONS "$<$<CXX_COMPILER_ID:GNU>:-fno-lifetime-dse>")
-
 # In a search, g++ would put the end of a loop twice and jump to either: without the copy it chooses the next node by a
 # conditional move, which takes two thirds of the time in a tree of 100,000.
 set_property(SOURCE framework/basic/aatree.cpp APPEND PROPERTY COMPILE_OPTIONS "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-ch>")

@@ -6,6 +6,8 @@
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
 #include "framework/basic/list.h"
+#include "framework/basic/marshal_reader.h"
+#include "framework/basic/marshal_values.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/pool.h"
 #include "framework/basic/string.h"

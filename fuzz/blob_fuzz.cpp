@@ -16,7 +16,7 @@
 
 namespace
 {
-constexpr unsigned int uBLOBS = 3;
+constexpr unsigned int g_uBLOBS = 3;
 using Bytes = CBlobTwin::Bytes;
 
 /// Bytes as the caller of an operation has them, exactly as many as given or a piece of a blob's storage.
@@ -38,7 +38,7 @@ class CBlobRun
 public:
     CBlobRun(const std::uint8_t* puData, std::size_t uSize) : m_bytes(puData, uSize)
     {
-        for (unsigned int i = 0; i < uBLOBS; ++i)
+        for (unsigned int i = 0; i < g_uBLOBS; ++i)
         {
             m_apLibrary[i] = std::make_unique<CBlob>(&m_source);
             m_apTwin[i] = std::make_unique<CBlobTwin>(m_twinRequests);
@@ -78,7 +78,7 @@ private:
     unsigned int BitCount() { return m_bytes.Rarely(6) ? m_bytes.Below(600) : m_bytes.Below(70); }
     unsigned int Alignment();
 
-    void Pick() { m_uAt = m_bytes.Below(uBLOBS), m_uOther = m_bytes.Below(uBLOBS); }
+    void Pick() { m_uAt = m_bytes.Below(g_uBLOBS), m_uOther = m_bytes.Below(g_uBLOBS); }
     CBlob& Library() { return *m_apLibrary[m_uAt]; }
     CBlobTwin& Twin() { return *m_apTwin[m_uAt]; }
     CBlob& OtherLibrary() { return *m_apLibrary[m_uOther]; }
@@ -92,8 +92,8 @@ private:
     CTrail m_trail;
     CScriptedSource m_source;
     SRequests m_twinRequests;
-    std::unique_ptr<CBlob> m_apLibrary[uBLOBS];
-    std::unique_ptr<CBlobTwin> m_apTwin[uBLOBS];
+    std::unique_ptr<CBlob> m_apLibrary[g_uBLOBS];
+    std::unique_ptr<CBlobTwin> m_apTwin[g_uBLOBS];
     unsigned int m_uAt = 0;
     unsigned int m_uOther = 0;
     bool m_bMayAskLess = false;
@@ -160,7 +160,7 @@ void CBlobRun::Check()
     m_source.GetRequests().Begin(0);
     m_twinRequests.Begin(0);
     std::size_t uLive = 0;
-    for (unsigned int i = 0; i < uBLOBS; ++i)
+    for (unsigned int i = 0; i < g_uBLOBS; ++i)
     {
         CBlob& rLibrary = *m_apLibrary[i];
         const CBlobTwin& rTwin = *m_apTwin[i];

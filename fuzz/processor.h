@@ -25,7 +25,7 @@ private:
     static void Allow(unsigned int uAllowed)
     {
         static const unsigned int s_uAll = orvel_internal::CpuFeatures();
-        orvel_internal::g_uCpuFeatures.store((s_uAll & uAllowed) | orvel_internal::uCPU_DETECTED,
+        orvel_internal::g_uCpuFeatures.store((s_uAll & uAllowed) | orvel_internal::g_uCPU_DETECTED,
                                              std::memory_order_relaxed);
     }
 };

@@ -18,9 +18,9 @@
 
 namespace
 {
-constexpr unsigned int uSTRINGS = 4;
-constexpr unsigned int uWHOLE_TEXT = 65535;
-constexpr unsigned int uANY_NUMBER = 0xFFFFFFFF;
+constexpr unsigned int g_uSTRINGS = 4;
+constexpr unsigned int g_uWHOLE_TEXT = 65535;
+constexpr unsigned int g_uANY_NUMBER = 0xFFFFFFFF;
 
 /// A text as the caller of an operation has it: the pointer to hand over, and what it meant when it was handed over.
 struct SText
@@ -37,7 +37,7 @@ public:
     CStringRun(const std::uint8_t* puData, std::size_t uSize) : m_bytes(puData, uSize)
     {
         CStringTwin::Memory() = CStringTwin::SMemory();
-        for (unsigned int i = 0; i < uSTRINGS; ++i)
+        for (unsigned int i = 0; i < g_uSTRINGS; ++i)
         {
             m_apLibrary[i] = std::make_unique<CStringProbe>();
             m_apTwin[i] = std::make_unique<CStringTwin>();
@@ -104,8 +104,8 @@ private:
 
     void Pick()
     {
-        m_uAt = m_bytes.Below(uSTRINGS);
-        m_uOther = m_bytes.Below(uSTRINGS);
+        m_uAt = m_bytes.Below(g_uSTRINGS);
+        m_uOther = m_bytes.Below(g_uSTRINGS);
         m_bOwnPiece = false;
     }
     CStringProbe& Library() { return *m_apLibrary[m_uAt]; }
@@ -121,8 +121,8 @@ private:
 
     CStepBytes m_bytes;
     CTrail m_trail;
-    std::unique_ptr<CStringProbe> m_apLibrary[uSTRINGS];
-    std::unique_ptr<CStringTwin> m_apTwin[uSTRINGS];
+    std::unique_ptr<CStringProbe> m_apLibrary[g_uSTRINGS];
+    std::unique_ptr<CStringTwin> m_apTwin[g_uSTRINGS];
     unsigned int m_uAt = 0;
     unsigned int m_uOther = 0;
     bool m_bOwnPiece = false;
@@ -220,7 +220,7 @@ SText CStringRun::Counted(unsigned int uString)
         text.psz = text.pszOwned.get();
     }
     // This count would mean the length of the text, which has no end here.
-    if (text.strMeaning.size() == uWHOLE_TEXT) text.strMeaning.pop_back();
+    if (text.strMeaning.size() == g_uWHOLE_TEXT) text.strMeaning.pop_back();
     text.strName += Quoted(text.strMeaning);
     return text;
 }
@@ -261,7 +261,7 @@ void CStringRun::Check()
         m_trail.Fail("%zu requests for memory, the twin makes %u", uAsked, rMemory.uWanted);
     rMemory.bRefuses = false;
     BeginUnrefused();
-    for (unsigned int i = 0; i < uSTRINGS; ++i)
+    for (unsigned int i = 0; i < g_uSTRINGS; ++i)
     {
         CStringProbe& rLibrary = *m_apLibrary[i];
         const CStringTwin& rTwin = *m_apTwin[i];
@@ -503,7 +503,7 @@ void CStringRun::InsertText()
     const unsigned int uIndex = Index(Twin().GetSize());
     unsigned int uRepetition = Repetition();
     if (m_bytes.Rarely(30)) uRepetition = m_bytes.Flag() ? 0xFFFFFFFF : 0x80000000;
-    const unsigned int uSize = bWhole ? uWHOLE_TEXT : static_cast<unsigned int>(text.strMeaning.size());
+    const unsigned int uSize = bWhole ? g_uWHOLE_TEXT : static_cast<unsigned int>(text.strMeaning.size());
     m_trail.Step("Insert(%u, %u, %s, %u) into string %u", uIndex, uRepetition, text.strName.c_str(), uSize, m_uAt);
     BeginLibrary();
     const QvResult res = Library().Insert(uIndex, uRepetition, text.psz, uSize);
@@ -531,7 +531,7 @@ void CStringRun::InsertString()
     {
         // So many characters mean the length of the text, here too.
         std::string strPiece = strSource.substr(uStart, uSize);
-        if (uSize == uWHOLE_TEXT) strPiece = strPiece.substr(0, strPiece.find('\0'));
+        if (uSize == g_uWHOLE_TEXT) strPiece = strPiece.substr(0, strPiece.find('\0'));
         SameResult(res, Twin().Insert(uIndex, uRepetition, strPiece, uSize));
     }
 }
@@ -652,7 +652,7 @@ void CStringRun::Add()
             BeginTwin();
             // A text of this many characters means its length.
             const std::string strMeant =
-                strRight.size() == uWHOLE_TEXT ? strRight.substr(0, strRight.find('\0')) : strRight;
+                strRight.size() == g_uWHOLE_TEXT ? strRight.substr(0, strRight.find('\0')) : strRight;
             Twin().Insert(Twin().GetSize(), 1, strMeant, strRight.size());
             break;
         }
@@ -663,7 +663,7 @@ void CStringRun::Add()
             BeginLibrary();
             Library() += text.psz;
             BeginTwin();
-            Twin().Insert(Twin().GetSize(), 1, text.strMeaning, uWHOLE_TEXT);
+            Twin().Insert(Twin().GetSize(), 1, text.strMeaning, g_uWHOLE_TEXT);
             break;
         }
         default:
@@ -681,7 +681,7 @@ void CStringRun::Add()
 void CStringRun::Concatenate()
 {
     Pick();
-    const unsigned int uTo = m_bytes.Below(uSTRINGS);
+    const unsigned int uTo = m_bytes.Below(g_uSTRINGS);
     const unsigned int uKind = m_bytes.Below(5);
     static const char* const s_apszName[] = {"string + string", "string + text", "string + character", "text + string",
                                              "character + string"};
@@ -709,13 +709,13 @@ void CStringRun::Concatenate()
     if (uKind < 3) *pTwin = Twin();
     else if (uKind == 3) pTwin->Assign(text.strMeaning);
     else pTwin->AssignCharacter(c);
-    if (uKind == 1) pTwin->Insert(pTwin->GetSize(), 1, text.strMeaning, uWHOLE_TEXT);
+    if (uKind == 1) pTwin->Insert(pTwin->GetSize(), 1, text.strMeaning, g_uWHOLE_TEXT);
     else if (uKind == 2) pTwin->Insert(pTwin->GetSize(), 1, std::string(1, c), 1);
     else
     {
         const std::string strRight = OtherTwin().GetText();
         const std::string strMeant =
-            strRight.size() == uWHOLE_TEXT ? strRight.substr(0, strRight.find('\0')) : strRight;
+            strRight.size() == g_uWHOLE_TEXT ? strRight.substr(0, strRight.find('\0')) : strRight;
         pTwin->Insert(pTwin->GetSize(), 1, strMeant, strRight.size());
     }
     m_apLibrary[uTo] = std::move(pLibrary);
@@ -746,13 +746,13 @@ bool FormatWholeOf(std::string& rstrText, const char* pszFormat, ...)
 }
 
 /// Each of them takes an int, a text and an unsigned in front of what it ignores.
-const char* const apszFORMATS[] = {"%d%s%u", "%d [%s] %x", "%05d%.3s", "%*s|%u", "%.0d%s", "%d", "", "%lc", "%%"};
+const char* const g_apszFORMATS[] = {"%d%s%u", "%d [%s] %x", "%05d%.3s", "%*s|%u", "%.0d%s", "%d", "", "%lc", "%%"};
 
 void CStringRun::Format()
 {
     Pick();
     const unsigned int uStart = m_bytes.Flag() ? Twin().GetSize() : Index(Twin().GetSize());
-    const char* pszFormat = apszFORMATS[m_bytes.Below(std::size(apszFORMATS))];
+    const char* pszFormat = g_apszFORMATS[m_bytes.Below(std::size(g_apszFORMATS))];
     if (m_bytes.Rarely(20)) pszFormat = nullptr;
     int nFirst = static_cast<int>(m_bytes.Below(8) == 7 ? m_bytes.Below(40) : 0);
     if (m_bytes.Rarely(20)) nFirst = 400 + static_cast<int>(m_bytes.Below(300));
@@ -780,11 +780,11 @@ void CStringRun::Format()
     if (!bRefused || res != resTwin || res == QV_RES_OK) SameResult(res, bRefused ? QV_RES_OUT_OF_MEMORY : resTwin);
     if (uStart > strBefore.size()) return;
     // Formatting needs room of its own when texts are cut or come from the string itself.
-    CStringTwin::Memory().uWanted = uANY_NUMBER;
+    CStringTwin::Memory().uWanted = g_uANY_NUMBER;
     if (res == QV_RES_OK)
     {
         Twin().Format(uStart, strWhole);
-        CStringTwin::Memory().uWanted = uANY_NUMBER;
+        CStringTwin::Memory().uWanted = g_uANY_NUMBER;
         return;
     }
     // Which room it had before it failed is open, the text is not: up to the start, or whole if it had to stay shared.
@@ -825,7 +825,7 @@ void CStringRun::FormatTwice()
     SameResult(res, QV_RES_OK);
     Twin().Format(uStart, strWhole);
     OtherTwin().Format(0, strWhole);
-    CStringTwin::Memory().uWanted = uANY_NUMBER;
+    CStringTwin::Memory().uWanted = g_uANY_NUMBER;
 }
 
 void CStringRun::Serialise()

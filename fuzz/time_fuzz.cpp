@@ -16,9 +16,9 @@ using std::chrono::days;
 using std::chrono::sys_days;
 using std::chrono::year_month_day;
 
-constexpr std::int64_t g_nEpoch = 2440588;  // Julian day of 1 January 1970
-constexpr std::int64_t g_nDaysOf400Years = 146097;
-constexpr std::int64_t g_nDayMs = 86400000;
+constexpr std::int64_t g_nEPOCH = 2440588;  // Julian day of 1 January 1970
+constexpr std::int64_t g_nDAYS_OF_400_YEARS = 146097;
+constexpr std::int64_t g_nDAY_MS = 86400000;
 
 struct SDateTime
 {
@@ -30,9 +30,9 @@ struct SDateTime
 /// 400 years have the same dates everywhere, so that std::chrono's narrower years will do.
 SDateTime DateOf(unsigned int uJulianDay)
 {
-    const std::int64_t nSpans = uJulianDay / g_nDaysOf400Years;
-    const std::int64_t nDay = uJulianDay % g_nDaysOf400Years;
-    const year_month_day date(sys_days(days(static_cast<int>(nDay - g_nEpoch))));
+    const std::int64_t nSpans = uJulianDay / g_nDAYS_OF_400_YEARS;
+    const std::int64_t nDay = uJulianDay % g_nDAYS_OF_400_YEARS;
+    const year_month_day date(sys_days(days(static_cast<int>(nDay - g_nEPOCH))));
     return {static_cast<unsigned short>(static_cast<int>(date.year()) + 400 * nSpans),
             static_cast<unsigned short>(static_cast<unsigned int>(date.month())),
             static_cast<unsigned short>(static_cast<unsigned int>(date.day()))};
@@ -43,7 +43,7 @@ std::int64_t JulianDayOfMarch(std::int64_t nYear)
     const std::int64_t nSpans = nYear / 400;
     const year_month_day date(std::chrono::year(static_cast<int>(nYear % 400)), std::chrono::March,
                               std::chrono::day(1));
-    return sys_days(date).time_since_epoch().count() + g_nEpoch + g_nDaysOf400Years * nSpans;
+    return sys_days(date).time_since_epoch().count() + g_nEPOCH + g_nDAYS_OF_400_YEARS * nSpans;
 }
 
 /// Months and days that there are not continue the count: months by the formula that makes days of regular ones.
@@ -52,7 +52,7 @@ unsigned int JulianDayOf(unsigned short uYear, unsigned short uMonth, unsigned s
     const bool bEndsYearBefore = uMonth == 1 || uMonth == 2;
     const std::int64_t nMonth = bEndsYearBefore ? uMonth + 9 : uMonth - 3;
     // The year -1 is that 400 years before 399.
-    const std::int64_t nMarch = uYear == 0 && bEndsYearBefore ? JulianDayOfMarch(399) - g_nDaysOf400Years
+    const std::int64_t nMarch = uYear == 0 && bEndsYearBefore ? JulianDayOfMarch(399) - g_nDAYS_OF_400_YEARS
                                                               : JulianDayOfMarch(uYear - (bEndsYearBefore ? 1 : 0));
     return static_cast<unsigned int>(nMarch + (153 * nMonth + 2) / 5 + uDay - 1);
 }
@@ -84,18 +84,18 @@ struct SModel
     void AddMs(std::int64_t nMs)
     {
         // Of both addends the whole days apart: the sum of all may need more than 64 bits.
-        std::int64_t nDays = nMs / g_nDayMs;
-        std::int64_t nRest = nMs % g_nDayMs + uMs;
+        std::int64_t nDays = nMs / g_nDAY_MS;
+        std::int64_t nRest = nMs % g_nDAY_MS + uMs;
         while (nRest < 0)
         {
-            nRest += g_nDayMs;
+            nRest += g_nDAY_MS;
             --nDays;
         }
-        nDays += nRest / g_nDayMs;
+        nDays += nRest / g_nDAY_MS;
         uDay = static_cast<unsigned int>(uDay + nDays);
-        uMs = static_cast<unsigned int>(nRest % g_nDayMs);
+        uMs = static_cast<unsigned int>(nRest % g_nDAY_MS);
     }
-    std::int64_t Total() const { return std::int64_t{uDay} * g_nDayMs + uMs; }
+    std::int64_t Total() const { return std::int64_t{uDay} * g_nDAY_MS + uMs; }
 };
 
 void CheckCalendar(CFuzzInput& rInput)

@@ -56,7 +56,7 @@ NOT_RUN = r"^(package|debugger)\."
 NO_CODE = re.compile(r'//[^\n]*|/\*.*?\*/|R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])+\'|'
                      r'^[ \t]*#(?:[^\n]*\\\n)*[^\n]*', re.M | re.S)
 # Declarations and promises to the compiler: nothing runs there.
-NO_TARGET = re.compile(r"static_assert|\[\[gnu::|alignas|QV_HOT_CODE|template|using |typedef|friend |noexcept|__builtin_|"
+NO_TARGET = re.compile(r"static_assert|\[\[gnu::|alignas|QV_CACHE_LINE_ALIGNED|template|using |typedef|friend |noexcept|__builtin_|"
                        r"operator|concept|requires|memory_order|QV_REMOVE_UNUSED|= delete|= default")
 
 SWAPS = [

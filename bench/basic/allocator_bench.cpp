@@ -6,11 +6,11 @@
 
 namespace
 {
-constexpr unsigned int g_uBlockSize = 96;
+constexpr unsigned int g_uBLOCK_SIZE = 96;
 
 void BM_PopPushOurs(benchmark::State& rState)
 {
-    CBlockAllocator blocks(g_uBlockSize, nullptr);
+    CBlockAllocator blocks(g_uBLOCK_SIZE, nullptr);
     blocks.Reserve(1);
     for (auto _ : rState)
     {
@@ -24,7 +24,7 @@ void BM_MallocFree(benchmark::State& rState)
 {
     for (auto _ : rState)
     {
-        void* const pvBlock = std::malloc(g_uBlockSize);
+        void* const pvBlock = std::malloc(g_uBLOCK_SIZE);
         benchmark::DoNotOptimize(pvBlock);
         std::free(pvBlock);
     }

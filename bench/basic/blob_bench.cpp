@@ -36,7 +36,7 @@ void BM_AppendStd(benchmark::State& rState)
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
 }
 
-constexpr unsigned int g_uFieldBits = 13;
+constexpr unsigned int g_uFIELD_BITS = 13;
 
 void BM_AppendBitsOurs(benchmark::State& rState)
 {
@@ -45,7 +45,7 @@ void BM_AppendBitsOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         blob.Clear();
-        for (std::int64_t n = 0; n < rState.range(0); ++n) blob.AppendBits(auField, g_uFieldBits, 0);
+        for (std::int64_t n = 0; n < rState.range(0); ++n) blob.AppendBits(auField, g_uFIELD_BITS, 0);
         benchmark::ClobberMemory();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
@@ -55,13 +55,13 @@ void BM_AppendBitsStd(benchmark::State& rState)
 {
     const unsigned char auField[2] = {0x5a, 0xc8};
     std::vector<bool> bits;
-    bits.reserve(static_cast<std::size_t>(rState.range(0)) * g_uFieldBits);
+    bits.reserve(static_cast<std::size_t>(rState.range(0)) * g_uFIELD_BITS);
     for (auto _ : rState)
     {
         bits.clear();
         for (std::int64_t n = 0; n < rState.range(0); ++n)
         {
-            for (unsigned int u = 0; u < g_uFieldBits; ++u) bits.push_back((auField[u / 8] >> (7 - u % 8) & 1) != 0);
+            for (unsigned int u = 0; u < g_uFIELD_BITS; ++u) bits.push_back((auField[u / 8] >> (7 - u % 8) & 1) != 0);
         }
         benchmark::ClobberMemory();
     }
@@ -209,22 +209,22 @@ private:
     unsigned int m_uCount = 0;
 };
 
-constexpr unsigned int g_uFields = 64;
+constexpr unsigned int g_uFIELDS = 64;
 
 // Fields as 13 bits from the top of two bytes, which is how a blob takes and gives them.
 unsigned int SumOfFieldsOurs(CBlob& rBlob, unsigned int uFirst)
 {
     rBlob.Clear();
-    for (unsigned int u = 0; u < g_uFields; ++u)
+    for (unsigned int u = 0; u < g_uFIELDS; ++u)
     {
         const std::uint16_t uField = __builtin_bswap16(static_cast<std::uint16_t>((uFirst + u * 97) << 3));
-        rBlob.AppendBits(reinterpret_cast<const unsigned char*>(&uField), g_uFieldBits, 0);
+        rBlob.AppendBits(reinterpret_cast<const unsigned char*>(&uField), g_uFIELD_BITS, 0);
     }
     unsigned int uSum = 0;
-    for (unsigned int u = 0; u < g_uFields; ++u)
+    for (unsigned int u = 0; u < g_uFIELDS; ++u)
     {
         std::uint16_t uField;
-        rBlob.ReadBits(reinterpret_cast<unsigned char*>(&uField), g_uFieldBits, 0);
+        rBlob.ReadBits(reinterpret_cast<unsigned char*>(&uField), g_uFIELD_BITS, 0);
         uSum = uSum * 31 + (__builtin_bswap16(uField) >> 3);
     }
     return uSum;
@@ -237,13 +237,14 @@ unsigned int SumOfFieldsByHand(unsigned char* puBytes, unsigned int uFirst)
     CBitWriter writer(puBytes);
     CBitWriter* pWriter = &writer;
     if (bKnownElsewhere) benchmark::DoNotOptimize(pWriter);
-    for (unsigned int u = 0; u < g_uFields; ++u) writer.Put((uFirst + u * 97) & 0x1FFF, g_uFieldBits);
+    for (unsigned int u = 0; u < g_uFIELDS; ++u) writer.Put((uFirst + u * 97) & 0x1FFF, g_uFIELD_BITS);
     writer.Flush();
     CBitReader reader(puBytes);
     CBitReader* pReader = &reader;
     if (bKnownElsewhere) benchmark::DoNotOptimize(pReader);
     unsigned int uSum = 0;
-    for (unsigned int u = 0; u < g_uFields; ++u) uSum = uSum * 31 + static_cast<unsigned int>(reader.Get(g_uFieldBits));
+    for (unsigned int u = 0; u < g_uFIELDS; ++u)
+        uSum = uSum * 31 + static_cast<unsigned int>(reader.Get(g_uFIELD_BITS));
     return uSum;
 }
 
@@ -258,7 +259,7 @@ void BM_BitsOurs(benchmark::State& rState)
     }
     unsigned int uFirst = 0;
     for (auto _ : rState) benchmark::DoNotOptimize(SumOfFieldsOurs(blob, ++uFirst));
-    rState.SetItemsProcessed(rState.iterations() * g_uFields);
+    rState.SetItemsProcessed(rState.iterations() * g_uFIELDS);
 }
 
 template <bool bKnownElsewhere>
@@ -271,7 +272,7 @@ void BM_BitsByHand(benchmark::State& rState)
         benchmark::DoNotOptimize(auBytes);
         benchmark::DoNotOptimize(SumOfFieldsByHand<bKnownElsewhere>(auBytes, ++uFirst));
     }
-    rState.SetItemsProcessed(rState.iterations() * g_uFields);
+    rState.SetItemsProcessed(rState.iterations() * g_uFIELDS);
 }
 }  // namespace
 

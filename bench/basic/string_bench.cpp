@@ -9,11 +9,11 @@
 
 namespace
 {
-const char* const g_apszTexts[] = {"user %d logged in", "request %d from host %s took %u microseconds on try %d of %d"};
+const char* const g_apszTEXTS[] = {"user %d logged in", "request %d from host %s took %u microseconds on try %d of %d"};
 
 void BM_FormatOurs(benchmark::State& rState)
 {
-    const char* const pszFormat = g_apszTexts[rState.range(0)];
+    const char* const pszFormat = g_apszTEXTS[rState.range(0)];
     int n = 0;
     for (auto _ : rState)
     {
@@ -26,7 +26,7 @@ void BM_FormatOurs(benchmark::State& rState)
 // Measure, make room, write: what is usually done where the length is not known.
 void BM_FormatStd(benchmark::State& rState)
 {
-    const char* const pszFormat = g_apszTexts[rState.range(0)];
+    const char* const pszFormat = g_apszTEXTS[rState.range(0)];
     int n = 0;
     for (auto _ : rState)
     {
@@ -42,7 +42,7 @@ void BM_FormatStd(benchmark::State& rState)
 // The fastest peer: a buffer that happens to be large enough.
 void BM_FormatStdBuffer(benchmark::State& rState)
 {
-    const char* const pszFormat = g_apszTexts[rState.range(0)];
+    const char* const pszFormat = g_apszTEXTS[rState.range(0)];
     int n = 0;
     for (auto _ : rState)
     {

@@ -11,7 +11,7 @@ namespace
 {
 namespace chrono = std::chrono;
 
-constexpr unsigned int g_uEpoch = 2440588;
+constexpr unsigned int g_uEPOCH = 2440588;
 
 /// Days of five centuries, in no order.
 std::vector<unsigned int> SomeDays()
@@ -44,7 +44,7 @@ SDate DateOurs(unsigned int uJulianDay)
 __attribute__((noinline)) void DateChrono(unsigned int uJulianDay, unsigned short* puYear, unsigned short* puMonth,
                                           unsigned short* puDay)
 {
-    const chrono::year_month_day date(chrono::sys_days(chrono::days(static_cast<int>(uJulianDay - g_uEpoch))));
+    const chrono::year_month_day date(chrono::sys_days(chrono::days(static_cast<int>(uJulianDay - g_uEPOCH))));
     *puYear = static_cast<unsigned short>(static_cast<int>(date.year()));
     *puMonth = static_cast<unsigned short>(static_cast<unsigned int>(date.month()));
     *puDay = static_cast<unsigned short>(static_cast<unsigned int>(date.day()));
@@ -60,7 +60,7 @@ SDate DatePeer(unsigned int uJulianDay)
 // The peer as its users have it, inlined.
 SDate DatePeerInlined(unsigned int uJulianDay)
 {
-    const chrono::year_month_day date(chrono::sys_days(chrono::days(static_cast<int>(uJulianDay - g_uEpoch))));
+    const chrono::year_month_day date(chrono::sys_days(chrono::days(static_cast<int>(uJulianDay - g_uEPOCH))));
     return {static_cast<unsigned short>(static_cast<int>(date.year())),
             static_cast<unsigned short>(static_cast<unsigned int>(date.month())),
             static_cast<unsigned short>(static_cast<unsigned int>(date.day()))};

@@ -10,20 +10,20 @@
 
 namespace
 {
-constexpr unsigned int g_uEpoch = 2440588;
-constexpr time_t g_nStart = 1704067200;  // 1 January 2024
-constexpr int g_nSpan = 366 * 86400;
-constexpr int g_nStep = 7919;
+constexpr unsigned int g_uEPOCH = 2440588;
+constexpr time_t g_nSTART = 1704067200;  // 1 January 2024
+constexpr int g_nSPAN = 366 * 86400;
+constexpr int g_nSTEP = 7919;
 
 time_t Next(time_t t)
 {
-    return t + g_nStep < g_nStart + g_nSpan ? t + g_nStep : t + g_nStep - g_nSpan;
+    return t + g_nSTEP < g_nSTART + g_nSPAN ? t + g_nSTEP : t + g_nSTEP - g_nSPAN;
 }
 
 struct SMoment
 {
     explicit SMoment(time_t t)
-        : uJulianDay(static_cast<unsigned int>(t / 86400) + g_uEpoch),
+        : uJulianDay(static_cast<unsigned int>(t / 86400) + g_uEPOCH),
           uTimeMs(static_cast<unsigned int>(t % 86400) * 1000)
     {
     }
@@ -43,7 +43,7 @@ void BM_FieldsOurs(benchmark::State& rState)
 {
     CTime time;
     time.SetTimeZone(pszTIMEZONE_NA_EASTERN);
-    time_t t = g_nStart;
+    time_t t = g_nSTART;
     unsigned short auFields[7];
     for (auto _ : rState)
     {
@@ -61,7 +61,7 @@ void BM_FieldsOurs(benchmark::State& rState)
 void BM_PairOurs(benchmark::State& rState)
 {
     const CTimeZone zone(pszTIMEZONE_NA_EASTERN);
-    time_t t = g_nStart;
+    time_t t = g_nSTART;
     for (auto _ : rState)
     {
         SMoment moment(t);
@@ -76,7 +76,7 @@ void BM_Peer(benchmark::State& rState)
 {
     SetPeer(pszTIMEZONE_NA_EASTERN);
     const CTimeZone zone(pszTIMEZONE_NA_EASTERN);
-    time_t t = g_nStart;
+    time_t t = g_nSTART;
     tm local;
     for (auto _ : rState)
     {
@@ -96,7 +96,7 @@ void BM_Peer(benchmark::State& rState)
 void BM_BackOurs(benchmark::State& rState)
 {
     const CTimeZone zone(pszTIMEZONE_NA_EASTERN);
-    time_t t = g_nStart;
+    time_t t = g_nSTART;
     for (auto _ : rState)
     {
         SMoment moment(t);
@@ -109,13 +109,13 @@ void BM_BackOurs(benchmark::State& rState)
 void BM_BackPeer(benchmark::State& rState)
 {
     SetPeer(pszTIMEZONE_NA_EASTERN);
-    time_t t = g_nStart;
+    time_t t = g_nSTART;
     for (auto _ : rState)
     {
         tm local = {};
         local.tm_year = 124;
-        local.tm_mday = 1 + static_cast<int>((t - g_nStart) / 86400);
-        local.tm_sec = static_cast<int>((t - g_nStart) % 86400);
+        local.tm_mday = 1 + static_cast<int>((t - g_nSTART) / 86400);
+        local.tm_sec = static_cast<int>((t - g_nSTART) % 86400);
         local.tm_isdst = -1;
         benchmark::DoNotOptimize(mktime(&local));
         t = Next(t);

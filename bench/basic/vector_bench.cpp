@@ -6,6 +6,8 @@
 #include <cstring>
 #include <vector>
 
+#include "bench/support/containers.h"
+
 namespace
 {
 // Both sides reserve first: what is measured is the append, not the growth. Both are filled through a reference, as
@@ -157,26 +159,16 @@ void BM_SortOurs(benchmark::State& rState)
 template <unsigned int SIZE>
 void BM_SortHand(benchmark::State& rState)
 {
-    static constexpr unsigned int auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
-                                              861,     336,    112,    48,    21,    7,     3,    1};
     const auto source = Shuffled<SElement<SIZE>>(rState.range(0));
     auto elements = source;
-    int (*pfnCompare)(const void*, const void*, unsigned int) = CompareKeys;
+    PFNCompareElements pfnCompare = CompareKeys;
     benchmark::DoNotOptimize(pfnCompare);
     for (auto _ : rState)
     {
         elements = source;
-        for (const unsigned int uGap : auGAPS)
-        {
-            for (std::size_t i = uGap; i < elements.size(); ++i)
-            {
-                const SElement<SIZE> held = elements[i];
-                std::size_t j = i;
-                for (; j >= uGap && pfnCompare(&elements[j - uGap], &held, 0) > 0; j -= uGap)
-                    elements[j] = elements[j - uGap];
-                elements[j] = held;
-            }
-        }
+        ShellSortByHand(elements.data(), elements.size(),
+                        [=](const SElement<SIZE>& r1, const SElement<SIZE>& r2)
+                        { return pfnCompare(&r1, &r2, 0) > 0; });
         benchmark::ClobberMemory();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));

@@ -7,11 +7,11 @@
 
 namespace
 {
-constexpr uint8_t g_auKey[20] = {1, 2, 3};
+constexpr uint8_t g_auKEY[20] = {1, 2, 3};
 
 void MacOurs(CSha1Mac& rMac, const std::vector<uint8_t>& rInput, uint8_t* puCode)
 {
-    rMac.Begin(g_auKey, sizeof(g_auKey));
+    rMac.Begin(g_auKEY, sizeof(g_auKEY));
     rMac.Update(rInput.data(), static_cast<unsigned int>(rInput.size()));
     rMac.End(puCode);
 }
@@ -45,7 +45,7 @@ void BM_PeerHmac(benchmark::State& rState)
     uint8_t auCode[20];
     for (auto _ : rState)
     {
-        HMAC(EVP_sha1(), g_auKey, sizeof(g_auKey), input.data(), input.size(), auCode, nullptr);
+        HMAC(EVP_sha1(), g_auKEY, sizeof(g_auKEY), input.data(), input.size(), auCode, nullptr);
         benchmark::DoNotOptimize(auCode);
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
@@ -66,7 +66,7 @@ void BM_PeerEvp(benchmark::State& rState)
     size_t uSize = 0;
     for (auto _ : rState)
     {
-        EVP_MAC_init(pContext, g_auKey, sizeof(g_auKey), nullptr);
+        EVP_MAC_init(pContext, g_auKEY, sizeof(g_auKEY), nullptr);
         EVP_MAC_update(pContext, input.data(), input.size());
         EVP_MAC_final(pContext, auCode, &uSize, sizeof(auCode));
         benchmark::DoNotOptimize(auCode);

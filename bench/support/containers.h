@@ -47,23 +47,24 @@ inline std::vector<int> ShuffledInts(std::int64_t nCount)
     return numbers;
 }
 
-/// The containers' Shell sort as one writes it by hand over an array of addresses; a function of its own, as ours is.
-[[gnu::noinline]] inline void ShellSortByHand(int** ppnElements, std::size_t uSize, PFNCompareElements pfnCompare,
-                                              unsigned int uParam)
+/// The containers' Shell sort as one writes it by hand for a known type; a function of its own, as ours is.
+/// isAfter(a, b) tells whether element a orders behind element b.
+template <typename Element, typename IsAfter>
+[[gnu::noinline]] void ShellSortByHand(Element* pElements, std::size_t uSize, IsAfter isAfter)
 {
-    static const std::size_t auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
-                                         861,     336,    112,    48,    21,    7,     3,    1};
+    static constexpr std::size_t auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
+                                             861,     336,    112,    48,    21,    7,     3,    1};
     for (const std::size_t uGap : auGAPS)
     {
         for (std::size_t uNext = uGap; uNext < uSize; ++uNext)
         {
-            int* const pnHeld = ppnElements[uNext];
+            const Element held = pElements[uNext];
             std::size_t uHole = uNext;
-            for (; uHole >= uGap && pfnCompare(ppnElements[uHole - uGap], pnHeld, uParam) > 0; uHole -= uGap)
+            for (; uHole >= uGap && isAfter(pElements[uHole - uGap], held); uHole -= uGap)
             {
-                ppnElements[uHole] = ppnElements[uHole - uGap];
+                pElements[uHole] = pElements[uHole - uGap];
             }
-            ppnElements[uHole] = pnHeld;
+            pElements[uHole] = held;
         }
     }
 }
@@ -156,9 +157,11 @@ void SortByHand(benchmark::State& rState)
 {
     CDisorder<Container> disorder(rState.range(0));
     std::vector<int*> order = disorder.GetElements();
+    const PFNCompareElements pfnCompare = OpaqueCompare();
     for (auto _ : rState)
     {
-        ShellSortByHand(order.data(), order.size(), OpaqueCompare(), 0);
+        ShellSortByHand(order.data(), order.size(),
+                        [=](const int* pn1, const int* pn2) { return pfnCompare(pn1, pn2, 0) > 0; });
         disorder.Restore();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));

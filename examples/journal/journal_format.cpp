@@ -14,21 +14,21 @@ static_assert(sizeof(STail) == 24 && offsetof(STail, uCrc) == 20 && sizeof(SHead
 
 namespace
 {
-constexpr char g_acMagic[] = {'o', 'r', 'v', 'l', 'j', 'r', 'n', 'l'};
-constexpr uint32_t g_uVersion = 2;
-constexpr uint32_t g_uRecordKind = 'R';
-constexpr uint32_t g_uSealedKind = 'S';
-constexpr uint32_t g_uClosingKind = 'C';
+constexpr char g_acMAGIC[] = {'o', 'r', 'v', 'l', 'j', 'r', 'n', 'l'};
+constexpr uint32_t g_uVERSION = 2;
+constexpr uint32_t g_uRECORD_KIND = 'R';
+constexpr uint32_t g_uSEALED_KIND = 'S';
+constexpr uint32_t g_uCLOSING_KIND = 'C';
 
 // A CString in a marshaler is its 16-bit length and its characters; a stamp is two decimal numbers and a space.
-constexpr unsigned int g_uMarshaledLength = sizeof(uint16_t);
-constexpr unsigned int g_uMinStamp = 3;
-constexpr unsigned int g_uMaxStamp = 20 + 1 + 20;
-constexpr unsigned int g_uMinRecord = g_uMarshaledLength + g_uMinStamp + g_uMarshaledLength;
-constexpr unsigned int g_uMaxRecord = g_uMarshaledLength + g_uMaxStamp + g_uMarshaledLength + CString::uMAX_SIZE;
-constexpr unsigned int g_uNonceSize = sizeof(SNonce);
-constexpr unsigned int g_uClosingSize = sizeof(uint64_t);
-static_assert(g_uClosingSize >= g_uMinRecord, "room for either");
+constexpr unsigned int g_uMARSHALED_LENGTH = sizeof(uint16_t);
+constexpr unsigned int g_uMIN_STAMP = 3;
+constexpr unsigned int g_uMAX_STAMP = 20 + 1 + 20;
+constexpr unsigned int g_uMIN_RECORD = g_uMARSHALED_LENGTH + g_uMIN_STAMP + g_uMARSHALED_LENGTH;
+constexpr unsigned int g_uMAX_RECORD = g_uMARSHALED_LENGTH + g_uMAX_STAMP + g_uMARSHALED_LENGTH + CString::uMAX_SIZE;
+constexpr unsigned int g_uNONCE_SIZE = sizeof(SNonce);
+constexpr unsigned int g_uCLOSING_SIZE = sizeof(uint64_t);
+static_assert(g_uCLOSING_SIZE >= g_uMIN_RECORD, "room for either");
 
 // What the tail of a header or a frame of uSize bytes, that tail included, should hold.
 SMac MacFor(const uint8_t* puBegin, size_t uSize, const SKey& rKey)
@@ -66,26 +66,8 @@ const uint8_t* BytesOf(const SHeader& rHeader)
 
 unsigned int PayloadSizeOf(const SRecord& rRecord, const CString& rStamp)
 {
-    const unsigned int uStrings = 2 * g_uMarshaledLength + rStamp.GetSize() + rRecord.strText.GetSize();
-    return uStrings + (rRecord.nonce ? g_uNonceSize : 0);
-}
-
-struct SLengths
-{
-    uint16_t uStamp;
-    uint16_t uText;
-};
-
-// Of the two strings in a payload of uSize bytes, at least g_uMinRecord; nothing when they do not fill it.
-std::optional<SLengths> LengthsIn(const uint8_t* puPayload, unsigned int uSize)
-{
-    SLengths lengths;
-    std::memcpy(&lengths.uStamp, puPayload, g_uMarshaledLength);
-    const unsigned int uTextAt = g_uMarshaledLength + lengths.uStamp;
-    if (uTextAt + g_uMarshaledLength > uSize) return std::nullopt;
-    std::memcpy(&lengths.uText, puPayload + uTextAt, g_uMarshaledLength);
-    if (uTextAt + g_uMarshaledLength + lengths.uText != uSize) return std::nullopt;
-    return lengths;
+    const unsigned int uStrings = 2 * g_uMARSHALED_LENGTH + rStamp.GetSize() + rRecord.strText.GetSize();
+    return uStrings + (rRecord.nonce ? g_uNONCE_SIZE : 0);
 }
 
 bool ParseStamp(const CString& rStamp, SRecord& rRecord)
@@ -112,8 +94,8 @@ SJournalId MakeJournalId()
 SHeader MakeHeader(const SJournalId& rId, const SKey& rKey)
 {
     SHeader header;
-    std::memcpy(header.acMagic, g_acMagic, sizeof(g_acMagic));
-    header.uVersion = g_uVersion;
+    std::memcpy(header.acMagic, g_acMAGIC, sizeof(g_acMAGIC));
+    header.uVersion = g_uVERSION;
     std::memcpy(header.auJournalId, rId.auBytes, sizeof(header.auJournalId));
     SetTail(reinterpret_cast<uint8_t*>(&header), sizeof(header), rKey);
     return header;
@@ -121,12 +103,12 @@ SHeader MakeHeader(const SJournalId& rId, const SKey& rKey)
 
 bool HasMagic(const SHeader& rHeader)
 {
-    return std::memcmp(rHeader.acMagic, g_acMagic, sizeof(g_acMagic)) == 0;
+    return std::memcmp(rHeader.acMagic, g_acMAGIC, sizeof(g_acMAGIC)) == 0;
 }
 
 bool IsKnownVersion(const SHeader& rHeader)
 {
-    return rHeader.uVersion == g_uVersion;
+    return rHeader.uVersion == g_uVERSION;
 }
 
 bool IsUndamaged(const SHeader& rHeader)
@@ -155,7 +137,7 @@ CFrame::CFrame()
 {
     static_assert(sizeof(SHead) == 28 && std::is_trivially_copyable_v<SHead>, "written as it lies in memory");
     // Once for all frames: blobs grow by no more than what they are asked for.
-    Check(m_blobBytes.ReserveCapacity(sizeof(SHead) + g_uMaxRecord + g_uNonceSize + sizeof(STail)));
+    Check(m_blobBytes.ReserveCapacity(sizeof(SHead) + g_uMAX_RECORD + g_uNONCE_SIZE + sizeof(STail)));
 }
 
 void CFrame::SetRecord(const SRecord& rRecord, const SMac& rLink, const SKey& rKey)
@@ -164,15 +146,15 @@ void CFrame::SetRecord(const SRecord& rRecord, const SMac& rLink, const SKey& rK
     Check(strStamp.Format(0, "%lu %lu", rRecord.uNumber, rRecord.uTime));
     CMarshaler marshaler;
     marshaler << strStamp << rRecord.strText;
-    if (rRecord.nonce) marshaler.Insert(rRecord.nonce->auBytes, g_uNonceSize);
-    Set(rRecord.nonce ? g_uSealedKind : g_uRecordKind, marshaler, PayloadSizeOf(rRecord, strStamp), rLink, rKey);
+    if (rRecord.nonce) marshaler.Insert(rRecord.nonce->auBytes, g_uNONCE_SIZE);
+    Set(rRecord.nonce ? g_uSEALED_KIND : g_uRECORD_KIND, marshaler, PayloadSizeOf(rRecord, strStamp), rLink, rKey);
 }
 
 void CFrame::SetClosing(uint64_t uRecordCount, const SMac& rLink, const SKey& rKey)
 {
     CMarshaler marshaler;
     marshaler << uRecordCount;
-    Set(g_uClosingKind, marshaler, g_uClosingSize, rLink, rKey);
+    Set(g_uCLOSING_KIND, marshaler, g_uCLOSING_SIZE, rLink, rKey);
 }
 
 CFrame::EReading CFrame::ReadFrom(CInputFile& rFile)
@@ -191,7 +173,7 @@ CFrame::EReading CFrame::ReadFrom(CInputFile& rFile)
 
 bool CFrame::IsClosing() const
 {
-    return GetHead().uKind == g_uClosingKind;
+    return GetHead().uKind == g_uCLOSING_KIND;
 }
 
 bool CFrame::IsUndamaged() const
@@ -216,38 +198,28 @@ SDigest CFrame::GetDigest() const
 
 bool CFrame::GetRecord(SRecord& rRecord) const
 {
-    // What the lengths in a forged payload promise need not be there.
-    const unsigned int uNonceSize = GetHead().uKind == g_uSealedKind ? g_uNonceSize : 0;
-    const std::optional<SLengths> lengths = LengthsIn(GetPayload(), GetHead().uPayloadSize - uNonceSize);
-    if (!lengths) return false;
-    CMarshaler marshaler;
-    marshaler.Insert(GetPayload(), GetHead().uPayloadSize);
-    if (marshaler.GetUnreadSize() != GetHead().uPayloadSize) throw std::bad_alloc();
+    CMarshalReader reader(GetPayload(), GetHead().uPayloadSize, CString::uMAX_SIZE);
     CString strStamp;
-    marshaler >> strStamp >> rRecord.strText;
+    reader >> strStamp >> rRecord.strText;
     rRecord.nonce.reset();
-    if (uNonceSize != 0) marshaler.Extract(rRecord.nonce.emplace().auBytes, g_uNonceSize);
-    const bool bWhole = strStamp.GetSize() == lengths->uStamp && rRecord.strText.GetSize() == lengths->uText;
-    if (!bWhole) throw std::bad_alloc();
-    return ParseStamp(strStamp, rRecord);
+    if (GetHead().uKind == g_uSEALED_KIND) reader.Read(rRecord.nonce.emplace().auBytes, g_uNONCE_SIZE);
+    if (reader.GetResult() == QV_RES_OUT_OF_MEMORY) throw std::bad_alloc();
+    return reader.HasReadAll() && ParseStamp(strStamp, rRecord);
 }
 
 uint64_t CFrame::GetRecordCount() const
 {
-    CMarshaler marshaler;
-    marshaler.Insert(GetPayload(), g_uClosingSize);
-    if (marshaler.GetUnreadSize() != g_uClosingSize) throw std::bad_alloc();
     uint64_t uCount = 0;
-    marshaler >> uCount;
+    CMarshalReader(GetPayload(), g_uCLOSING_SIZE, 0) >> uCount;
     return uCount;
 }
 
 bool CFrame::IsPossible(const SHead& rHead)
 {
-    if (rHead.uKind == g_uClosingKind) return rHead.uPayloadSize == g_uClosingSize;
-    if (rHead.uKind != g_uRecordKind && rHead.uKind != g_uSealedKind) return false;
-    const unsigned int uNonce = rHead.uKind == g_uSealedKind ? g_uNonceSize : 0;
-    return rHead.uPayloadSize >= uNonce + g_uMinRecord && rHead.uPayloadSize <= uNonce + g_uMaxRecord;
+    if (rHead.uKind == g_uCLOSING_KIND) return rHead.uPayloadSize == g_uCLOSING_SIZE;
+    if (rHead.uKind != g_uRECORD_KIND && rHead.uKind != g_uSEALED_KIND) return false;
+    const unsigned int uNonce = rHead.uKind == g_uSEALED_KIND ? g_uNONCE_SIZE : 0;
+    return rHead.uPayloadSize >= uNonce + g_uMIN_RECORD && rHead.uPayloadSize <= uNonce + g_uMAX_RECORD;
 }
 
 void CFrame::Set(uint32_t uKind, CMarshaler& rPayload, unsigned int uPayloadSize, const SMac& rLink, const SKey& rKey)

@@ -6,7 +6,8 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/internal/container_members.h"
+#include "framework/basic/internal/grow_capacity.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 // The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one
 // or two binary ones: a left child is one level below its parent; a right child one level below or on the same level
@@ -123,10 +124,6 @@ CAATreeBase::SCompareVoidParams::SCompareVoidParams(PFNCompareElements pfnCompar
 {
 }
 
-ORVEL_DEFINE_SIZE_MEMBERS(CAATreeBase)
-ORVEL_DEFINE_INDEX_MEMBERS(CAATreeBase)
-ORVEL_DEFINE_ELEMENT_OPERATIONS(CAATreeBase)
-
 CAATreeBase::CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                          IAllocator* pAllocator)
     : CAATreeBase(uSizeOfElement, pfnCompare, uParam,
@@ -160,6 +157,7 @@ CAATreeBase::~CAATreeBase()
     m_uElementSize = 0;
     m_uLockCapacity = 0;
     ReduceCapacity(0);
+    orvel_internal::KeepStoresTo(this);
 }
 
 CAATreeBase& CAATreeBase::operator=(const CAATreeBase& rSrc)
@@ -199,6 +197,36 @@ QvResult CAATreeBase::ReduceCapacity(unsigned int uCapacity)
 unsigned int CAATreeBase::GetCapacity() const
 {
     return m_uSize + m_uAllocatedCount + m_nodeAllocator.GetBlockCount();
+}
+
+unsigned int CAATreeBase::GetLockCapacity() const
+{
+    return m_uLockCapacity;
+}
+
+void CAATreeBase::SetLockCapacity(unsigned int uLockCapacity)
+{
+    m_uLockCapacity = uLockCapacity;
+}
+
+unsigned int CAATreeBase::GetSize() const
+{
+    return m_uSize;
+}
+
+bool CAATreeBase::IsEmpty() const
+{
+    return GetSize() == 0;
+}
+
+unsigned int CAATreeBase::GetFirstIndex() const
+{
+    return 0;
+}
+
+unsigned int CAATreeBase::GetLastIndex() const
+{
+    return GetSize() - 1;
 }
 
 QvResult CAATreeBase::Insert(const void* pElement)
@@ -281,7 +309,7 @@ void CAATreeBase::EraseAll()
     InvalidateCurrentNode();
 }
 
-QV_HOT_CODE CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
+QV_CACHE_LINE_ALIGNED CAATreeBase::CAATreeNode* CAATreeBase::FindNode(const void* pKey) const
 {
     const SCompareVoidParams stCompare = m_stCompare;
     CAATreeNode* const pNull = RequireSentinel();
@@ -401,6 +429,18 @@ bool CAATreeBase::IsSentinel(const CAATreeNode* pNode)
     return pNode == ms_pNullNode;
 }
 
+void CAATreeBase::Construct(void*)
+{
+}
+
+void CAATreeBase::ConstructFrom(void*, const void*)
+{
+}
+
+void CAATreeBase::Destruct(void*)
+{
+}
+
 QvResult CAATreeBase::InitializeCAATreeBase()
 {
     ms_pNullNode = new (ms_auNullNode) CAATreeNode;
@@ -441,9 +481,7 @@ QvResult CAATreeBase::ReserveNode()
 {
     RequireSentinel();  // before the allocator is used, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
-    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
-    if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
-    return ReserveFree(1);
+    return orvel_internal::GrowCapacity(*this, GetUsedCount() + 1);
 }
 
 // Makes at least uCount nodes free.

@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-#include "framework/kernel/unused_parameter.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CDefaultAllocator) == 16, "two bases without data");
 static_assert(sizeof(CBlockAllocator) == 40, "field order and widths are the binary interface");
@@ -19,7 +19,7 @@ template class CSingleton<CDefaultAllocator>;
 
 namespace
 {
-constexpr unsigned int g_uMinBlockSize = sizeof(IAllocator::SBlock);
+constexpr unsigned int g_uMIN_BLOCK_SIZE = sizeof(IAllocator::SBlock);
 
 IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // counted from 1
 {
@@ -38,7 +38,7 @@ IAllocator::SBlock* NthBlock(IAllocator::SBlock* pChain, unsigned int uNth)  // 
 }
 
 // The inline member belongs to the binary interface: this makes the compiler emit it.
-[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEmittedPop)() = &CBlockAllocator::Pop;
+[[gnu::used]] constexpr void* (CBlockAllocator::*g_pfnEMITTED_POP)() = &CBlockAllocator::Pop;
 }  // namespace
 
 IAllocator::~IAllocator() = default;
@@ -47,9 +47,10 @@ CDefaultAllocator::CDefaultAllocator() = default;
 
 CDefaultAllocator::~CDefaultAllocator() = default;
 
-QV_HOT_CODE IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned int uSize, SBlock** ppLast)
+QV_CACHE_LINE_ALIGNED IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount, unsigned int uSize,
+                                                                      SBlock** ppLast)
 {
-    if (uSize < g_uMinBlockSize || uCount == 0) return nullptr;
+    if (uSize < g_uMIN_BLOCK_SIZE || uCount == 0) return nullptr;
     void* const pvMemory = ::operator new[](uSize, std::nothrow);
     if (orvel_internal::IsUnlikely(pvMemory == nullptr))
     {
@@ -78,9 +79,8 @@ QV_HOT_CODE IAllocator::SBlock* CDefaultAllocator::Allocate(unsigned int uCount,
     return pChain;
 }
 
-QV_HOT_CODE void CDefaultAllocator::Release(SBlock* pChain, unsigned int uCount)
+QV_CACHE_LINE_ALIGNED void CDefaultAllocator::Release(SBlock* pChain, unsigned int /*uCount*/)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uCount);
     if (pChain == nullptr) return;
     // Most chains have one block. For these the function ends in a jump to operator delete[].
     if (pChain->pNext != nullptr) pChain = ReleaseAllButLast(pChain);
@@ -109,7 +109,7 @@ CBlockAllocator::CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator
       m_pHead(nullptr),
       m_pTail(nullptr),
       m_uBlockCount(0),
-      m_uBlockSize(std::max(uBlockSize, g_uMinBlockSize))
+      m_uBlockSize(std::max(uBlockSize, g_uMIN_BLOCK_SIZE))
 {
 }
 
@@ -128,6 +128,7 @@ CBlockAllocator::~CBlockAllocator()
     Reduce(0);
     m_pAllocator = nullptr;
     m_uBlockSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 bool CBlockAllocator::Reserve(unsigned int uCount)
@@ -167,7 +168,7 @@ void CBlockAllocator::Reduce(unsigned int uKeep)
     m_uBlockCount -= uRelease;
 }
 
-QV_HOT_CODE void CBlockAllocator::Push(void* pBlock)
+QV_CACHE_LINE_ALIGNED void CBlockAllocator::Push(void* pBlock)
 {
     if (pBlock == nullptr) return;
     IAllocator::SBlock* const pPushed = new (pBlock) IAllocator::SBlock{nullptr};

@@ -12,22 +12,24 @@
 #include <new>
 
 #include "framework/basic/string.h"
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CBlob) == 72, "field order and widths are the binary interface");
 
+using orvel_internal::Overlap;
 using orvel_internal::TopBits;
 
 namespace
 {
-constexpr unsigned int g_uWordBits = 32;
-constexpr unsigned int g_uWordBytes = 4;
+constexpr unsigned int g_uWORD_BITS = 32;
+constexpr unsigned int g_uWORD_BYTES = 4;
 
 // The first uBytes bytes, four at most, as the top of a big-endian word.
 uint32_t LoadWord(const unsigned char* pu, size_t uBytes)
 {
     uint32_t uWord = 0;
-    if (uBytes >= g_uWordBytes) memcpy(&uWord, pu, g_uWordBytes);
+    if (uBytes >= g_uWORD_BYTES) memcpy(&uWord, pu, g_uWORD_BYTES);
     else memcpy(&uWord, pu, uBytes);
     return __builtin_bswap32(uWord);
 }
@@ -35,7 +37,7 @@ uint32_t LoadWord(const unsigned char* pu, size_t uBytes)
 void StoreWord(unsigned char* pu, uint32_t uWord, size_t uBytes)
 {
     uWord = __builtin_bswap32(uWord);
-    if (uBytes == g_uWordBytes) memcpy(pu, &uWord, g_uWordBytes);
+    if (uBytes == g_uWORD_BYTES) memcpy(pu, &uWord, g_uWORD_BYTES);
     else memcpy(pu, &uWord, uBytes);
 }
 
@@ -47,13 +49,13 @@ size_t BytesHolding(uint64_t uBits)
 // What appending uBits bits behind uOffset bits of a blob's last byte reserves: room for a whole word more.
 size_t CapacityFor(uint64_t uBits, unsigned int uOffset, unsigned int uSize)
 {
-    return uSize + BytesHolding(uBits + uOffset) + g_uWordBytes;
+    return uSize + BytesHolding(uBits + uOffset) + g_uWORD_BYTES;
 }
 
 // How many of uRemaining bits one step moves between two offsets.
 unsigned int ChunkSize(uint64_t uRemaining, unsigned int uOffset1, unsigned int uOffset2)
 {
-    const unsigned int uRoom = g_uWordBits - std::max(uOffset1, uOffset2);
+    const unsigned int uRoom = g_uWORD_BITS - std::max(uOffset1, uOffset2);
     return static_cast<unsigned int>(std::min<uint64_t>(uRemaining, uRoom));
 }
 
@@ -78,14 +80,6 @@ std::unique_ptr<unsigned char[]> CopyOf(const unsigned char* puData, size_t uSiz
     std::unique_ptr<unsigned char[]> puCopy(new (std::nothrow) unsigned char[uSize]);
     if (puCopy != nullptr) memcpy(puCopy.get(), puData, uSize);
     return puCopy;
-}
-
-// Whether two byte runs share a byte.
-bool Overlap(const unsigned char* pu1, size_t uSize1, const unsigned char* pu2, size_t uSize2)
-{
-    const uintptr_t u1 = reinterpret_cast<uintptr_t>(pu1);
-    const uintptr_t u2 = reinterpret_cast<uintptr_t>(pu2);
-    return uSize1 != 0 && u1 < u2 + uSize2 && u2 < u1 + uSize1;
 }
 
 // Bit by bit, as memmove() moves bytes, so that the two runs may overlap. Bits count from the top of the byte at pu.
@@ -124,7 +118,7 @@ struct SEmitted
     void (CBlob::*pfnAppendBits)(const unsigned char*, unsigned int, unsigned int);
     void (CBlob::*pfnReadBits)(unsigned char*, unsigned int, unsigned int);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CBlob::GetSize, &CBlob::GetCapacity},
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {{&CBlob::GetSize, &CBlob::GetCapacity},
                                                 &CBlob::GetFirstIndexPtr,
                                                 &CBlob::GetFirstIndexPtr,
                                                 &CBlob::Clear,
@@ -366,13 +360,13 @@ void CBlob::ReadInSteps(unsigned char* puDst, unsigned int uBitCount, unsigned i
 
 void CBlob::PadBits(unsigned int uBitCount)
 {
-    static constexpr unsigned char auZEROS[g_uWordBytes] = {};
+    static constexpr unsigned char auZEROS[g_uWORD_BYTES] = {};
     for (bool bFirst = true; uBitCount != 0; bFirst = false)
     {
-        const unsigned int uChunk = std::min(uBitCount, g_uWordBits);
+        const unsigned int uChunk = std::min(uBitCount, g_uWORD_BITS);
         if (!TryAppendBits(auZEROS, uChunk, 0)) return;
         uBitCount -= uChunk;
-        if (bFirst && uBitCount > g_uWordBits)
+        if (bFirst && uBitCount > g_uWORD_BITS)
         {
             // Growth is exact, so take at once the room that the last chunk is going to ask for.
             const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
@@ -459,7 +453,7 @@ bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, un
         unsigned char* puDst = GetFirstIndexPtr() + m_uAppendBitsIndex;
         const uint32_t uSrcWord = LoadWord(puSrc, static_cast<size_t>(puSrcEnd - puSrc));
         const uint32_t uDstWord = LoadWord(puDst, 1);
-        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWordBytes);
+        StoreWord(puDst, MergeBits(uDstWord, m_uAppendBitsBitOffset, uSrcWord, uSrcBitOffset, uChunk), g_uWORD_BYTES);
         Advance(puSrc, uSrcBitOffset, uChunk);
         Advance(puDst, m_uAppendBitsBitOffset, uChunk);
         m_uAppendBitsIndex = static_cast<unsigned int>(puDst - GetFirstIndexPtr());

@@ -47,9 +47,10 @@ inline void StoreTop(unsigned char* pu, uint32_t uWord, unsigned int uBits)
 class CString;
 
 /// A growable run of bytes with cursors: filled by appending, drained by reading, whole bytes or single bits.
-///
-///     |<---- read ---->|<---- unread ---->|<---- spare ---->|
-///     0           read index            size            capacity
+/// ```
+/// |<---- read ---->|<---- unread ---->|<---- spare ---->|
+/// 0           read index            size            capacity
+/// ```
 ///
 /// Bits are counted from the most significant of each byte (network order) and cross byte boundaries. The append
 /// cursor for bits stays at the bit behind the last one appended while that byte is the blob's last; otherwise the next
@@ -57,16 +58,15 @@ class CString;
 /// was appended as a byte behind bits that ended on a byte boundary, or as the first of the blob, AppendBits() replaces
 /// that byte. So, where bits follow, append bytes by AppendBits() as well.
 ///
-/// Ownership  Owns its bytes. Borrows the allocator, which must outlive it; null means the default allocator.
-/// Threads    No locking: one thread at a time per blob; different blobs are as independent as their allocators.
-/// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
-/// Cursors    Set by construction, assignment, Clear(), SetReadIndex(), CMarshaler::ExtractAll() and the reading and
-///            bit operations only: appending bytes, Resize() and `>>` from a marshaler leave them where they were.
-/// Failure    Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator new[]
-///            throws (one byte is held aside).
-///
+/// - **Ownership:** Owns its bytes. Borrows the allocator, which must outlive it; null means the default allocator.
+/// - **Threads:** No locking: one thread at a time per blob; different blobs are as independent as their allocators.
 /// - **Lifetime:** With the default allocator, between the start-up and the shut-down of the framework: made outside
 ///   it, a blob ends the process with a line that says so. One that has storage is destroyed before the shut-down.
+/// - **Growth:** Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
+/// - **Cursors:** Set by construction, assignment, Clear(), SetReadIndex(), CMarshaler::ExtractAll() and the reading
+///   and bit operations only: appending bytes, Resize() and `>>` from a marshaler leave them where they were.
+/// - **Failure:** Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator
+///   new[] throws (one byte is held aside).
 class QV_EXPORT CBlob : private CVectorBase
 {
 public:
@@ -101,12 +101,14 @@ public:
 
     /// Puts uSize bytes in front of index uIndex (GetSize() appends). They may be bytes of this blob.
     /// Cost: moves the bytes behind uIndex; at the end and within the capacity, one copy and no allocation.
-    /// QV_RES_OK                the bytes are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size, or puData is null and uSize is not 0
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the bytes are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or puData is null and uSize is not 0.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
-    /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
     /// Insert() at the end. Cost: inline within the capacity.
     QvResult Append(const unsigned char* puData, unsigned int uSize)
@@ -118,11 +120,13 @@ public:
         return QV_RES_OK;
     }
     /// The characters of a string without the NUL behind them, at the end. Programs that call it include string.h.
-    /// QV_RES_OK             the characters are in
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block; the blob is as it was
+    ///
+    /// - `QV_RES_OK`: the characters are in.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
     QvResult Append(const CString& rText);
     /// The same of a text that ends with a NUL; it may stand in this blob.
-    /// QV_RES_INVALID_ARGUMENT  pszText is null
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
     QvResult Append(const char* pszText);
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
@@ -134,17 +138,21 @@ public:
     }
 
     /// Sets the size within the capacity; bytes that come in are what the storage held.
-    /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: uSize is above the capacity.
     QvResult Resize(unsigned int uSize);
     /// The same by the address behind the last byte, for callers that wrote through GetFirstIndexPtr(). The address
     /// behind the full capacity is refused: the largest size settable this way is one less.
-    /// QV_RES_INVALID_ARGUMENT  puEnd is before the first byte, or behind the capacity's last one
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: puEnd is before the first byte, or behind the capacity's last one.
     QvResult Resize(unsigned char* puEnd);
     /// Makes the capacity exactly uCapacity if it is less.
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more.
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned int uCapacity);
 
     unsigned int GetSize() const { return m_uSize; }
@@ -174,7 +182,8 @@ public:
     unsigned char* ReadNoCopy(unsigned int uSize);
     /// Moves the read cursor to a byte. A bit offset inside a byte stays, and then means the byte before the index:
     /// RealignReadBits(8) drops it. At index 0 there is no such byte; ReadBits() drops the offset there itself.
-    /// QV_RES_INVALID_ARGUMENT  uIndex is not below the size (0 always is allowed)
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is not below the size (0 always is allowed).
     QvResult SetReadIndex(unsigned int uIndex);
     /// Whole unread bytes: the size less the read index, which wraps when Resize() left the cursor beyond the end. The
     /// reading operations then find nothing unread.

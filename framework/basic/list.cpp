@@ -33,11 +33,15 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/internal/container_members.h"
+#include "framework/basic/internal/grow_capacity.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CListBase) == 88, "field order and widths are the binary interface");
 static_assert(sizeof(CListBase::SNode) == 16, "elements lie behind two links");
 static_assert(sizeof(CListBase::SPtr) == sizeof(void*), "handles travel in a register");
+
+using orvel_internal::GrowCapacity;
+using orvel_internal::SComparison;
 
 namespace
 {
@@ -72,11 +76,6 @@ struct CListBase::SChain
     }
 };
 
-ORVEL_DEFINE_SIZE_MEMBERS(CListBase)
-ORVEL_DEFINE_INDEX_MEMBERS(CListBase)
-ORVEL_DEFINE_ELEMENT_OPERATIONS(CListBase)
-ORVEL_DEFINE_SEQUENCE_MEMBERS(CListBase)
-
 CListBase::CListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CListBase(uSizeOfElement,
                 CBlockAllocator(NodeSize(uSizeOfElement), CDefaultAllocator::OrDefault(pAllocator, "CList")))
@@ -104,6 +103,7 @@ CListBase::~CListBase()
 {
     EraseAll();
     m_uElementSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 CListBase& CListBase::operator=(const CListBase& rSrc)
@@ -136,6 +136,41 @@ unsigned int CListBase::GetCapacity() const
     return m_uSize + m_nodeAllocator.GetBlockCount();
 }
 
+unsigned int CListBase::GetLockCapacity() const
+{
+    return m_uLockCapacity;
+}
+
+void CListBase::SetLockCapacity(unsigned int uLockCapacity)
+{
+    m_uLockCapacity = uLockCapacity;
+}
+
+unsigned int CListBase::GetSize() const
+{
+    return m_uSize;
+}
+
+bool CListBase::IsEmpty() const
+{
+    return GetSize() == 0;
+}
+
+unsigned int CListBase::GetFirstIndex() const
+{
+    return 0;
+}
+
+unsigned int CListBase::GetLastIndex() const
+{
+    return GetSize() - 1;
+}
+
+unsigned int CListBase::GetEndIndex() const
+{
+    return GetSize();
+}
+
 CListBase::SPtr CListBase::Find(unsigned int uIndex) const
 {
     return NodeAt(uIndex);
@@ -155,7 +190,7 @@ QvResult CListBase::Insert(unsigned int uIndex, unsigned int uCount, const void*
 {
     if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     if (uCount == 0) return QV_RES_OK;
-    const QvResult res = ReserveFor(size_t{m_uSize} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + uCount);
     if (res < 0) return res;
     SNode* const pBefore = NodeAt(uIndex);
     SChain stChain{};
@@ -169,21 +204,32 @@ QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
 {
     if (m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     if (rSrc.m_uSize == 0) return QV_RES_OK;
-    const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + rSrc.m_uSize);
     // To the front and not to uIndex: kept, and pinned by
     // CListBaseInterface.InsertsElementsAtTheIndexAndListsAtTheFront.
     return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
 }
 
+QvResult CListBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
+}
+
 void* CListBase::Allocate(unsigned int uIndex)
 {
-    if (uIndex > m_uSize || ReserveFor(size_t{m_uSize} + 1) < 0) return nullptr;
+    if (uIndex > m_uSize || GrowCapacity(*this, size_t{m_uSize} + 1) < 0) return nullptr;
     SNode* const pBefore = NodeAt(uIndex);
     SChain stChain{};
     stChain.Append(new (m_nodeAllocator.Pop()) SNode(nullptr, nullptr));
     Link(stChain, pBefore);
     SetCache(uIndex, stChain.pFirst);
     return ElementOf(stChain.pFirst);
+}
+
+QvResult CListBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                   void** ppElement)
+{
+    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CListBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -312,7 +358,7 @@ QvResult CListBase::MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListB
 QvResult CListBase::Merge(unsigned int uIndex, CListBase& rSrc)
 {
     if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
-    const QvResult res = ReserveFor(size_t{m_uSize} + rSrc.m_uSize);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + rSrc.m_uSize);
     return res >= 0 ? Move(this, uIndex, &rSrc, 0, rSrc.m_uSize) : res;
 }
 
@@ -320,8 +366,51 @@ QvResult CListBase::Split(unsigned int uIndex, CListBase& rDest)
 {
     if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= m_uSize) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = m_uSize - uIndex;
-    const QvResult res = rDest.ReserveFor(uCount);
+    const QvResult res = GrowCapacity(rDest, uCount);
     return res >= 0 ? Move(&rDest, 0, this, uIndex, uCount) : res;
+}
+
+QV_CACHE_LINE_ALIGNED void CListBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    SortElements(SComparison{pfnCompare, uParam});
+}
+
+unsigned int CListBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                             unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
+}
+
+unsigned int CListBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
+}
+
+unsigned int CListBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
+}
+
+unsigned int CListBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
+}
+
+unsigned int CListBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
+}
+
+void CListBase::Construct(void*)
+{
+}
+
+void CListBase::ConstructFrom(void*, const void*)
+{
+}
+
+void CListBase::Destruct(void*)
+{
 }
 
 void CListBase::ExchangeContents(CListBase& rOther)
@@ -338,13 +427,6 @@ QvResult CListBase::ReserveFree(unsigned int uCount)
     const size_t uNodeSize = m_uElementSize + sizeof(SNode);
     if (size_t{m_uSize} + uCount > UINT_MAX / uNodeSize) return QV_RES_OUT_OF_MEMORY;
     return m_nodeAllocator.Reserve(uCount) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
-}
-
-QvResult CListBase::ReserveFor(size_t uSize)
-{
-    if (uSize <= size_t{m_uSize} + m_nodeAllocator.GetBlockCount()) return QV_RES_OK;
-    if (uSize <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uSize));
-    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
 }
 
 // An element in a node that is not linked yet. The caller has reserved it.

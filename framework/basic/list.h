@@ -217,7 +217,7 @@ protected:
     class CElementAccess
     {
     public:
-        static constexpr bool g_bWALKS_FROM_SINGLE = false;
+        static constexpr bool ms_bASKS_SINGLE_TWICE = false;
 
         explicit CElementAccess(const SNode* pHead) : m_pNode(pHead), m_uIndex(0) {}
         const void* operator()(unsigned int uIndex)
@@ -261,7 +261,6 @@ private:
     QV_HIDDEN static QvResult MoveByCopy(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc,
                                          unsigned int uSrcIndex, unsigned int uCount);
     QV_HIDDEN QvResult ReserveFree(unsigned int uCount);
-    QV_HIDDEN QvResult ReserveFor(size_t uSize);
     QV_HIDDEN SNode* NewNode(const void* pElement);
     QV_HIDDEN void Discard(const SChain& rstChain);
     QV_HIDDEN SNode* NodeAt(unsigned int uIndex) const;

@@ -26,6 +26,9 @@
 
 #include "framework/kernel/internal/lifetime.h"
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && __FLT_MANT_DIG__ == 24 && __DBL_MANT_DIG__ == 53,
+              "what is written low first would have to be reversed or converted");
+static_assert(sizeof(int) == 4 && sizeof(long) == 8 && sizeof(long long) == 8, "the sizes in the table of encodings");
 static_assert(sizeof(CMarshaler) == 96, "the size of a pool block: 88 bytes of data and a link");
 
 template class CPool<CMarshaler>;
@@ -46,21 +49,6 @@ void SetLinkAt(unsigned char* puSegmentEnd, unsigned char* puNext)
     memcpy(puSegmentEnd, &puNext, sizeof(puNext));
 }
 
-// Insert() and Extract() are the slow path of integers that meet the end of a segment: a size that the compiler knows
-// is copied without a call of memcpy().
-void CopyRest(unsigned char* puDst, const unsigned char* puSrc, unsigned int uSize)
-{
-    switch (uSize)
-    {
-        case 0: return;
-        case 1: *puDst = *puSrc; return;
-        case 2: memcpy(puDst, puSrc, 2); return;
-        case 4: memcpy(puDst, puSrc, 4); return;
-        case 8: memcpy(puDst, puSrc, 8); return;
-        default: memcpy(puDst, puSrc, uSize); return;
-    }
-}
-
 // The inline members belong to the binary interface: this makes the compiler emit them.
 template <typename T>
 struct SOperators
@@ -68,10 +56,10 @@ struct SOperators
     CMarshaler& (CMarshaler::*pfnInsert)(T);
     CMarshaler& (CMarshaler::*pfnExtract)(T&);
 };
-[[gnu::used]] constexpr SOperators<unsigned char> g_stEmitted8 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
-[[gnu::used]] constexpr SOperators<unsigned short> g_stEmitted16 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
-[[gnu::used]] constexpr SOperators<unsigned int> g_stEmitted32 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
-[[gnu::used]] constexpr SOperators<unsigned long> g_stEmitted64 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned char> g_stEMITTED_8 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned short> g_stEMITTED_16 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned int> g_stEMITTED_32 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
+[[gnu::used]] constexpr SOperators<unsigned long> g_stEMITTED_64 = {&CMarshaler::operator<<, &CMarshaler::operator>> };
 }  // namespace
 
 CMarshaler::CMarshaler()
@@ -136,7 +124,8 @@ void CMarshaler::Insert(const void* pvData, unsigned int uSize)
         }
         if (!AppendSegment()) return;
     }
-    CopyRest(m_puWrite, puData, uSize);
+    if (uSize == 0) return;  // of nothing, there need be no address
+    memcpy(m_puWrite, puData, uSize);
     m_puWrite += uSize;
 }
 
@@ -163,7 +152,8 @@ void CMarshaler::Extract(void* pvData, unsigned int uSize)
             return;
         }
     }
-    CopyRest(puData, m_puRead, uSize);
+    if (uSize == 0) return;
+    memcpy(puData, m_puRead, uSize);
     m_puRead += uSize;
 }
 

@@ -18,9 +18,27 @@ class CBlob;
 ///     [ 56 bytes inside the object |-]--> [ 88 bytes of a pool block |-]--> [ 88 bytes |0]
 ///          ^ read pointer                                                      ^ write pointer
 ///
-/// Encoding   The bytes of each value as they lie in memory (on x86-64 least significant first), without tags,
-///            alignment or padding: writer and reader must agree on the sequence. CString and CBlob write their length
-///            first.
+/// Encoding   One value behind the other, without tags, alignment or padding: writer and reader must agree on the
+///            sequence. "Host" means the bytes as they lie in memory; they differ between machines. "Low first" means
+///            the least significant byte first, and IEEE 754: the same on every machine.
+/// ```
+///   type                                                  bytes                         order
+///   unsigned char                                         1
+///   unsigned short, unsigned int, unsigned long           2, 4, 8                       host
+///   CString                                               2 of size, the characters     host
+///   CBlob                                                 4 of size, the bytes          host
+///
+///   with marshal_values.h:
+///   bool                                                  1, which is 0 or 1
+///   char, signed char                                     1
+///   short, int, long, long long, unsigned long long       2, 4, 8, 8, 8                 low first
+///   float, double                                         4, 8                          low first
+///   enum E : T, enum class E : T                          those of T                    that of T
+///   CTime                                                 4 of Julian day, 4 of ms      low first
+///   CVector, CList, CVList                                4 of count, the elements      low first, theirs
+/// ```
+/// Strangers  Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole and
+///            believes no length. The `>>` of a marshaler itself is for what one's own program wrote.
 /// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
 /// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
 /// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
@@ -76,6 +94,8 @@ public:
     CMarshaler& operator>>(unsigned long& ruValue) { return ExtractValue(ruValue); }
 
 private:
+    friend class CMarshalReader;
+
     static constexpr unsigned int uINLINE_SIZE = 56;
     static constexpr unsigned int uSEGMENT_SIZE = 88;
 

@@ -95,7 +95,7 @@ template <typename T>
 void* CPool<T>::Allocate()
 {
     if (ms_pBlockAllocator == nullptr) return nullptr;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     const bool bGrows = ms_uAllocatedCount >= ms_uCapacity;
     if (bGrows && ms_uLockCapacity != 0) return nullptr;
     void* const pvBlock = ms_pBlockAllocator->Pop();
@@ -109,7 +109,7 @@ template <typename T>
 void CPool<T>::Deallocate(void* pvBlock)
 {
     if (ms_pBlockAllocator == nullptr || pvBlock == nullptr) return;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     ms_pBlockAllocator->Push(pvBlock);
     // Allocate() keeps the capacity at or above the count. So this is true only if one of them was set from outside, or
     // if blocks of an earlier set-up come back.

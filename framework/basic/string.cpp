@@ -1,10 +1,21 @@
-// Sharing. A string is a pointer to a block; a copy is the same pointer, and one more on the block's share count. One
-// mutex guards the counts of all strings. But a count of 1 can be raised only through the one string that has the
-// share, and the empty block's 0 never changes: a string that reads 0 or 1 goes on without the mutex, and only a count
-// above 1 is read again under it, since the other shares may be ending meanwhile. A share is given up with release
-// order and IsShared() reads with acquire order: the last one left writes where the others have read. Nothing is
-// written into a block whose count is above 1. What changes a string makes its block private first, and leaves the
-// string alone if there is no memory for that.
+// Sharing. A string is a pointer to a block, and a copy of a string is the same pointer:
+// ```
+//   CString --+    0        2          4      6
+//             +--> | shares | capacity | size | characters NUL ... |     allocated: capacity + 8 bytes
+//   CString --+    |<- link word of a free block ->|
+// ```
+// - Who counts. ms_pmutex guards the share counts of all strings. A count of 1 can be raised only through the one
+//   string that has the share, so that a string which reads 1 goes on without the mutex; only a count above 1 is read
+//   again under it, since the other shares may be ending meanwhile. A share is given up with release order and
+//   IsShared() reads with acquire order: the last one left writes where the others have read. A count that is full, at
+//   65,535, is not raised: the next copy gets a block of its own.
+// - When characters are copied. Nothing is written into a block whose count is above 1. What changes a string makes its
+//   block private first, and leaves the string alone if there is no memory for that.
+// - The empty block, in ms_auEmptyStringInfo, is what every string without characters of its own points at. Its count
+//   is 0, which no other has: it is neither counted, nor freed, nor written to, so that any thread may read it.
+// - Start-up and shut-down. The three pointers to statics are null while the module is down: whoever needs one passes
+//   it through RequireUp(). After the shut-down a string may still be read and destroyed, since neither needs a static;
+//   the block of its last share is then left behind, because the allocator that it came from may be gone.
 //
 // A text that an operation is given may lie in the string's own block, behind the size as well, where Resize() and
 // GetBuffer() leave texts. A new block takes over nothing behind the size, and the old one may be gone with the last
@@ -20,6 +31,7 @@
 #include <memory>
 #include <new>
 
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
@@ -35,21 +47,21 @@ CString::SStringInfo* CString::ms_pstEmptyStringInfo = nullptr;
 
 namespace
 {
-constexpr unsigned int g_uGrowthStep = 32;
+constexpr unsigned int g_uGROWTH_STEP = 32;
 // The fields before the characters, their NUL and a spare byte.
-constexpr unsigned int g_uBlockOverhead = 8;
-constexpr unsigned int g_uReleasedSize = 8;  // what a string tells the allocator, whatever its capacity
-constexpr unsigned int g_uMaxRefCount = 65535;
+constexpr unsigned int g_uBLOCK_OVERHEAD = 8;
+constexpr unsigned int g_uRELEASED_SIZE = 8;  // what a string tells the allocator, whatever its capacity
+constexpr unsigned int g_uMAX_REF_COUNT = 65535;
 
 unsigned int RoundUpCapacity(unsigned int uCapacity)
 {
-    return std::min((uCapacity + g_uGrowthStep - 1) / g_uGrowthStep * g_uGrowthStep, CString::uMAX_SIZE);
+    return std::min((uCapacity + g_uGROWTH_STEP - 1) / g_uGROWTH_STEP * g_uGROWTH_STEP, CString::uMAX_SIZE);
 }
 
 // The capacity that doubling from uCapacity reaches for uLength characters behind uStartIndex, or 0 for none.
 unsigned int CapacityToFormat(unsigned int uCapacity, unsigned int uStartIndex, unsigned int uLength)
 {
-    if (uCapacity == 0) uCapacity = g_uGrowthStep;
+    if (uCapacity == 0) uCapacity = g_uGROWTH_STEP;
     while (uLength >= uCapacity - uStartIndex)
     {
         const uint16_t uDoubled = static_cast<uint16_t>(uCapacity * 2);  // 16 bits on purpose: the end of growth.
@@ -122,7 +134,7 @@ struct SEmitted
     CString& (CString::*pfnAppendText)(const char*);
     CString& (CString::*pfnAppendCharacter)(char);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {&CString::CStr, {&CString::GetSize, &CString::GetCapacity},
                                                 &CString::GetAt, &CString::operator==, &CString::operator==,
                                                 &CString::operator<, &CString::GetBuffer, &CString::SetAt,
                                                 &CString::operator+=, &CString::operator+=, &CString::operator+= };
@@ -137,14 +149,14 @@ inline void CString::FreeBlock()
     // The header becomes the link word of a chain of one block.
     static_assert(sizeof(SStringInfo) == sizeof(IAllocator::SBlock), "cleared as one word");
     memset(pstInfo, 0, sizeof(SStringInfo));
-    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uReleasedSize);
+    pAllocator->Release(reinterpret_cast<IAllocator::SBlock*>(pstInfo), g_uRELEASED_SIZE);
 }
 
 // A private block whose characters and their NUL are still to be set; null when memory runs out.
 inline CString::SStringInfo* CString::NewBlock(unsigned int uCapacity, unsigned int uSize)
 {
     IAllocator* const pAllocator = orvel_internal::RequireUp(ms_pAllocator, "CString");
-    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBlockOverhead, nullptr);
+    void* const pvBlock = pAllocator->Allocate(1, uCapacity + g_uBLOCK_OVERHEAD, nullptr);
     if (pvBlock == nullptr) return nullptr;
     SStringInfo* const pstInfo = new (pvBlock) SStringInfo;
     pstInfo->uRefCount = 1;
@@ -163,7 +175,7 @@ inline void CString::GiveUpShare()
 // Not inlined, so that a string which shares nothing saves no registers.
 [[gnu::noinline]] void CString::GiveUpShareLocked()
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     GiveUpShare();
 }
 
@@ -171,7 +183,7 @@ CString::CString() : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, 
 {
 }
 
-QV_HOT_CODE CString::CString(const char* pszText)
+QV_CACHE_LINE_ALIGNED CString::CString(const char* pszText)
     : m_pstInfo(orvel_internal::RequireUp(ms_pstEmptyStringInfo, "CString"))
 {
     if (pszText == nullptr) return;
@@ -192,9 +204,9 @@ CString::CString(const char* pszText, unsigned int uSize) : CString()
 // Takes a share of a block in place of the string's own.
 inline void CString::ShareBlockOf(const CString& rSrc)
 {
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     SStringInfo* pstInfo = rSrc.m_pstInfo;
-    const bool bCountFull = pstInfo->uRefCount == g_uMaxRefCount;
+    const bool bCountFull = pstInfo->uRefCount == g_uMAX_REF_COUNT;
     if (bCountFull) pstInfo = rSrc.CopyBlock(pstInfo->uCapacity);
     if (pstInfo == nullptr) return;
     Release();
@@ -202,7 +214,7 @@ inline void CString::ShareBlockOf(const CString& rSrc)
     if (!bCountFull && GetRefCount() != 0) IncRefCount();
 }
 
-QV_HOT_CODE CString::CString(const CString& rSrc) : CString()
+QV_CACHE_LINE_ALIGNED CString::CString(const CString& rSrc) : CString()
 {
     if (this != &rSrc) ShareBlockOf(rSrc);
 }
@@ -212,7 +224,7 @@ CString::CString(CString&& rSrc) noexcept : CString()
     std::swap(m_pstInfo, rSrc.m_pstInfo);
 }
 
-QV_HOT_CODE CString::~CString()
+QV_CACHE_LINE_ALIGNED CString::~CString()
 {
     if (!IsShared()) FreeBlock();
     else if (__libc_single_threaded != 0) DecRefCount();
@@ -457,7 +469,7 @@ void CString::Release()
 QvResult CString::CreateCopy()
 {
     if (!IsShared()) return QV_RES_OK;
-    const CBriefMutexGuard guard(ms_pmutex);
+    const CMutexGuardIfThreaded guard(ms_pmutex);
     if (GetRefCount() <= 1) return QV_RES_OK;
     SStringInfo* const pstCopy = CopyBlock(m_pstInfo->uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
@@ -501,8 +513,7 @@ const char* CString::MakeNullSafe(const char* pszText)
 
 bool CString::HoldsAddress(const char* psz) const
 {
-    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(psz) - reinterpret_cast<uintptr_t>(CStr());
-    return uOffset < GetCapacity() + sizeof(SStringInfo::szCharacters);
+    return orvel_internal::IsWithin(psz, CStr(), GetCapacity() + sizeof(SStringInfo::szCharacters));
 }
 
 // Sets the size of a private block, or of the empty one, which stays as it is: only 0 fits it.
@@ -540,7 +551,7 @@ void CString::Replace(SStringInfo* pstInfo)
 }
 
 // Insert() at the end; a text that takes a block with more room comes here for it directly.
-QV_HOT_CODE void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
+QV_CACHE_LINE_ALIGNED void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
 {
     const unsigned int uOldSize = GetSize();
     const unsigned int uNewSize = uOldSize + uSize;

@@ -17,22 +17,23 @@ extern QV_EXPORT const char g_szNULL[5];
 
 /// A byte string of at most 65,535 characters, always terminated by a NUL, whose characters are shared between copies
 /// until one of them changes.
+/// ```
+/// CString --+
+///           +--> [ share count 2 | capacity 32 | size 5 | h e l l o NUL ... ]
+/// CString --+
+/// ```
 ///
-///     CString --+
-///               +--> [ share count 2 | capacity 32 | size 5 | h e l l o NUL ... ]
-///     CString --+
-///
-/// Ownership  Owns its share of a block from the default allocator; a null text counts as an empty one except where
-///            said.
-/// Threads    Copies may be used and destroyed in different threads, one mutex guarding all share counts. One object is
-///            used by one thread at a time.
-/// Lifetime   Between the start-up and the shut-down of the framework: made outside it, a string ends the process with
-///            a line that says so. One that is left may be read and destroyed later; its block is not given back.
-/// Growth     In steps of 32 characters; blocks shrink only by ReduceCapacity().
-/// Cost       Copying is constant: no character is copied.
-/// Failure    Insert(), Format() and the capacity operations return a QvResult and leave the string as it was, unless
-///            said otherwise. What returns nothing does nothing when an argument is out of range or memory runs out.
-/// Aliasing   A text handed to an operation may be a part of this string.
+/// - **Ownership:** Owns its share of a block from the default allocator; a null text counts as an empty one except
+///   where said.
+/// - **Threads:** Copies may be used and destroyed in different threads, one mutex guarding all share counts. One
+///   object is used by one thread at a time.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework: made outside it, a string ends the process
+///   with a line that says so. One that is left may be read and destroyed later; its block is not given back.
+/// - **Growth:** In steps of 32 characters; blocks shrink only by ReduceCapacity().
+/// - **Cost:** Copying is constant: no character is copied.
+/// - **Failure:** Insert(), Format() and the capacity operations return a QvResult and leave the string as it was,
+///   unless said otherwise. What returns nothing does nothing when an argument is out of range or memory runs out.
+/// - **Aliasing:** A text handed to an operation may be a part of this string.
 class QV_EXPORT CString
 {
 public:
@@ -122,13 +123,15 @@ public:
 
     /// Puts uRepetition copies of uSize characters in front of index uIndex (GetSize() appends); uMAX_SIZE means the
     /// length of the text. Cost: moves the characters behind uIndex, and all when the capacity has to grow.
-    /// QV_RES_OK                the characters are in, or there were none
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size, or the result would be longer than uMAX_SIZE
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the characters are in, or there were none.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or the result would be longer than uMAX_SIZE.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize);
     /// The same with uSize characters of rSrc from uStartIndex on; here too uMAX_SIZE characters mean the length of the
     /// text from there.
-    /// QV_RES_INVALID_ARGUMENT  also: they pass the end of rSrc
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc, unsigned int uStartIndex,
                     unsigned int uSize);
     QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
@@ -142,10 +145,12 @@ public:
     /// Sets the size within the capacity; characters that come in are what the block held.
     void Resize(unsigned int uSize);
     /// Makes room for uCapacity characters, rounded up to a multiple of 32, at most uMAX_SIZE.
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReserveCapacity(unsigned short uCapacity);
     /// Makes the capacity the larger of uCapacity and the size, rounded up likewise, if it is more.
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned short uCapacity);
 
     /// Unchanged when the result would be too long, or memory runs out. Cost: inline within the capacity of a block
@@ -194,10 +199,11 @@ public:
     /// doubles, from 32 on, until it is 32,768 or more: for a longer text, call ReserveCapacity() first.
     /// After any failure but an uStartIndex above the size, the string ends at uStartIndex; only one that shares its
     /// block and finds no memory for its own stays whole.
-    /// QV_RES_OK                the text is in
-    /// QV_RES_INVALID_ARGUMENT  uStartIndex is above the size, or the text is too long
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
-    /// QV_RES_FAIL              vsnprintf() could not format
+    ///
+    /// - `QV_RES_OK`: the text is in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uStartIndex is above the size, or the text is too long.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
+    /// - `QV_RES_FAIL`: vsnprintf() could not format.
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
         __attribute__((format(printf, 3, 0)));
@@ -255,7 +261,7 @@ private:
         memcpy(reinterpret_cast<char*>(pstInfo) + offsetof(SStringInfo, uCapacity), &uExtent, sizeof(uExtent));
     }
     QV_HIDDEN char* Characters() { return CharactersOf(m_pstInfo); }
-    // Whether the block may not be written to; no mutex is needed to see it.
+    // Whether the block may not be written to; no mutex is needed to see it. std::atomic_ref is not in C++17.
     QV_HIDDEN bool IsShared() const { return __atomic_load_n(&m_pstInfo->uRefCount, __ATOMIC_ACQUIRE) > 1; }
     // Whether one string has the block to itself; the empty one belongs to nobody.
     QV_HIDDEN static bool IsOnlyOne(const SStringInfo* pstInfo)

@@ -6,12 +6,12 @@
 #include "framework/kernel/timer.h"
 
 using orvel_internal::DateOf;
+using orvel_internal::g_uMS_PER_DAY;
 using orvel_internal::JulianDayOf;
 using orvel_internal::SDate;
 using orvel_internal::SplitTimeOfDay;
 using orvel_internal::STime;
 using orvel_internal::TimeOfDay;
-using orvel_internal::uMS_PER_DAY;
 using orvel_internal::WeekdayOf;
 
 static_assert(sizeof(CTime) == 304, "field order and widths are the binary interface");
@@ -27,7 +27,7 @@ CBinarySemaphore* CTime::ms_psemInternalAccessProtection = nullptr;
 
 namespace
 {
-constexpr unsigned int g_uDefaultJulianDay = 2451545;  // 1 January 2000
+constexpr unsigned int g_uDEFAULT_JULIAN_DAY = 2451545;  // 1 January 2000
 
 // The inline members belong to the binary interface: this makes the compiler emit them.
 struct SEmitted
@@ -35,7 +35,7 @@ struct SEmitted
     unsigned int (*pfnGetJulianDate)(unsigned short, unsigned short, unsigned short);
     void (*pfnGetGregorianDate)(unsigned int, unsigned short*, unsigned short*, unsigned short*);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {&CTime::GetJulianDate, &CTime::GetGregorianDate};
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {&CTime::GetJulianDate, &CTime::GetGregorianDate};
 }  // namespace
 
 CTime::CTime() : m_timeZone(CopySystemTimeZone())
@@ -64,7 +64,7 @@ CTime& CTime::operator=(const CTime& rSrc)
 
 void CTime::AddMs(int64_t nMs)
 {
-    constexpr int64_t nMS_PER_DAY = uMS_PER_DAY;
+    constexpr int64_t nMS_PER_DAY = g_uMS_PER_DAY;
     const int64_t nTimeMs = nMs % nMS_PER_DAY + m_uTimeMs;
     const int64_t nDays = nTimeMs / nMS_PER_DAY - (nTimeMs < 0 ? 1 : 0);
     m_uJulianDay += static_cast<unsigned int>(nMs / nMS_PER_DAY + nDays);
@@ -201,8 +201,8 @@ void CTime::PinTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool& rb
     const CBinarySemaphoreGuard guard(GetProtection());
     const uint64_t uElapsedMs = CTimer::GetSystemUpTimeMs() - ms_uLastSynchronizationTimeMs;
     const uint64_t uTimeMs = uElapsedMs + ms_uJulianTimeMs;
-    ruJulianDate = static_cast<unsigned int>(uTimeMs / uMS_PER_DAY) + ms_uJulianDateDay;
-    ruTimeMs = static_cast<unsigned int>(uTimeMs % uMS_PER_DAY);
+    ruJulianDate = static_cast<unsigned int>(uTimeMs / g_uMS_PER_DAY) + ms_uJulianDateDay;
+    ruTimeMs = static_cast<unsigned int>(uTimeMs % g_uMS_PER_DAY);
     rbDefault = ms_bDefaultDateAndTime;
 }
 
@@ -255,7 +255,7 @@ QvResult CTime::InitializeCTime()
         new (ms_auInternalAccessProtection) CBinarySemaphore(CBinarySemaphore::eFREE, true);
     ms_pTimeZone = new (ms_auTimeZone) CTimeZone(pszTIMEZONE_NA_EASTERN);
     ms_uLastSynchronizationTimeMs = CTimer::GetSystemUpTimeMs();
-    ms_uJulianDateDay = g_uDefaultJulianDay;
+    ms_uJulianDateDay = g_uDEFAULT_JULIAN_DAY;
     ms_uJulianTimeMs = 0;
     ms_bDefaultDateAndTime = true;
     return QV_RES_OK;

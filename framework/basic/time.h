@@ -11,12 +11,13 @@
 #include "framework/kernel/semaphore.h"
 
 /// A moment, to the millisecond, with a time zone to read and set it by; and the framework's own clock.
-///
-///     CTime::SetSystemTimeZone(pszTIMEZONE_NA_EASTERN);
-///     CTime start;                                        // the clock's time
-///     start.SetDateAndTime(2024, 3, 10, 6, 59, 59, 0, true);
-///     CTime::SetSystemTime(start);                        // the clock runs on from there
-///     start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York
+/// ```cpp
+/// CTime::SetSystemTimeZone(pszTIMEZONE_NA_EASTERN);
+/// CTime start;                                        // the clock's time
+/// start.SetDateAndTime(2024, 3, 10, 6, 59, 59, 0, true);
+/// CTime::SetSystemTime(start);                        // the clock runs on from there
+/// start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York
+/// ```
 ///
 /// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. Only
 /// the application sets it; the system's calendar clock is neither read nor set. Getters return true, or false as long
@@ -26,13 +27,13 @@
 /// proleptic Gregorian one. Nothing is validated: months and days out of range continue the count, and a time of day of
 /// 24 hours or more is kept together with the date it was set for; AddMs(0) carries it into the following days.
 ///
-/// Ownership  Owns its zone.
-/// Threads    The static members, from any thread. One object is used by one thread at a time.
-/// Lifetime   Between the start-up and the shut-down of the framework: outside it, making one or asking for the clock
-///            ends the process with a line that says so. GetJulianDate() and GetGregorianDate() work at any time.
-/// Cost       Reading the clock is one reading of the up-time and two divisions; a new one copies the system zone.
-/// Copying    A copy by construction has the moment but an unset zone, in which local time is UTC: call SetTimeZone()
-///            on it before local times are asked for. Assignment takes the zone as well, if the source's is set.
+/// - **Ownership:** Owns its zone.
+/// - **Threads:** The static members, from any thread. One object is used by one thread at a time.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework: outside it, making one or asking for the
+///   clock ends the process with a line that says so. GetJulianDate() and GetGregorianDate() work at any time.
+/// - **Cost:** Reading the clock is one reading of the up-time and two divisions; a new one copies the system zone.
+/// - **Copying:** A copy by construction has the moment but an unset zone, in which local time is UTC: call
+///   SetTimeZone() on it before local times are asked for. Assignment takes the zone as well, if the source's is set.
 class QV_EXPORT CTime
 {
 public:

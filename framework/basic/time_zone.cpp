@@ -1,7 +1,8 @@
 // From a text to an offset, in three steps.
 //
-// 1. SetTimeZone() reads the text into an SDescription, without the lock, and Commit() moves that into the zone under
-//    m_semAccess. So a text that is refused, or for which memory runs out, leaves the zone as it was.
+// 1. SetTimeZone() lets ReadZoneText() read the text and makes an SDescription of it, without the lock, and Commit()
+//    moves that into the zone under m_semAccess. So a text that is refused, or for which memory runs out, leaves the
+//    zone as it was.
 // 2. DetermineJulianLimits() turns the rules for the start and the end into Julian days of one year, that of the day
 //    which is asked about. The result is cached under m_semAccess; m_stDaylight.uYear says for which year it is.
 // 3. IsDaylight() compares moments: numbers of 64 bits, the Julian day in the upper half, the milliseconds in the
@@ -20,23 +21,24 @@
 #include "framework/basic/time_zone.h"
 
 #include <stdint.h>
-#include <stdio.h>
 #include <string.h>
 
 #include <utility>
 
 #include "framework/basic/internal/calendar.h"
+#include "framework/basic/internal/time_zone_text.h"
 #include "framework/kernel/internal/lifetime.h"
 
 using orvel_internal::DateOf;
 using orvel_internal::DaysBeforeMonth;
+using orvel_internal::g_uMS_PER_DAY;
 using orvel_internal::JulianDayOf;
 using orvel_internal::SDate;
 using orvel_internal::SplitTimeOfDay;
 using orvel_internal::STime;
+using orvel_internal::SZoneRule;
+using orvel_internal::SZoneText;
 using orvel_internal::TimeOfDay;
-using orvel_internal::uMS_PER_DAY;
-using orvel_internal::uMS_PER_HOUR;
 using orvel_internal::WeekdayOf;
 
 static_assert(sizeof(CTimeZone) == 280, "field order and widths are the binary interface");
@@ -98,53 +100,6 @@ struct CTimeZone::SDescription
 
 namespace
 {
-enum EKind : unsigned int
-{
-    eDAY_FROM_0 = 0,
-    eDAY_FROM_1 = 1,
-    eWEEKDAY = 2
-};
-
-constexpr unsigned int g_uDefaultTimeMs = 2 * uMS_PER_HOUR;
-
-CTimeZone::SLimit WeekdayLimit(unsigned int uMonth, unsigned int uWeek, unsigned int uWeekday)
-{
-    CTimeZone::SLimit stLimit;
-    stLimit.uKind = eWEEKDAY;
-    stLimit.stRule = {static_cast<unsigned short>(uMonth), static_cast<unsigned short>(uWeek),
-                      static_cast<unsigned short>(uWeekday)};
-    stLimit.uTimeMs = g_uDefaultTimeMs;
-    return stLimit;
-}
-
-CTimeZone::SLimit DefaultStart()
-{
-    return WeekdayLimit(4, 1, 0);
-}
-
-CTimeZone::SLimit DefaultEnd()
-{
-    return WeekdayLimit(10, 5, 0);
-}
-
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-// A number that does not fit its type is undefined behaviour in sscanf(), so such texts are refused before. In a valid
-// text all digits belong to numbers of at most three digits, leading zeros not counted.
-bool HasEndlessNumber(const char* psz)
-{
-    unsigned int uDigits = 0;
-    for (; *psz != '\0'; ++psz)
-    {
-        if (!IsDigit(*psz)) uDigits = 0;
-        else if ((*psz != '0' || uDigits != 0) && ++uDigits > 9) return true;
-    }
-    return false;
-}
-
 // A zone holds strings, so it needs the string module to be up. The message names CTimeZone.
 struct SStrings : CString
 {
@@ -159,115 +114,13 @@ struct SEmitted
     Assignment<CTimeZone::STimeZone> pfnAssignTimeZone;
     Assignment<CTimeZone::SDaylightSavingTime> pfnAssignDaylightSavingTime;
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {&CTimeZone::STimeZone::operator=,
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {&CTimeZone::STimeZone::operator=,
                                                 &CTimeZone::SDaylightSavingTime::operator= };
 
-// Each of these functions reads one part of the grammar and moves rpsz behind it. If one fails, the whole text is
-// refused.
-
-bool ReadName(const char*& rpsz, CString& rstrName)
+CTimeZone::SLimit LimitOf(const SZoneRule& rstRule)
 {
-    char szName[10];
-    if (sscanf(rpsz, "%9[^0-9,+-]", szName) != 1) return false;
-    rpsz += strlen(szName);
-    rstrName = szName;
-    return true;
-}
-
-bool ReadTime(const char*& rpsz, unsigned int& ruTimeMs)
-{
-    unsigned int uHours = 0;
-    unsigned int uMinutes = 0;
-    unsigned int uSeconds = 0;
-    int nConsumed = 0;
-    const int nRead = sscanf(rpsz, "%u%n:%u%n:%u%n", &uHours, &nConsumed, &uMinutes, &nConsumed, &uSeconds, &nConsumed);
-    if (nRead < 1 || uHours > 23 || uMinutes > 59 || uSeconds > 59) return false;
-    rpsz += nConsumed;
-    ruTimeMs = TimeOfDay(uHours, uMinutes, uSeconds, 0);
-    return true;
-}
-
-bool ReadOffset(const char*& rpsz, int& rnOffsetMs)
-{
-    const bool bSigned = *rpsz == '+' || *rpsz == '-';
-    if (!bSigned && !IsDigit(*rpsz)) return false;
-    const bool bEast = *rpsz == '-';
-    if (bSigned) ++rpsz;
-    unsigned int uOffsetMs = 0;
-    if (!ReadTime(rpsz, uOffsetMs)) return false;
-    rnOffsetMs = bEast ? static_cast<int>(uOffsetMs) : -static_cast<int>(uOffsetMs);
-    return true;
-}
-
-bool ReadDaylightOffset(const char*& rpsz, int nStandardMs, int& rnOffsetMs)
-{
-    if (*rpsz == ',')
-    {
-        rnOffsetMs = nStandardMs + static_cast<int>(uMS_PER_HOUR);
-        return true;
-    }
-    const bool bLoneSign = !IsDigit(*rpsz) && !IsDigit(rpsz[*rpsz != '\0' ? 1 : 0]);
-    return !bLoneSign && ReadOffset(rpsz, rnOffsetMs);
-}
-
-bool ReadDayNumber(const char*& rpsz, unsigned int uFirst, CTimeZone::SLimit& rstLimit)
-{
-    unsigned int uDay = 0;
-    int nConsumed = 0;
-    if (sscanf(rpsz, "%u%n", &uDay, &nConsumed) != 1 || uDay < uFirst || uDay > 365) return false;
-    rpsz += nConsumed;
-    rstLimit.stRule = {static_cast<unsigned short>(uDay), 0, 0};
-    return true;
-}
-
-bool ReadWeekday(const char*& rpsz, CTimeZone::SLimit& rstLimit)
-{
-    unsigned int uMonth = 0;
-    unsigned int uWeek = 0;
-    unsigned int uWeekday = 0;
-    int nConsumed = 0;
-    if (sscanf(rpsz, "%u.%u.%u%n", &uMonth, &uWeek, &uWeekday, &nConsumed) != 3) return false;
-    if (uMonth < 1 || uMonth > 12 || uWeek < 1 || uWeek > 5 || uWeekday > 6) return false;
-    rpsz += nConsumed;
-    rstLimit = WeekdayLimit(uMonth, uWeek, uWeekday);
-    return true;
-}
-
-// On entry rstLimit holds the default, which is what M without numbers means.
-bool ReadDay(const char*& rpsz, bool bStart, CTimeZone::SLimit& rstLimit)
-{
-    if (IsDigit(*rpsz))
-    {
-        rstLimit.uKind = eDAY_FROM_0;
-        return ReadDayNumber(rpsz, 0, rstLimit);
-    }
-    if ((*rpsz == 'J' || *rpsz == 'j') && IsDigit(rpsz[1]))
-    {
-        rstLimit.uKind = eDAY_FROM_1;
-        return ReadDayNumber(++rpsz, 1, rstLimit);
-    }
-    if (*rpsz != 'M' && *rpsz != 'm') return false;
-    ++rpsz;
-    const bool bDefault = *rpsz == '/' || (bStart && *rpsz == ',');
-    return bDefault || ReadWeekday(rpsz, rstLimit);
-}
-
-bool ReadLimit(const char*& rpsz, bool bStart, CTimeZone::SLimit& rstLimit)
-{
-    if (*rpsz != ',' || !ReadDay(++rpsz, bStart, rstLimit)) return false;
-    rstLimit.uTimeMs = g_uDefaultTimeMs;
-    return *rpsz != '/' || ReadTime(++rpsz, rstLimit.uTimeMs);
-}
-
-bool ReadDaylight(const char* psz, int nStandardMs, CTimeZone::SDaylightSavingTime& rstDaylight)
-{
-    rstDaylight.bEnabled = true;
-    rstDaylight.stStart = DefaultStart();
-    rstDaylight.stEnd = DefaultEnd();
-    if (!ReadName(psz, rstDaylight.stTimeZone.strName)) return false;
-    if (!ReadDaylightOffset(psz, nStandardMs, rstDaylight.stTimeZone.nOffsetMs)) return false;
-    if (*psz == '\0') return true;
-    return ReadLimit(psz, true, rstDaylight.stStart) && ReadLimit(psz, false, rstDaylight.stEnd) && *psz == '\0';
+    const CTimeZone::SM stRule = {rstRule.uMonth, rstRule.uWeek, rstRule.uWeekday};
+    return {rstRule.eKind, stRule, rstRule.uTimeMs};
 }
 
 // Adds an offset of less than a day to a time of day and returns the days to carry: -1, 0 or 1. A result of exactly
@@ -275,8 +128,8 @@ bool ReadDaylight(const char* psz, int nStandardMs, CTimeZone::SDaylightSavingTi
 int AddOffset(unsigned int& ruTimeMs, int nOffsetMs)
 {
     const int nTimeMs = static_cast<int>(ruTimeMs + static_cast<unsigned int>(nOffsetMs));
-    const int nCarry = nTimeMs < 0 ? -1 : nTimeMs > static_cast<int>(uMS_PER_DAY) ? 1 : 0;
-    ruTimeMs = static_cast<unsigned int>(nTimeMs) - static_cast<unsigned int>(nCarry) * uMS_PER_DAY;
+    const int nCarry = nTimeMs < 0 ? -1 : nTimeMs > static_cast<int>(g_uMS_PER_DAY) ? 1 : 0;
+    ruTimeMs = static_cast<unsigned int>(nTimeMs) - static_cast<unsigned int>(nCarry) * g_uMS_PER_DAY;
     return nCarry;
 }
 
@@ -365,16 +218,18 @@ const char* CTimeZone::GetTimeZone() const
 QvResult CTimeZone::SetTimeZone(const char* pszTimeZone)
 {
     if (pszTimeZone == nullptr || *pszTimeZone == '\0') return QV_RES_INVALID_ARGUMENT;
-    if (strlen(pszTimeZone) > CString::uMAX_SIZE || HasEndlessNumber(pszTimeZone)) return QV_RES_INVALID_ARGUMENT;
+    if (strlen(pszTimeZone) > CString::uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
     SStrings::RequireUp();
+    SZoneText stText;
+    if (!orvel_internal::ReadZoneText(pszTimeZone, stText)) return QV_RES_INVALID_ARGUMENT;
     SDescription description;
-    STimeZone& rstStandard = description.stStandard;
-    const char* psz = pszTimeZone;
-    if (!ReadName(psz, rstStandard.strName)) return QV_RES_INVALID_ARGUMENT;
-    if (!ReadOffset(psz, rstStandard.nOffsetMs)) return QV_RES_INVALID_ARGUMENT;
-    if (*psz != '\0' && !ReadDaylight(psz, rstStandard.nOffsetMs, description.stDaylight))
-        return QV_RES_INVALID_ARGUMENT;
     description.strText = pszTimeZone;
+    description.stStandard = {std::move(stText.strStandard), stText.nStandardMs};
+    if (stText.bDaylight)
+    {
+        STimeZone stDaylight = {std::move(stText.strDaylight), stText.nDaylightMs};
+        description.stDaylight = {true, std::move(stDaylight), LimitOf(stText.stStart), LimitOf(stText.stEnd)};
+    }
     if (!description.IsKept()) return QV_RES_OUT_OF_MEMORY;
     Commit(std::move(description));
     return QV_RES_OK;
@@ -464,8 +319,8 @@ unsigned int CTimeZone::GetJulianDate(unsigned short uYear, SLimit& rstLimit)
 {
     switch (rstLimit.uKind)
     {
-        case eDAY_FROM_0: return GetJulianDateForJ0(uYear, rstLimit.stRule.uMonth);
-        case eDAY_FROM_1: return GetJulianDateForJ1(uYear, rstLimit.stRule.uMonth);
+        case orvel_internal::eDAY_FROM_0: return GetJulianDateForJ0(uYear, rstLimit.stRule.uMonth);
+        case orvel_internal::eDAY_FROM_1: return GetJulianDateForJ1(uYear, rstLimit.stRule.uMonth);
         default: return GetJulianDateForM(uYear, rstLimit.stRule);
     }
 }

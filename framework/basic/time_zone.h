@@ -26,19 +26,20 @@ extern QV_EXPORT const char* const pszTIMEZONE_UTC;
 extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 
 /// A time zone with its yearly daylight saving time, described by a text like that of the POSIX variable TZ:
+/// ```
+/// EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
+/// |  ||  | |               |
+/// |  ||  | start           end of daylight saving time, each day[/hh[:mm[:ss]]], 02:00:00 if not given
+/// |  ||  its offset; may be left out in front of rules, and is then one hour ahead of standard time
+/// |  |daylight saving time: its name; without it there is none
+/// |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
+/// standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
 ///
-///     EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00
-///     |  ||  | |               |
-///     |  ||  | start           end of daylight saving time, each day[/hh[:mm[:ss]]], 02:00:00 if not given
-///     |  ||  its offset; may be left out in front of rules, and is then one hour ahead of standard time
-///     |  |daylight saving time: its name; without it there is none
-///     |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
-///     standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
-///
-///     n         day of the year from 0 on, 29 February counted       0 ... 365
-///     Jn        day of the year from 1 on, 29 February never counted 1 ... 365
-///     Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
-///     M         first Sunday of April as the start; last Sunday of October as the end, where a time must follow
+/// n         day of the year from 0 on, 29 February counted       0 ... 365
+/// Jn        day of the year from 1 on, 29 February never counted 1 ... 365
+/// Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
+/// M         first Sunday of April as the start; last Sunday of October as the end, where a time must follow
+/// ```
 ///
 /// Hours go up to 23, minutes and seconds to 59. J and M may be small letters, too.
 /// Without rules daylight saving time lasts from the first Sunday of April to the last Sunday of October, 02:00:00.
@@ -46,15 +47,15 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 ///
 /// Moments are a Julian day number (CTime::GetJulianDate()) and milliseconds since midnight.
 ///
-/// Ownership  Owns its texts.
-/// Threads    Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its
-///            text needs.
-/// Lifetime   Between the start-up and the shut-down of the framework: made or set outside it, a zone ends the process
-///            with a line that says so. A zone that was never set is UTC without daylight saving time and has no text;
-///            so is one made from a text when memory ran out.
-/// Cost       A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
-/// Failure    Only setting the zone can fail; the zone is then unchanged.
-/// Source     POSIX.1-2017, section 8.3, except for what is said here.
+/// - **Ownership:** Owns its texts.
+/// - **Threads:** Every member, from any thread: one may set the zone while others convert. GetTimeZone() says what its
+///   text needs.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework: made or set outside it, a zone ends the
+///   process with a line that says so. A zone that was never set is UTC without daylight saving time and has no text;
+///   so is one made from a text when memory ran out.
+/// - **Cost:** A conversion takes the lock once; the rules are worked out once for each run of queries of one year.
+/// - **Failure:** Only setting the zone can fail; the zone is then unchanged.
+/// - **Source:** POSIX.1-2017, section 8.3, except for what is said here.
 class QV_EXPORT CTimeZone
 {
 public:
@@ -108,9 +109,10 @@ public:
     /// Replaces the whole zone. Numbers are read as sscanf() does with %u: blanks in front of one are skipped. A number
     /// that is too large never wraps, but is refused. The length of a name is not checked below one character: "A5" is
     /// a zone, though POSIX asks for three.
-    /// QV_RES_OK                the zone is set
-    /// QV_RES_INVALID_ARGUMENT  the text is null, empty, malformed, or longer than a CString
-    /// QV_RES_OUT_OF_MEMORY     allocating the texts failed
+    ///
+    /// - `QV_RES_OK`: the zone is set.
+    /// - `QV_RES_INVALID_ARGUMENT`: the text is null, empty, malformed, or longer than a CString.
+    /// - `QV_RES_OUT_OF_MEMORY`: allocating the texts failed.
     QvResult SetTimeZone(const char* pszTimeZone);
 
     /// Whether a moment, UTC or local, lies in daylight saving time. A local time that occurs twice, at the end of it,

@@ -1,20 +1,19 @@
 #include "framework/basic/vector.h"
 
 #include <limits.h>
-#include <stdint.h>
 
 #include <algorithm>
 
-#include "framework/basic/internal/container_members.h"
+#include "framework/basic/internal/grow_capacity.h"
+#include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CVectorBase) == 56, "field order and widths are the binary interface");
 
 template class CVector<void*>;
 
-ORVEL_DEFINE_SIZE_MEMBERS(CVectorBase)
-ORVEL_DEFINE_INDEX_MEMBERS(CVectorBase)
-ORVEL_DEFINE_ELEMENT_OPERATIONS(CVectorBase)
-ORVEL_DEFINE_SEQUENCE_MEMBERS(CVectorBase)
+using orvel_internal::GrowCapacity;
+using orvel_internal::SComparison;
 
 CVectorBase::CVectorBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : CVectorBase(uSizeOfElement, true, pAllocator)
@@ -48,6 +47,7 @@ CVectorBase::~CVectorBase()
     m_uLockCapacity = 0;
     ReduceCapacity(0);
     m_uElementSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 CVectorBase& CVectorBase::operator=(const CVectorBase& rSrc)
@@ -108,6 +108,41 @@ unsigned int CVectorBase::GetCapacity() const
     return m_uCapacity;
 }
 
+unsigned int CVectorBase::GetLockCapacity() const
+{
+    return m_uLockCapacity;
+}
+
+void CVectorBase::SetLockCapacity(unsigned int uLockCapacity)
+{
+    m_uLockCapacity = uLockCapacity;
+}
+
+unsigned int CVectorBase::GetSize() const
+{
+    return m_uSize;
+}
+
+bool CVectorBase::IsEmpty() const
+{
+    return GetSize() == 0;
+}
+
+unsigned int CVectorBase::GetFirstIndex() const
+{
+    return 0;
+}
+
+unsigned int CVectorBase::GetLastIndex() const
+{
+    return GetSize() - 1;
+}
+
+unsigned int CVectorBase::GetEndIndex() const
+{
+    return GetSize();
+}
+
 QvResult CVectorBase::Resize(unsigned int uSize)
 {
     if (uSize > m_uCapacity) return QV_RES_INVALID_ARGUMENT;
@@ -146,7 +181,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, unsigned int uCount, const voi
         else memcpy(m_pvScratch, pElement, m_uElementSize);
         pElement = m_pvScratch;
     }
-    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + uCount);
     if (res >= 0)
     {
         MoveTail(uIndex + uCount, uIndex);
@@ -166,7 +201,7 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
 {
     if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = rSrc.m_uSize;
-    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + uCount);
     if (res < 0) return res;
     MoveTail(uIndex + uCount, uIndex);
     // If the source is this vector, the gap has split it: what was behind uIndex is now uCount slots further on.
@@ -177,12 +212,23 @@ QvResult CVectorBase::Insert(unsigned int uIndex, const CVectorBase& rSrc)
     return res;
 }
 
+QvResult CVectorBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
+}
+
 void* CVectorBase::Allocate(unsigned int uIndex)
 {
-    if (uIndex > m_uSize || GrowTo(size_t{m_uSize} + 1) < 0) return nullptr;
+    if (uIndex > m_uSize || GrowCapacity(*this, size_t{m_uSize} + 1) < 0) return nullptr;
     MoveTail(uIndex + 1, uIndex);
     ++m_uSize;
     return SlotAt(uIndex);
+}
+
+QvResult CVectorBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                     void** ppElement)
+{
+    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CVectorBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -211,7 +257,7 @@ QvResult CVectorBase::Merge(unsigned int uIndex, CVectorBase& rSrc)
 {
     if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = rSrc.m_uSize;
-    const QvResult res = GrowTo(size_t{m_uSize} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{m_uSize} + uCount);
     if (res < 0) return res;
     MoveTail(uIndex + uCount, uIndex);
     Move(this, uIndex, &rSrc, 0, uCount);
@@ -224,7 +270,7 @@ QvResult CVectorBase::Split(unsigned int uIndex, CVectorBase& rDest)
 {
     if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= m_uSize) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = m_uSize - uIndex;
-    const QvResult res = rDest.GrowTo(uCount);
+    const QvResult res = GrowCapacity(rDest, uCount);
     if (res < 0) return res;
     rDest.EraseAll();
     Move(&rDest, 0, this, uIndex, uCount);
@@ -327,6 +373,49 @@ void CVectorBase::Move(CVectorBase* pDest, unsigned int uDestIndex, const CVecto
     Move(pDest, uDestIndex, const_cast<CVectorBase*>(pSrc), uSrcIndex, uCount);
 }
 
+QV_CACHE_LINE_ALIGNED void CVectorBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    SortElements(SComparison{pfnCompare, uParam});
+}
+
+unsigned int CVectorBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                               unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
+}
+
+unsigned int CVectorBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
+}
+
+unsigned int CVectorBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
+}
+
+unsigned int CVectorBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
+}
+
+unsigned int CVectorBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
+}
+
+void CVectorBase::Construct(void*)
+{
+}
+
+void CVectorBase::ConstructFrom(void*, const void*)
+{
+}
+
+void CVectorBase::Destruct(void*)
+{
+}
+
 void CVectorBase::ExchangeContents(CVectorBase& rOther)
 {
     using Vector = CVectorBase;
@@ -347,8 +436,7 @@ size_t CVectorBase::BytesOf(unsigned int uCount) const
 
 bool CVectorBase::HoldsAddress(const void* pv) const
 {
-    const uintptr_t uOffset = reinterpret_cast<uintptr_t>(pv) - reinterpret_cast<uintptr_t>(m_pvStorage);
-    return pv != nullptr && uOffset < BytesOf(m_uCapacity);
+    return pv != nullptr && orvel_internal::IsWithin(pv, m_pvStorage, BytesOf(m_uCapacity));
 }
 
 // Moves all elements from uSrcIndex on. Bytes do not go through Move(), whose checks cost as much as moving a few of
@@ -358,13 +446,6 @@ inline void CVectorBase::MoveTail(unsigned int uDestIndex, unsigned int uSrcInde
     const unsigned int uCount = m_uSize - uSrcIndex;
     if (m_bConstruct) Move(this, uDestIndex, this, uSrcIndex, uCount);
     else if (uCount != 0) memmove(SlotAt(uDestIndex), SlotAt(uSrcIndex), BytesOf(uCount));
-}
-
-QvResult CVectorBase::GrowTo(size_t uCapacity)
-{
-    if (uCapacity <= m_uCapacity) return QV_RES_OK;
-    if (uCapacity <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uCapacity));
-    return m_uLockCapacity != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
 }
 
 QvResult CVectorBase::AllocateStorage(unsigned int uCapacity, void*& rpvStorage)

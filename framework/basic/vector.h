@@ -167,7 +167,7 @@ protected:
     class CElementAccess
     {
     public:
-        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+        static constexpr bool ms_bASKS_SINGLE_TWICE = true;
 
         CElementAccess(const void* pvStorage, unsigned int uElementSize)
             : m_puStorage(static_cast<const unsigned char*>(pvStorage)), m_uElementSize(uElementSize)
@@ -201,7 +201,6 @@ private:
     QV_HIDDEN size_t BytesOf(unsigned int uCount) const;
     QV_HIDDEN bool HoldsAddress(const void* pv) const;
     QV_HIDDEN void MoveTail(unsigned int uDestIndex, unsigned int uSrcIndex);
-    QV_HIDDEN QvResult GrowTo(size_t uCapacity);
     QV_HIDDEN QvResult AllocateStorage(unsigned int uCapacity, void*& rpvStorage);
     QV_HIDDEN void ReplaceStorage(void* pvStorage, unsigned int uCapacity);
     QV_HIDDEN void FillSlots(unsigned int uIndex, unsigned int uCount, const void* pElement);

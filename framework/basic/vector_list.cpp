@@ -23,19 +23,19 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/internal/container_members.h"
+#include "framework/basic/internal/grow_capacity.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CVListBase) == 112, "field order and widths are the binary interface");
+
+using orvel_internal::GrowCapacity;
+using orvel_internal::SComparison;
 
 namespace
 {
 // The name of the class in the message when it is used before start-up or after shut-down.
 constexpr const char* g_szCLASS = "CVList";
 }  // namespace
-
-ORVEL_DEFINE_INDEX_MEMBERS(CVListBase)
-ORVEL_DEFINE_ELEMENT_OPERATIONS(CVListBase)
-ORVEL_DEFINE_SEQUENCE_MEMBERS(CVListBase)
 
 CVListBase::CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator)
     : m_elementAllocator(uSizeOfElement, CDefaultAllocator::OrDefault(pAllocator, g_szCLASS)),
@@ -66,6 +66,7 @@ CVListBase::~CVListBase()
 {
     EraseAll();
     m_uElementSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 CVListBase& CVListBase::operator=(const CVListBase& rSrc)
@@ -115,6 +116,26 @@ unsigned int CVListBase::GetSize() const
     return m_order.GetSize();
 }
 
+bool CVListBase::IsEmpty() const
+{
+    return GetSize() == 0;
+}
+
+unsigned int CVListBase::GetFirstIndex() const
+{
+    return 0;
+}
+
+unsigned int CVListBase::GetLastIndex() const
+{
+    return GetSize() - 1;
+}
+
+unsigned int CVListBase::GetEndIndex() const
+{
+    return GetSize();
+}
+
 void* CVListBase::GetAt(unsigned int uIndex)
 {
     return uIndex < m_order.GetSize() ? m_order[uIndex] : nullptr;
@@ -142,7 +163,7 @@ QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
 {
     if (m_uElementSize != rSrc.m_uElementSize || uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = rSrc.GetSize();
-    const QvResult res = GrowFor(size_t{GetSize()} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{GetSize()} + uCount);
     if (res < 0) return res;
     if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
     OpenSlots(uIndex, uCount);
@@ -153,6 +174,11 @@ QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
     return res;
 }
 
+QvResult CVListBase::InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
+}
+
 void* CVListBase::Allocate(unsigned int uIndex)
 {
     void* const pBlock = m_elementAllocator.Pop();
@@ -160,6 +186,12 @@ void* CVListBase::Allocate(unsigned int uIndex)
     if (m_order.Insert(uIndex, 1, pBlock) >= 0) return pBlock;
     m_elementAllocator.Push(pBlock);
     return nullptr;
+}
+
+QvResult CVListBase::AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                    void** ppElement)
+{
+    return orvel_internal::AllocateSorted(*this, SearchWith(SComparison{pfnCompare, uParam}), pKey, ppElement);
 }
 
 void CVListBase::Erase(unsigned int uIndex, unsigned int uCount)
@@ -226,7 +258,7 @@ QvResult CVListBase::Merge(unsigned int uIndex, CVListBase& rSrc)
 {
     if (&rSrc == this || m_uElementSize != rSrc.m_uElementSize || uIndex > GetSize()) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = rSrc.GetSize();
-    const QvResult res = GrowFor(size_t{GetSize()} + uCount);
+    const QvResult res = GrowCapacity(*this, size_t{GetSize()} + uCount);
     if (res < 0) return res;
     if (!ReserveBlocksFor(0, rSrc, uCount)) return QV_RES_OUT_OF_MEMORY;
     OpenSlots(uIndex, uCount);
@@ -239,7 +271,7 @@ QvResult CVListBase::Split(unsigned int uIndex, CVListBase& rDest)
 {
     if (&rDest == this || m_uElementSize != rDest.m_uElementSize || uIndex >= GetSize()) return QV_RES_INVALID_ARGUMENT;
     const unsigned int uCount = GetSize() - uIndex;
-    const QvResult res = rDest.GrowFor(uCount);
+    const QvResult res = GrowCapacity(rDest, uCount);
     if (res < 0) return res;
     if (!rDest.ReserveBlocksFor(rDest.GetSize(), *this, uCount)) return QV_RES_OUT_OF_MEMORY;
     rDest.EraseAll();
@@ -247,6 +279,49 @@ QvResult CVListBase::Split(unsigned int uIndex, CVListBase& rDest)
     Move(&rDest, 0, this, uIndex, uCount);
     m_order.Erase(uIndex, uCount);
     return res;
+}
+
+QV_CACHE_LINE_ALIGNED void CVListBase::Sort(PFNCompareElements pfnCompare, unsigned int uParam)
+{
+    SortElements(SComparison{pfnCompare, uParam});
+}
+
+unsigned int CVListBase::Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
+                              unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).Find(uStartIndex, pKey);
+}
+
+unsigned int CVListBase::FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).FindSorted(pKey);
+}
+
+unsigned int CVListBase::InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).LowerBound(pKey);
+}
+
+unsigned int CVListBase::GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MinIndex();
+}
+
+unsigned int CVListBase::GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const
+{
+    return SearchWith(SComparison{pfnCompare, uParam}).MaxIndex();
+}
+
+void CVListBase::Construct(void*)
+{
+}
+
+void CVListBase::ConstructFrom(void*, const void*)
+{
+}
+
+void CVListBase::Destruct(void*)
+{
 }
 
 void CVListBase::ExchangeContents(CVListBase& rOther)
@@ -285,13 +360,6 @@ inline void CVListBase::FillSlot(unsigned int uIndex, const void* pElement)
     if (pElement != nullptr) ConstructFrom(pBlock, pElement);
     else Construct(pBlock);
     m_order[uIndex] = pBlock;
-}
-
-QvResult CVListBase::GrowFor(size_t uSize)
-{
-    if (uSize <= GetCapacity()) return QV_RES_OK;
-    if (uSize <= UINT_MAX) return ReserveCapacity(static_cast<unsigned int>(uSize));
-    return GetLockCapacity() != 0 ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
 }
 
 // Reserves the blocks for uCount elements that come from rSrc; none if their own blocks can be taken over. The blocks

@@ -151,7 +151,7 @@ protected:
     class CElementAccess
     {
     public:
-        static constexpr bool g_bWALKS_FROM_SINGLE = true;
+        static constexpr bool ms_bASKS_SINGLE_TWICE = true;
 
         explicit CElementAccess(void* const* ppElements) : m_ppElements(ppElements) {}
         const void* operator()(unsigned int uIndex) const { return m_ppElements[uIndex]; }
@@ -180,7 +180,6 @@ private:
     QV_HIDDEN QvResult InsertReserving(unsigned int uIndex, unsigned int uCount, const void* pElement);
     QV_HIDDEN QvResult OpenSlots(unsigned int uIndex, unsigned int uCount);
     QV_HIDDEN void FillSlot(unsigned int uIndex, const void* pElement);
-    QV_HIDDEN QvResult GrowFor(size_t uSize);
     QV_HIDDEN bool ReserveBlocksFor(unsigned int uElementsToReplace, const CVListBase& rSrc, unsigned int uCount);
     QV_HIDDEN void DiscardBlock(void* pBlock);
 };

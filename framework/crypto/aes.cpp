@@ -25,7 +25,7 @@
 #include <openssl/modes.h>
 
 #include "framework/crypto/internal/aes_blocks.h"
-#include "framework/crypto/internal/cipher_blob.h"
+#include "framework/crypto/internal/blob_forms.h"
 
 static_assert(sizeof(AES_KEY) == 244 && alignof(AES_KEY) == 4, "the schedule's place is part of the binary interface");
 static_assert(sizeof(CAesBremoFwOpenSsl) == 376, "field order and widths are the binary interface");
@@ -37,7 +37,7 @@ CVector<CCipher::EMode>* CAesBremoFwOpenSsl::ms_pveceModes = nullptr;
 namespace
 {
 // In the order in which GetSupportedModes() returns them.
-constexpr CCipher::EMode g_aeModes[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_ECB, CCipher::eMODE_OFB,
+constexpr CCipher::EMode g_aeMODES[] = {CCipher::eMODE_CBC, CCipher::eMODE_CFB, CCipher::eMODE_ECB, CCipher::eMODE_OFB,
                                         CCipher::eMODE_CTR};
 
 AES_KEY& ScheduleIn(unsigned char* puSchedule)
@@ -177,18 +177,18 @@ QvResult CAesBremoFwOpenSsl::Update(const uint8_t* puIn, unsigned int uInSize, u
 
     if (m_uPartialSize != 0)
     {
-        const unsigned int uPart = std::min(uInSize, uBLOCK_SIZE - m_uPartialSize);
+        const unsigned int uPart = std::min(uInSize, ms_uBLOCK_SIZE - m_uPartialSize);
         memcpy(m_auPartial + m_uPartialSize, puIn, uPart);
         m_uPartialSize += uPart;
-        if (m_uPartialSize != uBLOCK_SIZE) return QV_RES_OK;
-        Transform(m_auPartial, uBLOCK_SIZE, puOut);
+        if (m_uPartialSize != ms_uBLOCK_SIZE) return QV_RES_OK;
+        Transform(m_auPartial, ms_uBLOCK_SIZE, puOut);
         memset(m_auPartial, 0, sizeof(m_auPartial));
-        *puOutSize = uBLOCK_SIZE;
+        *puOutSize = ms_uBLOCK_SIZE;
         puIn += uPart;
         uInSize -= uPart;
-        puOut += uBLOCK_SIZE;
+        puOut += ms_uBLOCK_SIZE;
     }
-    const unsigned int uRest = uInSize % uBLOCK_SIZE;
+    const unsigned int uRest = uInSize % ms_uBLOCK_SIZE;
     Transform(puIn, uInSize - uRest, puOut);
     *puOutSize += uInSize - uRest;
     memcpy(m_auPartial, puIn + (uInSize - uRest), uRest);
@@ -217,7 +217,7 @@ QvResult CAesBremoFwOpenSsl::Update(const CBlob* pblobIn, CBlob* pblobOut, bool 
     const auto Convert = [&](const CBlob& rblobIn)
     {
         const unsigned int uInSize = rblobIn.GetSize();
-        return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, uint64_t{uInSize} + uBLOCK_SIZE,
+        return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, uint64_t{uInSize} + ms_uBLOCK_SIZE,
                                                [&](uint8_t* puOut, unsigned int* puOutSize) {
                                                    return Update(rblobIn.GetFirstIndexPtr(), uInSize, puOut, puOutSize);
                                                });
@@ -228,7 +228,7 @@ QvResult CAesBremoFwOpenSsl::Update(const CBlob* pblobIn, CBlob* pblobOut, bool 
 QvResult CAesBremoFwOpenSsl::End(CBlob* pblobOut, bool bAppend)
 {
     if (pblobOut == nullptr) return QV_RES_INVALID_ARGUMENT;
-    return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, uBLOCK_SIZE,
+    return orvel_internal::ProduceIntoBlob(*pblobOut, bAppend, ms_uBLOCK_SIZE,
                                            [&](uint8_t* puOut, unsigned int* puOutSize)
                                            { return End(puOut, puOutSize); });
 }
@@ -240,12 +240,12 @@ unsigned int CAesBremoFwOpenSsl::GetAlgorithm()
 
 unsigned int CAesBremoFwOpenSsl::GetBlockSizeInBits()
 {
-    return 8 * uBLOCK_SIZE;
+    return 8 * ms_uBLOCK_SIZE;
 }
 
 unsigned int CAesBremoFwOpenSsl::GetBlockSizeInByte()
 {
-    return uBLOCK_SIZE;
+    return ms_uBLOCK_SIZE;
 }
 
 const CVector<CCipher::EMode>* CAesBremoFwOpenSsl::GetSupportedModes()
@@ -256,8 +256,8 @@ const CVector<CCipher::EMode>* CAesBremoFwOpenSsl::GetSupportedModes()
 QvResult CAesBremoFwOpenSsl::InitializeCAesBremoFwOpenSsl()
 {
     ms_pveceModes = new (ms_auModes) CVector<CCipher::EMode>;
-    ms_pveceModes->ReserveCapacity(std::size(g_aeModes));
-    for (const CCipher::EMode eMode : g_aeModes) ms_pveceModes->Append(eMode);
+    ms_pveceModes->ReserveCapacity(std::size(g_aeMODES));
+    for (const CCipher::EMode eMode : g_aeMODES) ms_pveceModes->Append(eMode);
     return QV_RES_OK;
 }
 
@@ -301,15 +301,15 @@ void CAesBremoFwOpenSsl::TransformByProcessor(const uint8_t* puIn, unsigned int 
 {
     if (m_uKeyStreamAt != 0)
     {
-        const unsigned int uPart = std::min(uSize, uBLOCK_SIZE - m_uKeyStreamAt);
+        const unsigned int uPart = std::min(uSize, ms_uBLOCK_SIZE - m_uKeyStreamAt);
         XorKeyStream(puIn, uPart, puOut);
         puIn += uPart;
         puOut += uPart;
         uSize -= uPart;
     }
-    const unsigned int uRest = uSize % uBLOCK_SIZE;
+    const unsigned int uRest = uSize % ms_uBLOCK_SIZE;
     uSize -= uRest;
-    if (uSize != 0) TransformBlocksByProcessor(puIn, uSize / uBLOCK_SIZE, puOut);
+    if (uSize != 0) TransformBlocksByProcessor(puIn, uSize / ms_uBLOCK_SIZE, puOut);
     if (uRest == 0) return;
     NextKeyStream();
     XorKeyStream(puIn + uSize, uRest, puOut + uSize);
@@ -350,7 +350,7 @@ void CAesBremoFwOpenSsl::XorKeyStream(const uint8_t* puIn, unsigned int uSize, u
         const uint8_t uIn = puIn[u];
         puOut[u] = uIn ^ ruKey;
         if (bFeedback) ruKey = bEncrypt ? puOut[u] : uIn;
-        m_uKeyStreamAt = (m_uKeyStreamAt + 1) % uBLOCK_SIZE;
+        m_uKeyStreamAt = (m_uKeyStreamAt + 1) % ms_uBLOCK_SIZE;
     }
 }
 
@@ -359,7 +359,7 @@ void CAesBremoFwOpenSsl::NextKeyStream()
     const bool bCounter = m_eMode == CCipher::eMODE_CTR;
     orvel_internal::AesEcbEncrypt(RoundKeysIn(m_auSchedule), m_auIv, 1, bCounter ? m_auKeyStream : m_auIv);
     if (!bCounter) return;
-    for (unsigned int u = uBLOCK_SIZE; u-- != 0 && ++m_auIv[u] == 0;) {}
+    for (unsigned int u = ms_uBLOCK_SIZE; u-- != 0 && ++m_auIv[u] == 0;) {}
 }
 
 void CAesBremoFwOpenSsl::TransformByLibcrypto(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
@@ -378,7 +378,7 @@ void CAesBremoFwOpenSsl::TransformByLibcrypto(const uint8_t* puIn, unsigned int 
                                   reinterpret_cast<block128_f>(AES_encrypt));
             break;
         case CCipher::eMODE_ECB:
-            for (; uSize != 0; puIn += uBLOCK_SIZE, puOut += uBLOCK_SIZE, uSize -= uBLOCK_SIZE)
+            for (; uSize != 0; puIn += ms_uBLOCK_SIZE, puOut += ms_uBLOCK_SIZE, uSize -= ms_uBLOCK_SIZE)
             {
                 AES_ecb_encrypt(puIn, puOut, &rSchedule, nDirection);
             }

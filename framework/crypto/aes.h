@@ -19,16 +19,19 @@ public:
     virtual ~CAesBremoFwOpenSsl();
 
     /// Sets the key for a Begin() without a key; null with size 0 removes it.
-    /// QV_RES_OK                it is kept; only Begin() checks that it has 16, 24 or 32 bytes
-    /// QV_RES_INVALID_ARGUMENT  puKey is null and uKeySize is not 0, or uKeySize is above 32
+    ///
+    /// - `QV_RES_OK`: it is kept; only Begin() checks that it has 16, 24 or 32 bytes.
+    /// - `QV_RES_INVALID_ARGUMENT`: puKey is null and uKeySize is not 0, or uKeySize is above 32.
     QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
     /// Sets the initialisation vector for a Begin() without one; 16 zero bytes at first.
-    /// QV_RES_OK                it is kept
-    /// QV_RES_INVALID_ARGUMENT  puIv is null, or uIvSize is not 16
+    ///
+    /// - `QV_RES_OK`: it is kept.
+    /// - `QV_RES_INVALID_ARGUMENT`: puIv is null, or uIvSize is not 16.
     QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
     /// Set what eACTION_DEFAULT and eMODE_DEFAULT stand for. They stand for nothing at first; setting one of these
     /// values itself restores that.
-    /// QV_RES_INVALID_ARGUMENT  no enumerator has that value
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
     QvResult SetDefaultAction(CCipher::EAction eAction);
     QvResult SetDefaultMode(CCipher::EMode eMode);
 
@@ -49,10 +52,10 @@ public:
     static void FinalizeCAesBremoFwOpenSsl();
 
 protected:
-    static constexpr unsigned int uBLOCK_SIZE = 16;
-    static constexpr unsigned int uMAX_KEY_SIZE = 32;
+    static constexpr unsigned int ms_uBLOCK_SIZE = 16;
+    static constexpr unsigned int ms_uMAX_KEY_SIZE = 32;
     /// The size of libcrypto's AES_KEY.
-    static constexpr unsigned int uSCHEDULE_SIZE = 244;
+    static constexpr unsigned int ms_uSCHEDULE_SIZE = 244;
 
     /// The table's storage, and the table in it: null outside the framework's lifetime.
     alignas(CVector<CCipher::EMode>) static unsigned char ms_auModes[sizeof(CVector<CCipher::EMode>)];
@@ -69,53 +72,50 @@ private:
 
     CCipher::EAction m_eDefaultAction;
     CCipher::EMode m_eDefaultMode;
-    uint8_t m_auDefaultKey[uMAX_KEY_SIZE];
+    uint8_t m_auDefaultKey[ms_uMAX_KEY_SIZE];
     unsigned int m_uDefaultKeySize;
-    uint8_t m_auDefaultIv[uBLOCK_SIZE];
+    uint8_t m_auDefaultIv[ms_uBLOCK_SIZE];
     CCipher::EAction m_eAction;
     CCipher::EMode m_eMode;
-    alignas(4) unsigned char m_auSchedule[uSCHEDULE_SIZE];
-    uint8_t m_auIv[uBLOCK_SIZE];  // or the feedback, or the counter
-    uint8_t m_auPartial[uBLOCK_SIZE];
+    alignas(4) unsigned char m_auSchedule[ms_uSCHEDULE_SIZE];
+    uint8_t m_auIv[ms_uBLOCK_SIZE];  // or the feedback, or the counter
+    uint8_t m_auPartial[ms_uBLOCK_SIZE];
     unsigned int m_uPartialSize;
     unsigned int m_uKeyStreamAt;
-    uint8_t m_auKeyStream[uBLOCK_SIZE];  // of CTR
+    uint8_t m_auKeyStream[ms_uBLOCK_SIZE];  // of CTR
 };
 
 /// AES with 128-, 192- or 256-bit keys, in CBC, CFB (128-bit), CTR, ECB and OFB; see CCipher for the way to use it.
 ///
-/// Blocks     In every mode Update() hands out whole blocks of 16 bytes only: its output may be up to 15 bytes longer
-///            than its input. End() hands out the rest in CFB, CTR and OFB. CBC and ECB do not pad, and a message that
-///            is no multiple of 16 bytes ends in QV_RES_INVALID_STATE.
-/// Buffers    Raw input and output may be the same buffer as long as every Update() takes whole blocks.
-/// Counter    All 16 bytes of the initialisation vector, big-endian; it wraps.
-/// Secrecy    No mode notices changed bytes: add a CSha1Mac over the output. ECB shows equal blocks. CTR and OFB are
-///            broken by a second message under the same key and initialisation vector. Keys are not wiped on
-///            destruction.
-/// Timing     With the AES instructions of the processor, which practically every x86-64 has (found out at run time),
-///            the time depends on sizes alone. Elsewhere, and when the raw output begins inside the raw input,
-///            libcrypto's AES functions do the work: these look up tables, whose timing a neighbour on the machine may
-///            observe.
-/// Cost       With these instructions no more than one latency of 10 to 14 rounds for each block in CBC and CFB
-///            encryption and OFB, where each block waits for the one before, and a small part of that in CTR, ECB, CBC
-///            and CFB decryption, whose blocks go side by side: up to 32 at a time with VAES and AVX-512.
-///
-/// Begin()    Null key: the default one. Null initialisation vector: the default one. A refusal leaves the
-///            earlier message as it is; only a key of another size than 16, 24 or 32 bytes ends it.
-///     QV_RES_OK                a message is begun
-///     QV_RES_FAIL              an action, mode or key is neither given nor set by default, or is not one of AES
-///     QV_RES_INVALID_ARGUMENT  the initialisation vector is longer than 16 bytes (of a shorter one, the rest is zero)
-/// Update()
-///     QV_RES_OK                the bytes are taken; always so for a size of 0 with pointers that are not null
-///     QV_RES_INVALID_ARGUMENT  a pointer is null (the blob form: also for an input without storage), or the output
-///                              would be 4 GiB long
-///     QV_RES_INVALID_STATE     no message was begun with success
-/// End()      Writes up to 15 bytes. Bytes held back stay until the next Begin().
-///     QV_RES_OK                the message is complete
-///     QV_RES_INVALID_ARGUMENT  a pointer is null
-///     QV_RES_INVALID_STATE     CBC or ECB hold bytes back; nothing is written
-///
-/// Source     FIPS 197, NIST SP 800-38A.
+/// - **Blocks:** In every mode Update() hands out whole blocks of 16 bytes only: its output may be up to 15 bytes
+///   longer than its input. End() hands out the rest in CFB, CTR and OFB. CBC and ECB do not pad, and a message that is
+///   no multiple of 16 bytes ends in QV_RES_INVALID_STATE.
+/// - **Buffers:** Raw input and output may be the same buffer as long as every Update() takes whole blocks.
+/// - **Counter:** All 16 bytes of the initialisation vector, big-endian; it wraps.
+/// - **Secrecy:** No mode notices changed bytes: add a CSha1Mac over the output. ECB shows equal blocks. CTR and OFB
+///   are broken by a second message under the same key and initialisation vector. Keys are not wiped on destruction.
+/// - **Timing:** With the AES instructions of the processor, which practically every x86-64 has (found out at run
+///   time), the time depends on sizes alone. Elsewhere, and when the raw output begins inside the raw input,
+///   libcrypto's AES functions do the work: these look up tables, whose timing a neighbour on the machine may observe.
+/// - **Cost:** With these instructions no more than one latency of 10 to 14 rounds for each block in CBC and CFB
+///   encryption and OFB, where each block waits for the one before, and a small part of that in CTR, ECB, CBC and CFB
+///   decryption, whose blocks go side by side: up to 32 at a time with VAES and AVX-512.
+/// - **Begin():** Null key: the default one. Null initialisation vector: the default one. A refusal leaves the earlier
+///   message as it is; only a key of another size than 16, 24 or 32 bytes ends it.
+///   - `QV_RES_OK`: a message is begun.
+///   - `QV_RES_FAIL`: an action, mode or key is neither given nor set by default, or is not one of AES.
+///   - `QV_RES_INVALID_ARGUMENT`: the initialisation vector is longer than 16 bytes (of a shorter one, the rest is
+///     zero).
+/// - **Update():**
+///   - `QV_RES_OK`: the bytes are taken; always so for a size of 0 with pointers that are not null.
+///   - `QV_RES_INVALID_ARGUMENT`: a pointer is null (the blob form: also for an input without storage), or the output
+///     would be 4 GiB long.
+///   - `QV_RES_INVALID_STATE`: no message was begun with success.
+/// - **End():** Writes up to 15 bytes. Bytes held back stay until the next Begin().
+///   - `QV_RES_OK`: the message is complete.
+///   - `QV_RES_INVALID_ARGUMENT`: a pointer is null.
+///   - `QV_RES_INVALID_STATE`: CBC or ECB hold bytes back; nothing is written.
+/// - **Source:** FIPS 197, NIST SP 800-38A.
 class QV_EXPORT CAes : public CCipher, public CAesBremoFwOpenSsl
 {
 public:

@@ -6,21 +6,22 @@
 #include <algorithm>
 
 #include "framework/crypto/internal/base64_blocks.h"
-#include "framework/crypto/internal/cipher_blob.h"
+#include "framework/crypto/internal/blob_forms.h"
+#include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CBase64) == 40, "field order and widths are the binary interface");
 
 namespace
 {
-constexpr unsigned int g_uByteGroup = 3;
-constexpr unsigned int g_uTextGroup = 4;
-constexpr uint8_t g_uPad = '=';
+constexpr unsigned int g_uBYTE_GROUP = 3;
+constexpr unsigned int g_uTEXT_GROUP = 4;
+constexpr uint8_t g_uPAD = '=';
 
 // How many trailing "=" say that the last group is short.
 unsigned int PaddingOf(uint8_t uBeforeLast, uint8_t uLast)
 {
-    if (uLast != g_uPad) return 0;
-    return uBeforeLast == g_uPad ? 2 : 1;
+    if (uLast != g_uPAD) return 0;
+    return uBeforeLast == g_uPAD ? 2 : 1;
 }
 
 // The padded group of 1 or 2 bytes.
@@ -30,8 +31,8 @@ void EncodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabet, const
     const unsigned int uSecond = uSize == 2 ? puBytes[1] : 0;
     puOut[0] = rstAlphabet.auCharacters[puBytes[0] >> 2];
     puOut[1] = rstAlphabet.auCharacters[(puBytes[0] & 0x03u) << 4 | uSecond >> 4];
-    puOut[2] = uSize == 2 ? rstAlphabet.auCharacters[(uSecond & 0x0Fu) << 2] : g_uPad;
-    puOut[3] = g_uPad;
+    puOut[2] = uSize == 2 ? rstAlphabet.auCharacters[(uSecond & 0x0Fu) << 2] : g_uPAD;
+    puOut[3] = g_uPAD;
 }
 
 // Copies up to 3 bytes, which is less than a call of memcpy() takes.
@@ -49,14 +50,14 @@ unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabe
 {
     const unsigned int uPadding = PaddingOf(puGroup[2], puGroup[3]);
     if (uPadding == 0) return 0;
-    uint8_t auText[g_uTextGroup];
-    uint8_t auBytes[g_uByteGroup];
-    memcpy(auText, puGroup, g_uTextGroup);
+    uint8_t auText[g_uTEXT_GROUP];
+    uint8_t auBytes[g_uBYTE_GROUP];
+    memcpy(auText, puGroup, g_uTEXT_GROUP);
     auText[3] = rstAlphabet.auCharacters[0];
     if (uPadding == 2) auText[2] = rstAlphabet.auCharacters[0];
     if (orvel_internal::Base64DecodePortable(rstAlphabet, auText, 1, auBytes) == 0) return 0;
-    memcpy(puOut, auBytes, g_uByteGroup - uPadding);
-    return g_uByteGroup - uPadding;
+    memcpy(puOut, auBytes, g_uBYTE_GROUP - uPadding);
+    return g_uBYTE_GROUP - uPadding;
 }
 }  // namespace
 
@@ -78,6 +79,7 @@ CBase64::~CBase64()
     m_eAction = eACTION_ENCRYPT;
     m_eMode = eMODE_DEFAULT;
     m_uGroupSize = 0;
+    orvel_internal::KeepStoresTo(this);
 }
 
 void CBase64::SetAlphabet(EAlphabet eAlphabet)
@@ -90,7 +92,8 @@ CBase64::EAlphabet CBase64::GetAlphabet() const
     return static_cast<EAlphabet>(m_uAlphabet);
 }
 
-QvResult CBase64::Begin(EAction eAction, EMode, const uint8_t* puKey, unsigned int, const uint8_t* puIv, unsigned int)
+QvResult CBase64::Begin(EAction eAction, EMode /*eMode*/, const uint8_t* puKey, unsigned int /*uKeySize*/,
+                        const uint8_t* puIv, unsigned int /*uIvSize*/)
 {
     if (puKey != nullptr || puIv != nullptr) return QV_RES_INVALID_ARGUMENT;
     m_eAction = eAction == eACTION_DEFAULT ? m_eDefaultAction : eAction;
@@ -111,7 +114,7 @@ QvResult CBase64::End(uint8_t* puOut, unsigned int* puOutSize)
     if (puOutSize == nullptr) return QV_RES_INVALID_ARGUMENT;
     if (m_eAction == eACTION_ENCRYPT)
     {
-        *puOutSize = m_uGroupSize != 0 ? g_uTextGroup : 0;
+        *puOutSize = m_uGroupSize != 0 ? g_uTEXT_GROUP : 0;
         if (puOut == nullptr || m_uGroupSize == 0) return QV_RES_OK;
         EncodePaddedGroup(orvel_internal::Base64AlphabetOf(m_uAlphabet), m_auGroup, m_uGroupSize, puOut);
         m_uGroupSize = 0;
@@ -124,7 +127,7 @@ QvResult CBase64::End(uint8_t* puOut, unsigned int* puOutSize)
     return QV_RES_OK;
 }
 
-QvResult CBase64::Begin(EAction eAction, EMode eMode, const CBlob*, const CBlob*)
+QvResult CBase64::Begin(EAction eAction, EMode eMode, const CBlob* /*pblobKey*/, const CBlob* /*pblobIv*/)
 {
     return Begin(eAction, eMode, nullptr, 0, nullptr, 0);
 }
@@ -180,22 +183,22 @@ const CVector<CCipher::EMode>* CBase64::GetSupportedModes()
 void CBase64::Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut)
 {
     const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
-    const size_t uGroups = uSize / g_uByteGroup;
+    const size_t uGroups = uSize / g_uBYTE_GROUP;
     orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
-    const unsigned int uRest = uSize % g_uByteGroup;
+    const unsigned int uRest = uSize % g_uBYTE_GROUP;
     if (uRest == 0) return;
-    EncodePaddedGroup(rstAlphabet, puIn + uGroups * g_uByteGroup, uRest, puOut + uGroups * g_uTextGroup);
+    EncodePaddedGroup(rstAlphabet, puIn + uGroups * g_uBYTE_GROUP, uRest, puOut + uGroups * g_uTEXT_GROUP);
 }
 
 QvResult CBase64::Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize)
 {
     const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
-    const size_t uGroups = uSize / g_uTextGroup;
+    const size_t uGroups = uSize / g_uTEXT_GROUP;
     const size_t uDone = orvel_internal::Base64Decode(rstAlphabet, puIn, uGroups, puOut);
-    *puOutSize = static_cast<unsigned int>(uDone * g_uByteGroup);
-    if (uDone == uGroups) return uSize % g_uTextGroup == 0 ? QV_RES_OK : QV_RES_FAIL;
+    *puOutSize = static_cast<unsigned int>(uDone * g_uBYTE_GROUP);
+    if (uDone == uGroups) return uSize % g_uTEXT_GROUP == 0 ? QV_RES_OK : QV_RES_FAIL;
     const unsigned int uLast =
-        DecodePaddedGroup(rstAlphabet, puIn + uDone * g_uTextGroup, puOut + uDone * g_uByteGroup);
+        DecodePaddedGroup(rstAlphabet, puIn + uDone * g_uTEXT_GROUP, puOut + uDone * g_uBYTE_GROUP);
     *puOutSize += uLast;
     return uLast != 0 ? QV_RES_OK : QV_RES_FAIL;
 }
@@ -209,11 +212,11 @@ QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint
 {
     if (m_uGroupSize != 0) [[unlikely]]
         return UpdateEncodingBehindRest(puIn, uInSize, puOut, puOutSize);
-    const unsigned int uGroups = uInSize / g_uByteGroup;
-    if (uGroups > UINT_MAX / g_uTextGroup) return QV_RES_INVALID_ARGUMENT;
-    *puOutSize = uGroups * g_uTextGroup;
+    const unsigned int uGroups = uInSize / g_uBYTE_GROUP;
+    if (uGroups > UINT_MAX / g_uTEXT_GROUP) return QV_RES_INVALID_ARGUMENT;
+    *puOutSize = uGroups * g_uTEXT_GROUP;
     if (puOut == nullptr) return QV_RES_OK;
-    KeepRest(puIn + size_t{uGroups} * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
+    KeepRest(puIn + size_t{uGroups} * g_uBYTE_GROUP, uInSize - uGroups * g_uBYTE_GROUP);
     orvel_internal::Base64Encode(orvel_internal::Base64AlphabetOf(m_uAlphabet), puIn, uGroups, puOut);
     return QV_RES_OK;
 }
@@ -222,23 +225,23 @@ QvResult CBase64::UpdateEncoding(const uint8_t* puIn, unsigned int uInSize, uint
 [[gnu::noinline]] QvResult CBase64::UpdateEncodingBehindRest(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
                                                              unsigned int* puOutSize)
 {
-    const uint64_t uOutSize = (uint64_t{uInSize} + m_uGroupSize) / g_uByteGroup * g_uTextGroup;
+    const uint64_t uOutSize = (uint64_t{uInSize} + m_uGroupSize) / g_uBYTE_GROUP * g_uTEXT_GROUP;
     if (uOutSize > UINT_MAX) return QV_RES_INVALID_ARGUMENT;
     *puOutSize = static_cast<unsigned int>(uOutSize);
     if (puOut == nullptr) return QV_RES_OK;
 
     const orvel_internal::SBase64Alphabet& rstAlphabet = orvel_internal::Base64AlphabetOf(m_uAlphabet);
-    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uByteGroup);
+    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uBYTE_GROUP);
     puIn += uTaken;
     uInSize -= uTaken;
-    if (m_uGroupSize == g_uByteGroup)
+    if (m_uGroupSize == g_uBYTE_GROUP)
     {
         orvel_internal::Base64EncodePortable(rstAlphabet, m_auGroup, 1, puOut);
         m_uGroupSize = 0;
-        puOut += g_uTextGroup;
+        puOut += g_uTEXT_GROUP;
     }
-    const unsigned int uGroups = uInSize / g_uByteGroup;
-    KeepRest(puIn + size_t{uGroups} * g_uByteGroup, uInSize - uGroups * g_uByteGroup);
+    const unsigned int uGroups = uInSize / g_uBYTE_GROUP;
+    KeepRest(puIn + size_t{uGroups} * g_uBYTE_GROUP, uInSize - uGroups * g_uBYTE_GROUP);
     orvel_internal::Base64Encode(rstAlphabet, puIn, uGroups, puOut);
     return QV_RES_OK;
 }
@@ -251,17 +254,17 @@ QvResult CBase64::UpdateDecoding(const uint8_t* puIn, unsigned int uInSize, uint
         return QV_RES_OK;
     }
     *puOutSize = 0;
-    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uTextGroup);
+    const unsigned int uTaken = TopUpGroup(puIn, uInSize, g_uTEXT_GROUP);
     puIn += uTaken;
     uInSize -= uTaken;
-    if (m_uGroupSize == g_uTextGroup)
+    if (m_uGroupSize == g_uTEXT_GROUP)
     {
         m_uGroupSize = 0;
-        const QvResult res = Decode(m_auGroup, g_uTextGroup, puOut, puOutSize);
+        const QvResult res = Decode(m_auGroup, g_uTEXT_GROUP, puOut, puOutSize);
         if (res < 0) return res;
         puOut += *puOutSize;
     }
-    const unsigned int uRest = uInSize % g_uTextGroup;
+    const unsigned int uRest = uInSize % g_uTEXT_GROUP;
     unsigned int uWritten = 0;
     const QvResult res = Decode(puIn, uInSize - uRest, puOut, &uWritten);
     *puOutSize += uWritten;
@@ -273,8 +276,8 @@ unsigned int CBase64::DecodedSize(const uint8_t* puIn, unsigned int uInSize) con
 {
     const uint64_t uTextSize = uint64_t{uInSize} + m_uGroupSize;
     // At most 3 * 2^30.
-    const unsigned int uSize = static_cast<unsigned int>(uTextSize / g_uTextGroup) * g_uByteGroup;
-    if (uTextSize % g_uTextGroup != 0) return uSize;
+    const unsigned int uSize = static_cast<unsigned int>(uTextSize / g_uTEXT_GROUP) * g_uBYTE_GROUP;
+    if (uTextSize % g_uTEXT_GROUP != 0) return uSize;
     const uint8_t uBeforeLast = uInSize > 1 ? puIn[uInSize - 2] : m_auGroup[2];
     return uSize - PaddingOf(uBeforeLast, puIn[uInSize - 1]);
 }

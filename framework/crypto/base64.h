@@ -8,37 +8,37 @@
 #include "framework/kernel/result.h"
 
 /// Base64 behind the cipher interface: encrypting encodes, decrypting decodes.
-///
-///     CBase64 base64;
-///     base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
-///     base64.Update(&blobBytes, &blobText, false);
-///     base64.End(&blobText, true);
+/// ```
+/// CBase64 base64;
+/// base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
+/// base64.Update(&blobBytes, &blobText, false);
+/// base64.End(&blobText, true);
+/// ```
 ///
 /// A new object encodes, in the standard alphabet. Groups end in "=" padding, and there are no line breaks.
 ///
-/// Sizes      With a null output pointer, Update() and End() change nothing and only tell the size of what they would
-///            write; of a text that does not decode, or is padded before its end, the most it could be.
-/// Padding    Of the input of one Update(), the whole groups that follow a padded one are ignored; the 1 to 3
-///            characters behind the last whole group are held back as always. Only a group that an earlier Update()
-///            began is decoded by itself: what follows it is decoded even if it was padded.
-/// Cost       With AVX2 or AVX-512 (found out at run time) under a cycle a byte either way.
-///
-/// Begin()    Empties the group that was begun; the mode is ignored; eACTION_DEFAULT encodes.
-///     QV_RES_OK                always in the blob form, which ignores its blobs, else
-///     QV_RES_INVALID_ARGUMENT  the key or the initialisation vector is not null
-/// Update()
-///     QV_RES_OK                the input is converted, and the rest of up to 2 bytes or 3 characters held back
-///     QV_RES_INVALID_ARGUMENT  the input or the size pointer is null, the input is empty, or the output would not fit
-///                              32 bits (the blob form: a blob pointer is null, or the input is empty)
-///     QV_RES_FAIL              a group does not decode; *puOutSize tells what the groups before it gave
-/// End()      Writes the padded group that is left, 0 or 4 characters; in decoding, nothing.
-///     QV_RES_OK                the message is complete
-///     QV_RES_INVALID_ARGUMENT  the size pointer (the blob form: the blob pointer) is null
-///     QV_RES_FAIL              in decoding, the text's length was no multiple of 4; Begin() drops what is left
+/// - **Sizes:** With a null output pointer, Update() and End() change nothing and only tell the size of what they would
+///   write; of a text that does not decode, or is padded before its end, the most it could be.
+/// - **Padding:** Of the input of one Update(), the whole groups that follow a padded one are ignored; the 1 to 3
+///   characters behind the last whole group are held back as always. Only a group that an earlier Update() began is
+///   decoded by itself: what follows it is decoded even if it was padded.
+/// - **Cost:** With AVX2 or AVX-512 (found out at run time) under a cycle a byte either way.
+/// - **Begin():** Empties the group that was begun; the mode is ignored; eACTION_DEFAULT encodes.
+///   - `QV_RES_OK`: a message is begun; always so in the blob form, which ignores its blobs.
+///   - `QV_RES_INVALID_ARGUMENT`: the key or the initialisation vector is not null.
+/// - **Update():**
+///   - `QV_RES_OK`: the input is converted, and the rest of up to 2 bytes or 3 characters held back.
+///   - `QV_RES_INVALID_ARGUMENT`: the input or the size pointer is null, the input is empty, or the output would not
+///     fit 32 bits (the blob form: a blob pointer is null, or the input is empty).
+///   - `QV_RES_FAIL`: a group does not decode; *puOutSize tells what the groups before it gave.
+/// - **End():** Writes the padded group that is left, 0 or 4 characters; in decoding, nothing.
+///   - `QV_RES_OK`: the message is complete.
+///   - `QV_RES_INVALID_ARGUMENT`: the size pointer (the blob form: the blob pointer) is null.
+///   - `QV_RES_FAIL`: in decoding, the text's length was no multiple of 4; Begin() drops what is left.
 ///
 /// After Begin() with an action that is none of CCipher's, Update() and End() do nothing and return QV_RES_OK.
 ///
-/// Source     RFC 4648, sections 4 and 5.
+/// - **Source:** RFC 4648, sections 4 and 5.
 class QV_EXPORT CBase64 : public CCipher
 {
 public:
@@ -80,8 +80,9 @@ public:
     void Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
     /// The other way, up to a padded group; *puOutSize tells the bytes written, at most 3 for 4 characters. puOutSize
     /// must not be null, nor puIn when uSize is above 0, nor puOut when that has whole groups.
-    /// QV_RES_OK    they are written
-    /// QV_RES_FAIL  the group behind them does not decode, or has fewer than 4 characters
+    ///
+    /// - `QV_RES_OK`: they are written.
+    /// - `QV_RES_FAIL`: the group behind them does not decode, or has fewer than 4 characters.
     QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
     /// The value of a character; -1 when the alphabet does not have it.
     int Position(uint8_t c);

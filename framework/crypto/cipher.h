@@ -8,21 +8,22 @@
 #include "framework/kernel/result.h"
 
 /// A reversible transformation of a stream of bytes:
-///
-///     CAes aes;
-///     aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
-///     aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size
-///     aes.End(&blobOut, true);                // what was held back for a whole block comes now
+/// ```
+/// CAes aes;
+/// aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
+/// aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size
+/// aes.End(&blobOut, true);                // what was held back for a whole block comes now
+/// ```
 ///
 /// What each call writes, and when it fails, depends on the algorithm: see CAes and CBase64.
 ///
-/// Blobs      bAppend true: the output goes behind what the blob holds; false: it becomes its whole content. A blob
-///            without storage (capacity 0) counts as a null raw pointer. Input and output may be one blob.
-/// Buffers    Raw input and output must not overlap.
-/// Threads    No locking: one thread at a time per object.
-/// Failure    Reported as QvResult. A blob form that fails leaves the output blob's size as it was, but with bAppend
-///            false may have written over its bytes. When input and output are one blob, bAppend false copies it first,
-///            and throws what operator new[] throws.
+/// - **Blobs:** bAppend true: the output goes behind what the blob holds; false: it becomes its whole content. A blob
+///   without storage (capacity 0) counts as a null raw pointer. Input and output may be one blob.
+/// - **Buffers:** Raw input and output must not overlap.
+/// - **Threads:** No locking: one thread at a time per object.
+/// - **Failure:** Reported as QvResult. A blob form that fails leaves the output blob's size as it was, but with
+///   bAppend false may have written over its bytes. When input and output are one blob, bAppend false copies it first,
+///   and throws what operator new[] throws.
 class QV_EXPORT CCipher
 {
 public:
@@ -66,7 +67,8 @@ public:
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
     virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
-    /// QV_RES_OUT_OF_MEMORY  the capacity could not be raised
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
     virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;

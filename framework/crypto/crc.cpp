@@ -15,7 +15,7 @@ struct SEmitted
     QvResult (CCrc::*pfnEnd16)(uint16_t*);
     QvResult (CCrc::*pfnEnd32)(uint32_t*);
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {&CCrc::Begin, &CCrc::Update, &CCrc::End, &CCrc::End};
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {&CCrc::Begin, &CCrc::Update, &CCrc::End, &CCrc::End};
 
 // Moves a register on by the fastest path. For what is less than one step of the tables, the detour over the
 // multiplier takes longer.
@@ -25,7 +25,7 @@ inline uint32_t MoveOn(uint32_t uRegister, const uint8_t* puData, size_t uSize,
     using orvel_internal::CpuPath;
     using orvel_internal::ECpuAlgorithm;
     using orvel_internal::ECpuFeature;
-    if (orvel_internal::IsLikely(uSize >= orvel_internal::uCRC_SLICING_STEP))
+    if (orvel_internal::IsLikely(uSize >= orvel_internal::g_uCRC_SLICING_STEP))
     {
         // The constructor has asked the processor. To ask here would cost every call a stack frame.
         const unsigned int uFeatures = orvel_internal::g_uCpuFeatures.load(std::memory_order_relaxed);
@@ -51,12 +51,12 @@ CCrc::~CCrc() = default;
 
 uint32_t CCrc::MoveOn16(uint32_t uRegister, const uint8_t* puData, unsigned int uSize)
 {
-    return MoveOn(uRegister & 0xFFFF, puData, uSize, orvel_internal::g_astCrcVariants[eCRC16]);
+    return MoveOn(uRegister & 0xFFFF, puData, uSize, orvel_internal::g_astCRC_VARIANTS[eCRC16]);
 }
 
 uint32_t CCrc::MoveOn32(uint32_t uRegister, const uint8_t* puData, unsigned int uSize)
 {
-    return MoveOn(uRegister, puData, uSize, orvel_internal::g_astCrcVariants[eCRC32]);
+    return MoveOn(uRegister, puData, uSize, orvel_internal::g_astCRC_VARIANTS[eCRC32]);
 }
 
 QvResult CCrc::Update(CBlob* pblobData)

@@ -7,22 +7,24 @@
 #include "framework/kernel/result.h"
 
 /// A cyclic redundancy check against accidents on a line or a disk (not against people: see CSha1Mac):
-///
-///     CCrc crc;
-///     crc.Begin(CCrc::eCRC32);
-///     crc.Update(puData, uSize);   // any number of times, in pieces of any size
-///     uint32_t uCrc;
-///     crc.End(&uCrc);
-///
-///                Begin()         Update()     End(), width of the type   End(), the other width
-///     inactive   then active     refused      refused                    refused
-///     active     refused         adds bytes   then inactive              refused
+/// ```
+/// CCrc crc;
+/// crc.Begin(CCrc::eCRC32);
+/// crc.Update(puData, uSize);   // any number of times, in pieces of any size
+/// uint32_t uCrc;
+/// crc.End(&uCrc);
+/// ```
+/// ```
+///            Begin()         Update()     End(), width of the type   End(), the other width
+/// inactive   then active     refused      refused                    refused
+/// active     refused         adds bytes   then inactive              refused
+/// ```
 ///
 /// What is refused changes nothing. Begin() does not check the type: after one that is no ECrcType, Update() and both
 /// End() are refused, and the object stays active for good.
 ///
-/// Threads    No locking: one thread at a time per object.
-/// Cost       With carry-less multiplication (found out at run time) 8 to 30 bytes a cycle, else one to two.
+/// - **Threads:** No locking: one thread at a time per object.
+/// - **Cost:** With carry-less multiplication (found out at run time) 8 to 30 bytes a cycle, else one to two.
 class QV_EXPORT CCrc
 {
 public:
@@ -41,8 +43,9 @@ public:
     virtual ~CCrc();
 
     /// Starts a computation.
-    /// QV_RES_OK             it is active; eType is not checked
-    /// QV_RES_INVALID_STATE  one is active already, which is not disturbed
+    ///
+    /// - `QV_RES_OK`: it is active; eType is not checked.
+    /// - `QV_RES_INVALID_STATE`: one is active already, which is not disturbed.
     QvResult Begin(ECrcType eType)
     {
         if (m_bActive) return QV_RES_INVALID_STATE;
@@ -52,10 +55,11 @@ public:
         return QV_RES_OK;
     }
     /// Adds uSize bytes.
-    /// QV_RES_OK                they are in; always so for a size of 0 with a pointer that is not null
-    /// QV_RES_INVALID_ARGUMENT  puData is null
-    /// QV_RES_INVALID_STATE     no computation is active
-    /// QV_RES_FAIL              the type it began with is no ECrcType
+    ///
+    /// - `QV_RES_OK`: they are in; always so for a size of 0 with a pointer that is not null.
+    /// - `QV_RES_INVALID_ARGUMENT`: puData is null.
+    /// - `QV_RES_INVALID_STATE`: no computation is active.
+    /// - `QV_RES_FAIL`: the type it began with is no ECrcType.
     QvResult Update(const uint8_t* puData, unsigned int uSize)
     {
         if (puData == nullptr) return QV_RES_INVALID_ARGUMENT;
@@ -66,12 +70,14 @@ public:
         return QV_RES_OK;
     }
     /// Adds the bytes of a blob.
-    /// QV_RES_INVALID_ARGUMENT  pblobData is null, or the blob has no storage
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: pblobData is null, or the blob has no storage.
     QvResult Update(CBlob* pblobData);
     /// Ends an eCRC16 or an eCRC32 computation and writes its value to *puCrc, which must exist.
-    /// QV_RES_OK                the value is written
-    /// QV_RES_INVALID_STATE     no computation is active
-    /// QV_RES_INVALID_ARGUMENT  it is of the other width and stays active
+    ///
+    /// - `QV_RES_OK`: the value is written.
+    /// - `QV_RES_INVALID_STATE`: no computation is active.
+    /// - `QV_RES_INVALID_ARGUMENT`: it is of the other width and stays active.
     QvResult End(uint16_t* puCrc)
     {
         const QvResult res = Leave(eCRC16);

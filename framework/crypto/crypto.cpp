@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <new>
 
 #include "framework/crypto/secure_prng.h"
@@ -32,7 +33,7 @@ thread_local CMutex* t_pmutexOfFork = nullptr;
 
 void CCrypto::LockForFork()
 {
-    CCrypto* const pInstance = __atomic_load_n(&ms_pInstance, __ATOMIC_ACQUIRE);
+    CCrypto* const pInstance = std::atomic_ref<CCrypto*>(ms_pInstance).load(std::memory_order_acquire);
     if (pInstance == nullptr) return;
     t_pmutexOfFork = &pInstance->m_mutex;
     t_pmutexOfFork->Lock();

@@ -1,7 +1,7 @@
 #include "framework/crypto/hmac.h"
 
-#include "framework/crypto/internal/digest.h"
-#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/blob_forms.h"
+#include "framework/crypto/internal/short_hmac.h"
 #include "framework/crypto/internal/wiped.h"
 
 static_assert(sizeof(CSha1MacBremoFw) == 184, "field order and widths are the binary interface");
@@ -26,8 +26,8 @@ QvResult CHMacBremoFw::HMacReset(const uint8_t* puKey, unsigned int uKeySize, CH
     memset(puInnerPad + uKeySize, 0, uBlockSize - uKeySize);
     for (unsigned int u = 0; u < uBlockSize; ++u)
     {
-        puOuterPad[u] = puInnerPad[u] ^ orvel_internal::uHMAC_OUTER_PAD;
-        puInnerPad[u] ^= orvel_internal::uHMAC_INNER_PAD;
+        puOuterPad[u] = puInnerPad[u] ^ orvel_internal::g_uHMAC_OUTER_PAD;
+        puInnerPad[u] ^= orvel_internal::g_uHMAC_INNER_PAD;
     }
     pHash->Update(puInnerPad, uBlockSize);
     return QV_RES_OK;
@@ -59,8 +59,8 @@ CSha1MacBremoFw::~CSha1MacBremoFw()
 QvResult CSha1MacBremoFw::Begin(const uint8_t* puKey, unsigned int uKeySize)
 {
     if (puKey == nullptr) return QV_RES_FAIL;
-    orvel_internal::CWiped<uint8_t[uBLOCK_SIZE]> auInnerPad;
-    return HMacReset(puKey, uKeySize, &m_sha1, uBLOCK_SIZE, *auInnerPad, m_auOuterPad);
+    orvel_internal::CWiped<uint8_t[ms_uBLOCK_SIZE]> auInnerPad;
+    return HMacReset(puKey, uKeySize, &m_sha1, ms_uBLOCK_SIZE, *auInnerPad, m_auOuterPad);
 }
 
 QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
@@ -71,8 +71,8 @@ QvResult CSha1MacBremoFw::Update(const uint8_t* puData, unsigned int uSize)
 QvResult CSha1MacBremoFw::End(uint8_t* puDigest)
 {
     if (puDigest == nullptr) return QV_RES_FAIL;
-    uint8_t auInnerDigest[uBLOCK_SIZE];
-    return HMacResult(&m_sha1, uBLOCK_SIZE, auInnerDigest, m_auOuterPad, puDigest);
+    uint8_t auInnerDigest[ms_uBLOCK_SIZE];
+    return HMacResult(&m_sha1, ms_uBLOCK_SIZE, auInnerDigest, m_auOuterPad, puDigest);
 }
 
 QvResult CSha1MacBremoFw::Begin(const CBlob* pblobKey)

@@ -9,19 +9,20 @@
 #include "framework/kernel/result.h"
 
 /// A keyed message authentication code:
-///
-///     CSha1Mac mac;
-///     mac.Begin(puKey, uKeySize);
-///     mac.Update(puData, uSize);   // any number of times, in pieces of any size
-///     mac.End(&blobCode);          // the next message needs Begin() with the key again
+/// ```
+/// CSha1Mac mac;
+/// mac.Begin(puKey, uKeySize);
+/// mac.Update(puData, uSize);   // any number of times, in pieces of any size
+/// mac.End(&blobCode);          // the next message needs Begin() with the key again
+/// ```
 ///
 /// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.
 ///
-/// Threads    No locking: one thread at a time per object.
-/// Secrecy    Begin() and End() leave nothing of the key in the memory they worked in; what the object holds of it is
-///            wiped when the object is destroyed. The caller wipes the key that it passed.
-/// Failure    QV_RES_FAIL for every null pointer, raw or blob; a blob without storage (capacity 0) counts as a null raw
-///            pointer.
+/// - **Threads:** No locking: one thread at a time per object.
+/// - **Secrecy:** Begin() and End() leave nothing of the key in the memory they worked in; what the object holds of it
+///   is wiped when the object is destroyed. The caller wipes the key that it passed.
+/// - **Failure:** QV_RES_FAIL for every null pointer, raw or blob; a blob without storage (capacity 0) counts as a null
+///   raw pointer.
 class QV_EXPORT CHMac
 {
 public:
@@ -39,7 +40,8 @@ public:
     virtual QvResult Begin(const CBlob* pblobKey) = 0;
     virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the code as the whole content of a blob.
-    /// QV_RES_OUT_OF_MEMORY  the blob has too little room and cannot grow
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the blob has too little room and cannot grow.
     virtual QvResult End(CBlob* pblobDigest) = 0;
 
     /// The CHash::EAlgorithm of the digest inside.
@@ -49,7 +51,8 @@ public:
 };
 
 /// The construction of HMAC over any digest. Nothing is checked, and both members return QV_RES_OK.
-/// Source     RFC 2104.
+///
+/// - **Source:** RFC 2104.
 class QV_EXPORT CHMacBremoFw
 {
 public:
@@ -87,14 +90,15 @@ public:
     unsigned int GetSizeInBytes();
 
 private:
-    static constexpr unsigned int uBLOCK_SIZE = 64;
+    static constexpr unsigned int ms_uBLOCK_SIZE = 64;
 
-    uint8_t m_auOuterPad[uBLOCK_SIZE];
+    uint8_t m_auOuterPad[ms_uBLOCK_SIZE];
     CSha1 m_sha1;
 };
 
 /// HMAC-SHA1, 160 bits.
-/// Source     RFC 2104, RFC 2202.
+///
+/// - **Source:** RFC 2104, RFC 2202.
 class QV_EXPORT CSha1Mac : public CHMac, public CSha1MacBremoFw
 {
 public:

@@ -32,7 +32,8 @@ private:
 
 /// MD5, 128 bits. Broken as a cryptographic digest (collisions): for checksums and old protocols only.
 /// End() wipes the state: the next message needs Begin(), without which its digest is wrong.
-/// Source     RFC 1321.
+///
+/// - **Source:** RFC 1321.
 class QV_EXPORT CMd5 : public CHash, public CMd5BremoFw
 {
 public:

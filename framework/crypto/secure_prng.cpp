@@ -14,8 +14,10 @@
 
 #include <string.h>
 
+#include <atomic>
+
 #include "framework/crypto/crypto.h"
-#include "framework/crypto/internal/hmac_blocks.h"
+#include "framework/crypto/internal/short_hmac.h"
 #include "framework/crypto/internal/wiped.h"
 #include "framework/crypto/secure_seed.h"
 #include "framework/crypto/sha1.h"
@@ -29,7 +31,7 @@ bool CSecurePrngBremoFw::ms_bInitialized = false;
 
 namespace
 {
-constexpr unsigned int g_uBlockSize = 20;
+constexpr unsigned int g_uBLOCK_SIZE = 20;
 
 class CGeneratorLock
 {
@@ -60,15 +62,15 @@ QvResult CSecurePrngBremoFw::Generate(unsigned int uSize, uint8_t* puOut)
     {
         orvel_internal::CSha1ShortMac<sizeof(ms_auCurrentBytes)> mac(ms_auSeed, sizeof(ms_auSeed));
         do {
-            memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, ms_uBytesRemaining);
+            memcpy(puOut, ms_auCurrentBytes + g_uBLOCK_SIZE - ms_uBytesRemaining, ms_uBytesRemaining);
             puOut += ms_uBytesRemaining;
             uSize -= ms_uBytesRemaining;
-            IncrementCounter(ms_auCurrentBytes + g_uBlockSize);
+            IncrementCounter(ms_auCurrentBytes + g_uBLOCK_SIZE);
             mac.Code(ms_auCurrentBytes, ms_auCurrentBytes);
-            ms_uBytesRemaining = g_uBlockSize;
+            ms_uBytesRemaining = g_uBLOCK_SIZE;
         } while (ms_uBytesRemaining < uSize);
     }
-    memcpy(puOut, ms_auCurrentBytes + g_uBlockSize - ms_uBytesRemaining, uSize);
+    memcpy(puOut, ms_auCurrentBytes + g_uBLOCK_SIZE - ms_uBytesRemaining, uSize);
     ms_uBytesRemaining -= uSize;
     return QV_RES_OK;
 }
@@ -91,7 +93,7 @@ QvResult CSecurePrngBremoFw::SetSeed(unsigned int uSize, uint8_t* puSeed)
     QvResult res = sha1->Begin();
     if (res >= 0) res = sha1->Update(puSeed, uSize);
     if (res >= 0) res = sha1->End(ms_auCurrentBytes);
-    if (res >= 0) __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
+    if (res >= 0) std::atomic_ref(ms_bInitialized).store(true, std::memory_order_release);
     return res;
 }
 
@@ -110,11 +112,11 @@ void CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw()
 void CSecurePrngBremoFw::InitializeSeed()
 {
     // Pairs with the release stores of the flag: a thread that sees it set also sees the seed.
-    if (__atomic_load_n(&ms_bInitialized, __ATOMIC_ACQUIRE)) return;
+    if (std::atomic_ref(ms_bInitialized).load(std::memory_order_acquire)) return;
     const CGeneratorLock lock;
     if (!ms_bInitialized && CSecureSeed::GenerateSeed(ms_auSeed) >= 0)
     {
-        __atomic_store_n(&ms_bInitialized, true, __ATOMIC_RELEASE);
+        std::atomic_ref(ms_bInitialized).store(true, std::memory_order_release);
     }
 }
 

@@ -19,9 +19,10 @@ public:
 
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);
     /// Makes uSize random bytes the whole content of a blob.
-    /// QV_RES_OK                they are in
-    /// QV_RES_INVALID_ARGUMENT  pblobOut is null, or uSize is 0 and the blob has no storage
-    /// QV_RES_OUT_OF_MEMORY     the blob could not grow
+    ///
+    /// - `QV_RES_OK`: they are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: pblobOut is null, or uSize is 0 and the blob has no storage.
+    /// - `QV_RES_OUT_OF_MEMORY`: the blob could not grow.
     static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
 
     /// Replaces the current block, from which all later blocks follow, by the SHA-1 of the given seed. If the generator
@@ -29,9 +30,10 @@ public:
     /// Better leave seeding to the generator. This does not make the stream repeatable: the key stays the seed that was
     /// gathered last, and the start-up of the framework has gathered one. And the bytes that the current block had not
     /// handed out yet are then taken from that SHA-1 itself, which is no secret to anybody who knows the seed.
-    /// QV_RES_OK                it is mixed in
-    /// QV_RES_INVALID_ARGUMENT  puSeed is null
-    /// QV_RES_FAIL              uSize is 0
+    ///
+    /// - `QV_RES_OK`: it is mixed in.
+    /// - `QV_RES_INVALID_ARGUMENT`: puSeed is null.
+    /// - `QV_RES_FAIL`: uSize is 0.
     static QvResult SetSeed(unsigned int uSize, uint8_t* puSeed);
 
     /// Module start-up and shut-down: back to the unseeded state. Start-up returns QV_RES_OK.
@@ -55,9 +57,10 @@ protected:
 };
 
 /// The cryptographic random generator of the process:
-///
-///     uint8_t auNonce[12];
-///     CSecurePrng::Generate(sizeof(auNonce), auNonce);
+/// ```
+/// uint8_t auNonce[12];
+/// CSecurePrng::Generate(sizeof(auNonce), auNonce);
+/// ```
 ///
 /// It seeds itself on the first draw after start-up, see CSecureSeed.
 ///
@@ -79,8 +82,9 @@ public:
     ~CSecurePrng() override;
 
     /// Writes uSize random bytes, any number. The stream does not depend on the sizes of the draws.
-    /// QV_RES_OK                they are written
-    /// QV_RES_INVALID_ARGUMENT  puOut is null; the generator is seeded all the same
+    ///
+    /// - `QV_RES_OK`: they are written.
+    /// - `QV_RES_INVALID_ARGUMENT`: puOut is null; the generator is seeded all the same.
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);
     /// The form for blobs. A template, so that Generate(5, nullptr) means the form above.
     template <typename T, std::enable_if_t<std::is_convertible_v<T*, CBlob*>, int> = 0>

@@ -19,8 +19,8 @@ unsigned int CSecureSeedBremoFw::ms_uCounter = 0;
 
 namespace
 {
-constexpr unsigned int g_uDeviceBytes = 32;
-constexpr suseconds_t g_nDeviceTimeoutUs = 10000;
+constexpr unsigned int g_uDEVICE_BYTES = 32;
+constexpr suseconds_t g_nDEVICE_TIMEOUT_US = 10000;
 
 void SetZero(timeval& rTimeout)
 {
@@ -74,19 +74,19 @@ unsigned int GatherFrom(const char* pszDevice, uint8_t* puBuffer, unsigned int u
     if (nDescriptor < 0) return uGathered;
     timeval timeout;
     SetZero(timeout);
-    timeout.tv_usec = g_nDeviceTimeoutUs;
+    timeout.tv_usec = g_nDEVICE_TIMEOUT_US;
     for (bool bGoOn = true; bGoOn;)
     {
         ssize_t nRead = 0;
         if (WaitReadable(nDescriptor, timeout))
         {
-            nRead = read(nDescriptor, puBuffer + uGathered, g_uDeviceBytes - uGathered);
+            nRead = read(nDescriptor, puBuffer + uGathered, g_uDEVICE_BYTES - uGathered);
             if (nRead > 0) uGathered += static_cast<unsigned int>(nRead);
         }
         // The device has answered without using up any time: it is read only this once.
-        if (timeout.tv_sec == 0 && timeout.tv_usec == g_nDeviceTimeoutUs) SetZero(timeout);
+        if (timeout.tv_sec == 0 && timeout.tv_usec == g_nDEVICE_TIMEOUT_US) SetZero(timeout);
         const bool bNothing = nRead <= 0 && errno != EINTR && errno != EAGAIN;
-        bGoOn = !bNothing && !IsZero(timeout) && uGathered < g_uDeviceBytes;
+        bGoOn = !bNothing && !IsZero(timeout) && uGathered < g_uDEVICE_BYTES;
     }
     return uGathered;
 }
@@ -106,9 +106,9 @@ void GatherDeviceBytes(uint8_t* puBuffer)
     unsigned int uGathered = 0;
     for (const char* pszDevice : {"/dev/urandom", "/dev/random", "/dev/srandom"})
     {
-        if (uGathered < g_uDeviceBytes) uGathered = GatherFrom(pszDevice, puBuffer, uGathered);
+        if (uGathered < g_uDEVICE_BYTES) uGathered = GatherFrom(pszDevice, puBuffer, uGathered);
     }
-    if (uGathered < g_uDeviceBytes) GatherFromKernel(puBuffer + uGathered, g_uDeviceBytes - uGathered);
+    if (uGathered < g_uDEVICE_BYTES) GatherFromKernel(puBuffer + uGathered, g_uDEVICE_BYTES - uGathered);
 }
 
 template <typename T>
@@ -130,11 +130,11 @@ QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
     const QvResult res = sha1->Begin();
     if (res < 0) return res;
     const pid_t nProcessId = getpid();
-    orvel_internal::CWiped<uint8_t[g_uDeviceBytes]> auDeviceBytes;
-    memset(*auDeviceBytes, 0, g_uDeviceBytes);
+    orvel_internal::CWiped<uint8_t[g_uDEVICE_BYTES]> auDeviceBytes;
+    memset(*auDeviceBytes, 0, g_uDEVICE_BYTES);
     GatherDeviceBytes(*auDeviceBytes);
     // The first step that fails ends the hashing; the seed is made of what was hashed before.
-    if (sha1->Update(*auDeviceBytes, g_uDeviceBytes) >= 0 &&
+    if (sha1->Update(*auDeviceBytes, g_uDEVICE_BYTES) >= 0 &&
         UpdateFromValue(*sha1, static_cast<int64_t>(nProcessId)) >= 0 &&
         UpdateFromValue(*sha1, static_cast<uint64_t>(getuid())) >= 0 &&
         UpdateFromValue(*sha1, static_cast<int64_t>(time(nullptr))) >= 0)

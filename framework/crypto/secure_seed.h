@@ -46,8 +46,9 @@ public:
     ~CSecureSeed() override;
 
     /// Writes uSEED_SIZE bytes.
-    /// QV_RES_OK                they are written
-    /// QV_RES_INVALID_ARGUMENT  puSeed is null
+    ///
+    /// - `QV_RES_OK`: they are written.
+    /// - `QV_RES_INVALID_ARGUMENT`: puSeed is null.
     static QvResult GenerateSeed(uint8_t* puSeed);
 };
 

@@ -1,6 +1,7 @@
 #include "framework/crypto/sha1.h"
 
-#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/blob_forms.h"
+#include "framework/crypto/internal/message_blocks.h"
 #include "framework/crypto/internal/sha_blocks.h"
 #include "framework/crypto/internal/wiped.h"
 
@@ -67,7 +68,7 @@ void CSha1BremoFw::Wipe()
 
 void CSha1BremoFw::Reset()
 {
-    memcpy(m_auState, orvel_internal::auSHA1_START, sizeof(m_auState));
+    memcpy(m_auState, orvel_internal::g_auSHA1_START, sizeof(m_auState));
     m_uBlockIndex = 0;
     m_uByteCount = 0;
 }

@@ -40,7 +40,8 @@ private:
 /// SHA-1, 160 bits. Broken as a cryptographic digest (collisions); as the digest of an HMAC it still holds.
 /// After End() the next message needs Begin(), without which its digest is wrong. A message of 2^32 bytes or more gets
 /// the length field of its size modulo 2^32, so its digest is not the standard's.
-/// Source     FIPS 180-4.
+///
+/// - **Source:** FIPS 180-4.
 class QV_EXPORT CSha1 : public CHash, public CSha1BremoFw
 {
 public:

@@ -1,6 +1,7 @@
 #include "framework/crypto/sha256.h"
 
-#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/blob_forms.h"
+#include "framework/crypto/internal/message_blocks.h"
 #include "framework/crypto/internal/sha_blocks.h"
 
 static_assert(sizeof(CSha256BremoFw) == 120, "field order and widths are the binary interface");

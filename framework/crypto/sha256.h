@@ -44,7 +44,8 @@ private:
 /// SHA-256, 256 bits. A second End() writes the same digest again. Update() after End() gives QV_RES_INVALID_STATE, and
 /// from then on so does every call until Begin(). A message that reaches 2^61 bytes ends alike: the Update() that gets
 /// there still returns QV_RES_OK, the calls after it do not.
-/// Source     FIPS 180-4.
+///
+/// - **Source:** FIPS 180-4.
 class QV_EXPORT CSha256 : public CHash, public CSha256BremoFw
 {
 public:

@@ -10,41 +10,43 @@
 #include "framework/kernel/result.h"
 
 /// Helpers that make a component a matter of a few lines; components can be used and written without them.
+/// ```
+/// class IShape : public IEComUnknown
+/// {
+///     QV_ECOM_INTERFACE(IShape, IEComUnknown)
+///     virtual double GetArea() const = 0;
+/// };
 ///
-///     class IShape : public IEComUnknown
-///     {
-///         QV_ECOM_INTERFACE(IShape, IEComUnknown)
-///         virtual double GetArea() const = 0;
-///     };
+/// class CCircle : public CEComComponent<IShape, IPrintable>
+/// {
+/// public:
+///     using CEComComponent::CEComComponent;
+///     double GetArea() const override;
+///     void Print() const override;
+/// };
 ///
-///     class CCircle : public CEComComponent<IShape, IPrintable>
-///     {
-///     public:
-///         using CEComComponent::CEComComponent;
-///         double GetArea() const override;
-///         void Print() const override;
-///     };
-///
-///     QV_ECOM_GUID(CLSID_Circle, "example.Circle");
-///     RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>);
+/// QV_ECOM_GUID(CLSID_Circle, "example.Circle");
+/// RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>);
+/// ```
 ///
 /// An object that has a circle as a part of itself (aggregation) and offers its interfaces as its own:
-///
-///     class CFrame : public CEComComponent<IFrame>
+/// ```
+/// class CFrame : public CEComComponent<IFrame>
+/// {
+/// public:
+///     using CEComComponent::CEComComponent;
+///     QvResult InitializeInstance() override
 ///     {
-///     public:
-///         using CEComComponent::CEComComponent;
-///         QvResult InitializeInstance() override
-///         {
-///             return m_pInner.CreateInstance(&CLSID_Circle, GetControllingUnknown());
-///         }
-///         QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
-///         {
-///             return QueryWithInner(m_pInner.Get(), pIid, ppInterface);
-///         }
-///     private:
-///         CEComPtr<IEComUnknown> m_pInner;
-///     };
+///         return m_pInner.CreateInstance(&CLSID_Circle, GetControllingUnknown());
+///     }
+///     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
+///     {
+///         return QueryWithInner(m_pInner.Get(), pIid, ppInterface);
+///     }
+/// private:
+///     CEComPtr<IEComUnknown> m_pInner;
+/// };
+/// ```
 
 /// Begins the body of an interface class Name that extends Base; its public operations follow. GetIid() gives the
 /// identifier: the name and its NUL.
@@ -63,8 +65,8 @@ public:                                                                    \
 
 /// Holds a reference to an interface, or none.
 ///
-/// Ownership  One reference: taken when copied, dropped at the end.
-/// Threads    One object is used by one thread at a time; copies may be used in different threads.
+/// - **Ownership:** One reference: taken when copied, dropped at the end.
+/// - **Threads:** One object is used by one thread at a time; copies may be used in different threads.
 template <typename Interface>
 class CEComPtr
 {
@@ -145,10 +147,10 @@ private:
 /// A component with interfaces that were declared with QV_ECOM_INTERFACE. It answers for them, for the interfaces that
 /// they extend, and for IID_IEComUnknown, and can be aggregated.
 ///
-/// Ownership  An inner object counts no reference to its outer object, which holds it. An outer object that keeps an
-///            interface of its inner object besides its IEComUnknown drops the reference to that interface at once: it
-///            counts for the outer object itself.
-/// Threads    As CEComUnknown.
+/// - **Ownership:** An inner object counts no reference to its outer object, which holds it. An outer object that keeps
+///   an interface of its inner object besides its IEComUnknown drops the reference to that interface at once: it counts
+///   for the outer object itself.
+/// - **Threads:** As CEComUnknown.
 template <typename... Interfaces>
 class CEComComponent : public CEComUnknown, public Interfaces...
 {
@@ -219,7 +221,8 @@ private:
 };
 
 /// The creation function of a component class, which is constructed from its outer unknown.
-/// QV_RES_OUT_OF_MEMORY  there is no memory for the object
+///
+/// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the object.
 template <typename Component>
 QvResult CreateEComObject(IEComUnknown* pOuterUnknown, CEComUnknown** ppCEComUnknown)
 {

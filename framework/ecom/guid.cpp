@@ -6,5 +6,5 @@ namespace
 {
 // The inline functions belong to the binary interface: this makes the compiler emit them.
 using PFNIsEqual = bool (*)(const SEComGuid*, const SEComGuid*);
-[[gnu::used]] constexpr PFNIsEqual g_apfnEmitted[] = {IsEqualSEComGuid, IsEqualEComIID, IsEqualEComCLSID};
+[[gnu::used]] constexpr PFNIsEqual g_apfnEMITTED[] = {IsEqualSEComGuid, IsEqualEComIID, IsEqualEComCLSID};
 }  // namespace

@@ -6,8 +6,9 @@
 
 /// Identifies a component class or an interface: any run of bytes. For an interface this is its name with the NUL.
 /// Identifiers are referred to, never copied: keep them for as long as they are in use, best as constants.
-///
-///     QV_ECOM_GUID(CLSID_Circle, "example.Circle");
+/// ```
+/// QV_ECOM_GUID(CLSID_Circle, "example.Circle");
+/// ```
 struct QV_EXPORT SEComGuid
 {
     unsigned int uSize;

@@ -24,7 +24,7 @@
 // cache does under a lock of its own, and tells by the answer 1 that it came too late. A release answers with the copy
 // that it took under the lock: the object is gone when another thread's release came next. Its mutex is then destroyed
 // by the thread that locked it last, which POSIX allows as soon as the others have unlocked it. Only while the process
-// has one thread the lock is left out (CBriefMutexGuard): none of these sections starts one.
+// has one thread the lock is left out (CMutexGuardIfThreaded): none of these sections starts one.
 //
 // Measured: an object that is made, handed out and dropped takes five locks, that of the registry included. Leaving out
 // the last two, where only a cache can notice, saved a quarter of the time, and was wrong.
@@ -33,10 +33,10 @@ static_assert(sizeof(CEComUnknown) == 64, "field order and widths are the binary
 
 namespace
 {
-constexpr unsigned char g_auUnknownName[] = "IEComUnknown";
+constexpr unsigned char g_auUNKNOWN_NAME[] = "IEComUnknown";
 }  // namespace
 
-const SEComGuid IID_IEComUnknown = {sizeof(g_auUnknownName), g_auUnknownName};
+const SEComGuid IID_IEComUnknown = {sizeof(g_auUNKNOWN_NAME), g_auUNKNOWN_NAME};
 
 IEComNonDelegatingUnknown::~IEComNonDelegatingUnknown() = default;
 
@@ -59,7 +59,7 @@ QvResult CEComUnknown::NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInte
 
 unsigned int CEComUnknown::NonDelegatingAddIfRef()
 {
-    const CBriefMutexGuard guard(&m_mutex);
+    const CMutexGuardIfThreaded guard(&m_mutex);
     return ++m_uReferenceCount;
 }
 
@@ -68,7 +68,7 @@ unsigned int CEComUnknown::NonDelegatingReleaseIfRef()
     // The object may be gone, through another thread, as soon as the lock is open.
     unsigned int uLeft = 0;
     {
-        const CBriefMutexGuard guard(&m_mutex);
+        const CMutexGuardIfThreaded guard(&m_mutex);
         uLeft = --m_uReferenceCount;
     }
     if (uLeft != 0) return uLeft;
@@ -91,6 +91,6 @@ void CEComUnknown::UninitializeInstance(bool* pbDeleteThis)
 
 unsigned int CEComUnknown::GetReferenceCount() const
 {
-    const CBriefMutexGuard guard(&m_mutex);
+    const CMutexGuardIfThreaded guard(&m_mutex);
     return m_uReferenceCount;
 }

@@ -18,9 +18,10 @@ public:
     static const SEComGuid* GetIid() { return &IID_IEComUnknown; }
 
     /// Gives an interface, which counts as used until its ReleaseIfRef().
-    /// QV_RES_OK                *ppInterface is the interface
-    /// QV_RES_INVALID_ARGUMENT  a null argument
-    /// QV_RES_NO_INTERFACE      the object has none of that identifier; *ppInterface is null
+    ///
+    /// - `QV_RES_OK`: *ppInterface is the interface.
+    /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
+    /// - `QV_RES_NO_INTERFACE`: the object has none of that identifier; *ppInterface is null.
     virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
     /// Adds a user, removes one; both return how many there are then. The object ends when the last one goes.
     virtual unsigned int AddIfRef() = 0;
@@ -43,15 +44,16 @@ public:
 
 /// The base of all components: the count of references and the query for the base interface. CEComComponent does the
 /// rest of what a component needs.
+/// ```
+/// new -> count 1 -> InitializeInstance() -> in use -> count 0 -> UninitializeInstance() -> delete
+/// ```
 ///
-///     new -> count 1 -> InitializeInstance() -> in use -> count 0 -> UninitializeInstance() -> delete
-///
-/// Ownership  The object deletes itself when its last reference goes: create it with new.
+/// - **Ownership:** The object deletes itself when its last reference goes: create it with new.
 /// - **Threads:** Counting, from any thread. The count changes under the object's mutex, the last release included;
 ///   only a process of one thread leaves the lock out. So a cache may know objects without counting references to them:
 ///   it adds a reference under a lock of its own, which UninitializeInstance() takes to remove the entry; a result of 1
 ///   tells it that the object is ending. The object ends in the thread that drops the last reference, under no lock.
-/// Source     Aggregation follows the usual component object models.
+/// - **Source:** Aggregation follows the usual component object models.
 class QV_EXPORT CEComUnknown : public IEComNonDelegatingUnknown
 {
 public:
@@ -64,9 +66,10 @@ public:
 
     /// Knows IID_IEComUnknown, for which it gives this object as its IEComNonDelegatingUnknown. A derived class answers
     /// for its own interfaces and leaves the others to this.
-    /// QV_RES_OK                *ppInterface is this object, with one reference more
-    /// QV_RES_INVALID_ARGUMENT  a null argument
-    /// QV_RES_NO_INTERFACE      any other identifier; *ppInterface is null
+    ///
+    /// - `QV_RES_OK`: *ppInterface is this object, with one reference more.
+    /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
+    /// - `QV_RES_NO_INTERFACE`: any other identifier; *ppInterface is null.
     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override;
     unsigned int NonDelegatingAddIfRef() override;
     /// At 0, ends the object (see UninitializeInstance()) and returns 0.

@@ -7,25 +7,25 @@
 #include "framework/kernel/thread.h"
 
 /// An object with a thread of its own, on which its behaviour runs once for each activation:
+/// ```
+/// class CCopier : public CAliveObj
+/// {
+/// public:
+///     ~CCopier() override { m_bStop = true; Join(nullptr); }
+/// private:
+///     void Behavior() override { while (!m_bStop) ... }
+///     std::atomic<bool> m_bStop = false;
+/// };
 ///
-///     class CCopier : public CAliveObj
-///     {
-///     public:
-///         ~CCopier() override { m_bStop = true; Join(nullptr); }
-///     private:
-///         void Behavior() override { while (!m_bStop) ... }
-///         std::atomic<bool> m_bStop = false;
-///     };
+///         Activate()               thread runs          Behavior() returns        Activate()
+/// unborn -----------> activating -------------> alive -------------------> dead -----------> activating
+/// ```
 ///
-///             Activate()               thread runs          Behavior() returns        Activate()
-///     unborn -----------> activating -------------> alive -------------------> dead -----------> activating
-///
-/// Ownership  The object must live until its thread has ended. A derived class ends its behaviour and calls Join() in
-///            its destructor, while its members are still there. Behavior() may itself "delete this", provided that
-///            no other thread can be in a member then: nothing is touched afterwards, and BehaviorTerminating() is
-///            not called.
-/// Threads    Activate() and the three queries from any thread.
-/// Lifetime   As of CThread.
+/// - **Ownership:** The object must live until its thread has ended. A derived class ends its behaviour and calls
+///   Join() in its destructor, while its members are still there. Behavior() may itself "delete this", provided that no
+///   other thread can be in a member then: nothing is touched afterwards, and BehaviorTerminating() is not called.
+/// - **Threads:** Activate() and the three queries from any thread.
+/// - **Lifetime:** As of CThread.
 class QV_EXPORT CAliveObj : public CThread
 {
 public:
@@ -35,12 +35,13 @@ public:
 
     /// Starts the behaviour; returns when the thread runs. A dead object first waits until its last run has ended,
     /// BehaviorTerminating() included. The arguments are those of CThread::StartThread().
-    /// QV_RES_OK                    the object is alive
-    /// QV_RES_INVALID_STATE         it is alive already, or the caller is its own thread
-    /// QV_RES_THREAD_ATTRIBUTES     the behaviour runs, but nobody has waited for its thread, and one of the next calls
-    ///                              may return before its thread runs: join and destroy the object
-    /// QV_RES_THREAD_CREATE_FAILED  the system refused the thread
-    /// QV_RES_INVALID_ARGUMENT      ePriority is none of the four
+    ///
+    /// - `QV_RES_OK`: the object is alive.
+    /// - `QV_RES_INVALID_STATE`: it is alive already, or the caller is its own thread.
+    /// - `QV_RES_THREAD_ATTRIBUTES`: the behaviour runs, but nobody has waited for its thread, and one of the next
+    ///   calls may return before its thread runs: join and destroy the object.
+    /// - `QV_RES_THREAD_CREATE_FAILED`: the system refused the thread.
+    /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
     QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
 
     /// Exactly one is true: alive from Activate() until Behavior() has returned, dead from then on.

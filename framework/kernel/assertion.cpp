@@ -1,7 +1,6 @@
 #include "framework/kernel/assertion.h"
 
 #include "framework/kernel/internal/lifetime.h"
-#include "framework/kernel/unused_parameter.h"
 
 static_assert(sizeof(SAssertFailHandler) == 16, "returned by value in two registers");
 
@@ -12,10 +11,10 @@ SAssertFinalBehaviorHandler* g_pstAssertFinalBehaviorHandler = nullptr;
 
 namespace
 {
-constexpr SAssertFailHandler g_stDefaultFail = {QvDefaultAssertFailHandler, 0};
-constexpr SAssertTraceHandler g_stDefaultTrace = {nullptr, 0};
-constexpr SAssertCallStackTraceHandler g_stDefaultCallStackTrace = {nullptr, 0};
-constexpr SAssertFinalBehaviorHandler g_stDefaultFinalBehavior = {nullptr, 0};
+constexpr SAssertFailHandler g_stDEFAULT_FAIL = {QvDefaultAssertFailHandler, 0};
+constexpr SAssertTraceHandler g_stDEFAULT_TRACE = {nullptr, 0};
+constexpr SAssertCallStackTraceHandler g_stDEFAULT_CALL_STACK_TRACE = {nullptr, 0};
+constexpr SAssertFinalBehaviorHandler g_stDEFAULT_FINAL_BEHAVIOR = {nullptr, 0};
 
 SAssertFailHandler g_stFail;
 SAssertTraceHandler g_stTrace;
@@ -32,43 +31,37 @@ Handler Replace(Handler* pstCurrent, const Handler* pstNew, const Handler& rstDe
 }
 }  // namespace
 
-void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFile, int nLine, const char* pszFunction,
-                                const char* pszCondition, unsigned int uErrorCode)
+void QvDefaultAssertFailHandler(unsigned int /*uOpaque*/, const char* /*pszFile*/, int /*nLine*/,
+                                const char* /*pszFunction*/, const char* /*pszCondition*/, unsigned int /*uErrorCode*/)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uOpaque);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszFile);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(nLine);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszFunction);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszCondition);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uErrorCode);
 }
 
 SAssertFailHandler QvAssertSetNewFailHandler(SAssertFailHandler* pstHandler)
 {
-    return Replace(g_pstAssertFailHandler, pstHandler, g_stDefaultFail);
+    return Replace(g_pstAssertFailHandler, pstHandler, g_stDEFAULT_FAIL);
 }
 
 SAssertTraceHandler QvAssertSetNewTraceHandler(SAssertTraceHandler* pstHandler)
 {
-    return Replace(g_pstAssertTraceHandler, pstHandler, g_stDefaultTrace);
+    return Replace(g_pstAssertTraceHandler, pstHandler, g_stDEFAULT_TRACE);
 }
 
 SAssertCallStackTraceHandler QvAssertSetNewCallStackTraceHandler(SAssertCallStackTraceHandler* pstHandler)
 {
-    return Replace(g_pstAssertCallStackTraceHandler, pstHandler, g_stDefaultCallStackTrace);
+    return Replace(g_pstAssertCallStackTraceHandler, pstHandler, g_stDEFAULT_CALL_STACK_TRACE);
 }
 
 SAssertFinalBehaviorHandler QvAssertSetNewFinalBehaviorHandler(SAssertFinalBehaviorHandler* pstHandler)
 {
-    return Replace(g_pstAssertFinalBehaviorHandler, pstHandler, g_stDefaultFinalBehavior);
+    return Replace(g_pstAssertFinalBehaviorHandler, pstHandler, g_stDEFAULT_FINAL_BEHAVIOR);
 }
 
 QvResult InitializeQvAssert()
 {
-    g_stFail = g_stDefaultFail;
-    g_stTrace = g_stDefaultTrace;
-    g_stCallStackTrace = g_stDefaultCallStackTrace;
-    g_stFinalBehavior = g_stDefaultFinalBehavior;
+    g_stFail = g_stDEFAULT_FAIL;
+    g_stTrace = g_stDEFAULT_TRACE;
+    g_stCallStackTrace = g_stDEFAULT_CALL_STACK_TRACE;
+    g_stFinalBehavior = g_stDEFAULT_FINAL_BEHAVIOR;
     g_pstAssertFailHandler = &g_stFail;
     g_pstAssertTraceHandler = &g_stTrace;
     g_pstAssertCallStackTraceHandler = &g_stCallStackTrace;

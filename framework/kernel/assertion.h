@@ -6,8 +6,8 @@
 /// The handlers that an assertion facility consults. The library itself checks no assertion and calls none of them:
 /// it only keeps the registry.
 ///
-/// Ownership  The registry copies what it is given; uOpaque is handed back to the handler and means nothing here.
-/// Threads    No locking: set the handlers during start-up, before other threads use the framework.
+/// - **Ownership:** The registry copies what it is given; uOpaque is handed back to the handler and means nothing here.
+/// - **Threads:** No locking: set the handlers during start-up, before other threads use the framework.
 /// - **Lifetime:** Only between InitializeQvAssert() and FinalizeQvAssert(); a setter called outside ends the process.
 
 /// Called with the record's uOpaque and what the assertion site reports about itself.

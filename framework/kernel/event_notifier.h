@@ -6,22 +6,23 @@
 #include "framework/kernel/result.h"
 
 /// Broadcasts events to whoever has registered for them, in the order of registration:
+/// ```
+/// void OnEvent(void* pOpaque, EEventNotifier eEvent, va_list args)
+/// {
+///     if (eEvent != EEventNotifier::eCONFIGURATION_CHANGED) return;
+///     static_cast<CServer*>(pOpaque)->Reload(va_arg(args, const char*));
+/// }
 ///
-///     void OnEvent(void* pOpaque, EEventNotifier eEvent, va_list args)
-///     {
-///         if (eEvent != EEventNotifier::eCONFIGURATION_CHANGED) return;
-///         static_cast<CServer*>(pOpaque)->Reload(va_arg(args, const char*));
-///     }
+/// RegisterEventObserver(OnEvent, &server);
+/// NotifyEventObservers(EEventNotifier::eCONFIGURATION_CHANGED, "/etc/server.conf");
+/// ```
 ///
-///     RegisterEventObserver(OnEvent, &server);
-///     NotifyEventObservers(EEventNotifier::eCONFIGURATION_CHANGED, "/etc/server.conf");
-///
-/// Ownership  pOpaque is borrowed: unregister before what it points to is destroyed.
-/// Threads    From any thread. The module's mutex is held while observers run: they must be brief, and must not wait
-///            for a thread that may notify. They may register, unregister and notify themselves, on the same thread.
+/// - **Ownership:** pOpaque is borrowed: unregister before what it points to is destroyed.
+/// - **Threads:** From any thread. The module's mutex is held while observers run: they must be brief, and must not
+///   wait for a thread that may notify. They may register, unregister and notify themselves, on the same thread.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all observers. Registering
 ///   outside it ends the process; unregistering and announcing do nothing there, as nobody is registered.
-/// Cost       The table grows by one entry, and is copied, for each registration beyond the most there ever were.
+/// - **Cost:** The table grows by one entry, and is copied, for each registration beyond the most there ever were.
 
 /// What has happened, and the arguments that go with it. The library itself announces nothing; applications announce
 /// these, and number theirs from eAPPLICATION on: every int is a valid value. A scoped enumeration, since the parameter

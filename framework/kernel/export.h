@@ -9,7 +9,7 @@
 
 /// For sources: begins a function at a cache line. A short function that is called very often can lose a fifth of its
 /// speed by where the functions in front of it happen to end.
-#define QV_HOT_CODE __attribute__((aligned(64)))
+#define QV_CACHE_LINE_ALIGNED __attribute__((aligned(64)))
 
 namespace orvel_internal
 {

@@ -2,8 +2,6 @@
 
 #include <signal.h>
 
-#include "framework/kernel/unused_parameter.h"
-
 namespace
 {
 struct SFault
@@ -12,10 +10,10 @@ struct SFault
     struct sigaction stPrevious;
 };
 
-constexpr int g_anSignals[] = {SIGQUIT, SIGILL, SIGABRT, SIGFPE, SIGSEGV, SIGBUS, SIGSYS, SIGTRAP};
-constexpr int g_nFaultCount = sizeof(g_anSignals) / sizeof(g_anSignals[0]);
+constexpr int g_anSIGNALS[] = {SIGQUIT, SIGILL, SIGABRT, SIGFPE, SIGSEGV, SIGBUS, SIGSYS, SIGTRAP};
+constexpr int g_nFAULT_COUNT = sizeof(g_anSIGNALS) / sizeof(g_anSIGNALS[0]);
 
-SFault g_astFaults[g_nFaultCount];
+SFault g_astFaults[g_nFAULT_COUNT];
 
 bool RestorePrevious(int nSignal)
 {
@@ -27,10 +25,8 @@ bool RestorePrevious(int nSignal)
 }
 
 // Calls nothing but what is allowed in a signal handler.
-void HandleFault(int nSignal, siginfo_t* pstInfo, void* pvContext)
+void HandleFault(int nSignal, siginfo_t* /*pstInfo*/, void* /*pvContext*/)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pstInfo);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pvContext);
     if (!RestorePrevious(nSignal))
     {
         struct sigaction stDefault = {};
@@ -44,7 +40,7 @@ void HandleFault(int nSignal, siginfo_t* pstInfo, void* pvContext)
 
 bool InstallGenericFaultHandler()
 {
-    for (int n = 0; n < g_nFaultCount; ++n) g_astFaults[n] = SFault{g_anSignals[n], {}};
+    for (int n = 0; n < g_nFAULT_COUNT; ++n) g_astFaults[n] = SFault{g_anSIGNALS[n], {}};
 
     struct sigaction stHandler = {};
     stHandler.sa_sigaction = HandleFault;

@@ -7,8 +7,8 @@
 /// SIGILL, SIGABRT, SIGFPE, SIGSEGV, SIGBUS, SIGSYS and SIGTRAP. So the process still ends by the same signal, or the
 /// handler that was there before still runs. Nothing is installed unless an application asks.
 ///
-/// Threads    From the main thread, at start-up and shut-down, before other threads run.
-/// Source     POSIX sigaction() and sigprocmask().
+/// - **Threads:** From the main thread, at start-up and shut-down, before other threads run.
+/// - **Source:** POSIX sigaction() and sigprocmask().
 
 /// Installs the handler, and blocks SIGPIPE in the calling thread and in those that it starts from then on: writing to
 /// a closed pipe or socket then fails with EPIPE. Returns true; what the system refuses is ignored.

@@ -4,7 +4,7 @@
 // - Initialize() counts, and runs the table on the first call. If a stage fails or throws, CStartUp takes down the
 //   stages before it. The stage that failed is not finalised.
 // - Finalize() counts down, and runs the table backwards on the last call. A shut-down of all stages, and no other,
-//   begins with the trace kernel and the threads (g_aeFirstDown), since running threads may still use every module.
+//   begins with the trace kernel and the threads (g_aeFIRST_DOWN), since running threads may still use every module.
 // - PartialFinalize() takes down all stages up to a number. The numbers are public, rise along the table and have gaps;
 //   a number in a gap takes down the stages below it.
 #include "framework/kernel/framework_initializer.h"
@@ -43,7 +43,7 @@ struct SStage
 };
 
 // In the order of start-up.
-constexpr SStage g_astStages[] = {
+constexpr SStage g_astSTAGES[] = {
     {EStage::eFROM_ASSERT, InitializeQvAssert, FinalizeQvAssert},
     {EStage::eFROM_RESULT, InitializeResult, FinalizeResult},
     {EStage::eFROM_THREAD, InitializeCThread, FinalizeCThread},
@@ -66,22 +66,22 @@ constexpr SStage g_astStages[] = {
     {EStage::eFROM_SECURE_PRNG, InitializeCSecurePrngBremoFw, FinalizeCSecurePrngBremoFw},
     {EStage::eFROM_SECURE_SEED, InitializeCSecureSeedBremoFw, FinalizeCSecureSeedBremoFw},
 };
-constexpr int g_nStageCount = sizeof(g_astStages) / sizeof(g_astStages[0]);
+constexpr int g_nSTAGE_COUNT = sizeof(g_astSTAGES) / sizeof(g_astSTAGES[0]);
 
 // At full shut-down these go before all others: until the threads that the framework started have ended, they may use
 // every other module.
-constexpr EStage g_aeFirstDown[] = {EStage::eFROM_TRACE_KERNEL, EStage::eFROM_THREAD};
+constexpr EStage g_aeFIRST_DOWN[] = {EStage::eFROM_TRACE_KERNEL, EStage::eFROM_THREAD};
 
 bool GoesDownFirst(EStage eStage)
 {
-    return eStage == g_aeFirstDown[0] || eStage == g_aeFirstDown[1];
+    return eStage == g_aeFIRST_DOWN[0] || eStage == g_aeFIRST_DOWN[1];
 }
 
 void FinalizeFirstDown()
 {
-    for (const EStage eFirst : g_aeFirstDown)
+    for (const EStage eFirst : g_aeFIRST_DOWN)
     {
-        for (const SStage& rstStage : g_astStages)
+        for (const SStage& rstStage : g_astSTAGES)
         {
             if (rstStage.eStage == eFirst) rstStage.pfnFinalize();
         }
@@ -112,7 +112,7 @@ QvResult CFrameworkInitializer::Initialize()
     if (ms_uInitializationCount == 0)
     {
         CStartUp startUp;
-        for (const SStage& rstStage : g_astStages)
+        for (const SStage& rstStage : g_astSTAGES)
         {
             res = rstStage.pfnInitialize();
             if (res < 0) return res;
@@ -135,9 +135,9 @@ void CFrameworkInitializer::PartialFinalize(EFinalizeFrom eFrom)
 {
     if (eFrom < eFROM_ASSERT || eFrom > eFROM_ALL) return;
     if (eFrom == eFROM_ALL) FinalizeFirstDown();
-    for (int nStage = g_nStageCount - 1; nStage >= 0; --nStage)
+    for (int nStage = g_nSTAGE_COUNT - 1; nStage >= 0; --nStage)
     {
-        const SStage& rstStage = g_astStages[nStage];
+        const SStage& rstStage = g_astSTAGES[nStage];
         const bool bDone = eFrom == eFROM_ALL && GoesDownFirst(rstStage.eStage);
         if (rstStage.eStage <= eFrom && !bDone) rstStage.pfnFinalize();
     }

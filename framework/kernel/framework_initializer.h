@@ -4,16 +4,17 @@
 #include "framework/kernel/result.h"
 
 /// Brings the framework up and down, in one fixed order of its modules:
-///
-///     if (CFrameworkInitializer::Initialize() < 0) return 1;
-///     ...
-///     CFrameworkInitializer::Finalize();
+/// ```
+/// if (CFrameworkInitializer::Initialize() < 0) return 1;
+/// ...
+/// CFrameworkInitializer::Finalize();
+/// ```
 ///
 /// Calls are counted: each user in a process initialises and finalises for itself, and the modules live from the first
 /// Initialize() to the matching last Finalize(). CFrameworkScope does both for a scope.
 ///
-/// Threads    No locking: from one thread at a time, before other threads use the framework and after they have
-///            stopped.
+/// - **Threads:** No locking: from one thread at a time, before other threads use the framework and after they have
+///   stopped.
 class QV_EXPORT CFrameworkInitializer
 {
 public:
@@ -45,6 +46,7 @@ public:
 
     /// Brings every module up on the first call; later calls only count. On a failure what came up is taken down again,
     /// and the count stays.
+    ///
     /// - `QV_RES_OK`: the framework is up.
     /// - `QV_RES_FAIL`: the operating system has no key for thread-specific data left.
     ///

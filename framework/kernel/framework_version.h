@@ -25,8 +25,8 @@
 /// The version of the library that the program runs with. It may be newer than the headers of the program, and has the
 /// same major number: the dynamic linker looks for that.
 ///
-/// Threads    Any, at any time.
-/// Lifetime   Works before the start-up of the framework and after its shut-down.
+/// - **Threads:** Any, at any time.
+/// - **Lifetime:** Works before the start-up of the framework and after its shut-down.
 QV_EXPORT CVersion QvGetFrameworkVersion();
 
 /// The version of the headers, compiled into the program; the two differ after the library was upgraded.

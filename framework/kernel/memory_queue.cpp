@@ -18,7 +18,7 @@ struct SEmitted
     unsigned char* (CMemoryQueue::*pfnPeek)(unsigned int*) const;
     bool (CMemoryQueue::*pfnPop)();
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {&CMemoryQueue::Push, &CMemoryQueue::Commit, &CMemoryQueue::Peek,
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {&CMemoryQueue::Push, &CMemoryQueue::Commit, &CMemoryQueue::Peek,
                                                 &CMemoryQueue::Pop};
 }  // namespace
 

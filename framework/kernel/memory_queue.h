@@ -25,27 +25,28 @@ extern template QV_EXPORT unsigned int QV_ALIGNUP_VAL<unsigned int>(unsigned int
 extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned char*, long);
 
 /// A ring of records of any size in one buffer, oldest first out. Records are built and read in place:
-///
-///     unsigned char* puPayload = queue.Push(uSize);        unsigned int uSize = 0;
-///     if (puPayload == nullptr) ...  no room now            const unsigned char* puPayload = queue.Peek(&uSize);
-///     memcpy(puPayload, puData, uSize);                     if (puPayload == nullptr) ...  empty
-///     queue.Commit(puPayload);                              Use(puPayload, uSize);
-///                                                           queue.Pop();
+/// ```
+/// unsigned char* puPayload = queue.Push(uSize);        unsigned int uSize = 0;
+/// if (puPayload == nullptr) ...  no room now            const unsigned char* puPayload = queue.Peek(&uSize);
+/// memcpy(puPayload, puData, uSize);                     if (puPayload == nullptr) ...  empty
+/// queue.Commit(puPayload);                              Use(puPayload, uSize);
+///                                                       queue.Pop();
+/// ```
 /// or copied in and out:
+/// ```
+/// if (!queue.PushCopy(&stRecord, sizeof(stRecord))) ... if (!queue.PopCopy(&stRecord, sizeof(stRecord))) ...
 ///
-///     if (!queue.PushCopy(&stRecord, sizeof(stRecord))) ... if (!queue.PopCopy(&stRecord, sizeof(stRecord))) ...
+/// | oldest | ... | newest |  spare            |         | ... newest |  spare  | oldest | ... | too short |
+/// begin,                  write            end,         begin        write     read           data end   end
+/// read                                 data end         the writer has wrapped: one record is never split
+/// ```
 ///
-///     | oldest | ... | newest |  spare            |         | ... newest |  spare  | oldest | ... | too short |
-///     begin,                  write            end,         begin        write     read           data end   end
-///     read                                 data end         the writer has wrapped: one record is never split
-///
-/// Ownership  Owns its buffer. A payload is the producer's until Commit() and the consumer's until Pop().
-/// Threads    No locking. One producer and one consumer share a queue under a lock of theirs: the producer holds it
-///            from Push() to Commit(), the consumer in Peek() and in Pop(), not in between while it uses the payload.
-/// Footprint  A record takes its size in 4 bytes, padding to the alignment, the payload, padding to 4 bytes: with
-///            alignment 1 it takes 4 bytes more than the payload, rounded up to 4. Full and empty are told apart by a
-///            gap: the writer never comes up to the oldest record, nor to the end while the oldest record is at the
-///            front.
+/// - **Ownership:** Owns its buffer. A payload is the producer's until Commit() and the consumer's until Pop().
+/// - **Threads:** No locking. One producer and one consumer share a queue under a lock of theirs: the producer holds it
+///   from Push() to Commit(), the consumer in Peek() and in Pop(), not in between while it uses the payload.
+/// - **Footprint:** A record takes its size in 4 bytes, padding to the alignment, the payload, padding to 4 bytes: with
+///   alignment 1 it takes 4 bytes more than the payload, rounded up to 4. Full and empty are told apart by a gap: the
+///   writer never comes up to the oldest record, nor to the end while the oldest record is at the front.
 /// - **Cost:** Constant, without allocation; payloads are never moved. All but Initialize() and Uninitialize() is
 ///   inline; records of one size are fastest copied in and out.
 class QV_EXPORT CMemoryQueue
@@ -162,9 +163,9 @@ private:
     /// In 64 bits, so that no size wraps to a small one.
     uint64_t Footprint(unsigned int uSize) const
     {
-        // The aligned header is the larger of two powers of two, which is the one rounded up to the other (without a
-        // buffer the alignment is 0, and so is the header; nothing fits). It is a
-        // multiple of 4, so the size is rounded up on its own, for a constant one by the compiler.
+        // The aligned header is the larger of two powers of two, which is the one rounded up to the other. (Without a
+        // buffer the alignment is 0, and so is the header; nothing fits.) It is a multiple of 4, so the size is rounded
+        // up on its own, for a constant one by the compiler.
         return QV_ALIGNUP_VAL<uint64_t>(m_uAlignment, uHEADER_SIZE) + QV_ALIGNUP_VAL<uint64_t>(uSize, uHEADER_SIZE);
     }
     unsigned char* PayloadOf(unsigned char* puRecord) const
@@ -190,7 +191,7 @@ private:
     [[gnu::noinline]] QV_HIDDEN bool PushCopyTight(const void* pvRecord, unsigned int uSize)
     {
         const uint64_t uFootprint = Footprint(uSize);
-        if (!FitsAtWrite(uFootprint) && !WrapForFootprint(uFootprint)) return false;
+        if (!MakeRoom(uFootprint)) return false;
         unsigned char* const puRecord = m_puWrite;
         MoveWriter(puRecord + uFootprint);
         unsigned char* const puPayload = PayloadOf(puRecord);

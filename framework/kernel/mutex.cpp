@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "framework/kernel/internal/keep_stores.h"
+
 static_assert(sizeof(CMutex) == 48, "field order and widths are the binary interface");
 
 namespace
@@ -12,7 +14,7 @@ struct SEmitted
     void (CMutex::*apfnLocking[2])() const;
     bool (CMutex::*pfnTryLock)() const;
 };
-[[gnu::used]] constexpr SEmitted g_stEmitted = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
+[[gnu::used]] constexpr SEmitted g_stEMITTED = {{&CMutex::Lock, &CMutex::Unlock}, &CMutex::TryLock};
 }  // namespace
 
 CMutex::CMutex()
@@ -27,7 +29,6 @@ CMutex::CMutex()
 CMutex::~CMutex()
 {
     pthread_mutex_destroy(&m_mutex);
-    // The object is dead, so the compiler would drop the store, which is part of the contract.
     memset(&m_mutex, 0, sizeof(m_mutex));
-    __asm__ volatile("" : : "r"(&m_mutex) : "memory");
+    orvel_internal::KeepStoresTo(this);
 }

@@ -7,10 +7,10 @@
 
 /// A recursive mutual-exclusion lock.
 ///
-/// Threads    Every member, from any thread; only the thread that locked unlocks, as often as it locked.
-/// Lifetime   Destroy it only unlocked. Construction allocates nothing, so static storage will do.
-/// Failure    None is reported: the results of the operating system are ignored.
-/// Source     POSIX, PTHREAD_MUTEX_RECURSIVE.
+/// - **Threads:** Every member, from any thread; only the thread that locked unlocks, as often as it locked.
+/// - **Lifetime:** Destroy it only unlocked. Construction allocates nothing, so static storage will do.
+/// - **Failure:** None is reported: the results of the operating system are ignored.
+/// - **Source:** POSIX, PTHREAD_MUTEX_RECURSIVE.
 class QV_EXPORT CMutex
 {
 public:
@@ -50,10 +50,10 @@ private:
 };
 
 /// The same for short sections in which no thread is started: while the process has only one thread, nothing is locked.
-class CBriefMutexGuard
+class CMutexGuardIfThreaded
 {
 public:
-    explicit CBriefMutexGuard(const CMutex* pMutex) : m_guard(__libc_single_threaded != 0 ? nullptr : pMutex) {}
+    explicit CMutexGuardIfThreaded(const CMutex* pMutex) : m_guard(__libc_single_threaded != 0 ? nullptr : pMutex) {}
 
 private:
     CMutexGuard m_guard;

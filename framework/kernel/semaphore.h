@@ -9,16 +9,16 @@
 ///
 /// It is a POSIX semaphore when its maximum is not 1 and timed waits are off, else a mutex with a condition variable;
 /// the choice is made at construction and shows in two places:
+/// ```
+///                                POSIX semaphore           condition variable
+/// Signal()                       counts past the maximum   stops counting at the maximum
+/// Wait(), a signal handler ran   false: not retried        goes on waiting
+/// ```
 ///
-///                        POSIX semaphore                  condition variable
-///     Signal()           counts past the maximum          stops counting at the maximum
-///     Wait(), a signal   false: not retried               goes on waiting
-///     handler ran
-///
-/// Threads    Every member, from any thread; the thread that signals need not be one that waited.
-/// Time-outs  In milliseconds by the wall clock (gettimeofday): setting the clock moves the deadline.
-/// Lifetime   Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
-/// Source     POSIX semaphores and condition variables.
+/// - **Threads:** Every member, from any thread; the thread that signals need not be one that waited.
+/// - **Time-outs:** In milliseconds by the wall clock (gettimeofday): setting the clock moves the deadline.
+/// - **Lifetime:** Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
+/// - **Source:** POSIX semaphores and condition variables.
 class QV_EXPORT CSemaphore
 {
 public:
@@ -32,9 +32,11 @@ public:
     bool Wait() const;
 
     /// The same for at most uTimeoutMs milliseconds; true when the count was lowered.
-    ///     0                          takes what is free now, never blocks
-    ///     the largest unsigned long  Wait()
-    ///     anything between           false at once, even when free, unless constructed with bTimedWait
+    /// ```
+    /// 0                          takes what is free now, never blocks
+    /// the largest unsigned long  Wait()
+    /// anything between           false at once, even when free, unless constructed with bTimedWait
+    /// ```
     bool Wait(unsigned long uTimeoutMs) const;
 
     /// Raises the count and wakes one waiter; then, if bYield, lets another thread run.
@@ -57,15 +59,16 @@ private:
 };
 
 /// A gate for one: taken or free, nothing in between.
+/// ```
+///        Wait()           Wait(0)          Signal()
+/// free   takes it: true   takes it: true   stays free
+/// taken  blocks           false at once    free; one waiter wakes
+/// ```
 ///
-///            Wait()           Wait(0)          Signal()
-///     free   takes it: true   takes it: true   stays free
-///     taken  blocks           false at once    free; one waiter wakes
-///
-/// Threads    Every member, from any thread; the thread that signals need not be the one that waited.
-/// Time-outs  Above 0: milliseconds by the wall clock; if constructed without bTimedWait, false at once, even when
-///            free. A time-out of 0 never blocks.
-/// Lifetime   Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
+/// - **Threads:** Every member, from any thread; the thread that signals need not be the one that waited.
+/// - **Time-outs:** Above 0: milliseconds by the wall clock; if constructed without bTimedWait, false at once, even
+///   when free. A time-out of 0 never blocks.
+/// - **Lifetime:** Destroy it only when nobody waits. Construction allocates nothing, so static storage will do.
 class QV_EXPORT CBinarySemaphore
 {
 public:

@@ -21,16 +21,17 @@ public:
 };
 
 /// First base of a class T of which a process has one object, made on first use:
+/// ```
+/// class CRegistry : public CSingleton<CRegistry> { ... };
+/// CRegistry::Instance()->Add(...);
+/// ```
 ///
-///     class CRegistry : public CSingleton<CRegistry> { ... };
-///     CRegistry::Instance()->Add(...);
-///
-/// Ownership  The object lives until DestroyInstance(), which its module's shut-down calls; nothing destroys it at
-///            exit.
-/// Threads    Instance() from any thread. DestroyInstance() takes no lock: only when no other thread runs.
-/// Lifetime   Between the start-up and the shut-down of the framework; Instance() outside it ends the process.
-/// Failure    What operator new or T's constructor throws passes through. A constructor that throws anything but
-///            std::bad_alloc leaves the mutex of all singletons locked by its thread: treat it as fatal.
+/// - **Ownership:** The object lives until DestroyInstance(), which its module's shut-down calls; nothing destroys it
+///   at exit.
+/// - **Threads:** Instance() from any thread. DestroyInstance() takes no lock: only when no other thread runs.
+/// - **Lifetime:** Between the start-up and the shut-down of the framework; Instance() outside it ends the process.
+/// - **Failure:** What operator new or T's constructor throws passes through. A constructor that throws anything but
+///   std::bad_alloc leaves the mutex of all singletons locked by its thread: treat it as fatal.
 template <typename T>
 class QV_EXPORT CSingleton : public CSingletonBase
 {
@@ -57,10 +58,12 @@ T* CSingleton<T>::ms_pInstance = nullptr;
 template <typename T>
 T* CSingleton<T>::Instance()
 {
-    // Pairs with the release below: a thread that sees the pointer sees the object complete.
+    // Pairs with the release below: a thread that sees the pointer sees the object complete. Headers are C++17, which
+    // has no std::atomic_ref: in them stands what that is made of.
     T* pInstance = __atomic_load_n(&ms_pInstance, __ATOMIC_ACQUIRE);
     if (pInstance != nullptr) return pInstance;
 
+    // Not by a guard, which would also open the lock for exceptions other than std::bad_alloc.
     orvel_internal::RequireUp(ms_pmutex, "CSingleton")->Lock();
     pInstance = ms_pInstance;
     if (pInstance == nullptr)

@@ -13,7 +13,6 @@
 
 #include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/mutex.h"
-#include "framework/kernel/unused_parameter.h"
 
 namespace
 {
@@ -128,7 +127,7 @@ int QvUnsignedInt64ToString(char* pszBuf, int nSize, unsigned long uValue, int n
     return NumberToString(pszBuf, nSize, uValue, nBase);
 }
 
-QV_HOT_CODE unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppszEnd, int nBase)
+QV_CACHE_LINE_ALIGNED unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppszEnd, int nBase)
 {
     unsigned long uValue = 0;
     const char* pszNext = pszText;
@@ -163,9 +162,9 @@ unsigned int AsciiToHex(bool bUpperCase, const unsigned char* puIn, unsigned int
     return uWritten;
 }
 
-unsigned int HexToAscii(const unsigned char* puHex, unsigned int uHexSize, unsigned char* puOut, unsigned int uOutSize)
+unsigned int HexToAscii(const unsigned char* puHex, unsigned int uHexSize, unsigned char* puOut,
+                        unsigned int /*uOutSize*/)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uOutSize);
     unsigned int uWritten = 0;
     for (uint64_t uRead = 0; uRead < uHexSize; uRead += 2, ++uWritten)
     {

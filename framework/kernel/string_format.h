@@ -7,8 +7,8 @@
 
 /// Bounded formatting, number conversion and hexadecimal text.
 ///
-/// Ownership  Nothing is kept: every function works on the caller's buffers. A negative buffer size counts as 0.
-/// Threads    All reentrant; QvStrErrorReentrant() takes the module's mutex.
+/// - **Ownership:** Nothing is kept: every function works on the caller's buffers. A negative buffer size counts as 0.
+/// - **Threads:** All reentrant; QvStrErrorReentrant() takes the module's mutex.
 
 /// strcasecmp() and strncasecmp(): negative, 0 or positive as a orders before, with or after b, letters of either case
 /// being equal in the locale's sense. At most n characters are compared; with n of 0 or less the texts are equal.
@@ -16,10 +16,11 @@ QV_EXPORT int QvStringCaseCompare(const char* pszA, const char* pszB);
 QV_EXPORT int QvStringCaseCompareLength(const char* pszA, const char* pszB, int n);
 
 /// Formats like vsnprintf() into nSize bytes. A null format counts as an empty one.
-///
-///     the text is shorter than nSize   its length; the buffer holds the text and a terminating NUL
-///     it is not                        nSize; the buffer holds the first nSize characters and NO terminator
-///     vsnprintf() fails                the negative value that it returned
+/// ```
+/// the text is shorter than nSize   its length; the buffer holds the text and a terminating NUL
+/// it is not                        nSize; the buffer holds the first nSize characters and NO terminator
+/// vsnprintf() fails                the negative value that it returned
+/// ```
 ///
 /// So a result equal to nSize means that the text was cut and must not be read as a terminated one.
 /// Cost: formatting once, twice when cut. Cutting to 256 characters or more throws what operator new[] throws.
@@ -43,8 +44,10 @@ QV_EXPORT unsigned long QvStringToUnsignedInt64(const char* pszText, char** ppsz
 
 /// Writes two hexadecimal digits for each byte, and a NUL behind the last, while the output position is before
 /// puOut + uOutSize - 1. Give 2 * uInSize + 1 bytes of room. Returns the number of digits written.
-///     an even uOutSize that the digits fill   the NUL lands one byte behind the output: give an odd one
-///     256 input bytes or more                 the input starts over after its 256th byte until the output is full
+/// ```
+/// an even uOutSize that the digits fill   the NUL lands one byte behind the output: give an odd one
+/// 256 input bytes or more                 the input starts over after its 256th byte until the output is full
+/// ```
 QV_EXPORT unsigned int AsciiToHex(bool bUpperCase, const unsigned char* puIn, unsigned int uInSize,
                                   unsigned char* puOut, unsigned int uOutSize);
 

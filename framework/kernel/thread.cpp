@@ -9,8 +9,8 @@
 #include <atomic>
 #include <new>
 
+#include "framework/kernel/internal/keep_stores.h"
 #include "framework/kernel/internal/lifetime.h"
-#include "framework/kernel/unused_parameter.h"
 
 // Three lifetimes meet here. The object (CThread) is the application's. A run lasts from StartThread() until the record
 // of its thread is freed, and m_semRun is taken for exactly that long: so whoever gets the semaphore finds no run under
@@ -27,7 +27,8 @@
 //   FreeTsdCallback()           end of the thread            gives m_semRun back: the last that the run does with the
 //                                                            object
 //   joiner, next starter        holds m_semRun               joins the handle and clears it, state
-//   anybody                     any time                     reads state, identifier and exit code, which are atomic
+//   anybody                     any time                     reads state, identifier and exit code, which are atomic:
+//                                                            who sees one of them sees what was stored before it
 //   a record's own thread       as long as it lives          the record and its values. Others find it in the list
 //                                                            under ms_pmutex, and read its identifier, which is atomic
 //
@@ -71,8 +72,8 @@ struct SScheduling
 };
 
 // Indexed by CThread::EPriority.
-constexpr SScheduling g_astScheduling[] = {{SCHED_OTHER, 0}, {SCHED_OTHER, 0}, {SCHED_OTHER, 0}, {SCHED_OTHER, 0}};
-constexpr unsigned int g_uPriorityCount = sizeof(g_astScheduling) / sizeof(g_astScheduling[0]);
+constexpr SScheduling g_astSCHEDULING[] = {{SCHED_OTHER, 0}, {SCHED_OTHER, 0}, {SCHED_OTHER, 0}, {SCHED_OTHER, 0}};
+constexpr unsigned int g_uPRIORITY_COUNT = sizeof(g_astSCHEDULING) / sizeof(g_astSCHEDULING[0]);
 
 // Whether ms_hTsdKey is a key of ours: every number may be one of somebody else's, 0 as well.
 bool g_bHasKey = false;
@@ -92,17 +93,6 @@ thread_local SSelf t_stSelf = {};
 
 // Whether all identifiers have been handed out once, so that some may still be in use.
 bool g_bIdsAgain = false;
-
-// With acquire and release order: a thread that sees a state sees what was stored before it.
-unsigned int Load(const unsigned int& ruField)
-{
-    return std::atomic_ref<unsigned int>(const_cast<unsigned int&>(ruField)).load(std::memory_order_acquire);
-}
-
-void Store(unsigned int& ruField, unsigned int uValue)
-{
-    std::atomic_ref<unsigned int>(ruField).store(uValue, std::memory_order_release);
-}
 
 QvResult SetScheduling(pthread_attr_t& rAttributes, const SScheduling& rstScheduling)
 {
@@ -126,7 +116,7 @@ public:
         m_pTsd = GetCurrentTsd();
         if (m_pTsd == nullptr) return;
         m_pTsd->pThread = pThread;
-        Store(m_pTsd->uId, pThread->GetId());
+        std::atomic_ref(m_pTsd->uId).store(pThread->GetId(), std::memory_order_release);
         m_pTsd->bCounted = true;
     }
     ~CRun()
@@ -134,7 +124,7 @@ public:
         if (m_pTsd == nullptr) AdoptLateRecord();
         // A record that is stored under the key is freed by the system. One that is not stored there is freed here.
         if (m_pTsd == nullptr) EndWithoutRecord();
-        else if (PeekTsd() != m_pTsd) FreeTsdCallback(m_pTsd);
+        else if (FindCurrentTsd() != m_pTsd) FreeTsdCallback(m_pTsd);
     }
     CRun(const CRun&) = delete;
     CRun& operator=(const CRun&) = delete;
@@ -144,7 +134,7 @@ private:
     // lasts until that record is freed, which is not before the values in it are destroyed.
     void AdoptLateRecord()
     {
-        m_pTsd = PeekTsd();
+        m_pTsd = FindCurrentTsd();
         if (m_pTsd == nullptr) return;
         m_pTsd->pThread = t_stSelf.pThread;
         m_pTsd->bCounted = true;
@@ -179,25 +169,25 @@ CThread::~CThread()
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF)
     {
         t_stSelf.pThread = nullptr;
-        STsd* const pTsd = PeekTsd();
+        STsd* const pTsd = FindCurrentTsd();
         if (pTsd != nullptr) pTsd->pThread = nullptr;
     }
     SetState(eDESTROYED);
+    orvel_internal::KeepStoresTo(this);
 }
 
 QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
-                              unsigned int uStackSize, EPriority ePriority)
+                              unsigned int /*uStackSize*/, EPriority ePriority)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(uStackSize);
-    if (static_cast<unsigned int>(ePriority) >= g_uPriorityCount) return QV_RES_INVALID_ARGUMENT;
+    if (static_cast<unsigned int>(ePriority) >= g_uPRIORITY_COUNT) return QV_RES_INVALID_ARGUMENT;
     orvel_internal::RequireUp(ms_pmutex, "CThread");
     // The shut-down has waited for the last thread already, and destroys values: nobody would wait for another one.
     if (!g_bHasKey) return QV_RES_THREAD_CREATE_FAILED;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
     m_semRun.Wait();
-    Reap();  // joins a run that another thread has started since and that has ended
+    JoinHandle();  // joins a run that another thread has started since and that has ended
     SetState(eSTARTING);
-    Store(m_uId, NextThreadId());
+    std::atomic_ref(m_uId).store(NextThreadId(), std::memory_order_release);
     m_pfnThread = pfn;
     m_uParameter = uParameter;
     strncpy(m_szName, pszName != nullptr ? pszName : "CThread", sizeof(m_szName) - 1);
@@ -214,7 +204,7 @@ QvResult CThread::Create()
     // The attribute object is not destroyed: it owns nothing.
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    const QvResult res = SetScheduling(attributes, g_astScheduling[m_ePriority]);
+    const QvResult res = SetScheduling(attributes, g_astSCHEDULING[m_ePriority]);
     pthread_t hUnused;
     if (pthread_create(&hUnused, &attributes, ThreadEntry, this) == 0) return res;
     m_hThread = 0;
@@ -235,7 +225,7 @@ QvResult CThread::Join(unsigned int* puExitCode)
     if (GetState() != eIDLE)
     {
         m_semRun.Wait();
-        Reap();
+        JoinHandle();
         m_semRun.Signal(false);
     }
     if (puExitCode != nullptr) *puExitCode = GetExitCode();
@@ -259,12 +249,12 @@ bool CThread::operator==(const CThread& rOther) const
 
 unsigned int CThread::GetId() const
 {
-    return Load(m_uId);
+    return std::atomic_ref(m_uId).load(std::memory_order_acquire);
 }
 
 unsigned int CThread::GetCurrentId()
 {
-    const STsd* const pTsd = PeekTsd();
+    const STsd* const pTsd = FindCurrentTsd();
     return IsLikely(pTsd != nullptr && pTsd->uId != 0) ? pTsd->uId : NumberCaller();
 }
 
@@ -273,18 +263,18 @@ unsigned int CThread::NumberCaller()
 {
     STsd* const pTsd = GetCurrentTsd();
     if (pTsd == nullptr) return 0;
-    if (pTsd->uId == 0) Store(pTsd->uId, NextThreadId());
+    if (pTsd->uId == 0) std::atomic_ref(pTsd->uId).store(NextThreadId(), std::memory_order_release);
     return pTsd->uId;
 }
 
 CThread::EState CThread::GetState() const
 {
-    return static_cast<EState>(Load(m_eState));
+    return static_cast<EState>(std::atomic_ref(m_eState).load(std::memory_order_acquire));
 }
 
 unsigned int CThread::GetExitCode() const
 {
-    return Load(m_uExitCode);
+    return std::atomic_ref(m_uExitCode).load(std::memory_order_acquire);
 }
 
 QvResult CThread::CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey)
@@ -370,7 +360,7 @@ void CThread::FinalizeCThread()
 void* CThread::ThreadEntry(void* pvThread)
 {
     CThread* const pThread = static_cast<CThread*>(pvThread);
-    const SScheduling& rstScheduling = g_astScheduling[pThread->m_ePriority];
+    const SScheduling& rstScheduling = g_astSCHEDULING[pThread->m_ePriority];
     if (rstScheduling.nPolicy == SCHED_OTHER)
     {
         // Of the process, not of the thread, and at every start, on purpose: StartThread() promises it.
@@ -382,7 +372,7 @@ void* CThread::ThreadEntry(void* pvThread)
     const unsigned int uExitCode = pThread->m_pfnThread != nullptr ? pThread->m_pfnThread(pThread->m_uParameter) : 0;
     if (t_stSelf.pThread != nullptr)  // else the function has destroyed the object
     {
-        Store(pThread->m_uExitCode, uExitCode);
+        std::atomic_ref(pThread->m_uExitCode).store(uExitCode, std::memory_order_release);
         pThread->SetState(eRETURNED);
     }
     ThreadEntryEnd();
@@ -395,7 +385,7 @@ void CThread::ThreadEntryEnd()
 
 CThread::STsd* CThread::GetCurrentTsd()
 {
-    STsd* const pTsd = PeekTsd();
+    STsd* const pTsd = FindCurrentTsd();
     return IsLikely(pTsd != nullptr || !g_bHasKey) ? pTsd : MakeTsd();
 }
 
@@ -438,7 +428,7 @@ void CThread::FreeTsdCallback(STsd* pTsd)
     // For the destructors of values to see. Only then: a thread that sets a key while it ends has all of its keys gone
     // through once more.
     const bool bHasValues = pTsd->pValues != nullptr;
-    STsd* const pSaved = bHasValues ? SwapCurrentTsd(pTsd) : nullptr;
+    STsd* const pSaved = bHasValues ? ExchangeCurrentTsd(pTsd) : nullptr;
     for (int nRound = 0; pTsd->pValues != nullptr; ++nRound)
     {
         DestroyValues(pTsd, nRound < PTHREAD_DESTRUCTOR_ITERATIONS);
@@ -449,7 +439,7 @@ void CThread::FreeTsdCallback(STsd* pTsd)
         STsd** ppLink = &ms_pTsdHead;
         while (*ppLink != pTsd) ppLink = &(*ppLink)->pNext;
         *ppLink = pTsd->pNext;
-        if (bHasValues) SwapCurrentTsd(pSaved);
+        if (bHasValues) ExchangeCurrentTsd(pSaved);
         if (pTsd->pThread != nullptr)
         {
             t_stSelf.pThread = nullptr;
@@ -478,7 +468,7 @@ void CThread::FinalizeTsd()
 }
 
 // Joins the run that has ended, unless it was detached or there is none. The caller holds m_semRun.
-void CThread::Reap()
+void CThread::JoinHandle()
 {
     if (m_hThread != 0) pthread_join(m_hThread, nullptr);
     m_hThread = 0;
@@ -494,7 +484,7 @@ void CThread::Detach()
 
 void CThread::SetState(EState eState)
 {
-    Store(m_eState, eState);
+    std::atomic_ref(m_eState).store(eState, std::memory_order_release);
 }
 
 unsigned int CThread::NextThreadId()
@@ -509,9 +499,11 @@ unsigned int CThread::NextThreadId()
 // The caller holds ms_pmutex.
 bool CThread::IsIdInUse(unsigned int uId)
 {
-    const STsd* pTsd = ms_pTsdHead;
-    while (pTsd != nullptr && Load(pTsd->uId) != uId) pTsd = pTsd->pNext;
-    return pTsd != nullptr;
+    for (STsd* pTsd = ms_pTsdHead; pTsd != nullptr; pTsd = pTsd->pNext)
+    {
+        if (std::atomic_ref(pTsd->uId).load(std::memory_order_acquire) == uId) return true;
+    }
+    return false;
 }
 
 // Never 0, nor that of a key which is still there when the counter comes round. The caller holds ms_pmutex.
@@ -542,15 +534,15 @@ void CThread::CountEnd()
 }
 
 // The calling thread's record, if it has one.
-CThread::STsd* CThread::PeekTsd()
+CThread::STsd* CThread::FindCurrentTsd()
 {
     return static_cast<STsd*>(IsLikely(g_bHasKey) ? pthread_getspecific(ms_hTsdKey) : g_pvCurrentTsd);
 }
 
-// Makes another record the calling thread's; returns the one that was.
-CThread::STsd* CThread::SwapCurrentTsd(STsd* pTsd)
+// Makes pTsd the calling thread's record, and returns the one before.
+CThread::STsd* CThread::ExchangeCurrentTsd(STsd* pTsd)
 {
-    STsd* const pPrevious = PeekTsd();
+    STsd* const pPrevious = FindCurrentTsd();
     if (g_bHasKey) pthread_setspecific(ms_hTsdKey, pTsd);
     else g_pvCurrentTsd = pTsd;
     return pPrevious;

@@ -8,30 +8,31 @@
 #include "framework/kernel/semaphore.h"
 
 /// Runs a function on a thread of its own, numbers threads, and keeps values per thread:
+/// ```
+/// unsigned int Copy(unsigned int uDisk) { ... return uErrors; }
 ///
-///     unsigned int Copy(unsigned int uDisk) { ... return uErrors; }
+/// CThread thread;
+/// if (thread.StartThread(Copy, uDisk, "copy", 0, CThread::eNORMAL) < 0) ...
+/// unsigned int uErrors = 0;
+/// thread.Join(&uErrors);
 ///
-///     CThread thread;
-///     if (thread.StartThread(Copy, uDisk, "copy", 0, CThread::eNORMAL) < 0) ...
-///     unsigned int uErrors = 0;
-///     thread.Join(&uErrors);
+///        StartThread()           function returns      Join()
+/// idle ---------------> running -----------------> returned ------> idle     StartThread() again joins by itself
+///        (starting)
+/// ```
 ///
-///            StartThread()           function returns      Join()
-///     idle ---------------> running -----------------> returned ------> idle     StartThread() again joins by itself
-///            (starting)
-///
-/// Ownership  The object must live until the thread has ended: its destructor joins. Only the thread itself may destroy
-///            it earlier ("delete this"): then the thread runs on, detached.
-/// Threads    Objects: start, join and destroy one from a thread at a time; the other members from any thread, at any
-///            time. Statics: any thread, those of the application included.
+/// - **Ownership:** The object must live until the thread has ended: its destructor joins. Only the thread itself may
+///   destroy it earlier ("delete this"): then the thread runs on, detached.
+/// - **Threads:** Objects: start, join and destroy one from a thread at a time; the other members from any thread, at
+///   any time. Statics: any thread, those of the application included.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework; StartThread() and CreateKey() outside it
 ///   end the process. A constructor, Join(), the questions and a destructor of an object whose thread has ended may run
 ///   outside it; identifiers are 0 there, and no key is known.
 /// - **Shut-down:** Waits until every thread started here has ended. So it waits for ever on a thread that was started
 ///   here, and in a child of fork() whose parent had such threads running: end such a child with _exit() or an exec.
-/// Parameter  32 bits, on every system: an index or a handle, not a pointer. An object that wants a thread of its own
-///            derives from CAliveObj instead.
-/// Source     POSIX threads.
+/// - **Parameter:** 32 bits, on every system: an index or a handle, not a pointer. An object that wants a thread of its
+///   own derives from CAliveObj instead.
+/// - **Source:** POSIX threads.
 class QV_EXPORT CThread
 {
 public:
@@ -64,20 +65,23 @@ public:
     /// Runs pfn(uParameter), or nothing when pfn is null, on a new thread. Joins an earlier run first, and so may
     /// block. The name (null: "CThread") is cut to 31 characters. uStackSize is ignored: every thread has the system's
     /// default. Each start sets the nice value of the whole process to 0: set it again afterwards where it matters.
-    /// QV_RES_OK                    the thread runs
-    /// QV_RES_THREAD_ATTRIBUTES     the thread runs, although a scheduling attribute could not be set: join it as well
-    /// QV_RES_THREAD_CREATE_FAILED  the system refused the thread; or the shut-down of the framework has waited for the
-    ///                              last thread already, and the caller is the destructor of a value
-    /// QV_RES_THREAD_JOIN_SELF      called from the object's own thread, which is detached by that and runs on
-    /// QV_RES_INVALID_ARGUMENT      ePriority is none of the four
+    ///
+    /// - `QV_RES_OK`: the thread runs.
+    /// - `QV_RES_THREAD_ATTRIBUTES`: the thread runs, although a scheduling attribute could not be set: join it as
+    ///   well.
+    /// - `QV_RES_THREAD_CREATE_FAILED`: the system refused the thread; or the shut-down of the framework has waited for
+    ///   the last thread already, and the caller is the destructor of a value.
+    /// - `QV_RES_THREAD_JOIN_SELF`: called from the object's own thread, which is detached by that and runs on.
+    /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
     QvResult StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
                          unsigned int uStackSize, EPriority ePriority);
 
     /// Waits until the thread has ended; *puExitCode, when given, becomes what its function returned (0 when there was
     /// no run yet). At once when there is nothing to join.
-    /// QV_RES_OK                there is no run any more
-    /// QV_RES_THREAD_JOIN_SELF  called from the thread itself, which is detached instead (another thread that is
-    ///                          joining it waits for the end of its run only); *puExitCode stays as it was
+    ///
+    /// - `QV_RES_OK`: there is no run any more.
+    /// - `QV_RES_THREAD_JOIN_SELF`: called from the thread itself, which is detached instead (another thread that is
+    ///   joining it waits for the end of its run only); *puExitCode stays as it was.
     QvResult Join(unsigned int* puExitCode);
 
     /// The object whose thread is calling; null on threads that were not started here.
@@ -108,25 +112,29 @@ public:
     /// key set first. It may use keys: its own still has the value, and what it sets there is lost; values set for
     /// other keys are destroyed in their turn, at most PTHREAD_DESTRUCTOR_ITERATIONS times round, and then dropped.
     /// Values of threads that still live when the framework shuts down are destroyed by the thread that shuts it down.
-    /// QV_RES_OK               ruKey is the new key, never 0
-    /// QV_RES_TSD_UNAVAILABLE  no memory
+    ///
+    /// - `QV_RES_OK`: ruKey is the new key, never 0.
+    /// - `QV_RES_TSD_UNAVAILABLE`: no memory.
     static QvResult CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey);
 
     /// The key is unknown from now on, and its destructor is not called for values that are still set.
-    /// QV_RES_TSD_KEY_NOT_FOUND  there is no such key
+    ///
+    /// - `QV_RES_TSD_KEY_NOT_FOUND`: there is no such key.
     static QvResult DeleteKey(unsigned int uKey);
 
     /// Sets the calling thread's value. 0 takes a value away, without its destructor; but 0 for a key that has no value
     /// yet stores a 0 whose destructor will be called: to avoid that, ask GetSpecific() first.
-    /// QV_RES_TSD_UNAVAILABLE    no memory
-    /// QV_RES_TSD_KEY_NOT_FOUND  there is no such key
+    ///
+    /// - `QV_RES_TSD_UNAVAILABLE`: no memory.
+    /// - `QV_RES_TSD_KEY_NOT_FOUND`: there is no such key.
     static QvResult SetSpecific(unsigned int uKey, unsigned int uValue);
 
     /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those above.
     static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
 
     /// Module start-up and shut-down; shut-down waits for all threads started here, see the class.
-    /// QV_RES_FAIL  the system has no key for thread-specific data left
+    ///
+    /// - `QV_RES_FAIL`: the system has no key for thread-specific data left.
     static QvResult InitializeCThread();
     static void FinalizeCThread();
 
@@ -192,7 +200,7 @@ private:
     class QV_HIDDEN CRun;
 
     QV_HIDDEN QvResult Create();
-    QV_HIDDEN void Reap();
+    QV_HIDDEN void JoinHandle();
     QV_HIDDEN void Detach();
     QV_HIDDEN void SetState(EState eState);
     [[gnu::noinline]] QV_HIDDEN static unsigned int NumberCaller();
@@ -202,8 +210,8 @@ private:
     QV_HIDDEN static unsigned int NextKeyNumber();
     QV_HIDDEN static void CountStart();
     QV_HIDDEN static void CountEnd();
-    QV_HIDDEN static STsd* PeekTsd();
-    QV_HIDDEN static STsd* SwapCurrentTsd(STsd* pTsd);
+    QV_HIDDEN static STsd* FindCurrentTsd();
+    QV_HIDDEN static STsd* ExchangeCurrentTsd(STsd* pTsd);
     QV_HIDDEN static STsdValue* FindValue(const STsd* pTsd, const STsdKey* pKey);
     QV_HIDDEN static QvResult ChangeValue(STsd* pTsd, STsdValue* pValue, unsigned int uValue);
     QV_HIDDEN static QvResult AddValue(STsd* pTsd, STsdKey* pKey, unsigned int uValue);
@@ -215,9 +223,10 @@ private:
     unsigned int (*m_pfnThread)(unsigned int);
     unsigned int m_uParameter;
     char m_szName[32];
-    unsigned int m_eState;
-    unsigned int m_uId;
-    unsigned int m_uExitCode;
+    /// These three are atomic.
+    mutable unsigned int m_eState;
+    mutable unsigned int m_uId;
+    mutable unsigned int m_uExitCode;
     /// Taken from a start until the record of its thread is freed.
     CBinarySemaphore m_semRun;
     EPriority m_ePriority;

@@ -10,7 +10,8 @@
 //        ^ now: wait for the rest      ^ now: late, true at once
 // ```
 // m_uNextMs is where the current period begins. The end of a wait moves it on by one period, so that delays do not add
-// up. A stop sets both numbers to 0: from then on every wait is late, and so returns true at once.
+// up. A stop sets both numbers to 0: from then on every wait is late, and so returns true at once. Both are atomic,
+// since the stop comes from another thread than the one that waits.
 #include "framework/kernel/timer.h"
 
 #include <sys/times.h>
@@ -31,20 +32,6 @@ CMutex* CTimer::ms_pmutexThreadingProtection = nullptr;
 alignas(CBinarySemaphore) unsigned char CTimer::ms_ausemWait[sizeof(CBinarySemaphore)];
 CBinarySemaphore* CTimer::ms_psemWait = nullptr;
 
-namespace
-{
-// m_uNextMs and m_uPeriodMs are atomic: the waiting thread reads them while another thread may be stopping the cycle.
-uint64_t Load(uint64_t& ruPlan)
-{
-    return std::atomic_ref<uint64_t>(ruPlan).load(std::memory_order_relaxed);
-}
-
-void Store(uint64_t& ruPlan, uint64_t uValue)
-{
-    std::atomic_ref<uint64_t>(ruPlan).store(uValue, std::memory_order_relaxed);
-}
-}  // namespace
-
 CTimer::CTimer() : m_uNextMs(0), m_uPeriodMs(0), m_semStop(CBinarySemaphore::eFREE, true)
 {
 }
@@ -64,34 +51,37 @@ unsigned long CTimer::GetSystemUpTimeMs()
 bool CTimer::StartCyclicWait(unsigned long uPeriodMs)
 {
     if (!m_semStop.Wait(0)) return false;
-    Store(m_uPeriodMs, uPeriodMs);
-    Store(m_uNextMs, GetSystemUpTimeMs());
+    std::atomic_ref(m_uPeriodMs).store(uPeriodMs, std::memory_order_relaxed);
+    std::atomic_ref(m_uNextMs).store(GetSystemUpTimeMs(), std::memory_order_relaxed);
     return true;
 }
 
 bool CTimer::CyclicWait(bool bResynchronize)
 {
     const uint64_t uNowMs = GetSystemUpTimeMs();
-    const uint64_t uPeriodMs = Load(m_uPeriodMs);
-    const uint64_t uRemainingMs = Load(m_uNextMs) + uPeriodMs - uNowMs;
+    const std::atomic_ref nextMs(m_uNextMs);
+    const std::atomic_ref periodMs(m_uPeriodMs);
+    const uint64_t uPeriodMs = periodMs.load(std::memory_order_relaxed);
+    const uint64_t uRemainingMs = nextMs.load(std::memory_order_relaxed) + uPeriodMs - uNowMs;
     const bool bLate = static_cast<int64_t>(uRemainingMs) < 0;
     if (bLate && bResynchronize && uPeriodMs != 0)
     {
         // The remainder of the wrapped, unsigned difference, so that the new beginning is off the planned grid: kept,
         // and pinned by CTimerResync.BeginsThePeriodAtNowPlusTheUnsignedRemainderModuloThePeriod.
-        Store(m_uNextMs, uNowMs + uRemainingMs % uPeriodMs);
+        nextMs.store(uNowMs + uRemainingMs % uPeriodMs, std::memory_order_relaxed);
         return true;
     }
     const bool bStopped = !bLate && m_semStop.Wait(uRemainingMs);
     if (bStopped) m_semStop.Signal(false);
-    Store(m_uNextMs, Load(m_uNextMs) + Load(m_uPeriodMs));
+    const uint64_t uEndedMs = nextMs.load(std::memory_order_relaxed);
+    nextMs.store(uEndedMs + periodMs.load(std::memory_order_relaxed), std::memory_order_relaxed);
     return !bStopped;
 }
 
 void CTimer::StopCyclicWait()
 {
-    Store(m_uPeriodMs, 0);
-    Store(m_uNextMs, 0);
+    std::atomic_ref(m_uPeriodMs).store(0, std::memory_order_relaxed);
+    std::atomic_ref(m_uNextMs).store(0, std::memory_order_relaxed);
     m_semStop.Signal(false);
 }
 

@@ -8,19 +8,20 @@
 #include "framework/kernel/semaphore.h"
 
 /// The up-time of the system, and a wait that ends once a period without drifting:
+/// ```
+/// CTimer timer;
+/// timer.StartCyclicWait(100);
+/// while (timer.CyclicWait(false)) Work();   // every 100 ms, until another thread calls StopCyclicWait()
 ///
-///     CTimer timer;
-///     timer.StartCyclicWait(100);
-///     while (timer.CyclicWait(false)) Work();   // every 100 ms, until another thread calls StopCyclicWait()
+/// planned  |----- 100 -----|----- 100 -----|----- 100 -----|----- 100 -----|
+/// work     ###.............#########################.......
+///                          late: the next waits return at once until the plan is caught up with
+/// ```
 ///
-///     planned  |----- 100 -----|----- 100 -----|----- 100 -----|----- 100 -----|
-///     work     ###.............#########################.......
-///                              late: the next waits return at once until the plan is caught up with
-///
-/// Threads    GetSystemUpTimeMs() and StopCyclicWait() from any thread; the rest from the one thread that waits.
+/// - **Threads:** GetSystemUpTimeMs() and StopCyclicWait() from any thread; the rest from the one thread that waits.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework; reading the up-time, starting a cycle and
 ///   waiting outside it end the process.
-/// Resolution One clock tick of the system (sysconf(_SC_CLK_TCK), usually 10 ms).
+/// - **Resolution:** One clock tick of the system (sysconf(_SC_CLK_TCK), usually 10 ms).
 class QV_EXPORT CTimer
 {
 public:

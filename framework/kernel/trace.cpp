@@ -1,166 +1,36 @@
 #include "framework/kernel/trace.h"
 
-#include "framework/kernel/unused_parameter.h"
+// A list of what does nothing.
+// clang-format off
+int QvTraceAddOutputHandler(PFNQvTraceOutputHandler) { return 0; }
+void QvTraceRemoveOutputHandler(PFNQvTraceOutputHandler) {}
+void QvTraceSetNewOutputHandler(PFNQvTraceOutputHandler) {}
+int QvTraceSetNewFormatHandler(PFNQvTraceFormatHandler) { return 0; }
+int QvTraceSetTimeFormatHandler(PFNQvTraceTimeFormatHandler) { return 0; }
+int QvTraceSetSysTimeFormatHandler(PFNQvTraceTimeFormatHandler) { return 0; }
+int QvTraceSetNewCallStackHandler(PFNQvTraceCallStackHandler) { return 0; }
 
-int QvTraceAddOutputHandler(PFNQvTraceOutputHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-    return 0;
-}
+void QvTraceSetPackagePermitted(EQvPackageId, bool) {}
+bool QvTraceGetPackagePermitted(EQvPackageId) { return false; }
 
-void QvTraceRemoveOutputHandler(PFNQvTraceOutputHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-}
+void QvTraceAddLevelPermitted(EQvTraceLevel) {}
+void QvTraceRemoveLevelPermitted(EQvTraceLevel) {}
+EQvTraceLevel QvTraceGetLevelsPermitted() { return eTRACE_LEVEL_NONE; }
+void QvTraceAddCategoriesPermitted(EQvTraceCategory) {}
+void QvTraceRemoveCategoriesPermitted(EQvTraceCategory) {}
+EQvTraceCategory QvTraceGetCategoriesPermitted() { return eTRACE_CATEGORY_NONE; }
 
-void QvTraceSetNewOutputHandler(PFNQvTraceOutputHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-}
+int QvTraceActivateField(EQvTraceField) { return 0; }
+int QvTraceDeactivateField(EQvTraceField) { return 0; }
+bool QvTraceFieldIsActive(EQvTraceField) { return false; }
+int QvTraceActivateDefaultFields() { return 0; }
+int QvTraceActivateSyslogFields() { return 0; }
+int QvTraceActivateAllFields() { return 0; }
+int QvTraceDeactivateAllFields() { return 0; }
+int QvTraceSetHostNameField(const char*) { return 0; }
 
-int QvTraceSetNewFormatHandler(PFNQvTraceFormatHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-    return 0;
-}
-
-int QvTraceSetTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-    return 0;
-}
-
-int QvTraceSetSysTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-    return 0;
-}
-
-int QvTraceSetNewCallStackHandler(PFNQvTraceCallStackHandler pfnHandler)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pfnHandler);
-    return 0;
-}
-
-void QvTraceSetPackagePermitted(EQvPackageId ePackageId, bool bPermitted)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(bPermitted);
-}
-
-bool QvTraceGetPackagePermitted(EQvPackageId ePackageId)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-    return false;
-}
-
-void QvTraceAddLevelPermitted(EQvTraceLevel eLevel)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-}
-
-void QvTraceRemoveLevelPermitted(EQvTraceLevel eLevel)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-}
-
-EQvTraceLevel QvTraceGetLevelsPermitted()
-{
-    return eTRACE_LEVEL_NONE;
-}
-
-void QvTraceAddCategoriesPermitted(EQvTraceCategory eCategories)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategories);
-}
-
-void QvTraceRemoveCategoriesPermitted(EQvTraceCategory eCategories)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategories);
-}
-
-EQvTraceCategory QvTraceGetCategoriesPermitted()
-{
-    return eTRACE_CATEGORY_NONE;
-}
-
-int QvTraceActivateField(EQvTraceField eField)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eField);
-    return 0;
-}
-
-int QvTraceDeactivateField(EQvTraceField eField)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eField);
-    return 0;
-}
-
-bool QvTraceFieldIsActive(EQvTraceField eField)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eField);
-    return false;
-}
-
-int QvTraceActivateDefaultFields()
-{
-    return 0;
-}
-
-int QvTraceActivateSyslogFields()
-{
-    return 0;
-}
-
-int QvTraceActivateAllFields()
-{
-    return 0;
-}
-
-int QvTraceDeactivateAllFields()
-{
-    return 0;
-}
-
-int QvTraceSetHostNameField(const char* pszHostName)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszHostName);
-    return 0;
-}
-
-void QvTraceToStderr(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId, const char* pszText,
-                     int nSize)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategory);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszText);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(nSize);
-}
-
-void QvTraceToStdout(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId, const char* pszText,
-                     int nSize)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategory);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszText);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(nSize);
-}
-
-void QvTraceToDebugger(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId, const char* pszText,
-                       int nSize)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategory);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(pszText);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(nSize);
-}
-
-void QvTraceAllCallStacks(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId)
-{
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eLevel);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(eCategory);
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
-}
+void QvTraceToStderr(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int) {}
+void QvTraceToStdout(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int) {}
+void QvTraceToDebugger(EQvTraceLevel, EQvTraceCategory, EQvPackageId, const char*, int) {}
+void QvTraceAllCallStacks(EQvTraceLevel, EQvTraceCategory, EQvPackageId) {}
+// clang-format on

@@ -10,8 +10,8 @@
 /// link and run, but every one ignores its arguments, keeps nothing, writes nothing and returns 0. Nothing is ever
 /// permitted or active, also right after it was made so; an application that wants traces brings an engine of its own.
 ///
-/// Ownership  Nothing is kept: neither handlers nor texts need to outlive the call.
-/// Threads    Any thread, at any time; none waits.
+/// - **Ownership:** Nothing is kept: neither handlers nor texts need to outlive the call.
+/// - **Threads:** Any thread, at any time; none waits.
 
 /// How severe a trace is; a mask when several are meant.
 enum EQvTraceLevel : int

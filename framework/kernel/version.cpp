@@ -1,39 +1,17 @@
 #include "framework/kernel/version.h"
 
-#include <ctype.h>
 #include <limits.h>
 #include <stdint.h>
 
 #include <algorithm>
 
+#include "framework/kernel/internal/read_unsigned.h"
 #include "framework/kernel/string_format.h"
 
 static_assert(sizeof(CVersion) == 4, "field order and widths are the binary interface");
 
 namespace
 {
-bool IsDigit(char cText)
-{
-    return cText >= '0' && cText <= '9';
-}
-
-// Reads one number as sscanf("%u") does, but does not let one that is too large wrap. Moves rpszText behind it.
-bool ReadPart(const char*& rpszText, unsigned char& ruPart)
-{
-    while (isspace(static_cast<unsigned char>(*rpszText)) != 0) ++rpszText;
-    const bool bNegative = *rpszText == '-';
-    if (bNegative || *rpszText == '+') ++rpszText;
-    if (!IsDigit(*rpszText)) return false;
-    unsigned int uValue = 0;
-    for (; IsDigit(*rpszText); ++rpszText)
-    {
-        uValue = uValue * 10 + static_cast<unsigned int>(*rpszText - '0');
-        if (uValue > UCHAR_MAX) return false;
-    }
-    ruPart = static_cast<unsigned char>(uValue);
-    return !bNegative || uValue == 0;
-}
-
 uint32_t Rank(const CVersion& rVersion)
 {
     return uint32_t{rVersion.GetMajor()} << 24 | uint32_t{rVersion.GetMinor()} << 16 |
@@ -119,8 +97,10 @@ bool CVersion::SetStr(const char* pszVersion)
     const char* pszRest = pszVersion;
     for (int nPart = 0; nPart < 4; ++nPart)
     {
+        unsigned int uPart = 0;
         if (nPart != 0 && !SkipDot(pszRest)) return false;
-        if (!ReadPart(pszRest, auParts[nPart])) return false;
+        if (!orvel_internal::ReadUnsigned(pszRest, UCHAR_MAX, uPart)) return false;
+        auParts[nPart] = static_cast<unsigned char>(uPart);
     }
     m_uMajor = auParts[0];
     m_uMinor = auParts[1];

@@ -4,9 +4,9 @@
 
 /// A version number of four parts, each 0 to 255, most significant first: major.minor.release.build.
 ///
-/// Ownership  A value of four bytes.
-/// Threads    No locking: one thread at a time per object.
-/// Lifetime   Works before the start-up of the framework and after its shut-down.
+/// - **Ownership:** A value of four bytes.
+/// - **Threads:** No locking: one thread at a time per object.
+/// - **Lifetime:** Works before the start-up of the framework and after its shut-down.
 class QV_EXPORT CVersion
 {
 public:

@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
@@ -97,54 +96,49 @@ struct SMd5
 {
     using TPublic = CMd5;
     using TBremo = CMd5BremoFw;
-    static constexpr const char* s_pszNAME = "CMd5";
-    static constexpr const char* s_pszABC = "900150983cd24fb0d6963f7d28e17f72";
-    static constexpr unsigned int s_uALGORITHM = 0, s_uBYTES = 16, s_uBREMO_SIZE = 96;
+    static constexpr const char* ms_pszNAME = "CMd5";
+    static constexpr const char* ms_pszABC = "900150983cd24fb0d6963f7d28e17f72";
+    static constexpr unsigned int ms_uALGORITHM = 0, ms_uBYTES = 16, ms_uBREMO_SIZE = 96;
 };
 
 struct SSha1
 {
     using TPublic = CSha1;
     using TBremo = CSha1BremoFw;
-    static constexpr const char* s_pszNAME = "CSha1";
-    static constexpr const char* s_pszABC = "a9993e364706816aba3e25717850c26c9cd0d89d";
-    static constexpr unsigned int s_uALGORITHM = 1, s_uBYTES = 20, s_uBREMO_SIZE = 104;
+    static constexpr const char* ms_pszNAME = "CSha1";
+    static constexpr const char* ms_pszABC = "a9993e364706816aba3e25717850c26c9cd0d89d";
+    static constexpr unsigned int ms_uALGORITHM = 1, ms_uBYTES = 20, ms_uBREMO_SIZE = 104;
 };
 
 struct SSha256
 {
     using TPublic = CSha256;
     using TBremo = CSha256BremoFw;
-    static constexpr const char* s_pszNAME = "CSha256";
-    static constexpr const char* s_pszABC = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
-    static constexpr unsigned int s_uALGORITHM = 2, s_uBYTES = 32, s_uBREMO_SIZE = 120;
+    static constexpr const char* ms_pszNAME = "CSha256";
+    static constexpr const char* ms_pszABC = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+    static constexpr unsigned int ms_uALGORITHM = 2, ms_uBYTES = 32, ms_uBREMO_SIZE = 120;
 };
 
 /// Drives all eight operations, be it through the interface's slots or by the names of the implementation's functions.
 template <typename Digest, typename Hash>
 void ExpectToDigest(Hash& rHash)
 {
-    EXPECT_EQ(Digest::s_uALGORITHM, rHash.GetAlgorithm());
-    EXPECT_EQ(Digest::s_uBYTES * 8, rHash.GetSizeInBits());
-    EXPECT_EQ(Digest::s_uBYTES, rHash.GetSizeInBytes());
+    EXPECT_EQ(Digest::ms_uALGORITHM, rHash.GetAlgorithm());
+    EXPECT_EQ(Digest::ms_uBYTES * 8, rHash.GetSizeInBits());
+    EXPECT_EQ(Digest::ms_uBYTES, rHash.GetSizeInBytes());
 
-    uint8_t auDigest[Digest::s_uBYTES] = {};
+    uint8_t auDigest[Digest::ms_uBYTES] = {};
     EXPECT_EQ(QV_RES_OK, rHash.Begin());
     EXPECT_EQ(QV_RES_OK, rHash.Update(BytesOf("abc"), 3));
     EXPECT_EQ(QV_RES_OK, rHash.End(auDigest));
-    EXPECT_EQ(Digest::s_pszABC, Hex(auDigest, sizeof(auDigest)));
+    EXPECT_EQ(Digest::ms_pszABC, Hex(auDigest, sizeof(auDigest)));
 
     const CTextBlob blobData("abc");
     CTextBlob blobDigest("longer than any digest, so that it must shrink");
     EXPECT_EQ(QV_RES_OK, rHash.Begin());
     EXPECT_EQ(QV_RES_OK, rHash.Update(&blobData));
     EXPECT_EQ(QV_RES_OK, rHash.End(&blobDigest));
-    EXPECT_EQ(Digest::s_pszABC, HexOf(blobDigest));
-
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rHash.Update(static_cast<const uint8_t*>(nullptr), 1));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rHash.End(static_cast<uint8_t*>(nullptr)));
-    EXPECT_EQ(QV_RES_FAIL, rHash.Update(static_cast<const CBlob*>(nullptr)));
-    EXPECT_EQ(QV_RES_FAIL, rHash.End(static_cast<CBlob*>(nullptr)));
+    EXPECT_EQ(Digest::ms_pszABC, HexOf(blobDigest));
 }
 
 /// The one block that the text abc is padded to.
@@ -187,7 +181,7 @@ public:
     template <typename Digest>
     static std::string GetName(int)
     {
-        return Digest::s_pszNAME;
+        return Digest::ms_pszNAME;
     }
 };
 TYPED_TEST_SUITE(CDigest, TDigests, CDigestName);
@@ -195,20 +189,15 @@ TYPED_TEST_SUITE(CDigest, TDigests, CDigestName);
 TYPED_TEST(CDigest, PublicClassHasTheInterfaceFirstAndTheImplementationRightBehind)
 {
     using TPublic = typename TypeParam::TPublic;
-    static_assert(sizeof(typename TypeParam::TBremo) == TypeParam::s_uBREMO_SIZE);
-    static_assert(sizeof(TPublic) == 8 + TypeParam::s_uBREMO_SIZE);
-    EXPECT_EQ(8 + TypeParam::s_uBREMO_SIZE, SizeToldByDelete(new TPublic));
-    EXPECT_EQ(TypeParam::s_uBREMO_SIZE, SizeToldByDelete(new typename TypeParam::TBremo));
+    using TBremo = typename TypeParam::TBremo;
+    static_assert(sizeof(TBremo) == TypeParam::ms_uBREMO_SIZE && sizeof(TPublic) == 8 + TypeParam::ms_uBREMO_SIZE);
+    EXPECT_EQ(sizeof(TPublic), SizeToldByDelete(new TPublic));
+    const std::string name = TypeParam::ms_pszNAME;
+    ExpectDestructorsAlone<TBremo>((std::to_string(name.size() + 7) + name + "BremoFw").c_str());
 
     TPublic digest;
     EXPECT_EQ(0, OffsetToTop(static_cast<CHash*>(&digest)));
-    EXPECT_EQ(-8, OffsetToTop(static_cast<typename TypeParam::TBremo*>(&digest)));
-}
-
-TYPED_TEST(CDigest, PublicClassFillsTheInterfaceInItsOrder)
-{
-    const typename TypeParam::TPublic digest;
-    const std::string name = TypeParam::s_pszNAME;
+    EXPECT_EQ(-8, OffsetToTop(static_cast<TBremo*>(&digest)));
     const std::string destructor = name + "::~" + name + "()";
     const std::vector<std::string> table{destructor,
                                          destructor,
@@ -227,35 +216,18 @@ TYPED_TEST(CDigest, PublicClassFillsTheInterfaceInItsOrder)
     EXPECT_EQ(table, TableOf(&digest));
 }
 
-TYPED_TEST(CDigest, ImplementationHasTheDestructorsAlone)
-{
-    const typename TypeParam::TBremo digest;
-    const std::string name = std::string(TypeParam::s_pszNAME) + "BremoFw";
-    EXPECT_TRUE(HasDestructorsAlone(&digest, std::to_string(name.size()) + name));
-}
-
-TYPED_TEST(CDigest, DigestsThroughTheInterface)
-{
-    typename TypeParam::TPublic digest;
-    ExpectToDigest<TypeParam>(OfUnknownOrigin(static_cast<CHash&>(digest)));
-}
-
-TYPED_TEST(CDigest, DigestsByTheNamesOfEitherClass)
-{
-    typename TypeParam::TPublic digest;
-    ExpectToDigest<TypeParam>(digest);
-    ExpectToDigest<TypeParam>(static_cast<typename TypeParam::TBremo&>(digest));
-    typename TypeParam::TBremo bremo;
-    ExpectToDigest<TypeParam>(bremo);
-}
-
-TYPED_TEST(CDigest, IsDeletedThroughEitherBase)
+TYPED_TEST(CDigest, DigestsThroughTheInterfaceAndByTheNamesOfEitherClass)
 {
     using TPublic = typename TypeParam::TPublic;
-    const std::unique_ptr<CHash> pHash(new TPublic);
-    const std::unique_ptr<typename TypeParam::TBremo> pBremo(new TPublic);
-    EXPECT_EQ(QV_RES_OK, pHash->Begin());
-    EXPECT_EQ(QV_RES_OK, pBremo->Begin());
+    using TBremo = typename TypeParam::TBremo;
+    TPublic digest;
+    TBremo bremo;
+    ExpectToDigest<TypeParam>(OfUnknownOrigin(static_cast<CHash&>(digest)));
+    ExpectToDigest<TypeParam>(digest);
+    ExpectToDigest<TypeParam>(static_cast<TBremo&>(digest));
+    ExpectToDigest<TypeParam>(bremo);
+    delete static_cast<CHash*>(new TPublic);
+    delete static_cast<TBremo*>(new TPublic);
 }
 
 TEST(CMd5Layout, HasChainThenBitCountLowAndHighThenBuffer)
@@ -264,9 +236,6 @@ TEST(CMd5Layout, HasChainThenBitCountLowAndHighThenBuffer)
     ASSERT_EQ(QV_RES_OK, md5.Begin());
     const std::vector<uint32_t> initial{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
     EXPECT_EQ(initial, std::vector<uint32_t>(md5.m_auChain, md5.m_auChain + 4));
-    EXPECT_EQ(0u, md5.m_uBitCountLow);
-    EXPECT_EQ(0u, md5.m_uBitCountHigh);
-
     ASSERT_EQ(QV_RES_OK, md5.Update(BytesOf("abc"), 3));
     EXPECT_EQ(24u, md5.m_uBitCountLow);
     EXPECT_EQ("abc", FirstThree(md5.m_auBuffer));
@@ -304,27 +273,19 @@ TEST(CSha1Layout, HasChainThenBlockThenIndexThenByteCount)
 TEST(CSha1Helpers, PadProcessAndWriteWhatInputTook)
 {
     CSha1BremoFw sha1;
-    sha1.Reset();
-    EXPECT_EQ("67452301efcdab8998badcfe10325476c3d2e1f0", HexOfWords(sha1.m_auChain));
-    sha1.Input(BytesOf("abc"), 3);
-    EXPECT_EQ(3, sha1.m_uIndex);
-    sha1.PadMsg();
-    EXPECT_EQ(SSha1::s_pszABC, HexOfWords(sha1.m_auChain));
-
     uint8_t auDigest[20];
     sha1.Reset();
     sha1.Input(BytesOf("abc"), 3);
-    sha1.Result(auDigest);
-    EXPECT_EQ(SSha1::s_pszABC, Hex(auDigest, sizeof(auDigest)));
-}
-
-TEST(CSha1Helpers, ProcessMsgBlockTransformsTheBlock)
-{
-    CSha1BremoFw sha1;
+    sha1.PadMsg();
+    EXPECT_EQ(SSha1::ms_pszABC, HexOfWords(sha1.m_auChain));
     sha1.Reset();
     std::memcpy(sha1.m_auBlock, PaddedAbc().data(), 64);
     sha1.ProcessMsgBlock();
-    EXPECT_EQ(SSha1::s_pszABC, HexOfWords(sha1.m_auChain));
+    EXPECT_EQ(SSha1::ms_pszABC, HexOfWords(sha1.m_auChain));
+    sha1.Reset();
+    sha1.Input(BytesOf("abc"), 3);
+    sha1.Result(auDigest);
+    EXPECT_EQ(SSha1::ms_pszABC, Hex(auDigest, sizeof(auDigest)));
 }
 
 TEST(CSha256Layout, HasFlagsThenIndexThenBlockThenBitCountHighAndLowThenChain)
@@ -342,81 +303,57 @@ TEST(CSha256Layout, HasFlagsThenIndexThenBlockThenBitCountHighAndLowThenChain)
     EXPECT_EQ(24u, sha256.m_uBitCountLow);
     EXPECT_EQ(0u, sha256.m_uBitCountHigh);
 
+    sha256.m_uBitCountLow = 0xFFFFFFF8;
+    ASSERT_EQ(QV_RES_OK, sha256.Update(BytesOf("d"), 1));
+    EXPECT_EQ(0u, sha256.m_uBitCountLow);
+    EXPECT_EQ(1u, sha256.m_uBitCountHigh);
+
     uint8_t auDigest[32];
     ASSERT_EQ(QV_RES_OK, sha256.End(auDigest));
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
     EXPECT_EQ(1, sha256.m_uComputed);
     EXPECT_EQ(0, sha256.m_uCorrupted);
-    EXPECT_EQ(0u, sha256.m_uBitCountLow);
-    EXPECT_EQ(std::vector<unsigned char>(64), BytesAt(sha256.m_auBlock, 0, 64));
-
     EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Update(BytesOf("d"), 1));
     EXPECT_EQ(1, sha256.m_uCorrupted);
 }
 
 TEST(CSha256Helpers, PadProcessAndWriteWhatInputTook)
 {
-    CSha256BremoFw sha256;
-    sha256.Reset();
-    EXPECT_EQ(QV_RES_OK, sha256.Input(BytesOf("abc"), 3));
-    sha256.PadMsg(0x80);
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
-    EXPECT_EQ(0, sha256.m_uComputed);
-
-    sha256.Reset();
-    EXPECT_EQ(QV_RES_OK, sha256.Input(BytesOf("abc"), 3));
-    sha256.Finalize(0x80);
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
-    EXPECT_EQ(1, sha256.m_uComputed);
-    EXPECT_EQ(0u, sha256.m_uBitCountLow);
-    EXPECT_EQ(std::vector<unsigned char>(64), BytesAt(sha256.m_auBlock, 0, 64));
-
-    uint8_t auDigest[32];
-    EXPECT_EQ(QV_RES_OK, sha256.Result(auDigest));
-    EXPECT_EQ(SSha256::s_pszABC, Hex(auDigest, sizeof(auDigest)));
-}
-
-TEST(CSha256Helpers, PadMsgBeginsWithTheByteItIsGiven)
-{
     CSha256BremoFw padded, processed;
+    uint8_t auDigest[32];
+    for (const uint8_t uPad : std::initializer_list<uint8_t>{0xC0, 0x80})
+    {
+        padded.Reset();
+        EXPECT_EQ(QV_RES_OK, padded.Input(BytesOf("abc"), 3));
+        padded.PadMsg(uPad);
+        std::array<uint8_t, 64> block = PaddedAbc();
+        block[3] = uPad;
+        processed.Reset();
+        std::memcpy(processed.m_auBlock, block.data(), 64);
+        processed.ProcessMsgBlock();
+        EXPECT_EQ(HexOfWords(processed.m_auChain), HexOfWords(padded.m_auChain));
+    }
+    EXPECT_EQ(SSha256::ms_pszABC, HexOfWords(padded.m_auChain));
+    EXPECT_EQ(0, padded.m_uComputed);
     padded.Reset();
-    ASSERT_EQ(QV_RES_OK, padded.Input(BytesOf("abc"), 3));
-    padded.PadMsg(0xC0);
-
-    std::array<uint8_t, 64> block = PaddedAbc();
-    block[3] = 0xC0;
-    processed.Reset();
-    std::memcpy(processed.m_auBlock, block.data(), 64);
-    processed.ProcessMsgBlock();
-    EXPECT_EQ(HexOfWords(processed.m_auChain), HexOfWords(padded.m_auChain));
-}
-
-TEST(CSha256Helpers, ProcessMsgBlockTransformsTheBlock)
-{
-    CSha256BremoFw sha256;
-    sha256.Reset();
-    std::memcpy(sha256.m_auBlock, PaddedAbc().data(), 64);
-    sha256.ProcessMsgBlock();
-    EXPECT_EQ(SSha256::s_pszABC, HexOfWords(sha256.m_auChain));
+    EXPECT_EQ(QV_RES_OK, padded.Input(BytesOf("abc"), 3));
+    padded.Finalize(0x80);
+    EXPECT_EQ(1, padded.m_uComputed);
+    EXPECT_EQ(std::vector<unsigned char>(64), BytesAt(padded.m_auBlock, 0, 64));
+    EXPECT_EQ(QV_RES_OK, padded.Result(auDigest));
+    EXPECT_EQ(SSha256::ms_pszABC, Hex(auDigest, sizeof(auDigest)));
 }
 
 TEST(CSha256Helpers, AddLengthCarriesAndMarksAWrapAsCorrupted)
 {
     CSha256BremoFw sha256;
     sha256.Reset();
-    sha256.AddLength(8);
-    EXPECT_EQ(8u, sha256.m_uBitCountLow);
     sha256.m_uBitCountLow = 0xFFFFFFF8;
-    sha256.AddLength(8);
-    EXPECT_EQ(0u, sha256.m_uBitCountLow);
+    sha256.AddLength(16);
+    EXPECT_EQ(8u, sha256.m_uBitCountLow);
     EXPECT_EQ(1u, sha256.m_uBitCountHigh);
     EXPECT_EQ(0, sha256.m_uCorrupted);
-
     sha256.m_uBitCountLow = 0xFFFFFFF8;
     sha256.m_uBitCountHigh = 0xFFFFFFFF;
     sha256.AddLength(8);
     EXPECT_NE(0, sha256.m_uCorrupted);
-    EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Input(BytesOf("a"), 1));
-    uint8_t auDigest[32];
-    EXPECT_EQ(QV_RES_INVALID_STATE, sha256.Result(auDigest));
 }

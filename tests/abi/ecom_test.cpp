@@ -1,14 +1,13 @@
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "tests/abi/ecom_cls_info.h"
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
+#include "tests/abi/guarded.h"
 #include "tests/abi/old_mutex.h"
 #include "tests/abi/text_blob.h"
-#include "tests/abi/told_size.h"
+#include "tests/support/refusing_new.h"
 
 struct SEComGuid
 {
@@ -67,58 +66,14 @@ void FinalizeECom();
 
 extern template class CVector<SEComClsInfo>;
 
-// The registry keeps its entries in a block of the default allocator, which takes it from here.
-namespace
-{
-void* g_pvLastArray = nullptr;
-
-void* NewArray(std::size_t uSize)
-{
-    return g_pvLastArray = std::malloc(uSize);
-}
-
-// Out of line, lest a compiler sees malloc() on one side and operator delete on the other.
-__attribute__((noinline)) void DeleteArray(void* pvArray)
-{
-    std::free(pvArray);
-}
-}  // namespace
-
-void* operator new[](std::size_t uSize)
-{
-    void* const pvArray = NewArray(uSize);
-    if (pvArray == nullptr) throw std::bad_alloc();
-    return pvArray;
-}
-
-void* operator new[](std::size_t uSize, const std::nothrow_t&) noexcept
-{
-    return NewArray(uSize);
-}
-
-void operator delete[](void* pvArray) noexcept
-{
-    DeleteArray(pvArray);
-}
-
-void operator delete[](void* pvArray, std::size_t) noexcept
-{
-    DeleteArray(pvArray);
-}
-
-void operator delete[](void* pvArray, const std::nothrow_t&) noexcept
-{
-    DeleteArray(pvArray);
-}
-
 namespace
 {
 SEComGuid Guid(const char* pszName)
 {
     return {static_cast<unsigned int>(std::strlen(pszName) + 1), BytesOf(pszName)};
 }
-const SEComGuid s_CLSID = Guid("a class of an old program");
-const SEComGuid s_IID_IGREETING = Guid("IGreeting");
+const SEComGuid g_CLSID = Guid("a class of an old program");
+const SEComGuid g_IID_IGREETING = Guid("IGreeting");
 
 class IGreeting : public IEComUnknown
 {
@@ -139,7 +94,7 @@ public:
     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         ms_log += "Query ";
-        if (!IsEqualEComIID(pIid, &s_IID_IGREETING)) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
+        if (!IsEqualEComIID(pIid, &g_IID_IGREETING)) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
         *ppInterface = static_cast<IGreeting*>(this);
         NonDelegatingAddIfRef();
         return QV_RES_OK;
@@ -157,14 +112,12 @@ public:
     QvResult InitializeInstance() override
     {
         ms_log += "Initialize ";
-        return ms_resInitialize;
+        return QV_RES_OK;
     }
     void UninitializeInstance(bool* pbDeleteThis) override
     {
         ms_log += "Uninitialize ";
         CEComUnknown::UninitializeInstance(pbDeleteThis);
-        EXPECT_TRUE(*pbDeleteThis);
-        *pbDeleteThis = ms_bDelete;
     }
 
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
@@ -182,17 +135,10 @@ public:
         return QV_RES_OK;
     }
 
-    static int ms_nAlive;
-    static std::string ms_log;
-    static QvResult ms_resInitialize;
-    static bool ms_bDelete;
-    static IEComUnknown* ms_pOuterUnknown;
+    static inline int ms_nAlive;
+    static inline std::string ms_log;
+    static inline IEComUnknown* ms_pOuterUnknown;
 };
-int CGreeting::ms_nAlive;
-std::string CGreeting::ms_log;
-QvResult CGreeting::ms_resInitialize;
-bool CGreeting::ms_bDelete;
-IEComUnknown* CGreeting::ms_pOuterUnknown;
 
 class CEComRegistry : public testing::Test
 {
@@ -200,72 +146,62 @@ protected:
     void SetUp() override
     {
         CGreeting::ms_nAlive = 0;
-        CGreeting::ms_resInitialize = QV_RES_OK;
-        CGreeting::ms_bDelete = true;
         CGreeting::ms_log.clear();
-        ASSERT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
+        ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
     }
     void TearDown() override
     {
-        EXPECT_EQ(QV_RES_OK, UnregisterECom(&s_CLSID));
+        void* pvInterface = nullptr;
+        EXPECT_EQ(QV_RES_OK, UnregisterECom(&g_CLSID));
+        EXPECT_EQ(QV_RES_CLASS_NOT_REGISTERED, CreateEComInstance(&g_CLSID, nullptr, &IID_IEComUnknown, &pvInterface));
         EXPECT_EQ(0, CGreeting::ms_nAlive);
     }
 };
 }  // namespace
 
-TEST(SEComGuidLayout, HasSizeThenData)
+TEST(SEComGuidLayout, HasSizeThenDataAndIsComparedUnderAllThreeNames)
 {
     static_assert(sizeof(SEComGuid) == 16);
     EXPECT_TRUE(HasItsSize(IID_IEComUnknown));
     ASSERT_EQ(13u, IID_IEComUnknown.m_uSize);
     EXPECT_STREQ("IEComUnknown", reinterpret_cast<const char*>(IID_IEComUnknown.m_puData));
-}
-
-TEST(SEComGuid, IsComparedBySizeAndBytesUnderAllThreeNames)
-{
     const unsigned char auName[] = "a class of an old program";
     const SEComGuid same = {sizeof(auName), auName}, prefix = {sizeof(auName) - 1, auName};
     for (bool (*const pfnIsEqual)(const SEComGuid*, const SEComGuid*) :
          {static_cast<bool (*)(const SEComGuid*, const SEComGuid*)>(IsEqualSEComGuid), IsEqualEComIID,
           IsEqualEComCLSID})
     {
-        EXPECT_TRUE(pfnIsEqual(&same, &s_CLSID));
-        EXPECT_FALSE(pfnIsEqual(&prefix, &s_CLSID));
-        EXPECT_FALSE(pfnIsEqual(&s_IID_IGREETING, &s_CLSID));
+        EXPECT_TRUE(pfnIsEqual(&same, &g_CLSID));
+        EXPECT_FALSE(pfnIsEqual(&prefix, &g_CLSID));
     }
 }
 
+#if TESTS_OWN_OPERATOR_NEW
 TEST(SEComClsInfoLayout, RegistryEntryIsTheIdentifiersAddressThenTheFunction)
 {
     static_assert(sizeof(SEComClsInfo) == 16);
+    ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
     FinalizeECom();
-    ASSERT_EQ(QV_RES_OK, InitializeECom()) << "without the room that earlier entries left";
-    g_pvLastArray = nullptr;
-    ASSERT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
-    ASSERT_NE(nullptr, g_pvLastArray) << "the registry grows exactly";
-    const SEComClsInfo entry = LoadAt<SEComClsInfo>(g_pvLastArray, 0);
-    EXPECT_EQ(&s_CLSID, entry.m_pClsid);
+    ASSERT_EQ(QV_RES_OK, InitializeECom()) << "without earlier entries and their room";
+    const CNewRecord record(eARRAYS);
+    ASSERT_EQ(QV_RES_OK, RegisterECom(&g_CLSID, CGreeting::Create));
+    ASSERT_FALSE(record.GetMade().empty()) << "the registry grows exactly";
+    const SEComClsInfo entry = LoadAt<SEComClsInfo>(record.GetMade().back().pv, 0);
+    EXPECT_EQ(&g_CLSID, entry.m_pClsid);
     EXPECT_EQ(CGreeting::Create, entry.m_pfnCreateInstance);
-    EXPECT_EQ(QV_RES_OK, UnregisterECom(&s_CLSID));
+    EXPECT_EQ(QV_RES_OK, UnregisterECom(&g_CLSID));
 }
+#endif
 
 TEST(CEComUnknownLayout, HasTheMutexThenTheCount)
 {
-    CEComUnknown object(nullptr);
-    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&object.m_mutex, 0));
-    EXPECT_EQ(1u, object.m_uReferenceCount);
-    EXPECT_EQ(2u, object.NonDelegatingAddIfRef());
-    EXPECT_EQ(2u, object.m_uReferenceCount);
-    EXPECT_EQ(1u, object.NonDelegatingReleaseIfRef());
-    object.m_uReferenceCount = 77;
-    EXPECT_EQ(77u, object.GetReferenceCount());
-}
-
-TEST(CEComUnknownLayout, SizeIsSixtyFour)
-{
     static_assert(sizeof(IEComUnknown) == 8 && sizeof(IEComNonDelegatingUnknown) == 8);
     static_assert(sizeof(CEComUnknown) == 64);
-    EXPECT_EQ(64u, SizeToldByDelete(new CEComUnknown(nullptr)));
+    const CGuarded<CEComUnknown> object(nullptr);
+    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(&object->m_mutex, 0));
+    EXPECT_EQ(1u, object->m_uReferenceCount);
+    object->m_uReferenceCount = 77;
+    EXPECT_EQ(77u, object->GetReferenceCount());
 }
 
 TEST(CEComUnknownSlots, AreTheInterfacesThenTheTwoPhasesOfLife)
@@ -283,43 +219,31 @@ TEST(CEComUnknownSlots, AreTheInterfacesThenTheTwoPhasesOfLife)
     EXPECT_EQ("ppp--", PureSlots("_ZTV25IEComNonDelegatingUnknown"));
 }
 
-TEST(CEComUnknown, AnswersThroughTheInterface)
+TEST(CEComUnknown, AnswersThroughTheInterfaceAndIsDeletedByTheLastRelease)
 {
-    auto* const pObject = new CEComUnknown(nullptr);
-    IEComNonDelegatingUnknown& rUnknown = OfUnknownOrigin(static_cast<IEComNonDelegatingUnknown&>(*pObject));
+    const CNewRecord record(eALL_FORMS, sizeof(CEComUnknown));
+    CEComUnknown& rObject = OfUnknownOrigin(*new CEComUnknown(nullptr));
+    IEComNonDelegatingUnknown& rUnknown = rObject;
+    EXPECT_EQ(QV_RES_OK, rObject.InitializeInstance());
     void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rUnknown.NonDelegatingQueryIf(&IID_IEComUnknown, nullptr));
     EXPECT_EQ(QV_RES_OK, rUnknown.NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface));
     EXPECT_EQ(&rUnknown, pvInterface);
-    EXPECT_EQ(2u, pObject->GetReferenceCount());
-    EXPECT_EQ(QV_RES_NO_INTERFACE, rUnknown.NonDelegatingQueryIf(&s_IID_IGREETING, &pvInterface));
-    EXPECT_EQ(nullptr, pvInterface);
     EXPECT_EQ(3u, rUnknown.NonDelegatingAddIfRef());
     EXPECT_EQ(2u, rUnknown.NonDelegatingReleaseIfRef());
     EXPECT_EQ(1u, rUnknown.NonDelegatingReleaseIfRef());
-    g_uDeletedSize = 0;
-    EXPECT_EQ(0u, rUnknown.NonDelegatingReleaseIfRef());
-#ifndef __clang__
-    EXPECT_EQ(64u, g_uDeletedSize) << "the last release deletes";
-#endif
-}
-
-TEST(CEComUnknown, BaseOfTheTwoPhasesTakesAReferenceAndAsksForDeletion)
-{
-    CEComUnknown object(nullptr);
-    CEComUnknown& rObject = OfUnknownOrigin(object);
-    EXPECT_EQ(QV_RES_OK, rObject.InitializeInstance());
-    object.m_uReferenceCount = 0;
+    rObject.m_uReferenceCount = 0;
     bool bDeleteThis = false;
     rObject.UninitializeInstance(&bDeleteThis);
     EXPECT_TRUE(bDeleteThis);
-    EXPECT_EQ(1u, object.m_uReferenceCount);
+    EXPECT_EQ(1u, rObject.m_uReferenceCount);
+    EXPECT_EQ(0u, rUnknown.NonDelegatingReleaseIfRef());
+    EXPECT_EQ(0u, record.GetLiveBlocks());
 }
 
 TEST_F(CEComRegistry, CallsTheProgramsComponentThroughItsSlots)
 {
     void* pvInterface = nullptr;
-    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&s_CLSID, nullptr, &s_IID_IGREETING, &pvInterface));
+    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&g_CLSID, nullptr, &g_IID_IGREETING, &pvInterface));
     EXPECT_EQ("Initialize Query Add Release ", CGreeting::ms_log);
     auto* const pGreeting = static_cast<IGreeting*>(pvInterface);
     EXPECT_EQ(42, pGreeting->Greet());
@@ -334,94 +258,39 @@ TEST_F(CEComRegistry, HandsTheOuterUnknownOn)
     CGreeting outer(nullptr);
     IEComUnknown* const pOuter = &outer;
     void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_NO_INTERFACE, CreateEComInstance(&s_CLSID, pOuter, &s_IID_IGREETING, &pvInterface));
-    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&s_CLSID, pOuter, &IID_IEComUnknown, &pvInterface));
+    EXPECT_EQ(QV_RES_NO_INTERFACE, CreateEComInstance(&g_CLSID, pOuter, &g_IID_IGREETING, &pvInterface));
+    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&g_CLSID, pOuter, &IID_IEComUnknown, &pvInterface));
     EXPECT_EQ(pOuter, CGreeting::ms_pOuterUnknown);
     EXPECT_EQ(0u, static_cast<IEComNonDelegatingUnknown*>(pvInterface)->NonDelegatingReleaseIfRef());
     EXPECT_EQ(1, CGreeting::ms_nAlive) << "the outer object";
 }
 
-TEST_F(CEComRegistry, FailedInitialisationDestroysTheObject)
-{
-    void* pvInterface = this;
-    CGreeting::ms_resInitialize = QV_RES_FAIL;
-    EXPECT_EQ(QV_RES_FAIL, CreateEComInstance(&s_CLSID, nullptr, &s_IID_IGREETING, &pvInterface));
-    EXPECT_EQ("Initialize Release Uninitialize Add ", CGreeting::ms_log);
-    EXPECT_EQ(nullptr, pvInterface);
-    EXPECT_EQ(0, CGreeting::ms_nAlive);
-}
-
-TEST_F(CEComRegistry, ObjectMayKeepItselfAlive)
-{
-    void* pvInterface = nullptr;
-    ASSERT_EQ(QV_RES_OK, CreateEComInstance(&s_CLSID, nullptr, &s_IID_IGREETING, &pvInterface));
-    auto* const pGreeting = static_cast<CGreeting*>(static_cast<IGreeting*>(pvInterface));
-    CGreeting::ms_bDelete = false;
-    EXPECT_EQ(0u, pGreeting->NonDelegatingReleaseIfRef());
-    EXPECT_EQ(1, CGreeting::ms_nAlive);
-    EXPECT_EQ(1u, pGreeting->GetReferenceCount());
-    delete pGreeting;
-}
-
-TEST_F(CEComRegistry, RefusesWhatIsKnownAndWhatIsNot)
-{
-    void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_ALREADY_EXISTS, RegisterECom(&s_CLSID, CGreeting::Create));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, RegisterECom(&s_CLSID, nullptr));
-    EXPECT_EQ(QV_RES_INVALID_STATE, UnregisterECom(&s_IID_IGREETING));
-    EXPECT_EQ(QV_RES_CLASS_NOT_REGISTERED,
-              CreateEComInstance(&s_IID_IGREETING, nullptr, &IID_IEComUnknown, &pvInterface));
-}
-
-TEST_F(CEComRegistry, ForgetsAllThroughFinalisation)
-{
-    FinalizeECom();
-    EXPECT_EQ(QV_RES_OK, InitializeECom());
-    void* pvInterface = nullptr;
-    EXPECT_EQ(QV_RES_CLASS_NOT_REGISTERED, CreateEComInstance(&s_CLSID, nullptr, &IID_IEComUnknown, &pvInterface));
-    EXPECT_EQ(QV_RES_OK, RegisterECom(&s_CLSID, CGreeting::Create));
-}
-
 namespace
 {
 /// One interface of an object of the program's own: it answers as its identity another one.
-class CFace final : public IEComUnknown
+struct SFace final : IEComUnknown
 {
-public:
-    explicit CFace(IEComUnknown* pIdentity) : m_pIdentity(pIdentity != nullptr ? pIdentity : this) {}
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         EXPECT_TRUE(IsEqualSEComGuid(&IID_IEComUnknown, pIid));
-        m_log += "Query ";
-        *ppInterface = m_pIdentity;
+        log += "Query ";
+        *ppInterface = pIdentity;
         return QV_RES_OK;
     }
-    unsigned int AddIfRef() override
-    {
-        m_log += "Add ";
-        return 2;
-    }
-    unsigned int ReleaseIfRef() override
-    {
-        m_log += "Release ";
-        return 1;
-    }
+    unsigned int AddIfRef() override { return static_cast<unsigned int>((log += "Add ").size()); }
+    unsigned int ReleaseIfRef() override { return static_cast<unsigned int>((log += "Release ").size()); }
 
-    std::string m_log;
-
-private:
-    IEComUnknown* m_pIdentity;
+    IEComUnknown* pIdentity = this;
+    std::string log;
 };
 }  // namespace
 
 TEST(IEComUnknownSlots, AreQueryThenAddThenRelease)
 {
-    CFace identity(nullptr), face(&identity), other(nullptr);
-    EXPECT_TRUE(IsEqualECom(&face, &face));
-    EXPECT_EQ("", face.m_log);
+    SFace identity, face, other;
+    face.pIdentity = &identity;
     EXPECT_TRUE(IsEqualECom(&face, &identity));
-    EXPECT_EQ("Query ", face.m_log);
-    EXPECT_EQ("Query Release Release ", identity.m_log);
+    EXPECT_EQ("Query ", face.log);
+    EXPECT_EQ("Query Release Release ", identity.log);
     EXPECT_FALSE(IsEqualECom(&face, &other));
-    EXPECT_FALSE(IsEqualECom(&face, nullptr));
 }

@@ -4,6 +4,13 @@
 
 #include "tests/abi/old_framework_initializer.h"
 
+/// How a module goes up and down; most have these two as functions of their own and as static members.
+struct SModuleFunctions
+{
+    QvResult (*pfnInitialize)();
+    void (*pfnFinalize)();
+};
+
 /// Keeps the framework up around all tests of the program that includes this.
 class CFrameworkUp : public testing::Environment
 {

@@ -1,5 +1,3 @@
-#include "tests/abi/exports.h"
-#include "tests/abi/guarded.h"
 #include "tests/abi/told_size.h"
 
 class CMemoryQueue
@@ -37,22 +35,12 @@ public:
 };
 
 // Neither needs the framework.
-TEST(CMemoryQueueLayout, AnUninitialisedQueueHoldsFiveNullPointersAndNoAlignment)
-{
-    static_assert(sizeof(CMemoryQueue) == 56);
-    const CGuarded<CMemoryQueue> queue;
-    EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
-}
-
 TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
 {
+    static_assert(sizeof(CMemoryQueue) == 56);
+    ExpectDestructorsAlone<CMemoryQueue>("12CMemoryQueue");
     const CGuarded<CMemoryQueue> queue;
-    EXPECT_EQ(8u, OffsetOf(*queue, &CMemoryQueue::m_puBegin));
-    EXPECT_EQ(16u, OffsetOf(*queue, &CMemoryQueue::m_puEnd));
-    EXPECT_EQ(24u, OffsetOf(*queue, &CMemoryQueue::m_puDataEnd));
-    EXPECT_EQ(32u, OffsetOf(*queue, &CMemoryQueue::m_puRead));
-    EXPECT_EQ(40u, OffsetOf(*queue, &CMemoryQueue::m_puWrite));
-    EXPECT_EQ(48u, OffsetOf(*queue, &CMemoryQueue::m_uAlignment));
+    EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
     ASSERT_TRUE(queue->Initialize(64, 8));
     unsigned char* const puBegin = queue->m_puBegin;
     ASSERT_NE(nullptr, puBegin);
@@ -61,28 +49,8 @@ TEST(CMemoryQueueLayout, ThePointersFollowEachOtherIntoOneBuffer)
     EXPECT_EQ(puBegin, queue->m_puRead);
     EXPECT_EQ(puBegin, queue->m_puWrite);
     EXPECT_EQ(8u, queue->m_uAlignment);
-    EXPECT_FALSE(queue->Initialize(128, 1));
-    EXPECT_EQ(puBegin, queue->m_puBegin);
     queue->Uninitialize();
     EXPECT_EQ(std::vector<unsigned char>(44), BytesAt(&*queue, 8, 44));
-    ASSERT_TRUE(queue->Initialize(2, 0));
-    EXPECT_EQ(queue->m_puBegin + 4, queue->m_puEnd);
-    EXPECT_EQ(1u, queue->m_uAlignment);
-    queue->Uninitialize();
-    ASSERT_TRUE(queue->Initialize(2, 0x80000000));
-    EXPECT_EQ(0x80000000u, queue->m_uAlignment);
-}
-
-TEST(CMemoryQueueLayout, APushedRecordIsItsSizeAndThenItsAlignedPayload)
-{
-    const CGuarded<CMemoryQueue> queue;
-    ASSERT_TRUE(queue->Initialize(64, 8));
-    EXPECT_EQ(queue->m_puBegin + 8, queue->Push(5));
-    EXPECT_EQ(5u, LoadAt<unsigned int>(queue->m_puWrite, 0));
-    EXPECT_EQ(queue->m_puBegin, queue->m_puWrite) << "the writer commits by moving the pointer itself";
-    queue->m_puWrite += 16;
-    EXPECT_EQ(queue->m_puBegin + 24, queue->Push(6));
-    EXPECT_EQ(6u, LoadAt<unsigned int>(queue->m_puBegin, 16));
 }
 
 TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEnd)
@@ -92,8 +60,9 @@ TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEn
     unsigned char* const puBegin = queue->m_puBegin;
     queue->m_puRead = puBegin + 40;
     queue->m_puWrite = puBegin + 52;
-    EXPECT_EQ(puBegin + 4, queue->Push(16));
-    EXPECT_EQ(puBegin, queue->m_puWrite);
+    EXPECT_EQ(puBegin + 4, queue->Push(16)) << "the payload, behind its size";
+    EXPECT_EQ(16u, LoadAt<unsigned int>(puBegin, 0));
+    EXPECT_EQ(puBegin, queue->m_puWrite) << "the writer commits by moving the pointer itself";
     EXPECT_EQ(puBegin + 52, queue->m_puDataEnd);
     EXPECT_EQ(puBegin + 40, queue->m_puRead);
     queue->m_puWrite = puBegin + 20;
@@ -101,37 +70,12 @@ TEST(CMemoryQueueLayout, AProgramThatMovesThePointersItselfIsFollowedAroundTheEn
     EXPECT_EQ(puBegin + 24, queue->Push(12));
 }
 
-TEST(CMemoryQueueLayout, AnEmptyQueueStartsOverWhereItsTailIsTooShort)
-{
-    const CGuarded<CMemoryQueue> queue;
-    ASSERT_TRUE(queue->Initialize(64, 1));
-    unsigned char* const puBegin = queue->m_puBegin;
-    queue->m_puRead = queue->m_puWrite = puBegin + 52;
-    EXPECT_EQ(puBegin + 4, queue->Push(16));
-    EXPECT_EQ(puBegin, queue->m_puRead);
-    EXPECT_EQ(puBegin, queue->m_puWrite);
-    EXPECT_EQ(puBegin + 64, queue->m_puDataEnd);
-}
-
-TEST(CMemoryQueueLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
-{
-    const CMemoryQueue queue;
-    EXPECT_TRUE(HasDestructorsAlone(&queue, "12CMemoryQueue"));
-    auto* const pQueue = new CMemoryQueue;
-    ASSERT_TRUE(pQueue->Initialize(16, 1));
-    EXPECT_EQ(56u, SizeToldByDelete(pQueue));
-}
-
 TEST(AlignmentCalls, RoundUpIn32BitsAndOnAddresses)
 {
     EXPECT_EQ(8u, QV_ALIGNUP_VAL<unsigned int>(5, 4));
-    EXPECT_EQ(8u, QV_ALIGNUP_VAL<unsigned int>(8, 4));
-    EXPECT_EQ(0u, QV_ALIGNUP_VAL<unsigned int>(0, 16));
     EXPECT_EQ(0u, QV_ALIGNUP_VAL<unsigned int>(0xFFFFFFFF, 4));
     alignas(16) unsigned char auBytes[32];
     EXPECT_EQ(auBytes + 16, QV_ALIGNUP_PTR<unsigned char*>(auBytes + 1, 16));
-    EXPECT_EQ(auBytes, QV_ALIGNUP_PTR<unsigned char*>(auBytes, 16));
-    EXPECT_EQ(nullptr, QV_ALIGNUP_PTR<unsigned char*>(nullptr, 16));
 }
 
 TEST(OsVersionCalls, TheAnswerIsKeptInTheExportedVariable)

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <thread>
 
-#include "tests/abi/exports.h"
-#include "tests/abi/guarded.h"
 #include "tests/abi/old_mutex.h"
 #include "tests/abi/old_semaphore.h"
 #include "tests/abi/told_size.h"
@@ -33,58 +31,35 @@ void AwaitWaiter(const CSemaphore& rSemaphore)
 TEST(CMutexLayout, HoldsOneRecursivePosixMutexBehindThePointerToItsFunctions)
 {
     static_assert(sizeof(CMutex) == 48);
-    const CGuarded<CMutex> mutex;
-    EXPECT_EQ(8u, OffsetOf(*mutex, &CMutex::m_mutex));
-    EXPECT_TRUE(IsFree(*mutex));
+    ExpectDestructorsAlone<CMutex>("6CMutex");
+    CGuarded<CMutex> mutex;
     mutex->Lock();
     mutex->Lock();
-    EXPECT_EQ(0, pthread_mutex_trylock(&mutex->m_mutex));
-    mutex->Unlock();
     mutex->Unlock();
     EXPECT_FALSE(IsFree(*mutex));
     mutex->Unlock();
     EXPECT_TRUE(IsFree(*mutex));
-}
-
-TEST(CMutexLayout, DestructionFillsThePosixMutexWithZeros)
-{
-    CGuarded<CMutex> mutex;
     mutex.Destroy();
     EXPECT_EQ(std::vector<unsigned char>(sizeof(pthread_mutex_t)), BytesAt(&*mutex, 8, sizeof(pthread_mutex_t)));
-}
-
-TEST(CMutexLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
-{
-    const CMutex mutex;
-    EXPECT_TRUE(HasDestructorsAlone(&mutex, "6CMutex"));
-    EXPECT_EQ(48u, SizeToldByDelete(new CMutex));
 }
 
 TEST(CSemaphoreLayout, KeepsCountAndMaximumFirstAndTheChoiceOfTimedWaitsLast)
 {
     static_assert(sizeof(CSemaphore) == 144);
+    ExpectDestructorsAlone<CSemaphore>("10CSemaphore", 0u, g_uMAX_COUNT, true);
     const CGuarded<CSemaphore> timed(3u, g_uMAX_COUNT, true);
-    EXPECT_EQ(8u, OffsetOf(*timed, &CSemaphore::m_uCount));
-    EXPECT_EQ(12u, OffsetOf(*timed, &CSemaphore::m_uMaxCount));
-    EXPECT_EQ(136u, OffsetOf(*timed, &CSemaphore::m_bTimedWait));
-    EXPECT_EQ(3u, timed->m_uCount);
     EXPECT_EQ(g_uMAX_COUNT, timed->m_uMaxCount);
     EXPECT_TRUE(timed->m_bTimedWait);
     EXPECT_TRUE(timed->Wait());
     EXPECT_EQ(2u, timed->m_uCount);
     for (unsigned int u = 0; u < g_uMAX_COUNT; ++u) timed->Signal(u % 2 == 0);
     EXPECT_EQ(g_uMAX_COUNT, timed->m_uCount);
-
-    const CGuarded<CSemaphore> untimed(3u, g_uMAX_COUNT, false);
-    EXPECT_EQ(3u, untimed->m_uCount);
-    EXPECT_EQ(g_uMAX_COUNT, untimed->m_uMaxCount);
-    EXPECT_FALSE(untimed->m_bTimedWait);
 }
 
 TEST(CSemaphoreLayout, WithoutTimedWaitsThePosixSemaphoreCounts)
 {
     const CGuarded<CSemaphore> semaphore(0u, g_uMAX_COUNT, false);
-    EXPECT_EQ(104u, OffsetOf(*semaphore, &CSemaphore::m_sem));
+    EXPECT_FALSE(semaphore->m_bTimedWait);
     EXPECT_FALSE(semaphore->Wait(0));
     ASSERT_EQ(0, sem_post(&semaphore->m_sem));
     EXPECT_TRUE(semaphore->Wait());
@@ -93,16 +68,11 @@ TEST(CSemaphoreLayout, WithoutTimedWaitsThePosixSemaphoreCounts)
     int nCount = 0;
     ASSERT_EQ(0, sem_getvalue(&semaphore->m_sem, &nCount));
     EXPECT_EQ(2, nCount);
-    EXPECT_TRUE(semaphore->Wait(0));
-    EXPECT_TRUE(semaphore->Wait(g_uFOR_EVER));
-    EXPECT_FALSE(semaphore->Wait(1)) << "a time-out needs timed waits";
 }
 
 TEST(CSemaphoreLayout, WithTimedWaitsWaitersSleepOnTheConditionVariableUnderTheMutex)
 {
     const CGuarded<CSemaphore> semaphore(0u, g_uMAX_COUNT, true);
-    EXPECT_EQ(16u, OffsetOf(*semaphore, &CSemaphore::m_mutex));
-    EXPECT_EQ(56u, OffsetOf(*semaphore, &CSemaphore::m_cond));
     bool bAcquired = false;
     std::thread waiter([&] { bAcquired = semaphore->Wait(g_uFOR_EVER); });
     AwaitWaiter(*semaphore);
@@ -116,39 +86,20 @@ TEST(CSemaphoreLayout, WithTimedWaitsWaitersSleepOnTheConditionVariableUnderTheM
     EXPECT_FALSE(semaphore->Wait(1));
 }
 
-TEST(CSemaphoreLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
-{
-    const CSemaphore semaphore(0, g_uMAX_COUNT, true);
-    EXPECT_TRUE(HasDestructorsAlone(&semaphore, "10CSemaphore"));
-    EXPECT_EQ(144u, SizeToldByDelete(new CSemaphore(0, g_uMAX_COUNT, true)));
-}
-
 TEST(CBinarySemaphoreLayout, IsOneSemaphoreOfMaximumOneAndNothingElse)
 {
     static_assert(sizeof(CBinarySemaphore) == sizeof(CSemaphore) && CBinarySemaphore::eFREE == 1);
     const CGuarded<CBinarySemaphore> semaphore(CBinarySemaphore::eFREE, true);
-    EXPECT_EQ("CSemaphore::~CSemaphore()", FunctionInSlot(&*semaphore, 0));
-    EXPECT_EQ(1u, semaphore->m_sem.m_uCount);
-    EXPECT_EQ(1u, semaphore->m_sem.m_uMaxCount);
-    EXPECT_TRUE(semaphore->m_sem.m_bTimedWait);
+    ExpectBinary(1, *semaphore);
     EXPECT_TRUE(semaphore->Wait());
-    EXPECT_EQ(0u, semaphore->m_sem.m_uCount);
+    ExpectBinary(0, *semaphore);
     EXPECT_FALSE(semaphore->Wait(1));
     semaphore->Signal(true);
     semaphore->Signal(false);
-    EXPECT_EQ(1u, semaphore->m_sem.m_uCount);
-    EXPECT_TRUE(semaphore->Wait(0));
-    EXPECT_FALSE(semaphore->Wait(0));
-}
-
-TEST(CBinarySemaphoreLayout, TakenWithoutTimedWaitsItStillUsesTheConditionVariable)
-{
-    const CGuarded<CBinarySemaphore> semaphore(CBinarySemaphore::eTAKEN, false);
-    EXPECT_EQ(0u, semaphore->m_sem.m_uCount);
-    EXPECT_EQ(1u, semaphore->m_sem.m_uMaxCount);
-    EXPECT_FALSE(semaphore->m_sem.m_bTimedWait);
-    semaphore->Signal(false);
-    EXPECT_EQ(1u, semaphore->m_sem.m_uCount);
-    EXPECT_TRUE(semaphore->Wait(g_uFOR_EVER));
-    EXPECT_EQ(0u, semaphore->m_sem.m_uCount);
+    ExpectBinary(1, *semaphore);
+    const CGuarded<CBinarySemaphore> untimed(CBinarySemaphore::eTAKEN, false);
+    EXPECT_EQ(0u, untimed->m_sem.m_uCount);
+    EXPECT_FALSE(untimed->m_sem.m_bTimedWait);
+    untimed->Signal(false);
+    EXPECT_EQ(1u, untimed->m_sem.m_uCount) << "on the condition variable all the same";
 }

@@ -1,10 +1,9 @@
-#include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/guarded.h"
 #include "tests/abi/old_allocator.h"
 #include "tests/abi/old_crypto.h"
-#include "tests/abi/old_singleton.h"
+#include "tests/abi/old_hash.h"
 #include "tests/abi/told_size.h"
+#include "tests/support/derived.h"
 
 QvResult InitializeCSingleton();
 void FinalizeCSingleton();
@@ -12,63 +11,59 @@ void FinalizeCSingleton();
 TEST(CSingletonLayout, TheBaseHoldsOneMutexForAllInItsStaticStorage)
 {
     static_assert(sizeof(CSingletonBase) == 1);
-    ASSERT_NE(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), static_cast<void*>(CSingletonBase::ms_pmutex));
-    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CSingletonBase::ms_auMutex, 0));
-    CSingletonBase::ms_pmutex->Lock();
-    CSingletonBase::ms_pmutex->Unlock();
-}
-
-TEST(CSingletonLayout, TheModuleGoesDownAndUpUnderBothOfItsNames)
-{
-    FinalizeCSingleton();
-    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());
-    EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
-    CSingletonBase::FinalizeCSingletonBase();
-    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
-    EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
+    for (const SModuleFunctions& rPair :
+         {SModuleFunctions{InitializeCSingleton, FinalizeCSingleton},
+          SModuleFunctions{CSingletonBase::InitializeCSingletonBase, CSingletonBase::FinalizeCSingletonBase}})
+    {
+        rPair.pfnFinalize();
+        EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
+        ASSERT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), static_cast<void*>(CSingletonBase::ms_pmutex));
+        EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CSingletonBase::ms_auMutex, 0));
+        EXPECT_TRUE(IsFree(*CSingletonBase::ms_pmutex));
+    }
 }
 
 TEST(CSingletonLayout, HasTheTwoDestructorsAsItsVirtualFunctionsAndNoField)
 {
     static_assert(sizeof(CSingleton<CCrypto>) == 8 && sizeof(CSingleton<CDefaultAllocator>) == 8);
     const CGuarded<CSingleton<CCrypto>> ofCrypto;
-    const CGuarded<CSingleton<CDefaultAllocator>> ofDefaultAllocator;
-    EXPECT_TRUE(HasDestructorsAlone(&*ofCrypto, "10CSingletonI7CCryptoE"));
-    EXPECT_TRUE(HasDestructorsAlone(&*ofDefaultAllocator, "10CSingletonI17CDefaultAllocatorE"));
-    EXPECT_EQ(8u, SizeToldByDelete(new CSingleton<CCrypto>));
-    EXPECT_EQ(8u, SizeToldByDelete(new CSingleton<CDefaultAllocator>));
+    const CGuarded<CDerived<CSingleton<CDefaultAllocator>>> ofDefaultAllocator;
+    ExpectDestructorsAlone<CSingleton<CCrypto>>("10CSingletonI7CCryptoE");
+    ExpectDestructorsAlone<CSingleton<CDefaultAllocator>>("10CSingletonI17CDefaultAllocatorE");
 }
 
-TEST(CSingletonCalls, TheOneInstanceIsMadeOnFirstUseAndMadeAnewAfterItsDestruction)
+TEST(CCryptoLayout, HasTheMutexRightBehindTheSingletonBase)
 {
-    CSingleton<CCrypto>::DestroyInstance();
-    EXPECT_EQ(nullptr, CSingleton<CCrypto>::ms_pInstance);
+    static_assert(sizeof(CMutex) == 48 && sizeof(CCrypto) == 56);
+    ExpectDestructorsAlone<CCrypto>("7CCrypto");
+    CCrypto crypto;
+    EXPECT_TRUE(HasDestructorsAlone(&crypto.m_mutex, "6CMutex"));
+    crypto.Enter();
+    EXPECT_FALSE(IsFree(crypto.m_mutex));
+    crypto.Exit();
+    EXPECT_TRUE(IsFree(crypto.m_mutex));
+}
+
+TEST(CCryptoCalls, TheOneInstanceIsMadeOnFirstUseAndByTheDrawOfEitherInitialiser)
+{
+    for (const SModuleFunctions& rPair : {SModuleFunctions{InitializeCCrypto, FinalizeCCrypto},
+                                          SModuleFunctions{CCrypto::InitializeCCrypto, CCrypto::FinalizeCCrypto},
+                                          SModuleFunctions{InitializeCCrypto, CSingleton<CCrypto>::DestroyInstance}})
+    {
+        rPair.pfnFinalize();
+        EXPECT_EQ(nullptr, CSingleton<CCrypto>::ms_pInstance);
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
+        ASSERT_NE(nullptr, CSingleton<CCrypto>::ms_pInstance);
+        EXPECT_EQ(CSingleton<CCrypto>::ms_pInstance, CSingleton<CCrypto>::Instance());
+    }
     CSingleton<CCrypto>::DestroyInstance();
     CCrypto* const pCrypto = CSingleton<CCrypto>::Instance();
-    ASSERT_NE(nullptr, pCrypto);
     EXPECT_EQ(pCrypto, CSingleton<CCrypto>::ms_pInstance);
-    EXPECT_EQ(pCrypto, CSingleton<CCrypto>::Instance());
     EXPECT_EQ("CCrypto::~CCrypto()", FunctionInSlot(pCrypto, 0));
 }
 
-TEST(CSingletonCalls, TheDefaultAllocatorExistsOnceTheFrameworkIsUp)
+TEST(CHashSlots, AreTheDestructorsThenEightPureOperations)
 {
-    ASSERT_NE(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
-    EXPECT_EQ(CSingleton<CDefaultAllocator>::ms_pInstance, CSingleton<CDefaultAllocator>::Instance());
-    EXPECT_EQ("CDefaultAllocator::~CDefaultAllocator()", FunctionInSlot(CSingleton<CDefaultAllocator>::Instance(), 0));
-}
-
-TEST(CSingletonCalls, TheDefaultAllocatorCanBeDestroyedAndMadeAnew)
-{
-    CFrameworkInitializer::Finalize();
-    ASSERT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
-    ASSERT_EQ(QV_RES_OK, InitializeCSingleton());
-    EXPECT_NE(nullptr, CSingleton<CDefaultAllocator>::Instance());
-    CSingleton<CDefaultAllocator>::DestroyInstance();
-    EXPECT_EQ(nullptr, CSingleton<CDefaultAllocator>::ms_pInstance);
-    FinalizeCSingleton();
-    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ("--pppppppp", PureSlots("_ZTV5CHash"));
 }

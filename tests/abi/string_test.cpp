@@ -1,13 +1,12 @@
 #include <cstdarg>
 #include <memory>
 
-#include "tests/abi/exports.h"
 #include "tests/abi/foreign_source.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/module_functions.h"
 #include "tests/abi/old_marshaler.h"
 #include "tests/abi/old_mutex.h"
 #include "tests/abi/old_string.h"
+#include "tests/abi/told_size.h"
 #include "tests/support/derived.h"
 
 namespace
@@ -36,54 +35,22 @@ protected:
 };
 }  // namespace
 
-TEST(CStringLayout, ObjectIsAVirtualTableAndAPointerToTheBlock)
+TEST(CStringLayout, ObjectIsAVirtualTableAndAPointerToABlockThatBeginsWithThreeShortWords)
 {
-    static_assert(sizeof(CString) == 16);
-    CString string("text");
-    EXPECT_EQ(string.CStr(), LoadAt<const char*>(&string, 8) + 6);
-    EXPECT_EQ(0, OffsetToTop(&string));
-}
-
-TEST(CStringLayout, BlockCountsSharesRoomAndCharactersInThreeShortWords)
-{
-    CString string("abc");
+    static_assert(sizeof(CString) == 16 && sizeof(CString::SStringInfo) == 8);
+    ExpectDestructorsAlone<CString>("7CString");
+    const CString string("abc");
     const CString share(string);
-    const void* const pvBlock = LoadAt<const void*>(&string, 8);
-    EXPECT_EQ(2, LoadAt<unsigned short>(pvBlock, 0));
-    EXPECT_EQ(32, LoadAt<unsigned short>(pvBlock, 2));
-    EXPECT_EQ(3, LoadAt<unsigned short>(pvBlock, 4));
-    EXPECT_EQ((std::vector<unsigned char>{'a', 'b', 'c', 0}), BytesAt(pvBlock, 6, 4));
+    ExpectBlock(2, 32, "abc", share);
+    EXPECT_EQ(string.CStr(), string.m_pstInfo->m_acCharacters);
 }
 
-TEST(CStringLayout, DestructorIsTheOnlyVirtualOperation)
-{
-    const CString string;
-    EXPECT_TRUE(HasDestructorsAlone(&string, "7CString"));
-}
-
-TEST(CStringStatics, ReachTheirStaticStorage)
-{
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(CString::ms_pmutex), CString::ms_auMutex);
-    EXPECT_EQ(sizeof(CMutex), SizeOfDatum(CString::ms_auMutex));
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(CString::ms_pstEmptyStringInfo), CString::ms_auEmptyStringInfo);
-    EXPECT_EQ(8u, SizeOfDatum(CString::ms_auEmptyStringInfo));
-    EXPECT_NE(nullptr, CString::ms_pAllocator);
-}
-
-TEST(CStringStatics, EmptyBlockIsSharedAndNeverCounted)
-{
-    const CString first;
-    const CString second(first);
-    EXPECT_EQ(CString::ms_pstEmptyStringInfo, first.m_pstInfo);
-    EXPECT_EQ(CString::ms_pstEmptyStringInfo, second.m_pstInfo);
-    EXPECT_EQ(std::vector<unsigned char>(7), BytesAt(CString::ms_pstEmptyStringInfo, 0, 7));
-}
-
-TEST(CStringStatics, ModuleFunctionsTakeThemDownAndBringThemUp)
+TEST(CStringStatics, ReachTheirStaticStorageWhileTheModuleIsUp)
 {
     static constexpr SModuleFunctions aPairs[] = {{&InitializeCString, &FinalizeCString},
                                                   {&CString::InitializeCString, &CString::FinalizeCString}};
-    IAllocator* const pAllocator = CString::ms_pAllocator;
+    EXPECT_EQ(sizeof(CMutex), SizeOfDatum(CString::ms_auMutex));
+    EXPECT_EQ(8u, SizeOfDatum(CString::ms_auEmptyStringInfo));
     for (const SModuleFunctions& rPair : aPairs)
     {
         rPair.pfnFinalize();
@@ -92,8 +59,12 @@ TEST(CStringStatics, ModuleFunctionsTakeThemDownAndBringThemUp)
         EXPECT_EQ(nullptr, CString::ms_pstEmptyStringInfo);
         EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
         EXPECT_EQ(reinterpret_cast<unsigned char*>(CString::ms_pmutex), CString::ms_auMutex);
-        EXPECT_EQ(pAllocator, CString::ms_pAllocator);
+        EXPECT_EQ(DefaultAllocator(), CString::ms_pAllocator);
         EXPECT_EQ(reinterpret_cast<unsigned char*>(CString::ms_pstEmptyStringInfo), CString::ms_auEmptyStringInfo);
+        const CString first;
+        const CString second(first);
+        EXPECT_EQ(CString::ms_pstEmptyStringInfo, second.m_pstInfo);
+        EXPECT_EQ(std::vector<unsigned char>(7), BytesAt(CString::ms_pstEmptyStringInfo, 0, 7)) << "never counted";
     }
 }
 
@@ -102,10 +73,6 @@ TEST(CStringConstruction, FillsTheBlock)
     ExpectBlock(0, 0, "", CString());
     ExpectBlock(1, 32, "text", CString("text"));
     ExpectBlock(1, 32, "te", CString("text", 2));
-    const CString source("text");
-    const CString copy(source);
-    EXPECT_EQ(source.m_pstInfo, copy.m_pstInfo);
-    ExpectBlock(2, 32, "text", copy);
 }
 
 TEST(CStringConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
@@ -120,15 +87,6 @@ TEST(CStringConstruction, ServesADerivedClassThatIsDeletedThroughItsBase)
     ExpectBlock(2, 32, "text", source);
     pShare.reset();
     EXPECT_EQ(1u, CDerived<CString>::ms_uDestroyed);
-    ExpectBlock(1, 32, "text", source);
-}
-
-TEST(CStringConstruction, DeletingDestructorGivesTheShareBack)
-{
-    const CString source("text");
-    std::unique_ptr<CString> pShare = std::make_unique<CString>(source);
-    ExpectBlock(2, 32, "text", source);
-    pShare.reset();
     ExpectBlock(1, 32, "text", source);
 }
 
@@ -190,7 +148,6 @@ TEST(CStringEditing, ChangesTextAndRoom)
     ExpectBlock(1, 32, "yzbccd", string);
     EXPECT_EQ(QV_RES_OK, string.Insert(6, 3, 'y'));
     ExpectBlock(1, 32, "yzbccdyyy", string);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, string.Insert(10, 1, 'y'));
     string.Erase(1, 1);
     ExpectBlock(1, 32, "ybccdyyy", string);
     string.TrimLeftSide('y');
@@ -240,7 +197,6 @@ TEST(CStringFormat, TakesArgumentsAndArgumentLists)
     ExpectBlock(1, 32, "atext-42", string);
     EXPECT_EQ(QV_RES_OK, FormatArguments(&string, 0, "%d %s", 7, "seven"));
     ExpectBlock(1, 32, "7 seven", string);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, FormatArguments(&string, 8, "%d", 7));
 }
 
 TEST(CStringInternals, CountSharesAndMakeThemPrivate)
@@ -278,31 +234,17 @@ TEST(CStringInternals, NullTextIsTheExportedEmptyOne)
 
 TEST_F(CLentMemory, IsAskedForOneBlockOfEightBytesMoreThanTheCapacity)
 {
-    CString string("text");
-    EXPECT_EQ(1u, m_source.m_uAllocatedCount);
-    EXPECT_EQ(32u + 8u, m_source.m_uAllocatedSize);
-    EXPECT_FALSE(m_source.m_bLastAsked);
-    EXPECT_EQ(QV_RES_OK, string.ReserveCapacity(65505));
-    EXPECT_EQ(65535u + 8u, m_source.m_uAllocatedSize);
-    EXPECT_EQ(65535u, string.GetCapacity());
-}
-
-TEST_F(CLentMemory, GetsEveryBlockBackAsAChainOfOneWithEightBytes)
-{
     {
-        const CString string("text");
+        CString string("text");
+        EXPECT_EQ(1u, m_source.m_uAllocatedCount);
+        EXPECT_EQ(32u + 8u, m_source.m_uAllocatedSize);
+        EXPECT_EQ(QV_RES_OK, string.ReserveCapacity(65505));
+        EXPECT_EQ(65535u + 8u, m_source.m_uAllocatedSize);
+        m_source.m_bRefusing = true;
+        EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CString("").ReserveCapacity(1));
     }
-    EXPECT_EQ(8u, m_source.m_uReleasedCount);
+    EXPECT_EQ(8u, m_source.m_uReleasedCount) << "every block goes back as a chain of one, with 8 bytes";
     EXPECT_EQ(1u, m_source.m_uReleasedBlocks);
-}
-
-TEST_F(CLentMemory, RefusalIsReportedAndChangesNothing)
-{
-    CString string("text");
-    m_source.m_bRefusing = true;
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, string.ReserveCapacity(33));
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, string.Insert(0, 40, 'x'));
-    ExpectBlock(1, 32, "text", string);
 }
 
 TEST(CStringSerialisation, IsAShortLengthAndTheCharacters)

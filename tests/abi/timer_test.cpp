@@ -1,9 +1,6 @@
 #include <unistd.h>
 
-#include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
-#include "tests/abi/guarded.h"
-#include "tests/abi/module_functions.h"
 #include "tests/abi/old_timer.h"
 #include "tests/abi/told_size.h"
 
@@ -18,10 +15,8 @@ constexpr unsigned long g_uPERIOD_MS = 1UL << 40;  // more than 32 bits hold
 TEST(CTimerLayout, ATimerIsIdleWithAFreeSemaphoreBehindTwoTimes)
 {
     static_assert(sizeof(CTimer) == 168);
+    ExpectDestructorsAlone<CTimer>("6CTimer");
     const CGuarded<CTimer> timer;
-    EXPECT_EQ(8u, OffsetOf(*timer, &CTimer::m_uNextMs));
-    EXPECT_EQ(16u, OffsetOf(*timer, &CTimer::m_uPeriodMs));
-    EXPECT_EQ(24u, OffsetOf(*timer, &CTimer::m_semStop));
     EXPECT_EQ(0UL, timer->m_uNextMs);
     EXPECT_EQ(0UL, timer->m_uPeriodMs);
     ExpectBinary(1, timer->m_semStop);
@@ -36,8 +31,6 @@ TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
     EXPECT_GE(CTimer::GetSystemUpTimeMs(), timer->m_uNextMs);
     EXPECT_EQ(g_uPERIOD_MS, timer->m_uPeriodMs);
     ExpectBinary(0, timer->m_semStop);
-    EXPECT_FALSE(timer->StartCyclicWait(1));
-
     const unsigned long uLate = timer->m_uNextMs - 2 * g_uPERIOD_MS;
     timer->m_uNextMs = uLate;
     EXPECT_TRUE(timer->CyclicWait(false));
@@ -47,24 +40,6 @@ TEST(CTimerLayout, ACycleIsKeptInTheFieldsAndFollowsThem)
     EXPECT_EQ(0UL, timer->m_uNextMs);
     EXPECT_EQ(0UL, timer->m_uPeriodMs);
     ExpectBinary(1, timer->m_semStop);
-}
-
-TEST(CTimerLayout, AStoppedWaitGivesTheSemaphoreBack)
-{
-    const CGuarded<CTimer> timer;
-    ASSERT_TRUE(timer->StartCyclicWait(g_uPERIOD_MS));
-    timer->m_semStop.Signal(false);
-    const unsigned long uNextMs = timer->m_uNextMs;
-    EXPECT_FALSE(timer->CyclicWait(true));
-    EXPECT_EQ(uNextMs + g_uPERIOD_MS, timer->m_uNextMs);
-    ExpectBinary(1, timer->m_semStop);
-}
-
-TEST(CTimerLayout, HasTheTwoDestructorsAsItsVirtualFunctions)
-{
-    const CTimer timer;
-    EXPECT_TRUE(HasDestructorsAlone(&timer, "6CTimer"));
-    EXPECT_EQ(168u, SizeToldByDelete(new CTimer));
 }
 
 TEST(CTimerLayout, TheUpTimeIsTakenFromTheExportedTicks)
@@ -92,30 +67,21 @@ TEST(CTimerLayout, StaticsHaveTheirWidths)
     EXPECT_TRUE(HasItsSize(CTimer::ms_ausemWait));
 }
 
-TEST(CTimerLayout, TheModuleBuildsItsLocksInStaticStorage)
+TEST(CTimerModule, BuildsItsLocksInStaticStorageUnderBothOfItsNames)
 {
-    EXPECT_EQ(static_cast<void*>(CTimer::ms_aumutexThreadingProtection),
-              static_cast<void*>(CTimer::ms_pmutexThreadingProtection));
-    EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CTimer::ms_aumutexThreadingProtection, 0));
-    EXPECT_EQ(static_cast<void*>(CTimer::ms_ausemWait), static_cast<void*>(CTimer::ms_psemWait));
-    ExpectBinary(0, *CTimer::ms_psemWait);
-}
-
-/// Takes the module down and up and looks at its statics on the way.
-void ExpectDownAndUp(const SModuleFunctions& rModule)
-{
-    rModule.pfnFinalize();
-    EXPECT_EQ(nullptr, CTimer::ms_pmutexThreadingProtection);
-    EXPECT_EQ(nullptr, CTimer::ms_psemWait);
-    EXPECT_EQ(QV_RES_OK, rModule.pfnInitialize());
-    EXPECT_NE(nullptr, CTimer::ms_pmutexThreadingProtection);
-    EXPECT_NE(nullptr, CTimer::ms_psemWait);
-    EXPECT_EQ(0UL, CTimer::ms_uSysUpTimeTick);
-    EXPECT_EQ(0u, CTimer::ms_uLastSysUpTimeTick);
-}
-
-TEST(CTimerLayout, TheModuleGoesDownAndUpUnderBothOfItsNames)
-{
-    ExpectDownAndUp({InitializeCTimer, FinalizeCTimer});
-    ExpectDownAndUp({CTimer::InitializeCTimer, CTimer::FinalizeCTimer});
+    for (const SModuleFunctions& rPair : {SModuleFunctions{InitializeCTimer, FinalizeCTimer},
+                                          SModuleFunctions{CTimer::InitializeCTimer, CTimer::FinalizeCTimer}})
+    {
+        rPair.pfnFinalize();
+        EXPECT_EQ(nullptr, CTimer::ms_pmutexThreadingProtection);
+        EXPECT_EQ(nullptr, CTimer::ms_psemWait);
+        EXPECT_EQ(QV_RES_OK, rPair.pfnInitialize());
+        EXPECT_EQ(static_cast<void*>(CTimer::ms_aumutexThreadingProtection),
+                  static_cast<void*>(CTimer::ms_pmutexThreadingProtection));
+        EXPECT_EQ("CMutex::~CMutex()", FunctionInSlot(CTimer::ms_aumutexThreadingProtection, 0));
+        EXPECT_EQ(static_cast<void*>(CTimer::ms_ausemWait), static_cast<void*>(CTimer::ms_psemWait));
+        ExpectBinary(0, *CTimer::ms_psemWait);
+        EXPECT_EQ(0UL, CTimer::ms_uSysUpTimeTick);
+        EXPECT_EQ(0u, CTimer::ms_uLastSysUpTimeTick);
+    }
 }

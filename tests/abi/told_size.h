@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <new>
 
+#include "tests/abi/exports.h"
 #include "tests/abi/guarded.h"
 
 // One per program, since it replaces a global operator.
@@ -34,6 +35,16 @@ std::size_t SizeToldByDelete(Object* pObject)
 #endif
     delete &OfUnknownOrigin(*pObject);
     return g_uDeletedSize;
+}
+
+/// Expects of a class, known by its mangled name, that its objects are as large as this program declares them, and have
+/// their destructor alone as a virtual function.
+template <typename Object, typename... Arguments>
+void ExpectDestructorsAlone(const char* pszMangled, Arguments... arguments)
+{
+    const Object object(arguments...);  // its destructor is called by name, the other one through its slot
+    EXPECT_TRUE(HasDestructorsAlone(&object, pszMangled));
+    EXPECT_EQ(sizeof(Object), SizeToldByDelete(new Object(arguments...)));
 }
 
 #endif

@@ -14,7 +14,7 @@ namespace
 namespace chrono = std::chrono;
 
 /// The Julian day number that begins at noon of 1 January 1970.
-constexpr int g_nEpoch = 2440588;
+constexpr int g_nEPOCH = 2440588;
 
 chrono::sys_days Date(int nYear, unsigned int uMonth, unsigned int uDay)
 {
@@ -23,7 +23,7 @@ chrono::sys_days Date(int nYear, unsigned int uMonth, unsigned int uDay)
 
 unsigned int JulianDayOf(chrono::sys_days day)
 {
-    return static_cast<unsigned int>(static_cast<int>(day.time_since_epoch().count()) + g_nEpoch);
+    return static_cast<unsigned int>(static_cast<int>(day.time_since_epoch().count()) + g_nEPOCH);
 }
 
 struct SFields
@@ -51,6 +51,7 @@ void ExpectDaysBothWays(chrono::sys_days first, chrono::sys_days last)
         ASSERT_EQ(static_cast<unsigned int>(date.month()), fields.uMonth) << uJulianDay;
         ASSERT_EQ(static_cast<unsigned int>(date.day()), fields.uDay) << uJulianDay;
         ASSERT_EQ(uJulianDay, CTime::GetJulianDate(fields.uYear, fields.uMonth, fields.uDay));
+        ASSERT_EQ(chrono::weekday(day).c_encoding(), orvel_internal::WeekdayOf(uJulianDay)) << uJulianDay;
     }
 }
 
@@ -111,28 +112,6 @@ TEST(Calendar, MonthsAndDaysOutOfRangeExtendTheFormula)
     EXPECT_EQ(CTime::GetJulianDate(2023, 3, 1) - 91, CTime::GetJulianDate(2023, 0, 1));
 }
 
-TEST(Calendar, KnownDaysHaveTheirNumbers)
-{
-    EXPECT_EQ(2451545u, CTime::GetJulianDate(2000, 1, 1));
-    EXPECT_EQ(2440588u, CTime::GetJulianDate(1970, 1, 1));
-    EXPECT_EQ(2299161u, CTime::GetJulianDate(1582, 10, 15));  // where the calendar was introduced
-    EXPECT_EQ(2400001u, CTime::GetJulianDate(1858, 11, 17));  // day 0 of the Modified Julian Day
-    EXPECT_EQ(2000u, FieldsOf(2451545).uYear);
-    EXPECT_EQ(1970u, FieldsOf(2440588).uYear);
-}
-
-TEST(Calendar, ANullOutputIsSkipped)
-{
-    SFields fields;
-    CTime::GetGregorianDate(2460380, &fields.uYear, nullptr, nullptr);
-    CTime::GetGregorianDate(2460380, nullptr, &fields.uMonth, nullptr);
-    CTime::GetGregorianDate(2460380, nullptr, nullptr, &fields.uDay);
-    CTime::GetGregorianDate(2460380, nullptr, nullptr, nullptr);
-    EXPECT_EQ(2024u, fields.uYear);
-    EXPECT_EQ(3u, fields.uMonth);
-    EXPECT_EQ(10u, fields.uDay);
-}
-
 TEST(Calendar, DaysOfNo16BitYearAreSafe)
 {
     for (const unsigned int uDay : {0u, 1u, 1721059u, 30000000u, 0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFFu})
@@ -152,30 +131,6 @@ TEST(Calendar, LeapYearsAreThoseOfTheStandardLibrary)
     }
     EXPECT_TRUE(CTimeZone::IsLeapYear(65200));
     EXPECT_FALSE(CTimeZone::IsLeapYear(65300));
-}
-
-/// The weekday by the published congruence, with the same names.
-unsigned int Congruence(const chrono::year_month_day& rDate)
-{
-    const int Y = static_cast<int>(rDate.year());
-    const int M = static_cast<int>(static_cast<unsigned int>(rDate.month()));
-    const int D = static_cast<int>(static_cast<unsigned int>(rDate.day()));
-    const int m = (M + 9) % 12 + 1;
-    const int y = M < 3 ? Y - 1 : Y;
-    const int C = y / 100;
-    const int YY = y - 100 * C;
-    const int w1 = ((26 * m - 2) / 10 + 1 + YY + YY / 4 + C / 4 - 2 * C) % 7;
-    return static_cast<unsigned int>(((w1 + 7) % 7 + (D - 1) % 7) % 7);
-}
-
-TEST(Calendar, EveryDayFrom1600To2999HasItsWeekday)
-{
-    for (chrono::sys_days day = Date(1600, 3, 1); day <= Date(2999, 12, 31); day += chrono::days(1))
-    {
-        const unsigned int uWeekday = orvel_internal::WeekdayOf(JulianDayOf(day));
-        ASSERT_EQ(chrono::weekday(day).c_encoding(), uWeekday) << JulianDayOf(day);
-        ASSERT_EQ(Congruence(chrono::year_month_day(day)), uWeekday) << JulianDayOf(day);
-    }
 }
 
 TEST(Calendar, TheDaysBeforeAMonthAreThoseOfTheStandardLibrary)

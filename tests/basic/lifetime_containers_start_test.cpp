@@ -54,7 +54,7 @@ struct SUse
     void (*pfnUse)();
 };
 
-const SUse g_aUses[] = {
+const SUse g_aUSES[] = {
     {"CBlockAllocator", "CBlockAllocator", [] { CBlockAllocator allocator(8, nullptr); }},
     {"CVectorBase", "CVector", [] { CVectorBase vector(4, nullptr); }},
     {"CVectorBaseOfBytes", "CVector", [] { CVectorBase vector(4, false, nullptr); }},
@@ -120,7 +120,6 @@ struct SBeforeMain
 class CContainersLifetimeDeathTest : public testing::TestWithParam<SUse>
 {
 };
-using CLeftOverTreeDeathTest = CContainersLifetimeDeathTest;
 }  // namespace
 
 TEST_P(CContainersLifetimeDeathTest, BeforeTheStartUpTheClassIsNamed)
@@ -139,7 +138,7 @@ TEST_P(CContainersLifetimeDeathTest, AfterTheShutDownTheClassIsNamed)
         testing::KilledBySignal(SIGABRT), Exactly(DownAgain(GetParam().pszClass)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, CContainersLifetimeDeathTest, testing::ValuesIn(g_aUses),
+INSTANTIATE_TEST_SUITE_P(Every, CContainersLifetimeDeathTest, testing::ValuesIn(g_aUSES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CContainersLifetime, AContainerInStaticStorageEndsTheProgramBeforeMain)
@@ -167,17 +166,42 @@ TEST(CContainersLifetime, WithASourceOfTheirOwnVectorsAndListsNeedNoFramework)
     EXPECT_EQ(9, *list.GetAt(9));
 }
 
+TEST(CContainersLifetime, TheDefaultAllocatorEndsWithTheFramework)
+{
+    class CProbe : public CDefaultAllocator
+    {
+    public:
+        using CSingleton<CDefaultAllocator>::ms_pInstance;
+    };
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    {
+        const CBlockAllocator blocks(8, nullptr);
+    }
+    EXPECT_NE(nullptr, CProbe::ms_pInstance);
+    CFrameworkInitializer::Finalize();
+    EXPECT_EQ(nullptr, CProbe::ms_pInstance);
+}
+
+TEST(CContainersLifetime, AnEmptyTreeMayBeDestroyedAfterTheShutDown)
+{
+    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    std::optional<CAATree<int>> tree(std::in_place);
+    ASSERT_EQ(QV_RES_OK, tree->Insert(1));
+    tree->EraseAll();
+    ASSERT_EQ(QV_RES_OK, tree->ReduceCapacity(0));
+    CFrameworkInitializer::Finalize();
+    tree.reset();
+}
+
 TEST(CLeftOverTreeDeathTest, IsNotSearchedNorFilledAfterTheShutDown)
 {
-    const std::string strPattern = Exactly(DownAgain("CAATree"));
-    const auto abortsWithALine = testing::KilledBySignal(SIGABRT);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Insert(1); }), abortsWithALine, strPattern);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Insert(1, [](int, int) { return 0; }); }), abortsWithALine,
-                strPattern);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.Allocate(); }), abortsWithALine, strPattern);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { rTree.EraseElement(1); }), abortsWithALine, strPattern);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1)); }), abortsWithALine,
-                strPattern);
-    EXPECT_EXIT(UseLeftOver([](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1, [](int, int) { return 0; })); }),
-                abortsWithALine, strPattern);
+    void (*const apfnUses[])(CAATree<int>&) = {[](CAATree<int>& rTree) { rTree.Insert(1); },
+                                               [](CAATree<int>& rTree) { rTree.Insert(1, [](int, int) { return 0; }); },
+                                               [](CAATree<int>& rTree) { rTree.Allocate(); },
+                                               [](CAATree<int>& rTree) { rTree.EraseElement(1); },
+                                               [](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1)); },
+                                               [](CAATree<int>& rTree)
+                                               { static_cast<void>(rTree.Find(1, [](int, int) { return 0; })); }};
+    for (const auto pfnUse : apfnUses)
+        EXPECT_EXIT(UseLeftOver(pfnUse), testing::KilledBySignal(SIGABRT), Exactly(DownAgain("CAATree")));
 }

@@ -27,6 +27,7 @@ struct SLeftOver
     CString strEmpty;
     CTimeZone zone{pszTIMEZONE_NA_EASTERN};
     CMarshaler marshaler;
+    CTime time;
 };
 std::optional<SLeftOver> g_leftOver;
 
@@ -54,7 +55,7 @@ void InsertBytes(CMarshaler& rMarshaler, unsigned int uSize)
     rMarshaler.Insert(auBytes, uSize);
 }
 
-const SUse g_astUses[] = {
+const SUse g_astUSES[] = {
     {"String", "CString", Make<CString>},
     {"StringOfAText", "CString", [] { const CString str("text"); }},
     {"StringOfCharacters", "CString", [] { const CString str("text", 4); }},
@@ -104,7 +105,7 @@ const SUse g_astUses[] = {
 };
 
 /// Uses of what was made while the framework was up.
-const SUse g_astLateUses[] = {
+const SUse g_astLATE_USES[] = {
     {"StringCopied", "CString", [] { const CString str(g_leftOver->strText); }},
     {"EmptyStringCopied", "CString", [] { const CString str(g_leftOver->strEmpty); }},
     {"StringAssigned", "CString", [] { g_leftOver->strEmpty = g_leftOver->strText; }},
@@ -115,6 +116,7 @@ const SUse g_astLateUses[] = {
     {"SharedStringAppendedTo", "CString", [] { g_leftOver->strText += 's'; }},
     {"StringSum", "CString", [] { const CString str(g_leftOver->strText + 's'); }},
     {"MarshalerGrown", "CMarshaler", [] { InsertBytes(g_leftOver->marshaler, 57); }},
+    {"TimeCopied", "CTime", [] { const CTime time(g_leftOver->time); }},
     {"ZoneCopied", "CTimeZone", [] { const CTimeZone zone(g_leftOver->zone); }},
     {"ZoneSet", "CTimeZone", [] { g_leftOver->zone.SetTimeZone("UTC0"); }},
     {"ZoneAssigned", "CTimeZone", [] { g_leftOver->zone = g_leftOver->zone; }},
@@ -168,9 +170,9 @@ TEST_P(CDataTooLate, EndsTheProcessAfterTheShutDown)
     ExpectTheEndAfterTheShutDown();
 }
 
-INSTANTIATE_TEST_SUITE_P(Uses, CDataOutsideLifetime, testing::ValuesIn(g_astUses),
+INSTANTIATE_TEST_SUITE_P(Uses, CDataOutsideLifetime, testing::ValuesIn(g_astUSES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-INSTANTIATE_TEST_SUITE_P(Uses, CDataTooLate, testing::ValuesIn(g_astLateUses),
+INSTANTIATE_TEST_SUITE_P(Uses, CDataTooLate, testing::ValuesIn(g_astLATE_USES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CDataWithoutFramework, ShortMarshalersAndTheCalendarNeedNone)
@@ -193,6 +195,21 @@ TEST(CDataWithoutFramework, APoolThatIsNotSetUpGivesAndTakesNothing)
     unsigned char auBlock[sizeof(CMarshaler)] = {};
     CPool<CMarshaler>::Deallocate(auBlock);
     EXPECT_EQ(0u, CPool<CMarshaler>::ms_uAllocatedCount);
+}
+
+TEST(CDataWithoutFramework, StartUpClearsTheEmptyBlockOfStrings)
+{
+    // In a child: see below.
+    const auto RunAndExit = []
+    {
+        EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+        CString::FinalizeCString();
+        for (unsigned int u = 0; u < 7; ++u) CStringProbe::ms_auEmptyStringInfo[u] = 0xFF;
+        EXPECT_EQ(QV_RES_OK, CString::InitializeCString());
+        for (unsigned int u = 0; u < 7; ++u) EXPECT_EQ(0, CStringProbe::ms_auEmptyStringInfo[u]) << u;
+        std::exit(HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(RunAndExit(), testing::ExitedWithCode(0), "^$");
 }
 
 namespace

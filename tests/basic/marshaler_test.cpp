@@ -4,17 +4,15 @@
 
 #include <algorithm>
 #include <cstring>
-#include <deque>
 #include <memory>
 #include <thread>
 
+#include "framework/basic/marshal_reader.h"
+#include "tests/support/bytes.h"
 #include "tests/support/test_allocator.h"
-#include "tests/support/test_seed.h"
 
 namespace
 {
-using Bytes = std::vector<unsigned char>;
-
 class CPoolProbe : public CPool<CMarshaler>
 {
 public:
@@ -115,7 +113,7 @@ protected:
     CTestAllocator m_allocator;
 };
 
-const unsigned int g_auSizes[] = {0, 1, 2, 55, 56, 57, 58, 143, 144, 145, 199, 200, 231, 232, 233, 320, 321, 1000};
+constexpr unsigned int g_auSIZES[] = {0, 1, 2, 55, 56, 57, 58, 143, 144, 145, 199, 200, 231, 232, 233, 320, 321, 1000};
 }  // namespace
 
 TEST_F(CMarshalerTest, StartsInTheEmptyStateWithoutAllocation)
@@ -123,24 +121,6 @@ TEST_F(CMarshalerTest, StartsInTheEmptyStateWithoutAllocation)
     CMarshaler marshaler;
     ExpectEmptyState(marshaler);
     EXPECT_TRUE(m_allocator.GetRequests().empty());
-}
-
-TEST_F(CMarshalerTest, ThePointersFollowTheBytes)
-{
-    CMarshaler marshaler;
-    Insert(marshaler, Numbered(100));
-    EXPECT_EQ(Part(Numbered(100), 0, 10), Extract(marshaler, 10));
-    const SImage image = ImageOf(marshaler);
-    EXPECT_EQ(0, memcmp(image.auInline, Numbered(56).data(), 56));
-    ASSERT_NE(nullptr, image.puLink);
-    EXPECT_EQ(image.puLink + 44, image.puWrite);
-    EXPECT_EQ(image.puLink + 88, image.puWriteEnd);
-    EXPECT_EQ(InlineOf(marshaler) + 10, image.puRead);
-    EXPECT_EQ(InlineOf(marshaler) + 56, image.puReadEnd);
-    unsigned char* puNext = image.puLink;
-    memcpy(&puNext, image.puWriteEnd, sizeof puNext);
-    EXPECT_EQ(nullptr, puNext);
-    EXPECT_EQ(96u, m_allocator.GetSizeOf(image.puLink));
 }
 
 TEST_F(CMarshalerTest, TheNextSegmentIsTakenOnlyWhenTheNextByteComes)
@@ -161,54 +141,6 @@ TEST_F(CMarshalerTest, TheNextSegmentIsTakenOnlyWhenTheNextByteComes)
         EXPECT_EQ(read.puReadEnd, read.puRead);
         EXPECT_EQ(Bytes{9}, Extract(marshaler, 1));
     }
-}
-
-TEST_F(CMarshalerTest, TwoHundredBytesSpanTheInlineAreaAndTwoSegments)
-{
-    CMarshaler marshaler;
-    Insert(marshaler, Numbered(200));
-    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount);
-    const SImage image = ImageOf(marshaler);
-    EXPECT_EQ(image.puWriteEnd, image.puWrite + 32);
-    EXPECT_EQ(Numbered(200), Extract(marshaler, 200));
-    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount) << "reading returns no segment";
-}
-
-TEST_F(CMarshalerTest, AnyCutOfTheBytesExtractsTheSame)
-{
-    for (const unsigned int uSize : g_auSizes)
-    {
-        for (const unsigned int uPiece : {1u, 2u, 3u, 7u, 55u, 56u, 57u, 87u, 88u, 89u, 150u, 1000u})
-        {
-            SCOPED_TRACE(testing::Message() << uSize << " bytes by " << uPiece);
-            const Bytes bytes = Numbered(uSize);
-            CMarshaler whole;
-            Insert(whole, bytes);
-            CMarshaler pieces;
-            Bytes extracted;
-            for (unsigned int u = 0; u < uSize; u += uPiece)
-                Insert(pieces, Part(bytes, u, std::min(uSize, u + uPiece)));
-            ASSERT_EQ(2 * SegmentsFor(uSize), CPoolProbe::ms_uAllocatedCount);
-            for (unsigned int u = 0; u < uSize; u += uPiece)
-            {
-                const Bytes piece = Extract(whole, std::min(uSize - u, uPiece));
-                extracted.insert(extracted.end(), piece.begin(), piece.end());
-            }
-            ASSERT_EQ(bytes, extracted);
-            ASSERT_EQ(bytes, Extract(pieces, uSize));
-            ASSERT_EQ(0u, whole.GetUnreadSize());
-        }
-    }
-}
-
-TEST_F(CMarshalerTest, IntegersLieInTheHostsByteOrder)
-{
-    CMarshaler marshaler;
-    const unsigned char uByte = 0xA1;
-    const unsigned short uShort = 0x0102;
-    marshaler << 0x01020304u << uShort << uByte << 0x1122334455667788ul;
-    EXPECT_EQ((Bytes{4, 3, 2, 1, 2, 1, 0xA1, 0x88, 0x77, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11}), Extract(marshaler, 15));
-    EXPECT_EQ(0u, marshaler.GetUnreadSize());
 }
 
 TEST_F(CMarshalerTest, IntegersAreReadAsTheyWereWrittenWhereverASegmentEnds)
@@ -238,24 +170,11 @@ TEST_F(CMarshalerTest, IntegersAreReadAsTheyWereWrittenWhereverASegmentEnds)
     }
 }
 
-TEST_F(CMarshalerTest, StoreAndLoadAreInsertAndExtract)
-{
-    CMarshaler marshaler;
-    const Bytes bytes = Numbered(150);
-    marshaler.Store(bytes.data(), 150);
-    EXPECT_EQ(2u, CPoolProbe::ms_uAllocatedCount);
-    Bytes loaded(150);
-    EXPECT_TRUE(marshaler.Load(loaded.data(), 100));
-    EXPECT_TRUE(marshaler.Load(loaded.data() + 100, 50));
-    EXPECT_EQ(bytes, loaded);
-    EXPECT_TRUE(marshaler.Load(loaded.data(), 150)) << "true always";
-}
-
 TEST_F(CMarshalerTest, ClearReturnsTheSegmentsAndTheEmptyState)
 {
     const std::size_t uReleases = m_allocator.GetReleases().size();
     CMarshaler marshaler;
-    for (const unsigned int uSize : g_auSizes)
+    for (const unsigned int uSize : g_auSIZES)
     {
         Insert(marshaler, Numbered(uSize));
         Extract(marshaler, uSize / 2);
@@ -270,23 +189,12 @@ TEST_F(CMarshalerTest, ClearReturnsTheSegmentsAndTheEmptyState)
     EXPECT_EQ(Numbered(100), Extract(marshaler, 100));
 }
 
-TEST_F(CMarshalerTest, DestructionReturnsTheSegments)
-{
-    {
-        CMarshaler marshaler;
-        Insert(marshaler, Numbered(1000));
-        EXPECT_EQ(11u, CPoolProbe::ms_uAllocatedCount);
-    }
-    EXPECT_EQ(0u, CPoolProbe::ms_uAllocatedCount);
-    EXPECT_EQ(11u, CPoolProbe::ms_pBlockAllocator->GetBlockCount());
-}
-
 TEST_F(CMarshalerTest, ACopyHasTheContentAndTheReadPositionOnSegmentsOfItsOwn)
 {
     CMarshaler assigned;
     Insert(assigned, Numbered(300));
     Extract(assigned, 70);
-    for (const unsigned int uSize : g_auSizes)
+    for (const unsigned int uSize : g_auSIZES)
     {
         for (unsigned int uRead = 0; uRead <= uSize; uRead += uSize > 400 ? 43 : 1)
         {
@@ -413,32 +321,12 @@ TEST_F(CMarshalerTest, AReaderThatAnOldProgramMovedPastTheWriterFindsZerosUntilT
         unsigned char* const puRead = InlineOf(marshaler) + 8 + uPast;
         memcpy(reinterpret_cast<unsigned char*>(&marshaler) + offsetof(SImage, puRead), &puRead, sizeof puRead);
         EXPECT_EQ(0u, marshaler.GetUnreadSize());
+        EXPECT_EQ(0u, CMarshalReader(marshaler, 0).GetRemaining());
         unsigned int uValue = 1;
         marshaler >> uValue;
         EXPECT_EQ(0u, uValue);
         EXPECT_EQ(Bytes(100, 0), Extract(marshaler, 100));
         Insert(marshaler, Bytes(uPast, 1));
-        Insert(marshaler, {5, 6, 7});
-        EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
-    }
-}
-
-TEST_F(CMarshalerTest, BehindTheLastSegmentThereAreZeros)
-{
-    for (const unsigned int uSize : {56u, 144u, 232u})
-    {
-        CMarshaler marshaler;
-        Insert(marshaler, Numbered(uSize));
-        Bytes expected = Numbered(uSize);
-        expected.resize(uSize + 300, 0);
-        EXPECT_EQ(expected, Extract(marshaler, uSize + 300));
-        unsigned int uValue = 0xFFFFFFFF;
-        unsigned char uByte = 0xFF;
-        marshaler >> uValue >> uByte;
-        EXPECT_EQ(0u, uValue);
-        EXPECT_EQ(0, uByte);
-        EXPECT_EQ(Bytes(100, 0), Extract(marshaler, 100));
-        EXPECT_EQ(0u, marshaler.GetUnreadSize());
         Insert(marshaler, {5, 6, 7});
         EXPECT_EQ((Bytes{5, 6, 7}), Extract(marshaler, 3));
     }
@@ -453,68 +341,6 @@ TEST_F(CMarshalerTest, ExtractOfNothingLeavesTheReadPosition)
     marshaler.Extract(nullptr, 0);
     const SImage image = ImageOf(marshaler);
     EXPECT_EQ(InlineOf(marshaler) + 56, image.puRead);
-}
-
-TEST_F(CMarshalerTest, GetUnreadSizeCountsAcrossTheSegments)
-{
-    for (const unsigned int uSize : g_auSizes)
-    {
-        CMarshaler marshaler;
-        Insert(marshaler, Numbered(uSize));
-        for (unsigned int uRead = 0; uRead < uSize; ++uRead)
-        {
-            ASSERT_EQ(uSize - uRead, marshaler.GetUnreadSize());
-            Extract(marshaler, 1);
-        }
-        ASSERT_EQ(0u, marshaler.GetUnreadSize());
-    }
-}
-
-TEST_F(CMarshalerTest, SkipPassesNoMoreThanIsUnread)
-{
-    for (const unsigned int uSkip : {0u, 1u, 55u, 56u, 57u, 143u, 144u, 145u, 299u, 300u})
-    {
-        CMarshaler marshaler;
-        Insert(marshaler, Numbered(300));
-        marshaler.Skip(uSkip);
-        ASSERT_EQ(300 - uSkip, marshaler.GetUnreadSize());
-        ASSERT_EQ(Part(Numbered(300), uSkip, 300), Extract(marshaler, 300 - uSkip));
-    }
-    CMarshaler marshaler;
-    Insert(marshaler, Numbered(100));
-    marshaler.Skip(0xFFFFFFFF);
-    EXPECT_EQ(0u, marshaler.GetUnreadSize());
-    Insert(marshaler, {5});
-    EXPECT_EQ(Bytes{5}, Extract(marshaler, 1));
-}
-
-TEST_F(CMarshalerTest, WithoutMemoryTheBytesThatFindNoRoomAreDropped)
-{
-    for (unsigned int uSegments = 0; uSegments <= 3; ++uSegments)
-    {
-        SCOPED_TRACE(testing::Message() << uSegments << " segments");
-        Limit(uSegments);
-        const unsigned int uRoom = 56 + 88 * uSegments;
-        {
-            CMarshaler marshaler;
-            Insert(marshaler, Numbered(uRoom + 100));
-            Insert(marshaler, {1, 2, 3});
-            marshaler << 0x11223344u;
-            EXPECT_EQ(uRoom, marshaler.GetUnreadSize());
-            Bytes expected = Numbered(uRoom);
-            expected.resize(uRoom + 103, 0);
-            EXPECT_EQ(expected, Extract(marshaler, uRoom + 103));
-        }
-        {
-            CMarshaler marshaler;
-            Insert(marshaler, Numbered(uRoom - 2));
-            marshaler << 0x11223344u;
-            Extract(marshaler, uRoom - 2);
-            unsigned int uValue = 0;
-            marshaler >> uValue;
-            EXPECT_EQ(0x3344u, uValue) << "the value's first bytes had room";
-        }
-    }
 }
 
 TEST_F(CMarshalerTest, GoesOnWhenMemoryIsBack)
@@ -576,73 +402,6 @@ TEST_F(CMarshalerTest, ACopyWithoutMemoryEndsWhereItsSegmentsEnd)
             EXPECT_EQ(expected, Extract(rCopy, uUnread + 200));
             EXPECT_EQ(Part(Numbered(300), uRead, 300), Extract(source, 300 - uRead));
         }
-    }
-}
-
-TEST_F(CMarshalerTest, RandomOperationsMatchADeque)
-{
-    std::mt19937 rng(TestSeed());
-    auto pMarshaler = std::make_unique<CMarshaler>();
-    std::deque<unsigned char> model;
-    for (unsigned int uStep = 0; uStep < 20000; ++uStep)
-    {
-        SCOPED_TRACE(testing::Message() << "step " << uStep);
-        switch (Below(rng, 9))
-        {
-            case 0:
-            case 1:
-            {
-                const Bytes bytes = RandomBytes(rng, 0, 200);
-                Insert(*pMarshaler, bytes);
-                model.insert(model.end(), bytes.begin(), bytes.end());
-                break;
-            }
-            case 2:
-            {
-                const unsigned int uValue = Below(rng, 0x100000000);
-                *pMarshaler << uValue;
-                for (unsigned int u = 0; u < 4; ++u) model.push_back(static_cast<unsigned char>(uValue >> (8 * u)));
-                break;
-            }
-            case 3:
-            {
-                const unsigned int uRead = static_cast<unsigned int>(std::min<std::size_t>(model.size(), 4));
-                unsigned int uExpected = 0;
-                for (unsigned int u = 0; u < uRead; ++u) uExpected |= static_cast<unsigned int>(model[u]) << (8 * u);
-                unsigned int uValue = 0;
-                *pMarshaler >> uValue;
-                ASSERT_EQ(uExpected, uValue);
-                model.erase(model.begin(), model.begin() + uRead);
-                break;
-            }
-            case 4:
-            case 5:
-            case 6:
-            {
-                const unsigned int uSize = Below(rng, std::min<std::size_t>(model.size(), 250) + 20);
-                const std::size_t uRead = std::min<std::size_t>(uSize, model.size());
-                Bytes expected(model.begin(), model.begin() + static_cast<std::ptrdiff_t>(uRead));
-                expected.resize(uSize, 0);
-                ASSERT_EQ(expected, Extract(*pMarshaler, uSize));
-                model.erase(model.begin(), model.begin() + static_cast<std::ptrdiff_t>(uRead));
-                break;
-            }
-            case 7:
-                if (Below(rng, 4) == 0) pMarshaler = std::make_unique<CMarshaler>(*pMarshaler);
-                else
-                {
-                    CMarshaler copy;
-                    copy << 1u;
-                    copy = *pMarshaler;
-                    *pMarshaler = copy;
-                }
-                break;
-            default:
-                if (Below(rng, 40) != 0) break;
-                pMarshaler->Clear();
-                model.clear();
-        }
-        ASSERT_EQ(model.size(), pMarshaler->GetUnreadSize());
     }
 }
 

@@ -1,49 +1,49 @@
+// The comparisons of sorts and searches are part of the contract of the containers. Oracle: the published algorithms once
+// more, step by step.
 #include "framework/basic/internal/ordered_sequence.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/basic/sequence_model.h"
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "fuzz/models/ordered_twin.h"
 #include "tests/support/test_seed.h"
 
 namespace
 {
-// Elements of int that tell what is done to them.
-class CTellingElements
+int CompareInts(const void* pFirst, const void* pSecond)
 {
-public:
-    CTellingElements(std::vector<int>& rValues, std::vector<SSortStep>& rSteps) : m_rValues(rValues), m_rSteps(rSteps)
-    {
-    }
+    const int nFirst = *static_cast<const int*>(pFirst);
+    const int nSecond = *static_cast<const int*>(pSecond);
+    return (nFirst > nSecond) - (nFirst < nSecond);
+}
 
-    void Hold(const void* p) { m_nHeld = At(Tell(SSortStep::eHOLD, p)); }
-    bool IsAfterHeld(const void* p) { return At(Tell(SSortStep::eCOMPARE, p)) > m_nHeld; }
-    void Shift(const void* pFrom, const void* pTo)
-    {
-        At(IndexOf(pTo)) = At(Tell(SSortStep::eSHIFT, pFrom, IndexOf(pTo)));
-    }
-    void Place(const void* p) { At(Tell(SSortStep::ePLACE, p)) = m_nHeld; }
+/// Who was compared with what, and how often: a list of it would be long.
+struct SQuestions
+{
+    std::uint64_t uCount = 0;
+    std::uint64_t uDigest = 0;
 
-private:
-    unsigned int IndexOf(const void* p) const
+    void Add(std::ptrdiff_t nIndex, int nHeld)
     {
-        return static_cast<unsigned int>(static_cast<const int*>(p) - m_rValues.data());
+        ++uCount;
+        uDigest = (uDigest ^ static_cast<std::uint64_t>(nIndex)) * 0x100000001B3;
+        uDigest = (uDigest ^ static_cast<std::uint32_t>(nHeld)) * 0x100000001B3;
     }
-    unsigned int Tell(SSortStep::EWhat eWhat, const void* pFirst, unsigned int uSecond = 0)
-    {
-        m_rSteps.push_back({eWhat, IndexOf(pFirst), uSecond});
-        return IndexOf(pFirst);
-    }
-    int& At(unsigned int uIndex) { return m_rValues.at(uIndex); }
-
-    std::vector<int>& m_rValues;
-    std::vector<SSortStep>& m_rSteps;
-    int m_nHeld = 0;
 };
 
-// Gives out the addresses of ints, and notes which were asked for.
+class CShellSort : public testing::TestWithParam<unsigned int>
+{
+};
+
+/// Gives out the addresses of ints, and notes which were asked for.
+template <bool ASKS_SINGLE_TWICE>
 struct STellingAccess
 {
-    static constexpr bool g_bWALKS_FROM_SINGLE = true;
+    static constexpr bool ms_bASKS_SINGLE_TWICE = ASKS_SINGLE_TWICE;
 
     const void* operator()(unsigned int uIndex) const
     {
@@ -54,32 +54,66 @@ struct STellingAccess
     std::vector<unsigned int>* pAsked;
 };
 
-int CompareInts(const void* pFirst, const void* pSecond)
-{
-    return *static_cast<const int*>(pFirst) - *static_cast<const int*>(pSecond);
-}
-
-auto SearchIn(const std::vector<int>& rValues, std::vector<unsigned int>& rAsked)
+/// Fails unless the search asks for the same elements as the published one, and finds the same.
+template <bool ASKS_SINGLE_TWICE>
+void CheckLowerBound(const std::vector<int>& rValues, int nKey)
 {
     const unsigned int uSize = static_cast<unsigned int>(rValues.size());
-    return orvel_internal::CSearch(uSize, STellingAccess{&rValues, &rAsked}, CompareInts);
+    std::vector<unsigned int> expected;
+    const unsigned int uFound = twin::LowerBound(uSize, ASKS_SINGLE_TWICE,
+                                                 [&](unsigned int u)
+                                                 {
+                                                     expected.push_back(u);
+                                                     return CompareInts(&rValues.at(u), &nKey);
+                                                 });
+    ASSERT_EQ(std::lower_bound(rValues.begin(), rValues.end(), nKey) - rValues.begin(), uFound);
+    std::vector<unsigned int> asked;
+    const STellingAccess<ASKS_SINGLE_TWICE> access{&rValues, &asked};
+    ASSERT_EQ(uFound, orvel_internal::CSearch(uSize, access, CompareInts).LowerBound(&nKey));
+    ASSERT_EQ(expected, asked);
 }
 }  // namespace
 
-TEST(ShellSort, TakesThePublishedSteps)
+TEST_P(CShellSort, AsksThePublishedQuestionsFromTheLargestGapThatFits)
 {
+    const unsigned int uSize = GetParam();
     std::mt19937 rng(TestSeed());
-    for (const unsigned int uSize : {0u, 1u, 2u, 3u, 4u, 7u, 8u, 9u, 21u, 22u, 48u, 49u, 113u, 336u, 337u, 862u, 2000u})
+    std::vector<int> values(uSize);
+    for (unsigned int u = 0; u < uSize; ++u) values[u] = static_cast<int>(u / 3);
+    for (unsigned int u = 0; u < 50; ++u) std::swap(values[Below(rng, uSize)], values[Below(rng, uSize)]);
+    std::swap(values.front(), values.back());
+    std::vector<int> sorted = values;
+
+    SQuestions expected;
+    const int* pnFirst = values.data();
+    twin::ShellSortPointers(values.data(), uSize,
+                            [&](const int& rElement, int nHeld)
+                            {
+                                expected.Add(&rElement - pnFirst, nHeld);
+                                return CompareInts(&rElement, &nHeld);
+                            });
+
+    SQuestions asked;
+    pnFirst = sorted.data();
+    const auto compare = [&](const void* pElement, const void* pHeld)
     {
-        SCOPED_TRACE(testing::Message() << uSize << " elements");
-        std::vector<int> values = RandomValues(rng, uSize, 50);
-        const std::vector<SSortStep> expected = ModelShellSortSteps(values);
-        std::vector<SSortStep> steps;
-        orvel_internal::ShellSort(values.data(), uSize, sizeof(int), CTellingElements(values, steps));
-        ASSERT_EQ(expected, steps);
-        ASSERT_TRUE(std::is_sorted(values.begin(), values.end()));
-    }
+        asked.Add(static_cast<const int*>(pElement) - pnFirst, *static_cast<const int*>(pHeld));
+        return CompareInts(pElement, pHeld);
+    };
+    int nHeld = 0;
+    orvel_internal::SortBytes<sizeof(int)>(sorted.data(), uSize, sizeof(int), &nHeld, compare);
+    EXPECT_EQ(expected.uCount, asked.uCount);
+    EXPECT_EQ(expected.uDigest, asked.uDigest);
+    EXPECT_EQ(0, memcmp(values.data(), sorted.data(), uSize * sizeof(int)));
+    EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
 }
+
+// Each gap with one element less than it needs, and with just enough.
+INSTANTIATE_TEST_SUITE_P(Gaps, CShellSort,
+                         testing::Values(1u, 2u, 3u, 4u, 7u, 8u, 21u, 22u, 48u, 49u, 112u, 113u, 336u, 337u, 861u, 862u,
+                                         1968u, 1969u, 4592u, 4593u, 13776u, 13777u, 33936u, 33937u, 86961u, 86962u,
+                                         198769u, 463793u, 1391377u),
+                         testing::PrintToStringParamName());
 
 TEST(LowerBound, AsksThePublishedQuestions)
 {
@@ -88,41 +122,15 @@ TEST(LowerBound, AsksThePublishedQuestions)
     {
         for (const int nLimit : {2, 10, 100})
         {
-            std::vector<int> values = RandomValues(rng, uSize, nLimit);
+            std::vector<int> values(uSize);
+            for (int& rn : values) rn = static_cast<int>(Below(rng, static_cast<std::size_t>(nLimit)));
             std::sort(values.begin(), values.end());
             for (int nKey = -1; nKey <= nLimit; ++nKey)
             {
-                const SSearch expected = ModelLowerBound(values, nKey);
-                std::vector<unsigned int> asked;
-                ASSERT_EQ(expected.uResult, SearchIn(values, asked).LowerBound(&nKey));
-                ASSERT_EQ(expected.uResult, std::lower_bound(values.begin(), values.end(), nKey) - values.begin());
-                ASSERT_EQ(expected.asked, asked) << "key " << nKey << " among " << uSize;
+                SCOPED_TRACE(testing::Message() << "key " << nKey << " among " << uSize);
+                ASSERT_NO_FATAL_FAILURE(CheckLowerBound<true>(values, nKey));
+                ASSERT_NO_FATAL_FAILURE(CheckLowerBound<false>(values, nKey));
             }
         }
-    }
-}
-
-TEST(Extremes, AreTheFirstOfEqualOnes)
-{
-    std::vector<unsigned int> asked;
-    const std::vector<int> values = {3, 5, 5, 1, 9, 9, 1};
-    EXPECT_EQ(4u, SearchIn(values, asked).MaxIndex());
-    EXPECT_EQ(3u, SearchIn(values, asked).MinIndex());
-}
-
-TEST(Extremes, OfNoneAndOneAreZeroWithoutAComparison)
-{
-    std::vector<unsigned int> asked;
-    const auto fail = [](const void*, const void*)
-    {
-        ADD_FAILURE();
-        return 0;
-    };
-    const std::vector<int> values = {7};
-    for (const unsigned int uSize : {0u, 1u})
-    {
-        orvel_internal::CSearch search(uSize, STellingAccess{&values, &asked}, fail);
-        EXPECT_EQ(0u, search.MinIndex());
-        EXPECT_EQ(0u, search.MaxIndex());
     }
 }

@@ -20,25 +20,16 @@
 
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
 namespace
 {
-constexpr std::int64_t g_nDayMs = 86400000;
-constexpr unsigned int g_uEpoch = 2440588;
+constexpr std::int64_t g_nDAY_MS = 86400000;
+constexpr unsigned int g_uEPOCH = 2440588;
 
 // Sanitizers make both sides slow: there, one hour in so many has to do, one that meets all hours of the day.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int g_nStepHours = 23;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr int g_nStepHours = 23;
-#else
-constexpr int g_nStepHours = 1;
-#endif
-#else
-constexpr int g_nStepHours = 1;
-#endif
+constexpr int g_nSTEP_HOURS = g_bSANITIZED ? 23 : 1;
 
 /// Sets TZ for as long as it lives.
 class CEnvironmentZone
@@ -60,12 +51,12 @@ public:
 
 std::int64_t MsOf(unsigned int uJulianDay, unsigned int uTimeMs)
 {
-    return (std::int64_t{uJulianDay} - g_uEpoch) * g_nDayMs + uTimeMs;
+    return (std::int64_t{uJulianDay} - g_uEPOCH) * g_nDAY_MS + uTimeMs;
 }
 
 std::int64_t SecondsOf(unsigned short uYear)
 {
-    return (std::int64_t{CTime::GetJulianDate(uYear, 1, 1)} - g_uEpoch) * 86400;
+    return (std::int64_t{CTime::GetJulianDate(uYear, 1, 1)} - g_uEPOCH) * 86400;
 }
 
 void ExpectHoursAsGlibc(const char* pszZone, unsigned short uYear)
@@ -75,12 +66,12 @@ void ExpectHoursAsGlibc(const char* pszZone, unsigned short uYear)
     CTimeZone zone;
     ASSERT_EQ(QV_RES_OK, zone.SetTimeZone(pszZone));
     const std::int64_t nEnd = SecondsOf(static_cast<unsigned short>(uYear + 10));
-    for (std::int64_t nSeconds = SecondsOf(uYear); nSeconds < nEnd; nSeconds += 3600 * g_nStepHours)
+    for (std::int64_t nSeconds = SecondsOf(uYear); nSeconds < nEnd; nSeconds += 3600 * g_nSTEP_HOURS)
     {
         const time_t t = nSeconds;
         tm local;
         localtime_r(&t, &local);
-        unsigned int uJulianDay = static_cast<unsigned int>(nSeconds / 86400) + g_uEpoch;
+        unsigned int uJulianDay = static_cast<unsigned int>(nSeconds / 86400) + g_uEPOCH;
         unsigned int uTimeMs = static_cast<unsigned int>(nSeconds % 86400) * 1000;
         zone.ConvertFromUTCToLocale(uJulianDay, uTimeMs);
         const std::int64_t nLocal = MsOf(uJulianDay, uTimeMs);

@@ -5,13 +5,96 @@
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/blob.h"
+#include "framework/basic/list.h"
+#include "framework/basic/marshal_reader.h"
+#include "framework/basic/marshal_values.h"
 #include "framework/basic/pool.h"
+#include "framework/basic/string.h"
+#include "framework/basic/time.h"
+#include "framework/basic/vector.h"
+#include "framework/basic/vector_list.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 #include "tests/clients/client.h"
 
+namespace application
+{
+enum class EKind : unsigned short
+{
+    eHELLO = 3
+};
+
+struct SGreeting
+{
+    EKind eKind = EKind::eHELLO;
+    CString strText;
+    CVector<int> numbers;
+};
+
+CMarshaler& operator<<(CMarshaler& rMarshaler, const SGreeting& rGreeting);
+CMarshalReader& operator>>(CMarshalReader& rReader, SGreeting& rGreeting);
+
+CMarshaler& operator<<(CMarshaler& rMarshaler, const SGreeting& rGreeting)
+{
+    return rMarshaler << rGreeting.eKind << rGreeting.strText << rGreeting.numbers;
+}
+
+CMarshalReader& operator>>(CMarshalReader& rReader, SGreeting& rGreeting)
+{
+    return rReader >> rGreeting.eKind >> rGreeting.strText >> rGreeting.numbers;
+}
+}  // namespace application
+
 namespace
 {
+void Reader()
+{
+    using application::SGreeting;
+    Promised<bool (CMarshalReader::*)(void*, unsigned int)>(&CMarshalReader::Read);
+    Promised<bool (CMarshalReader::*)(unsigned int)>(&CMarshalReader::Skip);
+    Promised<unsigned int (CMarshalReader::*)(unsigned int, unsigned int)>(&CMarshalReader::ReadCount);
+    Promised<bool (CMarshalReader::*)() const>(&CMarshalReader::HasFailed);
+    Promised<bool (CMarshalReader::*)() const>(&CMarshalReader::HasReadAll);
+    Promised<QvResult (CMarshalReader::*)() const>(&CMarshalReader::GetResult);
+    Promised<unsigned int (CMarshalReader::*)() const>(&CMarshalReader::GetPosition);
+    Promised<unsigned int (CMarshalReader::*)() const>(&CMarshalReader::GetRemaining);
+    Promised<unsigned int (CMarshalReader::*)() const>(&CMarshalReader::GetMaxSize);
+    Promised<void (CMarshalReader::*)(QvResult, unsigned int)>(&CMarshalReader::Fail);
+
+    SGreeting greeting;
+    greeting.strText = "hello";
+    CHECK(greeting.numbers.Append(-1) == QV_RES_OK);
+    CMarshaler marshaler;
+    CList<SGreeting> greetings;
+    CVList<CTime> times;
+    CHECK(greetings.Append(greeting) == QV_RES_OK && times.Append(CTime()) == QV_RES_OK);
+    marshaler << greetings << times << CBlob() << true << 'c' << -1 << 1.5 << 0.5f << -1LL << 1ULL;
+
+    CList<SGreeting> greetingsBack;
+    CVList<CTime> timesBack;
+    CBlob blob;
+    bool bValue = false;
+    char cValue = 0;
+    int nValue = 0;
+    double dValue = 0;
+    float fValue = 0;
+    long long llValue = 0;
+    unsigned long long ullValue = 0;
+    CMarshalReader reader(marshaler, 1000);
+    reader >> greetingsBack >> timesBack >> blob >> bValue >> cValue >> nValue >> dValue >> fValue >> llValue;
+    CMarshalReader ahead(reader);
+    ahead >> ullValue;
+    CHECK(ahead.HasReadAll() && !reader.HasFailed() && reader.GetRemaining() == 8);
+    CHECK(greetingsBack.GetSize() == 1 && greetingsBack.GetAt(0)->strText == "hello" && timesBack.GetSize() == 1);
+    marshaler >> greetingsBack >> timesBack >> blob >> bValue >> cValue >> nValue >> dValue >> fValue >> llValue;
+    marshaler >> ullValue;
+    CHECK(marshaler.GetUnreadSize() == 0 && bValue && cValue == 'c' && nValue == -1 && ullValue == 1);
+    CMarshalReader ofBytes("\1", 1, 0);
+    ofBytes >> nValue;
+    CHECK(ofBytes.GetResult() == QV_RES_FAIL && nValue == 0);
+}
+
 void Values()
 {
     Promised<CMarshaler& (CMarshaler::*)(unsigned int)>(&CMarshaler::operator<<);
@@ -96,5 +179,6 @@ void MarshalerClient()
 {
     static_assert(sizeof(CMarshaler) == 96 && !std::is_polymorphic_v<CMarshaler>);
     Values();
+    Reader();
     Pool();
 }

@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <new>
-#include <string>
 
 #include "framework/crypto/aes.h"
 #include "framework/crypto/base64.h"
@@ -26,30 +25,6 @@ public:
     // Told the size in bytes, as by every vector.
     void Release(SBlock* pChain, unsigned int uSize) override { EXPECT_EQ(0, munmap(pChain, uSize)); }
 };
-
-TEST(CCipherInterface, OneCodeDrivesAnyCipher)
-{
-    CAes aes;
-    CBase64 base64;
-    const uint8_t auKey[16] = {};
-    CCipher* const apCiphers[] = {&aes, &base64};
-    const char* const apszWant[] = {"\x66\xE9\x4B\xD4\xEF\x8A\x2C\x3B\x88\x4C\xFA\x59\xCA\x34\x2B\x2E",
-                                    "AAAAAAAAAAAAAAAAAAAAAA=="};
-    const uint8_t auZeros[16] = {};
-    for (unsigned int u = 0; u < 2; ++u)
-    {
-        CCipher& rCipher = *apCiphers[u];
-        EXPECT_EQ(u, rCipher.GetAlgorithm());
-        const uint8_t* const puKey = u == 0 ? auKey : nullptr;
-        ASSERT_EQ(QV_RES_OK, rCipher.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, puKey, 16, nullptr, 0));
-        uint8_t auOut[64];
-        unsigned int uSize = 0;
-        unsigned int uLast = 0;
-        ASSERT_EQ(QV_RES_OK, rCipher.Update(auZeros, 16, auOut, &uSize));
-        ASSERT_EQ(QV_RES_OK, rCipher.End(auOut + uSize, &uLast));
-        EXPECT_EQ(std::string(apszWant[u]), std::string(reinterpret_cast<const char*>(auOut), uSize + uLast));
-    }
-}
 
 TEST(CCipherInterface, ABlobThatWouldPass32BitsIsOutOfMemory)
 {
@@ -74,15 +49,5 @@ TEST(CCipherInterface, ABlobThatWouldPass32BitsIsOutOfMemory)
         EXPECT_EQ(uFULL, blobFull.GetSize());
         EXPECT_EQ(QV_RES_OK, pCipher->End(&blobOut, true));
     }
-}
-
-TEST(CVectorOfModes, IsAnOrdinaryVector)
-{
-    CVector<CCipher::EMode> vector;
-    ASSERT_EQ(QV_RES_OK, vector.Append(CCipher::eMODE_OFB));
-    ASSERT_EQ(QV_RES_OK, vector.Insert(0, 2, CCipher::eMODE_ECB));
-    ASSERT_EQ(3u, vector.GetSize());
-    EXPECT_EQ(CCipher::eMODE_ECB, vector[1]);
-    EXPECT_EQ(CCipher::eMODE_OFB, *vector.GetAt(2));
 }
 }  // namespace

@@ -18,11 +18,11 @@ Bytes CountedBytes(unsigned int uSize)
 }
 
 // Up to four words and a rest, each size at the end of its page.
-constexpr unsigned int g_uSizes = 35;
+constexpr unsigned int g_uSIZES = 35;
 
 TEST(ConstantTime, EqualBytesAreEqualAndNoFurtherOnesAreRead)
 {
-    for (unsigned int uSize = 0; uSize < g_uSizes; ++uSize)
+    for (unsigned int uSize = 0; uSize < g_uSIZES; ++uSize)
     {
         const CPageEnd left(CountedBytes(uSize));
         const CPageEnd right(CountedBytes(uSize));
@@ -32,7 +32,7 @@ TEST(ConstantTime, EqualBytesAreEqualAndNoFurtherOnesAreRead)
 
 TEST(ConstantTime, EveryBitOfEveryByteCounts)
 {
-    for (unsigned int uSize = 1; uSize < g_uSizes; ++uSize)
+    for (unsigned int uSize = 1; uSize < g_uSIZES; ++uSize)
     {
         const Bytes left = CountedBytes(uSize);
         for (unsigned int uBit = 0; uBit < uSize * 8; ++uBit)

@@ -53,19 +53,6 @@ TEST(CpuFeatures, AreThoseThatTheCLibraryFindsUsable)
     EXPECT_EQ(EveryFeature(), uNamed);
 }
 
-TEST(CpuFeatures, TakenAwayTheyLeaveThePortablePathEverywhere)
-{
-    RestrictCpuFeatures(0);
-    EXPECT_EQ(0u, CpuFeatures());
-    for (const ECpuAlgorithm eAlgorithm :
-         {ECpuAlgorithm::eSHA, ECpuAlgorithm::eBASE64, ECpuAlgorithm::eCRC, ECpuAlgorithm::eAES})
-    {
-        EXPECT_EQ(eCPU_PORTABLE, CpuPath(eAlgorithm));
-        EXPECT_STREQ("portable", CpuPathName(eAlgorithm));
-    }
-    RestrictCpuFeatures(~0u);
-}
-
 TEST(CpuFeatures, AnyCanBeTakenAwayAndNoneIsInvented)
 {
     const unsigned int uDetected = CpuFeatures();

@@ -28,7 +28,7 @@ std::string CalledFor(unsigned int uFeatures, unsigned int uSize)
 {
     const std::vector<uint8_t> bytes(uSize, 0x5A);
     CCrc crc;
-    const unsigned int uBefore = g_uCpuFeatures.exchange(uCPU_DETECTED | uFeatures);
+    const unsigned int uBefore = g_uCpuFeatures.exchange(g_uCPU_DETECTED | uFeatures);
     g_strCalled.clear();
     EXPECT_EQ(QV_RES_OK, crc.Begin(CCrc::eCRC32));
     EXPECT_EQ(QV_RES_OK, crc.Update(bytes.data(), uSize));
@@ -87,6 +87,6 @@ TEST(CCrcPath, OfSixteenBytesHasAFoldOfItsOwn)
 
 TEST(CCrcPath, OfFewBytesIsThePortableOne)
 {
-    EXPECT_EQ("", CalledFor(eCPU_PCLMULQDQ | eCPU_VPCLMULQDQ, uCRC_SLICING_STEP - 1));
-    EXPECT_NE("", CalledFor(eCPU_PCLMULQDQ | eCPU_VPCLMULQDQ, uCRC_SLICING_STEP));
+    EXPECT_EQ("", CalledFor(eCPU_PCLMULQDQ | eCPU_VPCLMULQDQ, g_uCRC_SLICING_STEP - 1));
+    EXPECT_NE("", CalledFor(eCPU_PCLMULQDQ | eCPU_VPCLMULQDQ, g_uCRC_SLICING_STEP));
 }

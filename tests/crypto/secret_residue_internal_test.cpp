@@ -19,14 +19,14 @@
 namespace
 {
 using namespace orvel_internal;
-constexpr std::size_t g_uStackSize = 256 * 1024;
+constexpr std::size_t g_uSTACK_SIZE = 256 * 1024;
 
 const Bytes g_key = {0x9c, 0x11, 0xd8, 0x27, 0x53, 0xbe, 0x40, 0xf6, 0x8a, 0x6d,
                      0x05, 0xe9, 0x72, 0x3b, 0xc4, 0xaf, 0x18, 0x91, 0x66, 0xdd};
 
 // Written by the work and compared with the stack by the test: in static storage, so not on the stack itself.
 uint8_t g_auOut[64];
-alignas(64) unsigned char g_auStack[g_uStackSize];
+alignas(64) unsigned char g_auStack[g_uSTACK_SIZE];
 
 // Deep enough that the end of the thread does not write over what the work has left.
 void* RunOnStack(void* pvWork)
@@ -74,7 +74,7 @@ void ExpectNoTraceOf(const Bytes& rSecret, const unsigned char* puStack, const c
     {
         for (std::size_t u = 0; u + 8 <= rForm.size(); u += 4)
         {
-            const unsigned char* const puEnd = puStack + g_uStackSize;
+            const unsigned char* const puEnd = puStack + g_uSTACK_SIZE;
             const unsigned char* const puFound = std::search(puStack, puEnd, &rForm[u], &rForm[u] + 8);
             EXPECT_EQ(puEnd, puFound) << pszWhat << ", bytes " << u << " to " << u + 7 << ", " << puEnd - puFound
                                       << " bytes below the top";
@@ -160,68 +160,72 @@ TEST_P(CSecretResidue, TheSearchFindsWhatIsLeft)
         asm volatile("" : : "r"(auLeft) : "memory");
     };
     const unsigned char* const puStack = StackAfter(Leave);
-    EXPECT_NE(puStack + g_uStackSize, std::search(puStack, puStack + g_uStackSize, g_key.begin(), g_key.end()));
+    EXPECT_NE(puStack + g_uSTACK_SIZE, std::search(puStack, puStack + g_uSTACK_SIZE, g_key.begin(), g_key.end()));
 }
 
-TEST_P(CSecretResidue, ADrawLeavesNothingOfTheGeneratorsKey)
+namespace
 {
-    const auto Draw = [] { CSecurePrng::Generate(64, g_auOut); };
-    const unsigned char* const puStack = StackAfter(Draw);
-    ExpectNoTraceOfKey(BytesAt(CPrngProbe::ms_auSeed, 0, 20), puStack);
+Bytes GeneratorsKey()
+{
+    return BytesAt(CPrngProbe::ms_auSeed, 0, 20);
 }
 
-TEST_P(CSecretResidue, ADrawThatSeedsLeavesNothingOfTheSeed)
+struct SWork
 {
-    const auto Draw = []
+    const char* pszName;
+    void (*pfnWork)();
+    // Null where there is none.
+    Bytes (*pfnKey)();
+    Bytes (*pfnSecret)();
+};
+
+const SWork g_astWORKS[] = {
+    {"a draw", [] { CSecurePrng::Generate(64, g_auOut); }, GeneratorsKey, nullptr},
+    {"a draw that seeds",
+     []
+     {
+         InitializeCSecurePrngBremoFw();
+         CSecurePrng::Generate(64, g_auOut);
+     },
+     GeneratorsKey, nullptr},
+    {"a gathered seed", [] { CSecureSeed::GenerateSeed(g_auOut); }, nullptr, [] { return BytesAt(g_auOut, 0, 20); }},
+    {"a seed of one's own",
+     []
+     {
+         uint8_t auSeed[] = {1, 2, 3};
+         CSecurePrng::SetSeed(3, auSeed);
+     },
+     nullptr, [] { return BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 20); }},
+    {"a code",
+     []
+     {
+         CSha1Mac mac;
+         mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
+         mac.Update(g_key.data(), 3);
+         mac.End(g_auOut);
+     },
+     [] { return g_key; }, nullptr},
+    // The words after the inner pad have the same use as the key.
+    {"a code that is never ended",
+     []
+     {
+         CSha1Mac mac;
+         mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
+         std::memcpy(g_auOut, reinterpret_cast<const char*>(&mac) + 96, 20);
+     },
+     [] { return g_key; }, [] { return BytesAt(g_auOut, 0, 20); }},
+};
+}  // namespace
+
+TEST_P(CSecretResidue, NothingOfASecretIsLeft)
+{
+    for (const SWork& rstWork : g_astWORKS)
     {
-        InitializeCSecurePrngBremoFw();
-        CSecurePrng::Generate(64, g_auOut);
-    };
-    const unsigned char* const puStack = StackAfter(Draw);
-    ExpectNoTraceOfKey(BytesAt(CPrngProbe::ms_auSeed, 0, 20), puStack);
-}
-
-TEST_P(CSecretResidue, AGatheredSeedIsWhereItWasAskedForAndNowhereElse)
-{
-    const auto Gather = [] { CSecureSeed::GenerateSeed(g_auOut); };
-    const unsigned char* const puStack = StackAfter(Gather);
-    ExpectNoTraceOf(BytesAt(g_auOut, 0, 20), puStack, "the seed");
-}
-
-TEST_P(CSecretResidue, ASeedOfOnesOwnLeavesNoBlock)
-{
-    const auto Seed = []
-    {
-        uint8_t auSeed[] = {1, 2, 3};
-        CSecurePrng::SetSeed(3, auSeed);
-    };
-    const unsigned char* const puStack = StackAfter(Seed);
-    ExpectNoTraceOf(BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 20), puStack, "the block");
-}
-
-TEST_P(CSecretResidue, ACodeLeavesNothingOfItsKey)
-{
-    const auto Code = []
-    {
-        CSha1Mac mac;
-        mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
-        mac.Update(g_key.data(), 3);
-        mac.End(g_auOut);
-    };
-    ExpectNoTraceOfKey(g_key, StackAfter(Code));
-}
-
-TEST_P(CSecretResidue, ACodeThatIsNeverEndedLeavesNothingOfItsKey)
-{
-    const auto Code = []
-    {
-        CSha1Mac mac;
-        mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
-        std::memcpy(g_auOut, reinterpret_cast<const char*>(&mac) + 96, 20);  // the words after the inner pad
-    };
-    const unsigned char* const puStack = StackAfter(Code);
-    ExpectNoTraceOfKey(g_key, puStack);
-    ExpectNoTraceOf(BytesAt(g_auOut, 0, 20), puStack, "what has the same use as the key");
+        SCOPED_TRACE(rstWork.pszName);
+        const unsigned char* const puStack = StackAfter(rstWork.pfnWork);
+        if (rstWork.pfnKey != nullptr) ExpectNoTraceOfKey(rstWork.pfnKey(), puStack);
+        if (rstWork.pfnSecret != nullptr) ExpectNoTraceOf(rstWork.pfnSecret(), puStack, "the secret");
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, CSecretResidue, testing::Bool(),

@@ -1,4 +1,5 @@
-// What the generator makes of failures inside. The binary takes the place of the lock, the digest and the blob.
+// What the seed source and the generator make of failures inside. The binary takes the place of the digest, of the lock
+// and of the blob.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -11,40 +12,33 @@
 
 namespace
 {
-constexpr QvResult g_resFailure = QV_RES_ALREADY_EXISTS;
+constexpr QvResult g_resFAILURE = QV_RES_ALREADY_EXISTS;
 
 int g_nLocks = 0;
-unsigned int g_uCalls = 0;        // of the digest
-unsigned int g_uFailingCall = 0;  // counted from 1; 0: none
 bool g_bResizeFails = false;
+
+// The digest's calls: Begin(), Update() with its size, End() with its target.
+struct SCalls
+{
+    unsigned int uFailing = 0;  // counted from 1; 0: none
+    unsigned int uCalls = 0;
+    unsigned int uUnlocked = 0;
+    std::vector<unsigned int> updates;
+    uint8_t* puEnd = nullptr;
+};
+SCalls g_stCalls;
 
 QvResult Call()
 {
-    EXPECT_EQ(1, g_nLocks) << "under the lock";
-    return ++g_uCalls == g_uFailingCall ? g_resFailure : QV_RES_OK;
+    if (g_nLocks == 0) ++g_stCalls.uUnlocked;
+    return ++g_stCalls.uCalls == g_stCalls.uFailing ? g_resFAILURE : QV_RES_OK;
 }
 
-// Each test begins seeded, with 5 bytes of a block of 0x11 unused.
-class CPrngFailure : public testing::Test
+void FailAt(unsigned int uCall)
 {
-protected:
-    CPrngFailure()
-    {
-        StoreAt(CPrngProbe::ms_auCurrentBytes, 20, uint32_t{40});
-        for (unsigned int u = 0; u < 20; ++u) CPrngProbe::ms_auCurrentBytes[u] = 0x11;
-        CPrngProbe::ms_uBytesRemaining = 5;
-        CPrngProbe::ms_bInitialized = true;
-    }
-
-    static void FailAt(unsigned int uCall)
-    {
-        g_uCalls = 0;
-        g_uFailingCall = uCall;
-    }
-
-private:
-    const CFrameworkScope m_framework;
-};
+    g_stCalls = SCalls();
+    g_stCalls.uFailing = uCall;
+}
 }  // namespace
 
 // Two definitions of one class are what this test is about; AddressSanitizer would refuse to start.
@@ -70,13 +64,8 @@ void CCrypto::Exit()
 
 QvResult CBlob::Resize(unsigned int uSize)
 {
-    if (g_bResizeFails) return g_resFailure;
+    if (g_bResizeFails) return g_resFAILURE;
     m_uSize = uSize;
-    return QV_RES_OK;
-}
-
-QvResult CSecureSeed::GenerateSeed(uint8_t*)
-{
     return QV_RES_OK;
 }
 
@@ -85,40 +74,61 @@ QvResult CSha1BremoFw::Begin()
     return Call();
 }
 
-QvResult CSha1BremoFw::Update(const uint8_t*, unsigned int)
+QvResult CSha1BremoFw::Update(const uint8_t* puData, unsigned int uSize)
 {
+    EXPECT_NE(nullptr, puData);
+    g_stCalls.updates.push_back(uSize);
     return Call();
 }
 
-QvResult CSha1BremoFw::End(uint8_t*)
+QvResult CSha1BremoFw::End(uint8_t* puDigest)
 {
+    g_stCalls.puEnd = puDigest;
     return Call();
 }
 
-TEST_F(CPrngFailure, ABlobThatCannotBeResizedGetsNoBytes)
+TEST(CSeedFailure, OfBeginOrEndIsReturnedAndAFailedUpdateIsTheLast)
 {
-    FailAt(0);
+    const std::vector<unsigned int> inputs = {32, 8, 8, 8, 4};  // the buffer, process, user, time and counter
+    for (unsigned int uFailing = 0; uFailing <= 7; ++uFailing)
+    {
+        SCOPED_TRACE(testing::Message() << "call " << uFailing << " fails");
+        uint8_t auSeed[20];
+        CSecureSeed::InitializeCSecureSeedBremoFw();
+        FailAt(uFailing);
+        EXPECT_EQ(uFailing == 1 || uFailing == 7 ? g_resFAILURE : QV_RES_OK, CSecureSeed::GenerateSeed(auSeed));
+        const bool bBegun = uFailing != 1;
+        const unsigned int uUpdates = uFailing == 0 || uFailing > 6 ? 5 : uFailing - 1;
+        EXPECT_EQ(std::vector<unsigned int>(inputs.begin(), inputs.begin() + uUpdates), g_stCalls.updates);
+        EXPECT_EQ(bBegun ? auSeed : nullptr, g_stCalls.puEnd);
+        EXPECT_EQ(uUpdates == 5 ? 1u : 0u, CSeedProbe::ms_uCounter);
+    }
+}
+
+TEST(CPrngFailure, ABlobThatCannotBeResizedGetsNoBytes)
+{
+    const CFrameworkScope framework;
+    CPrngProbe::ms_bInitialized = true;
+    const CPrngModel model;
     CBlob blob;
     g_bResizeFails = true;
-    EXPECT_EQ(g_resFailure, CSecurePrng::Generate(60, &blob));
+    EXPECT_EQ(g_resFAILURE, CSecurePrng::Generate(60, &blob));
     g_bResizeFails = false;
-    EXPECT_EQ(0u, g_uCalls);
-    EXPECT_EQ(5u, CPrngProbe::ms_uBytesRemaining);
+    EXPECT_TRUE(model.IsStateOfGenerator());
 }
 
-TEST_F(CPrngFailure, SetSeedReturnsItAndDoesNotCountAsSeeded)
+TEST(CPrngFailure, SetSeedReturnsItAndDoesNotCountAsSeeded)
 {
+    const CFrameworkScope framework;
     uint8_t uByte = 1;
-    for (unsigned int uFailing = 1; uFailing <= 3; ++uFailing)
+    for (const unsigned int uFailing : {1u, 2u, 3u, 0u})
     {
         CPrngProbe::ms_bInitialized = false;
         FailAt(uFailing);
-        EXPECT_EQ(g_resFailure, CSecurePrng::SetSeed(1, &uByte));
-        EXPECT_EQ(uFailing, g_uCalls);
-        EXPECT_FALSE(CPrngProbe::ms_bInitialized);
+        EXPECT_EQ(uFailing != 0 ? g_resFAILURE : QV_RES_OK, CSecurePrng::SetSeed(1, &uByte));
+        EXPECT_EQ(uFailing != 0 ? uFailing : 3, g_stCalls.uCalls);
+        EXPECT_EQ(uFailing == 0, CPrngProbe::ms_bInitialized);
+        EXPECT_EQ(0u, g_stCalls.uUnlocked) << "under the lock";
         EXPECT_EQ(0, g_nLocks);
     }
-    FailAt(0);
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::SetSeed(1, &uByte));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
 }

@@ -1,18 +1,18 @@
-// Oracle: the stream computed with libcrypto's HMAC-SHA1 from the generator's statics.
+// Oracle: the stream computed with libcrypto's HMAC-SHA1 from the generator's statics. Start-up, shut-down and the
+// place of the state are the matter of tests/abi.
 #include "framework/crypto/secure_prng.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <string>
-#include <thread>
+#include <set>
 
 #include "tests/support/bytes.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/prng_model.h"
 #include "tests/support/run_program.h"
+#include "tests/support/run_threads.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -52,117 +52,172 @@ protected:
 private:
     unsigned int m_uSeedsBefore;
 };
+
+// The operations of a seeded generator, beside the model.
+class CPrngSteps
+{
+public:
+    struct SOperation
+    {
+        const char* pszName;
+        void (CPrngSteps::*pfnStep)();
+    };
+    static const std::vector<SOperation>& Operations();
+
+    explicit CPrngSteps(std::mt19937& rRng) : m_rRng(rRng) {}
+
+    bool IsStateOfGenerator() const { return m_model.IsStateOfGenerator(); }
+
+private:
+    using DrawFunction = QvResult(unsigned int, uint8_t*);
+
+    // No byte beside those wanted is written.
+    void DrawRaw(DrawFunction* pfnGenerate, unsigned int uSize)
+    {
+        Bytes room(uSize + 2, 0xEE);
+        Bytes want = m_model.Draw(uSize);
+        want.insert(want.begin(), 0xEE);
+        want.push_back(0xEE);
+        EXPECT_EQ(QV_RES_OK, pfnGenerate(uSize, room.data() + 1));
+        EXPECT_EQ(want, room);
+    }
+    void DrawFew() { DrawRaw(&CSecurePrng::Generate, Below(m_rRng, 25)); }
+    void DrawMany() { DrawRaw(&CSecurePrng::Generate, Below(m_rRng, 2000)); }
+    void DrawFromTheImplementation() { DrawRaw(&CSecurePrngBremoFw::Generate, Below(m_rRng, 50)); }
+
+    void DrawIntoABlob()
+    {
+        const unsigned int uBefore = Below(m_rRng, 60);
+        const unsigned int uSize = Below(m_rRng, 60);
+        CBlob blob(Bytes(uBefore + 1, 'x').data(), uBefore, 0, &m_allocator);
+        m_allocator.SetRefusing(m_rRng() % 2 == 0);
+        const QvResult res = CSecurePrngBremoFw::Generate(uSize, &blob);
+        const bool bRefused = m_allocator.HasRefused();
+        m_allocator.SetRefusing(false);
+        if (bRefused)
+        {
+            EXPECT_EQ(QV_RES_OUT_OF_MEMORY, res);
+            EXPECT_EQ(Bytes(uBefore, 'x'), BytesOf(blob));
+            return;
+        }
+        // A blob without storage counts as a null pointer.
+        EXPECT_EQ(uBefore == 0 && uSize == 0 ? QV_RES_INVALID_ARGUMENT : QV_RES_OK, res);
+        EXPECT_EQ(m_model.Draw(uSize), BytesOf(blob));
+        EXPECT_EQ(std::max(uBefore, uSize), blob.GetCapacity());
+    }
+
+    void MixASeedIn()
+    {
+        Bytes seed = RandomBytes(m_rRng, 1, 200);
+        const Bytes before = seed;
+        EXPECT_EQ(QV_RES_OK, CSecurePrng::SetSeed(SizeOf(seed), seed.data()));
+        EXPECT_EQ(before, seed);
+        m_model.SetSeed(seed);
+    }
+
+    void MoveTheCounterToItsEnd()
+    {
+        StoreAt<uint32_t>(CPrngProbe::ms_auCurrentBytes, 20, 0xFFFFFFFE);
+        m_model = CPrngModel();
+    }
+
+    void BeRefused()
+    {
+        uint8_t uByte = 1;
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, nullptr));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, NULL));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(0, 0));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, static_cast<CBlob*>(nullptr)));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrngBremoFw::Generate(5, static_cast<uint8_t*>(nullptr)));
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::SetSeed(0, nullptr)) << "null comes first";
+        EXPECT_EQ(QV_RES_FAIL, CSecurePrng::SetSeed(0, &uByte));
+    }
+
+    std::mt19937& m_rRng;
+    CTestAllocator m_allocator;
+    CPrngModel m_model;
+};
+
+const std::vector<CPrngSteps::SOperation>& CPrngSteps::Operations()
+{
+    static const std::vector<SOperation> s_operations = {
+        {"a draw", &CPrngSteps::DrawFew},
+        {"a large draw", &CPrngSteps::DrawMany},
+        {"a draw from the implementation", &CPrngSteps::DrawFromTheImplementation},
+        {"a draw into a blob", &CPrngSteps::DrawIntoABlob},
+        {"a seed mixed in", &CPrngSteps::MixASeedIn},
+        {"a counter about to wrap", &CPrngSteps::MoveTheCounterToItsEnd},
+        {"refused calls", &CPrngSteps::BeRefused}};
+    return s_operations;
+}
 }  // namespace
 
-TEST_F(CPrng, DrawsAreTheStreamHoweverTheyAreCut)
+TEST_F(CPrng, GivesTheStreamHoweverItIsDrawn)
 {
     Seed();
-    CPrngModel model;
-    for (unsigned int uStep = 0; uStep < 2000; ++uStep)
+    CPrngSteps steps(m_rng);
+    for (unsigned int uStep = 0; uStep < 3000; ++uStep)
     {
-        const unsigned int uSize = Below(m_rng, uStep % 10 == 0 ? 200 : 25);
-        ASSERT_EQ(model.Draw(uSize), Draw(uSize)) << "step " << uStep;
-        ASSERT_TRUE(model.IsStateOfGenerator()) << "step " << uStep;
+        const CPrngSteps::SOperation& rOperation =
+            CPrngSteps::Operations()[Below(m_rng, CPrngSteps::Operations().size())];
+        SCOPED_TRACE(testing::Message() << "step " << uStep << ": " << rOperation.pszName);
+        (steps.*rOperation.pfnStep)();
+        ASSERT_TRUE(steps.IsStateOfGenerator());
+        ASSERT_FALSE(HasFailure());
     }
+    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
+    EXPECT_EQ(0u, SeedsGathered());
 }
 
-TEST_F(CPrng, ManyDrawsYieldTheBytesOfOne)
+TEST_F(CPrng, FirstCallsSeedOrDoNot)
 {
-    Seed();
-    const Bytes whole = Draw(40);
-    InitializeCSecurePrngBremoFw();
-    Seed();
-    Bytes pieces = Draw(7);
-    for (const unsigned int uSize : {13u, 20u})
+    struct SCall
     {
-        const Bytes piece = Draw(uSize);
-        pieces.insert(pieces.end(), piece.begin(), piece.end());
+        const char* pszName;
+        QvResult (*pfnCall)(CBlob& rblob);
+        QvResult resWant;
+        unsigned int uSeeds;
+        bool bSeeded;
+    };
+    static uint8_t s_auBytes[50];
+    const SCall astCalls[] = {
+        {"a draw", [](CBlob&) { return CSecurePrng::Generate(50, s_auBytes); }, QV_RES_OK, 1, true},
+        {"a draw of nothing", [](CBlob&) { return CSecurePrng::Generate(0, s_auBytes); }, QV_RES_OK, 1, true},
+        {"a draw to nowhere", [](CBlob&) { return CSecurePrng::Generate(5, nullptr); }, QV_RES_INVALID_ARGUMENT, 1,
+         true},
+        {"a draw into a blob", [](CBlob& rblob) { return CSecurePrng::Generate(5, &rblob); }, QV_RES_OK, 1, true},
+        {"a draw into no blob", [](CBlob&) { return CSecurePrngBremoFw::Generate(5, static_cast<CBlob*>(nullptr)); },
+         QV_RES_INVALID_ARGUMENT, 1, true},
+        {"InitializeSeed(), twice",
+         [](CBlob&)
+         {
+             CSecurePrng::InitializeSeed();
+             CSecurePrng::InitializeSeed();
+             return QV_RES_OK;
+         },
+         QV_RES_OK, 1, true},
+        {"a seed of one's own", [](CBlob&) { return CSecurePrng::SetSeed(3, s_auBytes); }, QV_RES_OK, 0, true},
+        {"no seed", [](CBlob&) { return CSecurePrng::SetSeed(5, nullptr); }, QV_RES_INVALID_ARGUMENT, 0, false},
+        {"an empty seed", [](CBlob&) { return CSecurePrng::SetSeed(0, s_auBytes); }, QV_RES_FAIL, 0, false},
+    };
+    unsigned int uSeeds = 0;
+    for (const SCall& rstCall : astCalls)
+    {
+        SCOPED_TRACE(rstCall.pszName);
+        CBlob blob;
+        InitializeCSecurePrngBremoFw();
+        std::fill_n(CPrngProbe::ms_auSeed, 20, uint8_t{0xAB});
+        EXPECT_EQ(rstCall.resWant, rstCall.pfnCall(blob));
+        uSeeds += rstCall.uSeeds;
+        EXPECT_EQ(uSeeds, SeedsGathered());
+        EXPECT_EQ(rstCall.bSeeded, CPrngProbe::ms_bInitialized);
+        const Bytes key = BytesAt(CPrngProbe::ms_auSeed, 0, 20);
+        EXPECT_EQ(rstCall.uSeeds == 0, key == Bytes(20, 0xAB)) << "the seed is the key";
+        if (!rstCall.bSeeded) continue;
+        CPrngModel model;
+        EXPECT_EQ(model.Draw(30), Draw(30)) << "no later draw seeds";
+        EXPECT_EQ(uSeeds, SeedsGathered());
     }
-    EXPECT_EQ(whole, pieces);
-}
-
-TEST_F(CPrng, TheFirstBlockIsTheHmacOfNothingButTheCounter)
-{
-    Seed();
-    Bytes data(20, 0);
-    data.insert(data.end(), {1, 0, 0, 0});
-    EXPECT_EQ(EvpHmac(EVP_sha1(), BytesAt(CPrngProbe::ms_auSeed, 0, 20), data), Draw(20));
-    EXPECT_EQ(0u, CPrngProbe::ms_uBytesRemaining) << "no block is made ahead";
-}
-
-TEST_F(CPrng, TheCounterWrapsInItsFourBytes)
-{
-    Seed();
-    Draw(3);
-    StoreAt<uint32_t>(CPrngProbe::ms_auCurrentBytes, 20, 0xFFFFFFFE);
-    CPrngModel model;
-    EXPECT_EQ(model.Draw(100), Draw(100));
-    EXPECT_TRUE(model.IsStateOfGenerator());
-    EXPECT_EQ(3u, LoadAt<uint32_t>(CPrngProbe::ms_auCurrentBytes, 20));
-}
-
-TEST_F(CPrng, OneLargeDrawIsTheStream)
-{
-    Seed();
-    CPrngModel model;
-    EXPECT_EQ(model.Draw(10011), Draw(10011));
-    EXPECT_TRUE(model.IsStateOfGenerator());
-}
-
-TEST_F(CPrng, ADrawOfNothingWritesNothingAndConsumesNothing)
-{
-    Seed();
-    Draw(7);
-    const CPrngModel model;
-    uint8_t uByte = 0xEE;
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(0, &uByte));
-    EXPECT_EQ(0xEE, uByte);
-    EXPECT_TRUE(model.IsStateOfGenerator());
-}
-
-TEST_F(CPrng, ADrawOfNothingSeeds)
-{
-    uint8_t uByte = 0xEE;
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(0, &uByte));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(1u, SeedsGathered());
-    EXPECT_EQ(0xEE, uByte);
-}
-
-TEST_F(CPrng, WritesNoByteBesideThoseWanted)
-{
-    Seed();
-    CPrngModel model;
-    Bytes room(60, 0xEE);
-    ASSERT_EQ(QV_RES_OK, CSecurePrng::Generate(28, room.data() + 16));
-    Bytes want(16, 0xEE);
-    const Bytes drawn = model.Draw(28);
-    want.insert(want.end(), drawn.begin(), drawn.end());
-    want.resize(60, 0xEE);
-    EXPECT_EQ(want, room);
-}
-
-TEST_F(CPrng, TheImplementationDrawsTheSameStream)
-{
-    Seed();
-    CPrngModel model;
-    Bytes drawn(33);
-    ASSERT_EQ(QV_RES_OK, CSecurePrngBremoFw::Generate(33, drawn.data()));
-    EXPECT_EQ(model.Draw(33), drawn);
-    EXPECT_EQ(model.Draw(11), Draw(11));
-}
-
-TEST_F(CPrng, TheFirstDrawSeedsAndLaterOnesDoNot)
-{
-    const Bytes keyBefore = BytesAt(CPrngProbe::ms_auSeed, 0, 20);
-    Draw(1);
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(1u, SeedsGathered());
-    const Bytes key = BytesAt(CPrngProbe::ms_auSeed, 0, 20);
-    EXPECT_NE(keyBefore, key);
-    Draw(100);
-    EXPECT_EQ(1u, SeedsGathered());
-    EXPECT_EQ(key, BytesAt(CPrngProbe::ms_auSeed, 0, 20));
 }
 
 TEST_F(CPrng, TheGatheredSeedIsTheKeyOfTheStream)
@@ -172,187 +227,26 @@ TEST_F(CPrng, TheGatheredSeedIsTheKeyOfTheStream)
     EXPECT_EQ(model.Draw(50), drawn);
 }
 
-TEST_F(CPrng, NullIsRefusedAfterSeeding)
-{
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, static_cast<uint8_t*>(nullptr)));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(1u, SeedsGathered());
-    const CPrngModel model;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, static_cast<uint8_t*>(nullptr)));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(0, static_cast<uint8_t*>(nullptr)));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrngBremoFw::Generate(5, static_cast<uint8_t*>(nullptr)));
-    EXPECT_TRUE(model.IsStateOfGenerator());
-    EXPECT_EQ(1u, SeedsGathered());
-}
-
-TEST_F(CPrng, ABlobEndsUpWithExactlyTheBytesDrawn)
-{
-    Seed();
-    CPrngModel model;
-    CTestAllocator allocator;
-    for (const unsigned int uBefore : {0u, 1u, 29u, 30u, 31u, 100u})
-    {
-        const Bytes before(uBefore + 1, 'x');
-        CBlob blob(before.data(), uBefore, 0, &allocator);
-        ASSERT_EQ(QV_RES_OK, CSecurePrngBremoFw::Generate(30, &blob));
-        EXPECT_EQ(model.Draw(30), BytesOf(blob)) << uBefore << " bytes in the blob";
-        EXPECT_EQ(std::max(uBefore, 30u), blob.GetCapacity());
-    }
-    CBlob blob(&allocator);
-    ASSERT_EQ(QV_RES_OK, CSecurePrng::Generate(30, &blob));
-    EXPECT_EQ(model.Draw(30), BytesOf(blob));
-}
-
-TEST_F(CPrng, ADrawIntoABlobSeeds)
+TEST_F(CPrng, ABlobWithoutMemoryIsRefusedAfterSeeding)
 {
     CTestAllocator allocator;
     CBlob blob(&allocator);
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(8, &blob));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(1u, SeedsGathered());
-}
-
-TEST_F(CPrng, ANullBlobIsRefusedAfterSeeding)
-{
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrngBremoFw::Generate(5, static_cast<CBlob*>(nullptr)));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(1u, SeedsGathered());
-    const CPrngModel model;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, static_cast<CBlob*>(nullptr)));
-    EXPECT_TRUE(model.IsStateOfGenerator());
-}
-
-TEST_F(CPrng, ABlobThatGetsNoRoomStaysAndConsumesNothing)
-{
-    CTestAllocator allocator;
-    const Bytes before(10, 'x');
-    CBlob blob(before.data(), 10, 0, &allocator);
-    CBlob none(&allocator);
     allocator.SetRefusing(true);
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CSecurePrngBremoFw::Generate(30, &blob));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized) << "seeding comes first";
-    EXPECT_EQ(before, BytesOf(blob));
-    const CPrngModel model;
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CSecurePrngBremoFw::Generate(30, &blob));
-    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CSecurePrngBremoFw::Generate(30, &none));
-    EXPECT_EQ(0u, none.GetSize());
-    EXPECT_TRUE(allocator.HasRefused());
-    EXPECT_TRUE(model.IsStateOfGenerator());
-}
-
-TEST_F(CPrng, ABlobGivesUpItsBytesForADrawOfNothing)
-{
-    Seed();
-    CTestAllocator allocator;
-    const Bytes before(10, 'x');
-    CBlob blob(before.data(), 10, 0, &allocator);
-    const CPrngModel model;
-    EXPECT_EQ(QV_RES_OK, CSecurePrngBremoFw::Generate(0, &blob));
-    EXPECT_EQ(0u, blob.GetSize());
-    EXPECT_TRUE(model.IsStateOfGenerator());
-}
-
-TEST_F(CPrng, ABlobWithoutStorageIsANullPointerForADrawOfNothing)
-{
-    CTestAllocator allocator;
-    CBlob blob(&allocator);
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrngBremoFw::Generate(0, &blob));
-}
-
-TEST_F(CPrng, SetSeedWritesItsDigestOverTheBlockAndNothingElse)
-{
-    Seed();
-    Draw(7);
-    for (const unsigned int uSize : {1u, 20u, 64u, 500u})
-    {
-        CPrngModel model;
-        Bytes seed = RandomBytes(m_rng, uSize, uSize);
-        const Bytes before = seed;
-        EXPECT_EQ(QV_RES_OK, CSecurePrngBremoFw::SetSeed(uSize, seed.data()));
-        EXPECT_EQ(before, seed);
-        model.SetSeed(seed);
-        EXPECT_TRUE(model.IsStateOfGenerator());
-        EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-        EXPECT_EQ(model.Draw(55), Draw(55));
-    }
-    EXPECT_EQ(0u, SeedsGathered());
-}
-
-TEST_F(CPrng, SetSeedBeforeTheFirstDrawSuppressesTheGathering)
-{
-    uint8_t auSeed[] = {1, 2, 3};
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::SetSeed(3, auSeed));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    CPrngModel model;
-    EXPECT_EQ(model.Draw(50), Draw(50));
-    EXPECT_EQ(0u, SeedsGathered());
-    EXPECT_EQ(Bytes(20, 0xAB), BytesAt(CPrngProbe::ms_auSeed, 0, 20)) << "the key is the one before";
-}
-
-TEST_F(CPrng, SetSeedUnderAKeyNeverGatheredGivesAStreamThatCanBeRepeated)
-{
-    std::fill_n(CPrngProbe::ms_auSeed, 20, uint8_t{0});
-    uint8_t auSeed[] = {'a', 'b', 'c'};
-    ASSERT_EQ(QV_RES_OK, CSecurePrng::SetSeed(3, auSeed));
-    // SHA-1("abc") as FIPS 180 prints it, then the counter.
-    const Bytes data = {0xa9, 0x99, 0x3e, 0x36, 0x47, 0x06, 0x81, 0x6a, 0xba, 0x3e, 0x25, 0x71,
-                        0x78, 0x50, 0xc2, 0x6c, 0x9c, 0xd0, 0xd8, 0x9d, 1,    0,    0,    0};
-    EXPECT_EQ(EvpHmac(EVP_sha1(), Bytes(20, 0), data), Draw(20));
-}
-
-TEST_F(CPrng, SetSeedRefusesNullAndNothingAndChangesNothing)
-{
-    const CPrngModel model;
-    uint8_t uByte = 1;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::SetSeed(5, nullptr));
-    EXPECT_EQ(QV_RES_FAIL, CSecurePrng::SetSeed(0, &uByte));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::SetSeed(0, nullptr)) << "null comes first";
-    EXPECT_TRUE(model.IsStateOfGenerator());
-    EXPECT_FALSE(CPrngProbe::ms_bInitialized);
-    EXPECT_EQ(0u, SeedsGathered());
-
-    Seed();
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::SetSeed(5, nullptr));
-    EXPECT_EQ(QV_RES_FAIL, CSecurePrng::SetSeed(0, &uByte));
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-}
-
-TEST_F(CPrng, InitializeSeedGathersOnce)
-{
-    const Bytes current = BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 24);
-    CPrngProbe::InitializeSeed();
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    CPrngProbe::InitializeSeed();
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CSecurePrng::Generate(30, &blob));
     EXPECT_EQ(1u, SeedsGathered());
-    EXPECT_EQ(current, BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 24));
-    EXPECT_EQ(0u, CPrngProbe::ms_uBytesRemaining);
 }
 
-TEST_F(CPrng, StartUpClearsAllButTheKey)
+TEST_F(CPrng, BlobsOfDerivedClassesAreBlobs)
 {
-    for (QvResult (*const pfnInitialize)() :
-         {&CSecurePrngBremoFw::InitializeCSecurePrngBremoFw, &InitializeCSecurePrngBremoFw})
+    class CNamedBlob : public CBlob
     {
-        Seed();
-        Draw(7);
-        const Bytes key = BytesAt(CPrngProbe::ms_auSeed, 0, 20);
-        EXPECT_EQ(QV_RES_OK, pfnInitialize());
-        EXPECT_EQ(key, BytesAt(CPrngProbe::ms_auSeed, 0, 20));
-        EXPECT_EQ(Bytes(24, 0), BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 24));
-        EXPECT_EQ(0u, CPrngProbe::ms_uBytesRemaining);
-        EXPECT_FALSE(CPrngProbe::ms_bInitialized);
-    }
-}
-
-TEST_F(CPrng, ShutDownDoesNothing)
-{
-    Seed();
-    Draw(7);
-    const CPrngModel model;
-    CSecurePrngBremoFw::FinalizeCSecurePrngBremoFw();
-    FinalizeCSecurePrngBremoFw();
-    EXPECT_TRUE(model.IsStateOfGenerator());
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
+    };
+    CNamedBlob blob;
+    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(5, &blob));
+    EXPECT_EQ(5u, blob.GetSize());
+    QvResult (*const pfnGenerate)(unsigned int, CBlob*) = &CSecurePrng::Generate;
+    EXPECT_EQ(QV_RES_OK, pfnGenerate(7, &blob));
+    EXPECT_EQ(7u, blob.GetSize());
 }
 
 namespace
@@ -377,38 +271,6 @@ Bytes DrawOfChild(void (*pfnPrepare)())
 }
 }  // namespace
 
-TEST_F(CPrng, NullInAnySpellingIsTheRawForm)
-{
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, nullptr));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, NULL));
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, 0));
-    CBlob* const pblobNone = nullptr;
-    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CSecurePrng::Generate(5, pblobNone));
-}
-
-TEST_F(CPrng, BlobsOfDerivedClassesAreBlobs)
-{
-    class CNamedBlob : public CBlob
-    {
-    };
-    CNamedBlob blob;
-    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(5, &blob));
-    EXPECT_EQ(5u, blob.GetSize());
-    QvResult (*const pfnGenerate)(unsigned int, CBlob*) = &CSecurePrng::Generate;
-    EXPECT_EQ(QV_RES_OK, pfnGenerate(7, &blob));
-    EXPECT_EQ(7u, blob.GetSize());
-}
-
-TEST_F(CPrng, SeedingAndTheLockAreForEverybody)
-{
-    CSecurePrngBremoFw::InitializeSeed();
-    EXPECT_TRUE(CPrngProbe::ms_bInitialized);
-    CSecurePrngBremoFw::Lock();
-    CSecurePrngBremoFw::Unlock();
-    CSecurePrng::Lock();
-    CSecurePrng::Unlock();
-}
-
 TEST_F(CPrng, AForkedChildThatStartsAfreshDrawsBytesOfItsOwn)
 {
     Draw(7);
@@ -421,50 +283,25 @@ TEST_F(CPrng, AForkedChildThatStartsAfreshDrawsBytesOfItsOwn)
 
 namespace
 {
-constexpr unsigned int g_uThreads = 4;
-
-template <typename Work>
-void RunThreads(Work work)
-{
-    std::atomic<bool> bGo{false};
-    std::vector<std::thread> threads;
-    for (unsigned int u = 0; u < g_uThreads; ++u)
-    {
-        threads.emplace_back(
-            [&bGo, &work, u]
-            {
-                while (!bGo) std::this_thread::yield();
-                work(u);
-            });
-    }
-    bGo = true;
-    for (std::thread& rThread : threads) rThread.join();
-}
+constexpr unsigned int g_uTHREADS = 4;
 }  // namespace
 
 TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
 {
-    constexpr unsigned int uDraws = 300;
-    constexpr unsigned int uSize = 27;
+    constexpr unsigned int uDRAWS = 300;
+    constexpr unsigned int uSIZE = 27;
     Seed();
     CPrngModel model;
-    std::vector<Bytes> drawn[g_uThreads];
-    RunThreads(
-        [&drawn](unsigned int uThread)
-        {
-            for (unsigned int u = 0; u < uDraws; ++u) drawn[uThread].push_back(Draw(uSize));
-        });
-    std::vector<std::string> all;
-    std::vector<std::string> want;
-    for (const std::vector<Bytes>& rOfThread : drawn)
-    {
-        for (const Bytes& rDraw : rOfThread) all.emplace_back(rDraw.begin(), rDraw.end());
-    }
-    for (unsigned int u = 0; u < g_uThreads * uDraws; ++u)
-    {
-        const Bytes draw = model.Draw(uSize);
-        want.emplace_back(draw.begin(), draw.end());
-    }
+    std::vector<Bytes> drawn[g_uTHREADS];
+    RunThreads(g_uTHREADS,
+               [&drawn](unsigned int uThread)
+               {
+                   for (unsigned int u = 0; u < uDRAWS; ++u) drawn[uThread].push_back(Draw(uSIZE));
+               });
+    std::vector<Bytes> all;
+    std::vector<Bytes> want;
+    for (const std::vector<Bytes>& rOfThread : drawn) all.insert(all.end(), rOfThread.begin(), rOfThread.end());
+    for (unsigned int u = 0; u < g_uTHREADS * uDRAWS; ++u) want.push_back(model.Draw(uSIZE));
     std::sort(all.begin(), all.end());
     std::sort(want.begin(), want.end());
     EXPECT_TRUE(want == all);
@@ -473,44 +310,47 @@ TEST_F(CPrng, SeveralThreadsShareTheStreamAndNoByteIsHandedOutTwice)
 
 TEST_F(CPrng, SeveralThreadsThatComeFirstGatherOneSeed)
 {
-    RunThreads([](unsigned int) { Draw(5); });
+    RunThreads(g_uTHREADS, [](unsigned int) { Draw(5); });
     EXPECT_EQ(1u, SeedsGathered());
     EXPECT_TRUE(CPrngProbe::ms_bInitialized);
 }
 
 TEST_F(CPrng, SetSeedMayMeetDraws)
 {
-    RunThreads(
-        [](unsigned int uThread)
-        {
-            uint8_t auSeed[] = {static_cast<uint8_t>(uThread), 1};
-            for (unsigned int u = 0; u < 100; ++u)
-            {
-                const bool bSeeds = uThread % 2 == 0;
-                EXPECT_EQ(bSeeds ? QV_RES_OK : QV_RES_FAIL, CSecurePrng::SetSeed(bSeeds ? 2 : 0, auSeed));
-                Draw(9);
-            }
-        });
+    RunThreads(g_uTHREADS,
+               [](unsigned int uThread)
+               {
+                   uint8_t auSeed[] = {static_cast<uint8_t>(uThread), 1};
+                   for (unsigned int u = 0; u < 100; ++u)
+                   {
+                       const bool bSeeds = uThread % 2 == 0;
+                       EXPECT_EQ(bSeeds ? QV_RES_OK : QV_RES_FAIL, CSecurePrng::SetSeed(bSeeds ? 2 : 0, auSeed));
+                       Draw(9);
+                   }
+               });
     EXPECT_TRUE(CPrngProbe::ms_bInitialized);
 }
 
-TEST_F(CPrng, LockKeepsDrawsOut)
+// What goes into a seed is the matter of secure_seed_devices_start_test.cpp.
+TEST(CSecureSeedSeeds, AreCountedAtomicallyAndDifferOnSeveralThreads)
 {
-    Seed();
-    Draw(1);
-    std::atomic<bool> bStarted{false};
-    CPrngProbe::Lock();
-    const CPrngModel model;
-    std::thread drawing(
-        [&bStarted]
-        {
-            bStarted = true;
-            Draw(20);
-        });
-    while (!bStarted) std::this_thread::yield();
-    for (unsigned int u = 0; u < 100; ++u) std::this_thread::yield();
-    EXPECT_TRUE(model.IsStateOfGenerator());
-    CPrngProbe::Unlock();
-    drawing.join();
-    EXPECT_FALSE(model.IsStateOfGenerator());
+    constexpr unsigned int uSEEDS = 100;
+    const unsigned int uCounter = CSeedProbe::ms_uCounter;
+    std::vector<Bytes> seedsOf[g_uTHREADS];
+    RunThreads(g_uTHREADS,
+               [&seedsOf](unsigned int uThread)
+               {
+                   for (unsigned int u = 0; u < uSEEDS; ++u)
+                   {
+                       // Twenty bytes and no more.
+                       Bytes room(22, 0xEE);
+                       EXPECT_EQ(QV_RES_OK, CSecureSeed::GenerateSeed(&room[1]));
+                       EXPECT_EQ(0xEE, room[0] & room[21]);
+                       seedsOf[uThread].push_back(room);
+                   }
+               });
+    std::set<Bytes> all;
+    for (const std::vector<Bytes>& rSeeds : seedsOf) all.insert(rSeeds.begin(), rSeeds.end());
+    EXPECT_EQ(g_uTHREADS * uSEEDS, all.size());
+    EXPECT_EQ(uCounter + g_uTHREADS * uSEEDS, CSeedProbe::ms_uCounter);
 }

@@ -18,7 +18,7 @@ namespace
 using namespace orvel_internal;
 
 // Copied whole into states of that many words.
-static_assert(sizeof(auSHA1_START) == 5 * sizeof(uint32_t));
+static_assert(sizeof(g_auSHA1_START) == 5 * sizeof(uint32_t));
 
 using Words = std::vector<uint32_t>;
 
@@ -52,7 +52,7 @@ void PrintTo(const SPath& rstPath, std::ostream* pStream)
 using sha_model::SSha1;
 using sha_model::SSha256;
 
-constexpr SPath g_astPaths[] = {
+constexpr SPath g_astPATHS[] = {
     {"Sha1", Sha1Blocks, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
     {"Sha1Portable", Sha1BlocksPortable, SSha1::Start, SSha1::Block, EVP_sha1, Always, nullptr},
     {"Sha1Instructions", Sha1BlocksShaExtensions, SSha1::Start, SSha1::Block, EVP_sha1, HasShaInstructions, Sha1Blocks},
@@ -75,7 +75,7 @@ protected:
     std::mt19937 m_rng{TestSeed()};
 };
 
-INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPaths),
+INSTANTIATE_TEST_SUITE_P(Paths, CShaBlocks, testing::ValuesIn(g_astPATHS),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 }  // namespace
 
@@ -104,48 +104,15 @@ TEST_P(CShaBlocks, ChangeAnyStateAsTheStandardSaysFromAnyAddress)
         for (uint32_t& ruWord : state) ruWord = static_cast<uint32_t>(m_rng());
         Words want = state;
         for (unsigned int u = 0; u < uBlocks; ++u) GetParam().pfnModel(want, bytes.data() + uOffset + 64 * u);
+        // Nothing behind the words is written.
+        state.insert(state.end(), 4, 0xEEEEEEEE);
+        want.insert(want.end(), 4, 0xEEEEEEEE);
         Run(state, bytes.data() + uOffset, uBlocks);
         ASSERT_EQ(want, state) << "step " << uStep << ", " << uBlocks << " blocks";
     }
 }
 
-TEST_P(CShaBlocks, ExtremeWordsDoNotMatter)
-{
-    for (const uint32_t uWord : {0u, 0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFFu})
-    {
-        for (const unsigned char uByte : Bytes{0x00, 0xFF, 0x80, 0x7F})
-        {
-            const Bytes block(64, uByte);
-            Words state(GetParam().pfnStart().size(), uWord);
-            Words want = state;
-            GetParam().pfnModel(want, block.data());
-            Run(state, block.data(), 1);
-            EXPECT_EQ(want, state);
-        }
-    }
-}
-
-TEST_P(CShaBlocks, NoBlocksChangeNothing)
-{
-    Words state = GetParam().pfnStart();
-    const uint8_t uByte = 0;
-    Run(state, &uByte, 0);
-    EXPECT_EQ(GetParam().pfnStart(), state);
-}
-
-TEST_P(CShaBlocks, WriteNothingButTheirWords)
-{
-    const Bytes blocks = RandomBytes(m_rng, 192, 192);
-    const Bytes before = blocks;
-    Words state = GetParam().pfnStart();
-    const std::size_t uWords = state.size();
-    state.insert(state.end(), 4, 0xEEEEEEEE);
-    Run(state, blocks.data(), 3);
-    EXPECT_EQ(Words(4, 0xEEEEEEEE), Words(state.begin() + static_cast<std::ptrdiff_t>(uWords), state.end()));
-    EXPECT_EQ(before, blocks);
-}
-
 TEST(Sha256Constants, AreTheCubeRootsOfTheFirstPrimes)
 {
-    EXPECT_EQ(SSha256::Fractions(64, 3), Words(std::begin(auSHA256_CONSTANTS), std::end(auSHA256_CONSTANTS)));
+    EXPECT_EQ(SSha256::Fractions(64, 3), Words(std::begin(g_auSHA256_CONSTANTS), std::end(g_auSHA256_CONSTANTS)));
 }

@@ -9,13 +9,13 @@
 
 namespace
 {
-constexpr unsigned int g_uMany = 300;
-constexpr unsigned char g_auBinaryId[] = {0x00, 0xFF, 0x10};
+constexpr unsigned int g_uMANY = 300;
+constexpr unsigned char g_auBINARY_ID[] = {0x00, 0xFF, 0x10};
 // Text, and not one that ends.
-constexpr unsigned char g_auOpenId[] = {'a', 'b', 'c'};
+constexpr unsigned char g_auOPEN_ID[] = {'a', 'b', 'c'};
 // A page with nothing behind it.
 unsigned char* const g_puLastPage = reinterpret_cast<unsigned char*>(0x6A0000000000);
-constexpr size_t g_uPageSize = 4096;
+constexpr size_t g_uPAGE_SIZE = 4096;
 QV_ECOM_GUID(g_textId, "example.Circle");
 
 struct SNamed
@@ -112,7 +112,7 @@ struct SObjects
     CVector<CList<CString>> nested;
     CVector<SNamed> named;
 
-    CVectorBase vectorBaseEmpty{4, nullptr}, vectorBase{2, false, nullptr}, vectorBaseWide{g_uMany, nullptr};
+    CVectorBase vectorBaseEmpty{4, nullptr}, vectorBase{2, false, nullptr}, vectorBaseWide{g_uMANY, nullptr};
     CListBase listBaseEmpty{2, nullptr}, listBase{2, nullptr};
     CAATreeBase treeBaseEmpty{2, CompareShorts, 0, nullptr}, treeBase{2, CompareShorts, 0, nullptr};
     CAATreeBase treeBaseAllocated{2, CompareShorts, 0, nullptr};
@@ -126,7 +126,7 @@ struct SObjects
     const QvResult resFail = QV_RES_FAIL;
     const QvResult& rRes = resFail;
     QvResult resWarning = 0x40000005, resSevere = static_cast<QvResult>(0xC0001234);
-    SEComGuid guidText = g_textId, guidBinary{3, g_auBinaryId}, guidOpen{3, g_auOpenId};
+    SEComGuid guidText = g_textId, guidBinary{3, g_auBINARY_ID}, guidOpen{3, g_auOPEN_ID};
     SEComGuid guidEmpty{0, nullptr}, guidNull{3, nullptr};
     SEComGuid guidFar{3, reinterpret_cast<const unsigned char*>(16)};
     const CString& rstrText = strText;
@@ -163,7 +163,7 @@ void SObjects::FillTexts()
     strText = "hello";
     strShared = strText;
     strSpecial = CString("a\"b\n\0c", 6);
-    for (unsigned int u = 0; u < g_uMany; ++u) strMany += static_cast<char>('0' + u % 10);
+    for (unsigned int u = 0; u < g_uMANY; ++u) strMany += static_cast<char>('0' + u % 10);
 }
 
 void SObjects::FillBytes()
@@ -175,7 +175,7 @@ void SObjects::FillBytes()
     blob.Read(auRead, 1);
     blobBits = blob;
     blobBits.ReadBits(auRead, 3, 0);
-    for (unsigned int u = 0; u < g_uMany; ++u)
+    for (unsigned int u = 0; u < g_uMANY; ++u)
     {
         const unsigned char uByte = static_cast<unsigned char>(u);
         blobMany.Append(&uByte, 1);
@@ -197,11 +197,11 @@ void SObjects::FillTyped()
         tree.Insert(4 - n);
         vlist.Append(n / 2.0);
     }
-    for (int n = 0; n < static_cast<int>(g_uMany); ++n)
+    for (int n = 0; n < static_cast<int>(g_uMANY); ++n)
     {
         vectorMany.Append(n);
         listMany.Append(n);
-        treeMany.Insert(n * 7 % static_cast<int>(g_uMany));
+        treeMany.Insert(n * 7 % static_cast<int>(g_uMANY));
         vlistMany.Append(n);
     }
     list.Append("one");
@@ -221,7 +221,7 @@ void SObjects::FillUntyped()
     AppendShorts(treeBase);
     treeBaseAllocated.Allocate();
     AppendShorts(vlistBase);
-    memset(vectorBaseWide.Allocate(0), 0xAB, g_uMany);
+    memset(vectorBaseWide.Allocate(0), 0xAB, g_uMANY);
 }
 
 void SObjects::FillTimes()
@@ -241,8 +241,8 @@ void SObjects::BreakTexts()
     memcpy(const_cast<char*>(strBroken.CStr()) - sizeof(uSize), &uSize, sizeof(uSize));
 
     // Its characters begin where the page ends.
-    mmap(g_puLastPage, g_uPageSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
-    unsigned char* const puInfo = g_puLastPage + g_uPageSize - 3 * sizeof(uSize);
+    mmap(g_puLastPage, g_uPAGE_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    unsigned char* const puInfo = g_puLastPage + g_uPAGE_SIZE - 3 * sizeof(uSize);
     memcpy(puInfo + sizeof(uSize), &uCapacity, sizeof(uSize));
     memcpy(puInfo + 2 * sizeof(uSize), &uCapacity, sizeof(uSize));
     SetPointerIn(&strCut, 8, puInfo);

@@ -1,7 +1,6 @@
 // What gdb prints of a program's objects, with the printers that it loads by itself: in the build tree and as
 // installed, of a program without and with optimisation, alive and as a core dump.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/run_program.h"
+#include "tests/support/scratch_directory.h"
 
 namespace
 {
@@ -203,25 +203,6 @@ const std::vector<SCase>& Cases()
     return cases;
 }
 
-// A directory whose name has a space, gone with the object.
-class CScratchDirectory
-{
-public:
-    CScratchDirectory()
-    {
-        std::string strTemplate = testing::TempDir() + "orvel printers XXXXXX";
-        m_strPath = mkdtemp(strTemplate.data());
-    }
-    ~CScratchDirectory() { RunProgram("/bin/rm", {"-r", m_strPath}); }
-    CScratchDirectory(const CScratchDirectory&) = delete;
-    CScratchDirectory& operator=(const CScratchDirectory&) = delete;
-
-    const std::string& GetPath() const { return m_strPath; }
-
-private:
-    std::string m_strPath;
-};
-
 // One run of gdb: what it printed of each expression, empty where it printed none.
 class CGdbRun
 {
@@ -284,11 +265,10 @@ const std::vector<std::string>& CommandsToShow()
     return commands;
 }
 
-const std::string& CorePath()
+std::string CorePath()
 {
-    static const CScratchDirectory directory;
-    static const std::string path = directory.GetPath() + "/core";
-    return path;
+    static const CScratchDirectory directory("orvel core");
+    return directory.GetPath() / "core";
 }
 
 // Runs in the build tree, and leaves a core dump.
@@ -311,9 +291,9 @@ const CGdbRun& RunOfCoreDump()
     return run;
 }
 
-const std::string& InstallationPrefix()
+std::string InstallationPrefix()
 {
-    static const CScratchDirectory prefix;
+    static const CScratchDirectory prefix("orvel printers");
     return prefix.GetPath();
 }
 
@@ -322,13 +302,13 @@ const CGdbRun& RunOfInstallation()
 {
     static const CGdbRun run = []
     {
-        const std::string& rPrefix = InstallationPrefix();
+        const std::string ststrPrefix = InstallationPrefix();
         const SRunResult installation =
-            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", rPrefix});
+            RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", strPrefix});
         EXPECT_EQ(0, installation.nStatus) << installation.strOutput << installation.strErrors;
-        const std::string strAutoLoad = rPrefix + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
+        const std::string strAutoLoad = strPrefix + "/" ORVEL_INSTALL_DATADIR "/gdb/auto-load";
         std::vector<std::string> commands = CommandsToShow();
-        commands.insert(commands.begin(), "set environment LD_LIBRARY_PATH " + rPrefix + "/" ORVEL_INSTALL_LIBDIR);
+        commands.insert(commands.begin(), "set environment LD_LIBRARY_PATH " + strPrefix + "/" ORVEL_INSTALL_LIBDIR);
         return CGdbRun({"add-auto-load-scripts-directory " + strAutoLoad, "add-auto-load-safe-path " + strAutoLoad},
                        commands, ExpressionsOf(Cases()), {ORVEL_PRINTED_OPTIMIZED});
     }();

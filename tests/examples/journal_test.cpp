@@ -1,575 +1,115 @@
-// Runs the example programs as a user would and looks at what they print, return and leave behind.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
+// Runs the journal as a user would and looks at what it prints, returns and leaves behind.
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <functional>
 #include <random>
-#include <set>
-#include <string>
 #include <thread>
 #include <tuple>
-#include <utility>
-#include <vector>
 
-#include "tests/examples/refusing.h"
-#include "tests/support/run_program.h"
+#include "tests/examples/journal.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 
-namespace fs = std::filesystem;
-
 namespace
 {
-const char* g_pszJournal = ORVEL_BINARY_DIR "/examples/journal/journal";
-const char* const g_pszRefusedJournal = ORVEL_BINARY_DIR "/tests/journal_refused";
-const char* const g_pszHello = ORVEL_BINARY_DIR "/examples/hello/hello";
-
-constexpr std::size_t g_uHeaderSize = 52;
-constexpr std::size_t g_uHeadSize = 28;  // of a frame: kind, size and link
-constexpr std::size_t g_uLinkAt = 8;
-constexpr std::size_t g_uMacSize = 20;
-constexpr std::size_t g_uCrcSize = 4;
-constexpr std::size_t g_uTailSize = g_uMacSize + g_uCrcSize;
-constexpr std::size_t g_uNonceSize = 16;
-
 // More than pipe and buffers hold: once they are taken, the program is in the middle of writing.
-constexpr unsigned int g_uManyLines = 40000;
+constexpr unsigned int g_uMANY_LINES = 40000;
 
-const char* const g_pszDamaged = ": damaged: its CRC-32 does not fit";
-const char* const g_pszForged = ": forged: its CRC-32 fits, its HMAC does not";
-
-std::string Load(const fs::path& rPath)
-{
-    std::ifstream file(rPath, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-void Store(const fs::path& rPath, const std::string& rBytes)
-{
-    std::ofstream(rPath, std::ios::binary | std::ios::trunc) << rBytes;
-}
-
-struct SLimit
-{
-    decltype(RLIMIT_AS) eResource;
-    rlim_t uValue;
-};
-
-std::vector<std::string> LinesOf(const std::string& rText)
-{
-    std::vector<std::string> lines;
-    for (std::size_t uBegin = 0; uBegin < rText.size();)
-    {
-        const std::size_t uEnd = std::min(rText.find('\n', uBegin), rText.size());
-        lines.push_back(rText.substr(uBegin, uEnd - uBegin));
-        uBegin = uEnd + 1;
-    }
-    return lines;
-}
-
-/// As long as it lives, the program is the one in which something can be refused.
-class CRefusedJournal
-{
-public:
-    CRefusedJournal() : m_pszBefore(std::exchange(g_pszJournal, g_pszRefusedJournal)) {}
-    ~CRefusedJournal() { g_pszJournal = m_pszBefore; }
-    CRefusedJournal(const CRefusedJournal&) = delete;
-    CRefusedJournal& operator=(const CRefusedJournal&) = delete;
-
-private:
-    const char* m_pszBefore;
-};
-
-/// Works in a directory of its own, with a key "k" and a journal "j".
-class CJournal : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        std::string strTemplate = (fs::temp_directory_path() / "journal_test.XXXXXX").string();
-        ASSERT_NE(nullptr, mkdtemp(strTemplate.data()));
-        m_directory = fs::canonical(strTemplate);  // as the program names files, whatever links lead there
-        fs::current_path(m_directory);
-    }
-    void TearDown() override
-    {
-        fs::current_path("/");
-        fs::remove_all(m_directory);
-    }
-
-    SRunResult Run(const std::vector<std::string>& rArguments, const std::vector<SLimit>& rLimits = {},
-                   const char* pszInput = "/dev/null", const char* pszOutput = nullptr)
-    {
-        return RunProgram(g_pszJournal, rArguments, "", nullptr,
-                          [&]
-                          {
-                              Redirect(STDIN_FILENO, pszInput, O_RDONLY);
-                              if (pszOutput != nullptr)
-                                  Redirect(STDOUT_FILENO, pszOutput, O_WRONLY | O_CREAT | O_TRUNC);
-                              for (const SLimit& rLimit : rLimits)
-                              {
-                                  const struct rlimit limit = {rLimit.uValue, rLimit.uValue};
-                                  if (setrlimit(rLimit.eResource, &limit) != 0) _exit(99);
-                              }
-                          });
-    }
-
-    void MustWrite(const std::string& rText, const std::vector<std::string>& rMoreArguments = {})
-    {
-        Store("text", rText);
-        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
-        arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
-        const SRunResult outcome = Run(arguments);
-        ASSERT_EQ(0, outcome.nStatus) << outcome.strErrors;
-        ASSERT_EQ("", outcome.strErrors);
-        fs::remove("text");
-    }
-
-    SRunResult Verify() { return Run({"verify", "--key", "k", "--journal", "j"}); }
-
-    void ExpectIntact(unsigned int uRecords)
-    {
-        const SRunResult outcome = Verify();
-        EXPECT_EQ(0, outcome.nStatus);
-        EXPECT_EQ("j: intact, " + std::to_string(uRecords) + " records\n", outcome.strOutput);
-        EXPECT_EQ("", outcome.strErrors);
-    }
-
-    void ExpectRefused(const SRunResult& rOutcome, const std::string& rMessage)
-    {
-        EXPECT_EQ(1, rOutcome.nStatus);
-        EXPECT_EQ("journal: " + rMessage + "\n", rOutcome.strErrors);
-    }
-
-    /// The texts that show prints, with the numbers checked and the time stamps, all of the present, taken off.
-    std::vector<std::string> ShownTexts(const std::vector<std::string>& rMoreArguments = {}, unsigned int uFrom = 1)
-    {
-        std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
-        arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
-        const SRunResult outcome = Run(arguments);
-        EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
-        EXPECT_EQ("", outcome.strErrors);
-        std::vector<std::string> texts;
-        for (const std::string& rLine : LinesOf(outcome.strOutput))
-        {
-            const std::string strNumber = std::to_string(uFrom + texts.size()) + " ";
-            EXPECT_EQ(strNumber, rLine.substr(0, strNumber.size()));
-            const std::size_t uText = rLine.find(' ', strNumber.size()) + 1;
-            const long nTime = std::stol(rLine.substr(strNumber.size()));
-            EXPECT_TRUE(nTime >= m_nStarted && nTime <= time(nullptr)) << nTime;
-            texts.push_back(rLine.substr(uText));
-        }
-        return texts;
-    }
-
-    std::set<std::string> Files()
-    {
-        std::set<std::string> names;
-        for (const auto& rEntry : fs::directory_iterator(m_directory)) names.insert(rEntry.path().filename());
-        return names;
-    }
-
-    fs::path m_directory;
-    time_t m_nStarted = time(nullptr);
-};
-
-/// The header, each record and the closing record of a journal.
-std::vector<std::string> PartsOf(const std::string& rJournal)
-{
-    std::vector<std::string> parts = {rJournal.substr(0, g_uHeaderSize)};
-    for (std::size_t uAt = g_uHeaderSize; uAt < rJournal.size();)
-    {
-        std::uint32_t uPayload = 0;
-        std::memcpy(&uPayload, rJournal.data() + uAt + 4, sizeof(uPayload));
-        const std::size_t uSize = g_uHeadSize + uPayload + g_uTailSize;
-        parts.push_back(rJournal.substr(uAt, uSize));
-        uAt += uSize;
-    }
-    return parts;
-}
-
-std::string Joined(const std::vector<std::string>& rParts)
-{
-    std::string strAll;
-    for (const std::string& rPart : rParts) strAll += rPart;
-    return strAll;
-}
-
-std::uint32_t Crc32(const char* pcData, std::size_t uSize)
-{
-    std::uint32_t uCrc = 0xFFFFFFFF;
-    for (std::size_t u = 0; u < uSize; ++u)
-    {
-        uCrc ^= static_cast<unsigned char>(pcData[u]);
-        for (int nBit = 0; nBit < 8; ++nBit) uCrc = (uCrc >> 1) ^ ((uCrc & 1) != 0 ? 0xEDB88320 : 0);
-    }
-    return ~uCrc;
-}
-
-std::string HmacSha1(const std::string& rKey, const std::string& rData)
-{
-    std::string strMac(g_uMacSize, '\0');
-    HMAC(EVP_sha1(), rKey.data(), static_cast<int>(rKey.size()), reinterpret_cast<const unsigned char*>(rData.data()),
-         rData.size(), reinterpret_cast<unsigned char*>(strMac.data()), nullptr);
-    return strMac;
-}
-
-/// What a forger without the key can do.
-void FixCrc(std::string& rPart)
-{
-    const std::size_t uCrcAt = rPart.size() - g_uCrcSize;
-    const std::uint32_t uCrc = Crc32(rPart.data(), uCrcAt);
-    std::memcpy(rPart.data() + uCrcAt, &uCrc, sizeof(uCrc));
-}
-
-/// What who has the key can do: chains changed parts anew.
-void Rechain(std::vector<std::string>& rParts, const std::string& rKey)
-{
-    std::string strMac;
-    for (std::string& rPart : rParts)
-    {
-        const std::size_t uMacAt = rPart.size() - g_uTailSize;
-        if (!strMac.empty()) rPart.replace(g_uLinkAt, g_uMacSize, strMac);
-        strMac = HmacSha1(rKey, rPart.substr(0, uMacAt));
-        rPart.replace(uMacAt, g_uMacSize, strMac);
-        FixCrc(rPart);
-    }
-}
-
-/// A journal in which record n has the n-th time stamp, each of 10 digits.
-void SetTimes(const std::vector<std::string>& rTimes)
-{
-    std::vector<std::string> parts = PartsOf(Load("j"));
-    ASSERT_EQ(rTimes.size() + 2, parts.size());
-    for (std::size_t u = 0; u < rTimes.size(); ++u)
-    {
-        parts[u + 1].replace(g_uHeadSize + 2 + std::to_string(u + 1).size() + 1, 10, rTimes[u]);
-    }
-    Rechain(parts, Load("k"));
-    Store("j", Joined(parts));
-}
-
-/// The numbers of the records that were printed.
-std::vector<unsigned int> NumbersOf(const SRunResult& rOutcome)
-{
-    std::vector<unsigned int> numbers;
-    for (const std::string& rLine : LinesOf(rOutcome.strOutput))
-    {
-        numbers.push_back(static_cast<unsigned int>(std::stoul(rLine)));
-    }
-    return numbers;
-}
-
-std::string Decoded(const std::string& rBase64)
-{
-    std::string strBytes(rBase64.size() / 4 * 3, '\0');
-    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(strBytes.data()),
-                    reinterpret_cast<const unsigned char*>(rBase64.data()), static_cast<int>(rBase64.size()));
-    while (!rBase64.empty() && strBytes.size() > rBase64.find_last_not_of('=') * 3 / 4 + 1) strBytes.pop_back();
-    return strBytes;
-}
-
-/// Opens nonce and encrypted text as README.md says.
-std::string Opened(const std::string& rSealed, const std::string& rKey)
-{
-    const std::string strInfo = "text seal";
-    const std::string strFirst = HmacSha1(rKey, strInfo + '\1');
-    const std::string strDerived = (strFirst + HmacSha1(rKey, strFirst + strInfo + '\2')).substr(0, 32);
-    std::string strText(rSealed.size() - g_uNonceSize, '\0');
-    const auto* const puSealed = reinterpret_cast<const unsigned char*>(rSealed.data());
-    EVP_CIPHER_CTX* const pContext = EVP_CIPHER_CTX_new();
-    EVP_DecryptInit_ex(pContext, EVP_aes_256_ctr(), nullptr, reinterpret_cast<const unsigned char*>(strDerived.data()),
-                       puSealed);
-    int nSize = 0;
-    EVP_DecryptUpdate(pContext, reinterpret_cast<unsigned char*>(strText.data()), &nSize, puSealed + g_uNonceSize,
-                      static_cast<int>(strText.size()));
-    EVP_CIPHER_CTX_free(pContext);
-    return strText;
-}
-
-std::string NumberedLines(unsigned int uCount)
-{
-    std::string strText;
-    for (unsigned int u = 1; u <= uCount; ++u) strText += "line " + std::to_string(u) + "\n";
-    return strText;
-}
-
-bool StartsWith(const std::string& rText, const std::string& rStart)
-{
-    return rText.compare(0, rStart.size(), rStart) == 0;
-}
-
-bool EndsWith(const std::string& rText, const std::string& rEnd)
-{
-    return rText.size() >= rEnd.size() && rText.compare(rText.size() - rEnd.size(), rEnd.size(), rEnd) == 0;
-}
+const char* const g_pszDAMAGED = ": damaged: its CRC-32 does not fit";
+const char* const g_pszFORGED = ": forged: its CRC-32 fits, its HMAC does not";
 }  // namespace
 
 TEST_F(CJournal, LinesComeBackAsTheyWere)
 {
-    MustWrite("first\n\n  spaces  \ncarriage return\r\n\xff\x01 %s\nlast\n");
-    ExpectIntact(6);
-    EXPECT_EQ((std::vector<std::string>{"first", "", "  spaces  ", "carriage return\r", "\xff\x01 %s", "last"}),
-              ShownTexts());
-    EXPECT_EQ(ShownTexts(), ShownTexts({"--key", "k"}));
-}
-
-TEST_F(CJournal, NulsAreCharactersLikeOthers)
-{
-    const std::string strText = std::string("\0a\0\0b\0", 6);
-    MustWrite(strText + "\n" + std::string(3, '\0') + "\n");
-    EXPECT_EQ((std::vector<std::string>{strText, std::string(3, '\0')}), ShownTexts({"--key", "k"}));
-}
-
-TEST_F(CJournal, TheLastLineNeedsNoNewline)
-{
-    MustWrite("one\ntwo");
-    ExpectIntact(2);
-    EXPECT_EQ((std::vector<std::string>{"one", "two"}), ShownTexts());
-}
-
-TEST_F(CJournal, AnEmptyFileGivesNoRecord)
-{
-    MustWrite("");
-    ExpectIntact(0);
-    EXPECT_TRUE(ShownTexts({"--key", "k"}).empty());
-    MustWrite("one\n");
-    ExpectIntact(1);
-}
-
-TEST_F(CJournal, TheLongestLineIsKeptWholeAndALongerOneRefused)
-{
     std::string strLongest(65535, 'x');
     strLongest[3] = strLongest[40000] = '\0';
-    // The second one fills what is read at once up to just before its newline, the third is the last of the file.
-    MustWrite("\n" + strLongest + "\n" + strLongest + "\n" + strLongest);
-    EXPECT_EQ((std::vector<std::string>{"", strLongest, strLongest, strLongest}), ShownTexts({"--key", "k"}));
+    struct SCase
+    {
+        std::string strText;
+        Strings want;
+    };
+    std::vector<SCase> cases = {
+        {"first\n\n  spaces  \ncarriage return\r\n\xff\x01 %s\nlast\n",
+         {"first", "", "  spaces  ", "carriage return\r", "\xff\x01 %s", "last"}},
+        {std::string("\0a\0\0b\0\n\0\0\n", 10), {std::string("\0a\0\0b\0", 6), std::string(2, '\0')}},
+        {"one\ntwo", {"one", "two"}},
+        {"", {}},
+        // The second one fills what is read at once up to just before its newline, the third is the last of the file.
+        {"\n" + strLongest + "\n" + strLongest + "\n" + strLongest, {"", strLongest, strLongest, strLongest}},
+        // Long enough to pass several buffers at ever other offsets.
+        {"", {}}};
+    for (unsigned int u = 0; u < 60; ++u)
+    {
+        cases.back().want.push_back(std::string(65535 - 1091 * u, static_cast<char>('a' + u % 26)));
+        cases.back().strText += cases.back().want.back() + "\n";
+    }
+    for (const SCase& rCase : cases)
+    {
+        SCOPED_TRACE(rCase.strText.substr(0, 20));
+        MustBegin(rCase.strText);
+        ExpectIntact(rCase.want.size());
+        EXPECT_EQ(rCase.want, ShownTexts());
+        EXPECT_EQ(rCase.want, ShownTexts({"--key", "k"}));
+    }
+}
 
+TEST_F(CJournal, ALineThatIsTooLongIsRefused)
+{
+    MustWrite("one\n");
     const std::string strBefore = Load("j");
     for (const std::string strEnd : {"\n", "", "xxx\nmore\n"})
     {
-        Store("long", "a\nb\n" + strLongest + "x" + strEnd);
-        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "long"}),
-                      "long: line 3 is longer than 65,535 characters");
+        Store("long", "a\nb\n" + std::string(65536, 'x') + strEnd);
+        ExpectRefused(Write({"long"}), "long: line 3 is longer than 65,535 characters");
         EXPECT_EQ(strBefore, Load("j"));
     }
 }
 
-TEST_F(CJournal, LinesOfEveryLengthAreCutRightlyAcrossReads)
-{
-    // Long enough to pass several buffers at ever other offsets.
-    std::string strText;
-    std::vector<std::string> want;
-    for (unsigned int u = 0; u < 60; ++u)
-    {
-        want.push_back(std::string(65535 - 1091 * u, static_cast<char>('a' + u % 26)));
-        strText += want.back() + "\n";
-    }
-    MustWrite(strText);
-    EXPECT_EQ(want, ShownTexts());
-}
-
 TEST_F(CJournal, WritingAgainContinuesNumbersAndChain)
 {
+    MustWrite("");
     MustWrite("one\ntwo\n");
-    const std::vector<std::string> before = PartsOf(Load("j"));
+    const Strings before = PartsOf(Load("j"));
     Store("a", "three\n");
     Store("b", "four");
-    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "a", "b"});
-    EXPECT_EQ("j: 2 records written, 4 in all\n", outcome.strOutput);
-    ExpectIntact(4);
-    EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ShownTexts());
-    const std::vector<std::string> after = PartsOf(Load("j"));
+    EXPECT_EQ("j: 3 records written, 5 in all\n", Write({"a", "-", "a"}, {}, "b").strOutput);
+    ExpectIntact(5);
+    EXPECT_EQ((Strings{"one", "two", "three", "four", "three"}), ShownTexts());
+    const Strings after = PartsOf(Load("j"));
     EXPECT_TRUE(std::equal(before.begin(), before.end() - 1, after.begin())) << "old records changed";
 }
 
-TEST_F(CJournal, ADashIsStandardInput)
+TEST_F(CJournal, FromToAndLastSelectRecords)
 {
-    Store("a", "one\n");
-    Store("b", "two\n");
-    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "a", "-", "a"}, {}, "b");
-    EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
-    EXPECT_EQ((std::vector<std::string>{"one", "two", "one"}), ShownTexts());
-}
-
-TEST_F(CJournal, FromAndToSelectRecords)
-{
-    MustWrite(NumberedLines(9));
-    EXPECT_EQ((std::vector<std::string>{"line 4", "line 5"}), ShownTexts({"--from", "4", "--to", "5"}, 4));
-    EXPECT_EQ((std::vector<std::string>{"line 8", "line 9"}), ShownTexts({"--from", "8"}, 8));
-    EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to=1", "--key=k"}));
-    EXPECT_EQ((std::vector<std::string>{"line 9"}), ShownTexts({"--from", "9", "--to", "100"}, 9));
-    EXPECT_TRUE(ShownTexts({"--from", "10"}).empty());
-}
-
-TEST_F(CJournal, ShowingAPartWithTheKeyStillVerifiesAll)
-{
-    MustWrite(NumberedLines(5));
-    std::string strJournal = Load("j");
-    strJournal[strJournal.size() - 70] ^= 1;  // in the code of record 5
-    Store("j", strJournal);
-    EXPECT_EQ((std::vector<std::string>{"line 1"}), ShownTexts({"--to", "1"}));
-    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j", "--to", "1"});
-    EXPECT_EQ(1u, LinesOf(outcome.strOutput).size());
-    ExpectRefused(outcome, std::string("j: record 5") + g_pszDamaged);
-}
-
-TEST_F(CJournal, SealedLinesComeBackAsTheyWere)
-{
-    std::vector<std::string> want;
-    for (std::size_t uSize : {0u, 1u, 14u, 15u, 16u, 17u, 32u, 1000u, 65535u})
-    {
-        want.push_back(std::string(uSize, 'x'));
-        if (uSize > 5) want.back()[5] = '\0';
-    }
-    std::string strText;
-    for (const std::string& rLine : want) strText += rLine + "\n";
-    MustWrite(strText, {"--seal"});
-    ExpectIntact(static_cast<unsigned int>(want.size()));
-    EXPECT_EQ(want, ShownTexts({"--key", "k"}));
-    EXPECT_EQ(std::vector<std::string>(want.end() - 2, want.end()),
-              ShownTexts({"--key", "k", "--last", "2"}, static_cast<unsigned int>(want.size()) - 1));
-    EXPECT_EQ(want, ShownTexts({"--key", "k", "--since", "0"}));
-}
-
-TEST_F(CJournal, WithoutTheKeySealedTextsAreBase64OfWhatTheReadmeSays)
-{
-    const std::vector<std::string> want = {"secret", "secret", "", "/sealed x", std::string(65535, 's')};
-    std::string strText;
-    for (const std::string& rLine : want) strText += rLine + "\n";
-    MustWrite(strText, {"--seal"});
-    EXPECT_EQ(std::string::npos, Load("j").find("secret"));
-    for (const std::vector<std::string>& rSelection :
-         {std::vector<std::string>{}, {"--last", "5"}, {"--since", "1000000000"}})
-    {
-        const std::vector<std::string> shown = ShownTexts(rSelection);
-        ASSERT_EQ(want.size(), shown.size());
-        for (std::size_t u = 0; u < want.size(); ++u)
-        {
-            const std::string strSealed = Decoded(shown[u]);
-            ASSERT_EQ(g_uNonceSize + want[u].size(), strSealed.size());
-            EXPECT_EQ(std::string::npos, strSealed.find("secret"));
-            EXPECT_EQ(want[u], Opened(strSealed, Load("k")));
-        }
-        EXPECT_NE(Decoded(shown[0]).substr(0, g_uNonceSize), Decoded(shown[1]).substr(0, g_uNonceSize));
-        EXPECT_NE(Decoded(shown[0]).substr(g_uNonceSize), Decoded(shown[1]).substr(g_uNonceSize));
-    }
-}
-
-TEST_F(CJournal, TheMarkOfASealedTextCannotBeImitated)
-{
-    MustWrite("/sealed AAAA\n");
-    MustWrite("x\n", {"--seal"});
-    const std::vector<std::string> lines = LinesOf(Run({"show", "--journal", "j"}).strOutput);
-    const auto stampOf = [](const std::string& rLine) { return rLine.substr(0, rLine.find(' ', 2)); };
-    EXPECT_FALSE(EndsWith(stampOf(lines[0]), "/sealed")) << lines[0];
-    EXPECT_TRUE(EndsWith(stampOf(lines[1]), "/sealed")) << lines[1];
-}
-
-TEST_F(CJournal, SealedAndPlainRecordsShareAJournal)
-{
-    MustWrite("one\n");
-    MustWrite("two\nthree\n", {"--seal"});
-    MustWrite("four\n");
-    MustWrite("five\n", {"--seal"});
-    ExpectIntact(5);
-    const std::vector<std::string> want = {"one", "two", "three", "four", "five"};
-    EXPECT_EQ(want, ShownTexts({"--key", "k"}));
-    EXPECT_EQ(want, ShownTexts({"--key", "k", "--last", "9"}));
-    EXPECT_EQ(want, ShownTexts({"--key", "k", "--since", "0"}));
-    const std::vector<std::string> shown = ShownTexts();
-    ASSERT_EQ(5u, shown.size());
-    EXPECT_EQ("one", shown[0]);
-    EXPECT_EQ("four", shown[3]);
-    for (const std::size_t u : {1u, 2u, 4u}) EXPECT_EQ(want[u], Opened(Decoded(shown[u]), Load("k")));
-}
-
-TEST_F(CJournal, AnotherKeyOpensNoSealedText)
-{
-    MustWrite("secret\n", {"--seal"});
-    std::string strKey = Load("k");
-    strKey[0] ^= 1;
-    Store("k", strKey);
-    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j"});
-    EXPECT_EQ("", outcome.strOutput);
-    ExpectRefused(outcome, "j: header: not made under this key, or forged");
-}
-
-TEST_F(CJournal, AnyChangedByteOfASealedRecordIsFoundBeforeItIsOpened)
-{
-    MustWrite("text\n", {"--seal"});
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    std::mt19937 rng(TestSeed());
-    for (std::size_t u = 0; u < parts[1].size(); ++u)
-    {
-        const unsigned int uChange = 1 + Below(rng, 255);
-        SCOPED_TRACE(testing::Message() << "byte " << u << " changed by " << uChange);
-        std::vector<std::string> changed = parts;
-        changed[1][u] = static_cast<char>(changed[1][u] ^ static_cast<char>(uChange));
-        const auto showChanged = [&]
-        {
-            Store("j", Joined(changed));
-            SRunResult outcome = Run({"show", "--key", "k", "--journal", "j"});
-            EXPECT_EQ("", outcome.strOutput);
-            return outcome;
-        };
-        // A change of kind or size may lead to no frame at all.
-        if (u < g_uLinkAt) EXPECT_TRUE(StartsWith(showChanged().strErrors, "journal: j: record 1: "));
-        else ExpectRefused(showChanged(), std::string("j: record 1") + g_pszDamaged);
-        if (u < g_uLinkAt || u >= parts[1].size() - g_uCrcSize) continue;
-        FixCrc(changed[1]);
-        ExpectRefused(showChanged(), std::string("j: record 1") + g_pszForged);
-    }
-}
-
-TEST_F(CJournal, AForgedKindIsFound)
-{
-    MustWrite(std::string(40, 'x') + "\n");
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    std::vector<std::string> changed = parts;
-    changed[1][0] = 'S';
-    FixCrc(changed[1]);
-    Store("j", Joined(changed));
-    ExpectRefused(Verify(), std::string("j: record 1") + g_pszForged);
-    ExpectRefused(Run({"show", "--journal", "j"}), "j: record 1: forged: its CRC-32 fits, but it holds no record");
-}
-
-TEST_F(CJournal, LastSelectsTheEndInItsOrder)
-{
-    MustWrite(NumberedLines(5));
     struct SCase
     {
-        const char* pszLast;
-        std::vector<unsigned int> want;
+        Strings selection;
+        unsigned int uFirst;
+        unsigned int uLast;
     };
-    const SCase aCases[] = {{"1", {5}},
-                            {"2", {4, 5}},
-                            {"4", {2, 3, 4, 5}},
-                            {"5", {1, 2, 3, 4, 5}},
-                            {"6", {1, 2, 3, 4, 5}},
-                            {"18446744073709551615", {1, 2, 3, 4, 5}}};
+    const SCase aCases[] = {{{"--from", "4", "--to", "5"}, 4, 5},
+                            {{"--from", "8"}, 8, 9},
+                            {{"--to=1", "--key=k"}, 1, 1},
+                            {{"--from", "9", "--to", "100"}, 9, 9},
+                            {{"--from", "10"}, 10, 9},
+                            {{"--last", "1"}, 9, 9},
+                            {{"--last", "2"}, 8, 9},
+                            {{"--last", "8"}, 2, 9},
+                            {{"--last", "9"}, 1, 9},
+                            {{"--last", "10"}, 1, 9},
+                            {{"--last", "18446744073709551615"}, 1, 9}};
+    MustWrite(NumberedLines(9));
+    const Strings lines = LinesOf(NumberedLines(9));
     for (const SCase& rCase : aCases)
     {
-        SCOPED_TRACE(rCase.pszLast);
-        EXPECT_EQ(rCase.want, NumbersOf(Run({"show", "--journal", "j", "--last", rCase.pszLast})));
+        SCOPED_TRACE(testing::PrintToString(rCase.selection));
+        EXPECT_EQ(Strings(lines.begin() + rCase.uFirst - 1, lines.begin() + rCase.uLast),
+                  ShownTexts(rCase.selection, rCase.uFirst));
     }
-    EXPECT_EQ((std::vector<std::string>{"line 4", "line 5"}), ShownTexts({"--last", "2"}, 4));
-    fs::remove("j");
-    MustWrite("", {"--new"});
+    MustBegin("");
     EXPECT_TRUE(ShownTexts({"--last", "1"}).empty());
 }
 
@@ -583,7 +123,7 @@ TEST_F(CJournal, SinceAndUntilSelectByTimeInTheOrderOfTime)
     ExpectIntact(8);
     struct SCase
     {
-        std::vector<std::string> selection;
+        Strings selection;
         std::vector<unsigned int> want;
     };
     const SCase aCases[] = {{{"--since", "0"}, {1, 4, 2, 5, 3, 6, 7, 8}},
@@ -599,92 +139,279 @@ TEST_F(CJournal, SinceAndUntilSelectByTimeInTheOrderOfTime)
     for (const SCase& rCase : aCases)
     {
         SCOPED_TRACE(testing::PrintToString(rCase.selection));
-        for (const std::vector<std::string>& rKey : {std::vector<std::string>{}, {"--key", "k"}})
+        for (const SRunResult& rOutcome : {Show(rCase.selection), ShowWithKey(rCase.selection)})
         {
-            std::vector<std::string> arguments = {"show", "--journal", "j", "--raw"};
-            arguments.insert(arguments.end(), rKey.begin(), rKey.end());
-            arguments.insert(arguments.end(), rCase.selection.begin(), rCase.selection.end());
-            const SRunResult outcome = Run(arguments);
-            EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
-            EXPECT_EQ(rCase.want, NumbersOf(outcome));
+            EXPECT_EQ(0, rOutcome.nStatus) << rOutcome.strErrors;
+            std::vector<unsigned int> numbers;
+            for (const std::string& rLine : LinesOf(rOutcome.strOutput))
+                numbers.push_back(static_cast<unsigned int>(std::stoul(rLine)));
+            EXPECT_EQ(rCase.want, numbers);
         }
     }
-    const SRunResult outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "1000000030"});
     EXPECT_EQ("3 1000000030 line 3\n6 1000000040 line 6\n7 1000000040 line 1\n8 1000000050 line 2\n",
-              outcome.strOutput);
-}
-
-TEST_F(CJournal, TheEndAndTimesOfABrokenJournalAreNotShown)
-{
-    MustWrite(NumberedLines(5));
-    std::string strJournal = Load("j");
-    strJournal.back() ^= 1;
-    Store("j", strJournal);
-    for (const char* const pszSelection : {"--last", "--since"})
-    {
-        const SRunResult outcome = Run({"show", "--journal", "j", pszSelection, "1"});
-        EXPECT_EQ("", outcome.strOutput);
-        ExpectRefused(outcome, std::string("j: closing record") + g_pszDamaged);
-    }
+              ShowWithKey({"--since", "1000000030"}).strOutput);
 }
 
 TEST_F(CJournal, TimesNeedAFileToGoBackIn)
 {
     ASSERT_EQ(0, mkfifo("j", 0600));
     const int nOtherEnd = open("j", O_RDWR | O_CLOEXEC);  // neither this nor the program's opening blocks
-    ExpectRefused(Run({"show", "--journal", "j", "--since", "1"}),
-                  "j: not a regular file, but --since and --until have to go back in it");
+    ExpectRefused(Show({"--since", "1"}), "j: not a regular file, but --since and --until have to go back in it");
     close(nOtherEnd);
+}
+
+TEST_F(CJournal, SealedTextsAreOpenedByTheKeyAloneAsTheReadmeSays)
+{
+    Strings want = {"secret", "secret", "/sealed x"};
+    for (std::size_t uSize : {0u, 1u, 14u, 15u, 16u, 17u, 32u, 1000u, 65535u})
+    {
+        want.push_back(std::string(uSize, 'x'));
+        if (uSize > 5) want.back()[5] = '\0';
+    }
+    std::string strText;
+    for (const std::string& rLine : want) strText += rLine + "\n";
+    MustWrite(strText, {"--seal"});
+    ExpectIntact(want.size());
+    EXPECT_EQ(std::string::npos, Load("j").find("secret"));
+    EXPECT_EQ(Strings(want.end() - 2, want.end()), ShownTexts({"--key", "k", "--last", "2"}, want.size() - 1));
+    for (const Strings& rSelection : {Strings{}, {"--last", "99"}, {"--since", "1000000000"}})
+    {
+        EXPECT_EQ(want, ShownTexts(With({"--key", "k"}, rSelection)));
+        const Strings shown = ShownTexts(rSelection);
+        ASSERT_EQ(want.size(), shown.size());
+        for (std::size_t u = 0; u < want.size(); ++u)
+        {
+            const std::string strSealed = Decoded(shown[u]);
+            ASSERT_EQ(g_uNONCE_SIZE + want[u].size(), strSealed.size());
+            EXPECT_EQ(want[u], Opened(strSealed, Load("k")));
+        }
+        EXPECT_NE(Decoded(shown[0]).substr(0, g_uNONCE_SIZE), Decoded(shown[1]).substr(0, g_uNONCE_SIZE));
+        EXPECT_NE(Decoded(shown[0]).substr(g_uNONCE_SIZE), Decoded(shown[1]).substr(g_uNONCE_SIZE));
+    }
+}
+
+TEST_F(CJournal, SealedAndPlainRecordsShareAJournal)
+{
+    MustWrite("/sealed AAAA\n");
+    MustWrite("two\nthree\n", {"--seal"});
+    MustWrite("four\n");
+    ExpectIntact(4);
+    const Strings want = {"/sealed AAAA", "two", "three", "four"};
+    for (const Strings& rSelection : {Strings{}, {"--last", "9"}, {"--since", "0"}})
+        EXPECT_EQ(want, ShownTexts(With({"--key", "k"}, rSelection)));
+    const Strings shown = ShownTexts();
+    ASSERT_EQ(4u, shown.size());
+    EXPECT_EQ(want[0], shown[0]);
+    EXPECT_EQ(want[3], shown[3]);
+    for (const std::size_t u : {1u, 2u}) EXPECT_EQ(want[u], Opened(Decoded(shown[u]), Load("k")));
+    // The mark of a sealed text stands where a text cannot imitate it.
+    const Strings lines = LinesOf(Show().strOutput);
+    const auto stampOf = [](const std::string& rLine) { return rLine.substr(0, rLine.find(' ', 2)); };
+    EXPECT_FALSE(EndsWith(stampOf(lines[0]), "/sealed")) << lines[0];
+    EXPECT_TRUE(EndsWith(stampOf(lines[1]), "/sealed")) << lines[1];
+}
+
+TEST_F(CJournal, AnyChangedByteIsFoundAndItsPlaceNamed)
+{
+    std::mt19937 rng(TestSeed());
+    for (const bool bSealed : {false, true})
+    {
+        MustBegin("text\n\n", bSealed ? Strings{"--seal"} : Strings{});
+        const Strings parts = PartsOf(Load("j"));
+        ASSERT_EQ(4u, parts.size());
+        // A sealed text must not be opened before all of its record is verified: the first one shows that.
+        for (std::size_t uPart = bSealed ? 1 : 0; uPart < (bSealed ? 2 : parts.size()); ++uPart)
+        {
+            const std::string strPlace = uPart == 0 ? "j: header" : "j: record " + std::to_string(uPart);
+            for (std::size_t u = 0; u < parts[uPart].size(); ++u)
+            {
+                const unsigned int uChange = 1 + Below(rng, 255);
+                SCOPED_TRACE(testing::Message() << "part " << uPart << ", byte " << u << " changed by " << uChange);
+                Strings changed = parts;
+                changed[uPart][u] = static_cast<char>(changed[uPart][u] ^ static_cast<char>(uChange));
+                const auto readChanged = [&]
+                {
+                    Store("j", Joined(changed));
+                    const SRunResult outcome = bSealed ? ShowWithKey() : Verify();
+                    EXPECT_EQ(1, outcome.nStatus);
+                    EXPECT_EQ("", outcome.strOutput);
+                    return outcome;
+                };
+                const std::string strErrors = readChanged().strErrors;
+                const bool bClosing = strErrors == std::string("journal: j: closing record") + g_pszDAMAGED + "\n";
+                EXPECT_TRUE(StartsWith(strErrors, "journal: " + strPlace + ": ") || (bClosing && uPart == 3))
+                    << strErrors;
+                // A change of kind or size may lead to no frame at all.
+                if (uPart != 1 || u < g_uLINK_AT) continue;
+                EXPECT_EQ("journal: " + strPlace + g_pszDAMAGED + "\n", strErrors);
+                if (u >= parts[uPart].size() - g_uCRC_SIZE) continue;
+                FixCrc(changed[uPart]);
+                ExpectRefused(readChanged(), strPlace + g_pszFORGED);
+            }
+        }
+    }
+}
+
+TEST_F(CJournal, ACutAtAnyLengthIsRefusedAndTheFirstMissingPartNamed)
+{
+    MustWrite("text\n\n");
+    const std::string strJournal = Load("j");
+    std::size_t uBegin = 0;
+    const Strings parts = PartsOf(strJournal);
+    for (std::size_t uPart = 0; uPart < parts.size(); uBegin += parts[uPart++].size())
+    {
+        const std::string strPlace = uPart == 0 ? "header: " : "record " + std::to_string(uPart) + ": ";
+        for (std::size_t u = 0; u < parts[uPart].size(); ++u)
+        {
+            SCOPED_TRACE(testing::Message() << "part " << uPart << " cut at " << u);
+            Store("j", strJournal.substr(0, uBegin + u));
+            for (const SRunResult& rOutcome : {Verify(), u == 0 ? Show() : Verify()})
+            {
+                EXPECT_EQ(1, rOutcome.nStatus);
+                EXPECT_TRUE(StartsWith(rOutcome.strErrors, "journal: j: " + strPlace + "truncated"))
+                    << rOutcome.strErrors;
+            }
+        }
+    }
+}
+
+TEST_F(CJournal, AnythingButItsOwnPartsInTheirOrderIsNamed)
+{
+    MustWrite(NumberedLines(8));
+    const Strings other = PartsOf(Load("j"));
+    MustBegin(std::string(40, 'x') + "\n" + NumberedLines(7));
+    const Strings parts = PartsOf(Load("j"));
+    const auto damage = [](std::string& rPart) { rPart[rPart.size() - g_uTAIL_SIZE] ^= 1; };
+    const auto forge = [&](std::string& rPart)
+    {
+        damage(rPart);
+        FixCrc(rPart);
+    };
+    const char* const pszFOREIGN = ": does not continue what stands before it";
+    const std::string strClosing = "closing record";
+    struct SCase
+    {
+        std::function<void(Strings&)> change;
+        std::string strWithKey;
+        std::string strWithout;  // empty: the same
+    };
+    const SCase aCases[] = {
+        {[](Strings& r) { std::swap(r[5], r[7]); }, "record 5: found record 7 in its place", ""},
+        {[](Strings& r) { std::swap(r[1], r[2]); }, "record 1: found record 2 in its place", ""},
+        {[](Strings& r) { r.erase(r.begin() + 3); }, "record 3: found record 4 in its place", ""},
+        {[&](Strings& r) { r.insert(r.begin() + 3, parts[3]); }, "record 4: found record 3 in its place", ""},
+        {[](Strings& r) { r.erase(r.end() - 2); }, "record 8: found the closing record of 8 records in its place", ""},
+        {[](Strings& r) { r.erase(r.begin() + 1, r.end() - 1); },
+         "record 1: found the closing record of 8 records in its place", ""},
+        {[&](Strings& r) { r.push_back(parts[8]); }, "closing record: something follows it", ""},
+        {[&](Strings& r) { r[3] = other[3]; }, "record 3: found record 3 of another journal in its place",
+         std::string("record 3") + pszFOREIGN},
+        {[&](Strings& r) { r[0] = other[0]; }, "record 1: found record 1 of another journal in its place",
+         std::string("record 1") + pszFOREIGN},
+        {[&](Strings& r) { r[9] = other[9]; }, "closing record: found that of another journal",
+         strClosing + pszFOREIGN},
+        {[&](Strings& r) { damage(r[2]); }, std::string("record 2") + g_pszDAMAGED, ""},
+        {[&](Strings& r) { damage(r[9]); }, strClosing + g_pszDAMAGED, ""},
+        {[&](Strings& r) { forge(r[2]); }, std::string("record 2") + g_pszFORGED, std::string("record 3") + pszFOREIGN},
+        {[&](Strings& r) { forge(r[9]); }, strClosing + g_pszFORGED, "-"},
+        {[](Strings& r)
+         {
+             r[1][0] = 'S';
+             FixCrc(r[1]);
+         },
+         std::string("record 1") + g_pszFORGED, "record 1: forged: its CRC-32 fits, but it holds no record"},
+        {[](Strings& r) { r[0][20] ^= 1; }, std::string("header") + g_pszDAMAGED, ""},
+        {[](Strings& r)
+         {
+             r[0][20] ^= 1;
+             FixCrc(r[0]);
+         },
+         std::string("header") + g_pszFORGED, "-"},
+        {[](Strings& r) { r[0][8] = 3; }, "header: unknown version 3", ""},
+        {[](Strings& r) { r = {std::string(100, 'x')}; }, "header: not a journal", ""}};
+    for (const SCase& rCase : aCases)
+    {
+        SCOPED_TRACE(rCase.strWithKey);
+        Strings changed = parts;
+        rCase.change(changed);
+        Store("j", Joined(changed));
+        ExpectRefused(Verify(), "j: " + rCase.strWithKey);
+        if (rCase.strWithout == "-") EXPECT_EQ(0, Show().nStatus) << "nobody can tell";
+        else
+            ExpectRefused(Show({"--from", "9"}),
+                          "j: " + (rCase.strWithout.empty() ? rCase.strWithKey : rCase.strWithout));
+    }
+}
+
+TEST_F(CJournal, WhatIsShownOfABrokenJournalDependsOnWhatHasToBeReadFirst)
+{
+    MustWrite(NumberedLines(5));
+    std::string strJournal = Load("j");
+    strJournal[strJournal.size() - 70] ^= 1;  // in the code of record 5
+    Store("j", strJournal);
+    EXPECT_EQ((Strings{"line 1"}), ShownTexts({"--to", "1"}));
+    const SRunResult outcome = ShowWithKey({"--to", "1"});
+    EXPECT_EQ(1u, LinesOf(outcome.strOutput).size());
+    ExpectRefused(outcome, std::string("j: record 5") + g_pszDAMAGED);
+    for (const char* const pszSelection : {"--last", "--since"})
+    {
+        const SRunResult nothing = Show({pszSelection, "1"});
+        EXPECT_EQ("", nothing.strOutput);
+        ExpectRefused(nothing, std::string("j: record 5") + g_pszDAMAGED);
+    }
+    Store("text", "more\n");
+    ExpectRefused(Write({"text"}), FullName("j") + ": record 5" + g_pszDAMAGED);
+    EXPECT_EQ(strJournal, Load("j"));
+    EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
+}
+
+TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
+{
+    MustWrite("one\n", {"--seal"});
+    const std::string strJournal = Load("j");
+    for (const std::size_t u : {0u, 31u})
+    {
+        std::string strKey = Load("k");
+        strKey[u] ^= 1;
+        Store("k", strKey);
+        const std::string strMessage = ": header: not made under this key, or forged";
+        const SRunResult outcome = ShowWithKey();
+        EXPECT_EQ("", outcome.strOutput);
+        ExpectRefused(outcome, "j" + strMessage);
+        ExpectRefused(Verify(), "j" + strMessage);
+        ExpectRefused(Write({"/etc/passwd"}), FullName("j") + strMessage);
+        EXPECT_EQ(strJournal, Load("j"));
+    }
 }
 
 TEST_F(CJournal, ARecordThatChangesWhileItIsShownIsRefused)
 {
-    // More than the pipe holds: once the first character has come, all is verified and much not yet printed.
-    std::string strText;
-    for (unsigned int u = 0; u < 40; ++u) strText += std::string(10000, 'x') + "\n";
-    MustWrite(strText);
-    std::vector<std::string> parts = PartsOf(Load("j"));
-    ASSERT_EQ(0, mkfifo("out", 0600));
-    SRunResult outcome = {};
-    std::thread runner(
-        [&] {
-            outcome = Run({"show", "--key", "k", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out");
-        });
-    std::ifstream output("out", std::ios::binary);
-    std::string strShown(1, static_cast<char>(output.get()));
-    // By somebody who has the key, so that the record is a good one by itself.
-    parts[40][parts[40].size() - g_uTailSize - 1] = 'y';
-    Rechain(parts, Load("k"));
-    const std::size_t uLastSize = parts[40].size() + parts[41].size();
-    std::fstream journal("j", std::ios::binary | std::ios::in | std::ios::out);
-    journal.seekp(-static_cast<std::streamoff>(uLastSize), std::ios::end) << parts[40] << std::flush;
-    strShown.append(std::istreambuf_iterator<char>(output), {});
-    runner.join();
-    EXPECT_EQ(39u, LinesOf(strShown).size());
-    ExpectRefused(outcome, "j: record 40: changed while it was being read");
-}
-
-TEST_F(CJournal, WithoutTheKeyARecordThatChangesWhileItIsShownIsRefused)
-{
-    std::string strText;
-    for (unsigned int u = 0; u < 40; ++u) strText += std::string(10000, 'x') + "\n";
-    MustWrite(strText);
-    std::vector<std::string> parts = PartsOf(Load("j"));
-    ASSERT_EQ(0, mkfifo("out", 0600));
-    SRunResult outcome = {};
-    std::thread runner([&] { outcome = Run({"show", "--journal", "j", "--since", "0"}, {}, "/dev/null", "out"); });
-    std::ifstream output("out", std::ios::binary);
-    std::string strShown(1, static_cast<char>(output.get()));
-    // The code, which nobody can check, stays as it was.
-    parts[40][parts[40].size() - g_uTailSize - 1] = 'y';
-    FixCrc(parts[40]);
-    const std::size_t uLastSize = parts[40].size() + parts[41].size();
-    std::fstream journal("j", std::ios::binary | std::ios::in | std::ios::out);
-    journal.seekp(-static_cast<std::streamoff>(uLastSize), std::ios::end) << parts[40] << std::flush;
-    strShown.append(std::istreambuf_iterator<char>(output), {});
-    runner.join();
-    EXPECT_EQ(39u, LinesOf(strShown).size());
-    ExpectRefused(outcome, "j: record 40: changed while it was being read");
+    for (const bool bKey : {true, false})
+    {
+        // More than the pipe holds: once the first character has come, all is verified and much not yet printed.
+        std::string strText;
+        for (unsigned int u = 0; u < 40; ++u) strText += std::string(10000, 'x') + "\n";
+        MustBegin(strText);
+        Strings parts = PartsOf(Load("j"));
+        fs::remove("out");
+        ASSERT_EQ(0, mkfifo("out", 0600));
+        SRunResult outcome = {};
+        const Strings show = With({"show", "--journal", "j", "--since", "0"}, bKey ? Strings{"--key", "k"} : Strings{});
+        std::thread runner([&] { outcome = Run(show, {}, "/dev/null", "out"); });
+        std::ifstream output("out", std::ios::binary);
+        std::string strShown(1, static_cast<char>(output.get()));
+        // By somebody who has the key, so that the record is a good one by itself; without it, its code is not checked.
+        parts[40][parts[40].size() - g_uTAIL_SIZE - 1] = 'y';
+        if (bKey) Rechain(parts, Load("k"));
+        else FixCrc(parts[40]);
+        const std::size_t uLastSize = parts[40].size() + parts[41].size();
+        std::fstream journal("j", std::ios::binary | std::ios::in | std::ios::out);
+        journal.seekp(-static_cast<std::streamoff>(uLastSize), std::ios::end) << parts[40] << std::flush;
+        strShown.append(std::istreambuf_iterator<char>(output), {});
+        runner.join();
+        EXPECT_EQ(39u, LinesOf(strShown).size());
+        ExpectRefused(outcome, "j: record 40: changed while it was being read");
+    }
 }
 
 TEST_F(CJournal, TextsCannotCommandATerminal)
@@ -721,8 +448,8 @@ TEST_F(CJournal, TextsCannotCommandATerminal)
     MustWrite(strText);
     for (const char* const pszSelection : {"--from", "--since", "--last"})
     {
-        const SRunResult outcome = Run({"show", "--journal", "j", pszSelection, pszSelection[2] == 'l' ? "99" : "1"});
-        const std::vector<std::string> lines = LinesOf(outcome.strOutput);
+        const SRunResult outcome = Show({pszSelection, pszSelection[2] == 'l' ? "99" : "1"});
+        const Strings lines = LinesOf(outcome.strOutput);
         ASSERT_EQ(std::size(aCases), lines.size());
         for (std::size_t u = 0; u < lines.size(); ++u)
         {
@@ -736,25 +463,12 @@ TEST_F(CJournal, ANewKeyIsRandomAndItsOwnersOnly)
     umask(0);
     MustWrite("one\n");
     umask(022);
-    struct stat status;
-    ASSERT_EQ(0, stat("k", &status));
-    EXPECT_EQ(0600u, status.st_mode & 07777);
+    EXPECT_EQ(0600u, ModeOf("k"));
     const std::string strKey = Load("k");
     EXPECT_EQ(32u, strKey.size());
-    fs::remove("j");
     fs::remove("k");
-    MustWrite("one\n");
+    MustBegin("one\n");
     EXPECT_NE(strKey, Load("k"));
-}
-
-TEST_F(CJournal, AJournalKeepsItsMode)
-{
-    MustWrite("one\n");
-    ASSERT_EQ(0, chmod("j", 0640));
-    MustWrite("two\n");
-    struct stat status;
-    ASSERT_EQ(0, stat("j", &status));
-    EXPECT_EQ(0640u, status.st_mode & 07777);
 }
 
 TEST_F(CJournal, ModesGrantNobodyMoreThanBefore)
@@ -772,16 +486,13 @@ TEST_F(CJournal, ModesGrantNobodyMoreThanBefore)
         SCOPED_TRACE(testing::Message() << std::oct << rCase.uBefore);
         for (const bool bGroupLost : {false, true})
         {
-            fs::remove("j");
-            MustWrite("one\n", fs::exists("k") ? std::vector<std::string>{"--new"} : std::vector<std::string>{});
+            MustBegin("one\n");
             ASSERT_EQ(0, chmod("j", rCase.uBefore));
             const CRefusedJournal journal;
             const CRefusing refusing("REFUSE_NAME", bGroupLost ? "fchown" : "nothing", "REFUSE_ERRNO",
                                      std::to_string(EPERM));
             MustWrite("two\n");
-            struct stat status;
-            ASSERT_EQ(0, stat("j", &status));
-            EXPECT_EQ(bGroupLost ? rCase.uGroupLost : rCase.uKept, status.st_mode & 07777);
+            EXPECT_EQ(bGroupLost ? rCase.uGroupLost : rCase.uKept, ModeOf("j"));
         }
     }
 }
@@ -790,13 +501,10 @@ TEST_F(CJournal, ANewJournalHasTheModeThatTheUmaskSays)
 {
     for (const mode_t uMask : {0022u, 0077u, 0027u})
     {
-        fs::remove("j");
         umask(uMask);
-        MustWrite("one\n", fs::exists("k") ? std::vector<std::string>{"--new"} : std::vector<std::string>{});
+        MustBegin("one\n");
         umask(022);
-        struct stat status;
-        ASSERT_EQ(0, stat("j", &status));
-        EXPECT_EQ(0666u & ~uMask, status.st_mode & 07777);
+        EXPECT_EQ(0666u & ~uMask, ModeOf("j"));
     }
 }
 
@@ -813,29 +521,23 @@ TEST_F(CJournal, ASymbolicLinkStaysOne)
 TEST_F(CJournal, AKeyThatOthersMayUseIsRefused)
 {
     MustWrite("one\n");
-    for (const mode_t uMode : {0640u, 0604u, 0610u, 0602u})
+    const auto expect = [](const std::string& rReason)
     {
-        ASSERT_EQ(0, chmod("k", uMode));
-        char szMode[8];
-        std::snprintf(szMode, sizeof(szMode), "%04o", uMode);
-        const std::string strMessage =
-            std::string("k: a key is for its owner only, but the mode is ") + szMode + ": chmod 600 it";
+        const std::string strMessage = "k: a key is for its owner only, " + rReason;
         ExpectRefused(Verify(), strMessage);
-        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), strMessage);
-        ExpectRefused(Run({"show", "--key", "k", "--journal", "j"}), strMessage);
+        ExpectRefused(Write({"/dev/null"}), strMessage);
+        ExpectRefused(ShowWithKey(), strMessage);
+    };
+    {
+        const CRefusedJournal journal;
+        const CRefusing other("REFUSE_USER", std::to_string(geteuid() + 1));
+        expect("who is user " + std::to_string(geteuid()));
     }
-}
-
-TEST_F(CJournal, AKeyOfSomebodyElseIsRefused)
-{
-    MustWrite("one\n");
-    const unsigned int uOther = geteuid() + 1;
-    const CRefusedJournal journal;
-    const CRefusing other("REFUSE_USER", std::to_string(uOther));
-    const std::string strMessage = "k: a key is for its owner only, who is user " + std::to_string(geteuid());
-    ExpectRefused(Verify(), strMessage);
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), strMessage);
-    ExpectRefused(Run({"show", "--key", "k", "--journal", "j"}), strMessage);
+    for (const char* const pszMode : {"0640", "0604", "0610", "0602"})
+    {
+        ASSERT_EQ(0, chmod("k", static_cast<mode_t>(std::strtoul(pszMode, nullptr, 8))));
+        expect(std::string("but the mode is ") + pszMode + ": chmod 600 it");
+    }
 }
 
 TEST_F(CJournal, NoKeyIsLeftInMemory)
@@ -846,7 +548,7 @@ TEST_F(CJournal, NoKeyIsLeftInMemory)
     MustWrite("one\n");
     MustWrite("two\n", {"--seal"});
     ExpectIntact(2);
-    EXPECT_EQ((std::vector<std::string>{"one", "two"}), ShownTexts({"--key", "k"}));
+    EXPECT_EQ((Strings{"one", "two"}), ShownTexts({"--key", "k"}));
 }
 
 TEST_F(CJournal, ADeletedJournalIsNotBegunAnewWithoutAWord)
@@ -855,7 +557,7 @@ TEST_F(CJournal, ADeletedJournalIsNotBegunAnewWithoutAWord)
     const std::string strKey = Load("k");
     fs::remove("j");
     Store("text", "two\n");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
+    ExpectRefused(Write({"text"}),
                   "j: is missing, although its key k is there: if it was not deleted, --new begins it");
     EXPECT_EQ((std::set<std::string>{"k", "text"}), Files());
     MustWrite("two\n", {"--new"});
@@ -873,8 +575,7 @@ TEST_F(CJournal, AFailedLockIsToldFromAnotherWriter)
     Store("text", "two\n");
     const CRefusedJournal journal;
     const CRefusing refusing("REFUSE_NAME", "flock", "REFUSE_ERRNO", std::to_string(ENOLCK));
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
-                  (m_directory / "j").string() + ": cannot be locked: No locks available");
+    ExpectRefused(Write({"text"}), FullName("j") + ": cannot be locked: No locks available");
 }
 
 TEST_F(CJournal, AKeyFileThatIsNoneIsRefused)
@@ -887,38 +588,30 @@ TEST_F(CJournal, AKeyFileThatIsNoneIsRefused)
     ExpectRefused(Verify(), "k: not a key file: 33 bytes instead of 32");
     fs::remove("k");
     ExpectRefused(Verify(), "k: No such file or directory");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "/dev/null"}), "k: No such file or directory");
+    ExpectRefused(Write({"/dev/null"}), "k: No such file or directory");
     EXPECT_FALSE(fs::exists("k")) << "a new key cannot fit an old journal";
     fs::create_directory("k");
     ExpectRefused(Verify(), "k: not a key file");
 }
 
-TEST_F(CJournal, WhatCannotBeReadLeavesTheJournalUntouched)
+TEST_F(CJournal, WhatCannotBeReadLeavesEverythingAsItWas)
 {
-    MustWrite("one\n");
-    const std::string strBefore = Load("j");
     Store("good", "two\n");
-    fs::create_directory("dir");
-    const std::set<std::string> files = Files();
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "missing"}),
-                  "missing: No such file or directory");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "dir"}), "dir: a directory");
-    // Opened well, but fails when read.
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "good", "/proc/self/mem"}),
-                  "/proc/self/mem: Input/output error");
-    EXPECT_EQ(strBefore, Load("j"));
-    EXPECT_EQ(files, Files());
-}
-
-TEST_F(CJournal, WhatCannotBeReadMakesNoJournal)
-{
-    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "missing"});
-    ExpectRefused(outcome, "missing: No such file or directory");
-    EXPECT_TRUE(Files().empty());
     Store("long", std::string(70000, 'x'));
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "long"}),
-                  "long: line 1 is longer than 65,535 characters");
-    EXPECT_EQ((std::set<std::string>{"long"}), Files());
+    fs::create_directory("dir");
+    for (const bool bNew : {true, false})
+    {
+        if (!bNew) MustWrite("one\n");
+        const std::string strBefore = Load("j");
+        const std::set<std::string> files = Files();
+        ExpectRefused(Write({"good", "missing"}), "missing: No such file or directory");
+        ExpectRefused(Write({"good", "dir"}), "dir: a directory");
+        ExpectRefused(Write({"long"}), "long: line 1 is longer than 65,535 characters");
+        // Opened well, but fails when read.
+        ExpectRefused(Write({"good", "/proc/self/mem"}), "/proc/self/mem: Input/output error");
+        EXPECT_EQ(strBefore, Load("j"));
+        EXPECT_EQ(files, Files());
+    }
 }
 
 TEST_F(CJournal, ANameMayBeAsLongAsThoseOfTheSystem)
@@ -936,204 +629,12 @@ TEST_F(CJournal, AJournalThatIsNoRegularFileIsRefused)
     MustWrite("one\n");
     fs::create_directory("dir");
     Store("text", "two\n");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "dir", "text"}),
-                  (m_directory / "dir").string() + ": not a regular file");
+    ExpectRefused(Run({"write", "--key", "k", "--journal", "dir", "text"}), FullName("dir") + ": not a regular file");
     ExpectRefused(Run({"write", "--key", "k", "--journal", "/dev/null", "text"}), "/dev/null: not a regular file");
     ExpectRefused(Run({"verify", "--key", "k", "--journal", "dir"}), "dir: Is a directory");
     ExpectRefused(Run({"verify", "--key", "k", "--journal", "missing"}), "missing: No such file or directory");
     ExpectRefused(Run({"write", "--new", "--key", "k", "--journal", "missing/j", "text"}),
                   "missing/j: No such file or directory");
-}
-
-TEST_F(CJournal, AnyChangedByteIsFoundAndItsPlaceNamed)
-{
-    MustWrite("text\n\n");
-    const std::string strJournal = Load("j");
-    std::mt19937 rng(TestSeed());
-    std::size_t uBegin = 0;
-    const std::vector<std::string> parts = PartsOf(strJournal);
-    ASSERT_EQ(4u, parts.size());
-    for (std::size_t uPart = 0; uPart < parts.size(); uBegin += parts[uPart++].size())
-    {
-        const std::string strPlace = uPart == 0 ? "header: " : "record " + std::to_string(uPart) + ": ";
-        for (std::size_t u = 0; u < parts[uPart].size(); ++u)
-        {
-            const unsigned int uChange = 1 + Below(rng, 255);
-            SCOPED_TRACE(testing::Message() << "part " << uPart << ", byte " << u << " changed by " << uChange);
-            std::string strChanged = strJournal;
-            strChanged[uBegin + u] = static_cast<char>(strChanged[uBegin + u] ^ static_cast<char>(uChange));
-            Store("j", strChanged);
-            const SRunResult outcome = Verify();
-            EXPECT_EQ(1, outcome.nStatus);
-            EXPECT_EQ("", outcome.strOutput);
-            const bool bNamed = StartsWith(outcome.strErrors, "journal: j: " + strPlace);
-            const bool bClosing = outcome.strErrors == std::string("journal: j: closing record") + g_pszDamaged + "\n";
-            EXPECT_TRUE(bNamed || (bClosing && uPart == 3)) << outcome.strErrors;
-        }
-    }
-}
-
-TEST_F(CJournal, ACutAtAnyLengthIsRefusedAndTheFirstMissingPartNamed)
-{
-    MustWrite("text\n\n");
-    const std::string strJournal = Load("j");
-    std::size_t uBegin = 0;
-    const std::vector<std::string> parts = PartsOf(strJournal);
-    for (std::size_t uPart = 0; uPart < parts.size(); uBegin += parts[uPart++].size())
-    {
-        const std::string strPlace = uPart == 0 ? "header: " : "record " + std::to_string(uPart) + ": ";
-        const std::string strWant = "journal: j: " + strPlace + "truncated";
-        for (std::size_t u = 0; u < parts[uPart].size(); ++u)
-        {
-            SCOPED_TRACE(testing::Message() << "part " << uPart << " cut at " << u);
-            Store("j", strJournal.substr(0, uBegin + u));
-            const SRunResult outcome = Verify();
-            EXPECT_EQ(1, outcome.nStatus);
-            EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
-        }
-        Store("j", strJournal.substr(0, uBegin));
-        const SRunResult outcome = Run({"show", "--journal", "j"});
-        EXPECT_EQ(1, outcome.nStatus);
-        EXPECT_TRUE(StartsWith(outcome.strErrors, strWant)) << outcome.strErrors;
-    }
-}
-
-TEST_F(CJournal, MovedMissingAndRepeatedRecordsAreNamed)
-{
-    MustWrite(NumberedLines(8));
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    const auto expect = [&](const std::vector<std::string>& rChanged, const std::string& rMessage)
-    {
-        Store("j", Joined(rChanged));
-        ExpectRefused(Verify(), rMessage);
-        ExpectRefused(Run({"show", "--journal", "j", "--from", "9"}), rMessage);
-    };
-
-    std::vector<std::string> swapped = parts;
-    std::swap(swapped[5], swapped[7]);
-    expect(swapped, "j: record 5: found record 7 in its place");
-
-    std::vector<std::string> neighbours = parts;
-    std::swap(neighbours[1], neighbours[2]);
-    expect(neighbours, "j: record 1: found record 2 in its place");
-
-    std::vector<std::string> missing = parts;
-    missing.erase(missing.begin() + 3);
-    expect(missing, "j: record 3: found record 4 in its place");
-
-    std::vector<std::string> repeated = parts;
-    repeated.insert(repeated.begin() + 3, parts[3]);
-    expect(repeated, "j: record 4: found record 3 in its place");
-
-    std::vector<std::string> withoutLast = parts;
-    withoutLast.erase(withoutLast.end() - 2);
-    expect(withoutLast, "j: record 8: found the closing record of 8 records in its place");
-
-    std::vector<std::string> empty = {parts.front(), parts.back()};
-    expect(empty, "j: record 1: found the closing record of 8 records in its place");
-
-    std::vector<std::string> followed = parts;
-    followed.push_back(parts[8]);
-    expect(followed, "j: closing record: something follows it");
-}
-
-TEST_F(CJournal, PartsOfAnotherJournalUnderTheSameKeyAreNamed)
-{
-    MustWrite(NumberedLines(4));
-    const std::vector<std::string> other = PartsOf(Load("j"));
-    fs::remove("j");
-    MustWrite(NumberedLines(4), {"--new"});
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-
-    const auto replace = [&](std::size_t uPart)
-    {
-        std::vector<std::string> mixed = parts;
-        mixed[uPart] = other[uPart];
-        Store("j", Joined(mixed));
-    };
-    replace(3);
-    ExpectRefused(Verify(), "j: record 3: found record 3 of another journal in its place");
-    ExpectRefused(Run({"show", "--journal", "j", "--from", "5"}),
-                  "j: record 3: does not continue what stands before it");
-    replace(0);
-    ExpectRefused(Verify(), "j: record 1: found record 1 of another journal in its place");
-    replace(5);
-    ExpectRefused(Verify(), "j: closing record: found that of another journal");
-    ExpectRefused(Run({"show", "--journal", "j", "--from", "5"}),
-                  "j: closing record: does not continue what stands before it");
-}
-
-TEST_F(CJournal, AnotherKeyIsToldFromCorruption)
-{
-    MustWrite("one\n");
-    const std::string strJournal = Load("j");
-    std::string strKey = Load("k");
-    strKey[31] ^= 1;
-    Store("k", strKey);
-    ExpectRefused(Verify(), "j: header: not made under this key, or forged");
-    const SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "/etc/passwd"});
-    ExpectRefused(outcome, (m_directory / "j").string() + ": header: not made under this key, or forged");
-    EXPECT_EQ(strJournal, Load("j"));
-
-    strKey[31] ^= 1;
-    Store("k", strKey);
-    std::string strChanged = strJournal;
-    strChanged[20] ^= 1;
-    Store("j", strChanged);
-    ExpectRefused(Verify(), std::string("j: header") + g_pszDamaged);
-    ExpectRefused(Run({"show", "--journal", "j"}), std::string("j: header") + g_pszDamaged);
-    std::vector<std::string> parts = PartsOf(strChanged);
-    FixCrc(parts[0]);
-    Store("j", Joined(parts));
-    ExpectRefused(Verify(), std::string("j: header") + g_pszForged);
-}
-
-TEST_F(CJournal, DamageIsToldFromForgery)
-{
-    MustWrite("one\ntwo\n");
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    struct SCase
-    {
-        std::size_t uPart;
-        const char* pszPlace;
-    };
-    for (const SCase& rCase : {SCase{1, "j: record 1"}, SCase{2, "j: record 2"}, SCase{3, "j: closing record"}})
-    {
-        std::vector<std::string> changed = parts;
-        std::string& rPart = changed[rCase.uPart];
-        rPart[rPart.size() - g_uTailSize] ^= 1;
-        Store("j", Joined(changed));
-        ExpectRefused(Verify(), std::string(rCase.pszPlace) + g_pszDamaged);
-        ExpectRefused(Run({"show", "--journal", "j"}), std::string(rCase.pszPlace) + g_pszDamaged);
-        FixCrc(rPart);
-        Store("j", Joined(changed));
-        ExpectRefused(Verify(), std::string(rCase.pszPlace) + g_pszForged);
-    }
-}
-
-TEST_F(CJournal, AFileThatIsNoJournalIsRefused)
-{
-    MustWrite("one\n");
-    Store("text", std::string(100, 'x'));
-    ExpectRefused(Run({"verify", "--key", "k", "--journal", "text"}), "text: header: not a journal");
-    ExpectRefused(Run({"show", "--journal", "text"}), "text: header: not a journal");
-    std::string strNewer = Load("j");
-    strNewer[8] = 3;
-    Store("j", strNewer);
-    ExpectRefused(Verify(), "j: header: unknown version 3");
-}
-
-TEST_F(CJournal, ABrokenJournalIsNotContinued)
-{
-    MustWrite(NumberedLines(3));
-    std::string strBroken = Load("j");
-    strBroken[strBroken.size() - 1] ^= 1;
-    Store("j", strBroken);
-    Store("text", "more\n");
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
-                  (m_directory / "j").string() + ": closing record" + g_pszDamaged);
-    EXPECT_EQ(strBroken, Load("j"));
-    EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
 }
 
 TEST_F(CJournal, AFullDiskLeavesTheJournalUntouched)
@@ -1143,8 +644,7 @@ TEST_F(CJournal, AFullDiskLeavesTheJournalUntouched)
     Store("text", NumberedLines(2000));
     for (const rlim_t uLimit : {100u, 5000u, 50000u})
     {
-        ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}, {{RLIMIT_FSIZE, uLimit}}),
-                      (m_directory / "j").string() + ": File too large");
+        ExpectRefused(Write({"text"}, {{RLIMIT_FSIZE, uLimit}}), FullName("j") + ": File too large");
         EXPECT_EQ(strBefore, Load("j"));
         EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
     }
@@ -1163,46 +663,52 @@ TEST_F(CJournal, OutputThatCannotBePrintedIsAnError)
 
 TEST_F(CJournal, UsageErrorsAreToldFromRefusals)
 {
-    const auto expect = [&](const std::vector<std::string>& rArguments, const std::string& rMessage)
+    struct SCase
     {
-        const SRunResult outcome = Run(rArguments);
-        EXPECT_EQ(2, outcome.nStatus);
-        EXPECT_EQ("", outcome.strOutput);
-        EXPECT_EQ("journal: " + rMessage + " (see journal --help)\n", outcome.strErrors);
+        Strings arguments;
+        std::string strMessage;
     };
-    expect({}, "no command given");
-    expect({"erase"}, "unknown command: erase");
-    expect({"verify", "--quiet"}, "unknown option: --quiet");
-    expect({"verify", "--key"}, "an option lacks its value: --key");
-    expect({"verify", "--key", "k"}, "--journal is missing");
-    expect({"verify", "--journal", "j"}, "--key is missing");
-    expect({"write", "--journal", "j", "text"}, "--key is missing");
-    expect({"write", "--key", "k", "--journal", "j"}, "no file given");
-    expect({"verify", "--key", "k", "--journal", "j", "text"}, "one argument too many: text");
-    expect({"show", "--journal", "j", "text"}, "one argument too many: text");
-    expect({"verify", "--key", "k", "--journal", "j", "--to", "2"}, "--from and --to are for show");
-    expect({"verify", "--key", "k", "--journal", "j", "--since", "2"}, "--since and --until are for show");
-    expect({"write", "--key", "k", "--journal", "j", "--until", "2", "text"}, "--since and --until are for show");
-    expect({"write", "--key", "k", "--journal", "j", "--last", "2", "text"}, "--last is for show");
-    expect({"show", "--journal", "j", "--seal"}, "--seal is for write");
-    expect({"verify", "--key", "k", "--journal", "j", "--seal"}, "--seal is for write");
+    const Strings show = {"show", "--journal", "j"};
+    const Strings write = {"write", "--key", "k", "--journal", "j"};
+    const Strings verify = {"verify", "--key", "k", "--journal", "j"};
+    const std::string strExclusive = "--from/--to, --since/--until and --last exclude each other";
+    std::vector<SCase> cases = {{{}, "no command given"},
+                                {{"erase"}, "unknown command: erase"},
+                                {{"verify", "--quiet"}, "unknown option: --quiet"},
+                                {{"verify", "--key"}, "an option lacks its value: --key"},
+                                {{"verify", "--key", "k"}, "--journal is missing"},
+                                {{"verify", "--journal", "j"}, "--key is missing"},
+                                {{"write", "--journal", "j", "text"}, "--key is missing"},
+                                {write, "no file given"},
+                                {With(verify, {"text"}), "one argument too many: text"},
+                                {With(show, {"text"}), "one argument too many: text"},
+                                {With(verify, {"--to", "2"}), "--from and --to are for show"},
+                                {With(verify, {"--since", "2"}), "--since and --until are for show"},
+                                {With(write, {"--until", "2", "text"}), "--since and --until are for show"},
+                                {With(write, {"--last", "2", "text"}), "--last is for show"},
+                                {With(show, {"--seal"}), "--seal is for write"},
+                                {With(verify, {"--seal"}), "--seal is for write"},
+                                {With(show, {"--since", "3", "--until", "2"}), "--since is behind --until"},
+                                {With(show, {"--from", "3", "--to", "2"}), "--from is behind --to"},
+                                {With(show, {"--from", "3", "--since", "2"}), strExclusive},
+                                {With(show, {"--until", "3", "--last", "2"}), strExclusive},
+                                {With(show, {"--last", "3", "--to", "2"}), strExclusive}};
     for (const char* const pszBad : {"", "0", "-1", "1x", "x", "99999999999999999999"})
     {
-        expect({"show", "--journal", "j", "--from", pszBad}, "not the number of a record: --from");
-        expect({"show", "--journal", "j", "--to", pszBad}, "not the number of a record: --to");
-        expect({"show", "--journal", "j", "--last", pszBad}, "not a number of records: --last");
+        cases.push_back({With(show, {"--from", pszBad}), "not the number of a record: --from"});
+        cases.push_back({With(show, {"--to", pszBad}), "not the number of a record: --to"});
+        cases.push_back({With(show, {"--last", pszBad}), "not a number of records: --last"});
+        if (std::string(pszBad) == "0") continue;
+        cases.push_back({With(show, {"--since", pszBad}), "not seconds since the epoch: --since"});
+        cases.push_back({With(show, {"--until", pszBad}), "not seconds since the epoch: --until"});
     }
-    for (const char* const pszBad : {"", "-1", "1x", "yesterday", "99999999999999999999"})
+    for (const SCase& rCase : cases)
     {
-        expect({"show", "--journal", "j", "--since", pszBad}, "not seconds since the epoch: --since");
-        expect({"show", "--journal", "j", "--until", pszBad}, "not seconds since the epoch: --until");
+        const SRunResult outcome = Run(rCase.arguments);
+        EXPECT_EQ(2, outcome.nStatus);
+        EXPECT_EQ("", outcome.strOutput);
+        EXPECT_EQ("journal: " + rCase.strMessage + " (see journal --help)\n", outcome.strErrors);
     }
-    expect({"show", "--journal", "j", "--since", "3", "--until", "2"}, "--since is behind --until");
-    const std::string strExclusive = "--from/--to, --since/--until and --last exclude each other";
-    expect({"show", "--journal", "j", "--from", "3", "--since", "2"}, strExclusive);
-    expect({"show", "--journal", "j", "--until", "3", "--last", "2"}, strExclusive);
-    expect({"show", "--journal", "j", "--last", "3", "--to", "2"}, strExclusive);
-    expect({"show", "--journal", "j", "--from", "3", "--to", "2"}, "--from is behind --to");
     EXPECT_TRUE(Files().empty());
 }
 
@@ -1232,23 +738,22 @@ TEST_F(CJournal, MemoryDoesNotGrowWithTheInput)
     const auto uRecords = std::to_string(strText.size() / strLine.size());
     Store("text", strText);
 
-    SRunResult outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
+    SRunResult outcome = Write({"text"}, limits);
     EXPECT_EQ("j: " + uRecords + " records written, " + uRecords + " in all\n", outcome.strOutput) << outcome.strErrors;
-    outcome = Run({"verify", "--key", "k", "--journal", "j"}, limits);
+    outcome = Verify(limits);
     EXPECT_EQ("j: intact, " + uRecords + " records\n", outcome.strOutput) << outcome.strErrors;
-    outcome = Run({"show", "--key", "k", "--journal", "j", "--from", uRecords}, limits);
+    outcome = ShowWithKey({"--from", uRecords}, limits);
     EXPECT_EQ(1u, LinesOf(outcome.strOutput).size()) << outcome.strErrors;
-    outcome = Run({"show", "--key", "k", "--journal", "j", "--last", "1000"}, limits);
+    outcome = ShowWithKey({"--last", "1000"}, limits);
     EXPECT_EQ(1000u, LinesOf(outcome.strOutput).size()) << outcome.strErrors;
-    outcome = Run({"show", "--key", "k", "--journal", "j", "--until", "1"}, limits);
+    outcome = ShowWithKey({"--until", "1"}, limits);
     EXPECT_EQ("", outcome.strOutput + outcome.strErrors);
     Store("text", "one more\n");
-    outcome = Run({"write", "--key", "k", "--journal", "j", "text"}, limits);
+    outcome = Write({"text"}, limits);
     EXPECT_EQ(0, outcome.nStatus) << outcome.strErrors;
 
     Store("text", std::string(24u << 20, 'x'));
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}, limits),
-                  "text: line 1 is longer than 65,535 characters");
+    ExpectRefused(Write({"text"}, limits), "text: line 1 is longer than 65,535 characters");
 }
 
 namespace
@@ -1271,12 +776,12 @@ std::string WhatIsOnTerminal(int nMaster)
 class CFedJournal
 {
 public:
-    explicit CFedJournal(bool bOnTerminal, const std::vector<std::string>& rMoreArguments = {})
+    explicit CFedJournal(bool bOnTerminal, const Strings& rMoreArguments = {})
     {
         signal(SIGPIPE, SIG_IGN);  // Feed() reports it
         EXPECT_EQ(0, pipe2(m_anPipe, O_CLOEXEC));
         EXPECT_EQ(0, openpty(&m_nMaster, &m_nTerminal, nullptr, nullptr, nullptr));
-        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "-"};
+        Strings arguments = {"write", "--key", "k", "--journal", "j", "-"};
         arguments.insert(arguments.end(), rMoreArguments.begin(), rMoreArguments.end());
         const int nNowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
         m_pid = StartProgram(g_pszJournal, arguments, {m_anPipe[0], nNowhere, bOnTerminal ? m_nTerminal : nNowhere},
@@ -1331,52 +836,43 @@ private:
 
 TEST_F(CJournal, AnInterruptedWriteLeavesNothingBehind)
 {
-    MustWrite("one\n");
-    const std::string strBefore = Load("j");
-    for (const int nSignal : {SIGHUP, SIGINT, SIGTERM, SIGKILL})
+    // Named: on file systems without unnamed files.
+    for (const auto& [bNamed, bNew] : {std::pair(false, false), {true, true}, {true, false}})
     {
-        CFedJournal journal(false);
-        journal.Feed(NumberedLines(g_uManyLines));
-        EXPECT_EQ(-nSignal, journal.Interrupt(nSignal));
-        EXPECT_EQ(strBefore, Load("j"));
-        EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
-    }
-}
-
-// On file systems without unnamed files.
-TEST_F(CJournal, ANamedTemporaryFileIsItsWritersOnlyAndDoesNotStay)
-{
-    const CRefusedJournal journalProgram;
-    const CRefusing unsupported("REFUSE_UNNAMED", "1");
-    for (const bool bNew : {true, false})
-    {
+        const CRefusedJournal journalProgram;
+        const CRefusing unsupported("REFUSE_UNNAMED", bNamed ? "1" : "0");
+        if (!bNew) MustWrite("one\n");
+        const std::set<std::string> before = Files();
+        const std::string strBefore = Load("j");
         for (const int nSignal : {SIGHUP, SIGINT, SIGTERM, SIGKILL})
         {
-            SCOPED_TRACE(testing::Message() << "signal " << nSignal << (bNew ? ", new" : ""));
-            const std::set<std::string> before = Files();
+            SCOPED_TRACE(testing::Message()
+                         << "signal " << nSignal << (bNew ? ", new" : "") << (bNamed ? ", named" : ""));
             umask(0);
             CFedJournal journal(false);
             umask(022);
-            journal.Feed(NumberedLines(g_uManyLines));
+            journal.Feed(NumberedLines(g_uMANY_LINES));
             unsigned int uTemporaries = 0;
             for (const std::string& rName : Files())
             {
                 if (before.count(rName) != 0) continue;
-                struct stat status = {};
-                EXPECT_EQ(0, stat(rName.c_str(), &status));
-                EXPECT_EQ(0600u, status.st_mode & 07777) << rName;
+                EXPECT_EQ(0600u, ModeOf(rName)) << rName;
                 ++uTemporaries;
             }
-            EXPECT_EQ(bNew ? 2u : 1u, uTemporaries) << "of the journal, and of its key when that is new";
+            EXPECT_EQ(bNamed + bNew, static_cast<int>(uTemporaries))
+                << "of the journal, and of its key when that is new";
             EXPECT_EQ(-nSignal, journal.Interrupt(nSignal));
-            if (nSignal == SIGKILL) continue;
+            EXPECT_EQ(strBefore, Load("j"));
+            if (bNamed && nSignal == SIGKILL) continue;
             EXPECT_EQ(before, Files());
         }
         // What the killed one had to leave goes with the next call.
         MustWrite("one\n");
         EXPECT_EQ((std::set<std::string>{"j", "k"}), Files());
+        if (bNew) ExpectIntact(1);
+        fs::remove("j");
+        fs::remove("k");
     }
-    ExpectIntact(2);
 }
 
 TEST_F(CJournal, ANamedTemporaryFileThatIsInUseIsNotTaken)
@@ -1386,12 +882,12 @@ TEST_F(CJournal, ANamedTemporaryFileThatIsInUseIsNotTaken)
     MustWrite("one\n");
     fs::remove("j");
     Store("text", "two\n");
-    const std::vector<std::string> write = {"write", "--new", "--key", "k", "--journal", "j", "text"};
+    const Strings write = {"write", "--new", "--key", "k", "--journal", "j", "text"};
     CFedJournal journal(false, {"--new"});
-    journal.Feed(NumberedLines(g_uManyLines));
+    journal.Feed(NumberedLines(g_uMANY_LINES));
     ExpectRefused(Run(write), "j: being written by somebody else");
     EXPECT_EQ(0, journal.Finish());
-    ExpectIntact(g_uManyLines);
+    ExpectIntact(g_uMANY_LINES);
     EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
 }
 
@@ -1400,17 +896,16 @@ TEST_F(CJournal, TwoWritersDoNotLoseEachOthersRecords)
     MustWrite("one\n");
     Store("text", "two\n");
     CFedJournal journal(false);
-    journal.Feed(NumberedLines(g_uManyLines));
-    ExpectRefused(Run({"write", "--key", "k", "--journal", "j", "text"}),
-                  (m_directory / "j").string() + ": being written by somebody else");
+    journal.Feed(NumberedLines(g_uMANY_LINES));
+    ExpectRefused(Write({"text"}), FullName("j") + ": being written by somebody else");
     EXPECT_EQ(0, journal.Finish());
-    ExpectIntact(g_uManyLines + 1);
+    ExpectIntact(g_uMANY_LINES + 1);
 }
 
 TEST_F(CJournal, AJournalThatAppearsInTheMeantimeIsNotReplaced)
 {
     CFedJournal journal(false);
-    journal.Feed(NumberedLines(g_uManyLines));
+    journal.Feed(NumberedLines(g_uMANY_LINES));
     MustWrite("one\n");
     EXPECT_EQ(1, journal.Finish());
     ExpectIntact(1);
@@ -1467,9 +962,7 @@ protected:
     {
         const CRefusedJournal journal;
         const CRefusing unsupported("REFUSE_UNNAMED", IsNamed() ? "1" : "0");
-        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
-        if (IsSealed()) arguments.push_back("--seal");
-        return Run(arguments);
+        return Write(With({"text"}, IsSealed() ? Strings{"--seal"} : Strings{}));
     }
 
     void ExpectNew()
@@ -1554,9 +1047,7 @@ TEST_P(CRefusedWrite, KilledAnywhereTheJournalIsIntact)
         // And the next one goes on from there, and leaves no trace of the other.
         const bool bKeyOnly = fs::exists("k") && !fs::exists("j");
         unsetenv("REFUSE_CALL");
-        std::vector<std::string> arguments = {"write", "--key", "k", "--journal", "j", "text"};
-        if (bKeyOnly) arguments.push_back("--new");
-        const SRunResult next = Run(arguments);
+        const SRunResult next = Write(With({"text"}, bKeyOnly ? Strings{"--new"} : Strings{}));
         EXPECT_EQ(0, next.nStatus) << next.strErrors;
         ExpectIntact(uRecords + 2);
         EXPECT_EQ((std::set<std::string>{"j", "k", "text"}), Files());
@@ -1564,20 +1055,13 @@ TEST_P(CRefusedWrite, KilledAnywhereTheJournalIsIntact)
     EXPECT_GT(RefuseEach("REFUSE_CALL", killAndLook), 12u);
 }
 
-TEST_F(CJournal, HelloPrintsTheCodeOfItsMessage)
-{
-    // Python: hmac.new(b"our secret", b"\x15\0Hello, world number 1", "sha1").hexdigest()
-    ASSERT_EQ(0, std::system((std::string(g_pszHello) + " >ours").c_str()));
-    EXPECT_EQ("af71426c22321fefba997deb4ee571e8054291bd\n", Load("ours"));
-}
-
 namespace
 {
-constexpr char g_szEraseLine[] = "\r\033[K";
+constexpr char g_szERASE_LINE[] = "\r\033[K";
 
 /// What the program shows on a terminal for its errors, when each of its looks at the clock is nStepMs after the last.
 /// With bOutputToo, of its output as well.
-std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nStepMs, bool bOutputToo = false)
+std::string ShownOnTerminal(const Strings& rArguments, int nStepMs, bool bOutputToo = false)
 {
     const CRefusedJournal journalProgram;
     const CRefusing stepping("REFUSE_STEP", std::to_string(nStepMs));
@@ -1596,8 +1080,18 @@ std::string ShownOnTerminal(const std::vector<std::string>& rArguments, int nSte
 
 std::string ProgressLine(const char* pszDoing, std::size_t uRecords, std::size_t uBytes, std::size_t uTotalBytes)
 {
-    return std::string(g_szEraseLine) + pszDoing + ": " + std::to_string(uRecords) + " records, " +
+    return std::string(g_szERASE_LINE) + pszDoing + ": " + std::to_string(uRecords) + " records, " +
            std::to_string(uBytes * 100 / uTotalBytes) + " %";
+}
+
+/// All of it, where every record or line is told of.
+std::string WholeProgress(const char* pszDoing, const Strings& rRecords, std::size_t uTotalBytes)
+{
+    std::string strShown;
+    std::size_t uBytes = 0;
+    for (std::size_t u = 0; u < rRecords.size(); ++u)
+        strShown += ProgressLine(pszDoing, u + 1, uBytes += rRecords[u].size(), uTotalBytes);
+    return strShown + g_szERASE_LINE;
 }
 }  // namespace
 
@@ -1605,7 +1099,7 @@ TEST_F(CJournal, ProgressIsShownFromHalfASecondOnFourTimesASecond)
 {
     constexpr int nRECORDS = 9;
     MustWrite(NumberedLines(nRECORDS));
-    const std::vector<std::string> parts = PartsOf(Load("j"));
+    const Strings parts = PartsOf(Load("j"));
     for (const int nStepMs : {1, 249, 250, 499, 500, 501})
     {
         SCOPED_TRACE(testing::Message() << nStepMs << " ms from look to look");
@@ -1619,40 +1113,24 @@ TEST_F(CJournal, ProgressIsShownFromHalfASecondOnFourTimesASecond)
             nNextMs = nRecord * nStepMs + 250;
             strExpected += ProgressLine("verifying", static_cast<std::size_t>(nRecord), uBytes, Joined(parts).size());
         }
-        if (!strExpected.empty()) strExpected += g_szEraseLine;
+        if (!strExpected.empty()) strExpected += g_szERASE_LINE;
         EXPECT_EQ(strExpected, ShownOnTerminal({"verify", "--key", "k", "--journal", "j"}, nStepMs));
     }
 }
 
-TEST_F(CJournal, ProgressOfAWriteCountsTheRecordsThatAreCopiedAndTheLines)
+TEST_F(CJournal, ProgressCountsTheRecordsThatAreReadOrCopiedAndTheLines)
 {
     MustWrite("one\ntwo\nthree\n");
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    const std::vector<std::string> lines = {"a line that is long enough to be more than one in a hundred\n", "\n",
-                                            "end\n"};
+    const Strings parts = PartsOf(Load("j"));
+    const Strings records(parts.begin() + 1, parts.end() - 1);
+    const Strings lines = {"a line that is long enough to be more than one in a hundred\n", "\n", "end\n"};
     Store("text", Joined(lines));
-    const std::size_t uTotalBytes = Joined(parts).size() + Joined(lines).size();
-    std::string strExpected;
-    std::size_t uRecords = 0;
-    std::size_t uBytes = 0;
-    for (std::size_t u = 1; u <= 3; ++u)
-        strExpected += ProgressLine("writing", ++uRecords, uBytes += parts[u].size(), uTotalBytes);
-    for (const std::string& rLine : lines)
-        strExpected += ProgressLine("writing", ++uRecords, uBytes += rLine.size(), uTotalBytes);
-    EXPECT_EQ(strExpected + g_szEraseLine, ShownOnTerminal({"write", "--key", "k", "--journal", "j", "text"}, 1000));
-    ExpectIntact(6);
-}
-
-TEST_F(CJournal, ProgressOfAShowByTimeCountsWhatIsReadBeforeItIsPrinted)
-{
-    MustWrite("one\ntwo\nthree\n");
-    const std::vector<std::string> parts = PartsOf(Load("j"));
-    std::string strExpected;
-    std::size_t uBytes = 0;
-    for (std::size_t u = 1; u <= 3; ++u)
-        strExpected += ProgressLine("reading", u, uBytes += parts[u].size(), Joined(parts).size());
-    EXPECT_EQ(strExpected + g_szEraseLine,
+    const std::size_t uJournal = Joined(parts).size();
+    EXPECT_EQ(WholeProgress("reading", records, uJournal),
               ShownOnTerminal({"show", "--key", "k", "--journal", "j", "--since", "0"}, 1000));
+    EXPECT_EQ(WholeProgress("writing", With(records, lines), uJournal + Joined(lines).size()),
+              ShownOnTerminal({"write", "--key", "k", "--journal", "j", "text"}, 1000));
+    ExpectIntact(6);
 }
 
 // The size of what the system makes up while it is read is 0.
@@ -1682,13 +1160,13 @@ TEST_F(CJournal, ProgressIsErasedBeforeTheLastRecordsAreShown)
     const std::string strShown = ShownOnTerminal({"show", "--key", "k", "--journal", "j", "--last", "1"}, 1000, true);
     EXPECT_NE(std::string::npos, strShown.find("reading: 3 records, ")) << strShown;
     EXPECT_NE(std::string::npos, strShown.find("three"));
-    EXPECT_LT(strShown.rfind(g_szEraseLine), strShown.find("three"));
+    EXPECT_LT(strShown.rfind(g_szERASE_LINE), strShown.find("three"));
 }
 
 TEST_F(CJournal, ProgressOfAWriteOfUnknownSizeHasNoPercentage)
 {
     MustWrite("one\n");
-    EXPECT_EQ(std::string(g_szEraseLine) + "writing: 1 records" + g_szEraseLine,
+    EXPECT_EQ(std::string(g_szERASE_LINE) + "writing: 1 records" + g_szERASE_LINE,
               ShownOnTerminal({"write", "--key", "k", "--journal", "j", "-"}, 1000));
 }
 
@@ -1706,8 +1184,8 @@ TEST_F(CJournal, WhereOpenFilesHaveNoPathTheTemporaryFileHasAName)
     const CRefusedJournal journalProgram;
     const CRefusing refusing("REFUSE_NAME", "access");
     CFedJournal journal(false);
-    journal.Feed(NumberedLines(g_uManyLines));
+    journal.Feed(NumberedLines(g_uMANY_LINES));
     EXPECT_EQ(2u, Files().size()) << "of the journal, and of its key";
     EXPECT_EQ(0, journal.Finish());
-    ExpectIntact(g_uManyLines);
+    ExpectIntact(g_uMANY_LINES);
 }

@@ -115,14 +115,7 @@ private:
     int m_nErrors = -1;
 };
 
-struct SOutcome
-{
-    int nStatus;
-    std::string strOutput;
-    std::string strErrors;
-};
-
-SOutcome RunWorkers(const std::vector<std::string>& rArguments, const std::string& rInput)
+SRunResult RunWorkers(const std::vector<std::string>& rArguments, const std::string& rInput)
 {
     CWorkersProcess process(rArguments);
     // On a thread of its own: both sides may have to wait for each other.
@@ -177,7 +170,7 @@ TEST_F(CWorkers, PrintTheDigestOfEveryLineHoweverManyTheyAre)
     for (unsigned int u = 0; u < 3000; ++u) lines.push_back(std::string(u * 37 % 900, static_cast<char>('a' + u % 26)));
     for (const char* pszCount : {"1", "3", "64"})
     {
-        const SOutcome outcome = RunWorkers({pszCount}, Joined(lines));
+        const SRunResult outcome = RunWorkers({pszCount}, Joined(lines));
         EXPECT_EQ(0, outcome.nStatus);
         EXPECT_EQ("", outcome.strErrors);
         EXPECT_EQ(DigestsOf(lines), DigestsIn(outcome.strOutput)) << pszCount;
@@ -188,20 +181,16 @@ TEST_F(CWorkers, TakeALastLineWithoutANewlineEmptyLinesAndNuls)
 {
     const std::string strNul("a\0b", 3);
     EXPECT_EQ(DigestsOf({"", strNul, "", "end"}), DigestsIn(RunWorkers({}, "\n" + strNul + "\n\nend").strOutput));
-}
-
-TEST_F(CWorkers, HaveNothingToDoWithoutInput)
-{
-    const SOutcome outcome = RunWorkers({"2"}, "");
-    EXPECT_EQ(0, outcome.nStatus);
-    EXPECT_EQ("", outcome.strOutput);
+    const SRunResult nothing = RunWorkers({"2"}, "");
+    EXPECT_EQ(0, nothing.nStatus);
+    EXPECT_EQ("", nothing.strOutput);
 }
 
 TEST_F(CWorkers, TakeALineOfTheGreatestLengthAndRefuseALongerOneByItsNumber)
 {
     const std::string strLongest(8192, 'x');
     EXPECT_EQ(DigestsOf({strLongest, "y"}), DigestsIn(RunWorkers({}, strLongest + "\ny\n").strOutput));
-    const SOutcome outcome = RunWorkers({}, "first\n" + strLongest + "x\nthird\n");
+    const SRunResult outcome = RunWorkers({}, "first\n" + strLongest + "x\nthird\n");
     EXPECT_EQ(1, outcome.nStatus);
     EXPECT_EQ(DigestsOf({"first"}), DigestsIn(outcome.strOutput)) << "what came before is finished";
     EXPECT_EQ("workers: line 2 is longer than 8192 characters\n", outcome.strErrors);
@@ -222,44 +211,37 @@ TEST_F(CWorkers, InterruptedFinishTheLinesThatWereReadAndSayHowMany)
     }
 }
 
-TEST_F(CWorkers, InterruptedInFullSwingFinishEveryLineTheyCount)
+TEST_F(CWorkers, InterruptedInFullSwingFinishEveryLineTheyCountAndLeaveInputThatIsThere)
 {
-    CWorkersProcess process({"2"});
-    std::vector<std::string> lines;
-    for (unsigned int u = 0; u < 20000; ++u) lines.push_back("line " + std::to_string(u));
-    std::thread writer([&] { process.Write(Joined(lines)); });
-    std::string strOutput = process.ReadOutput(100);
-    process.Interrupt(SIGINT);
-    strOutput += process.ReadOutput();
-    const std::string strErrors = process.ReadErrors();
-    EXPECT_EQ(130, process.Wait());
-    writer.join();
-    const std::map<unsigned long, std::string> digests = DigestsIn(strOutput);
-    EXPECT_EQ("workers: interrupted, " + std::to_string(digests.size()) + " lines done\n", strErrors);
-    lines.resize(std::min(lines.size(), digests.size()));
-    EXPECT_EQ(DigestsOf(lines), digests) << "none is left out";
-}
-
-TEST_F(CWorkers, InterruptedLeaveInputThatIsThere)
-{
-    std::vector<std::string> lines;
-    for (unsigned int u = 0; u < 100000; ++u) lines.push_back("line " + std::to_string(u));
-    std::FILE* const pFile = std::tmpfile();
-    const std::string strText = Joined(lines);
-    ASSERT_EQ(strText.size(), std::fwrite(strText.data(), 1, strText.size(), pFile));
-    ASSERT_EQ(0, std::fflush(pFile));
-    CWorkersProcess process({"2"}, ("/proc/self/fd/" + std::to_string(fileno(pFile))).c_str());
-    // The output that nobody reads, and what is full before it, keep the program from getting to the end of the file.
-    std::string strOutput = process.ReadOutput(100);
-    process.Interrupt(SIGTERM);
-    strOutput += process.ReadOutput();
-    const std::map<unsigned long, std::string> digests = DigestsIn(strOutput);
-    EXPECT_LT(digests.size(), lines.size());
-    EXPECT_EQ("workers: interrupted, " + std::to_string(digests.size()) + " lines done\n", process.ReadErrors());
-    EXPECT_EQ(130, process.Wait());
-    lines.resize(std::min(lines.size(), digests.size()));
-    EXPECT_EQ(DigestsOf(lines), digests) << "none is left out";
-    std::fclose(pFile);
+    for (const bool bFile : {false, true})
+    {
+        std::vector<std::string> lines;
+        for (unsigned int u = 0; u < (bFile ? 100000 : 20000); ++u) lines.push_back("line " + std::to_string(u));
+        const std::string strText = Joined(lines);
+        std::FILE* const pFile = std::tmpfile();
+        ASSERT_EQ(strText.size(), std::fwrite(strText.data(), 1, strText.size(), pFile));
+        ASSERT_EQ(0, std::fflush(pFile));
+        const std::string strFile = "/proc/self/fd/" + std::to_string(fileno(pFile));
+        CWorkersProcess process({"2"}, bFile ? strFile.c_str() : nullptr);
+        std::thread writer(
+            [&]
+            {
+                if (!bFile) process.Write(strText);
+            });
+        // The output that nobody reads, and what is full before it, keep the program from the end of the file.
+        std::string strOutput = process.ReadOutput(100);
+        process.Interrupt(bFile ? SIGTERM : SIGINT);
+        strOutput += process.ReadOutput();
+        const std::string strErrors = process.ReadErrors();
+        EXPECT_EQ(130, process.Wait());
+        writer.join();
+        const std::map<unsigned long, std::string> digests = DigestsIn(strOutput);
+        EXPECT_TRUE(!bFile || digests.size() < lines.size()) << digests.size();
+        EXPECT_EQ("workers: interrupted, " + std::to_string(digests.size()) + " lines done\n", strErrors);
+        lines.resize(std::min(lines.size(), digests.size()));
+        EXPECT_EQ(DigestsOf(lines), digests) << "none is left out";
+        std::fclose(pFile);
+    }
 }
 
 TEST_F(CWorkers, SayWhenTheirOutputIsGone)
@@ -277,7 +259,7 @@ TEST_F(CWorkers, RefuseOtherUse)
     const std::vector<std::vector<std::string>> misuses = {{"0"}, {"65"}, {"-1"}, {"two"}, {"3x"}, {""}, {"1", "2"}};
     for (const std::vector<std::string>& rArguments : misuses)
     {
-        const SOutcome outcome = RunWorkers(rArguments, "text\n");
+        const SRunResult outcome = RunWorkers(rArguments, "text\n");
         EXPECT_EQ(2, outcome.nStatus);
         EXPECT_EQ("", outcome.strOutput);
         EXPECT_NE(std::string::npos, outcome.strErrors.find("--help"));
@@ -286,7 +268,7 @@ TEST_F(CWorkers, RefuseOtherUse)
 
 TEST_F(CWorkers, ExplainThemselves)
 {
-    const SOutcome outcome = RunWorkers({"--help"}, "");
+    const SRunResult outcome = RunWorkers({"--help"}, "");
     EXPECT_EQ(0, outcome.nStatus);
     EXPECT_NE(std::string::npos, outcome.strOutput.find("SIGINT"));
     EXPECT_EQ("", outcome.strErrors);

@@ -127,53 +127,36 @@ protected:
     CCounting m_object;
 };
 
-TEST_F(CAliveObjCalls, RefusedCreationLeavesAnUnbornObjectUnborn)
+TEST_F(CAliveObjCalls, RefusedCreationLeavesTheStateAsItWas)
 {
     g_bCreateFails = true;
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, m_object.Activate());
     EXPECT_TRUE(m_object.IsUnborn());
     g_bCreateFails = false;
+    g_pvGo = PartOf<CBinarySemaphore>(m_object, g_uGO_AT);
+    g_uGoWaits = 0;
     EXPECT_EQ(QV_RES_OK, m_object.Activate());
     m_object.Join(nullptr);
     EXPECT_EQ(1, m_object.m_nRuns);
-}
-
-TEST_F(CAliveObjCalls, RefusedCreationLeavesADeadObjectDead)
-{
-    m_object.Activate();
-    m_object.Join(nullptr);
+    EXPECT_EQ(1u, m_object.m_uGoWaitsBefore) << "the behaviour has begun before it was let go";
     g_bCreateFails = true;
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, m_object.Activate());
     EXPECT_TRUE(m_object.IsDead());
 }
 
-TEST_F(CAliveObjCalls, RefusedAttributesAreReportedAlthoughTheBehaviourRuns)
+TEST_F(CAliveObjCalls, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
 {
     g_bPolicyFails = true;
     EXPECT_EQ(QV_RES_THREAD_ATTRIBUTES, m_object.Activate());
     EXPECT_EQ(QV_RES_OK, m_object.Join(nullptr));
     EXPECT_TRUE(m_object.IsDead());
     EXPECT_EQ(1, m_object.m_nRuns);
-}
-
-TEST_F(CAliveObjCalls, RefusedAttributesTimeAndAgainLeaveNothingWaiting)
-{
-    g_bPolicyFails = true;
     for (int n = 0; n < 200; ++n)
     {
         const QvResult res = m_object.Activate();
         EXPECT_TRUE(res == QV_RES_THREAD_ATTRIBUTES || res == QV_RES_INVALID_STATE);
     }
     EXPECT_EQ(QV_RES_OK, m_object.Join(nullptr));
-}
-
-TEST_F(CAliveObjCalls, NoBehaviourBeginsBeforeItIsLetGo)
-{
-    g_pvGo = PartOf<CBinarySemaphore>(m_object, g_uGO_AT);
-    g_uGoWaits = 0;
-    EXPECT_EQ(QV_RES_OK, m_object.Activate());
-    m_object.Join(nullptr);
-    EXPECT_EQ(1u, m_object.m_uGoWaitsBefore);
 }
 
 TEST_F(CAliveObjCalls, NoBehaviourBeginsByWhatARefusedActivationHasLeft)

@@ -5,20 +5,14 @@
 
 #include <algorithm>
 #include <cstdint>
-
 #include <thread>
-#include <type_traits>
 #include <vector>
 
 #include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
 
-static_assert(std::is_abstract_v<CAliveObj>);
-
 namespace
 {
-constexpr std::size_t g_uSTATE_AT = 224;
-
 /// Runs until it is let go.
 class CWaiting : public CAliveObj
 {
@@ -35,26 +29,13 @@ public:
         Join(nullptr);
     }
 
-    CGate m_there;
     CGate m_go;
     unsigned int m_uRuns = 0;
-    unsigned int m_uTerminations = 0;
-    bool m_bAliveInBehavior = false;
-    bool m_bDeadInTerminating = false;
-    CThread* m_pSelf = nullptr;
 
     void Behavior() override
     {
         ++m_uRuns;
-        m_pSelf = GetThreadSelf();
-        m_bAliveInBehavior = IsAlive();
-        m_there.Open();
         m_go.Pass();
-    }
-    void BehaviorTerminating() override
-    {
-        ++m_uTerminations;
-        m_bDeadInTerminating = IsDead();
     }
 };
 
@@ -68,69 +49,7 @@ public:
 private:
     void Behavior() override { ++m_nRuns; }
 };
-
-unsigned int StateOf(const CAliveObj& rObject)
-{
-    return LoadAt<unsigned int>(&rObject, g_uSTATE_AT);
-}
-
 }  // namespace
-
-TEST(CAliveObj, IsUnbornThenAliveThenDead)
-{
-    CWaiting object;
-    EXPECT_TRUE(object.IsUnborn() && !object.IsAlive() && !object.IsDead());
-    ASSERT_EQ(QV_RES_OK, object.Activate());
-    EXPECT_TRUE(!object.IsUnborn() && object.IsAlive() && !object.IsDead());
-    object.m_there.Pass();
-    EXPECT_EQ(3u, StateOf(object));
-    object.Finish();
-    EXPECT_TRUE(!object.IsUnborn() && !object.IsAlive() && object.IsDead());
-    EXPECT_TRUE(object.m_bAliveInBehavior);
-    EXPECT_EQ(4u, StateOf(object));
-}
-
-TEST(CAliveObj, RunsItsBehaviourOnceOnItsOwnThread)
-{
-    CWaiting object;
-    object.Activate();
-    object.Finish();
-    EXPECT_EQ(1u, object.m_uRuns);
-    EXPECT_EQ(&object, object.m_pSelf);
-    EXPECT_STREQ("waiting", object.GetName());
-}
-
-TEST(CAliveObj, IsToldWhenItsBehaviourHasReturnedAndItIsDead)
-{
-    CWaiting object;
-    object.Activate();
-    object.m_there.Pass();
-    object.Finish();
-    EXPECT_EQ(1u, object.m_uTerminations);
-    EXPECT_TRUE(object.m_bDeadInTerminating);
-}
-
-TEST(CAliveObj, NeedNotBeTold)
-{
-    CPlain object;
-    EXPECT_EQ(QV_RES_OK, object.Activate(nullptr, 0, CThread::eLOW));
-    object.Join(nullptr);
-    EXPECT_EQ(1, object.m_nRuns);
-    EXPECT_STREQ("CThread", object.GetName());
-    EXPECT_EQ(0u, object.GetExitCode());
-}
-
-TEST(CAliveObjActivate, AliveAlreadyIsRefused)
-{
-    CWaiting object;
-    ASSERT_EQ(QV_RES_OK, object.Activate());
-    EXPECT_EQ(QV_RES_INVALID_STATE, object.Activate());
-    object.m_there.Pass();
-    EXPECT_EQ(QV_RES_INVALID_STATE, object.Activate());
-    EXPECT_TRUE(object.IsAlive());
-    object.Finish();
-    EXPECT_EQ(1u, object.m_uRuns);
-}
 
 TEST(CAliveObjActivate, BringsADeadObjectBack)
 {
@@ -276,54 +195,41 @@ TEST(CAliveObjStartMechanism, DoesNothingForZeroAndOnThreadsOfNoAliveObject)
     EXPECT_EQ(0u, uExitCode);
 }
 
-TEST(CAliveObjDestructor, InsideItsBehaviourLetsTheThreadEnd)
+namespace
 {
-    class CEphemeral : public CAliveObj
-    {
-    public:
-        CEphemeral(CGate& rGone, bool& rbTerminated) : m_rGone(rGone), m_rbTerminated(rbTerminated) {}
-        ~CEphemeral() override { m_rGone.Open(); }
-
-    private:
-        void Behavior() override
-        {
-            m_go.Pass();
-            delete this;
-        }
-        void BehaviorTerminating() override { m_rbTerminated = true; }
-
-    public:
-        CGate m_go;
-
-    private:
-        CGate& m_rGone;
-        bool& m_rbTerminated;
-    };
-    CGate gone;
-    bool bTerminated = false;
-    auto* const pObject = new CEphemeral(gone, bTerminated);
-    ASSERT_EQ(QV_RES_OK, pObject->Activate(nullptr, 0, CThread::eNORMAL));
-    pObject->m_go.Open();
-    gone.Pass();
-    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
-    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
-    EXPECT_FALSE(bTerminated);
-}
-
-TEST(CAliveObjDestructor, InsideItsTerminationLetsTheThreadEnd)
+/// Destroys itself, in its behaviour or behind that.
+class CEphemeral : public CAliveObj
 {
-    class CEphemeral : public CAliveObj
-    {
-    public:
-        CGate m_go;
+public:
+    CEphemeral(bool bInBehavior, bool& rbTerminated) : m_bInBehavior(bInBehavior), m_rbTerminated(rbTerminated) {}
+    CGate m_go;
 
-    private:
-        void Behavior() override { m_go.Pass(); }
-        void BehaviorTerminating() override { delete this; }
-    };
-    auto* const pObject = new CEphemeral;
-    ASSERT_EQ(QV_RES_OK, pObject->Activate(nullptr, 0, CThread::eNORMAL));
-    pObject->m_go.Open();
-    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
-    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+private:
+    void Behavior() override
+    {
+        m_go.Pass();
+        if (m_bInBehavior) delete this;
+    }
+    void BehaviorTerminating() override
+    {
+        m_rbTerminated = true;
+        delete this;
+    }
+
+    bool m_bInBehavior;
+    bool& m_rbTerminated;
+};
+}  // namespace
+
+TEST(CAliveObjDestructor, OnItsOwnThreadLetsTheThreadEnd)
+{
+    for (const bool bInBehavior : {true, false})
+    {
+        bool bTerminated = false;
+        auto* const pObject = new CEphemeral(bInBehavior, bTerminated);
+        ASSERT_EQ(QV_RES_OK, pObject->Activate(nullptr, 0, CThread::eNORMAL));
+        pObject->m_go.Open();
+        WaitForAllThreads();
+        EXPECT_EQ(!bInBehavior, bTerminated);
+    }
 }

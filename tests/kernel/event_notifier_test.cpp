@@ -12,9 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/refusing_new.h"
 #include "tests/support/test_seed.h"
-
-static_assert(sizeof(EEventNotifier) == 4);
 
 namespace
 {
@@ -57,53 +56,6 @@ protected:
     }
 };
 }  // namespace
-
-TEST_F(CEvents, WithoutObserversReachNobody)
-{
-    EXPECT_EQ(TCalls(), Notified());
-}
-
-TEST_F(CEvents, ReachObserversInTheOrderOfTheirRegistration)
-{
-    for (char* pszName : {g_szFirst, g_szSecond, g_szThird}) RegisterEventObserver(Note, pszName);
-    EXPECT_EQ((TCalls{"first", "second", "third"}), Notified());
-    EXPECT_EQ((TCalls{"first", "second", "third"}), Notified()) << "every time";
-    UnregisterEventObserver(Note, g_szSecond);
-    EXPECT_EQ((TCalls{"first", "third"}), Notified());
-    RegisterEventObserver(Note, g_szSecond);
-    EXPECT_EQ((TCalls{"first", "third", "second"}), Notified());
-}
-
-TEST_F(CEvents, ReachAPairRegisteredTwiceOnce)
-{
-    RegisterEventObserver(Note, g_szFirst);
-    RegisterEventObserver(Note, g_szSecond);
-    RegisterEventObserver(Note, g_szFirst);
-    EXPECT_EQ((TCalls{"first", "second"}), Notified());
-    UnregisterEventObserver(Note, g_szFirst);
-    EXPECT_EQ((TCalls{"second"}), Notified());
-}
-
-TEST_F(CEvents, TellPairsApartByFunctionAndByOpaqueValue)
-{
-    RegisterEventObserver(Note, g_szFirst);
-    RegisterEventObserver(NoteOtherwise, g_szFirst);
-    RegisterEventObserver(NoteOtherwise, g_szSecond);
-    EXPECT_EQ((TCalls{"first", "other first", "other second"}), Notified());
-    UnregisterEventObserver(Note, g_szSecond);
-    EXPECT_EQ(3u, Notified().size()) << "there was no such pair";
-    UnregisterEventObserver(NoteOtherwise, g_szFirst);
-    EXPECT_EQ((TCalls{"first", "other second"}), Notified());
-}
-
-TEST_F(CEvents, UnregisteringWhenThereIsNothingChangesNothing)
-{
-    UnregisterEventObserver(Note, nullptr);
-    RegisterEventObserver(Note, g_szFirst);
-    UnregisterEventObserver(Note, g_szFirst);
-    UnregisterEventObserver(Note, g_szFirst);
-    EXPECT_EQ(TCalls(), Notified());
-}
 
 TEST_F(CEvents, IgnoreAnObserverThatIsNoFunction)
 {
@@ -251,3 +203,22 @@ TEST_F(CEvents, KeepOtherThreadsOutWhileTheyAreAnnounced)
     for (std::thread& rThread : threads) rThread.join();
     EXPECT_EQ(1, s_nMost);
 }
+
+#if TESTS_OWN_OPERATOR_NEW
+TEST_F(CEvents, ReachTheOthersWhereThereWasNoMemoryForOne)
+{
+    RegisterEventObserver(Note, g_szFirst);
+    {
+        const CNoMemory none;
+        RegisterEventObserver(Note, g_szSecond);
+    }
+    EXPECT_EQ((TCalls{"first"}), Notified());
+    RegisterEventObserver(Note, g_szSecond);
+    UnregisterEventObserver(Note, g_szFirst);
+    {
+        const CNoMemory none;
+        RegisterEventObserver(Note, g_szFirst);
+    }
+    EXPECT_EQ((TCalls{"second", "first"}), Notified()) << "in the place that was left";
+}
+#endif

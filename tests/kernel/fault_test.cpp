@@ -76,119 +76,126 @@ int EndOf(const std::function<int()>& rWhat)
         });
 }
 
-class CFaultSignal : public testing::TestWithParam<int>
+/// The end of a child by the very signal.
+constexpr int g_nENDED_BY_IT = 1000;
+
+/// What a child does about a signal, and how it ends by that.
+struct SScenario
+{
+    const char* pszName;
+    int nWant;
+    int (*pfnChild)(int nSignal);
+};
+
+void Exit42(int)
+{
+    _exit(42);
+}
+
+volatile sig_atomic_t g_nHandled = 0;
+void CountHandled(int)
+{
+    g_nHandled = g_nHandled + 1;
+}
+
+const SScenario g_astSCENARIOS[] = {
+    {"RaisedEndsTheProcessAsItWouldWithoutTheHandler", g_nENDED_BY_IT,
+     [](int nSignal)
+     {
+         if (!InstallGenericFaultHandler()) return 1;
+         if (!IsOurs(ActionOf(nSignal))) return 2;
+         raise(nSignal);
+         return 3;
+     }},
+    {"RunsTheHandlerThatWasThereBefore", 42,
+     [](int nSignal)
+     {
+         SetHandler(nSignal, Exit42);
+         InstallGenericFaultHandler();
+         raise(nSignal);
+         return 3;
+     }},
+    {"SentFromOutsideIsCaughtOnce", 0,
+     [](int nSignal)
+     {
+         SetHandler(nSignal, CountHandled);
+         InstallGenericFaultHandler();
+         kill(getpid(), nSignal);
+         if (g_nHandled != 1 || g_nRaised != 1) return 1;
+         if (IsOurs(ActionOf(nSignal))) return 2;
+         raise(nSignal);
+         return g_nHandled == 2 ? 0 : 3;
+     }},
+    {"IsIgnoredIfItWasBefore", 0,
+     [](int nSignal)
+     {
+         SetHandler(nSignal, SIG_IGN);
+         InstallGenericFaultHandler();
+         raise(nSignal);
+         return ActionOf(nSignal).sa_handler == SIG_IGN ? 0 : 1;
+     }},
+    {"IsHandledAsBeforeAfterUninstalling", 0,
+     [](int nSignal)
+     {
+         SetHandler(nSignal, CountHandled, SA_RESTART | SA_NODEFER);
+         InstallGenericFaultHandler();
+         if (!UnInstallGenericFaultHandler()) return 1;
+         const struct sigaction stAction = ActionOf(nSignal);
+         if (stAction.sa_handler != CountHandled) return 2;
+         return (stAction.sa_flags & (SA_RESTART | SA_NODEFER)) == (SA_RESTART | SA_NODEFER) ? 0 : 3;
+     }},
+    {"IsLeftAloneByUninstallingWhatWasNotInstalled", 0,
+     [](int nSignal)
+     {
+         SetHandler(nSignal, CountHandled);
+         if (!UnInstallGenericFaultHandler()) return 1;
+         sigset_t mask;
+         sigprocmask(SIG_BLOCK, nullptr, &mask);
+         return ActionOf(nSignal).sa_handler == CountHandled ? sigismember(&mask, SIGPIPE) : 2;
+     }},
+    {"IsNotUninstalledAfterASecondInstallation", 0,
+     [](int nSignal)
+     {
+         InstallGenericFaultHandler();
+         const struct sigaction stOurs = ActionOf(nSignal);
+         InstallGenericFaultHandler();
+         UnInstallGenericFaultHandler();
+         return ActionOf(nSignal).sa_sigaction == stOurs.sa_sigaction ? 0 : 1;
+     }},
+    {"IsCaughtForEverAfterASecondInstallation", g_nENDLESS,
+     [](int nSignal)
+     {
+         InstallGenericFaultHandler();
+         InstallGenericFaultHandler();
+         raise(nSignal);
+         return 3;
+     }},
+    {"IsNotCaughtByTheModule", 0,
+     [](int nSignal)
+     {
+         if (InitializeQvFault() != QV_RES_OK || IsOurs(ActionOf(nSignal))) return 1;
+         InstallGenericFaultHandler();
+         FinalizeQvFault();
+         return IsOurs(ActionOf(nSignal)) ? 0 : 3;
+     }},
+};
+
+class CFaultSignal : public testing::TestWithParam<SScenario>
 {
 };
 }  // namespace
 
-TEST_P(CFaultSignal, RaisedEndsTheProcessAsItWouldWithoutTheHandler)
+TEST_P(CFaultSignal, OfEachKind)
 {
-    const int nSignal = GetParam();
-    EXPECT_EQ(-nSignal, EndOf(
-                            [=]
-                            {
-                                if (!InstallGenericFaultHandler()) return 1;
-                                if (!IsOurs(ActionOf(nSignal))) return 2;
-                                raise(nSignal);
-                                return 3;
-                            }));
+    for (const int nSignal : g_anSIGNALS)
+    {
+        const int nWant = GetParam().nWant == g_nENDED_BY_IT ? -nSignal : GetParam().nWant;
+        EXPECT_EQ(nWant, EndOf([=] { return GetParam().pfnChild(nSignal); })) << "signal " << nSignal;
+    }
 }
 
-TEST_P(CFaultSignal, SentFromOutsideEndsTheProcessAsWell)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(-nSignal, EndOf(
-                            [=]
-                            {
-                                InstallGenericFaultHandler();
-                                kill(getpid(), nSignal);
-                                return 3;
-                            }));
-}
-
-TEST_P(CFaultSignal, RunsTheHandlerThatWasThereBefore)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(42, EndOf(
-                      [=]
-                      {
-                          SetHandler(nSignal, [](int) { _exit(42); });
-                          InstallGenericFaultHandler();
-                          raise(nSignal);
-                          return 3;
-                      }));
-}
-
-TEST_P(CFaultSignal, IsCaughtOnce)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(0, EndOf(
-                     [=]
-                     {
-                         static volatile sig_atomic_t s_nCalls = 0;
-                         SetHandler(nSignal, [](int) { s_nCalls = s_nCalls + 1; });
-                         InstallGenericFaultHandler();
-                         kill(getpid(), nSignal);
-                         if (s_nCalls != 1 || g_nRaised != 1) return 1;
-                         if (IsOurs(ActionOf(nSignal))) return 2;
-                         raise(nSignal);
-                         return s_nCalls == 2 ? 0 : 3;
-                     }));
-}
-
-TEST_P(CFaultSignal, IsIgnoredIfItWasBefore)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(0, EndOf(
-                     [=]
-                     {
-                         SetHandler(nSignal, SIG_IGN);
-                         InstallGenericFaultHandler();
-                         raise(nSignal);
-                         return ActionOf(nSignal).sa_handler == SIG_IGN ? 0 : 1;
-                     }));
-}
-
-TEST_P(CFaultSignal, IsHandledAsBeforeAfterUninstalling)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(0, EndOf(
-                     [=]
-                     {
-                         void (*const pfnHandler)(int) = [](int) {};
-                         SetHandler(nSignal, pfnHandler, SA_RESTART | SA_NODEFER);
-                         InstallGenericFaultHandler();
-                         if (!UnInstallGenericFaultHandler()) return 1;
-                         const struct sigaction stAction = ActionOf(nSignal);
-                         if (stAction.sa_handler != pfnHandler) return 2;
-                         return (stAction.sa_flags & (SA_RESTART | SA_NODEFER)) == (SA_RESTART | SA_NODEFER) ? 0 : 3;
-                     }));
-}
-
-TEST_P(CFaultSignal, IsNeverTakenItsUsualWayAfterASecondInstallation)
-{
-    const int nSignal = GetParam();
-    EXPECT_EQ(0, EndOf(
-                     [=]
-                     {
-                         InstallGenericFaultHandler();
-                         const struct sigaction stOurs = ActionOf(nSignal);
-                         InstallGenericFaultHandler();
-                         UnInstallGenericFaultHandler();
-                         return ActionOf(nSignal).sa_sigaction == stOurs.sa_sigaction ? 0 : 1;
-                     }));
-    EXPECT_EQ(g_nENDLESS, EndOf(
-                              [=]
-                              {
-                                  InstallGenericFaultHandler();
-                                  InstallGenericFaultHandler();
-                                  raise(nSignal);
-                                  return 3;
-                              }));
-}
-
-INSTANTIATE_TEST_SUITE_P(Eight, CFaultSignal, testing::ValuesIn(g_anSIGNALS),
-                         [](const auto& rInfo) { return "Signal" + std::to_string(rInfo.param); });
+INSTANTIATE_TEST_SUITE_P(Scenarios, CFaultSignal, testing::ValuesIn(g_astSCENARIOS),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CFaultHandler, EndsTheProcessOnARealFaultWithTheFaultsSignal)
 {
@@ -202,18 +209,7 @@ TEST(CFaultHandler, EndsTheProcessOnARealFaultWithTheFaultsSignal)
                             }));
 }
 
-TEST(CFaultHandler, EndsTheProcessOnAbortWithItsSignal)
-{
-    EXPECT_EQ(-SIGABRT, EndOf(
-                            []
-                            {
-                                InstallGenericFaultHandler();
-                                abort();
-                                return 3;
-                            }));
-}
-
-TEST(CFaultHandler, LeavesOtherSignalsAlone)
+TEST(CFaultHandler, LeavesOtherSignalsAloneAlsoWhileItRuns)
 {
     EXPECT_EQ(0, EndOf(
                      []
@@ -223,16 +219,6 @@ TEST(CFaultHandler, LeavesOtherSignalsAlone)
                          {
                              if (ActionOf(nSignal).sa_handler != SIG_DFL) return nSignal;
                          }
-                         return 0;
-                     }));
-}
-
-TEST(CFaultHandler, BlocksNothingButItsSignalWhileItRuns)
-{
-    EXPECT_EQ(0, EndOf(
-                     []
-                     {
-                         InstallGenericFaultHandler();
                          const struct sigaction stAction = ActionOf(SIGQUIT);
                          for (int nSignal = 1; nSignal < 32; ++nSignal)
                          {
@@ -291,38 +277,4 @@ TEST(CFaultHandler, WithoutItABrokenPipeEndsTheProcess)
                                 UnInstallGenericFaultHandler();
                                 return static_cast<int>(write(anPipe[1], "x", 1));
                             }));
-}
-
-TEST(CFaultHandler, UninstallingWhatWasNotInstalledChangesNothing)
-{
-    EXPECT_EQ(0, EndOf(
-                     []
-                     {
-                         void (*const pfnHandler)(int) = [](int) {};
-                         for (int nSignal : g_anSIGNALS) SetHandler(nSignal, pfnHandler);
-                         if (!UnInstallGenericFaultHandler()) return 1;
-                         for (int nSignal : g_anSIGNALS)
-                         {
-                             if (ActionOf(nSignal).sa_handler != pfnHandler) return 2;
-                         }
-                         sigset_t mask;
-                         sigprocmask(SIG_BLOCK, nullptr, &mask);
-                         return sigismember(&mask, SIGPIPE);
-                     }));
-}
-
-TEST(CFaultModule, InstallsNothing)
-{
-    EXPECT_EQ(0, EndOf(
-                     []
-                     {
-                         if (InitializeQvFault() != QV_RES_OK) return 1;
-                         for (int nSignal : g_anSIGNALS)
-                         {
-                             if (ActionOf(nSignal).sa_handler != SIG_DFL) return 2;
-                         }
-                         InstallGenericFaultHandler();
-                         FinalizeQvFault();
-                         return IsOurs(ActionOf(SIGSEGV)) ? 0 : 3;
-                     }));
 }

@@ -11,32 +11,6 @@
 #if TESTS_OWN_OPERATOR_NEW
 namespace
 {
-struct SStart
-{
-    bool bRefused;
-    bool bThrew;
-    long nLostBlocks;
-};
-
-// Starts the framework up with the uNth allocation refused, and takes it down again when it came up all the same.
-SStart StartWithout(unsigned long uNth)
-{
-    const long nLive = LiveNewBlocks();
-    SStart stStart = {};
-    const CRefusingNew refusing(uNth);
-    try
-    {
-        if (CFrameworkInitializer::Initialize() >= 0) CFrameworkInitializer::Finalize();
-    }
-    catch (const std::bad_alloc&)
-    {
-        stStart.bThrew = true;
-    }
-    stStart.bRefused = refusing.HasRefused();
-    stStart.nLostBlocks = LiveNewBlocks() - nLive;
-    return stStart;
-}
-
 std::size_t FreeThreadKeys()
 {
     std::vector<pthread_key_t> keys;
@@ -50,33 +24,28 @@ TEST(CFrameworkMemory, AStartThatThrowsLeavesNothingBehind)
 {
     const std::size_t uKeys = FreeThreadKeys();
     unsigned int uThrown = 0;
-    SStart stStart = {true, false, 0};
-    for (unsigned long uNth = 0; stStart.bRefused; ++uNth)
+    bool bRefused = true;
+    for (unsigned long uNth = 0; bRefused; ++uNth)
     {
-        stStart = StartWithout(uNth);
-        if (stStart.bThrew) ++uThrown;
-        EXPECT_EQ(0, stStart.nLostBlocks) << "refused: " << uNth;
-        EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount) << "refused: " << uNth;
-        EXPECT_EQ(nullptr, g_pstAssertFailHandler) << "the first module is still up; refused: " << uNth;
-        EXPECT_EQ(uKeys, FreeThreadKeys()) << "refused: " << uNth;
-        ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize()) << "and now it does not start; refused: " << uNth;
-        CFrameworkInitializer::Finalize();
+        SCOPED_TRACE(testing::Message() << "refused: " << uNth);
+        const long nLive = LiveNewBlocks();
+        try
+        {
+            const CRefusingNew refusing(uNth);
+            const CFrameworkScope framework;
+            bRefused = refusing.HasRefused();
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++uThrown;
+        }
+        EXPECT_EQ(nLive, LiveNewBlocks());
+        EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+        EXPECT_EQ(nullptr, g_pstAssertFailHandler) << "the first module is still up";
+        EXPECT_EQ(uKeys, FreeThreadKeys());
+        EXPECT_EQ(QV_RES_OK, CFrameworkScope().GetResult()) << "and now it does not start";
     }
     EXPECT_LT(0u, uThrown);
 }
 
-// More often than a process has keys for its threads' data.
-TEST(CFrameworkMemory, StartsAfter2000RefusedStarts)
-{
-    long nLostBlocks = 0;
-    for (unsigned int uStarts = 0, uNth = 0; uStarts < 2000; ++uStarts)
-    {
-        const SStart stStart = StartWithout(uNth);
-        nLostBlocks += stStart.nLostBlocks;
-        uNth = stStart.bRefused ? uNth + 1 : 0;
-    }
-    EXPECT_EQ(0, nLostBlocks);
-    ASSERT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
-    CFrameworkInitializer::Finalize();
-}
 #endif

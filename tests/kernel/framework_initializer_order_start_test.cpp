@@ -157,6 +157,7 @@ TCalls PartialFinalized(int nFrom)
 {
     g_calls.clear();
     CFrameworkInitializer::PartialFinalize(static_cast<CFrameworkInitializer::EFinalizeFrom>(nFrom));
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
     return g_calls;
 }
 }  // namespace
@@ -223,15 +224,6 @@ TEST_F(CFrameworkOrder, TheLastShutDownStopsTraceAndThreadsFirstAndThenTheRestIn
     for (unsigned int uCount : g_counts) EXPECT_EQ(0u, uCount) << "the count is lowered first";
 }
 
-TEST_F(CFrameworkOrder, AfterAFullShutDownEverythingStartsAfresh)
-{
-    CFrameworkInitializer::Initialize();
-    CFrameworkInitializer::Finalize();
-    g_calls.clear();
-    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
-    EXPECT_EQ(StartUp(37), g_calls);
-}
-
 TEST_F(CFrameworkOrder, AShutDownTooManyWrapsTheCountAndTheNextStartUpOnlyCounts)
 {
     CFrameworkInitializer::Finalize();
@@ -241,11 +233,29 @@ TEST_F(CFrameworkOrder, AShutDownTooManyWrapsTheCountAndTheNextStartUpOnlyCounts
     EXPECT_EQ(TCalls(), g_calls);
 }
 
+TEST_F(CFrameworkOrder, AScopeStartsUpAndShutsDownWhatCameUp)
+{
+    {
+        const CFrameworkScope outer;
+        EXPECT_EQ(QV_RES_OK, outer.GetResult());
+        const CFrameworkScope inner;
+        EXPECT_EQ(2u, CFrameworkInitializer::ms_uInitializationCount);
+    }
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+    TCalls calls = StartUp(37);
+    calls.insert(calls.end(), g_fullShutDown.begin(), g_fullShutDown.end());
+    EXPECT_EQ(calls, g_calls);
+    g_answeringModule = "QvAssert";
+    g_resAnswer = QV_RES_FAIL;
+    EXPECT_EQ(QV_RES_FAIL, CFrameworkScope().GetResult());
+    EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
+}
+
 class CFrameworkFailure : public CFrameworkOrder, public testing::WithParamInterface<SStage>
 {
 };
 
-TEST_P(CFrameworkFailure, TakesDownWhatCameUpAndReturnsTheCode)
+TEST_P(CFrameworkFailure, TakesDownWhatCameUpReturnsTheCodeAndCanBeTriedAgain)
 {
     g_answeringModule = GetParam().pszModule;
     g_resAnswer = QV_RES_THREAD_JOIN_SELF;
@@ -256,13 +266,7 @@ TEST_P(CFrameworkFailure, TakesDownWhatCameUpAndReturnsTheCode)
     calls.insert(calls.end(), undone.begin(), undone.end());
     EXPECT_EQ(calls, g_calls);
     EXPECT_EQ(0u, CFrameworkInitializer::ms_uInitializationCount);
-}
 
-TEST_P(CFrameworkFailure, CanBeTriedAgain)
-{
-    g_answeringModule = GetParam().pszModule;
-    g_resAnswer = QV_RES_FAIL;
-    EXPECT_EQ(QV_RES_FAIL, CFrameworkInitializer::Initialize());
     g_answeringModule.clear();
     g_calls.clear();
     EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
@@ -286,7 +290,7 @@ class CFrameworkPartialFinalize : public testing::TestWithParam<int>
 {
 };
 
-TEST_P(CFrameworkPartialFinalize, RunsTheFinalisersFromTheHighestStageNotAbove)
+TEST_P(CFrameworkPartialFinalize, RunsTheFinalisersFromTheHighestStageNotAboveAndLeavesTheCountAlone)
 {
     EXPECT_EQ(GetParam() <= 37 ? ShutDown(GetParam()) : TCalls(), PartialFinalized(GetParam()));
 }
@@ -297,13 +301,4 @@ INSTANTIATE_TEST_SUITE_P(Beyond, CFrameworkPartialFinalize, testing::Values(39, 
 TEST(CFrameworkPartialFinalizeAll, StopsTraceAndThreadsFirst)
 {
     EXPECT_EQ(g_fullShutDown, PartialFinalized(38));
-}
-
-TEST(CFrameworkPartialFinalize, LeavesTheCountAlone)
-{
-    CFrameworkInitializer::ms_uInitializationCount = 3;
-    PartialFinalized(38);
-    PartialFinalized(7);
-    EXPECT_EQ(3u, CFrameworkInitializer::ms_uInitializationCount);
-    CFrameworkInitializer::ms_uInitializationCount = 0;
 }

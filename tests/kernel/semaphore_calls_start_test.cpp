@@ -8,9 +8,8 @@
 #include <time.h>
 
 #include <climits>
-#include <cstdint>
 #include <deque>
-#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,9 +27,15 @@ constexpr std::size_t g_uSEM_AT = 104;
 void* g_pvWatched = nullptr;
 std::vector<std::string> g_calls;
 std::vector<timespec> g_deadlines;
-/// How the next waits end, and what happens while they last; an exhausted script ends every wait with g_nFallback.
-std::deque<std::function<int()>> g_waits;
-int g_nFallback = ETIMEDOUT;
+/// How a wait ends, and what has changed then.
+struct SWait
+{
+    int nResult = 0;
+    unsigned int uCount = UINT_MAX;  // as it was
+    timeval stNow = {0, 0};          // as it was
+};
+/// The next waits; when there are no more, every wait times out.
+std::deque<SWait> g_waits;
 bool g_bLockFails = false;
 timeval g_now;
 bool g_bClockIsSet = false;
@@ -48,15 +53,12 @@ bool IsWatched(const volatile void* pvPart, std::size_t uOffset)
 
 int NextWait()
 {
-    if (g_waits.empty()) return g_nFallback;
-    const std::function<int()> wait = g_waits.front();
+    if (g_waits.empty()) return ETIMEDOUT;
+    const SWait stWait = g_waits.front();
     g_waits.pop_front();
-    return wait();
-}
-
-void SetCount(unsigned int uCount)
-{
-    StoreAt(g_pvWatched, g_uCOUNT_AT, uCount);
+    if (stWait.uCount != UINT_MAX) StoreAt(g_pvWatched, g_uCOUNT_AT, stWait.uCount);
+    if (stWait.stNow.tv_sec != 0) g_now = stWait.stNow;
+    return stWait.nResult;
 }
 }  // namespace
 
@@ -183,7 +185,6 @@ protected:
         g_calls.clear();
         g_deadlines.clear();
         g_waits.clear();
-        g_nFallback = ETIMEDOUT;
         g_bLockFails = false;
         g_bClockIsSet = true;
         g_now = {1000, 0};
@@ -236,80 +237,105 @@ TEST_F(CSemaphoreCalls, AConditionIsDestroyedWithItsMutex)
     for (const std::string& rCall : g_calls) EXPECT_TRUE(rCall == "mutex_destroy" || rCall == "cond_destroy");
 }
 
-TEST_F(CSemaphoreCalls, AnInterruptedPosixWaitIsFalseAndNotRetried)
+struct SScript
 {
-    BuildWatched(1, 5, false);
-    g_waits = {[]
-               {
-                   errno = EINTR;
-                   return -1;
-               }};
+    const char* pszName;
+    /// The semaphore: its initial count, its maximum, whether it has timed waits.
+    unsigned int uInitial;
+    unsigned int uMax;
+    bool bTimedWait;
+    /// The time-out of the call; without one it is Wait().
+    std::optional<unsigned long> timeoutMs;
+    std::deque<SWait> waits;
+    bool bWant;
+    TCalls calls;
+    unsigned int uCountAfter;  // as constructed for a POSIX semaphore, which counts for itself
+};
+
+class CSemaphoreScript : public CSemaphoreCalls, public testing::WithParamInterface<SScript>
+{
+};
+
+TEST_P(CSemaphoreScript, Waits)
+{
+    const SScript& rst = GetParam();
+    BuildWatched(rst.uInitial, rst.uMax, rst.bTimedWait);
+    g_waits = rst.waits;
+    EXPECT_EQ(rst.bWant, rst.timeoutMs ? m_pSem->Wait(*rst.timeoutMs) : m_pSem->Wait());
+    EXPECT_EQ(rst.calls, g_calls);
+    EXPECT_EQ(rst.uCountAfter, Count());
+    EXPECT_TRUE(g_waits.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scripts, CSemaphoreScript,
+    testing::Values(
+        SScript{"PosixSucceeds", 0, 5, false, {}, {{0}}, true, {"sem_wait"}, 0},
+        SScript{"PosixInterruptedIsNotRetried", 1, 5, false, {}, {{-1}}, false, {"sem_wait"}, 1},
+        SScript{"PosixWithTheLargestTimeOut", 0, 5, false, ULONG_MAX, {{0}}, true, {"sem_wait"}, 0},
+        SScript{"PosixTries", 0, 5, false, 0, {{0}}, true, {"sem_trywait"}, 0},
+        SScript{"PosixTriesInVain", 1, 5, false, 0, {{-1}}, false, {"sem_trywait"}, 1},
+        SScript{"PosixRefusesATimeOut", 1, 5, false, 1000, {}, false, {}, 1},
+        SScript{"UntimedRefusesATimeOut", 1, 1, false, 1000, {}, false, {}, 1},
+        SScript{"FreeIsTaken", 2, 5, true, {}, {}, true, {"lock", "unlock"}, 1},
+        SScript{"FreeIsTakenInTime", 2, 5, true, 77, {}, true, {"lock", "unlock"}, 1},
+        SScript{"GoesOnUntilTheCountRises",
+                0,
+                1,
+                false,
+                {},
+                {{0}, {0}, {0, 1}},
+                true,
+                {"lock", "wait", "wait", "wait", "unlock"},
+                0},
+        SScript{"FailsEvenWhenTheCountHasRisen", 0, 1, false, {}, {{EINVAL, 1}}, false, {"lock", "wait", "unlock"}, 1},
+        SScript{"TheLargestTimeOutHasNoDeadline", 0, 5, true, ULONG_MAX, {{0, 1}}, true, {"lock", "wait", "unlock"}, 0},
+        SScript{"TimesOut", 0, 1, true, 10, {{0}, {ETIMEDOUT}}, false, {"lock", "timedwait", "timedwait", "unlock"}, 0},
+        SScript{"TimesOutWithACountThatHasRisen",
+                0,
+                5,
+                true,
+                10,
+                {{ETIMEDOUT, 2}},
+                true,
+                {"lock", "timedwait", "unlock"},
+                1},
+        SScript{"EndsWithTheChunkThatTakesTheCount",
+                0,
+                1,
+                true,
+                ULONG_MAX - 1,
+                {{ETIMEDOUT}, {0, 1}},
+                true,
+                {"lock", "timedwait", "unlock", "lock", "timedwait", "unlock"},
+                0}),
+    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+
+TEST_F(CSemaphoreCalls, AConditionThatCannotBeLockedIsNotTaken)
+{
+    BuildWatched(1, 1, true);
+    g_bLockFails = true;
     EXPECT_FALSE(m_pSem->Wait());
-    EXPECT_EQ((TCalls{"sem_wait"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, APosixWaitIsTrueWhenTheSystemSaysSo)
-{
-    BuildWatched(0, 5, false);
-    g_nFallback = 0;
-    EXPECT_TRUE(m_pSem->Wait());
-    EXPECT_TRUE(m_pSem->Wait(ULONG_MAX));
-    EXPECT_TRUE(m_pSem->Wait(0));
-    EXPECT_EQ((TCalls{"sem_wait", "sem_wait", "sem_trywait"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, APosixTryIsFalseWhateverWentWrong)
-{
-    BuildWatched(1, 5, false);
-    g_waits = {[]
-               {
-                   errno = EAGAIN;
-                   return -1;
-               },
-               []
-               {
-                   errno = EINTR;
-                   return -1;
-               }};
-    EXPECT_FALSE(m_pSem->Wait(0));
-    EXPECT_FALSE(m_pSem->Wait(0));
-    EXPECT_EQ((TCalls{"sem_trywait", "sem_trywait"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, APosixSemaphoreRefusesATimeOutWithoutAskingTheSystem)
-{
-    BuildWatched(1, 5, false);
-    EXPECT_FALSE(m_pSem->Wait(1000));
-    EXPECT_EQ(TCalls(), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, AnUntimedConditionRefusesATimeOutWithoutAskingTheSystem)
-{
-    BuildWatched(1, 1, false);
-    EXPECT_FALSE(m_pSem->Wait(1000));
+    for (const unsigned long uTimeoutMs : {0ul, 10ul, ULONG_MAX}) EXPECT_FALSE(m_pSem->Wait(uTimeoutMs));
+    g_bLockFails = false;
     EXPECT_EQ(TCalls(), g_calls);
     EXPECT_EQ(1u, Count());
 }
 
-TEST_F(CSemaphoreCalls, APosixSignalPostsAndThenYieldsWhenTold)
+TEST_F(CSemaphoreCalls, ASignalWakesAWaiterInEveryCaseAndThenYieldsWhenTold)
 {
     BuildWatched(0, 5, false);
     m_pSem->Signal(false);
-    EXPECT_EQ((TCalls{"sem_post"}), g_calls);
     m_pSem->Signal(true);
     EXPECT_EQ((TCalls{"sem_post", "sem_post", "yield"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, AConditionSignalWakesAWaiterInEveryCaseAndThenYieldsWhenTold)
-{
+    Destroy();
     BuildWatched(0, 1, false);
-    m_pSem->Signal(false);
-    EXPECT_EQ(1u, Count());
-    EXPECT_EQ((TCalls{"lock", "signal", "unlock"}), g_calls);
-    g_calls.clear();
-    m_pSem->Signal(true);
-    EXPECT_EQ(1u, Count());
-    EXPECT_EQ((TCalls{"lock", "signal", "unlock", "yield"}), g_calls);
+    for (const bool bYield : {false, true})
+    {
+        m_pSem->Signal(bYield);
+        EXPECT_EQ(1u, Count());
+    }
+    EXPECT_EQ((TCalls{"lock", "signal", "unlock", "lock", "signal", "unlock", "yield"}), g_calls);
 }
 
 TEST_F(CSemaphoreCalls, ABinarySemaphoreYieldsWhenTold)
@@ -319,70 +345,6 @@ TEST_F(CSemaphoreCalls, ABinarySemaphoreYieldsWhenTold)
     EXPECT_EQ(TCalls(), g_calls);
     sem.Signal(true);
     EXPECT_EQ((TCalls{"yield"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, AConditionWaitGoesOnUntilTheCountRises)
-{
-    BuildWatched(0, 1, false);
-    g_waits = {[] { return 0; }, [] { return 0; },
-               []
-               {
-                   SetCount(1);
-                   return 0;
-               }};
-    g_nFallback = EINVAL;
-    EXPECT_TRUE(m_pSem->Wait());
-    EXPECT_EQ(0u, Count());
-    EXPECT_EQ((TCalls{"lock", "wait", "wait", "wait", "unlock"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, AFailingConditionWaitIsFalseEvenWhenTheCountHasRisen)
-{
-    BuildWatched(0, 1, false);
-    g_waits = {[]
-               {
-                   SetCount(1);
-                   return EINVAL;
-               }};
-    EXPECT_FALSE(m_pSem->Wait());
-    EXPECT_EQ(1u, Count());
-    EXPECT_EQ((TCalls{"lock", "wait", "unlock"}), g_calls);
-}
-
-TEST_F(CSemaphoreCalls, AFreeConditionIsTakenWithoutWaiting)
-{
-    BuildWatched(2, 5, true);
-    EXPECT_TRUE(m_pSem->Wait());
-    EXPECT_EQ((TCalls{"lock", "unlock"}), g_calls);
-    g_calls.clear();
-    EXPECT_TRUE(m_pSem->Wait(77));
-    EXPECT_EQ((TCalls{"lock", "unlock"}), g_calls);
-    EXPECT_EQ(0u, Count());
-}
-
-TEST_F(CSemaphoreCalls, AConditionThatCannotBeLockedIsNotTaken)
-{
-    BuildWatched(1, 1, true);
-    g_bLockFails = true;
-    EXPECT_FALSE(m_pSem->Wait());
-    EXPECT_FALSE(m_pSem->Wait(ULONG_MAX));
-    EXPECT_FALSE(m_pSem->Wait(0));
-    EXPECT_FALSE(m_pSem->Wait(10));
-    EXPECT_EQ(TCalls(), g_calls);
-    EXPECT_EQ(1u, Count());
-    g_bLockFails = false;
-}
-
-TEST_F(CSemaphoreCalls, TheLargestTimeOutHasNoDeadline)
-{
-    BuildWatched(0, 5, true);
-    g_waits = {[]
-               {
-                   SetCount(1);
-                   return 0;
-               }};
-    EXPECT_TRUE(m_pSem->Wait(ULONG_MAX));
-    EXPECT_EQ((TCalls{"lock", "wait", "unlock"}), g_calls);
 }
 
 TEST_F(CSemaphoreCalls, TryingATakenConditionIsFalseAndLeavesItUnlocked)
@@ -400,76 +362,22 @@ TEST_F(CSemaphoreCalls, TryingATakenConditionIsFalseAndLeavesItUnlocked)
 TEST_F(CSemaphoreCalls, ATimedWaitGoesOnAfterAWakeUpWithoutACount)
 {
     BuildWatched(0, 1, true);
-    g_waits = {[] { return 0; },
-               []
-               {
-                   g_now.tv_sec = 5000;
-                   return EINTR;
-               },
-               []
-               {
-                   SetCount(1);
-                   return 0;
-               }};
+    g_waits = {{}, {EINTR, UINT_MAX, {5000, 0}}, {0, 1}};
     EXPECT_TRUE(m_pSem->Wait(1));
     EXPECT_EQ(0u, Count());
     EXPECT_EQ((TCalls{"lock", "timedwait", "timedwait", "timedwait", "unlock"}), g_calls);
     EXPECT_EQ((std::vector<timespec>(3, timespec{1000, 1000000})), g_deadlines) << "the deadline stays";
 }
 
-TEST_F(CSemaphoreCalls, ATimedWaitThatTimesOutTakesACountThatHasRisenMeanwhile)
-{
-    BuildWatched(0, 5, true);
-    g_waits = {[]
-               {
-                   SetCount(2);
-                   return ETIMEDOUT;
-               }};
-    EXPECT_TRUE(m_pSem->Wait(10));
-    EXPECT_EQ(1u, Count());
-}
-
-TEST_F(CSemaphoreCalls, ATimedWaitThatTimesOutIsFalse)
-{
-    BuildWatched(0, 1, true);
-    g_waits = {[] { return 0; }, [] { return ETIMEDOUT; }};
-    EXPECT_FALSE(m_pSem->Wait(10));
-    EXPECT_EQ(0u, Count());
-    EXPECT_EQ((TCalls{"lock", "timedwait", "timedwait", "unlock"}), g_calls);
-}
-
 TEST_F(CSemaphoreCalls, ALongTimeOutIsWaitedForInChunksEachFromItsOwnTimeOfDay)
 {
     BuildWatched(0, 1, true);
-    g_waits = {[]
-               {
-                   g_now = {2000, 250000};
-                   return ETIMEDOUT;
-               },
-               []
-               {
-                   g_now = {3000, 0};
-                   return ETIMEDOUT;
-               }};
+    g_waits = {{ETIMEDOUT, UINT_MAX, {2000, 250000}}, {ETIMEDOUT, UINT_MAX, {3000, 0}}};
     EXPECT_FALSE(m_pSem->Wait(2 * 4294967295ul + 5));
     EXPECT_EQ((TCalls{"lock", "timedwait", "unlock", "lock", "timedwait", "unlock", "lock", "timedwait", "unlock"}),
               g_calls);
     EXPECT_EQ((std::vector<timespec>{{1000 + 4294967, 295000000}, {2000 + 4294967, 545000000}, {3000, 5000000}}),
               g_deadlines);
-}
-
-TEST_F(CSemaphoreCalls, ALongTimeOutEndsWithTheChunkThatTakesTheCount)
-{
-    BuildWatched(0, 1, true);
-    g_waits = {[] { return ETIMEDOUT; },
-               []
-               {
-                   SetCount(1);
-                   return 0;
-               }};
-    EXPECT_TRUE(m_pSem->Wait(ULONG_MAX - 1));
-    EXPECT_EQ(2u, g_deadlines.size());
-    EXPECT_EQ(0u, Count());
 }
 
 TEST_F(CSemaphoreCalls, ATimeOutOfExactlyOneChunkIsOneWait)

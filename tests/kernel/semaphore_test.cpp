@@ -7,12 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/object_bytes.h"
-
 namespace
 {
-constexpr std::size_t g_uCOUNT_AT = 8;
-constexpr std::size_t g_uSEM_AT = 104;
 constexpr unsigned long g_uHOUR_MS = 3600000;
 
 /// Takes what is free, and tells how much that was.
@@ -44,20 +40,6 @@ protected:
     const SKind& m_rstKind = GetParam();
 };
 
-TEST_P(CSemaphoreKind, CountsInTheFieldOfItsImplementation)
-{
-    CSemaphore sem(1, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-    ASSERT_TRUE(sem.Wait());
-    EXPECT_EQ(m_rstKind.bPosix ? 1u : 0u, LoadAt<unsigned int>(&sem, g_uCOUNT_AT));
-    sem.Signal(false);
-    if (!m_rstKind.bPosix) return;
-    int nValue = -1;
-    // The semaphore that the object holds, not a copy of it.
-    sem_t* const pSem = reinterpret_cast<sem_t*>(reinterpret_cast<unsigned char*>(&sem) + g_uSEM_AT);
-    ASSERT_EQ(0, sem_getvalue(pSem, &nValue));
-    EXPECT_EQ(1, nValue);
-}
-
 TEST_P(CSemaphoreKind, StartsWithItsInitialCount)
 {
     for (unsigned int uInitial : {0u, 1u, 3u, 49u, 50u})
@@ -82,20 +64,6 @@ TEST_P(CSemaphoreKind, ASignalAtOrAboveTheMaximumNeverLowersTheCount)
     EXPECT_EQ(m_rstKind.bPosix ? uInitial + 1 : uInitial, Drain(sem));
 }
 
-TEST_P(CSemaphoreKind, WaitTakesWhatIsFree)
-{
-    const CSemaphore sem(2, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-    EXPECT_TRUE(sem.Wait());
-    EXPECT_EQ(1u, Drain(sem));
-}
-
-TEST_P(CSemaphoreKind, WaitWithTheLargestTimeOutIsAWait)
-{
-    const CSemaphore sem(2, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-    EXPECT_TRUE(sem.Wait(ULONG_MAX));
-    EXPECT_EQ(1u, Drain(sem));
-}
-
 TEST_P(CSemaphoreKind, AnyOtherTimeOutNeedsTimedWaitsEvenWhenFree)
 {
     for (unsigned long uTimeoutMs : {1ul, 1000ul, 4294967295ul, 4294967296ul, ULONG_MAX - 1})
@@ -112,16 +80,6 @@ TEST_P(CSemaphoreKind, WaitWithATimeOutEndsWithoutASignal)
     EXPECT_FALSE(sem.Wait(0));
     EXPECT_FALSE(sem.Wait(20));
     EXPECT_FALSE(sem.Wait(1));
-}
-
-TEST_P(CSemaphoreKind, CanBeDestroyedFreeOrTaken)
-{
-    for (unsigned int uInitial : {0u, 1u})
-    {
-        CSemaphore* const pSem = new CSemaphore(uInitial, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-        pSem->Signal(false);
-        delete pSem;
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, CSemaphoreKind, testing::ValuesIn(g_astKINDS),
@@ -185,64 +143,8 @@ TEST_P(CSemaphoreThreads, EverySignalLetsExactlyOneWaiterThrough)
     EXPECT_EQ(0u, Drain(passed));
 }
 
-TEST_P(CSemaphoreThreads, ATimedWaitEndsWithTheSignalOfAnotherThread)
-{
-    if (!m_rstKind.bTimedWait) return;
-    const CSemaphore started(0, 5, false);
-    const CSemaphore sem(0, m_rstKind.uMaxCount, m_rstKind.bTimedWait);
-    bool bTaken = false;
-    std::thread waiter(
-        [&]
-        {
-            started.Signal(false);
-            bTaken = sem.Wait(g_uHOUR_MS);
-        });
-    ASSERT_TRUE(started.Wait());
-    sem.Signal(true);
-    waiter.join();
-    EXPECT_TRUE(bTaken);
-    EXPECT_EQ(0u, Drain(sem));
-}
-
 INSTANTIATE_TEST_SUITE_P(All, CSemaphoreThreads, testing::ValuesIn(g_astKINDS, g_astKINDS + 4),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
-
-TEST(CBinarySemaphore, StartsAsTold)
-{
-    EXPECT_EQ(0u, Drain(CBinarySemaphore(CBinarySemaphore::eTAKEN, false)));
-    EXPECT_EQ(1u, Drain(CBinarySemaphore(CBinarySemaphore::eFREE, false)));
-}
-
-TEST(CBinarySemaphore, SignalledTwiceWhileFreeAdmitsOneWait)
-{
-    const CBinarySemaphore sem(CBinarySemaphore::eFREE, true);
-    sem.Signal(false);
-    sem.Signal(true);
-    EXPECT_TRUE(sem.Wait());
-    EXPECT_FALSE(sem.Wait(0));
-    sem.Signal(false);
-    sem.Signal(false);
-    EXPECT_EQ(1u, Drain(sem));
-}
-
-TEST(CBinarySemaphore, TryingNeverBlocks)
-{
-    const CBinarySemaphore sem(CBinarySemaphore::eTAKEN, false);
-    EXPECT_FALSE(sem.Wait(0));
-    sem.Signal(false);
-    EXPECT_TRUE(sem.Wait(0));
-    EXPECT_FALSE(sem.Wait(0));
-}
-
-TEST(CBinarySemaphore, WaitsWithATimeOutOnlyWhenBuiltForIt)
-{
-    const CBinarySemaphore untimed(CBinarySemaphore::eFREE, false);
-    EXPECT_FALSE(untimed.Wait(1000));
-    EXPECT_TRUE(untimed.Wait(0));
-    const CBinarySemaphore timed(CBinarySemaphore::eFREE, true);
-    EXPECT_TRUE(timed.Wait(1000));
-    EXPECT_FALSE(timed.Wait(10));
-}
 
 TEST(CBinarySemaphore, WakesAWaiterWhateverItWaitsFor)
 {

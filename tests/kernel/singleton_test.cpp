@@ -6,10 +6,10 @@
 #include <thread>
 #include <vector>
 
-#include "framework/basic/allocator.h"
 #include "framework/kernel/semaphore.h"
 #include "tests/support/free_mutex.h"
 #include "tests/support/real_mutex.h"
+#include "tests/support/refusing_new.h"
 
 namespace
 {
@@ -33,24 +33,11 @@ namespace
 class CCounted : public CSingleton<CCounted>
 {
 public:
-    CCounted() : m_nNumber(++ms_nConstructed) {}
-    ~CCounted() override
-    {
-        ++ms_nDestroyed;
-        ms_pInstanceAtDestruction = ms_pInstance;
-    }
+    CCounted() { ++ms_nConstructed; }
+    ~CCounted() override { ms_pInstanceAtDestruction = ms_pInstance; }
 
-    int m_nNumber;
     static inline std::atomic<int> ms_nConstructed{0};
-    static inline int ms_nDestroyed = 0;
     static inline CCounted* ms_pInstanceAtDestruction = nullptr;
-};
-
-class COther : public CSingleton<COther>
-{
-public:
-    COther() : m_pCounted(CCounted::Instance()) {}
-    CCounted* const m_pCounted;
 };
 
 class CSingletonTest : public testing::Test
@@ -58,30 +45,16 @@ class CSingletonTest : public testing::Test
 protected:
     CSingletonTest()
     {
-        COther::DestroyInstance();
         CCounted::DestroyInstance();
         CCounted::ms_nConstructed = 0;
-        CCounted::ms_nDestroyed = 0;
     }
     ~CSingletonTest() override
     {
-        COther::DestroyInstance();
         CCounted::DestroyInstance();
         EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex)) << "the mutex of all singletons was left locked";
     }
 };
 }  // namespace
-
-TEST_F(CSingletonTest, IsMadeByTheFirstCallAndIsTheSameFromThenOn)
-{
-    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
-    CCounted* const pInstance = CCounted::Instance();
-    ASSERT_NE(nullptr, pInstance);
-    EXPECT_EQ(1, pInstance->m_nNumber);
-    EXPECT_EQ(pInstance, CCounted::ms_pInstance);
-    EXPECT_EQ(pInstance, CCounted::Instance());
-    EXPECT_EQ(1, CCounted::ms_nConstructed);
-}
 
 TEST_F(CSingletonTest, LocksOnlyToBeMade)
 {
@@ -94,41 +67,12 @@ TEST_F(CSingletonTest, LocksOnlyToBeMade)
     EXPECT_EQ(uBefore + 1, g_uLocks);
 }
 
-TEST_F(CSingletonTest, IsMadeAnewAfterItsDestruction)
-{
-    CCounted::Instance();
-    CCounted::DestroyInstance();
-    EXPECT_EQ(1, CCounted::ms_nDestroyed);
-    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
-    EXPECT_EQ(2, CCounted::Instance()->m_nNumber);
-}
-
 TEST_F(CSingletonTest, IsTheInstanceUntilItIsDestroyed)
 {
     CCounted* const pInstance = CCounted::Instance();
     CCounted::DestroyInstance();
     EXPECT_EQ(pInstance, CCounted::ms_pInstanceAtDestruction);
     EXPECT_EQ(nullptr, CCounted::ms_pInstance);
-}
-
-TEST_F(CSingletonTest, DestroyingNoneIsHarmless)
-{
-    CCounted::DestroyInstance();
-    EXPECT_EQ(0, CCounted::ms_nDestroyed);
-    CCounted::Instance();
-    CCounted::DestroyInstance();
-    CCounted::DestroyInstance();
-    EXPECT_EQ(1, CCounted::ms_nDestroyed);
-    EXPECT_EQ(nullptr, CCounted::ms_pInstance);
-}
-
-TEST_F(CSingletonTest, AConstructorMayAskForAnotherSingleton)
-{
-    EXPECT_EQ(CCounted::Instance(), COther::Instance()->m_pCounted);
-    COther::DestroyInstance();
-    CCounted::DestroyInstance();
-    EXPECT_NE(nullptr, COther::Instance()->m_pCounted);
-    EXPECT_EQ(2, CCounted::ms_nConstructed);
 }
 
 TEST_F(CSingletonTest, IsMadeOnceWhenManyThreadsFindItMissing)
@@ -150,34 +94,98 @@ TEST_F(CSingletonTest, IsMadeOnceWhenManyThreadsFindItMissing)
     for (CCounted* pInstance : apInstances) EXPECT_EQ(CCounted::ms_pInstance, pInstance);
 }
 
-TEST_F(CSingletonTest, IsSeenWholeByThreadsThatDoNotLock)
+TEST(CSingletonModule, DestroysItsMutexWhenItGoesDown)
 {
-    for (int nRound = 0; nRound < 50; ++nRound)
-    {
-        std::vector<std::thread> threads;
-        std::atomic<int> nSum{0};
-        for (int n = 0; n < 3; ++n) threads.emplace_back([&] { nSum += CCounted::Instance()->m_nNumber; });
-        for (std::thread& rThread : threads) rThread.join();
-        EXPECT_EQ(3 * CCounted::ms_nConstructed, nSum);
-        CCounted::DestroyInstance();
-    }
+    FinalizeCSingleton();
+    for (std::size_t u = sizeof(void*); u < sizeof(CMutex); ++u) EXPECT_EQ(0, CSingletonBase::ms_auMutex[u]);
+    EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
+    EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
 }
 
-TEST(CSingletonModule, KeepsItsMutexInStaticStorageUntilItGoesDown)
+#if TESTS_OWN_OPERATOR_NEW
+namespace
 {
-    CDefaultAllocator::Instance();
-    EXPECT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), CSingletonBase::ms_pmutex);
-    FinalizeCSingleton();
-    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    for (std::size_t u = sizeof(void*); u < sizeof(CMutex); ++u)
+/// Of the classes here, so that what is asked for them can be told from the rest.
+constexpr std::size_t g_uWATCHED_SIZE = 1240;
+
+/// A class with its own way to memory, which must not be taken.
+class CSized : public CSingleton<CSized>
+{
+public:
+    CSized() { bMutexHeld = !IsFreeForOthers(*CSingletonBase::ms_pmutex); }
+    static void* operator new(std::size_t) = delete;
+    static void operator delete(void* pvBlock) { ::operator delete(pvBlock); }
+    static inline bool bMutexHeld = false;
+
+private:
+    [[maybe_unused]] char m_achRoom[g_uWATCHED_SIZE - sizeof(void*)] = {};
+};
+static_assert(sizeof(CSized) == g_uWATCHED_SIZE);
+
+struct SCondition
+{
+};
+
+class CThrowing : public CSingleton<CThrowing>
+{
+public:
+    CThrowing()
     {
-        EXPECT_EQ(0, CSingletonBase::ms_auMutex[u]) << "the mutex was not destroyed";
+        if (ms_bThrow) throw SCondition();
     }
-    EXPECT_EQ(QV_RES_OK, InitializeCSingleton());
-    EXPECT_EQ(static_cast<void*>(CSingletonBase::ms_auMutex), CSingletonBase::ms_pmutex);
-    EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
-    CSingletonBase::FinalizeCSingletonBase();
-    EXPECT_EQ(nullptr, CSingletonBase::ms_pmutex);
-    EXPECT_EQ(QV_RES_OK, CSingletonBase::InitializeCSingletonBase());
-    EXPECT_NE(nullptr, CSingletonBase::ms_pmutex);
+    static bool IsMade() { return ms_pInstance != nullptr; }
+    static inline bool ms_bThrow = true;
+
+private:
+    [[maybe_unused]] char m_achRoom[g_uWATCHED_SIZE - sizeof(void*)] = {};
+};
+
+class CSingletonMemory : public testing::Test
+{
+protected:
+    ~CSingletonMemory() override
+    {
+        EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex)) << "the mutex of all singletons was left locked";
+    }
+
+    const CNewRecord m_record{eNEW_OBJECT, g_uWATCHED_SIZE};
+};
+}  // namespace
+
+TEST_F(CSingletonMemory, IsMadeByTheGlobalOperatorNewWithTheMutexHeld)
+{
+    CSized::Instance();
+    EXPECT_TRUE(CSized::bMutexHeld);
+    EXPECT_EQ(1u, m_record.GetMade().size());
+    EXPECT_EQ(0u, m_record.GetFreed().size());
+    CSized::DestroyInstance();
+    EXPECT_EQ(1u, m_record.GetFreed().size());
 }
+
+TEST_F(CSingletonMemory, WithoutMemoryTheExceptionPassesAndTheMutexIsFree)
+{
+    {
+        const CRefusingNew refusing(0, eALL_FORMS, ERefused::eALL_BEHIND, g_uWATCHED_SIZE);
+        EXPECT_THROW(CSized::Instance(), std::bad_alloc);
+        EXPECT_THROW(CSized::Instance(), std::bad_alloc);
+    }
+    EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
+    EXPECT_NE(nullptr, CSized::Instance());
+    CSized::DestroyInstance();
+}
+
+TEST_F(CSingletonMemory, AThrowingConstructorPassesThroughReleasesTheMemoryAndLeavesTheMutexLocked)
+{
+    EXPECT_THROW(CThrowing::Instance(), SCondition);
+    EXPECT_EQ(1u, m_record.GetMade().size());
+    EXPECT_EQ(1u, m_record.GetFreed().size());
+    EXPECT_FALSE(CThrowing::IsMade());
+    EXPECT_FALSE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
+    CSingletonBase::ms_pmutex->Unlock();
+    EXPECT_TRUE(IsFreeForOthers(*CSingletonBase::ms_pmutex));
+
+    CThrowing::ms_bThrow = false;
+    EXPECT_NE(nullptr, CThrowing::Instance());
+    CThrowing::DestroyInstance();
+}
+#endif

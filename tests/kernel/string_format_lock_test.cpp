@@ -61,11 +61,3 @@ TEST(CStrErrorLock, IsTheOnlyOneThatFormattingTakes)
     AsciiToHex(false, auOut, 1, auOut + 4, 3);
     EXPECT_EQ(nBefore, g_nLocks);
 }
-
-TEST(CStringFormatModule, ComesUpAgainAfterAShutDown)
-{
-    FinalizeQvStringFormat();
-    EXPECT_EQ(QV_RES_OK, InitializeQvStringFormat());
-    char achBuffer[32];
-    EXPECT_EQ(18, QvStrErrorReentrant(achBuffer, sizeof(achBuffer), 5));
-}

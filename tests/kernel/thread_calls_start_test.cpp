@@ -247,24 +247,16 @@ unsigned int Return(unsigned int uParameter)
 }
 }  // namespace
 
-TEST_F(CThreadCalls, SetOrdinarySchedulingExplicitlyAndNoStackSize)
+TEST_F(CThreadCalls, SetOrdinarySchedulingExplicitlyNoStackSizeAndTheNiceValueOfTheProcess)
 {
+    unsigned int uStarts = 0;
     for (CThread::EPriority ePriority : {CThread::eLOWEST, CThread::eLOW, CThread::eNORMAL, CThread::eHIGH})
     {
         g_calls.clear();
         ASSERT_EQ(QV_RES_OK, m_thread.StartThread(nullptr, 0, nullptr, 1 << 20, ePriority));
         EXPECT_EQ((std::vector<std::string>{"inherit 1", "policy 0", "priority 0", "create"}), g_calls);
         m_thread.Join(nullptr);
-    }
-}
-
-TEST_F(CThreadCalls, SetTheNiceValueOfTheProcessToZeroAtEveryStart)
-{
-    for (unsigned int uStart = 1; uStart < 4; ++uStart)
-    {
-        Start();
-        m_thread.Join(nullptr);
-        EXPECT_EQ(uStart, g_uNiceCalls);
+        EXPECT_EQ(++uStarts, g_uNiceCalls);
         EXPECT_EQ(static_cast<unsigned int>(getpid()), g_uNiceWho);
         EXPECT_EQ(0, g_nNiceValue);
     }
@@ -430,9 +422,10 @@ TEST_F(CThreadCalls, RefusedAttributesAreReportedAlthoughTheThreadRuns)
 TEST_F(CThreadCalls, RefusedCreationLeavesTheObjectIdleAndNothingRunning)
 {
     g_failures.bCreate = true;
-    for (int n = 0; n < 2; ++n)
+    for (const bool bPolicyFails : {false, true})
     {
-        EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, Start(Return));
+        g_failures.bPolicy = bPolicyFails;
+        EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, Start(Return)) << "which outranks refused attributes";
         EXPECT_EQ(CThread::eIDLE, m_thread.GetState());
         EXPECT_EQ(0u, m_thread.Handle());
         EXPECT_EQ(0u, CThreadProbe::CountRunning());
@@ -441,7 +434,7 @@ TEST_F(CThreadCalls, RefusedCreationLeavesTheObjectIdleAndNothingRunning)
         EXPECT_EQ(QV_RES_OK, m_thread.Join(nullptr));
     }
     EXPECT_EQ(0u, g_uJoins);
-    g_failures.bCreate = false;
+    g_failures = {};
     EXPECT_EQ(QV_RES_OK, Start(Return));
     unsigned int uExitCode = 0;
     m_thread.Join(&uExitCode);
@@ -464,13 +457,6 @@ TEST_F(CThreadCalls, RefusedCreationLetsThoseGoWhoWaitToJoin)
     joiner.join();
     g_pAtRefusal = nullptr;
     EXPECT_EQ(CThread::eIDLE, m_thread.GetState());
-}
-
-TEST_F(CThreadCalls, RefusedCreationOutranksRefusedAttributes)
-{
-    g_failures.bCreate = true;
-    g_failures.bPolicy = true;
-    EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, Start(Return));
 }
 
 TEST_F(CThreadCalls, ARecordThatCannotBeStoredDoesNotKeepJoinAndShutDownWaiting)

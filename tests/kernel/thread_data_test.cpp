@@ -2,36 +2,20 @@
 #include <gtest/gtest.h>
 #include <limits.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <thread>
 #include <vector>
 
-#include "tests/support/gate.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_seed.h"
 #include "tests/support/thread_probe.h"
 
 namespace
 {
 using TDestructor = void (*)(unsigned int);
-using TFunction = unsigned int (*)(unsigned int);
-
-/// A key for a scope.
-class CScopedKey
-{
-public:
-    explicit CScopedKey(TDestructor pfnDestructor = nullptr)
-    {
-        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(pfnDestructor, m_uKey));
-    }
-    ~CScopedKey() { CThread::DeleteKey(m_uKey); }
-    CScopedKey(const CScopedKey&) = delete;
-    CScopedKey& operator=(const CScopedKey&) = delete;
-    operator unsigned int() const { return m_uKey; }
-
-private:
-    unsigned int m_uKey = 0;
-};
+using TSeen = std::vector<unsigned int>;
 
 unsigned int Get(unsigned int uKey)
 {
@@ -48,442 +32,243 @@ QvResult GetResult(unsigned int uKey)
     return res;
 }
 
-// What the destructors and functions of a test share: they take no other parameter.
-unsigned int g_uKey = 0;
-unsigned int g_uOtherKey = 0;
-std::vector<unsigned int> g_seen;
+// The keys of a scenario, and what was noted in it: destructors and functions of threads take no other parameter.
+unsigned int g_uKey1 = 0;
+unsigned int g_uKey2 = 0;
+unsigned int g_uKey3 = 0;
+TSeen g_seen;
 
 void Note(unsigned int uValue)
 {
     g_seen.push_back(uValue);
 }
 
-/// Runs a function on a thread of its own, and returns when that has ended.
-void RunThread(TFunction pfnFunction)
+QvResult Set(unsigned int uKey, unsigned int uValue)
 {
-    g_seen.clear();
-    CThread thread;
-    ASSERT_EQ(QV_RES_OK, thread.StartThread(pfnFunction, 0, nullptr, 0, CThread::eNORMAL));
-    ASSERT_EQ(QV_RES_OK, thread.Join(nullptr));
+    return CThread::SetSpecific(uKey, uValue);
 }
 
-using TSeen = std::vector<unsigned int>;
+/// A thread that sets values of three keys, and what their destructors then note.
+struct SScenario
+{
+    const char* pszName;
+    void (*pfnRun)();
+    TDestructor pfnDestroy1;
+    TDestructor pfnDestroy2;
+    TDestructor pfnDestroy3;
+    TSeen seen;
+};
+
+void SetAll()
+{
+    Set(g_uKey1, 1);
+    Set(g_uKey2, 2);
+    Set(g_uKey3, 3);
+}
+
+/// Two keys whose destructors set each other's value, until nobody calls them any more.
+TSeen AsManyRoundsAsTheSystemHas()
+{
+    TSeen rounds;
+    for (unsigned int u = 1; u <= PTHREAD_DESTRUCTOR_ITERATIONS; ++u) rounds.push_back(u);
+    return rounds;
+}
+
+const SScenario g_astSCENARIOS[] = {
+    {"TheLastKeySetFirst",
+     []
+     {
+         SetAll();
+         Set(g_uKey1, 7);  // overwriting keeps its place
+     },
+     Note,
+     Note,
+     Note,
+     {3, 2, 7}},
+    {"NoDestructorIsNeeded", SetAll, nullptr, Note, nullptr, {2}},
+    {"AStoredZeroIsDestroyed", [] { Set(g_uKey1, 0); }, Note, Note, Note, {0}},
+    {"AValueTakenAwayIsNot",
+     []
+     {
+         SetAll();
+         Set(g_uKey2, 0);
+         Set(g_uKey3, 0);
+         Set(g_uKey3, 0);
+     },
+     Note,
+     Note,
+     Note,
+     {0, 1}},
+    {"ADeletedKeyIsNot",
+     []
+     {
+         SetAll();
+         CThread::DeleteKey(g_uKey2);
+     },
+     Note,
+     Note,
+     Note,
+     {3, 1}},
+    {"SeesItsOwnValueAndThoseStillToBeDestroyed",
+     SetAll,
+     nullptr,
+     [](unsigned int)
+     {
+         for (unsigned int uKey : {g_uKey1, g_uKey2, g_uKey3}) Note(Get(uKey));
+     },
+     nullptr,
+     {1, 2, 0}},
+    {"LosesWhatItSetsForItsOwnKey",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int uValue)
+     {
+         Note(uValue);
+         EXPECT_EQ(QV_RES_OK, Set(g_uKey1, uValue + 1));
+         Note(Get(g_uKey1));
+     },
+     nullptr,
+     nullptr,
+     {1, 2}},
+    {"MayTakeItsOwnValueAway",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int uValue)
+     {
+         Note(uValue);
+         for (int n = 0; n < 2; ++n) EXPECT_EQ(QV_RES_OK, Set(g_uKey1, 0));
+         Note(Get(g_uKey1));
+     },
+     nullptr,
+     nullptr,
+     {1, 0}},
+    {"MayTakeTheNextValueAway", SetAll, Note, Note, [](unsigned int) { Set(g_uKey2, 0); }, {1}},
+    {"MayTakeTheLastValueAway", SetAll, Note, Note, [](unsigned int) { Set(g_uKey1, 0); }, {2}},
+    {"MaySetOtherKeysWhoseDestructorsThenRun",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int uValue) { Set(g_uKey2, uValue + 1); },
+     Note,
+     nullptr,
+     {2}},
+    {"OfTwoThatSetEachOtherComesToAnEnd", [] { Set(g_uKey1, 1); },
+     [](unsigned int uValue)
+     {
+         Note(uValue);
+         Set(g_uKey2, uValue + 1);
+     },
+     [](unsigned int uValue)
+     {
+         Note(uValue);
+         Set(g_uKey1, uValue + 1);
+     },
+     nullptr, AsManyRoundsAsTheSystemHas()},
+    {"MayDeleteItsKey",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int)
+     {
+         const unsigned int uKeys = CThreadProbe::CountKeys();
+         EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(g_uKey1));
+         EXPECT_EQ(uKeys - 1, CThreadProbe::CountKeys()) << "nothing else referred to it";
+         Note(GetResult(g_uKey1) == QV_RES_TSD_KEY_NOT_FOUND ? 1 : 0);
+     },
+     nullptr,
+     nullptr,
+     {1}},
+    {"DoesNotLendItsValueToAKeyMadeInThePlaceOfItsOwn",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int)
+     {
+         CThread::DeleteKey(g_uKey1);
+         // The allocator is likely to give a new key the memory of the old one.
+         for (int n = 0; n < 100; ++n)
+         {
+             unsigned int uKey = 0;
+             EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, uKey));
+             EXPECT_EQ(0u, Get(uKey));
+             EXPECT_EQ(QV_RES_OK, Set(uKey, 2));
+             EXPECT_EQ(2u, CThreadProbe::CountReferences(uKey));
+             CThread::DeleteKey(uKey);
+         }
+     },
+     nullptr,
+     nullptr,
+     {}},
+    {"MayStartAndJoinAThread",
+     [] { Set(g_uKey1, 1); },
+     [](unsigned int)
+     {
+         CThread thread;
+         EXPECT_EQ(QV_RES_OK, StartTestThread(
+                                  thread, [](unsigned int u) { return u; }, 6));
+         unsigned int uExitCode = 0;
+         EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
+         Note(uExitCode);
+     },
+     nullptr,
+     nullptr,
+     {6}},
+};
+
+class CThreadValueDestructor : public testing::TestWithParam<SScenario>
+{
+protected:
+    CThreadValueDestructor()
+    {
+        g_seen.clear();
+        CThread::CreateKey(GetParam().pfnDestroy1, g_uKey1);
+        CThread::CreateKey(GetParam().pfnDestroy2, g_uKey2);
+        CThread::CreateKey(GetParam().pfnDestroy3, g_uKey3);
+    }
+    ~CThreadValueDestructor() override
+    {
+        for (unsigned int uKey : {g_uKey1, g_uKey2, g_uKey3}) CThread::DeleteKey(uKey);
+        EXPECT_EQ(0u, CThreadProbe::CountKeys()) << "no value refers to a key any more";
+    }
+};
 }  // namespace
 
-TEST(CThreadKey, HasANumberOfItsOwnAndNeverZero)
+TEST_P(CThreadValueDestructor, RunsOnAThreadOfTheApplication)
 {
-    const CScopedKey first;
-    const CScopedKey second;
-    EXPECT_NE(0u, first);
-    EXPECT_EQ(first + 1, second);
-    EXPECT_EQ(CThreadProbe::ms_keyCounter, second);
+    std::thread(GetParam().pfnRun).join();
+    EXPECT_EQ(GetParam().seen, g_seen);
 }
 
-TEST(CThreadKey, IsNotReusedAfterItsDeletion)
+TEST_P(CThreadValueDestructor, RunsOnAThreadOfTheLibrary)
 {
-    unsigned int uFirst = 0;
-    CThread::CreateKey(nullptr, uFirst);
-    CThread::DeleteKey(uFirst);
-    const CScopedKey second;
-    EXPECT_NE(uFirst, second);
-}
-
-TEST(CThreadKey, UnknownIsReportedByEveryOperation)
-{
-    unsigned int uDeleted = 0;
-    CThread::CreateKey(nullptr, uDeleted);
-    ASSERT_EQ(QV_RES_OK, CThread::DeleteKey(uDeleted));
-    for (unsigned int uKey : {0u, uDeleted, 0xFFFFFFFFu})
+    static void (*s_pfnRun)() = nullptr;
+    s_pfnRun = GetParam().pfnRun;
+    CThread thread;
+    const auto run = [](unsigned int)
     {
-        EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::SetSpecific(uKey, 1));
-        EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, GetResult(uKey));
-        EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::DeleteKey(uKey));
-    }
+        s_pfnRun();
+        return 0u;
+    };
+    ASSERT_EQ(QV_RES_OK, StartTestThread(thread, run));
+    ASSERT_EQ(QV_RES_OK, thread.Join(nullptr));
+    EXPECT_EQ(GetParam().seen, g_seen);
 }
 
-TEST(CThreadKey, DeletedFromAnyPlaceInTheListLeavesTheOthers)
-{
-    for (unsigned int uDeleted = 0; uDeleted < 3; ++uDeleted)
-    {
-        unsigned int auKeys[3] = {};
-        for (unsigned int& ruKey : auKeys) CThread::CreateKey(nullptr, ruKey);
-        const unsigned int uBefore = CThreadProbe::CountKeys();
-        EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(auKeys[uDeleted]));
-        EXPECT_EQ(uBefore - 1, CThreadProbe::CountKeys());
-        for (unsigned int u = 0; u < 3; ++u)
-        {
-            EXPECT_EQ(u == uDeleted ? QV_RES_TSD_KEY_NOT_FOUND : QV_RES_OK, GetResult(auKeys[u]));
-            CThread::DeleteKey(auKeys[u]);
-        }
-    }
-}
+INSTANTIATE_TEST_SUITE_P(Scenarios, CThreadValueDestructor, testing::ValuesIn(g_astSCENARIOS),
+                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
-TEST(CThreadKey, CountsOneReferenceForItselfAndOneForEachValue)
-{
-    const CScopedKey key;
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(key));
-    CThread::SetSpecific(key, 5);
-    EXPECT_EQ(2u, CThreadProbe::CountReferences(key));
-    CThread::SetSpecific(key, 6);
-    EXPECT_EQ(2u, CThreadProbe::CountReferences(key));
-    std::thread(
-        [&]
-        {
-            CThread::SetSpecific(key, 7);
-            EXPECT_EQ(3u, CThreadProbe::CountReferences(key));
-        })
-        .join();
-    EXPECT_EQ(2u, CThreadProbe::CountReferences(key));
-    CThread::SetSpecific(key, 0);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(key));
-}
-
-TEST(CThreadKey, DeletedLivesOnUnfoundUntilItsLastValueIsGone)
-{
-    const unsigned int uBefore = CThreadProbe::CountKeys();
-    unsigned int uKey = 0;
-    CThread::CreateKey(Note, uKey);
-    std::thread(
-        [&]
-        {
-            CThread::SetSpecific(uKey, 3);
-            CThread::DeleteKey(uKey);
-            EXPECT_EQ(uBefore + 1, CThreadProbe::CountKeys());
-            EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, GetResult(uKey));
-        })
-        .join();
-    EXPECT_EQ(uBefore, CThreadProbe::CountKeys());
-}
-
-TEST(CThreadValue, IsZeroUntilSet)
-{
-    const CScopedKey key;
-    EXPECT_EQ(0u, Get(key));
-    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(key, 0x12345678));
-    EXPECT_EQ(0x12345678u, Get(key));
-    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(key, 1));
-    EXPECT_EQ(1u, Get(key));
-    CThread::SetSpecific(key, 0);
-    EXPECT_EQ(0u, Get(key));
-}
-
-TEST(CThreadValue, BelongsToOneKeyAndOneThread)
-{
-    const CScopedKey first;
-    const CScopedKey second;
-    CThread::SetSpecific(first, 1);
-    CThread::SetSpecific(second, 2);
-    std::thread(
-        [&]
-        {
-            EXPECT_EQ(0u, Get(first));
-            CThread::SetSpecific(first, 3);
-            EXPECT_EQ(3u, Get(first));
-        })
-        .join();
-    EXPECT_EQ(1u, Get(first));
-    EXPECT_EQ(2u, Get(second));
-    CThread::SetSpecific(first, 0);
-    CThread::SetSpecific(second, 0);
-}
-
-TEST(CThreadValue, ZeroWhereNoneIsStoresOneAndZeroAgainTakesItAway)
-{
-    const CScopedKey key;
-    const TSeen before = CThreadProbe::Values();
-    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(key, 0));
-    TSeen with = before;
-    with.insert(with.begin(), 0u);
-    EXPECT_EQ(with, CThreadProbe::Values());
-    EXPECT_EQ(2u, CThreadProbe::CountReferences(key));
-    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(key, 0));
-    EXPECT_EQ(before, CThreadProbe::Values());
-}
-
-TEST(CThreadValue, TakenAwayFromAnyPlaceInTheListLeavesTheOthers)
-{
-    for (unsigned int uTaken = 0; uTaken < 3; ++uTaken)
-    {
-        const CScopedKey aKeys[3];
-        for (unsigned int u = 0; u < 3; ++u) CThread::SetSpecific(aKeys[u], u + 10);
-        CThread::SetSpecific(aKeys[uTaken], 0);
-        for (unsigned int u = 0; u < 3; ++u)
-        {
-            EXPECT_EQ(u == uTaken ? 0 : u + 10, Get(aKeys[u]));
-            if (u != uTaken) CThread::SetSpecific(aKeys[u], 0);
-        }
-    }
-}
-
-TEST(CThreadValueDestructor, RunsOnTheEndingThreadWithItsValue)
+TEST(CThreadValue, IsDestroyedOnItsOwnThreadWhichStillHasItsNumber)
 {
     static unsigned int s_uIdInDestructor = 0;
     static CThread* s_pSelfInDestructor = nullptr;
     static unsigned int s_uReferences = 0;
-    const CScopedKey key(
-        [](unsigned int uValue)
+    CThread::CreateKey(
+        [](unsigned int)
         {
-            Note(uValue);
             s_uIdInDestructor = CThread::GetCurrentId();
             s_pSelfInDestructor = CThread::GetThreadSelf();
-            s_uReferences = CThreadProbe::CountReferences(g_uKey);
-        });
-    g_uKey = key;
+            s_uReferences = CThreadProbe::CountReferences(g_uKey1);
+        },
+        g_uKey1);
     CThread thread;
-    g_seen.clear();
-    thread.StartThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 99)); }, 0,
-                       nullptr, 0, CThread::eNORMAL);
+    StartTestThread(thread, [](unsigned int) { return static_cast<unsigned int>(Set(g_uKey1, 99)); });
     thread.Join(nullptr);
-    EXPECT_EQ(TSeen{99}, g_seen);
     EXPECT_EQ(thread.GetId(), s_uIdInDestructor);
     EXPECT_EQ(&thread, s_pSelfInDestructor);
     EXPECT_EQ(1u, s_uReferences) << "the value has given its reference back";
-}
-
-TEST(CThreadValueDestructor, RunsOnThreadsOfTheApplicationToo)
-{
-    const CScopedKey key(Note);
-    g_seen.clear();
-    std::thread([&] { CThread::SetSpecific(key, 4); }).join();
-    EXPECT_EQ(TSeen{4}, g_seen);
-}
-
-TEST(CThreadValueDestructor, RunsForAStoredZeroButNotForAValueTakenAway)
-{
-    const CScopedKey key(Note);
-    g_seen.clear();
-    std::thread([&] { CThread::SetSpecific(key, 0); }).join();
-    EXPECT_EQ(TSeen{0}, g_seen);
-    g_seen.clear();
-    std::thread(
-        [&]
-        {
-            CThread::SetSpecific(key, 8);
-            CThread::SetSpecific(key, 0);
-        })
-        .join();
-    EXPECT_EQ(TSeen(), g_seen);
-}
-
-TEST(CThreadValueDestructor, IsNotNeeded)
-{
-    const CScopedKey key;
-    std::thread([&] { CThread::SetSpecific(key, 4); }).join();
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(key));
-}
-
-TEST(CThreadValueDestructor, DoesNotRunAfterItsKeyWasDeleted)
-{
-    unsigned int uKey = 0;
-    CThread::CreateKey(Note, uKey);
-    g_seen.clear();
-    std::thread(
-        [&]
-        {
-            CThread::SetSpecific(uKey, 4);
-            CThread::DeleteKey(uKey);
-        })
-        .join();
-    EXPECT_EQ(TSeen(), g_seen);
-}
-
-TEST(CThreadValueDestructor, RunsForTheLastKeySetFirst)
-{
-    const CScopedKey aKeys[] = {CScopedKey(Note), CScopedKey(Note), CScopedKey(Note)};
-    g_seen.clear();
-    std::thread(
-        [&]
-        {
-            for (unsigned int u = 0; u < 3; ++u) CThread::SetSpecific(aKeys[u], u + 1);
-            CThread::SetSpecific(aKeys[0], 7);  // overwriting keeps its place
-        })
-        .join();
-    EXPECT_EQ((TSeen{3, 2, 7}), g_seen);
-}
-
-TEST(CThreadValueDestructor, SeesItsOwnValueAndThoseStillToBeDestroyed)
-{
-    const CScopedKey other;
-    const CScopedKey key(
-        [](unsigned int)
-        {
-            Note(Get(g_uKey));
-            Note(Get(g_uOtherKey));
-        });
-    g_uKey = key;
-    g_uOtherKey = other;
-    RunThread(
-        [](unsigned int)
-        {
-            CThread::SetSpecific(g_uOtherKey, 5);
-            CThread::SetSpecific(g_uKey, 6);
-            return 0u;
-        });
-    EXPECT_EQ((TSeen{6, 5}), g_seen);
-}
-
-TEST(CThreadValueDestructor, FindsNoValueThatIsDestroyedAlready)
-{
-    const CScopedKey key([](unsigned int) { Note(Get(g_uOtherKey)); });
-    const CScopedKey other;
-    g_uKey = key;
-    g_uOtherKey = other;
-    RunThread(
-        [](unsigned int)
-        {
-            CThread::SetSpecific(g_uKey, 6);
-            CThread::SetSpecific(g_uOtherKey, 5);
-            return 0u;
-        });
-    EXPECT_EQ(TSeen{0}, g_seen);
-}
-
-TEST(CThreadValueDestructor, LosesWhatItSetsForItsOwnKey)
-{
-    const CScopedKey key(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, uValue + 1));
-            Note(Get(g_uKey));
-        });
-    g_uKey = key;
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ((TSeen{1, 2}), g_seen);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(key));
-}
-
-TEST(CThreadValueDestructor, MayTakeItsOwnValueAway)
-{
-    const CScopedKey key(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            for (int n = 0; n < 2; ++n) EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 0));
-            Note(Get(g_uKey));
-        });
-    g_uKey = key;
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ((TSeen{1, 0}), g_seen);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(key));
-}
-
-TEST(CThreadValueDestructor, MayTakeOtherValuesAway)
-{
-    const CScopedKey first(Note);
-    const CScopedKey second(Note);
-    const CScopedKey third(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            CThread::SetSpecific(g_uKey, 0);
-        });
-    for (const CScopedKey* pTaken : {&first, &second})
-    {
-        g_uKey = *pTaken;
-        g_seen.clear();
-        std::thread(
-            [&]
-            {
-                CThread::SetSpecific(first, 1);
-                CThread::SetSpecific(second, 2);
-                CThread::SetSpecific(third, 3);
-            })
-            .join();
-        EXPECT_EQ((TSeen{3, pTaken == &first ? 2u : 1u}), g_seen);
-    }
-}
-
-TEST(CThreadValueDestructor, MaySetOtherKeysWhoseDestructorsThenRun)
-{
-    const CScopedKey other(Note);
-    const CScopedKey key([](unsigned int uValue) { CThread::SetSpecific(g_uOtherKey, uValue + 1); });
-    g_uKey = key;
-    g_uOtherKey = other;
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ(TSeen{2}, g_seen);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(other));
-}
-
-TEST(CThreadValueDestructor, OfTwoKeysThatSetEachOtherComesToAnEnd)
-{
-    const CScopedKey first(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            CThread::SetSpecific(g_uOtherKey, uValue + 1);
-        });
-    const CScopedKey second(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            CThread::SetSpecific(g_uKey, uValue + 1);
-        });
-    g_uKey = first;
-    g_uOtherKey = second;
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    TSeen rounds;
-    for (unsigned int u = 1; u <= PTHREAD_DESTRUCTOR_ITERATIONS; ++u) rounds.push_back(u);
-    EXPECT_EQ(rounds, g_seen);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(first));
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(second));
-}
-
-TEST(CThreadValueDestructor, MayDeleteItsKey)
-{
-    const unsigned int uBefore = CThreadProbe::CountKeys();
-    CThread::CreateKey(
-        [](unsigned int uValue)
-        {
-            Note(uValue);
-            EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(g_uKey));
-            Note(CThreadProbe::CountKeys());
-            EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, GetResult(g_uKey));
-        },
-        g_uKey);
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ((TSeen{1, uBefore}), g_seen) << "nothing else referred to it";
-    EXPECT_EQ(uBefore, CThreadProbe::CountKeys());
-}
-
-TEST(CThreadValueDestructor, DoesNotLendItsValueToAKeyMadeInThePlaceOfItsOwn)
-{
-    CThread::CreateKey(
-        [](unsigned int)
-        {
-            CThread::DeleteKey(g_uKey);
-            // The allocator is likely to give a new key the memory of the old one.
-            for (int n = 0; n < 100; ++n)
-            {
-                unsigned int uKey = 0;
-                EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, uKey));
-                EXPECT_EQ(0u, Get(uKey));
-                EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 2));
-                EXPECT_EQ(2u, CThreadProbe::CountReferences(uKey));
-                CThread::DeleteKey(uKey);
-            }
-        },
-        g_uKey);
-    const unsigned int uBefore = CThreadProbe::CountKeys();
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ(TSeen(), g_seen);
-    EXPECT_EQ(uBefore - 1, CThreadProbe::CountKeys());
-}
-
-TEST(CThreadValueDestructor, MayStartAndJoinAThread)
-{
-    const CScopedKey key(
-        [](unsigned int)
-        {
-            CThread thread;
-            EXPECT_EQ(QV_RES_OK, thread.StartThread([](unsigned int u) { return u; }, 6, nullptr, 0, CThread::eLOW));
-            unsigned int uExitCode = 0;
-            EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
-            Note(uExitCode);
-        });
-    g_uKey = key;
-    RunThread([](unsigned int) { return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1)); });
-    EXPECT_EQ(TSeen{6}, g_seen);
+    CThread::DeleteKey(g_uKey1);
 }
 
 namespace
@@ -523,7 +308,7 @@ private:
     {
         unsigned int uNew = 0;
         ASSERT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uNew));
-        ASSERT_EQ(0u, m_model.count(uNew));
+        ASSERT_EQ(0, std::count(m_keys.begin(), m_keys.end(), uNew)) << "of another key, or of one that was deleted";
         m_model[uNew] = 0;
         m_keys.push_back(uNew);
     }
@@ -546,8 +331,8 @@ private:
     }
 
     std::mt19937 m_rng{TestSeed()};
-    std::map<unsigned int, unsigned int> m_model;  // live keys with their values
-    std::vector<unsigned int> m_keys = {0};        // dead ones, too
+    std::map<unsigned int, unsigned int> m_model;      // live keys with their values
+    std::vector<unsigned int> m_keys = {0, UINT_MAX};  // dead ones, and some that never were
     unsigned int m_uKey = 0;
 };
 const CValueModel::SOperation CValueModel::g_astOPERATIONS[] = {{"create", 1, &CValueModel::Create},
@@ -562,7 +347,7 @@ TEST(CThreadValueModel, RandomUseMatchesAMap)
         []
         {
             CValueModel model;
-            for (unsigned int uStep = 0; uStep < 20000 && !testing::Test::HasFatalFailure(); ++uStep)
+            for (unsigned int uStep = 0; uStep < Repetitions(20000) && !testing::Test::HasFatalFailure(); ++uStep)
             {
                 SCOPED_TRACE(testing::Message() << "step " << uStep);
                 model.Step();
@@ -575,28 +360,28 @@ TEST(CThreadValueModel, RandomUseMatchesAMap)
 TEST(CThreadValues, OfManyThreadsDoNotDisturbOneAnother)
 {
     constexpr unsigned int uTHREADS = 4;
-    static unsigned int s_uShared = 0;
-    const CScopedKey shared([](unsigned int uValue) { EXPECT_EQ(uValue, Get(s_uShared)); });
-    s_uShared = shared;
+    CThread::CreateKey([](unsigned int uValue) { EXPECT_EQ(uValue, Get(g_uKey1)); }, g_uKey1);
     CThread aThreads[uTHREADS];
     for (unsigned int u = 0; u < uTHREADS; ++u)
     {
         const auto use = [](unsigned int uSeed)
         {
+            EXPECT_EQ(0u, Get(g_uKey1));
             for (unsigned int uStep = 1; uStep < 300; ++uStep)
             {
                 unsigned int uOwn = 0;
                 EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uOwn));
-                EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uOwn, uSeed));
-                EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(s_uShared, uSeed * 1000 + uStep));
+                EXPECT_EQ(QV_RES_OK, Set(uOwn, uSeed));
+                EXPECT_EQ(QV_RES_OK, Set(g_uKey1, uSeed * 1000 + uStep));
                 EXPECT_EQ(uSeed, Get(uOwn));
-                EXPECT_EQ(uSeed * 1000 + uStep, Get(s_uShared));
+                EXPECT_EQ(uSeed * 1000 + uStep, Get(g_uKey1));
                 EXPECT_EQ(QV_RES_OK, CThread::DeleteKey(uOwn));
             }
             return 0u;
         };
-        ASSERT_EQ(QV_RES_OK, aThreads[u].StartThread(use, u + 1, nullptr, 0, CThread::eNORMAL));
+        ASSERT_EQ(QV_RES_OK, StartTestThread(aThreads[u], use, u + 1));
     }
     for (CThread& rThread : aThreads) rThread.Join(nullptr);
-    EXPECT_EQ(1u, CThreadProbe::CountReferences(shared));
+    EXPECT_EQ(1u, CThreadProbe::CountReferences(g_uKey1));
+    CThread::DeleteKey(g_uKey1);
 }

@@ -6,25 +6,8 @@
 #include <thread>
 
 #include "framework/kernel/alive.h"
-#include "framework/kernel/event_notifier.h"
-#include "framework/kernel/memory_queue.h"
 #include "tests/support/gate.h"
 #include "tests/support/thread_probe.h"
-
-namespace
-{
-QvResult Start(CThread& rThread, unsigned int (*pfn)(unsigned int), unsigned int uParameter = 0)
-{
-    return rThread.StartThread(pfn, uParameter, nullptr, 0, CThread::eNORMAL);
-}
-
-/// Waits until all threads that were started have ended, detached ones included: as the shut-down does.
-void WaitForAllThreads()
-{
-    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
-    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
-}
-}  // namespace
 
 TEST(CThreadWithoutMemory, ACallerWithoutARecordHasNoIdentifierAndNoValues)
 {
@@ -85,7 +68,7 @@ TEST(CThreadWithoutMemory, AThreadRunsAndIsJoinedAndNotWaitedForAtShutDown)
         const CNoMemory none;
         CThread thread;
         ASSERT_EQ(QV_RES_OK,
-                  Start(
+                  StartTestThread(
                       thread, [](unsigned int u) { return CThread::GetThreadSelf() != nullptr ? u : 0; }, 7));
         unsigned int uExitCode = 0;
         EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
@@ -99,12 +82,12 @@ TEST(CThreadWithoutMemory, AThreadMayJoinItself)
     static QvResult s_res = QV_RES_OK;
     const CNoMemory none;
     CThread thread;
-    ASSERT_EQ(QV_RES_OK, Start(thread,
-                               [](unsigned int)
-                               {
-                                   s_res = CThread::GetThreadSelf()->Join(nullptr);
-                                   return 1u;
-                               }));
+    ASSERT_EQ(QV_RES_OK, StartTestThread(thread,
+                                         [](unsigned int)
+                                         {
+                                             s_res = CThread::GetThreadSelf()->Join(nullptr);
+                                             return 1u;
+                                         }));
     EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
     EXPECT_EQ(QV_RES_THREAD_JOIN_SELF, s_res);
     WaitForAllThreads();  // it was joined when it let go of the object, a little before its end
@@ -116,13 +99,13 @@ TEST(CThreadWithoutMemory, AThreadMayDestroyItsObject)
     auto* const pThread = new CThread;
     {
         const CNoMemory none;
-        ASSERT_EQ(QV_RES_OK, Start(*pThread,
-                                   [](unsigned int)
-                                   {
-                                       s_go.Pass();
-                                       delete CThread::GetThreadSelf();
-                                       return 1u;
-                                   }));
+        ASSERT_EQ(QV_RES_OK, StartTestThread(*pThread,
+                                             [](unsigned int)
+                                             {
+                                                 s_go.Pass();
+                                                 delete CThread::GetThreadSelf();
+                                                 return 1u;
+                                             }));
         s_go.Open();
         WaitForAllThreads();
     }
@@ -133,12 +116,12 @@ TEST(CThreadWithoutMemory, AThreadMayEndInPthreadExit)
 {
     const CNoMemory none;
     CThread thread;
-    ASSERT_EQ(QV_RES_OK, Start(thread,
-                               [](unsigned int) -> unsigned int
-                               {
-                                   pthread_exit(nullptr);
-                                   return 1u;
-                               }));
+    ASSERT_EQ(QV_RES_OK, StartTestThread(thread,
+                                         [](unsigned int) -> unsigned int
+                                         {
+                                             pthread_exit(nullptr);
+                                             return 1u;
+                                         }));
     EXPECT_EQ(QV_RES_OK, thread.Join(nullptr));
     EXPECT_EQ(0u, CThreadProbe::CountRunning());
 }
@@ -188,7 +171,7 @@ TEST(CThreadWithoutMemory, AThreadThatGetsItsRecordLaterIsWaitedForUntilTheRecor
     CThread::GetCurrentId();
     {
         const CNoMemory none;
-        ASSERT_EQ(QV_RES_OK, Start(thread, pfnSet, 7));
+        ASSERT_EQ(QV_RES_OK, StartTestThread(thread, pfnSet, 7));
         while (thread.GetState() != CThread::eRUNNING) std::this_thread::yield();
     }
     s_memoryIsBack.Open();
@@ -211,50 +194,12 @@ TEST(CThreadMemory, IsAllGivenBack)
     {
         CThread::CreateKey([](unsigned int) {}, s_uKey);
         CThread thread;
-        Start(
+        StartTestThread(
             thread, [](unsigned int uValue) { return static_cast<unsigned int>(CThread::SetSpecific(s_uKey, uValue)); },
             u);
         thread.Join(nullptr);
         CThread::DeleteKey(s_uKey);
     }
     EXPECT_EQ(nBefore, LiveNewBlocks());
-}
-
-TEST(CMemoryQueueWithoutMemory, StaysWithoutABuffer)
-{
-    CMemoryQueue queue;
-    {
-        const CNoMemory none;
-        EXPECT_FALSE(queue.Initialize(64, 8));
-    }
-    EXPECT_EQ(nullptr, queue.Push(0));
-    EXPECT_TRUE(queue.Initialize(64, 8));
-}
-
-TEST(EventObserversWithoutMemory, AreNotRegisteredAndTheOthersAreCalled)
-{
-    static int s_nCalls = 0;
-    const auto observe = [](void*, EEventNotifier, va_list) { ++s_nCalls; };
-    int nFirst = 0;
-    int nSecond = 0;
-    RegisterEventObserver(observe, &nFirst);
-    {
-        const CNoMemory none;
-        RegisterEventObserver(observe, &nSecond);
-    }
-    NotifyEventObservers(EEventNotifier::eAPPLICATION);
-    EXPECT_EQ(1, s_nCalls);
-    RegisterEventObserver(observe, &nSecond);
-    NotifyEventObservers(EEventNotifier::eAPPLICATION);
-    EXPECT_EQ(3, s_nCalls);
-    UnregisterEventObserver(observe, &nFirst);
-    {
-        const CNoMemory none;
-        RegisterEventObserver(observe, &nFirst);
-    }
-    NotifyEventObservers(EEventNotifier::eAPPLICATION);
-    EXPECT_EQ(5, s_nCalls) << "in the place that was left";
-    UnregisterEventObserver(observe, &nFirst);
-    UnregisterEventObserver(observe, &nSecond);
 }
 #endif

@@ -37,54 +37,12 @@ protected:
 };
 }  // namespace
 
-TEST_F(CThreadModule, StartsEmptyWithAKeyAndAnOpenBarrier)
-{
-    EXPECT_EQ(static_cast<void*>(CThreadProbe::ms_auMutex), CThreadProbe::ms_pmutex);
-    EXPECT_EQ(static_cast<void*>(CThreadProbe::ms_auSemFinalizeWaitThread), CThreadProbe::ms_psemFinalizeWaitThread);
-    EXPECT_EQ(0u, CThreadProbe::ms_uThreadId);
-    EXPECT_EQ(0u, CThreadProbe::ms_uThreadCounter);
-    EXPECT_EQ(0u, CThreadProbe::ms_keyCounter);
-    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdHead);
-    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdKeyHead);
-    EXPECT_FALSE(CThreadProbe::ms_bFinalizing);
-    EXPECT_TRUE(CThreadProbe::ms_bTsdInitialized);
-    EXPECT_NE(static_cast<pthread_key_t>(QV_RES_TSD_KEY_NOT_FOUND), CThreadProbe::ms_hTsdKey);
-    EXPECT_TRUE(CThreadProbe::ms_psemFinalizeWaitThread->Wait(1)) << "free, with timed waits";
-    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
-}
-
-TEST_F(CThreadModule, NumbersFromOne)
-{
-    EXPECT_EQ(1u, CThread::GetCurrentId());
-    CThread thread;
-    thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
-    EXPECT_EQ(2u, thread.GetId());
-    thread.Join(nullptr);
-    unsigned int uKey = 0;
-    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
-    EXPECT_EQ(1u, uKey);
-}
-
-TEST_F(CThreadModule, NumbersWhoeverStartsAThreadBeforeTheThread)
+TEST_F(CThreadModule, NumbersFromOneAndWhoeverStartsAThreadBeforeTheThread)
 {
     CThread thread;
-    thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+    StartTestThread(thread, nullptr);
     EXPECT_EQ(2u, thread.GetId());
     EXPECT_EQ(1u, CThread::GetCurrentId());
-}
-
-TEST_F(CThreadModule, StopsWithNothingLeft)
-{
-    CThread::GetCurrentId();
-    CThread::CreateKey(nullptr, g_uKey);
-    CThread::SetSpecific(g_uKey, 1);
-    FinalizeCThread();
-    EXPECT_EQ(nullptr, CThreadProbe::ms_pmutex);
-    EXPECT_EQ(nullptr, CThreadProbe::ms_psemFinalizeWaitThread);
-    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdHead);
-    EXPECT_EQ(nullptr, CThreadProbe::ms_pTsdKeyHead);
-    EXPECT_EQ(0u, CThreadProbe::ms_hTsdKey);
-    EXPECT_TRUE(CThreadProbe::ms_bFinalizing);
 }
 
 TEST_F(CThreadModule, StartsAfreshAfterItStopped)
@@ -121,45 +79,27 @@ TEST_F(CThreadModule, TakesNoValueForOneThatItDestroyedWhenItStopped)
     }
 }
 
-TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedAndHasDestroyedItsValues)
+TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedDetachedOnesTooAndHasDestroyedItsValues)
 {
     static std::atomic<unsigned int> s_uEnded = 0;
     static CGate s_go;
     CThread::CreateKey([](unsigned int) { ++s_uEnded; }, g_uKey);
     CThread aThreads[3];
-    for (CThread& rThread : aThreads)
+    for (unsigned int u = 0; u < 3; ++u)
     {
-        const auto linger = [](unsigned int)
+        const auto linger = [](unsigned int uNumber)
         {
+            if (uNumber == 0) CThread::GetThreadSelf()->Join(nullptr);
             s_go.Pass();
             // Gives a shut-down that does not wait every chance to be done first.
             for (int n = 0; n < 1000; ++n) std::this_thread::yield();
             return static_cast<unsigned int>(CThread::SetSpecific(g_uKey, 1));
         };
-        ASSERT_EQ(QV_RES_OK, rThread.StartThread(linger, 0, nullptr, 0, CThread::eNORMAL));
+        ASSERT_EQ(QV_RES_OK, StartTestThread(aThreads[u], linger, u));
     }
     s_go.Open();
     FinalizeCThread();
     EXPECT_EQ(3u, s_uEnded);
-}
-
-TEST_F(CThreadModule, WaitsForDetachedThreadsAsWell)
-{
-    static CGate s_go;
-    static std::atomic<bool> s_bEnded = false;
-    CThread thread;
-    const auto detach = [](unsigned int)
-    {
-        CThread::GetThreadSelf()->Join(nullptr);
-        s_go.Pass();
-        for (int n = 0; n < 1000; ++n) std::this_thread::yield();
-        s_bEnded = true;
-        return 0u;
-    };
-    thread.StartThread(detach, 0, nullptr, 0, CThread::eNORMAL);
-    s_go.Open();
-    FinalizeCThread();
-    EXPECT_TRUE(s_bEnded);
 }
 
 TEST_F(CThreadModule, DestroysTheValuesOfThreadsThatLiveOn)
@@ -261,7 +201,7 @@ TEST_F(CThreadModule, NumbersThreadsPastTheEndWithoutZeroAndWithoutThoseInUse)
     CThread thread;
     for (const unsigned int uId : {UINT_MAX, 2u, 3u})
     {
-        thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+        StartTestThread(thread, nullptr);
         EXPECT_EQ(uId, thread.GetId()) << "0 is no thread, 1 is this one";
     }
 }
@@ -273,7 +213,7 @@ TEST_F(CThreadModule, RefusesAThreadThatAValuesDestructorStartsWhenItHasStoppedW
         [](unsigned int)
         {
             CThread late;
-            s_res = late.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+            s_res = StartTestThread(late, nullptr);
             EXPECT_EQ(CThread::eIDLE, late.GetState());
         },
         g_uKey);
@@ -282,24 +222,16 @@ TEST_F(CThreadModule, RefusesAThreadThatAValuesDestructorStartsWhenItHasStoppedW
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, s_res);
 }
 
-TEST(CThreadOutsideTheModule, ObjectsComeAndGo)
+TEST(CThreadOutsideTheModule, ARunCanStillBeJoined)
 {
-    CThread early;
+    CThread thread;
     {
         const CFrameworkScope framework;
         ASSERT_EQ(QV_RES_OK, framework.GetResult());
-        EXPECT_EQ(QV_RES_OK, early.StartThread([](unsigned int u) { return u; }, 4, nullptr, 0, CThread::eNORMAL));
+        EXPECT_EQ(QV_RES_OK, StartTestThread(
+                                 thread, [](unsigned int u) { return u; }, 4));
     }
     unsigned int uExitCode = 0;
-    EXPECT_EQ(QV_RES_OK, early.Join(&uExitCode));
+    EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
     EXPECT_EQ(4u, uExitCode);
-    EXPECT_EQ(0u, CThread::GetCurrentId());
-    EXPECT_EQ(nullptr, CThread::GetThreadSelf());
-    unsigned int uValue = 6;
-    EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::SetSpecific(1, 1));
-    EXPECT_EQ(QV_RES_TSD_UNAVAILABLE, CThread::GetSpecific(1, uValue));
-    EXPECT_EQ(6u, uValue);
-    EXPECT_EQ(QV_RES_TSD_KEY_NOT_FOUND, CThread::DeleteKey(1));
-    CThread late;
-    EXPECT_EQ(QV_RES_OK, late.Join(nullptr));
 }

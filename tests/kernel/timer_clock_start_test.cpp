@@ -90,76 +90,38 @@ protected:
 };
 }  // namespace
 
-TEST_F(CTimerClock, StartsWithNoTicksAndTheRateOfTheSystem)
+TEST_F(CTimerClock, AddsTheDistancesOfTheLowerHalvesOfItsReadings)
 {
-    for (long nRate : {100, 128, 1000})
+    struct SReading
     {
-        Restart(nRate);
-        EXPECT_EQ(0u, CTimerProbe::ms_uSysUpTimeTick);
-        EXPECT_EQ(0u, CTimerProbe::ms_uLastSysUpTimeTick);
-        EXPECT_EQ(static_cast<uint32_t>(nRate), CTimerProbe::ms_uTickPerSec);
-    }
-    EXPECT_EQ(0, g_nReadings) << "the clock is first read when somebody asks";
-}
-
-TEST_F(CTimerClock, TheFirstReadingCountsWhole)
-{
-    EXPECT_EQ(123450u, UpTimeAt(12345));
-    EXPECT_EQ(12345u, CTimerProbe::ms_uSysUpTimeTick);
-    EXPECT_EQ(12345u, CTimerProbe::ms_uLastSysUpTimeTick);
-}
-
-TEST_F(CTimerClock, LaterReadingsAddTheirDistance)
-{
-    UpTimeAt(1000);
-    EXPECT_EQ(10000u, UpTimeAt(1000));
-    EXPECT_EQ(10010u, UpTimeAt(1001));
-    EXPECT_EQ(30000u, UpTimeAt(3000));
-}
-
-TEST_F(CTimerClock, AReadingThatWrapsGoesOnCounting)
-{
-    const uint64_t uBefore = UpTimeAt(4294967290);
-    EXPECT_EQ(42949672900u, uBefore);
-    EXPECT_EQ(uBefore + 110, UpTimeAt(5));
-    EXPECT_EQ(uBefore + 120, UpTimeAt(6));
-    EXPECT_EQ(4294967302u, CTimerProbe::ms_uSysUpTimeTick);
-}
-
-TEST_F(CTimerClock, WrapsAnyNumberOfTimes)
-{
-    uint64_t uTicks = 0;
-    for (int n = 0; n < 20; ++n)
+        clock_t nTicks;
+        uint64_t uWantMs;
+    };
+    const struct
     {
-        uTicks += 3000000000;
-        EXPECT_EQ(uTicks * 10, UpTimeAt(static_cast<clock_t>(uTicks & 0xFFFFFFFF)));
+        long nTickRate;
+        std::vector<SReading> readings;
+    } astRuns[] = {{100, {{12345, 123450}, {12345, 123450}, {12346, 123460}, {30000, 300000}}},
+                   {100, {{4294967290, 42949672900}, {5, 42949673010}, {6, 42949673020}}},
+                   {100, {{-1, 42949672950}, {-1, 42949672950}}},
+                   {100, {{0x700000007, 70}, {0x900000009, 90}}},
+                   {100, {{3000000000, 30000000000}, {1705032704, 60000000000}, {410065408, 90000000000}}},
+                   // Multiplied first, and then the quotient is cut.
+                   {128, {{1, 7}, {2, 15}, {127, 992}, {128, 1000}}},
+                   {3, {{1, 333}}},
+                   {60, {{1, 16}}}};
+    for (const auto& rstRun : astRuns)
+    {
+        SCOPED_TRACE(testing::Message() << rstRun.nTickRate << " a second, first " << rstRun.readings[0].nTicks);
+        Restart(rstRun.nTickRate);
+        EXPECT_EQ(0, g_nReadings) << "the clock is first read when somebody asks";
+        EXPECT_EQ(static_cast<uint32_t>(rstRun.nTickRate), CTimerProbe::ms_uTickPerSec);
+        for (const SReading& rst : rstRun.readings)
+        {
+            EXPECT_EQ(rst.uWantMs, UpTimeAt(rst.nTicks));
+            EXPECT_EQ(static_cast<uint32_t>(rst.nTicks), CTimerProbe::ms_uLastSysUpTimeTick);
+        }
     }
-}
-
-TEST_F(CTimerClock, OnlyTheLowerHalfOfAReadingCounts)
-{
-    EXPECT_EQ(70u, UpTimeAt(0x700000007));
-    EXPECT_EQ(90u, UpTimeAt(0x900000009));
-    EXPECT_EQ(9u, CTimerProbe::ms_uLastSysUpTimeTick);
-}
-
-TEST_F(CTimerClock, TheSameReadingAgainIsNoWrap)
-{
-    EXPECT_EQ(42949672950u, UpTimeAt(-1));
-    EXPECT_EQ(42949672950u, UpTimeAt(-1));
-}
-
-TEST_F(CTimerClock, MultipliesFirstAndThenCutsTheQuotient)
-{
-    Restart(128);
-    EXPECT_EQ(7u, UpTimeAt(1));
-    EXPECT_EQ(15u, UpTimeAt(2));
-    EXPECT_EQ(992u, UpTimeAt(127));
-    EXPECT_EQ(1000u, UpTimeAt(128));
-    Restart(3);
-    EXPECT_EQ(333u, UpTimeAt(1));
-    Restart(60);
-    EXPECT_EQ(16u, UpTimeAt(1));
 }
 
 TEST_F(CTimerClock, MultipliesIn64Bits)
@@ -180,16 +142,6 @@ TEST_F(CTimerClock, IsReadOnceACallWithTheMutexHeld)
     EXPECT_EQ(1, g_nReadings);
     g_pfnReading = nullptr;
     EXPECT_TRUE(IsFreeForOthers(*CTimerProbe::ms_pmutexThreadingProtection));
-}
-
-TEST_F(CTimerClock, ANewStartUpForgetsTheTicks)
-{
-    UpTimeAt(500);
-    FinalizeCTimer();
-    EXPECT_EQ(QV_RES_OK, CTimer::InitializeCTimer());
-    EXPECT_EQ(0u, CTimerProbe::ms_uSysUpTimeTick);
-    EXPECT_EQ(0u, CTimerProbe::ms_uLastSysUpTimeTick);
-    EXPECT_EQ(5010u, UpTimeAt(501));
 }
 
 TEST_F(CTimerClock, ShutDownDestroysTheMutexOfTheModule)
@@ -242,19 +194,13 @@ private:
 };
 }  // namespace
 
-TEST_F(CTimerCycle, StartKeepsThePeriodAndTheMoment)
+TEST_F(CTimerCycle, StartKeepsThePeriodAndTheMomentAndASecondOneChangesNothing)
 {
-    EXPECT_TRUE(m_timer.StartCyclicWait(100));
-    EXPECT_EQ(5000u, m_timer.Next());
-    EXPECT_EQ(100u, m_timer.Period());
-    EXPECT_EQ(0u, LoadAt<unsigned int>(&m_timer, 24 + 8)) << "taken";
-}
-
-TEST_F(CTimerCycle, ASecondStartIsFalseAndChangesNothing)
-{
+    m_timer.StopCyclicWait();
+    m_timer.StopCyclicWait();
     EXPECT_TRUE(m_timer.StartCyclicWait(100));
     SetNow(6000);
-    EXPECT_FALSE(m_timer.StartCyclicWait(200));
+    EXPECT_FALSE(m_timer.StartCyclicWait(200)) << "stops of an idle timer add up";
     EXPECT_EQ(5000u, m_timer.Next());
     EXPECT_EQ(100u, m_timer.Period());
 }
@@ -270,6 +216,7 @@ TEST_F(CTimerCycle, WaitsForWhatIsLeftOfThePeriod)
     EXPECT_EQ(5300u, m_timer.Next());
     ExpectWait(5400, true, true, {0});
     EXPECT_EQ(5400u, m_timer.Next());
+    EXPECT_EQ(std::vector<bool>(), g_signals);
 }
 
 TEST_F(CTimerCycle, APeriodOfMoreThan32BitsIsWaitedForWhole)
@@ -309,6 +256,7 @@ TEST_P(CTimerResync, BeginsThePeriodAtNowPlusTheUnsignedRemainderModuloThePeriod
     ExpectWait(GetParam().uNow, true, true, {});
     EXPECT_EQ(GetParam().uWantNext, m_timer.Next());
     EXPECT_EQ(GetParam().uPeriodMs, m_timer.Period());
+    ExpectWait(GetParam().uNow, true, true, {GetParam().uWantNext + GetParam().uPeriodMs - GetParam().uNow});
 }
 
 // 2^64 is 18446744073709551616: 16 modulo 100, 0 modulo 256, 2 modulo 7, 616 modulo 1000.
@@ -317,14 +265,6 @@ INSTANTIATE_TEST_SUITE_P(Table, CTimerResync,
                                          SResync{100, 5116, 5116}, SResync{256, 5000 + 256 + 250, 5506 + 6},
                                          SResync{7, 5010, 5010 + 6}, SResync{1000, 6001, 6001 + 615},
                                          SResync{1, 5002, 5002}));
-
-TEST_F(CTimerCycle, AResynchronisedCycleWaitsFromItsNewBeginning)
-{
-    m_timer.StartCyclicWait(100);
-    ExpectWait(5350, true, true, {});
-    ExpectWait(5350, true, true, {166});
-    EXPECT_EQ(5516u, m_timer.Next());
-}
 
 TEST_F(CTimerCycle, AStopWhileWaitingIsFalseAndLeavesTheTimerIdle)
 {
@@ -347,25 +287,6 @@ TEST_F(CTimerCycle, AStopWhileWaitingLeavesBothTimesCleared)
     EXPECT_EQ(0u, m_timer.Period());
 }
 
-TEST_F(CTimerCycle, AWaitThatIsNotStoppedSignalsNothing)
-{
-    m_timer.StartCyclicWait(100);
-    ExpectWait(5020, false, true, {80});
-    ExpectWait(9020, false, true, {});
-    ExpectWait(9020, true, true, {});
-    EXPECT_EQ(std::vector<bool>(), g_signals);
-}
-
-TEST_F(CTimerCycle, StopClearsBothTimesAndSignals)
-{
-    m_timer.StartCyclicWait(100);
-    m_timer.StopCyclicWait();
-    EXPECT_EQ(0u, m_timer.Next());
-    EXPECT_EQ(0u, m_timer.Period());
-    EXPECT_EQ(1u, g_signals.size());
-    EXPECT_EQ(1u, LoadAt<unsigned int>(&m_timer, 24 + 8));
-}
-
 TEST_F(CTimerCycle, StopClearsBothTimesBeforeItSignals)
 {
     m_timer.StartCyclicWait(100);
@@ -374,14 +295,8 @@ TEST_F(CTimerCycle, StopClearsBothTimesBeforeItSignals)
     m_timer.StopCyclicWait();
     g_signalling = nullptr;
     EXPECT_EQ((std::vector<uint64_t>{0, 0}), times) << "the woken thread may have begun a new cycle";
-}
-
-TEST_F(CTimerCycle, StopsOfAnIdleTimerDoNotAddUp)
-{
-    m_timer.StopCyclicWait();
-    m_timer.StopCyclicWait();
+    EXPECT_EQ((std::vector<bool>{false}), g_signals);
     EXPECT_TRUE(m_timer.StartCyclicWait(100));
-    EXPECT_FALSE(m_timer.StartCyclicWait(100));
 }
 
 TEST_F(CTimerCycle, AfterAStopEveryWaitIsTrueAtOnce)

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdint>
 #include <thread>
-#include <vector>
 
 namespace
 {
@@ -66,26 +65,6 @@ TEST(CTimerUpTime, IsThatOfTheSystem)
     EXPECT_GE(TicksToMs(uAfter), uUpTime);
 }
 
-TEST(CTimerUpTime, NeverRunsBackwardsInAnyThread)
-{
-    std::vector<std::thread> threads;
-    for (int n = 0; n < 4; ++n)
-    {
-        threads.emplace_back(
-            []
-            {
-                uint64_t uLast = 0;
-                for (int nCall = 0; nCall < 3000; ++nCall)
-                {
-                    const uint64_t uNow = CTimer::GetSystemUpTimeMs();
-                    ASSERT_LE(uLast, uNow);
-                    uLast = uNow;
-                }
-            });
-    }
-    for (std::thread& rThread : threads) rThread.join();
-}
-
 TEST(CTimerCycle, WaitsOutItsPeriods)
 {
     CTimer timer;
@@ -122,29 +101,4 @@ TEST(CTimerCycle, IsStoppedByAnotherThreadWhileItWaits)
         EXPECT_TRUE(timer.StartCyclicWait(1)) << "idle again";
         EXPECT_FALSE(timer.StartCyclicWait(1));
     }
-}
-
-TEST(CTimerCycle, MayBeStoppedByManyThreads)
-{
-    const CSemaphore waiting(0, 5, false);
-    CTimer timer;
-    ASSERT_TRUE(timer.StartCyclicWait(3600000));
-    g_pWaiting = &waiting;
-    bool bElapsed = true;
-    std::thread waiter([&] { bElapsed = timer.CyclicWait(false); });
-    ASSERT_TRUE(waiting.Wait());
-    g_pWaiting = nullptr;
-    std::vector<std::thread> stoppers;
-    for (int n = 0; n < 3; ++n) stoppers.emplace_back([&] { timer.StopCyclicWait(); });
-    for (std::thread& rStopper : stoppers) rStopper.join();
-    waiter.join();
-    EXPECT_FALSE(bElapsed);
-    EXPECT_TRUE(timer.StartCyclicWait(1));
-}
-
-TEST(CTimer, IsDestroyedThroughItsVirtualDestructorWhileCycling)
-{
-    CTimer* const pTimer = new CTimer;
-    EXPECT_TRUE(pTimer->StartCyclicWait(5));
-    delete pTimer;
 }

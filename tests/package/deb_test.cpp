@@ -1,35 +1,32 @@
 // Makes the Debian packages and looks into them.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
+#include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 
+#include "tests/support/scratch_directory.h"
 #include "tests/support/shell.h"
 
 namespace
 {
-namespace fs = std::filesystem;
-
 class CDeb : public testing::Test
 {
 protected:
     static void SetUpTestSuite()
     {
-        std::string name = (fs::temp_directory_path() / "orvel-deb-XXXXXX").string();
-        ASSERT_NE(nullptr, mkdtemp(name.data()));
-        ms_directory = name;
-        Shell("umask 077; '" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " + Quoted(name));
+        ms_pScratch = std::make_unique<CScratchDirectory>("orvel-deb");
+        Shell("umask 077; '" ORVEL_CPACK "' --config '" ORVEL_BINARY_DIR "/CPackConfig.cmake' -B " +
+              Quoted(ms_pScratch->GetPath()));
     }
-    static void TearDownTestSuite() { fs::remove_all(ms_directory); }
+    static void TearDownTestSuite() { ms_pScratch.reset(); }
 
     static std::string File(const std::string& rPackage)
     {
-        return Quoted(ms_directory) + "/" + rPackage + "_" ORVEL_VERSION "_*.deb";
+        return Quoted(ms_pScratch->GetPath()) + "/" + rPackage + "_" ORVEL_VERSION "_*.deb";
     }
 
     static std::string Field(const std::string& rPackage, const std::string& rField)
@@ -73,7 +70,7 @@ protected:
         return line.substr(0, line.find('\n'));
     }
 
-    inline static fs::path ms_directory;
+    inline static std::unique_ptr<CScratchDirectory> ms_pScratch;
 };
 
 const std::string g_strRuntime = "liborvel-framework1", g_strDevelopment = "liborvel-framework-dev";
@@ -108,15 +105,11 @@ TEST_F(CDeb, TheRuntimePackageDependsOnWhatTheLibraryIsLinkedWith)
     EXPECT_EQ((std::set<std::string>{"libc6", "libgcc-s1", "libssl3", "libstdc++6"}), Dependencies(g_strRuntime));
 }
 
-TEST_F(CDeb, TheRuntimePackageTellsOthersWhatToDependOn)
+TEST_F(CDeb, TheRuntimePackageTellsOthersWhatToDependOnAndHasTheLoadersCacheBroughtUpToDate)
 {
-    const std::string shlibs = Shell("dpkg-deb --info " + File(g_strRuntime) + " shlibs");
-    EXPECT_EQ("liborvel_framework 1 liborvel-framework1 (>= " ORVEL_VERSION ")\n", shlibs);
-}
-
-TEST_F(CDeb, TheRuntimePackageHasTheLoadersCacheBroughtUpToDate)
-{
-    EXPECT_EQ("activate-noawait ldconfig\n", Shell("dpkg-deb --info " + File(g_strRuntime) + " triggers"));
+    const std::string info = "dpkg-deb --info " + File(g_strRuntime);
+    EXPECT_EQ("liborvel_framework 1 liborvel-framework1 (>= " ORVEL_VERSION ")\n", Shell(info + " shlibs"));
+    EXPECT_EQ("activate-noawait ldconfig\n", Shell(info + " triggers"));
 }
 
 TEST_F(CDeb, ThePackagesCanBeReadByAllWhateverTheUmaskOfWhoMadeThem)
@@ -216,7 +209,7 @@ TEST_F(CDeb, TheDevelopmentPackageDependsOnTheLibraryOfItsVersionAndOnThatsHeade
 
 TEST_F(CDeb, ThePackagesAreInstalledAndUsedAsTheyAre)
 {
-    const std::string root = (ms_directory / "root").string();
+    const std::string root = (ms_pScratch->GetPath() / "root").string();
     Shell("for package in " + File(g_strRuntime) + " " + File(g_strDevelopment) +
           "; do dpkg-deb --extract \"$package\" '" + root + "'; done");
     const std::string libraries = root + "/usr/lib/" + Triplet();
@@ -224,7 +217,7 @@ TEST_F(CDeb, ThePackagesAreInstalledAndUsedAsTheyAre)
           "/pkgconfig'; eval g++ -std=c++17 \"'" ORVEL_SOURCE_DIR
           "/examples/hello/hello.cpp'\" \"$(pkg-config --cflags --libs orvel_framework)\" -o \"'" +
           root + "/hello'\"");
-    EXPECT_EQ("af71426c22321fefba997deb4ee571e8054291bd\n",  // as in examples/journal_test.cpp
+    EXPECT_EQ("af71426c22321fefba997deb4ee571e8054291bd\n",  // as in examples/hello_test.cpp
               Shell("LD_LIBRARY_PATH='" + libraries + "' '" + root + "/hello'"));
 }
 }  // namespace

@@ -1,11 +1,12 @@
 // Builds somebody else's project against the installed library, in every way that README.md names, and runs it.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <tuple>
 
+#include "tests/support/scratch_directory.h"
 #include "tests/support/shell.h"
 
 namespace
@@ -21,9 +22,8 @@ class CForeignProject : public testing::TestWithParam<std::tuple<const char*, co
 protected:
     static void SetUpTestSuite()
     {
-        std::string name = (fs::temp_directory_path() / "orvel framework XXXXXX").string();
-        ASSERT_NE(nullptr, mkdtemp(name.data()));
-        ms_directory = name;
+        ms_pScratch = std::make_unique<CScratchDirectory>("orvel framework");
+        ms_directory = ms_pScratch->GetPath();
         ms_prefix = ms_directory / "a prefix";
         Install(ORVEL_BINARY_DIR, ms_prefix);
         for (const fs::directory_entry& rEntry : fs::recursive_directory_iterator(ms_prefix))
@@ -31,7 +31,7 @@ protected:
             if (rEntry.path().filename() == "liborvel_framework.so") ms_libraryPath = rEntry.path().parent_path();
         }
     }
-    static void TearDownTestSuite() { fs::remove_all(ms_directory); }
+    static void TearDownTestSuite() { ms_pScratch.reset(); }
 
     static std::string Compiler() { return std::get<0>(GetParam()); }
     static std::string Standard() { return std::get<1>(GetParam()); }
@@ -73,6 +73,7 @@ protected:
     }
 
     static constexpr const char* SOURCE = ORVEL_SOURCE_DIR "/tests/package/foreign_project";
+    inline static std::unique_ptr<CScratchDirectory> ms_pScratch;
     inline static fs::path ms_directory, ms_prefix, ms_libraryPath;
 };
 

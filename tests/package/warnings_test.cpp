@@ -1,40 +1,29 @@
 // A compiler that warns of more than ours do: it must not stop those who build the released tree, but it stops us.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <regex>
 #include <set>
 #include <string>
 
+#include "tests/support/scratch_directory.h"
 #include "tests/support/shell.h"
 
 namespace
 {
-namespace fs = std::filesystem;
-
 class CWarnings : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        std::string name = (fs::temp_directory_path() / "orvel-warnings-XXXXXX").string();
-        ASSERT_NE(nullptr, mkdtemp(name.data()));
-        m_directory = name;
-    }
-    void TearDown() override { fs::remove_all(m_directory); }
-
     // Configures the tree for a compiler that warns of padding, which ours are not asked to, and compiles a source.
     SRunResult CompileWithAnUnknownWarning(const std::string& rOptions) const
     {
-        const std::string build = Quoted(m_directory / "build");
+        const std::string build = Quoted(m_scratch.GetPath() / "build");
         Shell("'" ORVEL_CMAKE "' -S '" ORVEL_SOURCE_DIR "' -B " + build +
               " -G Ninja -DCMAKE_CXX_FLAGS=-Wpadded -DORVEL_TESTS=OFF " + rOptions);
         return RunProgram(
             "/bin/sh", {"-c", "ninja -C " + build + " CMakeFiles/orvel_objects.dir/framework/kernel/semaphore.cpp.o"});
     }
 
-    fs::path m_directory;
+    const CScratchDirectory m_scratch{"orvel-warnings"};
 };
 
 TEST_F(CWarnings, DoNotStopAPlainBuild)
@@ -62,7 +51,7 @@ TEST_F(CWarnings, AreErrorsInEachPresetButTheOneForUsers)
         const std::string name = (*it)[1];
         // View mode: the variables of the preset are printed, and nothing is configured.
         const std::string variables = Shell("cd '" ORVEL_SOURCE_DIR "'; '" ORVEL_CMAKE "' -N --preset " + name +
-                                            " -B " + Quoted(m_directory / name) + " || true");
+                                            " -B " + Quoted(m_scratch.GetPath() / name) + " || true");
         const bool bStrict = variables.find("ORVEL_WARNINGS_ARE_ERRORS=\"ON\"") != std::string::npos;
         (bStrict ? strict : others).insert(name);
     }

@@ -6,14 +6,14 @@
 
 namespace
 {
-constexpr std::size_t g_uGuardSize = 32;
-constexpr unsigned char g_uGuardByte = 0xA5;
-constexpr unsigned char g_uFreshByte = 0xC3;
-constexpr unsigned char g_uFreedByte = 0xDD;
+constexpr std::size_t g_uGUARD_SIZE = 32;
+constexpr unsigned char g_uGUARD_BYTE = 0xA5;
+constexpr unsigned char g_uFRESH_BYTE = 0xC3;
+constexpr unsigned char g_uFREED_BYTE = 0xDD;
 
 bool IsIntact(const unsigned char* puGuard)
 {
-    return std::all_of(puGuard, puGuard + g_uGuardSize, [](unsigned char u) { return u == g_uGuardByte; });
+    return std::all_of(puGuard, puGuard + g_uGUARD_SIZE, [](unsigned char u) { return u == g_uGUARD_BYTE; });
 }
 }  // namespace
 
@@ -37,11 +37,11 @@ IAllocator::SBlock* CTestAllocator::Allocate(unsigned int uCount, unsigned int u
     SBlock* pChain = nullptr;
     for (unsigned int u = 0; u < uCount; ++u)
     {
-        unsigned char* const puRaw = new unsigned char[uSize + 2 * g_uGuardSize];
-        unsigned char* const puBlock = puRaw + g_uGuardSize;
-        std::fill_n(puRaw, g_uGuardSize, g_uGuardByte);
-        std::fill_n(puBlock, uSize, g_uFreshByte);
-        std::fill_n(puBlock + uSize, g_uGuardSize, g_uGuardByte);
+        unsigned char* const puRaw = new unsigned char[uSize + 2 * g_uGUARD_SIZE];
+        unsigned char* const puBlock = puRaw + g_uGUARD_SIZE;
+        std::fill_n(puRaw, g_uGUARD_SIZE, g_uGUARD_BYTE);
+        std::fill_n(puBlock, uSize, g_uFRESH_BYTE);
+        std::fill_n(puBlock + uSize, g_uGUARD_SIZE, g_uGUARD_BYTE);
         m_sizes[puBlock] = uSize;
         pChain = new (puBlock) SBlock{pChain};
         if (u == 0 && ppLast != nullptr) *ppLast = pChain;
@@ -88,9 +88,9 @@ unsigned int CTestAllocator::GetSizeOf(const void* pvBlock) const
 void CTestAllocator::CheckAndFree(unsigned char* puBlock)
 {
     const unsigned int uSize = m_sizes.at(puBlock);
-    EXPECT_TRUE(IsIntact(puBlock - g_uGuardSize)) << "bytes before a block of " << uSize << " were overwritten";
+    EXPECT_TRUE(IsIntact(puBlock - g_uGUARD_SIZE)) << "bytes before a block of " << uSize << " were overwritten";
     EXPECT_TRUE(IsIntact(puBlock + uSize)) << "bytes behind a block of " << uSize << " were overwritten";
-    std::fill_n(puBlock, uSize, g_uFreedByte);
+    std::fill_n(puBlock, uSize, g_uFREED_BYTE);
     m_sizes.erase(puBlock);
-    delete[](puBlock - g_uGuardSize);
+    delete[](puBlock - g_uGUARD_SIZE);
 }

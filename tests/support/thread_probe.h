@@ -86,4 +86,16 @@ public:
     }
 };
 
+inline QvResult StartTestThread(CThread& rThread, unsigned int (*pfn)(unsigned int), unsigned int uParameter = 0)
+{
+    return rThread.StartThread(pfn, uParameter, "test", 0, CThread::eNORMAL);
+}
+
+/// Waits until all threads that were started have ended, detached ones included: as the shut-down does.
+inline void WaitForAllThreads()
+{
+    CThreadProbe::ms_psemFinalizeWaitThread->Wait();
+    CThreadProbe::ms_psemFinalizeWaitThread->Signal(false);
+}
+
 #endif

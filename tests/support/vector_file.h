@@ -11,11 +11,12 @@
 
 /// One record of a file in tests/vectors. Such a file holds records set apart by blank lines; a record holds one field
 /// on each line, its name and a blank before its value. Lines that begin with # are comments.
-///
-///     # RFC 1321, section A.5
-///     name message-digest
-///     message "message digest"
-///     digest f96b697d7cb7938d525a2f31aaf161d0
+/// ```
+/// # RFC 1321, section A.5
+/// name message-digest
+/// message "message digest"
+/// digest f96b697d7cb7938d525a2f31aaf161d0
+/// ```
 ///
 /// Bytes are written as hexadecimal digits or as a text in quotation marks, with *<n> behind for n repetitions; no
 /// digits at all are no bytes.

@@ -2,8 +2,10 @@
 #define TESTS_WHOLE_EXHAUSTION_H
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "framework/kernel/result.h"
@@ -97,8 +99,8 @@ private:
 /// A row of the table: sets the scene, runs the operation once and checks what it left.
 struct SOperation
 {
-    const char* pszName;
-    void (*pfnTry)(CTrial& rTrial);
+    std::string strName;
+    std::function<void(CTrial& rTrial)> tryIt;
     /// Whether its memory may come from an IAllocator as well.
     bool bTakesAllocator;
 };

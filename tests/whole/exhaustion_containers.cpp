@@ -191,14 +191,27 @@ void TryMake(CTrial& rTrial)
 }
 
 template <typename Container>
-void AddSequence(std::vector<SOperation>& rOperations, const std::vector<const char*>& rNames)
+void AddSequence(std::vector<SOperation>& rOperations, const std::string& rName)
 {
-    void (*const apfnTries[])(CTrial&) = {
-        TryMake<Container>,         TryCopy<Container>,     TryAssign<Container>,         TryReserve<Container>,
-        TryReduce<Container>,       TryAppend<Container>,   TryInsertMany<Container>,     TryInsertOther<Container>,
-        TryInsertSorted<Container>, TryAllocate<Container>, TryAllocateSorted<Container>, TryMerge<Container>,
-        TrySplit<Container>,        TrySort<Container>};
-    for (std::size_t u = 0; u < rNames.size(); ++u) rOperations.push_back({rNames[u], apfnTries[u], true});
+    const std::vector<SOperation> operations = {{rName, TryMake<Container>, true},
+                                                {"copy", TryCopy<Container>, true},
+                                                {"assign", TryAssign<Container>, true},
+                                                {"ReserveCapacity", TryReserve<Container>, true},
+                                                {"ReduceCapacity", TryReduce<Container>, true},
+                                                {"Append", TryAppend<Container>, true},
+                                                {"Insert", TryInsertMany<Container>, true},
+                                                {"Insert other", TryInsertOther<Container>, true},
+                                                {"InsertSorted", TryInsertSorted<Container>, true},
+                                                {"Allocate", TryAllocate<Container>, true},
+                                                {"AllocateSorted", TryAllocateSorted<Container>, true},
+                                                {"Merge", TryMerge<Container>, true},
+                                                {"Split", TrySplit<Container>, true},
+                                                {"Sort", TrySort<Container>, true}};
+    for (SOperation operation : operations)
+    {
+        operation.strName.insert(0, rName + " ");
+        rOperations.push_back(operation);
+    }
 }
 
 using Tree = CAATree<CNumber>;
@@ -279,18 +292,8 @@ std::vector<SOperation> ContainerOperations()
         {"CAATree Allocate", TryTreeAllocate, true},
         {"CAATree AllocateSorted", TryTreeAllocateSorted, true},
     };
-    AddSequence<CVector<CNumber>>(
-        operations,
-        {"CVector CVector", "CVector copy", "CVector assign", "CVector ReserveCapacity", "CVector ReduceCapacity",
-         "CVector Append", "CVector Insert", "CVector Insert other", "CVector InsertSorted", "CVector Allocate",
-         "CVector AllocateSorted", "CVector Merge", "CVector Split", "CVector Sort"});
-    AddSequence<CList<CNumber>>(
-        operations, {"CList CList", "CList copy", "CList assign", "CList ReserveCapacity", "CList ReduceCapacity",
-                     "CList Append", "CList Insert", "CList Insert other", "CList InsertSorted", "CList Allocate",
-                     "CList AllocateSorted", "CList Merge", "CList Split", "CList Sort"});
-    AddSequence<CVList<CNumber>>(
-        operations, {"CVList CVList", "CVList copy", "CVList assign", "CVList ReserveCapacity", "CVList ReduceCapacity",
-                     "CVList Append", "CVList Insert", "CVList Insert other", "CVList InsertSorted", "CVList Allocate",
-                     "CVList AllocateSorted", "CVList Merge", "CVList Split", "CVList Sort"});
+    AddSequence<CVector<CNumber>>(operations, "CVector");
+    AddSequence<CList<CNumber>>(operations, "CList");
+    AddSequence<CVList<CNumber>>(operations, "CVList");
     return operations;
 }

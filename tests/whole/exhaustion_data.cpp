@@ -40,35 +40,15 @@ void TryMakeText(CTrial& rTrial, const std::string& rText, Operation&& rOperatio
     rTrial.ExpectState(std::string(), rText, TextOf(*strText));
 }
 
-void TryStringFromText(CTrial& rTrial)
-{
-    TryMakeText(rTrial, g_BEFORE, [](std::optional<CString>& r) { r.emplace(g_BEFORE.c_str()); });
-}
-void TryStringFromPart(CTrial& rTrial)
-{
-    TryMakeText(rTrial, "aaaa", [](std::optional<CString>& r) { r.emplace(g_BEFORE.c_str(), 4u); });
-}
 void TryStringAssignText(CTrial& rTrial)
 {
     const std::string other(90, 'b');
     TryText(rTrial, other, [&](CString& r) { r = other.c_str(); });
 }
-void TryStringAssignCharacter(CTrial& rTrial)
-{
-    TryText(rTrial, "x", [](CString& r) { r = 'x'; });
-}
 void TryStringAppend(CTrial& rTrial)
 {
     const CString strMore("more");
     TryText(rTrial, g_BEFORE + "more", [&](CString& r) { r += strMore; });
-}
-void TryStringAppendText(CTrial& rTrial)
-{
-    TryText(rTrial, g_BEFORE + "more", [](CString& r) { r += "more"; });
-}
-void TryStringAppendCharacter(CTrial& rTrial)
-{
-    TryText(rTrial, g_BEFORE + "c", [](CString& r) { r += 'c'; });
 }
 // Without memory for the sum, what was to be appended is missing; without any, it is empty.
 void TryStringSum(CTrial& rTrial)
@@ -81,34 +61,10 @@ void TryStringSum(CTrial& rTrial)
     else { EXPECT_TRUE(TextOf(*strSum) == g_BEFORE || strSum->IsEmpty()) << TextOf(*strSum); }
     EXPECT_EQ(g_BEFORE, TextOf(strLeft));
 }
-void TryStringInsert(CTrial& rTrial)
-{
-    TryText(rTrial, "xyxy" + g_BEFORE, [](CString& r) { return r.Insert(0, 2, "xy", 2); });
-}
 void TryStringInsertString(CTrial& rTrial)
 {
     const CString strMore("more");
     TryText(rTrial, "oror" + g_BEFORE, [&](CString& r) { return r.Insert(0, 2, strMore, 1, 2); });
-}
-void TryStringInsertCharacter(CTrial& rTrial)
-{
-    TryText(rTrial, "yyy" + g_BEFORE, [](CString& r) { return r.Insert(0, 3, 'y'); });
-}
-void TryStringSetAt(CTrial& rTrial)
-{
-    TryText(rTrial, "X" + g_BEFORE.substr(1), [](CString& r) { r.SetAt(0, 'X'); });
-}
-void TryStringErase(CTrial& rTrial)
-{
-    TryText(rTrial, g_BEFORE.substr(5), [](CString& r) { r.Erase(0, 5); });
-}
-void TryStringTrimLeft(CTrial& rTrial)
-{
-    TryText(rTrial, "", [](CString& r) { r.TrimLeftSide('a'); });
-}
-void TryStringResize(CTrial& rTrial)
-{
-    TryText(rTrial, g_BEFORE.substr(5), [](CString& r) { r.Resize(35); });
 }
 void TryStringToLowerCase(CTrial& rTrial)
 {
@@ -129,10 +85,6 @@ void TryStringGetBuffer(CTrial& rTrial)
     rTrial.ExpectNoThrow();
     EXPECT_EQ(rTrial.IsDone(), pszBuffer != nullptr);
     EXPECT_EQ(g_BEFORE, TextOf(strText));
-}
-void TryStringReserve(CTrial& rTrial)
-{
-    TryText(rTrial, g_BEFORE, [](CString& r) { return r.ReserveCapacity(500); });
 }
 void TryStringReduce(CTrial& rTrial)
 {
@@ -167,16 +119,16 @@ void TryStringExtract(CTrial& rTrial)
     EXPECT_EQ(7u, uBehind) << "the stream is out of step";
 }
 
-const Bytes g_auBefore = {1, 2, 3};
+const Bytes g_auBEFORE = {1, 2, 3};
 
 template <typename Operation>
 void TryBytes(CTrial& rTrial, const Bytes& rAfter, Operation&& rOperation)
 {
     CBlob blob(rTrial.Source());
-    ASSERT_EQ(QV_RES_OK, blob.Append(g_auBefore.data(), 3));
+    ASSERT_EQ(QV_RES_OK, blob.Append(g_auBEFORE.data(), 3));
     rTrial.Run([&] { return rOperation(blob); });
     rTrial.ExpectResult();
-    rTrial.ExpectState(g_auBefore, rAfter, BytesOf(blob));
+    rTrial.ExpectState(g_auBEFORE, rAfter, BytesOf(blob));
     EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(50));
 }
 void TryBlobMake(CTrial& rTrial)
@@ -194,15 +146,15 @@ void TryBlobMakeWithRoom(CTrial& rTrial)
 void TryBlobMakeOfBytes(CTrial& rTrial)
 {
     std::optional<CBlob> blob;
-    rTrial.Run([&] { blob.emplace(g_auBefore.data(), 3u, 5u, rTrial.Source()); });
-    if (!rTrial.HasThrown()) { rTrial.ExpectState(Bytes(), g_auBefore, BytesOf(*blob)); }
+    rTrial.Run([&] { blob.emplace(g_auBEFORE.data(), 3u, 5u, rTrial.Source()); });
+    if (!rTrial.HasThrown()) { rTrial.ExpectState(Bytes(), g_auBEFORE, BytesOf(*blob)); }
 }
 void TryBlobCopy(CTrial& rTrial)
 {
-    const CBlob source(g_auBefore.data(), 3u, 5u, rTrial.Source());
+    const CBlob source(g_auBEFORE.data(), 3u, 5u, rTrial.Source());
     std::optional<CBlob> blob;
     rTrial.Run([&] { blob.emplace(source); });
-    if (!rTrial.HasThrown()) { rTrial.ExpectState(Bytes(), g_auBefore, BytesOf(*blob)); }
+    if (!rTrial.HasThrown()) { rTrial.ExpectState(Bytes(), g_auBEFORE, BytesOf(*blob)); }
 }
 void TryBlobAssign(CTrial& rTrial)
 {
@@ -210,54 +162,34 @@ void TryBlobAssign(CTrial& rTrial)
     const CBlob source(many.data(), 30);
     TryBytes(rTrial, many, [&](CBlob& r) { r = source; });
 }
-void TryBlobInsert(CTrial& rTrial)
-{
-    TryBytes(rTrial, {1, 1, 2, 3, 2, 3}, [](CBlob& r) { return r.Insert(1, g_auBefore.data(), 3); });
-}
 void TryBlobInsertBlob(CTrial& rTrial)
 {
-    const CBlob source(g_auBefore.data(), 3);
+    const CBlob source(g_auBEFORE.data(), 3);
     TryBytes(rTrial, {1, 2, 3, 2, 3}, [&](CBlob& r) { return r.Insert(3, source, 1, CBlob::uTO_END); });
-}
-void TryBlobAppend(CTrial& rTrial)
-{
-    TryBytes(rTrial, {1, 2, 3, 1, 2, 3}, [](CBlob& r) { return r.Append(g_auBefore.data(), 3); });
 }
 void TryBlobAppendString(CTrial& rTrial)
 {
     const CString strText("\1\2");
     TryBytes(rTrial, {1, 2, 3, 1, 2}, [&](CBlob& r) { return r.Append(strText); });
 }
-void TryBlobAppendBits(CTrial& rTrial)
-{
-    TryBytes(rTrial, {1, 2, 3, 1, 2}, [](CBlob& r) { r.AppendBits(g_auBefore.data(), 16, 0); });
-}
-void TryBlobPadBits(CTrial& rTrial)
-{
-    TryBytes(rTrial, {1, 2, 3, 0, 0}, [](CBlob& r) { r.PadBits(16); });
-}
-void TryBlobReserve(CTrial& rTrial)
-{
-    TryBytes(rTrial, g_auBefore, [](CBlob& r) { return r.ReserveCapacity(20); });
-}
 void TryBlobReduce(CTrial& rTrial)
 {
-    CBlob blob(g_auBefore.data(), 3u, 50u, rTrial.Source());
+    CBlob blob(g_auBEFORE.data(), 3u, 50u, rTrial.Source());
     rTrial.Run([&] { return blob.ReduceCapacity(0); });
     rTrial.ExpectResult();
-    EXPECT_EQ(g_auBefore, BytesOf(blob));
+    EXPECT_EQ(g_auBEFORE, BytesOf(blob));
 }
 void TryBlobExtract(CTrial& rTrial)
 {
     const Bytes many(200, 9);
     CMarshaler marshaler;
     marshaler << CBlob(many.data(), 200) << 7u;
-    CBlob blob(g_auBefore.data(), 3u, 3u, rTrial.Source());
+    CBlob blob(g_auBEFORE.data(), 3u, 3u, rTrial.Source());
     unsigned int uBehind = 0;
     rTrial.Run([&] { marshaler >> blob; });
     rTrial.ExpectNoThrow();
     marshaler >> uBehind;
-    EXPECT_EQ(rTrial.IsDone() ? many : g_auBefore, BytesOf(blob));
+    EXPECT_EQ(rTrial.IsDone() ? many : g_auBEFORE, BytesOf(blob));
     EXPECT_EQ(7u, uBehind) << "the stream is out of step";
 }
 
@@ -267,10 +199,10 @@ void TryMarshalerExtractAll(CTrial& rTrial)
     const Bytes many(200, 9);
     CMarshaler marshaler;
     marshaler.Insert(many.data(), 200);
-    CBlob blob(g_auBefore.data(), 3u, 3u, rTrial.Source());
+    CBlob blob(g_auBEFORE.data(), 3u, 3u, rTrial.Source());
     rTrial.Run([&] { return marshaler.ExtractAll(blob) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY; });
     rTrial.ExpectResult();
-    rTrial.ExpectState(g_auBefore, many, BytesOf(blob));
+    rTrial.ExpectState(g_auBEFORE, many, BytesOf(blob));
     EXPECT_EQ(rTrial.IsDone() ? 0u : 200u, marshaler.GetUnreadSize());
 }
 void TryMarshalerInsert(CTrial& rTrial)
@@ -380,29 +312,46 @@ void TryTimeMake(CTrial& rTrial)
     time->GetJulianDateAndTime(uDay, uTimeMs, true);
     EXPECT_EQ(2451545u, uDay);
 }
+
+// Rows of operations that need nothing but what they are done to.
+template <typename Operation>
+SOperation OnText(const char* pszName, const std::string& rAfter, const Operation& rOperation)
+{
+    return {pszName, [=](CTrial& rTrial) { TryText(rTrial, rAfter, rOperation); }, false};
+}
+template <typename Operation>
+SOperation MakingText(const char* pszName, const std::string& rText, const Operation& rOperation)
+{
+    return {pszName, [=](CTrial& rTrial) { TryMakeText(rTrial, rText, rOperation); }, false};
+}
+template <typename Operation>
+SOperation OnBytes(const char* pszName, const Bytes& rAfter, const Operation& rOperation)
+{
+    return {pszName, [=](CTrial& rTrial) { TryBytes(rTrial, rAfter, rOperation); }, true};
+}
 }  // namespace
 
 std::vector<SOperation> DataOperations()
 {
     return {
-        {"CString from a text", TryStringFromText, false},
-        {"CString from a part", TryStringFromPart, false},
+        MakingText("CString from a text", g_BEFORE, [](std::optional<CString>& r) { r.emplace(g_BEFORE.c_str()); }),
+        MakingText("CString from a part", "aaaa", [](std::optional<CString>& r) { r.emplace(g_BEFORE.c_str(), 4u); }),
         {"CString assign text", TryStringAssignText, false},
-        {"CString assign character", TryStringAssignCharacter, false},
+        OnText("CString assign character", "x", [](CString& r) { r = 'x'; }),
         {"CString append", TryStringAppend, false},
-        {"CString append text", TryStringAppendText, false},
-        {"CString append character", TryStringAppendCharacter, false},
+        OnText("CString append text", g_BEFORE + "more", [](CString& r) { r += "more"; }),
+        OnText("CString append character", g_BEFORE + "c", [](CString& r) { r += 'c'; }),
         {"CString sum", TryStringSum, false},
-        {"CString Insert", TryStringInsert, false},
+        OnText("CString Insert", "xyxy" + g_BEFORE, [](CString& r) { return r.Insert(0, 2, "xy", 2); }),
         {"CString Insert string", TryStringInsertString, false},
-        {"CString Insert character", TryStringInsertCharacter, false},
-        {"CString SetAt", TryStringSetAt, false},
-        {"CString Erase", TryStringErase, false},
-        {"CString TrimLeftSide", TryStringTrimLeft, false},
-        {"CString Resize", TryStringResize, false},
+        OnText("CString Insert character", "yyy" + g_BEFORE, [](CString& r) { return r.Insert(0, 3, 'y'); }),
+        OnText("CString SetAt", "X" + g_BEFORE.substr(1), [](CString& r) { r.SetAt(0, 'X'); }),
+        OnText("CString Erase", g_BEFORE.substr(5), [](CString& r) { r.Erase(0, 5); }),
+        OnText("CString TrimLeftSide", "", [](CString& r) { r.TrimLeftSide('a'); }),
+        OnText("CString Resize", g_BEFORE.substr(5), [](CString& r) { r.Resize(35); }),
         {"CString ToLowerCase", TryStringToLowerCase, false},
         {"CString GetBuffer", TryStringGetBuffer, false},
-        {"CString ReserveCapacity", TryStringReserve, false},
+        OnText("CString ReserveCapacity", g_BEFORE, [](CString& r) { return r.ReserveCapacity(500); }),
         {"CString ReduceCapacity", TryStringReduce, false},
         {"CString Format", TryStringFormat, false},
         {"CString extract", TryStringExtract, false},
@@ -411,13 +360,13 @@ std::vector<SOperation> DataOperations()
         {"CBlob of bytes", TryBlobMakeOfBytes, true},
         {"CBlob copy", TryBlobCopy, true},
         {"CBlob assign", TryBlobAssign, true},
-        {"CBlob Insert", TryBlobInsert, true},
+        OnBytes("CBlob Insert", {1, 1, 2, 3, 2, 3}, [](CBlob& r) { return r.Insert(1, g_auBEFORE.data(), 3); }),
         {"CBlob Insert blob", TryBlobInsertBlob, true},
-        {"CBlob Append", TryBlobAppend, true},
+        OnBytes("CBlob Append", {1, 2, 3, 1, 2, 3}, [](CBlob& r) { return r.Append(g_auBEFORE.data(), 3); }),
         {"CBlob Append string", TryBlobAppendString, true},
-        {"CBlob AppendBits", TryBlobAppendBits, true},
-        {"CBlob PadBits", TryBlobPadBits, true},
-        {"CBlob ReserveCapacity", TryBlobReserve, true},
+        OnBytes("CBlob AppendBits", {1, 2, 3, 1, 2}, [](CBlob& r) { r.AppendBits(g_auBEFORE.data(), 16, 0); }),
+        OnBytes("CBlob PadBits", {1, 2, 3, 0, 0}, [](CBlob& r) { r.PadBits(16); }),
+        OnBytes("CBlob ReserveCapacity", g_auBEFORE, [](CBlob& r) { return r.ReserveCapacity(20); }),
         {"CBlob ReduceCapacity", TryBlobReduce, true},
         {"CBlob extract", TryBlobExtract, true},
         {"CMarshaler Insert", TryMarshalerInsert, false},

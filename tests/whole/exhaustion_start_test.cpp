@@ -2,8 +2,6 @@
 // page promises, the objects are as promised, nothing leaks, and the framework goes down and comes up again each time.
 #include "tests/whole/exhaustion.h"
 
-#include <string>
-
 #include "framework/kernel/framework_initializer.h"
 
 #if TESTS_OWN_OPERATOR_NEW
@@ -15,7 +13,7 @@ constexpr unsigned int g_uMAX_REQUESTS = 2000;
 // Returns whether the request that was to be refused was made.
 bool TryOnce(const SOperation& rstOperation, ESource eSource, unsigned int uNth)
 {
-    SCOPED_TRACE(testing::Message() << rstOperation.pszName << ", request " << uNth << " refused by "
+    SCOPED_TRACE(testing::Message() << rstOperation.strName << ", request " << uNth << " refused by "
                                     << (eSource == ESource::eALLOCATOR ? "the allocator" : "operator new"));
     bool bRefused = false;
     const long nLive = LiveNewBlocks();
@@ -23,7 +21,7 @@ bool TryOnce(const SOperation& rstOperation, ESource eSource, unsigned int uNth)
         const CFrameworkScope framework;
         EXPECT_EQ(QV_RES_OK, framework.GetResult());
         CTrial trial(eSource, uNth);
-        rstOperation.pfnTry(trial);
+        rstOperation.tryIt(trial);
         bRefused = trial.HasRefused();
     }
     if (!testing::Test::HasFailure()) { EXPECT_EQ(nLive, LiveNewBlocks()) << "blocks leaked"; }
@@ -35,7 +33,7 @@ unsigned int Exhaust(const SOperation& rstOperation, ESource eSource)
 {
     unsigned int uNth = 0;
     while (TryOnce(rstOperation, eSource, uNth) && uNth < g_uMAX_REQUESTS && !testing::Test::HasFailure()) ++uNth;
-    EXPECT_LT(uNth, g_uMAX_REQUESTS) << rstOperation.pszName << " asks for memory without an end";
+    EXPECT_LT(uNth, g_uMAX_REQUESTS) << rstOperation.strName << " asks for memory without an end";
     return uNth + 1;
 }
 
@@ -45,8 +43,8 @@ class CExhaustion : public testing::TestWithParam<SOperation>
 
 std::string NameOf(const testing::TestParamInfo<SOperation>& rInfo)
 {
-    std::string name;
-    for (const char* psz = rInfo.param.pszName; *psz != '\0'; ++psz) name += std::isalnum(*psz) != 0 ? *psz : '_';
+    std::string name = rInfo.param.strName;
+    for (char& rc : name) rc = std::isalnum(rc) != 0 ? rc : '_';
     return name;
 }
 

@@ -9,10 +9,10 @@
 // regular length: day (153 * m + 2) / 5 begins month m, with 0 for March and 11 for February.
 namespace orvel_internal
 {
-constexpr unsigned int uMS_PER_SECOND = 1000;
-constexpr unsigned int uMS_PER_HOUR = 3600 * uMS_PER_SECOND;
-constexpr unsigned int uMS_PER_DAY = 24 * uMS_PER_HOUR;
-constexpr int nDAYS_PER_400_YEARS = 146097;
+constexpr unsigned int g_uMS_PER_SECOND = 1000;
+constexpr unsigned int g_uMS_PER_HOUR = 3600 * g_uMS_PER_SECOND;
+constexpr unsigned int g_uMS_PER_DAY = 24 * g_uMS_PER_HOUR;
+constexpr int g_nDAYS_PER_400_YEARS = 146097;
 
 struct SDate
 {
@@ -48,8 +48,8 @@ constexpr unsigned int JulianDayOf(unsigned int uYear, unsigned int uMonth, unsi
     const int nMonth = static_cast<int>(uMonth) + (bEndsYearBefore ? 9 : -3);
     const int nCentury = nYear / 100;
     const int nYearOfCentury = nYear % 100;
-    return static_cast<unsigned int>(nDAYS_PER_400_YEARS * nCentury / 4 + 1461 * nYearOfCentury / 4 +
-                                     (153 * nMonth + 2) / 5 + static_cast<int>(uDay) + 1721119 - nDAYS_PER_400_YEARS);
+    return static_cast<unsigned int>(g_nDAYS_PER_400_YEARS * nCentury / 4 + 1461 * nYearOfCentury / 4 +
+                                     (153 * nMonth + 2) / 5 + static_cast<int>(uDay) + 1721119 - g_nDAYS_PER_400_YEARS);
 }
 
 /// The date of a Julian day; a year that 16 bits do not hold (before 0, after 65,535) is cut to them.
@@ -60,8 +60,8 @@ constexpr SDate DateOf(unsigned int uJulianDay)
 {
     // Day 0 is then 1 March -4800, the beginning of a span of 400 years.
     const uint64_t uQuarterDays = 4 * (uint64_t{uJulianDay} + 32044) + 3;
-    const uint32_t uCentury = static_cast<uint32_t>(uQuarterDays / nDAYS_PER_400_YEARS);
-    const uint32_t uQuarterDayOfCentury = static_cast<uint32_t>(uQuarterDays % nDAYS_PER_400_YEARS) | 3;
+    const uint32_t uCentury = static_cast<uint32_t>(uQuarterDays / g_nDAYS_PER_400_YEARS);
+    const uint32_t uQuarterDayOfCentury = static_cast<uint32_t>(uQuarterDays % g_nDAYS_PER_400_YEARS) | 3;
 
     constexpr uint32_t u4_YEARS = 2939745;  // 2^32 / 1461, rounded up
     const uint64_t uYears = uint64_t{u4_YEARS} * uQuarterDayOfCentury;
@@ -80,7 +80,7 @@ constexpr SDate DateOf(unsigned int uJulianDay)
 constexpr unsigned int TimeOfDay(unsigned int uHour, unsigned int uMinute, unsigned int uSecond,
                                  unsigned int uMillisecond)
 {
-    return uMillisecond + (uSecond + uHour * 3600 + uMinute * 60) * uMS_PER_SECOND;
+    return uMillisecond + (uSecond + uHour * 3600 + uMinute * 60) * g_uMS_PER_SECOND;
 }
 
 struct STime
@@ -93,9 +93,9 @@ struct STime
 
 constexpr STime SplitTimeOfDay(unsigned int uTimeMs)
 {
-    const unsigned int uSeconds = uTimeMs / uMS_PER_SECOND;
+    const unsigned int uSeconds = uTimeMs / g_uMS_PER_SECOND;
     return {static_cast<unsigned short>(uSeconds / 3600), static_cast<unsigned short>(uSeconds / 60 % 60),
-            static_cast<unsigned short>(uSeconds % 60), static_cast<unsigned short>(uTimeMs % uMS_PER_SECOND)};
+            static_cast<unsigned short>(uSeconds % 60), static_cast<unsigned short>(uTimeMs % g_uMS_PER_SECOND)};
 }
 }  // namespace orvel_internal
 

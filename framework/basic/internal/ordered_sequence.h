@@ -46,7 +46,7 @@ private:
 /// containers. Arrays and lists differ in LowerBound() of a single element (index 0):
 /// ```
 ///                                      the element orders before the key    it does not
-///   At::g_bWALKS_FROM_SINGLE: arrays   compares it twice, result 1          compares it once, result 0
+///   At::ms_bASKS_SINGLE_TWICE: arrays   compares it twice, result 1          compares it once, result 0
 ///   not: lists                         compares it once, result 1           compares it once, result 0
 /// ```
 template <typename At, typename Compare>
@@ -74,7 +74,7 @@ public:
         if (m_uSize == 1)
         {
             const unsigned int uIndex = CompareAt(0, pKey) < 0 ? 1 : 0;
-            return At::g_bWALKS_FROM_SINGLE ? FirstOfRun(uIndex, pKey) : uIndex;
+            return At::ms_bASKS_SINGLE_TWICE ? FirstOfRun(uIndex, pKey) : uIndex;
         }
 
         unsigned int uLow = 0;

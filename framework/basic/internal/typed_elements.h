@@ -202,15 +202,15 @@ protected:
 /// Designates an element of a list or tree, or none; it stays valid until its element leaves the container. T is const
 /// where the element may only be read.
 template <typename T, typename Base>
-class CNodeHandle
+class CNodeCursor
 {
 public:
     using Position = typename Base::Position;
 
-    CNodeHandle() : m_position() {}
-    explicit CNodeHandle(Position position) : m_position(position) {}
+    CNodeCursor() : m_position() {}
+    explicit CNodeCursor(Position position) : m_position(position) {}
     template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
-    CNodeHandle(const CNodeHandle<Mutable, Base>& rOther) : m_position(rOther)
+    CNodeCursor(const CNodeCursor<Mutable, Base>& rOther) : m_position(rOther)
     {
     }
 
@@ -219,17 +219,17 @@ public:
     T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
     T* operator->() const { return __builtin_addressof(**this); }
     /// The neighbours; beyond the ends, and if this designates no element, the result designates none.
-    CNodeHandle GetNext() const { return CNodeHandle(Base::GetNext(m_position)); }
-    CNodeHandle GetPrevious() const { return CNodeHandle(Base::GetPrevious(m_position)); }
+    CNodeCursor GetNext() const { return CNodeCursor(Base::GetNext(m_position)); }
+    CNodeCursor GetPrevious() const { return CNodeCursor(Base::GetPrevious(m_position)); }
 
     /// The same position in the type of the base.
     operator Position() const { return m_position; }
 
-    friend bool operator==(const CNodeHandle& rFirst, const CNodeHandle& rSecond)
+    friend bool operator==(const CNodeCursor& rFirst, const CNodeCursor& rSecond)
     {
         return rFirst.m_position == rSecond.m_position;
     }
-    friend bool operator!=(const CNodeHandle& rFirst, const CNodeHandle& rSecond) { return !(rFirst == rSecond); }
+    friend bool operator!=(const CNodeCursor& rFirst, const CNodeCursor& rSecond) { return !(rFirst == rSecond); }
 
 private:
     Position m_position;
@@ -248,9 +248,9 @@ struct SIteratorTypes
 
 /// A handle that walks as a bidirectional iterator; the end designates no element.
 template <typename T, typename Base>
-class CNodeIterator : public CNodeHandle<T, Base>, public SIteratorTypes<T, std::bidirectional_iterator_tag>
+class CNodeIterator : public CNodeCursor<T, Base>, public SIteratorTypes<T, std::bidirectional_iterator_tag>
 {
-    using Handle = CNodeHandle<T, Base>;
+    using Handle = CNodeCursor<T, Base>;
 
 public:
     CNodeIterator() : m_pContainer(nullptr) {}
@@ -296,8 +296,8 @@ template <typename T, typename Base>
 class CTypedNodes : public CTypedElements<T, Base>
 {
 public:
-    using handle = CNodeHandle<T, Base>;
-    using const_handle = CNodeHandle<const T, Base>;
+    using handle = CNodeCursor<T, Base>;
+    using const_handle = CNodeCursor<const T, Base>;
     using iterator = CNodeIterator<T, Base>;
     using const_iterator = CNodeIterator<const T, Base>;
     using value_type = T;

@@ -11,7 +11,7 @@ size_t VectorBlocks(size_t uBlocks)
 {
     constexpr size_t uWORTHWHILE = 8;
     if (uBlocks < uWORTHWHILE || CpuPath(ECpuAlgorithm::eAES) != eCPU_VAES) return 0;
-    return uBlocks - uBlocks % uAES_VECTOR_BLOCKS;
+    return uBlocks - uBlocks % g_uAES_VECTOR_BLOCKS;
 }
 
 // The vector path does the front of the message, in multiples of four blocks; the other path does the rest.
@@ -22,7 +22,7 @@ void InTwoParts(void (*pfnVaes)(const SAesKey&, const uint8_t*, size_t, uint8_t*
 {
     const size_t uFront = VectorBlocks(uBlocks);
     if (uFront != 0) pfnVaes(rstKey, puIn, uFront, puOut, puState...);
-    const size_t uDone = uFront * uAES_BLOCK_SIZE;
+    const size_t uDone = uFront * g_uAES_BLOCK_SIZE;
     if (uFront != uBlocks) pfnNi(rstKey, puIn + uDone, uBlocks - uFront, puOut + uDone, puState...);
 }
 }  // namespace

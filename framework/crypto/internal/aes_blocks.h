@@ -8,10 +8,11 @@
 ///
 /// Input and output are the same buffer, or the output does not begin inside the input. The initialisation vector, or
 /// counter, is left as the next block needs it.
-/// Source     FIPS 197, NIST SP 800-38A.
+///
+/// - **Source:** FIPS 197, NIST SP 800-38A.
 namespace orvel_internal
 {
-inline constexpr size_t uAES_BLOCK_SIZE = 16;
+inline constexpr size_t g_uAES_BLOCK_SIZE = 16;
 
 /// The round keys, 16 bytes each, one more than there are rounds (10, 12 or 14). Their layout is that of libcrypto's
 /// AES_KEY on this processor: in the order of use. For decryption, all but the first and the last are in the form of
@@ -52,8 +53,8 @@ void AesOfbNi(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_
 void AesCtrNi(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut, uint8_t* puCounter,
               uint8_t* puKeyStream);
 
-/// With eCPU_VAES: the modes whose blocks do not wait for each other. Multiples of uAES_VECTOR_BLOCKS only.
-constexpr size_t uAES_VECTOR_BLOCKS = 4;
+/// With eCPU_VAES: the modes whose blocks do not wait for each other. Multiples of g_uAES_VECTOR_BLOCKS only.
+constexpr size_t g_uAES_VECTOR_BLOCKS = 4;
 void AesEcbEncryptVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut);
 void AesEcbDecryptVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut);
 void AesCbcDecryptVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint8_t* puOut, uint8_t* puIv);

@@ -35,7 +35,7 @@ inline __m128i Xor(__m128i a, __m128i b)
 
 inline __m128i RoundKey(const SAesKey& rstKey, unsigned int uRound)
 {
-    return Load(rstKey.puRoundKeys + uAES_BLOCK_SIZE * uRound);
+    return Load(rstKey.puRoundKeys + g_uAES_BLOCK_SIZE * uRound);
 }
 
 inline __m128i LastRoundKey(const SAesKey& rstKey)
@@ -97,7 +97,7 @@ inline void LastRounds(__m128i (&aBlocks)[COUNT], const SAesKey& rstKey)
 template <size_t COUNT>
 inline void LoadBlocks(__m128i (&aBlocks)[COUNT], const uint8_t* puIn)
 {
-    for (size_t u = 0; u < COUNT; ++u) aBlocks[u] = Load(puIn + uAES_BLOCK_SIZE * u);
+    for (size_t u = 0; u < COUNT; ++u) aBlocks[u] = Load(puIn + g_uAES_BLOCK_SIZE * u);
 }
 
 // step.template operator()<COUNT>(puIn, puOut) works on COUNT blocks at once.
@@ -157,13 +157,13 @@ inline __m128i LastWordsTurned()
     return _mm_set1_epi32(0x0C0F0E0D);
 }
 
-constexpr unsigned int g_auRoundConstants[] = {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0x1B, 0x36};
+constexpr unsigned int g_auROUND_CONSTANTS[] = {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0x1B, 0x36};
 
 inline void Expand128(const uint8_t* puKey, uint8_t* puRoundKeys)
 {
     __m128i key = Load(puKey);
     Store(puRoundKeys, key);
-    for (const unsigned int uConstant : g_auRoundConstants)
+    for (const unsigned int uConstant : g_auROUND_CONSTANTS)
     {
         key = Xor(AddedUp(key), Substituted(key, LastWordsTurned(), uConstant));
         puRoundKeys += 16;
@@ -181,7 +181,7 @@ inline void Expand192(const uint8_t* puKey, uint8_t* puRoundKeys)
     for (unsigned int u = 0; u < 8; ++u)
     {
         // The last of the six words is the second word of this pair.
-        const __m128i added = Substituted(two, _mm_set1_epi32(0x04070605), g_auRoundConstants[u]);
+        const __m128i added = Substituted(two, _mm_set1_epi32(0x04070605), g_auROUND_CONSTANTS[u]);
         puRoundKeys += 24;
         four = Xor(AddedUp(four), added);
         Store(puRoundKeys, four);
@@ -199,7 +199,7 @@ inline void Expand256(const uint8_t* puKey, uint8_t* puRoundKeys)
     Store(puRoundKeys + 16, odd);
     for (unsigned int u = 0; u < 7; ++u)
     {
-        even = Xor(AddedUp(even), Substituted(odd, LastWordsTurned(), g_auRoundConstants[u]));
+        even = Xor(AddedUp(even), Substituted(odd, LastWordsTurned(), g_auROUND_CONSTANTS[u]));
         puRoundKeys += 32;
         Store(puRoundKeys, even);
         if (u == 6) return;

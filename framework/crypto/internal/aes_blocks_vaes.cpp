@@ -9,7 +9,7 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr size_t g_uVectorSize = 64;
+constexpr size_t g_uVECTOR_SIZE = 64;
 
 inline __m512i Load(const void* pv)
 {
@@ -38,7 +38,7 @@ inline void StoreLastLane(void* pv, __m512i blocks)
 
 inline __m512i RoundKey(const SAesKey& rstKey, unsigned int uRound)
 {
-    return InAllLanes(rstKey.puRoundKeys + uAES_BLOCK_SIZE * uRound);
+    return InAllLanes(rstKey.puRoundKeys + g_uAES_BLOCK_SIZE * uRound);
 }
 
 template <bool ENCRYPT, size_t COUNT>
@@ -64,7 +64,7 @@ inline void AllRounds(__m512i (&aBlocks)[COUNT], const SAesKey& rstKey)
 template <size_t COUNT>
 inline void LoadVectors(__m512i (&aBlocks)[COUNT], const uint8_t* puIn)
 {
-    for (size_t u = 0; u < COUNT; ++u) aBlocks[u] = Load(puIn + g_uVectorSize * u);
+    for (size_t u = 0; u < COUNT; ++u) aBlocks[u] = Load(puIn + g_uVECTOR_SIZE * u);
 }
 
 // aBefore gets, for each block, the block in front of it. The block in front of the first one is the last lane of
@@ -74,7 +74,7 @@ inline void LoadBefore(__m512i (&aBefore)[COUNT], const uint8_t* puIn, __m512i& 
 {
     for (size_t u = 0; u < COUNT; ++u)
     {
-        const __m512i blocks = Load(puIn + g_uVectorSize * u);
+        const __m512i blocks = Load(puIn + g_uVECTOR_SIZE * u);
         aBefore[u] = _mm512_alignr_epi64(blocks, rFront, 6);
         rFront = blocks;
     }
@@ -84,12 +84,12 @@ inline void LoadBefore(__m512i (&aBefore)[COUNT], const uint8_t* puIn, __m512i& 
 template <typename Step>
 inline void InSteps(const uint8_t* puIn, size_t uBlocks, uint8_t* puOut, Step&& step)
 {
-    size_t uVectors = uBlocks / uAES_VECTOR_BLOCKS;
-    for (; uVectors >= 8; uVectors -= 8, puIn += 8 * g_uVectorSize, puOut += 8 * g_uVectorSize)
+    size_t uVectors = uBlocks / g_uAES_VECTOR_BLOCKS;
+    for (; uVectors >= 8; uVectors -= 8, puIn += 8 * g_uVECTOR_SIZE, puOut += 8 * g_uVECTOR_SIZE)
     {
         step.template operator()<8>(puIn, puOut);
     }
-    for (; uVectors >= 2; uVectors -= 2, puIn += 2 * g_uVectorSize, puOut += 2 * g_uVectorSize)
+    for (; uVectors >= 2; uVectors -= 2, puIn += 2 * g_uVECTOR_SIZE, puOut += 2 * g_uVECTOR_SIZE)
     {
         step.template operator()<2>(puIn, puOut);
     }
@@ -105,7 +105,7 @@ inline void Ecb(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
                 __m512i aBlocks[COUNT];
                 LoadVectors(aBlocks, puFrom);
                 AllRounds<ENCRYPT>(aBlocks, rstKey);
-                for (size_t u = 0; u < COUNT; ++u) Store(puTo + g_uVectorSize * u, aBlocks[u]);
+                for (size_t u = 0; u < COUNT; ++u) Store(puTo + g_uVECTOR_SIZE * u, aBlocks[u]);
             });
 }
 
@@ -154,7 +154,7 @@ void AesCbcDecryptVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlock
                 LoadVectors(aBlocks, puFrom);
                 LoadBefore(aBefore, puFrom, front);
                 AllRounds<false>(aBlocks, rstKey);
-                for (size_t u = 0; u < COUNT; ++u) Store(puTo + g_uVectorSize * u, Xor(aBlocks[u], aBefore[u]));
+                for (size_t u = 0; u < COUNT; ++u) Store(puTo + g_uVECTOR_SIZE * u, Xor(aBlocks[u], aBefore[u]));
             });
     StoreLastLane(puIv, front);
 }
@@ -170,7 +170,7 @@ void AesCfbDecryptVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlock
                 AllRounds<true>(aBlocks, rstKey);
                 for (size_t u = 0; u < COUNT; ++u)
                 {
-                    Store(puTo + g_uVectorSize * u, Xor(aBlocks[u], Load(puFrom + g_uVectorSize * u)));
+                    Store(puTo + g_uVECTOR_SIZE * u, Xor(aBlocks[u], Load(puFrom + g_uVECTOR_SIZE * u)));
                 }
             });
     StoreLastLane(puIv, front);
@@ -189,11 +189,11 @@ void AesCtrVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
             [&]<size_t COUNT>(const uint8_t* puFrom, uint8_t* puTo)
             {
                 const __m512i four = _mm512_set_epi64(0, 4, 0, 4, 0, 4, 0, 4);
-                constexpr unsigned long long uSTEP = uAES_VECTOR_BLOCKS * COUNT;
+                constexpr unsigned long long uSTEP = g_uAES_VECTOR_BLOCKS * COUNT;
                 __m512i aBlocks[COUNT];
                 // An addition with its carry takes longer, and each waits for the one before: done only in steps in
                 // which a low half can wrap.
-                const bool bCarries = uLow + uSTEP + uAES_VECTOR_BLOCKS < uLow;
+                const bool bCarries = uLow + uSTEP + g_uAES_VECTOR_BLOCKS < uLow;
                 for (__m512i& rBlocks : aBlocks)
                 {
                     rBlocks = _mm512_shuffle_epi8(numbers, order);
@@ -203,7 +203,7 @@ void AesCtrVaes(const SAesKey& rstKey, const uint8_t* puIn, size_t uBlocks, uint
                 AllRounds<true>(aBlocks, rstKey);
                 for (size_t u = 0; u < COUNT; ++u)
                 {
-                    Store(puTo + g_uVectorSize * u, Xor(aBlocks[u], Load(puFrom + g_uVectorSize * u)));
+                    Store(puTo + g_uVECTOR_SIZE * u, Xor(aBlocks[u], Load(puFrom + g_uVECTOR_SIZE * u)));
                 }
                 last = aBlocks[COUNT - 1];
             });

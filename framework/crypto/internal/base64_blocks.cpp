@@ -6,7 +6,7 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr uint8_t g_uNoValue = 0xFF;
+constexpr uint8_t g_uNO_VALUE = 0xFF;
 
 constexpr void MakeShuffles(SBase64Alphabet& rst)
 {
@@ -27,7 +27,7 @@ constexpr void MakeShuffles(SBase64Alphabet& rst)
         const unsigned int uUpper = uCharacter >> 4;
         const unsigned int uLower = uCharacter & 0x0F;
         const uint8_t uValue = rst.auValues[uCharacter];
-        if (uValue == g_uNoValue) rst.auMissingInClasses[uLower] |= rst.auNibbleClasses[uUpper];
+        if (uValue == g_uNO_VALUE) rst.auMissingInClasses[uLower] |= rst.auNibbleClasses[uUpper];
         else if (uValue != 63) rst.auDecodingOffsets[uUpper] = static_cast<uint8_t>(uValue - uCharacter);
     }
     const unsigned int uOffset63 = rst.auDecodingOffsets[rst.auCharacters[63] >> 4];
@@ -42,7 +42,7 @@ constexpr SBase64Alphabet MakeAlphabet(char c62, char c63, bool bLastTwoDecode)
     for (unsigned int u = 0; u < 62; ++u) st.auCharacters[u] = static_cast<uint8_t>(szCOMMON[u]);
     st.auCharacters[62] = static_cast<uint8_t>(c62);
     st.auCharacters[63] = static_cast<uint8_t>(c63);
-    for (uint8_t& ruValue : st.auValues) ruValue = g_uNoValue;
+    for (uint8_t& ruValue : st.auValues) ruValue = g_uNO_VALUE;
     const uint8_t uDecoding = bLastTwoDecode ? 64 : 62;
     for (uint8_t u = 0; u < uDecoding; ++u) st.auValues[st.auCharacters[u]] = u;
     MakeShuffles(st);
@@ -51,8 +51,8 @@ constexpr SBase64Alphabet MakeAlphabet(char c62, char c63, bool bLastTwoDecode)
 
 }  // namespace
 
-constexpr SBase64Alphabet g_astBase64Alphabets[3] = {MakeAlphabet('+', '/', true), MakeAlphabet('-', '_', true),
-                                                     MakeAlphabet('+', '/', false)};
+constexpr SBase64Alphabet g_astBASE64_ALPHABETS[3] = {MakeAlphabet('+', '/', true), MakeAlphabet('-', '_', true),
+                                                      MakeAlphabet('+', '/', false)};
 
 namespace
 {
@@ -108,7 +108,7 @@ size_t Base64DecodePortable(const SBase64Alphabet& rstAlphabet, const uint8_t* p
         const unsigned int u1 = puValues[puIn[1]];
         const unsigned int u2 = puValues[puIn[2]];
         const unsigned int u3 = puValues[puIn[3]];
-        if ((u0 | u1 | u2 | u3) == g_uNoValue) return uDone;
+        if ((u0 | u1 | u2 | u3) == g_uNO_VALUE) return uDone;
         puOut[0] = static_cast<uint8_t>(u0 << 2 | u1 >> 4);
         puOut[1] = static_cast<uint8_t>(u1 << 4 | u2 >> 2);
         puOut[2] = static_cast<uint8_t>(u2 << 6 | u3);

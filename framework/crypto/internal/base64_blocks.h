@@ -6,7 +6,8 @@
 #include "framework/kernel/export.h"
 
 /// Whole groups of base64, 3 bytes or 4 characters each. Internal.
-/// Source     RFC 4648, sections 4 and 5.
+///
+/// - **Source:** RFC 4648, sections 4 and 5.
 namespace orvel_internal
 {
 struct SBase64Alphabet
@@ -29,10 +30,10 @@ struct SBase64Alphabet
 
 /// By the selector: the standard alphabet, the URL-safe one, and what all other selectors stand for: the standard one,
 /// whose last two characters do not decode.
-QV_HIDDEN extern const SBase64Alphabet g_astBase64Alphabets[3];
+QV_HIDDEN extern const SBase64Alphabet g_astBASE64_ALPHABETS[3];
 inline const SBase64Alphabet& Base64AlphabetOf(unsigned int uSelector)
 {
-    return g_astBase64Alphabets[uSelector < 2 ? uSelector : 2];
+    return g_astBASE64_ALPHABETS[uSelector < 2 ? uSelector : 2];
 }
 
 /// By the fastest path that this processor has: encodes uGroups groups; decodes up to uGroups groups and stops in front

@@ -8,8 +8,8 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr size_t g_uStep = 8;         // groups
-constexpr size_t g_uWithMargin = 10;  // groups: the fewest that have the 24 bytes of a step and four more
+constexpr size_t g_uSTEP = 8;          // groups
+constexpr size_t g_uWITH_MARGIN = 10;  // groups: the fewest that have the 24 bytes of a step and four more
 
 inline __m128i Load(const void* pv)
 {
@@ -34,7 +34,7 @@ inline __m256i Bytes(uint8_t u)
 
 // 24 bytes in the middle of a register to 32 values of 6 bits. Each three bytes a, b, c become the 16-bit words b:a and
 // c:b, and two multiplications shift each 6-bit piece by its own distance.
-inline __m256i Spread(__m256i bytes)
+inline __m256i Reshuffle(__m256i bytes)
 {
     const __m256i order = _mm256_setr_epi8(5, 4, 6, 5, 8, 7, 9, 8, 11, 10, 12, 11, 14, 13, 15, 14,  //
                                            1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
@@ -46,7 +46,7 @@ inline __m256i Spread(__m256i bytes)
 }
 
 // 32 values of 6 bits to characters.
-inline __m256i Name(__m256i values, __m256i offsets)
+inline __m256i Translate(__m256i values, __m256i offsets)
 {
     const __m256i notUpper = _mm256_cmpgt_epi8(values, Bytes(25));
     const __m256i classes = _mm256_sub_epi8(_mm256_subs_epu8(values, Bytes(51)), notUpper);
@@ -71,15 +71,15 @@ size_t Base64EncodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
     const size_t uBefore = uGroups;
     // Whole registers are loaded: the 24 bytes of a step, and four bytes on either side. The first step has none in
     // front, so it is put together from two loads.
-    if (uGroups < g_uWithMargin) return 0;
+    if (uGroups < g_uWITH_MARGIN) return 0;
     __m256i bytes = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_slli_si128(Load(puIn), 4)), Load(puIn + 12), 1);
     while (true)
     {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(puOut), Name(Spread(bytes), offsets));
-        uGroups -= g_uStep;
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(puOut), Translate(Reshuffle(bytes), offsets));
+        uGroups -= g_uSTEP;
         puIn += 24;
         puOut += 32;
-        if (uGroups < g_uWithMargin) return uBefore - uGroups;
+        if (uGroups < g_uWITH_MARGIN) return uBefore - uGroups;
         bytes = Load256(puIn - 4);
     }
 }
@@ -93,7 +93,7 @@ size_t Base64DecodeAvx2(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
     const __m256i correction63 = Bytes(rstAlphabet.uCorrection63);
     const __m256i nibble = Bytes(0x0F);
     const size_t uBefore = uGroups;
-    for (; uGroups >= g_uStep; uGroups -= g_uStep, puIn += 32, puOut += 24)
+    for (; uGroups >= g_uSTEP; uGroups -= g_uSTEP, puIn += 32, puOut += 24)
     {
         const __m256i text = Load256(puIn);
         const __m256i high = _mm256_and_si256(_mm256_srli_epi32(text, 4), nibble);

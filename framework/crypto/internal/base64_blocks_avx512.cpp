@@ -9,10 +9,10 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr size_t g_uStep = 16;           // groups
-constexpr size_t g_uShort = 8;           // groups: the most that half a register holds
-constexpr size_t g_uWholeRegister = 22;  // groups: the fewest that have 64 bytes
-constexpr size_t g_uAhead = 1024;        // bytes to fetch before they are needed
+constexpr size_t g_uSTEP = 16;            // groups
+constexpr size_t g_uSHORT = 8;            // groups: the most that half a register holds
+constexpr size_t g_uWHOLE_REGISTER = 22;  // groups: the fewest that have 64 bytes
+constexpr size_t g_uAHEAD = 1024;         // bytes to fetch before they are needed
 
 inline __m512i Load(const void* pv)
 {
@@ -51,7 +51,7 @@ inline __m512i Pack(__m512i values)
 void Base64EncodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn, size_t uGroups, uint8_t* puOut)
 {
     const __m512i characters = Load(rstAlphabet.auCharacters);
-    if (uGroups <= g_uShort)
+    if (uGroups <= g_uSHORT)
     {
         // Half registers, for half as many line borders in what they load and store.
         const __m256i few = _mm256_maskz_loadu_epi8((1u << 3 * uGroups) - 1, puIn);
@@ -61,21 +61,21 @@ void Base64EncodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puIn,
         return;
     }
     // Whole registers are loaded, of which 48 bytes are meant.
-    for (; uGroups >= g_uWholeRegister; uGroups -= g_uStep, puIn += 48, puOut += 64)
+    for (; uGroups >= g_uWHOLE_REGISTER; uGroups -= g_uSTEP, puIn += 48, puOut += 64)
     {
         // May point behind the ends: a prefetch of what is not there does nothing.
-        __builtin_prefetch(puIn + g_uAhead);
-        __builtin_prefetch(puOut + g_uAhead, 1);
+        __builtin_prefetch(puIn + g_uAHEAD);
+        __builtin_prefetch(puOut + g_uAHEAD, 1);
         _mm512_storeu_si512(puOut, EncodeStep(Load(puIn), characters));
     }
     // Up to 21 groups are left.
-    if (uGroups >= g_uStep)
+    if (uGroups >= g_uSTEP)
     {
-        const __m512i bytes = _mm512_maskz_loadu_epi8(LowBytes(3 * g_uStep), puIn);
+        const __m512i bytes = _mm512_maskz_loadu_epi8(LowBytes(3 * g_uSTEP), puIn);
         _mm512_storeu_si512(puOut, EncodeStep(bytes, characters));
-        uGroups -= g_uStep;
-        puIn += 3 * g_uStep;
-        puOut += 4 * g_uStep;
+        uGroups -= g_uSTEP;
+        puIn += 3 * g_uSTEP;
+        puOut += 4 * g_uSTEP;
     }
     const __m512i bytes = _mm512_maskz_loadu_epi8((1ull << 3 * uGroups) - 1, puIn);
     _mm512_mask_storeu_epi8(puOut, (1ull << 4 * uGroups) - 1, EncodeStep(bytes, characters));
@@ -86,10 +86,10 @@ size_t Base64DecodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puI
     const __m512i lower = Load(rstAlphabet.auValues);
     const __m512i upper = Load(rstAlphabet.auValues + 64);
     const size_t uBefore = uGroups;
-    for (; uGroups >= g_uStep; uGroups -= g_uStep, puIn += 64, puOut += 48)
+    for (; uGroups >= g_uSTEP; uGroups -= g_uSTEP, puIn += 64, puOut += 48)
     {
-        __builtin_prefetch(puIn + g_uAhead);
-        __builtin_prefetch(puOut + g_uAhead, 1);
+        __builtin_prefetch(puIn + g_uAHEAD);
+        __builtin_prefetch(puOut + g_uAHEAD, 1);
         const __m512i text = Load(puIn);
         const __m512i values = _mm512_permutex2var_epi8(lower, text, upper);
         // The top bit is set in what has no value, and in what is no ASCII.
@@ -100,7 +100,7 @@ size_t Base64DecodeAvx512(const SBase64Alphabet& rstAlphabet, const uint8_t* puI
     }
     if (uGroups != 0)
     {
-        size_t uStep = uGroups < g_uStep ? uGroups : g_uStep;
+        size_t uStep = uGroups < g_uSTEP ? uGroups : g_uSTEP;
         const __m512i text = _mm512_maskz_loadu_epi8(LowBytes(4 * uStep), puIn);
         const __m512i values = _mm512_permutex2var_epi8(lower, text, upper);
         const __mmask64 bad = _mm512_movepi8_mask(_mm512_or_si512(values, text));

@@ -65,7 +65,7 @@ unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, ui
 unsigned int DetectCpuFeatures()
 {
     // Two threads may run this at the same time: both store the same value.
-    const unsigned int uFeatures = Detect() | uCPU_DETECTED;
+    const unsigned int uFeatures = Detect() | g_uCPU_DETECTED;
     g_uCpuFeatures.store(uFeatures, std::memory_order_relaxed);
     return uFeatures;
 }
@@ -88,6 +88,6 @@ const char* CpuPathName(ECpuAlgorithm eAlgorithm)
 
 void RestrictCpuFeatures(unsigned int uAllowed)
 {
-    g_uCpuFeatures.store((Detect() & uAllowed) | uCPU_DETECTED, std::memory_order_relaxed);
+    g_uCpuFeatures.store((Detect() & uAllowed) | g_uCPU_DETECTED, std::memory_order_relaxed);
 }
 }  // namespace orvel_internal

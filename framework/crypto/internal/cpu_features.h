@@ -29,7 +29,7 @@ enum ECpuFeature : unsigned int
     eCPU_VAES = 1u << 6
 };
 /// Set beside the feature bits once they were detected, so that 0 always means: not yet.
-constexpr unsigned int uCPU_DETECTED = 1u << 31;
+constexpr unsigned int g_uCPU_DETECTED = 1u << 31;
 
 /// The algorithms that have more than one path.
 enum class ECpuAlgorithm
@@ -61,7 +61,7 @@ unsigned int CpuFeaturesOf(const SCpuid& rstBasic, const SCpuid& rstExtended, ui
 inline unsigned int CpuFeatures()
 {
     const unsigned int uFeatures = g_uCpuFeatures.load(std::memory_order_relaxed);
-    return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~uCPU_DETECTED;
+    return (uFeatures != 0 ? uFeatures : DetectCpuFeatures()) & ~g_uCPU_DETECTED;
 }
 
 /// For the tests: whether a path can be taken here.

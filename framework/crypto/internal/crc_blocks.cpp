@@ -23,18 +23,18 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr uint16_t g_uPolynomial16 = 0x8408;
-constexpr uint32_t g_uPolynomial32 = 0xEDB88320;
+constexpr uint16_t g_uPOLYNOMIAL_16 = 0x8408;
+constexpr uint32_t g_uPOLYNOMIAL_32 = 0xEDB88320;
 
-constexpr unsigned int g_uStep = uCRC_SLICING_STEP;
+constexpr unsigned int g_uSTEP = g_uCRC_SLICING_STEP;
 // Each step waits for the one before, so long messages are worked on in longer steps.
-constexpr unsigned int g_uLongStep = 24;
+constexpr unsigned int g_uLONG_STEP = 24;
 
 template <typename Register>
 struct SSlices
 {
     // [n][b]: the register that byte b leaves n bytes later.
-    Register auSlices[g_uLongStep][256];
+    Register auSlices[g_uLONG_STEP][256];
 };
 
 template <typename Register>
@@ -54,7 +54,7 @@ constexpr SSlices<Register> MakeSlices(Register uPolynomial)
         for (unsigned int uBit = 0; uBit < 8; ++uBit) uRegister = TimesX(uRegister, uPolynomial);
         st.auSlices[0][uByte] = uRegister;
     }
-    for (unsigned int u = 1; u < g_uLongStep; ++u)
+    for (unsigned int u = 1; u < g_uLONG_STEP; ++u)
     {
         for (unsigned int uByte = 0; uByte < 256; ++uByte)
         {
@@ -65,8 +65,8 @@ constexpr SSlices<Register> MakeSlices(Register uPolynomial)
     return st;
 }
 
-constexpr SSlices<uint16_t> g_stSlices16 = MakeSlices(g_uPolynomial16);
-constexpr SSlices<uint32_t> g_stSlices32 = MakeSlices(g_uPolynomial32);
+constexpr SSlices<uint16_t> g_stSLICES_16 = MakeSlices(g_uPOLYNOMIAL_16);
+constexpr SSlices<uint32_t> g_stSLICES_32 = MakeSlices(g_uPOLYNOMIAL_32);
 
 uint32_t LoadWord(const uint8_t* pu)
 {
@@ -99,13 +99,13 @@ template <typename Register>
 uint32_t Slice(const SSlices<Register>& rstSlices, uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
     uRegister = static_cast<Register>(uRegister);
-    for (; uSize >= g_uLongStep; puData += g_uLongStep, uSize -= g_uLongStep)
+    for (; uSize >= g_uLONG_STEP; puData += g_uLONG_STEP, uSize -= g_uLONG_STEP)
     {
-        uRegister = SliceStep<g_uLongStep>(rstSlices, uRegister, puData);
+        uRegister = SliceStep<g_uLONG_STEP>(rstSlices, uRegister, puData);
     }
-    for (; uSize >= g_uStep; puData += g_uStep, uSize -= g_uStep)
+    for (; uSize >= g_uSTEP; puData += g_uSTEP, uSize -= g_uSTEP)
     {
-        uRegister = SliceStep<g_uStep>(rstSlices, uRegister, puData);
+        uRegister = SliceStep<g_uSTEP>(rstSlices, uRegister, puData);
     }
     for (; uSize >= 4; puData += 4, uSize -= 4) uRegister = SliceStep<4>(rstSlices, uRegister, puData);
     for (; uSize != 0; ++puData, --uSize)
@@ -141,9 +141,9 @@ constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t (*pfnSlice)(uin
     SCrcVariant st{};
     st.pfnSlice = pfnSlice;
     CPowers toEnd(uPolynomial);
-    for (unsigned int u = 1; u <= SCrcVariant::uREACH / 8; ++u)
+    for (unsigned int u = 1; u <= SCrcVariant::ms_uREACH / 8; ++u)
     {
-        st.auToEnd[SCrcVariant::uREACH / 8 - u] = toEnd.FactorBy(64 * u);
+        st.auToEnd[SCrcVariant::ms_uREACH / 8 - u] = toEnd.FactorBy(64 * u);
     }
     CPowers far(uPolynomial);
     st.auBy64[1] = far.FactorBy(8 * 64);
@@ -163,16 +163,16 @@ constexpr SCrcVariant MakeVariant(uint32_t uPolynomial, uint32_t (*pfnSlice)(uin
 }
 }  // namespace
 
-constexpr SCrcVariant g_astCrcVariants[2] = {MakeVariant(g_uPolynomial16, Crc16Slice),
-                                             MakeVariant(g_uPolynomial32, Crc32Slice)};
+constexpr SCrcVariant g_astCRC_VARIANTS[2] = {MakeVariant(g_uPOLYNOMIAL_16, Crc16Slice),
+                                              MakeVariant(g_uPOLYNOMIAL_32, Crc32Slice)};
 
 uint32_t Crc16Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
-    return Slice(g_stSlices16, uRegister, puData, uSize);
+    return Slice(g_stSLICES_16, uRegister, puData, uSize);
 }
 
 uint32_t Crc32Slice(uint32_t uRegister, const uint8_t* puData, size_t uSize)
 {
-    return Slice(g_stSlices32, uRegister, puData, uSize);
+    return Slice(g_stSLICES_32, uRegister, puData, uSize);
 }
 }  // namespace orvel_internal

@@ -34,10 +34,10 @@ uint32_t CrcFoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, 
     if (uOdd != 0) uRegister = rstVariant.pfnSlice(uRegister, puData, uOdd);
     const uint8_t* const puEnd = puData + uSize;
     puData += uOdd;
-    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
+    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::ms_uREACH;
     __m128i pending = _mm_cvtsi32_si128(static_cast<int>(uRegister));
     __m128i remainder = _mm_setzero_si128();
-    if (uSize - uOdd > SCrcVariant::uREACH)
+    if (uSize - uOdd > SCrcVariant::ms_uREACH)
     {
         constexpr ptrdiff_t nLANES = 4;
         const __m128i factors = Load(rstVariant.auBy64);
@@ -69,7 +69,7 @@ uint32_t CrcFoldPclmul(uint32_t uRegister, const uint8_t* puData, size_t uSize, 
 
 uint32_t CrcFold16Pclmul(uint32_t uRegister, const uint8_t* puData, const SCrcVariant& rstVariant)
 {
-    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
+    const uint8_t* const puFactorsEnd = reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::ms_uREACH;
     const __m128i block = _mm_xor_si128(Load(puData), _mm_cvtsi32_si128(static_cast<int>(uRegister)));
     return Divide(Multiply(block, Load(puFactorsEnd - 16)), rstVariant);
 }

@@ -8,7 +8,7 @@ namespace orvel_internal
 {
 namespace
 {
-constexpr int g_nXor3 = 0x96;  // the truth table of a ^ b ^ c
+constexpr int g_nXOR3 = 0x96;  // the truth table of a ^ b ^ c
 
 inline __m512i Load(const void* pv)
 {
@@ -20,7 +20,7 @@ inline __m512i MultiplyAdd(__m512i sum, __m512i block, __m512i factors)
 {
     const __m512i low = _mm512_clmulepi64_epi128(block, factors, 0x00);
     const __m512i high = _mm512_clmulepi64_epi128(block, factors, 0x11);
-    return _mm512_ternarylogic_epi64(sum, low, high, g_nXor3);
+    return _mm512_ternarylogic_epi64(sum, low, high, g_nXOR3);
 }
 
 inline __m128i AddLanes(__m512i lanes)
@@ -58,7 +58,7 @@ inline __m512i OddBlock(uint32_t uRegister, const uint8_t* puData, unsigned int 
 
 inline const uint8_t* FactorsEnd(const SCrcVariant& rstVariant)
 {
-    return reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::uREACH;
+    return reinterpret_cast<const uint8_t*>(rstVariant.auToEnd) + SCrcVariant::ms_uREACH;
 }
 
 // Ends a message of which nRest bytes, whole blocks, are not in the sum.
@@ -69,7 +69,7 @@ inline uint32_t Finish(const SCrcVariant& rstVariant, __m512i sum, const uint8_t
     return Divide(AddLanes(sum), rstVariant);
 }
 
-constexpr ptrdiff_t g_nLanes = 8;
+constexpr ptrdiff_t g_nLANES = 8;
 
 // Eight accumulators travel over the message, as far as the last few blocks. Without the unrolling g++ keeps them in
 // memory.
@@ -78,35 +78,35 @@ constexpr ptrdiff_t g_nLanes = 8;
     constexpr ptrdiff_t nAHEAD = 2048;
     const __m512i factors =
         _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rstVariant.auBy512)));
-    __m512i aLanes[g_nLanes];
+    __m512i aLanes[g_nLANES];
     aLanes[0] = first;
 #pragma GCC unroll 8
-    for (ptrdiff_t n = 1; n < g_nLanes; ++n, nRest -= 64) aLanes[n] = Load(puEnd - nRest);
-    for (; nRest >= 64 * g_nLanes; nRest -= 64 * g_nLanes)
+    for (ptrdiff_t n = 1; n < g_nLANES; ++n, nRest -= 64) aLanes[n] = Load(puEnd - nRest);
+    for (; nRest >= 64 * g_nLANES; nRest -= 64 * g_nLANES)
     {
         const uint8_t* const puData = puEnd - nRest;
         if (nRest > nAHEAD)
         {
 #pragma GCC unroll 8
-            for (ptrdiff_t n = 0; n < g_nLanes; ++n)
+            for (ptrdiff_t n = 0; n < g_nLANES; ++n)
             {
                 _mm_prefetch(reinterpret_cast<const char*>(puData) + nAHEAD + 64 * n, _MM_HINT_T0);
             }
         }
 #pragma GCC unroll 8
-        for (ptrdiff_t n = 0; n < g_nLanes; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
+        for (ptrdiff_t n = 0; n < g_nLANES; ++n) aLanes[n] = MultiplyAdd(Load(puData + 64 * n), aLanes[n], factors);
     }
-    const uint8_t* const puToEnd = FactorsEnd(rstVariant) - nRest - 64 * g_nLanes;
+    const uint8_t* const puToEnd = FactorsEnd(rstVariant) - nRest - 64 * g_nLANES;
     __m512i sum = _mm512_setzero_si512();
 #pragma GCC unroll 8
-    for (ptrdiff_t n = 0; n < g_nLanes; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 64 * n));
+    for (ptrdiff_t n = 0; n < g_nLANES; ++n) sum = MultiplyAdd(sum, aLanes[n], Load(puToEnd + 64 * n));
     return Finish(rstVariant, sum, puEnd, nRest);
 }
 
 // Folds a block and the nRest bytes, whole blocks, that follow it.
 inline uint32_t FoldBlocks(const SCrcVariant& rstVariant, __m512i first, const uint8_t* puEnd, ptrdiff_t nRest)
 {
-    if (nRest >= 64 * (g_nLanes - 1)) return FoldLong(rstVariant, first, puEnd, nRest);
+    if (nRest >= 64 * (g_nLANES - 1)) return FoldLong(rstVariant, first, puEnd, nRest);
     const __m512i sum = MultiplyAdd(_mm512_setzero_si512(), first, Load(FactorsEnd(rstVariant) - nRest - 64));
     return Finish(rstVariant, sum, puEnd, nRest);
 }

@@ -1,7 +1,7 @@
 #include "framework/crypto/internal/sha_blocks.h"
 
 #include "framework/crypto/internal/cpu_features.h"
-#include "framework/crypto/internal/digest.h"
+#include "framework/crypto/internal/message_blocks.h"
 #include "framework/crypto/internal/wiped.h"
 
 namespace orvel_internal
@@ -21,16 +21,16 @@ void Sha256Blocks(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 namespace
 {
 // Only the last 16 words of a message schedule are ever looked back at.
-constexpr unsigned int g_uScheduleSize = 16;
+constexpr unsigned int g_uSCHEDULE_SIZE = 16;
 
-uint32_t& At(uint32_t (&auSchedule)[g_uScheduleSize], unsigned int uRound)
+uint32_t& At(uint32_t (&auSchedule)[g_uSCHEDULE_SIZE], unsigned int uRound)
 {
-    return auSchedule[uRound % g_uScheduleSize];
+    return auSchedule[uRound % g_uSCHEDULE_SIZE];
 }
 
-void LoadSchedule(uint32_t (&auSchedule)[g_uScheduleSize], const uint8_t* puBlock)
+void LoadSchedule(uint32_t (&auSchedule)[g_uSCHEDULE_SIZE], const uint8_t* puBlock)
 {
-    for (size_t u = 0; u < g_uScheduleSize; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
+    for (size_t u = 0; u < g_uSCHEDULE_SIZE; ++u) auSchedule[u] = LoadBigEndian32(puBlock + 4 * u);
 }
 
 uint32_t Choose(uint32_t x, uint32_t y, uint32_t z)
@@ -48,14 +48,14 @@ uint32_t Majority(uint32_t x, uint32_t y, uint32_t z)
     return (x & y) | ((x | y) & z);
 }
 
-uint32_t Sha1Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
+uint32_t Sha1Word(uint32_t (&w)[g_uSCHEDULE_SIZE], unsigned int t)
 {
-    if (t >= g_uScheduleSize) At(w, t) = RotateLeft(At(w, t - 3) ^ At(w, t - 8) ^ At(w, t - 14) ^ At(w, t), 1);
+    if (t >= g_uSCHEDULE_SIZE) At(w, t) = RotateLeft(At(w, t - 3) ^ At(w, t - 8) ^ At(w, t - 14) ^ At(w, t), 1);
     return At(w, t);
 }
 
 template <uint32_t (*pfnRound)(uint32_t, uint32_t, uint32_t), uint32_t uCONSTANT>
-void Sha1TwentyRounds(uint32_t (&s)[5], uint32_t (&w)[g_uScheduleSize], unsigned int uFirst)
+void Sha1TwentyRounds(uint32_t (&s)[5], uint32_t (&w)[g_uSCHEDULE_SIZE], unsigned int uFirst)
 {
     for (unsigned int t = uFirst; t < uFirst + 20; ++t)
     {
@@ -73,9 +73,9 @@ uint32_t RotateRight(uint32_t uWord, unsigned int uBits)
     return RotateLeft(uWord, 32 - uBits);
 }
 
-uint32_t Sha256Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
+uint32_t Sha256Word(uint32_t (&w)[g_uSCHEDULE_SIZE], unsigned int t)
 {
-    if (t >= g_uScheduleSize)
+    if (t >= g_uSCHEDULE_SIZE)
     {
         const uint32_t u15 = At(w, t - 15);
         const uint32_t u2 = At(w, t - 2);
@@ -91,9 +91,9 @@ uint32_t Sha256Word(uint32_t (&w)[g_uScheduleSize], unsigned int t)
 // key is as good as the key. So both are wiped.
 void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
-    uint32_t w[g_uScheduleSize];
+    uint32_t w[g_uSCHEDULE_SIZE];
     uint32_t s[5];
-    for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
+    for (; uCount != 0; --uCount, puBlocks += g_uMESSAGE_BLOCK_SIZE)
     {
         LoadSchedule(w, puBlocks);
         memcpy(s, puState, sizeof(s));
@@ -109,9 +109,9 @@ void Sha1BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCoun
 
 void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCount)
 {
-    uint32_t w[g_uScheduleSize];
+    uint32_t w[g_uSCHEDULE_SIZE];
     uint32_t s[8];
-    for (; uCount != 0; --uCount, puBlocks += uDIGEST_BLOCK_SIZE)
+    for (; uCount != 0; --uCount, puBlocks += g_uMESSAGE_BLOCK_SIZE)
     {
         LoadSchedule(w, puBlocks);
         memcpy(s, puState, sizeof(s));
@@ -119,7 +119,7 @@ void Sha256BlocksPortable(uint32_t* puState, const uint8_t* puBlocks, size_t uCo
         {
             const uint32_t uSum1 = RotateRight(s[4], 6) ^ RotateRight(s[4], 11) ^ RotateRight(s[4], 25);
             const uint32_t uSum0 = RotateRight(s[0], 2) ^ RotateRight(s[0], 13) ^ RotateRight(s[0], 22);
-            const uint32_t u1 = s[7] + uSum1 + Choose(s[4], s[5], s[6]) + auSHA256_CONSTANTS[t] + Sha256Word(w, t);
+            const uint32_t u1 = s[7] + uSum1 + Choose(s[4], s[5], s[6]) + g_auSHA256_CONSTANTS[t] + Sha256Word(w, t);
             const uint32_t u2 = uSum0 + Majority(s[0], s[1], s[2]);
             memmove(s + 1, s, 7 * sizeof(s[0]));
             s[4] += u1;

@@ -4,7 +4,8 @@
 #include <stdint.h>
 
 /// The block functions of SHA-1 and SHA-256: uCount blocks of 64 bytes change the chaining words. Internal.
-/// Source     FIPS 180-4, sections 6.1.2 and 6.2.2.
+///
+/// - **Source:** FIPS 180-4, sections 6.1.2 and 6.2.2.
 namespace orvel_internal
 {
 /// By the fastest path that this processor has.
@@ -20,10 +21,10 @@ void Sha1BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_t 
 void Sha256BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_t uCount);
 
 /// The chaining words that SHA-1 begins with, FIPS 180-4, section 5.3.1.
-inline constexpr uint32_t auSHA1_START[5] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
+inline constexpr uint32_t g_auSHA1_START[5] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
 
 /// The round constants of SHA-256, FIPS 180-4, section 4.2.2.
-alignas(16) inline constexpr uint32_t auSHA256_CONSTANTS[64] = {
+alignas(16) inline constexpr uint32_t g_auSHA256_CONSTANTS[64] = {
     0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
     0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
     0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,

@@ -85,7 +85,7 @@ void Sha256BlocksShaExtensions(uint32_t* puState, const uint8_t* puBlocks, size_
                 const __m128i partial = _mm_sha256msg1_epu32(rWords, aWords[(nGroup + 1) % 4]);
                 rWords = _mm_sha256msg2_epu32(_mm_add_epi32(partial, sevenBack), rLatest);
             }
-            const __m128i sum = _mm_add_epi32(rWords, Load(auSHA256_CONSTANTS + 4 * nGroup));
+            const __m128i sum = _mm_add_epi32(rWords, Load(g_auSHA256_CONSTANTS + 4 * nGroup));
             cdgh = _mm_sha256rnds2_epu32(cdgh, abef, sum);
             abef = _mm_sha256rnds2_epu32(abef, cdgh, _mm_shuffle_epi32(sum, 0x0e));
         }
