@@ -1,6 +1,5 @@
-// Operations that the second implementation does beside the untyped tree need no example here: this is about
-// limits, about what a search visits, and about CAATree<T>, which is searched and filled in line where the order is
-// known.
+// Operations that the second implementation does beside the untyped tree need no example here: this is about limits,
+// about what a search visits, and about CAATree<T>, which is searched and filled in line where the order is known.
 #include "framework/basic/aatree.h"
 
 #include <gtest/gtest.h>

@@ -16,6 +16,16 @@
 #include "tests/support/container_elements.h"
 #include "tests/support/test_allocator.h"
 
+namespace
+{
+// Reaches what a list keeps for its heirs; nobody is one.
+class CListProbe : public CList<int>
+{
+public:
+    static unsigned int CachedIndexOf(const CList<int>& rList) { return rList.*&CListProbe::m_uCachedIndex; }
+};
+}  // namespace
+
 TEST(CListTwin, EveryCallComparisonRequestAndCachedNodeIsThatOfTheTwin)
 {
     twin::RunRandomly(twin::CompareLists, 1500);
@@ -135,6 +145,7 @@ TEST(CListTyped, ClearingAtOnceLeavesWhatClearingOneByOneLeaves)
         atOnce.EraseAll();
         oneByOne.EraseAll();
         EXPECT_EQ(nullptr, atOnce.GetAt(0));
+        EXPECT_EQ(0u, CListProbe::CachedIndexOf(atOnce));
         EXPECT_EQ(5u, atOnce.GetCapacity());
     }
     EXPECT_EQ(10u, allocator.GetLiveBlocks());

@@ -1,5 +1,5 @@
-// The comparisons of sorts and searches are part of the contract of the containers. Oracle: the published
-// algorithms once more, step by step.
+// The comparisons of sorts and searches are part of the contract of the containers. Oracle: the published algorithms
+// once more, step by step.
 #include "framework/basic/internal/ordered_sequence.h"
 
 #include <gtest/gtest.h>

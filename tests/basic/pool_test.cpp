@@ -1,5 +1,5 @@
-// Which blocks the pool gives and takes, and what it asks of its source, is compared with a model by
-// fuzz/pool_fuzz.cpp; its statics stand in tests/abi/marshaler_test.cpp, its threads in stress/pool_stress.cpp.
+// Which blocks the pool gives and takes, and what it asks of its source, fuzz/pool_fuzz.cpp compares with a model; its
+// statics stand in tests/abi/marshaler_test.cpp, its threads in stress/pool_stress.cpp.
 #include "framework/basic/pool.h"
 
 #include <gtest/gtest.h>
