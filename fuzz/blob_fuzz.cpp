@@ -107,8 +107,8 @@ unsigned int CBlobRun::Index(std::uint64_t uLimit)
 
 unsigned int CBlobRun::Alignment()
 {
-    static constexpr unsigned int s_auUsual[] = {0, 1, 2, 3, 4, 7, 8, 16, 24, 32, 64};
-    return m_bytes.Rarely(4) ? m_bytes.Below(100) : s_auUsual[m_bytes.Below(std::size(s_auUsual))];
+    static constexpr unsigned int s_auUSUAL[] = {0, 1, 2, 3, 4, 7, 8, 16, 24, 32, 64};
+    return m_bytes.Rarely(4) ? m_bytes.Below(100) : s_auUSUAL[m_bytes.Below(std::size(s_auUSUAL))];
 }
 
 SBytes CBlobRun::Piece(unsigned int uCount)
@@ -543,7 +543,7 @@ void CBlobRun::Serialise()
 void CBlobRun::Run()
 {
     using PFNOPERATION = void (CBlobRun::*)();
-    static constexpr PFNOPERATION s_apfnOperations[] = {&CBlobRun::Construct,     &CBlobRun::ConstructCopy,
+    static constexpr PFNOPERATION s_apfnOPERATIONS[] = {&CBlobRun::Construct,     &CBlobRun::ConstructCopy,
                                                         &CBlobRun::Assign,        &CBlobRun::Compare,
                                                         &CBlobRun::InsertBytes,   &CBlobRun::InsertBytes,
                                                         &CBlobRun::InsertBlob,    &CBlobRun::Append,
@@ -560,7 +560,7 @@ void CBlobRun::Run()
                                                         &CBlobRun::RealignAppend, &CBlobRun::Serialise};
     for (unsigned int uStep = 0; uStep < 400 && !m_bytes.IsSpent(); ++uStep)
     {
-        (this->*s_apfnOperations[m_bytes.Below(std::size(s_apfnOperations))])();
+        (this->*s_apfnOPERATIONS[m_bytes.Below(std::size(s_apfnOPERATIONS))])();
         Check();
     }
 }

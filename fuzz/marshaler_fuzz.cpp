@@ -344,7 +344,7 @@ void CMarshalerRun::LockPool()
 void CMarshalerRun::Run()
 {
     using PFNOPERATION = void (CMarshalerRun::*)();
-    static constexpr PFNOPERATION s_apfnOperations[] = {
+    static constexpr PFNOPERATION s_apfnOPERATIONS[] = {
         &CMarshalerRun::InsertRaw,    &CMarshalerRun::InsertRaw,     &CMarshalerRun::ExtractRaw,
         &CMarshalerRun::ExtractRaw,   &CMarshalerRun::ExtractRaw,    &CMarshalerRun::InsertNumber,
         &CMarshalerRun::InsertNumber, &CMarshalerRun::ExtractNumber, &CMarshalerRun::ExtractNumber,
@@ -355,7 +355,7 @@ void CMarshalerRun::Run()
     for (unsigned int uStep = 0; uStep < 400 && !m_bytes.IsSpent(); ++uStep)
     {
         if (m_bytes.Rarely(24)) LockPool();
-        else (this->*s_apfnOperations[m_bytes.Below(std::size(s_apfnOperations))])();
+        else (this->*s_apfnOPERATIONS[m_bytes.Below(std::size(s_apfnOPERATIONS))])();
         Check();
     }
     for (const auto& rpLibrary : m_apLibrary) rpLibrary->Clear();

@@ -124,7 +124,7 @@ public:
                 input = corpus[Below(rng, corpus.size())];
                 for (unsigned int uTimes = 1 + Below(rng, 4); uTimes != 0; --uTimes) Damage(input, rng);
             }
-            else { input = RandomBytes(rng, 0, 200); }
+            else { input = RandomBytes(rng, 0, uInput % 16 == 0 ? 3000 : 200); }
             RunExact(m_pfnRun, input);
         }
     }

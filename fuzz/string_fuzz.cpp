@@ -877,7 +877,7 @@ void CStringRun::Crowd()
 
 void CStringRun::Run()
 {
-    static constexpr PFNOPERATION s_apfnOften[] = {&CStringRun::Construct,
+    static constexpr PFNOPERATION s_apfnOFTEN[] = {&CStringRun::Construct,
                                                    &CStringRun::ConstructCounted,
                                                    &CStringRun::CopyConstruct,
                                                    &CStringRun::MoveConstruct,
@@ -917,7 +917,7 @@ void CStringRun::Run()
     {
         const PFNOPERATION pfn = m_bytes.Rarely(250) && m_bytes.Rarely(8)
                                      ? &CStringRun::Crowd
-                                     : s_apfnOften[m_bytes.Below(std::size(s_apfnOften))];
+                                     : s_apfnOFTEN[m_bytes.Below(std::size(s_apfnOFTEN))];
         (this->*pfn)();
         Check();
     }

@@ -13,11 +13,11 @@
 
 namespace
 {
-constexpr int g_nRefused = 1;
-constexpr int g_nMisused = 2;
-constexpr int64_t g_nHourMs = 3600000;
+constexpr int g_nREFUSED = 1;
+constexpr int g_nMISUSED = 2;
+constexpr int64_t g_nHOUR_MS = 3600000;
 
-constexpr char g_szHelp[] =
+constexpr char g_szHELP[] =
     R"(Prints the time in time zones, and when each of them changes next.
 
   clock [--at "YYYY-MM-DD HH:MM:SS"] [ZONE...]   without a zone: in all that have a name
@@ -123,7 +123,7 @@ bool FindTransition(const CTimeZone& rZone, CTime& rUtc)
     const bool bNow = CZoneView(rZone, rUtc).IsDaylight();
     for (int nHours = 0; nHours < 2 * 366 * 24; ++nHours)
     {
-        rUtc += g_nHourMs;
+        rUtc += g_nHOUR_MS;
         if (CZoneView(rZone, rUtc).IsDaylight() == bNow) continue;
         // It happened within the last hour: by halves to the millisecond.
         for (int64_t nStep = 1 << 21; nStep != 0; nStep /= 2)
@@ -159,7 +159,7 @@ int Show(const char* pszAt, const std::vector<const char*>& rZones)
     if (pszAt != nullptr && !ReadTime(pszAt, start))
     {
         std::fprintf(stderr, "clock: not a time: %s\n", pszAt);
-        return g_nRefused;
+        return g_nREFUSED;
     }
     CTime::SetSystemTime(start);
     std::vector<CTimeZone> zones(rZones.size());
@@ -169,7 +169,7 @@ int Show(const char* pszAt, const std::vector<const char*>& rZones)
         if (res == QV_RES_OUT_OF_MEMORY) throw std::bad_alloc();
         if (QvSucceeded(res)) continue;
         std::fprintf(stderr, "clock: not a zone: %s\n", rZones[u]);
-        return g_nRefused;
+        return g_nREFUSED;
     }
     const CTime now;  // the framework clock's
     for (std::size_t u = 0; u < zones.size(); ++u) Print(rZones[u], zones[u], now);
@@ -186,14 +186,14 @@ int List()
 int Misuse(const char* pszReason)
 {
     std::fprintf(stderr, "clock: %s (see clock --help)\n", pszReason);
-    return g_nMisused;
+    return g_nMISUSED;
 }
 
 int Run(int argc, char** argv)
 {
     const char* pszAt = nullptr;
     int nArgument = 1;
-    if (argc > 1 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHelp, stdout) < 0 ? g_nRefused : 0;
+    if (argc > 1 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHELP, stdout) < 0 ? g_nREFUSED : 0;
     if (argc > 1 && std::strcmp(argv[1], "--list") == 0) return argc == 2 ? List() : Misuse("--list stands alone");
     if (argc > 1 && std::strcmp(argv[1], "--at") == 0)
     {
@@ -220,7 +220,7 @@ int RunWithFramework(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    int nStatus = g_nRefused;
+    int nStatus = g_nREFUSED;
     try
     {
         nStatus = RunWithFramework(argc, argv);
@@ -231,5 +231,5 @@ int main(int argc, char** argv)
     }
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return nStatus;
     std::perror("clock: standard output");
-    return g_nRefused;
+    return g_nREFUSED;
 }

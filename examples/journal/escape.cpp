@@ -12,7 +12,7 @@ struct SForm
     unsigned int uSize;
     uint32_t uFirst;  // below it a shorter form is due
 };
-constexpr SForm g_aForms[] = {
+constexpr SForm g_aFORMS[] = {
     {0x80, 0x00, 1, 0}, {0xE0, 0xC0, 2, 0x80}, {0xF0, 0xE0, 3, 0x800}, {0xF8, 0xF0, 4, 0x10000}};
 
 struct SRange
@@ -22,13 +22,13 @@ struct SRange
 };
 // Control characters, separators of lines and paragraphs, characters that turn the direction of writing, and code
 // points that are no characters.
-constexpr SRange g_aRefused[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x200E, 0x200F},      {0x2028, 0x202E},
+constexpr SRange g_aREFUSED[] = {{0x00, 0x1F},     {0x7F, 0x9F},     {0x200E, 0x200F},      {0x2028, 0x202E},
                                  {0x2066, 0x2069}, {0xD800, 0xDFFF}, {0x110000, UINT32_MAX}};
 
 bool IsHarmless(uint32_t uCharacter)
 {
     if (uCharacter == '\t') return true;
-    for (const SRange& rRange : g_aRefused)
+    for (const SRange& rRange : g_aREFUSED)
     {
         if (uCharacter >= rRange.uFirst && uCharacter <= rRange.uLast) return false;
     }
@@ -38,7 +38,7 @@ bool IsHarmless(uint32_t uCharacter)
 // How many bytes the character at puText takes if it can be printed as it is, 0 if not.
 unsigned int HarmlessSize(const unsigned char* puText, unsigned int uLeft)
 {
-    for (const SForm& rForm : g_aForms)
+    for (const SForm& rForm : g_aFORMS)
     {
         if ((puText[0] & rForm.uLeadMask) != rForm.uLead) continue;
         if (rForm.uSize > uLeft) return 0;

@@ -7,8 +7,8 @@
 
 namespace
 {
-constexpr char g_szDamaged[] = "damaged: its CRC-32 does not fit";
-constexpr char g_szForged[] = "forged: its CRC-32 fits, its HMAC does not";
+constexpr char g_szDAMAGED[] = "damaged: its CRC-32 does not fit";
+constexpr char g_szFORGED[] = "forged: its CRC-32 fits, its HMAC does not";
 }  // namespace
 
 CJournalReader::CJournalReader(CInputFile& rFile, const SKey* pKey) : m_rFile(rFile), m_pKey(pKey), m_header()
@@ -49,11 +49,11 @@ void CJournalReader::CheckHeader()
 {
     const char* const pszName = m_rFile.GetName();
     if (!IsKnownVersion(m_header)) Refuse("%s: header: unknown version %u", pszName, m_header.uVersion);
-    if (!IsUndamaged(m_header)) Refuse("%s: header: %s", pszName, g_szDamaged);
+    if (!IsUndamaged(m_header)) Refuse("%s: header: %s", pszName, g_szDAMAGED);
     if (m_pKey == nullptr || IsAuthentic(m_header, *m_pKey)) return;
     // If the key fits a frame, whatever that links to, it is the right key.
     const bool bRightKey = m_frame.ReadFrom(m_rFile) == CFrame::eREAD && m_frame.IsAuthentic(*m_pKey);
-    Refuse("%s: header: %s", pszName, bRightKey ? g_szForged : "not made under this key, or forged");
+    Refuse("%s: header: %s", pszName, bRightKey ? g_szFORGED : "not made under this key, or forged");
 }
 
 void CJournalReader::ReadFrame()
@@ -65,8 +65,8 @@ void CJournalReader::ReadFrame()
         case CFrame::eCUT_SHORT: RefuseRecord("truncated, or its length is corrupted: the journal ends inside it");
         case CFrame::eIMPOSSIBLE: RefuseRecord("damaged: no record has such a kind and length");
     }
-    if (!m_frame.IsUndamaged()) RefuseFrame(g_szDamaged);
-    if (m_pKey != nullptr && !m_frame.IsAuthentic(*m_pKey)) RefuseFrame(g_szForged);
+    if (!m_frame.IsUndamaged()) RefuseFrame(g_szDAMAGED);
+    if (m_pKey != nullptr && !m_frame.IsAuthentic(*m_pKey)) RefuseFrame(g_szFORGED);
 }
 
 void CJournalReader::CheckRecord()

@@ -20,9 +20,9 @@ void CheckStatus(const char* pszPath, const struct stat& rStatus)
     {
         Refuse("%s: a key is for its owner only, but the mode is %04o: chmod 600 it", pszPath, rStatus.st_mode & 07777);
     }
-    constexpr auto uSize = static_cast<off_t>(sizeof(SKey::auBytes));
-    if (rStatus.st_size == uSize) return;
-    Refuse("%s: not a key file: %ld bytes instead of %ld", pszPath, rStatus.st_size, uSize);
+    constexpr auto uSIZE = static_cast<off_t>(sizeof(SKey::auBytes));
+    if (rStatus.st_size == uSIZE) return;
+    Refuse("%s: not a key file: %ld bytes instead of %ld", pszPath, rStatus.st_size, uSIZE);
 }
 }  // namespace
 

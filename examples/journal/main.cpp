@@ -24,8 +24,8 @@
 
 namespace
 {
-constexpr int g_nRefused = 1;
-constexpr int g_nMisused = 2;
+constexpr int g_nREFUSED = 1;
+constexpr int g_nMISUSED = 2;
 
 bool IsStandardInput(const char* pszFile)
 {
@@ -201,19 +201,19 @@ int Main(int argc, char** argv)
         catch (const CMisuse& rMisuse)
         {
             std::fprintf(stderr, "journal: %s\n", rMisuse.GetReason().CStr());
-            return g_nMisused;
+            return g_nMISUSED;
         }
         catch (const CRefusal& rRefusal)
         {
             std::fflush(stdout);
             std::fprintf(stderr, "journal: %s\n", rRefusal.GetReason().CStr());
-            return g_nRefused;
+            return g_nREFUSED;
         }
     }
     catch (const std::bad_alloc&)
     {
         std::fputs("journal: out of memory\n", stderr);
-        return g_nRefused;
+        return g_nREFUSED;
     }
 }
 }  // namespace

@@ -222,8 +222,8 @@ void CReplacementFile::Flush()
 void CReplacementFile::SetOwnerAndMode()
 {
     // The other bits of a mode, such as those of a program file, have no place on a journal.
-    constexpr mode_t uBits = S_IRWXU | S_IRWXG | S_IRWXO;
-    mode_t uMode = m_previous ? m_previous->st_mode & uBits : m_uNewMode & ~GetUmask();
+    constexpr mode_t uBITS = S_IRWXU | S_IRWXG | S_IRWXO;
+    mode_t uMode = m_previous ? m_previous->st_mode & uBITS : m_uNewMode & ~GetUmask();
     if (m_previous && !GiveTo(m_file.Get(), *m_previous)) uMode = ForAnyGroup(uMode);
     if (fchmod(m_file.Get(), uMode) != 0) RefuseForErrno(m_strPath.CStr());
 }

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr unsigned int g_uKeySize = 32;
+constexpr unsigned int g_uKEY_SIZE = 32;
 
 const uint8_t* BytesOf(const CString& rText)
 {
@@ -17,7 +17,7 @@ const uint8_t* BytesOf(const CString& rText)
 // The AES key; wiped when it is no longer needed.
 struct SDerivedKey
 {
-    uint8_t auBytes[g_uKeySize];
+    uint8_t auBytes[g_uKEY_SIZE];
     ~SDerivedKey() { explicit_bzero(auBytes, sizeof(auBytes)); }
 };
 
@@ -25,18 +25,18 @@ struct SDerivedKey
 // what is hashed here, so that no code in a journal is a part of this key.
 void DeriveKey(const SKey& rKey, SDerivedKey& rDerived)
 {
-    static constexpr char s_acInfo[] = {'t', 'e', 'x', 't', ' ', 's', 'e', 'a', 'l'};
+    static constexpr char s_acINFO[] = {'t', 'e', 'x', 't', ' ', 's', 'e', 'a', 'l'};
     SMac block;
     uint8_t uNumber = 0;
-    for (unsigned int uDone = 0; uDone < g_uKeySize; uDone += sizeof(block))
+    for (unsigned int uDone = 0; uDone < g_uKEY_SIZE; uDone += sizeof(block))
     {
         CSha1Mac mac;
         Check(mac.Begin(rKey.auBytes, sizeof(rKey.auBytes)));
         if (uNumber++ != 0) Check(mac.Update(block.auBytes, sizeof(block)));
-        Check(mac.Update(reinterpret_cast<const uint8_t*>(s_acInfo), sizeof(s_acInfo)));
+        Check(mac.Update(reinterpret_cast<const uint8_t*>(s_acINFO), sizeof(s_acINFO)));
         Check(mac.Update(&uNumber, sizeof(uNumber)));
         Check(mac.End(block.auBytes));
-        std::memcpy(rDerived.auBytes + uDone, block.auBytes, std::min<size_t>(sizeof(block), g_uKeySize - uDone));
+        std::memcpy(rDerived.auBytes + uDone, block.auBytes, std::min<size_t>(sizeof(block), g_uKEY_SIZE - uDone));
     }
     explicit_bzero(&block, sizeof(block));
 }

@@ -103,7 +103,7 @@ struct SClass
     PFNCreateEComInstance pfnCreate;
 };
 
-constexpr SClass g_astClasses[] = {
+constexpr SClass g_astCLASSES[] = {
     {&CLSID_Lower, CreateEComObject<CLower>},     {&CLSID_CountedLower, CreateEComObject<CCounted<CLSID_Lower>>},
     {&CLSID_Reverse, CreateEComObject<CReverse>}, {&CLSID_CountedReverse, CreateEComObject<CCounted<CLSID_Reverse>>},
     {&CLSID_Trim, CreateEComObject<CTrim>},       {&CLSID_CountedTrim, CreateEComObject<CCounted<CLSID_Trim>>},
@@ -121,11 +121,11 @@ const SFilter g_astFilters[] = {
 
 QvResult RegisterFilters()
 {
-    for (const SClass& rstClass : g_astClasses) QV_RETURN_IF_FAILED(RegisterECom(rstClass.pClsid, rstClass.pfnCreate));
+    for (const SClass& rstClass : g_astCLASSES) QV_RETURN_IF_FAILED(RegisterECom(rstClass.pClsid, rstClass.pfnCreate));
     return QV_RES_OK;
 }
 
 void UnregisterFilters()
 {
-    for (const SClass& rstClass : g_astClasses) UnregisterECom(rstClass.pClsid);
+    for (const SClass& rstClass : g_astCLASSES) UnregisterECom(rstClass.pClsid);
 }

@@ -10,10 +10,10 @@
 
 namespace
 {
-constexpr int g_nRefused = 1;
-constexpr int g_nMisused = 2;
+constexpr int g_nREFUSED = 1;
+constexpr int g_nMISUSED = 2;
 
-constexpr char g_szHelp[] =
+constexpr char g_szHELP[] =
     R"(Sends the lines of standard input through filters, one behind the other, to standard output.
 
   plugins [--count] FILTER...   with --count, tells on standard error what went into each filter
@@ -35,7 +35,7 @@ const SFilter* FindFilter(const char* pszName)
 int Refuse(const char* pszReason)
 {
     std::fprintf(stderr, "plugins: %s\n", pszReason);
-    return g_nRefused;
+    return g_nREFUSED;
 }
 
 int List()
@@ -102,12 +102,12 @@ int Filter(bool bCount, char** ppszNames)
         std::fwrite(strLine.CStr(), 1, strLine.GetSize(), stdout);
         std::putchar('\n');
         // Input may have no end: main() says what is wrong.
-        if (std::ferror(stdout) != 0) return g_nRefused;
+        if (std::ferror(stdout) != 0) return g_nREFUSED;
     }
     if (!std::feof(stdin))
     {
         std::perror("plugins: standard input");
-        return g_nRefused;
+        return g_nREFUSED;
     }
     for (std::size_t u = 0; u < filters.size(); ++u)
     {
@@ -122,12 +122,12 @@ int Filter(bool bCount, char** ppszNames)
 int Misuse(const char* pszReason, const char* pszSubject)
 {
     std::fprintf(stderr, "plugins: %s%s (see plugins --help)\n", pszReason, pszSubject);
-    return g_nMisused;
+    return g_nMISUSED;
 }
 
 int Run(int argc, char** argv)
 {
-    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHelp, stdout) < 0 ? g_nRefused : 0;
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) return std::fputs(g_szHELP, stdout) < 0 ? g_nREFUSED : 0;
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) return List();
     const bool bCount = argc > 1 && std::strcmp(argv[1], "--count") == 0;
     char** const ppszNames = argv + (bCount ? 2 : 1);
@@ -165,7 +165,7 @@ int RunWithFramework(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    int nStatus = g_nRefused;
+    int nStatus = g_nREFUSED;
     try
     {
         nStatus = RunWithFramework(argc, argv);
@@ -176,5 +176,5 @@ int main(int argc, char** argv)
     }
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return nStatus;
     std::perror("plugins: standard output");
-    return g_nRefused;
+    return g_nREFUSED;
 }

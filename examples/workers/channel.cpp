@@ -5,7 +5,7 @@
 
 namespace
 {
-constexpr unsigned int g_uNumberSize = sizeof(uint64_t);
+constexpr unsigned int g_uNUMBER_SIZE = sizeof(uint64_t);
 
 // Does not throw, since an exception that leaves a thread ends the program. False when memory ran out.
 bool SetBytes(CBlob& rBlob, const unsigned char* puData, unsigned int uSize)
@@ -56,11 +56,11 @@ CChannel::EOutcome CChannel::TryPut(uint64_t uNumber, const unsigned char* puDat
     EOutcome eOutcome = eDONE;
     {
         const CMutexGuard guard(&m_mutex);
-        unsigned char* const puRecord = m_queue.Push(g_uNumberSize + uSize);
+        unsigned char* const puRecord = m_queue.Push(g_uNUMBER_SIZE + uSize);
         if (puRecord != nullptr)
         {
-            std::memcpy(puRecord, &uNumber, g_uNumberSize);
-            if (uSize != 0) std::memcpy(puRecord + g_uNumberSize, puData, uSize);
+            std::memcpy(puRecord, &uNumber, g_uNUMBER_SIZE);
+            if (uSize != 0) std::memcpy(puRecord + g_uNUMBER_SIZE, puData, uSize);
             m_queue.Commit(puRecord);
         }
         // What does not fit an empty queue will never fit.
@@ -82,8 +82,8 @@ CChannel::EOutcome CChannel::TryTake(SRecord& rRecord)
         const unsigned char* const puRecord = m_queue.Peek(&uSize);
         if (puRecord != nullptr)
         {
-            std::memcpy(&rRecord.uNumber, puRecord, g_uNumberSize);
-            rRecord.bWhole = SetBytes(rRecord.bytes, puRecord + g_uNumberSize, uSize - g_uNumberSize);
+            std::memcpy(&rRecord.uNumber, puRecord, g_uNUMBER_SIZE);
+            rRecord.bWhole = SetBytes(rRecord.bytes, puRecord + g_uNUMBER_SIZE, uSize - g_uNUMBER_SIZE);
             m_queue.Pop();
         }
         else eOutcome = m_bClosed ? eNEVER : eWAIT;

@@ -17,14 +17,14 @@
 
 namespace
 {
-constexpr int g_nFailed = 1;
-constexpr int g_nMisused = 2;
-constexpr int g_nInterrupted = 130;
+constexpr int g_nFAILED = 1;
+constexpr int g_nMISUSED = 2;
+constexpr int g_nINTERRUPTED = 130;
 
-constexpr unsigned int g_uChannelSize = 64 * 1024;
-constexpr unsigned int g_uLongestLine = 8192;
+constexpr unsigned int g_uCHANNEL_SIZE = 64 * 1024;
+constexpr unsigned int g_uLONGEST_LINE = 8192;
 
-constexpr char g_szHelp[] =
+constexpr char g_szHELP[] =
     R"(Prints the number and the SHA-256 digest of every line of standard input, computed by several workers at once.
 
   workers [COUNT] < TEXT    COUNT workers, 1 to 64 (4 if not given); lines are printed as they are done
@@ -185,8 +185,8 @@ private:
     bool Collect(const char* pcBegin, const char* pcEnd)
     {
         m_line.insert(m_line.end(), pcBegin, pcEnd);
-        if (m_line.size() <= g_uLongestLine) return true;
-        std::fprintf(stderr, "workers: line %lu is longer than %u characters\n", m_uCount + 1, g_uLongestLine);
+        if (m_line.size() <= g_uLONGEST_LINE) return true;
+        std::fprintf(stderr, "workers: line %lu is longer than %u characters\n", m_uCount + 1, g_uLONGEST_LINE);
         return false;
     }
 
@@ -262,8 +262,8 @@ private:
 int Work(unsigned int uWorkers)
 {
     const sigset_t waitingMask = BlockInterruptions();
-    CChannel lines(g_uChannelSize);
-    CChannel digests(g_uChannelSize);
+    CChannel lines(g_uCHANNEL_SIZE);
+    CChannel digests(g_uCHANNEL_SIZE);
     CCrew crew(lines, digests);
     const bool bAll = crew.Start(uWorkers) && CReader(lines, waitingMask).ReadAll();
     crew.Finish();
@@ -271,19 +271,19 @@ int Work(unsigned int uWorkers)
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
     {
         std::fputs("workers: standard output cannot be written\n", stderr);
-        return g_nFailed;
+        return g_nFAILED;
     }
     if (!crew.HasAll())
     {
         std::fputs("workers: out of memory, lines are missing\n", stderr);
-        return g_nFailed;
+        return g_nFAILED;
     }
     if (g_bInterrupted != 0)
     {
         std::fprintf(stderr, "workers: interrupted, %lu lines done\n", crew.GetCount());
-        return g_nInterrupted;
+        return g_nINTERRUPTED;
     }
-    return bAll ? 0 : g_nFailed;
+    return bAll ? 0 : g_nFAILED;
 }
 
 int WorkWithFramework(unsigned int uWorkers)
@@ -291,7 +291,7 @@ int WorkWithFramework(unsigned int uWorkers)
     const CFrameworkScope framework;
     if (QvSucceeded(framework.GetResult())) return Work(uWorkers);
     std::fputs("workers: cannot start\n", stderr);
-    return g_nFailed;
+    return g_nFAILED;
 }
 }  // namespace
 
@@ -300,7 +300,7 @@ int main(int argc, char** argv)
     unsigned int uWorkers = 4;
     if (argc == 2 && std::strcmp(argv[1], "--help") == 0)
     {
-        return std::fputs(g_szHelp, stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : g_nFailed;
+        return std::fputs(g_szHELP, stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : g_nFAILED;
     }
     if (argc == 2)
     {
@@ -311,7 +311,7 @@ int main(int argc, char** argv)
     if (argc > 2 || uWorkers < 1 || uWorkers > 64)
     {
         std::fputs("workers: one number of workers, 1 to 64, and no more (see workers --help)\n", stderr);
-        return g_nMisused;
+        return g_nMISUSED;
     }
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try
@@ -321,6 +321,6 @@ int main(int argc, char** argv)
     catch (const std::bad_alloc&)
     {
         std::fputs("workers: out of memory\n", stderr);
-        return g_nFailed;
+        return g_nFAILED;
     }
 }

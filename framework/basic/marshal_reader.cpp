@@ -87,7 +87,6 @@ CMarshalReader& operator>>(CMarshalReader& rReader, CString& rString)
         rString = CString();
         return rReader;
     }
-    rString.EraseAll();
     char* const pcBuffer = rString.ReserveCapacity(uSize) >= 0 ? rString.GetBuffer() : nullptr;
     if (pcBuffer == nullptr)
     {

@@ -58,9 +58,9 @@ public:                                                                    \
     using TExtended = Base;                                                \
     static const SEComGuid* GetIid()                                       \
     {                                                                      \
-        static constexpr unsigned char s_auName[] = #Name;                 \
-        static constexpr SEComGuid s_stIid = {sizeof(s_auName), s_auName}; \
-        return &s_stIid;                                                   \
+        static constexpr unsigned char s_auNAME[] = #Name;                 \
+        static constexpr SEComGuid s_stIID = {sizeof(s_auNAME), s_auNAME}; \
+        return &s_stIID;                                                   \
     }
 
 /// Holds a reference to an interface, or none.

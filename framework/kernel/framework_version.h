@@ -9,7 +9,7 @@
 /// Moves when programs have to be compiled anew: it is also the number in liborvel_framework.so.1.
 #define QV_FRAMEWORK_VERSION_MAJOR 1
 /// Moves when something is added: programs that use it need at least this library.
-#define QV_FRAMEWORK_VERSION_MINOR 0
+#define QV_FRAMEWORK_VERSION_MINOR 1
 /// Moves with corrections that change no interface.
 #define QV_FRAMEWORK_VERSION_RELEASE 0
 /// Left to packagers of the library; 0 in this tree.

@@ -1,10 +1,8 @@
 #include "framework/kernel/result.h"
 
-#include "framework/kernel/unused_parameter.h"
-
 namespace
 {
-constexpr char g_szNoMessage[] = "";
+constexpr char g_szNO_MESSAGE[] = "";
 
 uint32_t SeverityClass(QvResult res)
 {
@@ -17,10 +15,9 @@ QvResult QvRGetWorstOf(QvResult resFirst, QvResult resSecond)
     return SeverityClass(resFirst) < SeverityClass(resSecond) ? resSecond : resFirst;
 }
 
-const char* QvResultGetMsgStr(QvResult res)
+const char* QvResultGetMsgStr(QvResult)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(res);
-    return g_szNoMessage;
+    return g_szNO_MESSAGE;
 }
 
 const char* QvResultName(QvResult res)
@@ -44,9 +41,8 @@ const char* QvResultName(QvResult res)
     }
 }
 
-QvResult QvResultInspect(QvResult res, EQvPackageId ePackageId)
+QvResult QvResultInspect(QvResult res, EQvPackageId)
 {
-    QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(ePackageId);
     return res;
 }
 

@@ -4,7 +4,7 @@
 /// What the twins of the sequences have in common, written step by step.
 namespace twin
 {
-constexpr unsigned int g_auGaps[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
+constexpr unsigned int g_auGAPS[] = {1391376, 463792, 198768, 86961, 33936, 13776, 4592, 1968,
                                      861,     336,    112,    48,    21,    7,     3,    1};
 
 /// The lower bound; c(i) compares element i with the key. In a sequence of one element the walk to the first of equal
@@ -74,7 +74,7 @@ unsigned int Extreme(unsigned int uSize, int nSign, Comparison compare)
 template <typename Pointer, typename Comparison>
 void ShellSortPointers(Pointer* pPointers, unsigned int uSize, Comparison compare)
 {
-    for (const unsigned int uGap : g_auGaps)
+    for (const unsigned int uGap : g_auGAPS)
     {
         if (uGap > uSize - 1) continue;
         for (unsigned int i = uGap; i <= uSize - 1; ++i)

@@ -29,8 +29,8 @@ protected:
 
     explicit CSequenceSteps(CFuzzInput& rInput) : Base(rInput)
     {
-        static constexpr unsigned int s_auSizes[] = {4, 1, 2, 8, 12, 16, 24, 7};
-        m_uElementSize = s_auSizes[rInput.Below(std::size(s_auSizes))];
+        static constexpr unsigned int s_auSIZES[] = {4, 1, 2, 8, 12, 16, 24, 7};
+        m_uElementSize = s_auSIZES[rInput.Below(std::size(s_auSIZES))];
         m_uKind = rInput.Byte();
     }
 

@@ -116,10 +116,10 @@ protected:
     /// A number of elements: few, or more than any source has.
     unsigned int Count(const char* pszName, unsigned int uSize)
     {
-        static constexpr unsigned int s_auMany[] = {0xFFFFFFFF, 0xFFFFFFF0, 0x80000000, 0x7FFFFFFF,
+        static constexpr unsigned int s_auMANY[] = {0xFFFFFFFF, 0xFFFFFFF0, 0x80000000, 0x7FFFFFFF,
                                                     0x40000000, 0x20000001, 0x20000000, 0xF0000000};
         const unsigned int u = m_rInput.Byte();
-        if (u >= 0xF8) return Note(pszName, s_auMany[u & 7]);
+        if (u >= 0xF8) return Note(pszName, s_auMANY[u & 7]);
         if (uSize > 120) return Note(pszName, u % 2);  // what is long is slow
         if (u == 0xF7) return Note(pszName, 340u);     // one more gap of the sort
         return Note(pszName, u >= 0xE8 ? u % 128 : u % 12);

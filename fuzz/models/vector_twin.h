@@ -248,7 +248,7 @@ public:
         if (m_uSize < 2) return;
         std::vector<unsigned char> temporary(m_uElementSize);
         void* const pTemp = temporary.data();
-        for (const unsigned int uGap : g_auGaps)
+        for (const unsigned int uGap : g_auGAPS)
         {
             if (uGap > m_uSize - 1) continue;
             for (unsigned int i = uGap; i <= m_uSize - 1; ++i)

@@ -3,6 +3,7 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <link.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -10,12 +11,14 @@
 #include <vector>
 
 #include "tests/support/object_bytes.h"
-#include "tests/support/vtable.h"
 
 // What the tests in this directory share. They are programs that were compiled long ago: they include none of the
 // library's headers, declare its classes by themselves, and must go on working with every library of the same soname.
 // Members that the library keeps to itself or to derived classes are public in their declarations: access is no part of
 // a symbol.
+
+/// There in a program built with AddressSanitizer, which makes symbols larger by what it guards them with.
+extern "C" int __asan_address_is_poisoned(const volatile void* pvAddress) __attribute__((weak));
 
 /// Whether the library exports a symbol of this mangled name.
 inline bool IsExported(const char* pszMangled)
@@ -67,11 +70,29 @@ inline std::string FunctionInSlot(const void* pvObject, std::size_t uSlot)
 }
 
 /// What the whole table of an exported class holds, demangled: the slots, and for a class with a second base that
-/// base's offset ("?"), the type's description and that base's slots.
+/// base's offset ("?"), the type's description and that base's slots. Only of an exported table the dynamic linker
+/// knows the length.
 inline std::vector<std::string> TableOf(const void* pvObject)
 {
-    std::vector<std::string> names = VtableSlots(pvObject);
-    for (std::string& rName : names) rName = Demangled(rName);
+    void* const* const ppvSlots = LoadAt<void* const*>(pvObject, 0);
+    // Two words, the offset to the top and the type's description, stand before the slots.
+    Dl_info table;
+    void* pvSymbol = nullptr;
+    if (dladdr1(ppvSlots - 2, &table, &pvSymbol, RTLD_DL_SYMENT) == 0 || pvSymbol == nullptr)
+    {
+        ADD_FAILURE() << "the class exports no virtual table";
+        return {};
+    }
+    EXPECT_EQ(static_cast<const void*>(ppvSlots - 2), table.dli_saddr);
+    const std::size_t uCount = static_cast<const ElfW(Sym)*>(pvSymbol)->st_size / sizeof(void*) - 2;
+    std::vector<std::string> names;
+    for (std::size_t u = 0; u < uCount; ++u)
+    {
+        if (__asan_address_is_poisoned != nullptr && __asan_address_is_poisoned(ppvSlots + u) != 0) break;
+        Dl_info function;
+        const bool bFound = dladdr(ppvSlots[u], &function) != 0 && function.dli_sname != nullptr;
+        names.push_back(bFound ? Demangled(function.dli_sname) : "?");
+    }
     return names;
 }
 

@@ -47,11 +47,11 @@ TEST(CStringLayout, ObjectIsAVirtualTableAndAPointerToABlockThatBeginsWithThreeS
 
 TEST(CStringStatics, ReachTheirStaticStorageWhileTheModuleIsUp)
 {
-    static constexpr SModuleFunctions aPairs[] = {{&InitializeCString, &FinalizeCString},
+    static constexpr SModuleFunctions aPAIRS[] = {{&InitializeCString, &FinalizeCString},
                                                   {&CString::InitializeCString, &CString::FinalizeCString}};
     EXPECT_EQ(sizeof(CMutex), SizeOfDatum(CString::ms_auMutex));
     EXPECT_EQ(8u, SizeOfDatum(CString::ms_auEmptyStringInfo));
-    for (const SModuleFunctions& rPair : aPairs)
+    for (const SModuleFunctions& rPair : aPAIRS)
     {
         rPair.pfnFinalize();
         EXPECT_EQ(nullptr, CString::ms_pmutex);

@@ -10,6 +10,7 @@
 #include "fuzz/models/blob_twin.h"
 #include "tests/support/blob_probe.h"
 #include "tests/support/page_end.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -58,6 +59,12 @@ public:
     CBoth(std::mt19937& rRng, const Bytes& rBytes, IAllocator& rAllocator)
         : blob(BlobOf(rBytes, &rAllocator)), twin(rBytes, 0, m_requests), m_rRng(rRng)
     {
+    }
+    /// With room for a whole word behind the bits one step does, inline.
+    void Reserve(unsigned int uCapacity)
+    {
+        blob.ReserveCapacity(uCapacity);
+        twin.Reserve(uCapacity);
     }
     /// Bits at an offset into a source that holds nothing behind them.
     void AppendBits(unsigned int uCount, unsigned int uOffset)
@@ -118,11 +125,13 @@ protected:
 TEST_P(CBlobBitsAtOffset, AppendedToEveryOffsetFromThisSourceOffset)
 {
     for (unsigned int uAppended = 0; uAppended < 8; ++uAppended)
-        for (unsigned int uCount = 0; uCount < 75; ++uCount)
+        for (unsigned int uCase = 0; uCase < 2 * 75; uCase += g_bSANITIZED ? 3 : 1)
         {
+            const unsigned int uCount = uCase / 2;
             SCOPED_TRACE(testing::Message() << uCount << " bits behind " << uAppended);
             CTestAllocator allocator;
             CBoth both(m_rng, {}, allocator);
+            if (uCase % 2 != 0) both.Reserve(64);
             both.AppendBits(uAppended, 0);
             both.AppendBits(uCount, GetParam());
             ASSERT_NO_FATAL_FAILURE(both.ExpectSame());
@@ -133,12 +142,14 @@ TEST_P(CBlobBitsAtOffset, ReadFromEveryOffsetToThisOffset)
 {
     CPageEndAllocator allocator;
     for (unsigned int uSkipped = 0; uSkipped < 8; ++uSkipped)
-        for (unsigned int uCount = 0; uCount < 75; ++uCount)
+        for (unsigned int uCase = 0; uCase < 2 * 75; uCase += g_bSANITIZED ? 3 : 1)
         {
+            const unsigned int uCount = uCase / 2;
             SCOPED_TRACE(testing::Message() << uCount << " bits behind " << uSkipped);
-            // The fewest bytes in full blocks: reading ends at the end of the memory.
+            // The fewest bytes in full blocks: reading ends at the end of the memory, or with room behind.
             const unsigned int uSize = (uSkipped + uCount + 63) / 64 * 8;
             CBoth both(m_rng, RandomBytes(m_rng, uSize, uSize), allocator);
+            if (uCase % 2 != 0) both.Reserve(uSize + 8);
             both.SkipBits(uSize * 8 - uCount);
             ASSERT_NO_FATAL_FAILURE(both.ReadBits(uCount, GetParam()));
             ASSERT_NO_FATAL_FAILURE(both.ExpectSame());
@@ -174,8 +185,7 @@ TEST(CBlobBits, MayBeBitsOfTheBlobItself)
             {
                 SCOPED_TRACE(testing::Message() << uCapacity << " " << uOffset << " " << uAppended);
                 CBoth both(rng, {}, allocator);
-                both.blob.ReserveCapacity(uCapacity);
-                both.twin.Reserve(uCapacity);
+                both.Reserve(uCapacity);
                 both.AppendBits(64 + uAppended, 0);
                 const unsigned int uCount = 64 + uAppended - uOffset;
                 both.blob.AppendBits(both.blob.GetFirstIndexPtr(), uCount, uOffset);
@@ -242,16 +252,18 @@ TEST(CBlobBits, BehindABoundaryReplaceASingleByteThatWasAppendedAsOne)
                                       {0, {0x77, 0x78}, {0x77, 0x78, 0xB0}, {0, 0, 2, 4}},
                                       {3, {0x77}, {0xE0, 0x77, 0xB0}, {0, 0, 2, 4}}};
     for (const SReplacedCase& rCase : astCASES)
-    {
-        SCOPED_TRACE(testing::Message() << rCase.uBits << " bits, then " << rCase.bytes.size() << " bytes");
-        const unsigned char auSource[] = {0xFF, 0xAB};
-        CBlob blob(nullptr);
-        if (rCase.uBits != 0) blob.AppendBits(auSource, rCase.uBits, 0);
-        ASSERT_EQ(QV_RES_OK, blob.Append(rCase.bytes.data(), SizeOf(rCase.bytes)));
-        blob.AppendBits(auSource + 1, 4, 4);
-        EXPECT_EQ(rCase.want, BytesOf(blob));
-        EXPECT_EQ(rCase.stWant, CursorsOf(blob));
-    }
+        for (const unsigned int uCapacity : {0u, 32u})
+        {
+            SCOPED_TRACE(testing::Message()
+                         << rCase.uBits << " bits, then " << rCase.bytes.size() << " bytes, room for " << uCapacity);
+            const unsigned char auSource[] = {0xFF, 0xAB};
+            CBlob blob(uCapacity, nullptr);
+            if (rCase.uBits != 0) blob.AppendBits(auSource, rCase.uBits, 0);
+            ASSERT_EQ(QV_RES_OK, blob.Append(rCase.bytes.data(), SizeOf(rCase.bytes)));
+            blob.AppendBits(auSource + 1, 4, 4);
+            EXPECT_EQ(rCase.want, BytesOf(blob));
+            EXPECT_EQ(rCase.stWant, CursorsOf(blob));
+        }
 }
 
 TEST(CBlobBits, BehindAPartlyFilledByteThatIsRemovedANewOneBegins)

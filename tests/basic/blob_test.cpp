@@ -162,6 +162,16 @@ TEST(CBlobResize, OfNoStorageByAddressLeavesNothing)
     EXPECT_EQ(0u, blob.GetSize());
 }
 
+TEST(CBlobClear, ResetsTheCursorsAndKeepsTheCapacity)
+{
+    CBlob blob = BlobInUse(nullptr);
+    const unsigned int uCapacity = blob.GetCapacity();
+    blob.Clear();
+    EXPECT_EQ(0u, blob.GetSize());
+    EXPECT_EQ(uCapacity, blob.GetCapacity());
+    EXPECT_EQ(g_stFRESH, CursorsOf(blob));
+}
+
 TEST(CBlobReadIndex, AtZeroWithABitOffsetBytesAreReadFromTheFirst)
 {
     for (const bool bCopy : {false, true})

@@ -321,8 +321,10 @@ TEST_F(CMarshalerTest, AReaderThatAnOldProgramMovedPastTheWriterFindsZerosUntilT
         unsigned char* const puRead = InlineOf(marshaler) + 8 + uPast;
         memcpy(reinterpret_cast<unsigned char*>(&marshaler) + offsetof(SImage, puRead), &puRead, sizeof puRead);
         EXPECT_EQ(0u, marshaler.GetUnreadSize());
-        EXPECT_EQ(0u, CMarshalReader(marshaler, 0).GetRemaining());
         unsigned int uValue = 1;
+        CMarshalReader(marshaler, 0) >> uValue;
+        EXPECT_EQ(0u, uValue);
+        uValue = 1;
         marshaler >> uValue;
         EXPECT_EQ(0u, uValue);
         EXPECT_EQ(Bytes(100, 0), Extract(marshaler, 100));

@@ -125,7 +125,7 @@ TYPED_TEST(CSequence, SortsCompareWhomAndWhenThePublishedStepsDo)
 
 TYPED_TEST(CSequence, TypedSearchesInOrderCompareWhomAndWhenThePublishedStepsDo)
 {
-    constexpr bool bAsksSingleTwice = !std::is_same_v<TypeParam, CList<SKeyed>>;
+    constexpr bool bASKS_SINGLE_TWICE = !std::is_same_v<TypeParam, CList<SKeyed>>;
     for (std::vector<int> keys : KeyLists())
     {
         std::sort(keys.begin(), keys.end());
@@ -139,8 +139,8 @@ TYPED_TEST(CSequence, TypedSearchesInOrderCompareWhomAndWhenThePublishedStepsDo)
             const SKeyed key{nKey, g_nKEY_NAME};
             const auto ask = [&](unsigned int u) { return SLoggingOrder()(model.at(u), key); };
             unsigned int uBound = 0, uEqual = 0, uFound = 0;
-            const CCallLog bound = CallsOf([&] { uBound = twin::LowerBound(uSize, bAsksSingleTwice, ask); });
-            const CCallLog equal = CallsOf([&] { uEqual = twin::FirstEqual(uSize, bAsksSingleTwice, ask); });
+            const CCallLog bound = CallsOf([&] { uBound = twin::LowerBound(uSize, bASKS_SINGLE_TWICE, ask); });
+            const CCallLog equal = CallsOf([&] { uEqual = twin::FirstEqual(uSize, bASKS_SINGLE_TWICE, ask); });
 
             EXPECT_EQ(equal, CallsOf([&] { uFound = container.FindSorted(nKey, AgainstNumber); }));
             ASSERT_EQ(uEqual, uFound);

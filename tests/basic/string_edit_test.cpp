@@ -111,6 +111,9 @@ TEST(CStringInsert, OfAStringOfTheLargestSizeTakesTheLengthOfItsText)
     EXPECT_EQ(QV_RES_OK, strText.Insert(0, 1, strSource, 0, 65535));
     EXPECT_EQ("xxx", TextOf(strText));
     ASSERT_EQ(QV_RES_OK, strText.ReserveCapacity(65535));
+    strText.EraseAll();
+    strText += strSource;
+    EXPECT_EQ("xxx", TextOf(strText)) << "appended where there is room for all";
     strText += strSource;
     EXPECT_EQ("xxxxxx", TextOf(strText)) << "appended in place";
     strText = "y";

@@ -248,6 +248,7 @@ TEST_F(CTimeTest, ComparesMomentsWhateverTheZone)
     EXPECT_TRUE(early < late && early <= late && late > early && late >= early && early != late);
     EXPECT_FALSE(late < early || late <= early || early > late || early >= late || early == late);
     EXPECT_TRUE(early <= early && early >= early && early == early);
+    EXPECT_FALSE(early < early || early > early || early != early);
     EXPECT_EQ(1, late - early);
     EXPECT_EQ(-1, early - late);
 }

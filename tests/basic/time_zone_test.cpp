@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <iterator>
 #include <ostream>
 #include <thread>
 #include <type_traits>
@@ -90,6 +91,39 @@ public:
     using CTimeZone::CTimeZone;
     using CTimeZone::DetermineJulianLimits;
 };
+
+TEST(CTimeZoneTable, HoldsTheExportedTextsInOrder)
+{
+    struct SExported
+    {
+        const char* pszZone;
+        const char* pszText;
+    };
+    const SExported astWANT[] = {
+        {pszTIMEZONE_HAWAII, "HAST10"},
+        {pszTIMEZONE_NA_ALASKA_HAST, "HAST10HADT9,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_ALASKA_AKST, "AKST9AKDT8,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_YUKON, "YST9YDT8,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_PACIFIC, "PST8PDT7,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_MOUNTAIN, "MST7MDT6,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_CENTRAL, "CST6CDT5,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_EASTERN, "EST5EDT4,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_ATLANTIC, "AST4ADT3,M3.2.0/02:00:00,M11.1.0/02:00:00"},
+        {pszTIMEZONE_NA_NEWFOUNDLAND, "NST3:30NDT2:30,M3.2.0/01:00:00,M11.1.0/01:00:00"},
+        {pszTIMEZONE_GMT, "GMT0DMT-1,M3.5.0/01:00:00,M10.5.0/02:00:00"},
+        {pszTIMEZONE_WEUROPE, "WEST-1DWEST-2,M3.5.0/02:00:00,M10.5.0/03:00:00"},
+        {pszTIMEZONE_CHINA, "CST-8"},
+        {pszTIMEZONE_TOKYO, "TST-9"},
+        {pszTIMEZONE_CENTRALAUSTRALIA, "CAUST-9:30DCAUST-10:30,M10.5.0/02:00:00,M3.5.0/02:00:00"},
+        {pszTIMEZONE_EASTERNAUSTRALIA, "AUSEST-10AUSDST-11,M10.5.0/02:00:00,M3.5.0/02:00:00"},
+        {pszTIMEZONE_UTC, "UTC0"}};
+    ASSERT_EQ(std::size(astWANT), std::size(apszTIMEZONE_TABLE));
+    for (std::size_t u = 0; u < std::size(astWANT); ++u)
+    {
+        EXPECT_EQ(astWANT[u].pszZone, apszTIMEZONE_TABLE[u]) << "the same pointer";
+        EXPECT_STREQ(astWANT[u].pszText, apszTIMEZONE_TABLE[u]);
+    }
+}
 
 TEST(CTimeZoneNeverSet, IsUtcWithoutDaylightTimeAndWithoutText)
 {

@@ -10,11 +10,11 @@
 namespace
 {
 static_assert(std::is_enum_v<EEventNotifier>);
-constexpr EEventNotifier eEvent = static_cast<EEventNotifier>(5);
+constexpr EEventNotifier eEVENT = static_cast<EEventNotifier>(5);
 
 void Observer(void* pOpaque, EEventNotifier eAnnounced, va_list args)
 {
-    CHECK(eAnnounced == eEvent);
+    CHECK(eAnnounced == eEVENT);
     CHECK(va_arg(args, int) == 42);
     CHECK(std::strcmp(va_arg(args, const char*), "text") == 0);
     if (pOpaque != nullptr) ++*static_cast<unsigned int*>(pOpaque);
@@ -44,15 +44,15 @@ void EventNotifierClient()
     RegisterEventObserver(&Observer, &uSecond);
     RegisterEventObserver(Observer, nullptr);
     RegisterEventObserver(OnceObserver, &uOnce);
-    NotifyEventObservers(eEvent, 42, "text");
+    NotifyEventObservers(eEVENT, 42, "text");
     UnregisterEventObserver(Observer, &uSecond);
     UnregisterEventObserver(Observer, NULL);
     UnregisterEventObserver(Observer, 0);
-    NotifyEventObservers(eEvent, 42, "text");
+    NotifyEventObservers(eEVENT, 42, "text");
     CHECK(uFirst == 2 && uSecond == 1 && uOnce == 1);
 
     FinalizeQvEventNotifier();
     CHECK(InitializeQvEventNotifier() == QV_RES_OK);
-    NotifyEventObservers(eEvent);
+    NotifyEventObservers(eEVENT);
     CHECK(uFirst == 2);
 }

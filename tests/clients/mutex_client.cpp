@@ -20,8 +20,8 @@ public:
     ~CMySemaphore() override = default;
 };
 
-constexpr CBinarySemaphore::EInitValue eTaken = static_cast<CBinarySemaphore::EInitValue>(0);
-constexpr CBinarySemaphore::EInitValue eFree = static_cast<CBinarySemaphore::EInitValue>(1);
+constexpr CBinarySemaphore::EInitValue eTAKEN = static_cast<CBinarySemaphore::EInitValue>(0);
+constexpr CBinarySemaphore::EInitValue eFREE = static_cast<CBinarySemaphore::EInitValue>(1);
 }  // namespace
 
 void MutexClient()
@@ -62,8 +62,8 @@ void MutexClient()
     rBase.Signal(false);
     CHECK(rBase.Wait(0) && !rBase.Wait(0));
 
-    const CBinarySemaphore taken(eTaken, true);
-    const CBinarySemaphore free(eFree, false);
+    const CBinarySemaphore taken(eTAKEN, true);
+    const CBinarySemaphore free(eFREE, false);
     CHECK(!taken.Wait(0) && !free.Wait(1000) && free.Wait());
     taken.Signal(true);
     taken.Signal(false);

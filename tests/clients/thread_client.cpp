@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr CThread::EPriority eDefault = static_cast<CThread::EPriority>(2);
+constexpr CThread::EPriority eDEFAULT = static_cast<CThread::EPriority>(2);
 unsigned int g_uDestroyed = 0;
 unsigned int g_uKey = 0;
 bool g_bSeen = false;
@@ -111,11 +111,11 @@ void ThreadClient()
     const CThread& rConst = thread;
     CThread other;
     CHECK(rConst.GetId() == 0 && rConst == other);
-    CHECK(thread.StartThread(Run, 6, "name", 65536, eDefault) == QV_RES_OK);
+    CHECK(thread.StartThread(Run, 6, "name", 65536, eDEFAULT) == QV_RES_OK);
     CHECK(rConst.GetId() != 0 && !rConst.IsCurrentThread() && !(rConst == other));
     unsigned int uExitCode = 0;
     CHECK(thread.Join(&uExitCode) == QV_RES_OK && uExitCode == 7 && g_bSeen && g_uDestroyed == 40);
-    CHECK(thread.StartThread(nullptr, 0, nullptr, 0, eDefault) == QV_RES_OK && thread.Join(nullptr) == QV_RES_OK);
+    CHECK(thread.StartThread(nullptr, 0, nullptr, 0, eDEFAULT) == QV_RES_OK && thread.Join(nullptr) == QV_RES_OK);
     CHECK(thread.StartThread(0, 0, NULL, 0, static_cast<CThread::EPriority>(0)) == QV_RES_OK);
     CHECK(thread.Join(0) == QV_RES_OK && thread.Join(NULL) == QV_RES_OK);
     CHECK(other.Join(&uExitCode) == QV_RES_OK && uExitCode == 0);

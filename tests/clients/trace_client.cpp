@@ -33,10 +33,10 @@ void CallStack(EQvTraceLevel, EQvTraceCategory, EQvPackageId, void*)
     CHECK(false);
 }
 
-constexpr EQvTraceLevel eLevel = static_cast<EQvTraceLevel>(1);
-constexpr EQvTraceCategory eCategory = static_cast<EQvTraceCategory>(2);
-constexpr EQvPackageId ePackage = static_cast<EQvPackageId>(3);
-constexpr EQvTraceField eField = static_cast<EQvTraceField>(4);
+constexpr EQvTraceLevel eLEVEL = static_cast<EQvTraceLevel>(1);
+constexpr EQvTraceCategory eCATEGORY = static_cast<EQvTraceCategory>(2);
+constexpr EQvPackageId ePACKAGE = static_cast<EQvPackageId>(3);
+constexpr EQvTraceField eFIELD = static_cast<EQvTraceField>(4);
 
 void Handlers()
 {
@@ -64,17 +64,17 @@ void TraceClient()
 {
     Handlers();
     Promised<void (*)(EQvPackageId, bool)>(&QvTraceSetPackagePermitted);
-    QvTraceSetPackagePermitted(ePackage, true);
-    CHECK(QvTraceGetPackagePermitted(ePackage) == 0);
-    QvTraceAddLevelPermitted(eLevel);
+    QvTraceSetPackagePermitted(ePACKAGE, true);
+    CHECK(QvTraceGetPackagePermitted(ePACKAGE) == 0);
+    QvTraceAddLevelPermitted(eLEVEL);
     CHECK(QvTraceGetLevelsPermitted() == 0);
-    QvTraceRemoveLevelPermitted(eLevel);
-    QvTraceAddCategoriesPermitted(eCategory);
+    QvTraceRemoveLevelPermitted(eLEVEL);
+    QvTraceAddCategoriesPermitted(eCATEGORY);
     CHECK(QvTraceGetCategoriesPermitted() == 0);
-    QvTraceRemoveCategoriesPermitted(eCategory);
-    CHECK(QvTraceActivateField(eField) == 0);
-    CHECK(QvTraceFieldIsActive(eField) == 0);
-    CHECK(QvTraceDeactivateField(eField) == 0);
+    QvTraceRemoveCategoriesPermitted(eCATEGORY);
+    CHECK(QvTraceActivateField(eFIELD) == 0);
+    CHECK(QvTraceFieldIsActive(eFIELD) == 0);
+    CHECK(QvTraceDeactivateField(eFIELD) == 0);
     CHECK(QvTraceActivateDefaultFields() == 0);
     CHECK(QvTraceActivateSyslogFields() == 0);
     CHECK(QvTraceActivateAllFields() == 0);
@@ -87,11 +87,11 @@ void TraceClient()
     for (PFNOutput pfnOutput :
          {PFNOutput{&QvTraceToStderr}, PFNOutput{&QvTraceToStdout}, PFNOutput{&QvTraceToDebugger}})
     {
-        pfnOutput(eLevel, eCategory, ePackage, "text", 4);
-        pfnOutput(eLevel, eCategory, ePackage, nullptr, 0);
+        pfnOutput(eLEVEL, eCATEGORY, ePACKAGE, "text", 4);
+        pfnOutput(eLEVEL, eCATEGORY, ePACKAGE, nullptr, 0);
     }
     Promised<void (*)(EQvTraceLevel, EQvTraceCategory, EQvPackageId)>(&QvTraceAllCallStacks);
-    QvTraceAllCallStacks(eLevel, eCategory, ePackage);
+    QvTraceAllCallStacks(eLEVEL, eCATEGORY, ePACKAGE);
 
     Promised<QvResult (*)()>(&InitializeQvTraceKernel);
     CHECK(InitializeQvTraceKernel() == QV_RES_OK);

@@ -187,7 +187,12 @@ TEST(CAesBegin, OnlyTheThreeKeySizesMakeASchedule)
         for (const CCipher::EAction eAction : g_aeACTIONS)
         {
             CAes aes;
+            uint8_t auOut[16];
+            unsigned int uOutSize = 0;
+            ASSERT_EQ(QV_RES_OK, Begin(aes, eAction, CCipher::eMODE_ECB, Key(16), g_iv));
             EXPECT_EQ(QV_RES_FAIL, aes.Begin(eAction, CCipher::eMODE_ECB, key.data(), uSize, nullptr, 0)) << uSize;
+            // Nor is the schedule of the message before used.
+            EXPECT_EQ(QV_RES_INVALID_STATE, aes.Update(key.data(), 16, auOut, &uOutSize));
         }
     }
 }

@@ -302,7 +302,7 @@ const CGdbRun& RunOfInstallation()
 {
     static const CGdbRun run = []
     {
-        const std::string ststrPrefix = InstallationPrefix();
+        const std::string strPrefix = InstallationPrefix();
         const SRunResult installation =
             RunProgram(ORVEL_CMAKE, {"--install", ORVEL_BINARY_DIR, "--strip", "--prefix", strPrefix});
         EXPECT_EQ(0, installation.nStatus) << installation.strOutput << installation.strErrors;

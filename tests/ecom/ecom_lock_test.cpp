@@ -16,6 +16,9 @@ thread_local CGate* t_pAtLock = nullptr;
 thread_local CGate* t_pMayLock = nullptr;
 thread_local CGate* t_pAtUnlock = nullptr;
 thread_local CGate* t_pMayUnlock = nullptr;
+// Likewise when it has left it.
+thread_local CGate* t_pBehindUnlock = nullptr;
+thread_local CGate* t_pMayGoOn = nullptr;
 
 // The gate's own mutex comes by here as well: so it is forgotten first.
 void OpenOnce(CGate*& rpGate)
@@ -43,7 +46,13 @@ extern "C"
             OpenOnce(t_pAtUnlock);
             t_pMayUnlock->Pass();
         }
-        return RealMutexUnlock(pMutex);
+        const int nResult = RealMutexUnlock(pMutex);
+        if (t_pBehindUnlock != nullptr)
+        {
+            OpenOnce(t_pBehindUnlock);
+            t_pMayGoOn->Pass();
+        }
+        return nResult;
     }
 }
 
@@ -136,6 +145,27 @@ TEST(CEComUnknownLock, IsLeftByAllOthersBeforeTheObjectEnds)
     OpenOnce(t_pAtLock);
     other.join();
     pObject->bKeep = false;
+    EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
+}
+
+TEST(CEComUnknownLock, CoversTheCountThatAReleaseAnswersWith)
+{
+    CEComUnknown* const pObject = new CEComUnknown(nullptr);
+    pObject->NonDelegatingAddIfRef();
+    CGate released;
+    CGate taken;
+    std::thread other(
+        [&]
+        {
+            t_pBehindUnlock = &released;
+            t_pMayGoOn = &taken;
+            EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef());
+        });
+    released.Pass();
+    EXPECT_EQ(2u, pObject->NonDelegatingAddIfRef());
+    taken.Open();
+    other.join();
+    EXPECT_EQ(1u, pObject->NonDelegatingReleaseIfRef());
     EXPECT_EQ(0u, pObject->NonDelegatingReleaseIfRef());
 }
 }  // namespace

@@ -704,6 +704,7 @@ TEST_F(CJournal, UsageErrorsAreToldFromRefusals)
     }
     for (const SCase& rCase : cases)
     {
+        SCOPED_TRACE(testing::PrintToString(rCase.arguments));
         const SRunResult outcome = Run(rCase.arguments);
         EXPECT_EQ(2, outcome.nStatus);
         EXPECT_EQ("", outcome.strOutput);

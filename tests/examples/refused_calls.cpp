@@ -58,12 +58,12 @@ struct SInverted
 bool IsThere(const SInverted& rWanted, const unsigned char* puBegin, const unsigned char* puEnd)
 {
     // Its second half: over the first one, memory that was given back has notes about itself.
-    constexpr std::size_t uHalf = sizeof(rWanted) / 2;
-    for (const unsigned char* pu = puBegin; pu + uHalf <= puEnd; ++pu)
+    constexpr std::size_t uHALF = sizeof(rWanted) / 2;
+    for (const unsigned char* pu = puBegin; pu + uHALF <= puEnd; ++pu)
     {
         std::size_t u = 0;
-        while (u < uHalf && static_cast<unsigned char>(~pu[u]) == rWanted.auBytes[uHalf + u]) ++u;
-        if (u == uHalf) return true;
+        while (u < uHALF && static_cast<unsigned char>(~pu[u]) == rWanted.auBytes[uHALF + u]) ++u;
+        if (u == uHALF) return true;
     }
     return false;
 }

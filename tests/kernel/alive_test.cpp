@@ -113,6 +113,26 @@ TEST(CAliveObjActivate, FromItsOwnThreadIsRefused)
     EXPECT_TRUE(object.IsDead());
 }
 
+TEST(CAliveObjActivate, MayComeFromTheThreadOfAnotherObject)
+{
+    class CParent : public CAliveObj
+    {
+    public:
+        ~CParent() override { Join(nullptr); }
+        CPlain m_child;
+        QvResult m_res = QV_RES_FAIL;
+
+    private:
+        void Behavior() override { m_res = m_child.Activate(nullptr, 0, CThread::eNORMAL); }
+    };
+    CParent parent;
+    parent.Activate(nullptr, 0, CThread::eNORMAL);
+    parent.Join(nullptr);
+    EXPECT_EQ(QV_RES_OK, parent.m_res);
+    parent.m_child.Join(nullptr);
+    EXPECT_EQ(1, parent.m_child.m_nRuns);
+}
+
 TEST(CAliveObjActivate, FromManyThreadsAtOnceSucceedsOnce)
 {
     CWaiting object;

@@ -89,7 +89,7 @@ void CreateAComponent()
     CreateEComInstance(&CLSID_Nothing, nullptr, &IID_IEComUnknown, &pvInterface);
 }
 
-constexpr SUse g_astFatal[] = {
+constexpr SUse g_astFATAL[] = {
     {"ThreadStart", "CThread", StartAThread},
     {"ThreadKey", "CThread", CreateAKey},
     {"Activation", "CThread", ActivateAnObject},
@@ -142,7 +142,7 @@ TEST_P(CUsedOutside, AfterShutDownEndsTheProcess)
                 testing::Eq(Line(" is used after the last Finalize(): the framework is down")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Uses, CUsedOutside, testing::ValuesIn(g_astFatal),
+INSTANTIATE_TEST_SUITE_P(Uses, CUsedOutside, testing::ValuesIn(g_astFATAL),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 // What destructors of static objects may do after the shut-down, and what needs no start-up at all.

@@ -196,7 +196,7 @@ TEST_P(CMemoryQueueModel, CopiesAreRecordsLikeAnyOther)
     std::deque<TBytes> model;
     unsigned int uRefused = 0;
     unsigned int uWraps = 0;
-    for (unsigned int uStep = 0; uStep < Repetitions(20000); ++uStep)
+    for (unsigned int uStep = 0; uStep < Repetitions(6000); ++uStep)
     {
         SCOPED_TRACE(testing::Message() << "step " << uStep);
         // Long spells of mostly filling and of mostly draining.
@@ -253,6 +253,20 @@ TEST(CMemoryQueueCopy, StartsOverWhereARecordWasBegun)
     EXPECT_FALSE(queue.Commit(puBegun)) << "it has become the copy";
     EXPECT_EQ((TBytes{'a', 'b', 'c'}), Oldest(queue));
     EXPECT_FALSE(queue.Commit(queue.Peek(nullptr)));
+}
+
+TEST(CMemoryQueueCopy, LeavesNothingToCommitBehindIt)
+{
+    CMemoryQueue queue;
+    ASSERT_TRUE(queue.Initialize(64, 1));
+    ASSERT_TRUE(queue.PushCopy("abcd", 4));
+    const unsigned char* const puBegun = queue.Push(8);
+    ASSERT_TRUE(queue.Pop());
+    ASSERT_TRUE(queue.PushCopy("efgh", 4));
+    EXPECT_FALSE(queue.Commit(puBegun)) << "the writer is back where this one was begun";
+    EXPECT_EQ((TBytes{'e', 'f', 'g', 'h'}), Oldest(queue));
+    EXPECT_TRUE(queue.Pop());
+    EXPECT_TRUE(queue.IsEmpty());
 }
 
 TEST(CMemoryQueueThreads, OneProducerAndOneConsumerUnderALock)

@@ -102,14 +102,14 @@ TEST(CMutexGuardIfThreaded, HoldsTheMutexInAProcessOfManyThreadsOnly)
 {
     const CMutex mutex;
     CSingleThreaded state(true);
-    mutex.Lock();
     {
         const CMutexGuardIfThreaded guard(&mutex);
         state.Say(false);
+        EXPECT_TRUE(IsFreeForOthers(mutex)) << "was locked in a process of one thread";
+        mutex.Lock();
     }
-    EXPECT_FALSE(IsFreeForOthers(mutex)) << "unlocks what it has not locked";
+    EXPECT_FALSE(IsFreeForOthers(mutex)) << "has unlocked what it had not locked";
     mutex.Unlock();
-    EXPECT_TRUE(IsFreeForOthers(mutex)) << "was locked in a process of one thread";
     {
         const CMutexGuardIfThreaded guard(&mutex);
         const CMutexGuardIfThreaded none(nullptr);

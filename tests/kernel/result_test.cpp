@@ -154,10 +154,15 @@ TEST(CResultReturn, ToleratesNamesAndUsesWithinIt)
 
 // A bool, which would always look like a success, is no result.
 template <typename Type, typename = void>
-constexpr bool g_bIS_RESULT = false;
+constexpr bool g_bCAN_FAIL = false;
 template <typename Type>
-constexpr bool g_bIS_RESULT<Type, std::void_t<decltype(QvFailed(Type())), decltype(QvSucceeded(Type()))>> = true;
-static_assert(g_bIS_RESULT<QvResult> && !g_bIS_RESULT<bool>);
+constexpr bool g_bCAN_FAIL<Type, std::void_t<decltype(QvFailed(Type()))>> = true;
+template <typename Type, typename = void>
+constexpr bool g_bCAN_SUCCEED = false;
+template <typename Type>
+constexpr bool g_bCAN_SUCCEED<Type, std::void_t<decltype(QvSucceeded(Type()))>> = true;
+static_assert(g_bCAN_FAIL<QvResult> && !g_bCAN_FAIL<bool>);
+static_assert(g_bCAN_SUCCEED<QvResult> && !g_bCAN_SUCCEED<bool>);
 static_assert(std::is_constructible_v<orvel_internal::CFailureOf, QvResult>);
 static_assert(!std::is_constructible_v<orvel_internal::CFailureOf, bool>);
 static_assert(!std::is_constructible_v<orvel_internal::CFailureOf, long>);

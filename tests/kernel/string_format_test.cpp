@@ -38,6 +38,13 @@ TEST(CSnprintf, ANullFormatCountsAsAnEmptyOne)
     EXPECT_EQ(std::string("\0###", 4), std::string(szText, 4));
 }
 
+TEST(CSnprintf, ACutTextEndsAtACharacterOfValueZeroInIt)
+{
+    char szText[] = "######";
+    EXPECT_EQ(5, QvSnprintf(szText, 5, "ab%cdefg", '\0'));
+    EXPECT_EQ(std::string("ab\0\0\0#", 6), std::string(szText, 6)) << "copied with strncpy()";
+}
+
 TEST(CSnprintf, AnErrorOfTheSystemIsReturned)
 {
     char achBuffer[8];

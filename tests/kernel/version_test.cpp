@@ -1,5 +1,5 @@
-// Orders, ranges, cut texts and random ones are the matter of fuzz/version_fuzz.cpp. Here are limits, the version of the
-// framework itself, and the small headers that have no other place.
+// Orders, ranges, cut texts and random ones are the matter of fuzz/version_fuzz.cpp. Here are limits, the version
+// of the framework itself, and the small headers that have no other place.
 #include "framework/kernel/version.h"
 
 #include <dlfcn.h>
