@@ -6,7 +6,6 @@
 #include <new>
 #include <utility>
 
-#include "framework/basic/internal/grow_capacity.h"
 #include "framework/kernel/internal/keep_stores.h"
 
 // The balance. Levels count the generations of a node's descendants as in a 2-3 tree, whose nodes are spread over one
@@ -481,7 +480,10 @@ QvResult CAATreeBase::ReserveNode()
 {
     RequireSentinel();  // before the allocator is used, which may be gone as well
     if (m_nodeAllocator.HasFree()) return QV_RES_OK;
-    return orvel_internal::GrowCapacity(*this, GetUsedCount() + 1);
+    // Not GrowCapacity(): that no node is free says that the capacity is used up, and an insertion would ask once more.
+    if (m_uLockCapacity != 0) return QV_RES_INVALID_STATE;
+    if (GetUsedCount() == UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    return ReserveFree(1);
 }
 
 // Makes at least uCount nodes free.

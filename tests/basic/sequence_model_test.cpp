@@ -192,7 +192,7 @@ protected:
         m_rng.seed(TestSeed() + (bSharedSource ? 1 : 0));
         m_pPair1 = std::make_unique<SPair>(&m_allocator1);
         m_pPair2 = std::make_unique<SPair>(bSharedSource ? &m_allocator1 : &m_allocator2);
-        DoAtRandom(*this, g_aOPERATIONS, 40000, m_rng);
+        DoAtRandom(*this, g_aOPERATIONS, 15000, m_rng);
         m_pPair1.reset();
         m_pPair2.reset();
         EXPECT_EQ(0, CCounted::ms_nLive);
