@@ -7,6 +7,7 @@ enum EQvPackageId : int
 
 QvResult QvRGetWorstOf(QvResult a, QvResult b);
 const char* QvResultGetMsgStr(QvResult res);
+const char* QvResultName(QvResult res);
 QvResult QvResultInspect(QvResult res, EQvPackageId ePackage);
 QvResult InitializeResult();
 void FinalizeResult();
@@ -74,6 +75,7 @@ TEST(ResultCalls, EveryCodeHasTheSameEmptyTextAndPassesThroughInspection)
 {
     FinalizeResult();
     EXPECT_EQ(QV_RES_OK, InitializeResult());
+    EXPECT_STREQ("QV_RES_FAIL", QvResultName(Code(0x80000001)));
     EXPECT_STREQ("", QvResultGetMsgStr(0));
     EXPECT_EQ(QvResultGetMsgStr(0), QvResultGetMsgStr(Code(0x80000001)));
     EXPECT_EQ(Code(0x80008417), QvResultInspect(Code(0x80008417), EQvPackageId(7)));

@@ -17,6 +17,7 @@ struct SRefusal
 
 const char* const g_pszPROGRAM = R"(
 #include "framework/framework.h"
+enum EUnsized { eUNSIZED };
 struct SWide { alignas(16) char acBytes[16]; };
 struct STooWide { alignas(32) char acBytes[32]; };
 struct SNoDefault { explicit SNoDefault(int) {} };
@@ -38,6 +39,7 @@ const SRefusal g_astREFUSALS[] = {
     {"AnOrderThatIsATruth", "CList<int> l; l.Sort([](int n1, int n2) { return n1 < n2; });", g_pszBOOL},
     {"AnOrderWithAState", "CAATree<int> t{SByFactor{2}};", g_pszSTATE},
     {"AnOrderWithoutAState", "CAATree<int> t{[](int n1, int n2) { return n2 - n1; }};", nullptr},
+    {"AnEnumerationOfNoSize", "CMarshalReader r(nullptr, 0, 0); EUnsized e; r >> e;", "without an underlying type"},
     {"ElementsOfNothing", "CVList<SNoDefault> x; x.Insert(0, 2);", g_pszDEFAULT}};
 
 class CRefusals : public testing::TestWithParam<std::tuple<const char*, SRefusal>>
