@@ -6,6 +6,7 @@
 #include "framework/basic/allocator.h"
 #include "framework/basic/blob.h"
 #include "framework/basic/list.h"
+#include "framework/basic/map.h"
 #include "framework/basic/marshal_reader.h"
 #include "framework/basic/marshal_values.h"
 #include "framework/basic/marshaler.h"

@@ -2,7 +2,9 @@
 #define FRAMEWORK_BASIC_AATREE_H
 #include <stddef.h>
 
+#include <new>
 #include <type_traits>
+#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/ordered_sequence.h"
@@ -220,6 +222,32 @@ private:
 QV_EXPORT QvResult InitializeCAATreeBase();
 QV_EXPORT void FinalizeCAATreeBase();
 
+namespace orvel_internal
+{
+/// What an order compares of elements and keys, and whether it compares that by `<`. An order by a part of the elements
+/// specialises it (see CMap).
+template <typename Order>
+struct SOrderedPart
+{
+    static constexpr bool bNATURAL = std::is_same<Order, SNaturalOrder>::value;
+
+    template <typename Value>
+    static const Value& Of(const Value& rValue)
+    {
+        return rValue;
+    }
+};
+template <typename Order, typename Value>
+using OrderedPartOf = std::decay_t<decltype(SOrderedPart<Order>::Of(std::declval<const Value&>()))>;
+
+/// Whether a key of another type than T does not convert to one. A call with such a key has an overload of its own, so
+/// that other arguments convert as those of functions do.
+template <typename T, typename Key>
+constexpr bool g_bIS_FOREIGN_KEY =
+    !std::is_convertible<const Key&, const T&>::value && !std::is_convertible<Key&, const T&>::value &&
+    !std::is_convertible<Key&&, const T&>::value;
+}  // namespace orvel_internal
+
 /// An ordered set of T over CAATreeBase, whose growth, threading and cost rules it has:
 ///
 ///     CAATree<int> tree;  // in the order of <
@@ -239,12 +267,41 @@ QV_EXPORT void FinalizeCAATreeBase();
 /// A typed comparison is called with two T, returns a negative number, 0 or a positive number, and has no state: a
 /// function object without members or a lambda without captures.
 ///
+/// Its calls, those of its bases among them:
+/// ```
+///   Insert(element), Insert(element, &handle)      puts a copy in, unless an equal element is there
+///   FindOrInsert(key, &handle)                     the equal element, or a new one
+///   Find(key)                                      a handle of the equal element, or none
+///   FindLowerBound(key), FindUpperBound(key)       of the first element not before, after the key
+///   GetFirst(), GetLast(), GetAt(index)            handles of the ends; an element's address
+///   begin(), end()                                 iterators
+///   EraseElement(key), Erase(handle or index)      one element
+///   EraseAll()                                     all of them; the capacity stays
+///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex()
+///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
+///   Allocate(), InsertAllocated(p), EraseAllocated(p), AllocateSorted(key, &p)   room, and then an element in it
+///   SetComparisonFunction(comparison)              of an empty tree
+/// ```
+/// Keys       What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
+///            another type, with which `<` compares a T in both directions, or which the comparison that they are given
+///            takes as (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that
+///            order, which must put the elements as its own does:
+///
+///     struct SById
+///     {
+///         ...
+///         int operator()(const SUser& rUser, int nId) const { return SNaturalOrder()(rUser.nId, nId); }
+///     };
+///     if (auto user = users.Find(7, SById())) Greet(*user);
+///
 /// Iterators  Bidirectional, in ascending order; they and handles are good until their element is erased. Elements may
 ///            be changed through them, except in what the comparison looks at.
 template <typename T>
 class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
 {
     using Nodes = orvel_internal::CTypedNodes<T, CAATreeBase>;
+    template <typename Key>
+    using ForeignOnly = std::enable_if_t<orvel_internal::g_bIS_FOREIGN_KEY<T, Key>>;
 
 public:
     using typename Nodes::const_handle;
@@ -302,22 +359,38 @@ public:
             if (res < 0) return res;
         }
         const SPlace stPlace = PlaceOf(rElement, order);
-        if (stPlace.bTaken) return QV_RES_ALREADY_EXISTS;
+        if (stPlace.pEqual != nullptr) return QV_RES_ALREADY_EXISTS;
         Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
         this->ConstructFrom(pNode + 1, __builtin_addressof(rElement));
-        Node* const pCurrent = CAATreeBase::m_pCurrentNode;
-        if (pCurrent != CAATreeBase::ms_pNullNode && orvel_internal::IsBefore(order, rElement, ElementOf(pCurrent)))
-        {
-            this->InvalidateCurrentNode();
-        }
-        Node* const pParent = stPlace.pParent;
-        if (pParent == CAATreeBase::ms_pNullNode) this->LinkNode(pNode, pParent, &this->m_pRoot);
-        else
-        {
-            const bool bLeft = orvel_internal::IsBefore(order, rElement, ElementOf(pParent));
-            this->LinkNode(pNode, pParent, bLeft ? &pParent->pLeft : &pParent->pRight);
-        }
+        LinkAt(stPlace, pNode, rElement, order);
         return QV_RES_OK;
+    }
+    /// The same with a handle of the element that is there then, new or not, and no need of memory where one is.
+    /// QV_RES_OK                it is in, and *pInserted designates it
+    /// QV_RES_ALREADY_EXISTS    *pInserted designates an equal element
+    /// QV_RES_INVALID_ARGUMENT  pInserted is null
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no node
+    QvResult Insert(const T& rElement, handle* pInserted) { return InsertBy(rElement, pInserted, SNaturalOrder()); }
+    /// The element that equals a key, or where there is none, a new one made of the key: a copy of a T, else T(rKey).
+    /// One descent. order is as in Insert() and Find().
+    /// QV_RES_OK                *pFound designates it
+    /// QV_RES_INVALID_ARGUMENT  pFound is null; or the order of the tree would not have an element that is made of the
+    ///                          key in the place of the key: the order that is named is another one, or the element is
+    ///                          not what it was made of, as a text that was too long for it. It is not in the tree
+    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
+    /// QV_RES_OUT_OF_MEMORY     the allocator gave no node
+    template <typename Order = SNaturalOrder>
+    QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
+    {
+        const QvResult res = InsertBy(rKey, pFound, order);
+        return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    QvResult FindOrInsert(const Key& rKey, handle* pFound, Order order = Order())
+    {
+        const QvResult res = InsertBy(rKey, pFound, order);
+        return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
@@ -349,6 +422,59 @@ public:
     {
         return const_handle(FindNodeBy(rKey, order));
     }
+    /// By a key of another type, in the order of `<` or in the one that is named.
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    handle Find(const Key& rKey, Order order = Order())
+    {
+        return handle(FindForeign(rKey, order));
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    const_handle Find(const Key& rKey, Order order = Order()) const
+    {
+        return const_handle(FindForeign(rKey, order));
+    }
+    /// The first element that does not come before a key; none when all do.
+    template <typename Order = SNaturalOrder>
+    handle FindLowerBound(const T& rKey, Order order = Order())
+    {
+        return handle(BoundOf<false>(rKey, order));
+    }
+    template <typename Order = SNaturalOrder>
+    const_handle FindLowerBound(const T& rKey, Order order = Order()) const
+    {
+        return const_handle(BoundOf<false>(rKey, order));
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    handle FindLowerBound(const Key& rKey, Order order = Order())
+    {
+        return handle(BoundOf<false>(rKey, order));
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    const_handle FindLowerBound(const Key& rKey, Order order = Order()) const
+    {
+        return const_handle(BoundOf<false>(rKey, order));
+    }
+    /// The first element that comes after a key; none when none does.
+    template <typename Order = SNaturalOrder>
+    handle FindUpperBound(const T& rKey, Order order = Order())
+    {
+        return handle(BoundOf<true>(rKey, order));
+    }
+    template <typename Order = SNaturalOrder>
+    const_handle FindUpperBound(const T& rKey, Order order = Order()) const
+    {
+        return const_handle(BoundOf<true>(rKey, order));
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    handle FindUpperBound(const Key& rKey, Order order = Order())
+    {
+        return handle(BoundOf<true>(rKey, order));
+    }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    const_handle FindUpperBound(const Key& rKey, Order order = Order()) const
+    {
+        return const_handle(BoundOf<true>(rKey, order));
+    }
     /// The element at an index below the size, else null.
     T* GetAt(unsigned int uIndex)
     {
@@ -359,23 +485,110 @@ public:
         return static_cast<const T*>(CAATreeBase::GetElement(CAATreeBase::FindNodeByIndex(uIndex)));
     }
 
-private:
+protected:
     using Node = CAATreeBase::CAATreeNode;
 
-    // Where the search for a place ends: below which node, the sentinel in an empty tree, unless an equal element is
-    // there.
+    static T& ElementOf(Node* pNode) { return *reinterpret_cast<T*>(pNode + 1); }
+
+    /// For front-ends: the node of the element that equals a key, or else of one that is made by make(address) in raw
+    /// memory. Results as of Insert() with a handle, and of FindOrInsert().
+    template <typename Key, typename Order, typename Make>
+    QvResult InsertMade(const Key& rKey, Node*& rpNode, Order order, Make make)
+    {
+        return WithOrder<Key>(order,
+                              [&](auto& rOrder)
+                              {
+                                  const SPlace stPlace = PlaceOf(rKey, rOrder);
+                                  rpNode = stPlace.pEqual;
+                                  if (stPlace.pEqual != nullptr) return QV_RES_ALREADY_EXISTS;
+                                  return MakeAt(stPlace, rKey, rOrder, rpNode, make);
+                              });
+    }
+    /// The node of the element that equals a key of another type, or null.
+    template <typename Key, typename Order>
+    Node* FindForeign(const Key& rKey, Order order) const
+    {
+        return PlaceOf(rKey, order).pEqual;
+    }
+
+private:
+    // Where the search for a place ends: at an equal element, or below which node, the sentinel in an empty tree.
     struct SPlace
     {
+        Node* pEqual;
         Node* pParent;
-        bool bTaken;
+        bool bLeft;
     };
 
-    static const T& ElementOf(const Node* pNode) { return *reinterpret_cast<const T*>(pNode + 1); }
+    // The tree's own order, asked through its callback.
+    class COwnOrder
+    {
+    public:
+        explicit COwnOrder(const CAATreeBase::SCompareVoidParams& rstCompare) : m_stCompare(rstCompare) {}
+        int operator()(const T& rKey, const T& rElement) const
+        {
+            return m_stCompare.pfnCompare(__builtin_addressof(rKey), __builtin_addressof(rElement), m_stCompare.uParam);
+        }
+
+    private:
+        CAATreeBase::SCompareVoidParams m_stCompare;
+    };
 
     template <typename Order>
     bool IsOrderedBy() const
     {
         return CAATreeBase::m_stCompare.pfnCompare == &orvel_internal::StatelessCallback<T, Order>;
+    }
+
+    // Calls search(order) with the order that is named, if it is the tree's: otherwise with the tree's own. A callback
+    // cannot be shown a key of another type, so for that the named one counts.
+    template <typename Key, typename Order, typename Search>
+    auto WithOrder(Order& rOrder, Search search) const
+    {
+        if constexpr (!std::is_same<Key, T>::value) return search(rOrder);
+        else
+        {
+            if constexpr (!std::is_same<Order, SNaturalOrder>::value || orvel_internal::SHasNaturalOrder<T>::value)
+            {
+                if (IsOrderedBy<Order>()) return search(rOrder);
+            }
+            COwnOrder own(CAATreeBase::m_stCompare);
+            return search(own);
+        }
+    }
+
+    template <typename Key, typename Order>
+    static constexpr bool IsFreeToAsk()
+    {
+        using Part = orvel_internal::OrderedPartOf<Order, T>;
+        return orvel_internal::SOrderedPart<Order>::bNATURAL && std::is_scalar<Part>::value &&
+               std::is_same<orvel_internal::OrderedPartOf<Order, Key>, Part>::value;
+    }
+    // Whether it may take two comparisons to find out the order, as with the `<` of a class.
+    template <typename Key, typename Order>
+    static constexpr bool IsHalfAnAnswer()
+    {
+        return orvel_internal::SOrderedPart<Order>::bNATURAL && !IsFreeToAsk<Key, Order>();
+    }
+
+    // Keys of another type come second, as in sequences.
+    template <typename Key, typename Order>
+    static bool IsKeyBefore(const Key& rKey, Node* pNode, Order& rOrder)
+    {
+        using Part = orvel_internal::SOrderedPart<Order>;
+        const T& rElement = ElementOf(pNode);
+        if constexpr (Part::bNATURAL) return Part::Of(rKey) < Part::Of(rElement);
+        else if constexpr (std::is_same<Key, T>::value) return rOrder(rKey, rElement) < 0;
+        else return rOrder(rElement, rKey) > 0;
+    }
+    template <typename Key, typename Order>
+    static bool IsKeyAfter(const Key& rKey, Node* pNode, Order& rOrder)
+    {
+        using Part = orvel_internal::SOrderedPart<Order>;
+        const T& rElement = ElementOf(pNode);
+        if constexpr (Part::bNATURAL) return Part::Of(rElement) < Part::Of(rKey);
+        else if constexpr (std::is_same<Key, T>::value) return rOrder(rKey, rElement) > 0;
+        else return rOrder(rElement, rKey) < 0;
     }
 
     // A comparison may read memory far away from the nodes: meanwhile both nodes that can be next are prefetched.
@@ -387,43 +600,55 @@ private:
 
     // One step of a search in order: the child where it goes on, or null when the element is equal. The processor
     // cannot predict which child it is, so the child is chosen by arithmetic, without a jump.
-    template <typename Order>
-    static Node* NextOf(Node* pNode, const T& rKey, Order& rOrder)
+    template <typename Key, typename Order>
+    static Node* NextOf(Node* pNode, const Key& rKey, Order& rOrder)
     {
-        if constexpr (orvel_internal::g_bFREE_TO_ASK<T, Order>)
+        if constexpr (IsFreeToAsk<Key, Order>())
         {
-            const T key = rKey;
-            const T element = ElementOf(pNode);
+            using Part = orvel_internal::SOrderedPart<Order>;
+            const auto key = Part::Of(rKey);
+            const auto element = Part::Of(ElementOf(pNode));
             if (!((key < element) | (element < key))) return nullptr;
             return ORVEL_UNPREDICTABLE(key < element) ? pNode->pLeft : pNode->pRight;
         }
         else
         {
             FetchBelow(pNode);
-            const int nOrder = rOrder(rKey, ElementOf(pNode));
-            if (nOrder == 0) return nullptr;
-            return nOrder < 0 ? pNode->pLeft : pNode->pRight;
+            if constexpr (std::is_same<Key, T>::value)
+            {
+                const int nOrder = rOrder(rKey, ElementOf(pNode));
+                if (nOrder == 0) return nullptr;
+                return nOrder < 0 ? pNode->pLeft : pNode->pRight;
+            }
+            else
+            {
+                const int nOrder = rOrder(ElementOf(pNode), rKey);
+                if (nOrder == 0) return nullptr;
+                return nOrder > 0 ? pNode->pLeft : pNode->pRight;
+            }
         }
     }
 
-    template <typename Order>
-    SPlace PlaceOf(const T& rKey, Order& rOrder) const
+    template <typename Key, typename Order>
+    SPlace PlaceOf(const Key& rKey, Order& rOrder) const
     {
         Node* const pNull = orvel_internal::RequireUp(CAATreeBase::ms_pNullNode, "CAATree");
         Node* pParent = pNull;
         Node* pNode = CAATreeBase::m_pRoot;
-        if constexpr (orvel_internal::g_bHALF_AN_ANSWER<T, Order>)
+        if constexpr (IsHalfAnAnswer<Key, Order>())
         {
+            // Every element is asked once: the last that is not after the key alone can equal it.
             Node* pNotAfter = nullptr;
             while (pNode != pNull)
             {
                 FetchBelow(pNode);
                 pParent = pNode;
-                const bool bLeft = rKey < ElementOf(pNode);
+                const bool bLeft = IsKeyBefore(rKey, pNode, rOrder);
                 if (!bLeft) pNotAfter = pNode;
                 pNode = bLeft ? pNode->pLeft : pNode->pRight;
             }
-            return {pParent, pNotAfter != nullptr && !(ElementOf(pNotAfter) < rKey)};
+            const bool bEqual = pNotAfter != nullptr && !IsKeyAfter(rKey, pNotAfter, rOrder);
+            return {bEqual ? pNotAfter : nullptr, pParent, pNotAfter != pParent};
         }
         else
         {
@@ -431,41 +656,106 @@ private:
             {
                 pParent = pNode;
                 pNode = NextOf(pNode, rKey, rOrder);
-                if (pNode == nullptr) return {pParent, true};
+                if (pNode == nullptr) return {pParent, nullptr, false};
             }
-            return {pParent, false};
+            return {nullptr, pParent, pParent != pNull && IsKeyBefore(rKey, pParent, rOrder)};
         }
     }
 
     template <typename Order>
     Node* FindNodeBy(const T& rKey, Order& rOrder) const
     {
-        if (!IsOrderedBy<Order>()) return FindNodeByCallback(rKey);
-        Node* const pNull = orvel_internal::RequireUp(CAATreeBase::ms_pNullNode, "CAATree");
-        Node* pNode = CAATreeBase::m_pRoot;
-        if constexpr (orvel_internal::g_bHALF_AN_ANSWER<T, Order>)
-        {
-            // Every element is asked once: the last that is not after the key alone can equal it.
-            Node* pNotAfter = nullptr;
-            while (pNode != pNull)
-            {
-                FetchBelow(pNode);
-                const bool bLeft = rKey < ElementOf(pNode);
-                if (!bLeft) pNotAfter = pNode;
-                pNode = bLeft ? pNode->pLeft : pNode->pRight;
-            }
-            return pNotAfter != nullptr && !(ElementOf(pNotAfter) < rKey) ? pNotAfter : nullptr;
-        }
+        return IsOrderedBy<Order>() ? PlaceOf(rKey, rOrder).pEqual : FindNodeByCallback(rKey);
+    }
+
+    template <bool bUPPER, typename Key, typename Order>
+    Node* BoundOf(const Key& rKey, Order& rOrder) const
+    {
+        return WithOrder<Key>(rOrder,
+                              [&](auto& rUsed)
+                              {
+                                  Node* const pNull = orvel_internal::RequireUp(CAATreeBase::ms_pNullNode, "CAATree");
+                                  Node* pBound = nullptr;
+                                  for (Node* pNode = CAATreeBase::m_pRoot; pNode != pNull;)
+                                  {
+                                      FetchBelow(pNode);
+                                      const bool bBound =
+                                          bUPPER ? IsKeyBefore(rKey, pNode, rUsed) : !IsKeyAfter(rKey, pNode, rUsed);
+                                      if (bBound) pBound = pNode;
+                                      pNode = bBound ? pNode->pLeft : pNode->pRight;
+                                  }
+                                  return pBound;
+                              });
+    }
+
+    template <typename Key, typename Order>
+    QvResult InsertBy(const Key& rKey, handle* pInserted, Order order)
+    {
+        if (pInserted == nullptr) return QV_RES_INVALID_ARGUMENT;
+        Node* pNode = nullptr;
+        const QvResult res = InsertMade(rKey, pNode, order, [&](void* pv) { ConstructOf(pv, rKey); });
+        if (pNode != nullptr) *pInserted = handle(pNode);
+        return res;
+    }
+
+    template <typename Key>
+    void ConstructOf(void* pElement, const Key& rKey)
+    {
+        if constexpr (std::is_same<Key, T>::value) this->ConstructFrom(pElement, __builtin_addressof(rKey));
         else
         {
-            while (pNode != pNull)
-            {
-                Node* const pNext = NextOf(pNode, rKey, rOrder);
-                if (pNext == nullptr) return pNode;
-                pNode = pNext;
-            }
-            return nullptr;
+            static_assert(std::is_constructible<T, const Key&>::value, "a new element is made of the key, as T(key)");
+            ::new (pElement) T(rKey);
         }
+    }
+
+    // Apart from the search, which most calls end with.
+    template <typename Key, typename Order, typename Make>
+    __attribute__((noinline)) QvResult MakeAt(const SPlace& rstPlace, const Key& rKey, Order& rOrder, Node*& rpNode,
+                                              Make& rMake)
+    {
+        if (!CAATreeBase::m_nodeAllocator.HasFree())
+        {
+            const QvResult res = this->ReserveNode();
+            if (res < 0) return res;
+        }
+        Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
+        rMake(pNode + 1);
+        using Part = orvel_internal::OrderedPartOf<Order, T>;
+        if constexpr (!std::is_same<orvel_internal::OrderedPartOf<Order, Key>, Part>::value)
+        {
+            if (!IsInOrderAt(rstPlace, ElementOf(pNode)))
+            {
+                this->Destruct(pNode + 1);
+                CAATreeBase::m_nodeAllocator.Push(pNode);
+                return QV_RES_INVALID_ARGUMENT;
+            }
+        }
+        LinkAt(rstPlace, pNode, rKey, rOrder);
+        rpNode = pNode;
+        return QV_RES_OK;
+    }
+
+    // Whether an element comes between what would be its neighbours. The parent is one of them.
+    bool IsInOrderAt(const SPlace& rstPlace, const T& rElement) const
+    {
+        Node* const pParent = rstPlace.pParent;
+        if (CAATreeBase::IsSentinel(pParent)) return true;
+        Node* const pBefore = rstPlace.bLeft ? CAATreeBase::GetPrevious(pParent) : pParent;
+        Node* const pAfter = rstPlace.bLeft ? pParent : CAATreeBase::GetNext(pParent);
+        const COwnOrder own(CAATreeBase::m_stCompare);
+        return (pBefore == nullptr || own(ElementOf(pBefore), rElement) < 0) &&
+               (pAfter == nullptr || own(rElement, ElementOf(pAfter)) < 0);
+    }
+
+    template <typename Key, typename Order>
+    void LinkAt(const SPlace& rstPlace, Node* pNode, const Key& rKey, Order& rOrder)
+    {
+        Node* const pCurrent = CAATreeBase::m_pCurrentNode;
+        if (pCurrent != CAATreeBase::ms_pNullNode && IsKeyBefore(rKey, pCurrent, rOrder)) this->InvalidateCurrentNode();
+        Node* const pParent = rstPlace.pParent;
+        if (pParent == CAATreeBase::ms_pNullNode) this->LinkNode(pNode, pParent, &this->m_pRoot);
+        else this->LinkNode(pNode, pParent, rstPlace.bLeft ? &pParent->pLeft : &pParent->pRight);
     }
 
     Node* FindNodeByCallback(const T& rKey) const

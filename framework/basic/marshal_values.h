@@ -12,6 +12,8 @@ template <typename T>
 class CList;
 template <typename T>
 class CVList;
+template <typename K, typename V>
+class CMap;
 
 /// Other values in messages than those that CMarshaler itself takes: numbers, enumerations, times and containers. See
 /// CMarshaler for their encoding, and CMarshalReader for how reading them fails. A type of your own takes two functions
@@ -128,6 +130,34 @@ CMarshalReader& operator>>(CMarshalReader& rReader, CVList<T>& rList)
     return orvel_internal::ReadElements<T>(rReader, rList);
 }
 
+/// A map: its size, then each key and its value, in order. Reading replaces the entries, in whatever order they come,
+/// and takes sizeof(K) + sizeof(V) of the maximum for each; a key that comes twice fails with QV_RES_ALREADY_EXISTS.
+/// Where it fails the map is empty.
+template <typename K, typename V>
+CMarshaler& operator<<(CMarshaler& rMarshaler, const CMap<K, V>& rMap)
+{
+    rMarshaler << rMap.GetSize();
+    for (const auto& [key, value] : rMap) rMarshaler << key << value;
+    return rMarshaler;
+}
+template <typename K, typename V>
+CMarshalReader& operator>>(CMarshalReader& rReader, CMap<K, V>& rMap)
+{
+    rMap.EraseAll();
+    const unsigned int uMinimum = SMarshaledMinimum<K>::value + SMarshaledMinimum<V>::value;
+    unsigned int uLeft = rReader.ReadCount(uMinimum, sizeof(K) + sizeof(V));
+    for (; uLeft != 0 && !rReader.HasFailed(); --uLeft)
+    {
+        const unsigned int uPosition = rReader.GetPosition();
+        K key{};
+        V value{};
+        rReader >> key >> value;
+        if (!rReader.HasFailed()) rReader.Fail(rMap.Insert(key, static_cast<V&&>(value)), uPosition);
+    }
+    if (rReader.HasFailed()) rMap.EraseAll();
+    return rReader;
+}
+
 template <>
 struct SMarshaledMinimum<CTime> : std::integral_constant<unsigned int, 8>
 {
@@ -144,6 +174,10 @@ template <typename T>
 struct SMarshaledMinimum<CVList<T>> : std::integral_constant<unsigned int, 4>
 {
 };
+template <typename K, typename V>
+struct SMarshaledMinimum<CMap<K, V>> : std::integral_constant<unsigned int, 4>
+{
+};
 
 namespace orvel_internal
 {
@@ -156,6 +190,8 @@ template <typename T>
 constexpr bool g_bIS_READ_BY_READER<CList<T>> = true;
 template <typename T>
 constexpr bool g_bIS_READ_BY_READER<CVList<T>> = true;
+template <typename K, typename V>
+constexpr bool g_bIS_READ_BY_READER<CMap<K, V>> = true;
 }  // namespace orvel_internal
 
 /// From a marshaler itself: the same without a maximum. Nothing is reported; what fails leaves the marshaler in front

@@ -36,6 +36,8 @@ class CBlob;
 ///   enum E : T, enum class E : T                          those of T                    that of T
 ///   CTime                                                 4 of Julian day, 4 of ms      low first
 ///   CVector, CList, CVList                                4 of count, the elements      low first, theirs
+///   CMap                                                  4 of count, key and value of  low first, theirs
+///                                                         each entry
 /// ```
 /// Strangers  Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole and
 ///            believes no length. The `>>` of a marshaler itself is for what one's own program wrote.

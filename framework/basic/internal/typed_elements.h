@@ -46,21 +46,6 @@ void ExchangeMembers(Object& rFirst, Object& rSecond, Members Object::*... pmMem
     (std::swap(rFirst.*pmMembers, rSecond.*pmMembers), ...);
 }
 
-/// Whether a comparison calls nothing: `<` of numbers and pointers costs nothing, even in both directions.
-template <typename T, typename Order>
-constexpr bool g_bFREE_TO_ASK = std::is_scalar<T>::value&& std::is_same<Order, SNaturalOrder>::value;
-/// Whether the order of two elements may take two comparisons to find out, as with the `<` of a class.
-template <typename T, typename Order>
-constexpr bool g_bHALF_AN_ANSWER = !std::is_scalar<T>::value && std::is_same<Order, SNaturalOrder>::value;
-
-/// Whether the typed order puts a first element before a second one.
-template <typename T, typename Order>
-bool IsBefore(Order& rOrder, const T& rFirst, const T& rSecond)
-{
-    if constexpr (std::is_same<Order, SNaturalOrder>::value) return rFirst < rSecond;
-    else return rOrder(rFirst, rSecond) < 0;
-}
-
 /// Whether T has a natural order.
 template <typename T, typename = void>
 struct SHasNaturalOrder : std::false_type
