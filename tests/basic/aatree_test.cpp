@@ -351,6 +351,167 @@ TEST(CTypedTreeShape, InsertingInLineLeavesTheTreeThatTheCallbackWouldHaveLeft)
     EXPECT_LT(0u, tree.GetSize());
 }
 
+namespace
+{
+/// By identifiers, as numbers too: a comparison with a key has the element first, as in vectors.
+struct SByNumber : SById
+{
+    using SById::operator();
+    int operator()(const SUser& rUser, unsigned int uId) const { return SNaturalOrder()(rUser.uId, uId); }
+};
+
+/// A key that is ordered by `<`, and of which an element can be made.
+struct SNumbered
+{
+    explicit SNumbered(unsigned int uTheId) : uId(uTheId) {}
+    explicit SNumbered(const std::string& rstrId) : uId(static_cast<unsigned int>(std::stoul(rstrId))) {}
+
+    unsigned int uId;
+
+    friend bool operator<(const SNumbered& r1, const SNumbered& r2) { return r1.uId < r2.uId; }
+    friend bool operator<(const SNumbered& r1, const std::string& r2) { return r1.uId < std::stoul(r2); }
+    friend bool operator<(const std::string& r1, const SNumbered& r2) { return std::stoul(r1) < r2.uId; }
+};
+
+struct SNumberedDescending
+{
+    int operator()(const SNumbered& r1, const SNumbered& r2) const { return SNaturalOrder()(r2, r1); }
+    int operator()(const SNumbered& r1, const std::string& r2) const { return -SNaturalOrder()(r1, r2); }
+};
+
+template <typename Tree, typename Key, typename... Order>
+void ExpectBounds(const Tree& rTree, const std::set<unsigned int>& rModel, unsigned int uId, const Key& rKey,
+                  Order... order)
+{
+    const auto expectAt = [&](std::set<unsigned int>::const_iterator itExpected, auto found)
+    {
+        ASSERT_EQ(itExpected != rModel.end(), static_cast<bool>(found));
+        if (found) { ASSERT_EQ(*itExpected, found->uId); }
+    };
+    Tree& rMutable = const_cast<Tree&>(rTree);
+    expectAt(rModel.lower_bound(uId), rTree.FindLowerBound(rKey, order...));
+    expectAt(rModel.upper_bound(uId), rTree.FindUpperBound(rKey, order...));
+    expectAt(rModel.lower_bound(uId), rMutable.FindLowerBound(rKey, order...));
+    expectAt(rModel.upper_bound(uId), rMutable.FindUpperBound(rKey, order...));
+    expectAt(rModel.find(uId), rTree.Find(rKey, order...));
+    expectAt(rModel.find(uId), rMutable.Find(rKey, order...));
+}
+}  // namespace
+
+TEST(CTypedTreeKeys, KeysOfAnyTypeThatIsOrderedFindAndMakeElements)
+{
+    CAATree<SUser> users{SByNumber()};
+    CAATree<SNumbered> numbered;
+    std::set<unsigned int> model;
+    std::mt19937 rng(TestSeed());
+    for (unsigned int uStep = 0; uStep < 1000; ++uStep)
+    {
+        SCOPED_TRACE(testing::Message() << "step " << uStep);
+        const unsigned int uId = Below(rng, 300);
+        if (Below(rng, 3) == 0)
+        {
+            users.EraseElement({uId, ""});
+            numbered.EraseElement(SNumbered(uId));
+            model.erase(uId);
+        }
+        else
+        {
+            const std::string strName = std::to_string(uStep);
+            CAATree<SUser>::handle user;
+            CAATree<SNumbered>::handle found;
+            ASSERT_EQ(model.insert(uId).second ? QV_RES_OK : QV_RES_ALREADY_EXISTS,
+                      users.Insert({uId, strName.c_str()}, &user));
+            ASSERT_EQ(users.Find(uId, SByNumber()), user);
+            ASSERT_EQ(QV_RES_OK, users.FindOrInsert({uId, ""}, &user));
+            ASSERT_EQ(QV_RES_OK, users.FindOrInsert({uId, ""}, &user, SByNumber()));
+            ASSERT_NE("", user->strName);
+            ASSERT_EQ(QV_RES_OK, numbered.FindOrInsert(std::to_string(uId), &found));
+            ASSERT_EQ(uId, found->uId);
+            ASSERT_EQ(QV_RES_ALREADY_EXISTS, numbered.Insert(SNumbered(uId), &found));
+        }
+        const unsigned int uLookedFor = Below(rng, 300);
+        ExpectBounds(users, model, uLookedFor, uLookedFor, SByNumber());
+        ExpectBounds(users, model, uLookedFor, SUser(uLookedFor, ""), SByNumber());
+        ExpectBounds(numbered, model, uLookedFor, SNumbered(uLookedFor));
+        ExpectBounds(numbered, model, uLookedFor, std::to_string(uLookedFor));
+        ASSERT_EQ(model.size(), numbered.GetSize());
+        ASSERT_TRUE(std::is_sorted(numbered.begin(), numbered.end()));
+        const SUser other(uLookedFor, "");
+        ASSERT_EQ(model.lower_bound(uLookedFor) != model.end(), static_cast<bool>(users.FindLowerBound(other)))
+            << "by the callback";
+    }
+}
+
+TEST(CTypedTreeKeys, AnotherOrderThanTheTreesIsNoneForElementsAndRefusedForOtherKeys)
+{
+    CAATree<SNumbered> tree;
+    CAATree<SNumbered>::handle found;
+    for (const unsigned int uId : {50u, 20u, 80u, 10u, 30u, 70u, 90u})
+    {
+        ASSERT_EQ(QV_RES_OK, tree.FindOrInsert(SNumbered(uId), &found, SNumberedDescending()));
+        ASSERT_EQ(uId, found->uId);
+    }
+    EXPECT_EQ(10u, tree.GetFirst()->uId);
+    EXPECT_EQ(50u, tree.FindLowerBound(SNumbered(50), SNumberedDescending())->uId);
+    EXPECT_EQ(70u, tree.FindUpperBound(SNumbered(50), SNumberedDescending())->uId);
+    for (unsigned int uId = 0; uId < 100; uId += 7)
+    {
+        found = tree.GetLast();
+        if (uId == 70) continue;
+        EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.FindOrInsert(std::to_string(uId), &found, SNumberedDescending()));
+        EXPECT_EQ(tree.GetLast(), found);
+        EXPECT_EQ(7u, tree.GetSize());
+    }
+    CAATree<SNumbered> descending{SNumberedDescending()};
+    for (const char* const pszId : {"2", "1", "3"})
+        ASSERT_EQ(QV_RES_OK, descending.FindOrInsert(std::string(pszId), &found, SNumberedDescending()));
+    EXPECT_EQ(3u, descending.GetFirst()->uId);
+}
+
+TEST(CTypedTreeKeys, FindingNeedsNoMemoryAndANewElementSaysThatThereIsNone)
+{
+    CTestAllocator allocator;
+    CAATree<int> tree(&allocator);
+    CAATree<int>::handle found;
+    ASSERT_EQ(QV_RES_OK, tree.Insert(1, &found));
+    ASSERT_EQ(1, *found);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.FindOrInsert(2, nullptr));
+    const CAATree<int>::handle none;
+    CAATree<int>::handle* const pNone = nullptr;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, tree.Insert(2, pNone));
+    for (const bool bLocked : {false, true})
+    {
+        allocator.SetRefusing(!bLocked);
+        tree.SetLockCapacity(bLocked ? 1 : 0);
+        const QvResult resRefused = bLocked ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+        CAATree<int>::handle inserted;
+        EXPECT_EQ(resRefused, tree.FindOrInsert(2, &inserted));
+        EXPECT_EQ(resRefused, tree.Insert(2, &inserted));
+        EXPECT_EQ(none, inserted);
+        EXPECT_EQ(QV_RES_OK, tree.FindOrInsert(1, &inserted));
+        EXPECT_EQ(QV_RES_ALREADY_EXISTS, tree.Insert(1, &inserted));
+        EXPECT_EQ(found, inserted);
+        EXPECT_EQ(1u, tree.GetSize());
+    }
+}
+
+// Elements in front of the current node move its index.
+TEST(CTypedTreeKeys, ANewElementInFrontOfTheOneAskedForLastMovesItsIndex)
+{
+    CAATree<SNumbered> tree;
+    CAATree<SNumbered>::handle found;
+    std::set<unsigned int> model;
+    std::mt19937 rng(TestSeed());
+    for (unsigned int uStep = 0; uStep < 500; ++uStep)
+    {
+        const unsigned int uId = Below(rng, 1000);
+        ASSERT_EQ(QV_RES_OK, tree.FindOrInsert(std::to_string(uId), &found));
+        model.insert(uId);
+        const unsigned int uIndex = Below(rng, model.size());
+        ASSERT_EQ(*std::next(model.begin(), uIndex), tree.GetAt(uIndex)->uId);
+    }
+}
+
 TEST(CAATreeTyped, HandlesWalkAndErase)
 {
     CAATree<int> tree;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "framework/basic/list.h"
+#include "framework/basic/map.h"
 #include "framework/basic/marshal_values.h"
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
@@ -189,6 +190,10 @@ TEST(MarshalReader, ReadsWhatWasWrittenAndNothingOfWhatWasCut)
     ExpectMarshaled("vector-list", Of<CVList<bool>>(true, false, true), {3, 0, 0, 0, 1, 0, 1}, {0, 0, 0, 0});
     ExpectMarshaled("vectors", Of<CVector<CVector<char>>>(CVector<char>(), Of<CVector<char>>('x', 'y')),
                     {2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 'x', 'y'}, {0, 0, 0, 0});
+    CMap<CString, short> map;
+    map["b"] = 1;
+    map["a"] = -1;
+    ExpectMarshaled("map", map, {2, 0, 0, 0, 1, 0, 'a', 0xFF, 0xFF, 1, 0, 'b', 1, 0}, {0, 0, 0, 0});
     ExpectMarshaled("types of a program", Of<CVector<user::SPoint>>(user::SPoint{5, true}), {1, 0, 0, 0, 5, 0, 1},
                     {0, 0, 0, 0});
 }
@@ -271,6 +276,13 @@ const SJudged g_astJUDGED[] = {
     {"a bad element", {3, 0, 0, 0, 1, 2, 1}, 99, ReadOne<CVector<bool>>, QV_RES_INVALID_ARGUMENT, 5},
     {"a cut element", {2, 0, 0, 0, 0, 0, 5, 0}, 99, ReadOne<CList<CString>>, QV_RES_FAIL, 6},
     {"a point on the left", {1, 0, 0, 0, 0xFF, 0xFF, 1}, 99, ReadOne<CVector<user::SPoint>>, QV_RES_NO_INTERFACE, 4},
+    {"a map in any order", {2, 0, 0, 0, 9, 1, 8, 1}, 4, ReadOne<CMap<char, bool>>, QV_RES_OK, 8},
+    {"a key that comes twice", {2, 0, 0, 0, 9, 1, 9, 1}, 4, ReadOne<CMap<char, bool>>, QV_RES_ALREADY_EXISTS, 6},
+    {"a map above the maximum", {2, 0, 0, 0, 9, 1, 8, 1}, 3, ReadOne<CMap<char, bool>>, QV_RES_INVALID_ARGUMENT, 0},
+    {"a bad value", {2, 0, 0, 0, 9, 1, 8, 2}, 4, ReadOne<CMap<char, bool>>, QV_RES_INVALID_ARGUMENT, 7},
+    {"a cut value", {7, 1, 0, 0, 0, 2, 5, 0, 'a'}, 99, ReadTwo<CMap<char, CString>>, QV_RES_FAIL, 6},
+    {"more entries than fit", {2, 0, 0, 0, 9, 0, 0, 9, 0}, 99, ReadOne<CMap<char, CString>>, QV_RES_FAIL, 0},
+    {"more maps than fit", {2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 999, ReadOne<CList<CMap<int, int>>>, QV_RES_FAIL, 0},
     {"half a time", {7, 1, 0, 0, 0, 2, 0, 0}, 0, ReadTwo<CTime>, QV_RES_FAIL, 1}};
 }  // namespace
 
@@ -425,6 +437,17 @@ TEST(MarshalReader, WithoutMemoryItSaysSo)
     allocator.SetRefusing(false);
     vector.SetLockCapacity(1);
     expect(vector, QV_RES_INVALID_STATE);
+
+    CMap<char, bool> map(&allocator);
+    map['x'] = true;
+    const Bytes entries = {2, 0, 0, 0, 8, 0, 9, 0};
+    CMarshalReader reader = ReaderOf(entries);
+    map.ReduceCapacity(0);
+    allocator.SetRefusing(true);
+    reader >> map;
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, reader.GetResult());
+    EXPECT_EQ(6u, reader.GetPosition()) << "the first one had the node of 'x'";
+    EXPECT_TRUE(map.IsEmpty());
 }
 
 TEST(MarshalReader, AStringWithoutMemoryIsEmpty)

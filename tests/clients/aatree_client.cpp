@@ -90,6 +90,43 @@ void Nodes(const CInts& rConst)
     CHECK(rConst.CurrentNodeIsInvalid() && rConst.GetCurrentNode() == CAATreeBase::ms_pNullNode);
 }
 
+/// Found by its number as well.
+struct SUser
+{
+    explicit SUser(int nTheId) : nId(nTheId) {}
+
+    int nId;
+};
+
+struct SById
+{
+    int operator()(const SUser& rFirst, const SUser& rSecond) const { return rFirst.nId - rSecond.nId; }
+    int operator()(const SUser& rUser, int nId) const { return rUser.nId - nId; }
+};
+
+void Keys()
+{
+    using Users = CAATree<SUser>;
+    Users users{SById()};
+    Users::handle found;
+    Users::const_handle foundToo;
+    CHECK(users.Insert(SUser(3), &found) == QV_RES_OK && found->nId == 3);
+    CHECK(users.Insert(SUser(3), &found) == QV_RES_ALREADY_EXISTS && users.Insert(SUser(1)) == QV_RES_OK);
+    CHECK(users.FindOrInsert(5, &found, SById()) == QV_RES_OK && found->nId == 5);
+    CHECK(users.FindOrInsert(SUser(6), &found) == QV_RES_OK && users.GetSize() == 4);
+    CHECK(users.FindOrInsert(7, nullptr, SById()) == QV_RES_INVALID_ARGUMENT);
+    const Users& rConst = users;
+    foundToo = rConst.Find(5, SById());
+    CHECK(foundToo && users.Find(5, SById()) && !rConst.Find(4, SById()) && rConst.Find(SUser(3)));
+    CHECK(users.FindLowerBound(3, SById())->nId == 3 && rConst.FindUpperBound(3, SById())->nId == 5);
+    CHECK(users.FindLowerBound(SUser(4))->nId == 5 && !rConst.FindUpperBound(SUser(6)));
+
+    CAATree<long> numbers;
+    CAATree<long>::handle number;
+    CHECK(numbers.FindOrInsert(7, &number) == QV_RES_OK && *number == 7 && numbers.Find(7) == number);
+    CHECK(numbers.FindLowerBound(8) != number && numbers.FindUpperBound(6) == number);
+}
+
 void Types()
 {
     using Node = CAATreeBase::CAATreeNode;
@@ -131,6 +168,7 @@ void Types()
 void AATreeClient()
 {
     Types();
+    Keys();
     const CBlockAllocator blocks(sizeof(int) + 32, nullptr);
     CInts tree(blocks);
     Elements(tree);

@@ -14,7 +14,7 @@
     Client(Framework)                                                                                        \
     Client(Result) Client(FrameworkInitializer) Client(Trace) Client(Singleton) Client(EventNotifier)        \
     Client(Fault) Client(StringFormat) Client(Version)                                                       \
-    Client(Allocator) Client(Vector) Client(List) Client(AATree) Client(VectorList)                          \
+    Client(Allocator) Client(Vector) Client(List) Client(AATree) Client(Map) Client(VectorList)              \
     Client(String) Client(Blob) Client(Marshaler) Client(Time) Client(TimeZone)                              \
     Client(Mutex) Client(Thread) Client(Timer) Client(Alive)                                                 \
     Client(ECom)                                                                                             \

@@ -1,0 +1,486 @@
+// Beside std::map, and for what that does not do: keys that become others, exhausted memory, entries that stay.
+#include "framework/basic/map.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "framework/basic/string.h"
+#include "tests/basic/named_operations.h"
+#include "tests/support/container_elements.h"
+#include "tests/support/refusing_new.h"
+#include "tests/support/test_allocator.h"
+
+namespace
+{
+constexpr unsigned int uKEYS = 60;
+
+int PlainKey(int nKey)
+{
+    return nKey;
+}
+std::string PlainKey(const CString& rstrKey)
+{
+    return std::string(rstrKey.CStr(), rstrKey.GetSize());
+}
+
+template <typename K>
+K MakeKey(unsigned int u)
+{
+    if constexpr (std::is_same_v<K, int>) return static_cast<int>(u) - 30;
+    else return CString(("key " + std::to_string(u)).c_str());
+}
+
+/// A map of ours beside one of the standard library.
+template <typename K>
+class CMapModel
+{
+    using Plain = decltype(PlainKey(std::declval<const K&>()));
+    using Map = CMap<K, long>;
+
+public:
+    explicit CMapModel(std::mt19937& rRng) : m_rRng(rRng), m_map(&m_allocator) {}
+
+    void BeginStep()
+    {
+        m_key = MakeKey<K>(Below(m_rRng, uKEYS));
+        m_nValue = static_cast<long>(Below(m_rRng, 1000));
+        m_itModel = m_model.find(PlainKey(m_key));
+    }
+    void EndStep()
+    {
+        ASSERT_EQ(m_model.size(), m_map.GetSize());
+        ASSERT_EQ(m_model.empty(), m_map.IsEmpty());
+        auto itModel = m_model.begin();
+        for (const auto& [key, value] : std::as_const(m_map))
+        {
+            ASSERT_EQ(itModel->first, PlainKey(key));
+            ASSERT_EQ(itModel->second.first, value);
+            const void*& rpAddress = itModel->second.second;
+            if (rpAddress == nullptr) rpAddress = &value;
+            ASSERT_EQ(rpAddress, &value) << "an entry stays where it is";
+            ++itModel;
+        }
+    }
+
+    void Count()
+    {
+        ++m_map[m_key];
+        ++m_model[PlainKey(m_key)].first;
+    }
+    void Insert()
+    {
+        typename Map::handle inserted;
+        const bool bNew = m_model.emplace(PlainKey(m_key), std::make_pair(m_nValue, nullptr)).second;
+        ASSERT_EQ(bNew ? QV_RES_OK : QV_RES_ALREADY_EXISTS, m_map.Insert(m_key, m_nValue, &inserted));
+        ASSERT_EQ(m_map.Find(m_key), inserted);
+    }
+    void InsertOrAssign()
+    {
+        ASSERT_EQ(QV_RES_OK, m_map.InsertOrAssign(m_key, m_nValue));
+        m_model[PlainKey(m_key)].first = m_nValue;
+    }
+    void FindOrInsert()
+    {
+        typename Map::handle found;
+        ASSERT_EQ(QV_RES_OK, m_map.FindOrInsert(m_key, &found));
+        ASSERT_EQ(PlainKey(m_key), PlainKey(found->key));
+        ASSERT_EQ(m_model[PlainKey(m_key)].first, found->value);
+        found->value = m_model[PlainKey(m_key)].first = m_nValue;
+    }
+    void Find()
+    {
+        const auto found = std::as_const(m_map).Find(m_key);
+        ASSERT_EQ(m_itModel != m_model.end(), static_cast<bool>(found));
+        if (found) { ASSERT_EQ(m_itModel->second.first, found->value); }
+    }
+    void FindBounds()
+    {
+        ExpectAt(m_model.lower_bound(PlainKey(m_key)), m_map.FindLowerBound(m_key));
+        ExpectAt(m_model.upper_bound(PlainKey(m_key)), m_map.FindUpperBound(m_key));
+        ExpectAt(m_model.lower_bound(PlainKey(m_key)), std::as_const(m_map).FindLowerBound(m_key));
+        ExpectAt(m_model.upper_bound(PlainKey(m_key)), std::as_const(m_map).FindUpperBound(m_key));
+    }
+    void GetAt()
+    {
+        const unsigned int uIndex = Below(m_rRng, uKEYS);
+        const auto* const pEntry = m_map.GetAt(uIndex);
+        ASSERT_EQ(uIndex < m_model.size(), pEntry != nullptr);
+        if (pEntry != nullptr) { ASSERT_EQ(std::next(m_model.begin(), uIndex)->first, PlainKey(pEntry->key)); }
+    }
+    void Erase() { ASSERT_EQ(m_model.erase(PlainKey(m_key)) != 0, m_map.Erase(m_key)); }
+    void EraseByHandle()
+    {
+        if (Below(m_rRng, 2) == 0) m_map.Erase(m_map.Find(m_key));
+        else m_map.Erase(std::as_const(m_map).Find(m_key));
+        m_model.erase(PlainKey(m_key));
+    }
+    void EraseByItsOwnKey()
+    {
+        if (const auto found = m_map.Find(m_key))
+        {
+            ASSERT_TRUE(m_map.Erase(found->key));
+            m_model.erase(PlainKey(m_key));
+        }
+    }
+    void EraseAll()
+    {
+        m_map.EraseAll();
+        m_model.clear();
+    }
+    void Copy()
+    {
+        Map copy(m_map);
+        ASSERT_TRUE(copy == m_map);
+        if (const auto found = copy.Find(m_key))
+        {
+            ++found->value;
+            ASSERT_TRUE(copy != m_map) << "another value";
+        }
+        copy[m_key] = m_nValue;
+        copy.Erase(m_key);
+        ASSERT_EQ(m_itModel != m_model.end(), copy != m_map) << "an entry less";
+        Map assigned;
+        assigned[m_key] = 5;
+        assigned = m_map;
+        ASSERT_TRUE(assigned == m_map);
+    }
+    void Move()
+    {
+        Map moved(std::move(m_map));
+        ASSERT_TRUE(m_map.IsEmpty());
+        Map assigned(&m_allocator);
+        assigned = std::move(moved);
+        ASSERT_TRUE(moved.IsEmpty());
+        swap(m_map, assigned);
+        std::swap(m_map, assigned);
+        ASSERT_TRUE(m_map.IsEmpty());
+        swap(assigned, m_map);
+    }
+    void Reserve()
+    {
+        const unsigned int uCapacity = Below(m_rRng, uKEYS);
+        ASSERT_EQ(QV_RES_OK, m_map.ReduceCapacity(0));
+        ASSERT_EQ(m_map.GetSize(), m_map.GetCapacity());
+        ASSERT_EQ(QV_RES_OK, m_map.ReserveCapacity(uCapacity));
+        ASSERT_EQ(std::max(uCapacity, m_map.GetSize()), m_map.GetCapacity());
+    }
+    // Whatever needs a new entry is refused; what does not, is not.
+    void WithoutAnEntryToBeHad()
+    {
+        const bool bLocked = Below(m_rRng, 2) == 0;
+        const QvResult resRefused = bLocked ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
+        m_map.ReduceCapacity(0);
+        if (bLocked) m_map.SetLockCapacity(1);
+        else m_allocator.SetRefusing(true);
+        const bool bThere = m_itModel != m_model.end();
+        typename Map::handle found;
+        EXPECT_EQ(bThere ? QV_RES_ALREADY_EXISTS : resRefused, m_map.Insert(m_key, m_nValue));
+        EXPECT_EQ(bThere ? QV_RES_OK : resRefused, m_map.FindOrInsert(m_key, &found));
+        EXPECT_EQ(bThere, static_cast<bool>(found));
+        EXPECT_EQ(bThere ? QV_RES_OK : resRefused, m_map.InsertOrAssign(m_key, m_nValue));
+        if (bThere) { EXPECT_EQ(m_nValue, m_map[m_key]); }
+        else { EXPECT_THROW(m_map[m_key] = 3, std::bad_alloc); }
+        if (bThere) m_itModel->second.first = m_nValue;
+        const Map copy(m_map);
+        EXPECT_TRUE(bLocked ? copy == m_map : copy.IsEmpty());
+        EXPECT_NE(bLocked, m_allocator.HasRefused());
+        m_map.SetLockCapacity(0);
+        m_allocator.SetRefusing(false);
+    }
+
+private:
+    template <typename Position, typename Handle>
+    void ExpectAt(Position itExpected, Handle found)
+    {
+        ASSERT_EQ(itExpected != m_model.end(), static_cast<bool>(found));
+        if (found) { ASSERT_EQ(itExpected->first, PlainKey(found->key)); }
+    }
+
+    std::mt19937& m_rRng;
+    CTestAllocator m_allocator;
+    Map m_map;
+    /// The value, and where it was seen first.
+    std::map<Plain, std::pair<long, const void*>> m_model;
+    K m_key{};
+    long m_nValue = 0;
+    typename std::map<Plain, std::pair<long, const void*>>::iterator m_itModel;
+};
+
+template <typename K>
+class CMapOf : public testing::Test
+{
+};
+using CKeys = testing::Types<int, CString>;
+TYPED_TEST_SUITE(CMapOf, CKeys);
+}  // namespace
+
+TYPED_TEST(CMapOf, WhateverIsDoneItIsWhatTheStandardMapIs)
+{
+    using Model = CMapModel<TypeParam>;
+    static const SNamedOperation<Model> astOPERATIONS[] = {{"count", 20, &Model::Count},
+                                                           {"insert", 20, &Model::Insert},
+                                                           {"insert or assign", 10, &Model::InsertOrAssign},
+                                                           {"find or insert", 10, &Model::FindOrInsert},
+                                                           {"find", 10, &Model::Find},
+                                                           {"find bounds", 10, &Model::FindBounds},
+                                                           {"get at", 10, &Model::GetAt},
+                                                           {"erase", 15, &Model::Erase},
+                                                           {"erase by handle", 10, &Model::EraseByHandle},
+                                                           {"erase by its own key", 5, &Model::EraseByItsOwnKey},
+                                                           {"erase all", 1, &Model::EraseAll},
+                                                           {"copy", 3, &Model::Copy},
+                                                           {"move", 3, &Model::Move},
+                                                           {"reserve", 3, &Model::Reserve},
+                                                           {"no entry to be had", 10, &Model::WithoutAnEntryToBeHad}};
+    std::mt19937 rng(TestSeed());
+    Model model(rng);
+    DoAtRandom<Model>(model, astOPERATIONS, 4000, rng);
+}
+
+TEST(Map, AnEntryIsTakenApartAndItsKeyIsConst)
+{
+    CMap<CString, long> counts;
+    for (const char* const pszWord : {"to", "be", "or", "not", "to", "be"}) ++counts[pszWord];
+    std::string strCounts;
+    for (auto& [word, count] : counts)
+    {
+        static_assert(std::is_same_v<decltype(word), const CString> && std::is_same_v<decltype(count), long>);
+        strCounts += std::string(word.CStr()) + std::to_string(count);
+        count = 0;
+    }
+    EXPECT_EQ("be2not1or1to2", strCounts);
+    EXPECT_EQ(0, counts.Find("to")->value);
+    EXPECT_EQ(CString("be"), counts.GetFirst()->key);
+    EXPECT_EQ(CString("to"), std::as_const(counts).GetLast()->key);
+    counts.Erase(counts.begin());
+    counts.Erase(std::as_const(counts).begin());
+    EXPECT_EQ(2u, counts.GetSize());
+
+    using Map = CMap<CString, long>;
+    static_assert(std::bidirectional_iterator<Map::iterator> && std::bidirectional_iterator<Map::const_iterator>);
+    static_assert(std::is_same_v<Map::key_type, CString> && std::is_same_v<Map::mapped_type, long> &&
+                  std::is_same_v<Map::value_type, SMapEntry<CString, long>>);
+    static_assert(std::is_nothrow_move_constructible_v<Map> && std::is_nothrow_move_assignable_v<Map> &&
+                  std::is_nothrow_swappable_v<Map>);
+    static_assert(!std::is_convertible_v<IAllocator*, Map>);
+}
+
+TEST(Map, KeysAndValuesOfAnyTypeLiveAsLongAsTheirEntry)
+{
+    const int nLive = CCounted::ms_nLive;
+    {
+        CMap<CCounted, CCounted> map;
+        for (int n = 0; n < 50; ++n) ASSERT_EQ(QV_RES_OK, map.Insert(CCounted(n * 7 % 50), CCounted(n)));
+        EXPECT_EQ(QV_RES_ALREADY_EXISTS, map.Insert(CCounted(3), CCounted(99)));
+        EXPECT_EQ(0, map[CCounted(50)].GetValue());
+        EXPECT_TRUE(map.Erase(CCounted(7)));
+        EXPECT_FALSE(map.Erase(CCounted(7)));
+        EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(CCounted(14), CCounted(-1)));
+        EXPECT_EQ(-1, map.Find(CCounted(14))->value.GetValue());
+        EXPECT_EQ(nLive + 100, CCounted::ms_nLive);
+        CMap<CCounted, CCounted> copy(map);
+        copy = map;
+    }
+    EXPECT_EQ(nLive, CCounted::ms_nLive);
+    EXPECT_EQ(0, CCounted::ms_nStray);
+}
+
+TEST(Map, PointersAreKeysAndStillDifferFromHandles)
+{
+    int anNumbers[2] = {};
+    CMap<void*, int> map;
+    map[&anNumbers[1]] = 2;
+    map[&anNumbers[0]] = 1;
+    EXPECT_EQ(1, map.begin()->value);
+    map.Erase(map.begin());
+    map.Erase(std::as_const(map).Find(&anNumbers[0]));
+    EXPECT_EQ(1u, map.GetSize());
+    EXPECT_TRUE(map.Erase(&anNumbers[1]));
+}
+
+TEST(Map, NullIsNoPlaceForAHandle)
+{
+    CMap<int, int> map;
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, map.FindOrInsert(1, nullptr));
+    EXPECT_TRUE(map.IsEmpty());
+    EXPECT_EQ(QV_RES_OK, map.Insert(1, 2, nullptr));
+    map.Erase(CMap<int, int>::handle());
+    EXPECT_EQ(1u, map.GetSize());
+}
+
+TEST(Map, NumbersConvertToKeysAsTheyDoToParameters)
+{
+    CMap<unsigned short, int> map;
+    map[0] = 1;
+    map[0xFFFF] = 2;
+    CMap<long, int> wide;
+    const signed char cMinus = -1;
+    wide[cMinus] = 1;
+    wide[0] = 2;
+    EXPECT_EQ(0xFFFF, map.GetLast()->key);
+    EXPECT_EQ(map.GetLast(), map.FindLowerBound(1));
+    EXPECT_EQ(1, wide.Find(cMinus)->value);
+    EXPECT_EQ(-1, wide.GetFirst()->key);
+}
+
+TEST(Map, KeysThatCompareButDoNotConvertAreLookedForAsTheyAre)
+{
+    using Map = CMap<std::string, int>;
+    static_assert(!std::is_convertible_v<std::string_view, std::string>);
+    Map map;
+    const std::string strLong(100, 'b');
+    const std::string_view viewLong = strLong;
+    map["a"] = 1;
+    map[strLong] = 2;
+    map[std::string_view("c")] = 3;
+    {
+        const CNewRecord record;
+        EXPECT_EQ(2, map.Find(viewLong)->value);
+        EXPECT_EQ(2, std::as_const(map).Find(viewLong)->value);
+        EXPECT_EQ(2, ++map[viewLong] - 1);
+        EXPECT_EQ(strLong, map.FindLowerBound(viewLong)->key);
+        EXPECT_EQ("c", map.FindUpperBound(viewLong)->key);
+        EXPECT_EQ("c", std::as_const(map).FindLowerBound(viewLong).GetNext()->key);
+        EXPECT_EQ("c", std::as_const(map).FindUpperBound(viewLong)->key);
+        Map::handle found;
+        EXPECT_EQ(QV_RES_OK, map.FindOrInsert(viewLong, &found));
+        EXPECT_EQ(3, found->value);
+        EXPECT_EQ(QV_RES_ALREADY_EXISTS, map.Insert(viewLong, 7));
+        EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(viewLong, 7));
+        EXPECT_TRUE(map.Erase(viewLong));
+        EXPECT_TRUE(record.GetRequests().empty());
+    }
+    EXPECT_EQ(QV_RES_OK, map.Insert(viewLong, 8));
+    EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(std::string_view("d"), 9));
+    EXPECT_EQ(4u, map.GetSize());
+    EXPECT_FALSE(map.Find(std::string_view("e")));
+}
+
+namespace
+{
+/// A number that becomes a key of eight bits.
+struct SWide
+{
+    int nValue;
+};
+
+struct SNarrow
+{
+    explicit SNarrow(SWide wide) : cValue(static_cast<signed char>(wide.nValue)) {}
+
+    signed char cValue;
+
+    friend bool operator<(SNarrow first, SNarrow second) { return first.cValue < second.cValue; }
+    friend bool operator<(SNarrow first, SWide second) { return first.cValue < second.nValue; }
+    friend bool operator<(SWide first, SNarrow second) { return first.nValue < second.cValue; }
+};
+}  // namespace
+
+TEST(Map, AKeyThatBecomesAnotherOneIsRefusedAndLeavesTheOrder)
+{
+    CTestAllocator allocator;
+    CMap<SNarrow, int> map(&allocator);
+    for (const int n : {20, -20, 60, 100, -100, 0, 40, 80}) ASSERT_EQ(QV_RES_OK, map.Insert(SWide{n}, n));
+    const CMap<SNarrow, int> before(map);
+    CMap<SNarrow, int>::handle found;
+    unsigned int uRefused = 0;
+    for (int n = -700; n <= 700; ++n)
+    {
+        SCOPED_TRACE(n);
+        if (map.Find(SWide{n}) || (n >= -128 && n <= 127)) continue;
+        // -500 is before -100, and as a key 12; 610 is behind 100, and as a key 98; 631 is 119, which fits there.
+        const int nKey = static_cast<signed char>(n);
+        if (n > 0 ? nKey > 100 : nKey < -100) continue;
+        ++uRefused;
+        ASSERT_EQ(QV_RES_INVALID_ARGUMENT, map.Insert(SWide{n}, n));
+        ASSERT_EQ(QV_RES_INVALID_ARGUMENT, map.FindOrInsert(SWide{n}, &found));
+        ASSERT_EQ(QV_RES_INVALID_ARGUMENT, map.InsertOrAssign(SWide{n}, n));
+        ASSERT_THROW(map[SWide{n}] = 1, std::bad_alloc);
+        ASSERT_TRUE(map == before);
+    }
+    EXPECT_FALSE(found);
+    EXPECT_LT(500u, uRefused);
+    EXPECT_EQ(map.GetSize() + 1, map.GetCapacity()) << "the node that was made is used again";
+}
+
+namespace
+{
+/// Counts how often it is compared.
+struct SCountingKey
+{
+    int nValue;
+
+    friend bool operator<(const SCountingKey& rFirst, const SCountingKey& rSecond)
+    {
+        ++ms_uComparisons;
+        return rFirst.nValue < rSecond.nValue;
+    }
+
+    static inline unsigned int ms_uComparisons = 0;
+};
+}  // namespace
+
+// A tree is never higher than 2 log2(n + 1): 20 for 1,000 entries. One comparison more tells whether the key is there.
+TEST(Map, ACallDescendsOnce)
+{
+    constexpr unsigned int uHEIGHT = 20;
+    using Map = CMap<SCountingKey, int>;
+    Map map;
+    for (int n = 0; n < 500; ++n) map[SCountingKey{n * 202 % 1000}] = n;
+    Map::handle found;
+    const auto expectOneDescent = [&](auto call)
+    {
+        SCountingKey::ms_uComparisons = 0;
+        call();
+        EXPECT_GE(uHEIGHT + 1, SCountingKey::ms_uComparisons);
+        EXPECT_LE(6u, SCountingKey::ms_uComparisons);
+    };
+    for (int n = 0; n < 500; ++n)
+    {
+        expectOneDescent([&] { ++map[SCountingKey{n}]; });
+        expectOneDescent([&] { map.FindOrInsert(SCountingKey{n}, &found); });
+        expectOneDescent([&] { map.Find(SCountingKey{n}); });
+        expectOneDescent([&] { map.Insert(SCountingKey{n + 500}, n); });
+        expectOneDescent([&] { map.InsertOrAssign(SCountingKey{n + 500}, n); });
+        expectOneDescent([&] { map.FindLowerBound(SCountingKey{n}); });
+        expectOneDescent([&] { map.FindUpperBound(SCountingKey{n}); });
+    }
+    EXPECT_EQ(1000u, map.GetSize());
+}
+
+TEST(Map, EveryRequestForMemoryMayFail)
+{
+    CTestAllocator allocator;
+    for (unsigned int uNth = 1;; ++uNth)
+    {
+        CMap<CString, CString> map(&allocator);
+        allocator.RefuseNth(uNth);
+        unsigned int uExpected = 0;
+        for (const char* const pszWord : {"b", "a", "d", "c", "b"})
+        {
+            CMap<CString, CString>::handle found;
+            const QvResult res = map.FindOrInsert(pszWord, &found);
+            if (QvSucceeded(res)) found->value = pszWord;
+            else { ASSERT_EQ(QV_RES_OUT_OF_MEMORY, res); }
+        }
+        for (const auto& [key, value] : map)
+        {
+            EXPECT_EQ(key, value);
+            ++uExpected;
+        }
+        EXPECT_EQ(uExpected, map.GetSize());
+        const bool bRefused = allocator.HasRefused();
+        allocator.RefuseNth(0);
+        EXPECT_EQ(bRefused && uNth != 1 ? 3u : 4u, map.GetSize()) << "\"b\" comes once more";
+        if (!bRefused) break;
+        ASSERT_GT(10u, uNth);
+    }
+}
