@@ -358,12 +358,9 @@ public:
             const QvResult res = this->ReserveNode();
             if (res < 0) return res;
         }
-        const SPlace stPlace = PlaceOf(rElement, order);
-        if (stPlace.pEqual != nullptr) return QV_RES_ALREADY_EXISTS;
-        Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
-        this->ConstructFrom(pNode + 1, __builtin_addressof(rElement));
-        LinkAt(stPlace, pNode, rElement, order);
-        return QV_RES_OK;
+        Node* pNode = nullptr;
+        return FindOrMake(rElement, pNode, order,
+                          [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
     }
     /// The same with a handle of the element that is there then, new or not, and no need of memory where one is.
     /// QV_RES_OK                it is in, and *pInserted designates it
@@ -495,14 +492,7 @@ protected:
     template <typename Key, typename Order, typename Make>
     QvResult InsertMade(const Key& rKey, Node*& rpNode, Order order, Make make)
     {
-        return WithOrder<Key>(order,
-                              [&](auto& rOrder)
-                              {
-                                  const SPlace stPlace = PlaceOf(rKey, rOrder);
-                                  rpNode = stPlace.pEqual;
-                                  if (stPlace.pEqual != nullptr) return QV_RES_ALREADY_EXISTS;
-                                  return MakeAt(stPlace, rKey, rOrder, rpNode, make);
-                              });
+        return WithOrder<Key>(order, [&](auto& rOrder) { return FindOrMake(rKey, rpNode, rOrder, make); });
     }
     /// The node of the element that equals a key of another type, or null.
     template <typename Key, typename Order>
@@ -660,6 +650,15 @@ private:
             }
             return {nullptr, pParent, pParent != pNull && IsKeyBefore(rKey, pParent, rOrder)};
         }
+    }
+
+    template <typename Key, typename Order, typename Make>
+    QvResult FindOrMake(const Key& rKey, Node*& rpNode, Order& rOrder, Make make)
+    {
+        const SPlace stPlace = PlaceOf(rKey, rOrder);
+        rpNode = stPlace.pEqual;
+        if (stPlace.pEqual != nullptr) return QV_RES_ALREADY_EXISTS;
+        return MakeAt(stPlace, rKey, rOrder, rpNode, make);
     }
 
     template <typename Order>
