@@ -1,0 +1,49 @@
+#ifndef BENCH_SUPPORT_WORDS_H
+#define BENCH_SUPPORT_WORDS_H
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// The text of a log: lines of a fixed grammar with rare and frequent words, at least uBytes of them.
+inline std::string MakeLog(std::size_t uBytes)
+{
+    std::uint64_t uState = 1;
+    const auto below = [&uState](unsigned int uLimit)
+    {
+        uState = uState * 6364136223846793005u + 1442695040888963407u;
+        return static_cast<unsigned int>((uState >> 33) % uLimit);
+    };
+    std::vector<std::string> words(4000);
+    for (std::string& rstrWord : words)
+    {
+        for (unsigned int u = 3 + below(9); u != 0; --u) rstrWord += static_cast<char>('a' + below(26));
+    }
+    std::string strLog;
+    while (strLog.size() < uBytes)
+    {
+        strLog += "2024-" + std::to_string(1 + below(12)) + '-' + std::to_string(1 + below(28)) + " INFO [thread-" +
+                  std::to_string(below(16)) + "] " + words[below(50)] + ": user" + std::to_string(below(20000));
+        for (unsigned int u = 0; u < 3; ++u) strLog += ' ' + words[below(1 + below(4000))];
+        strLog += " id=" + std::to_string(below(100000)) + '\n';
+    }
+    return strLog;
+}
+
+/// Calls action(first character, size) for each word.
+template <typename Action>
+void ForEachWord(const std::string& rstrLog, Action action)
+{
+    const auto isLetter = [](char c)
+    { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const char* const pcEnd = rstrLog.data() + rstrLog.size();
+    for (const char* pc = rstrLog.data(); pc < pcEnd;)
+    {
+        const char* const pcWord = pc;
+        while (pc < pcEnd && isLetter(*pc)) ++pc;
+        if (pc != pcWord) action(pcWord, static_cast<std::size_t>(pc - pcWord));
+        else ++pc;
+    }
+}
+
+#endif
