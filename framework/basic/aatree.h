@@ -244,8 +244,7 @@ using OrderedPartOf = std::decay_t<decltype(SOrderedPart<Order>::Of(std::declval
 /// that other arguments convert as those of functions do.
 template <typename T, typename Key>
 constexpr bool g_bIS_FOREIGN_KEY =
-    !std::is_convertible<const Key&, const T&>::value && !std::is_convertible<Key&, const T&>::value &&
-    !std::is_convertible<Key&&, const T&>::value;
+    !std::is_convertible<Key&, const T&>::value && !std::is_convertible<Key, const T&>::value;
 }  // namespace orvel_internal
 
 /// An ordered set of T over CAATreeBase, whose growth, threading and cost rules it has:

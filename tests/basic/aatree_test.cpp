@@ -495,6 +495,34 @@ TEST(CTypedTreeKeys, FindingNeedsNoMemoryAndANewElementSaysThatThereIsNone)
     }
 }
 
+namespace
+{
+/// Convert to numbers, but not in every state.
+struct SChangingNumber
+{
+    operator int() { return 7; }
+};
+struct SVanishingNumber
+{
+    operator int() && { return 8; }
+};
+}  // namespace
+
+TEST(CTypedTreeKeys, WhatConvertsIsAnElementAsItWasBeforeThereWereOtherKeys)
+{
+    CAATree<int> tree;
+    for (const int n : {7, 8}) ASSERT_EQ(QV_RES_OK, tree.Insert(n));
+    SChangingNumber changing;
+    EXPECT_EQ(7, *tree.Find(changing));
+    EXPECT_EQ(8, *tree.Find(SVanishingNumber()));
+    EXPECT_EQ(8, *tree.FindUpperBound(changing));
+    EXPECT_EQ(7, *tree.Find({7}));
+    EXPECT_EQ(8, *tree.Find('\b', SNaturalOrder()));
+    CAATree<CCounted> counted;
+    counted.Insert(CCounted(3));
+    EXPECT_EQ(3, counted.Find(CCounted(3))->GetValue());
+}
+
 // Elements in front of the current node move its index.
 TEST(CTypedTreeKeys, ANewElementInFrontOfTheOneAskedForLastMovesItsIndex)
 {

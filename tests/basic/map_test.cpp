@@ -409,6 +409,12 @@ TEST(Map, AKeyThatBecomesAnotherOneIsRefusedAndLeavesTheOrder)
     EXPECT_FALSE(found);
     EXPECT_LT(500u, uRefused);
     EXPECT_EQ(map.GetSize() + 1, map.GetCapacity()) << "the node that was made is used again";
+
+    const int nLive = CCounted::ms_nLive;
+    CMap<SNarrow, CCounted> counted;
+    counted[SWide{1}] = CCounted(5);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, counted.Insert(SWide{-500}, CCounted(3)));
+    EXPECT_EQ(nLive + 1, CCounted::ms_nLive) << "what was made is destroyed";
 }
 
 namespace
