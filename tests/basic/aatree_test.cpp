@@ -500,7 +500,7 @@ namespace
 /// Convert to numbers, but not in every state.
 struct SChangingNumber
 {
-    operator int() { return 7; }
+    operator int() & { return 7; }
 };
 struct SVanishingNumber
 {

@@ -316,6 +316,17 @@ TEST(Map, NullIsNoPlaceForAHandle)
     EXPECT_EQ(1u, map.GetSize());
 }
 
+TEST(Map, MapsOfOtherKeysDiffer)
+{
+    CMap<int, int> first;
+    CMap<int, int> second;
+    first[1] = second[2] = 5;
+    EXPECT_FALSE(first == second);
+    EXPECT_TRUE(first != second);
+    first[2] = second[1] = 5;
+    EXPECT_TRUE(first == second);
+}
+
 TEST(Map, NumbersConvertToKeysAsTheyDoToParameters)
 {
     CMap<unsigned short, int> map;
