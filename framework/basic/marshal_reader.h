@@ -200,8 +200,8 @@ QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CString& rString);
 QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CBlob& rBlob);
 
 /// How many bytes a T takes in a message at least, which is what bounds the counts of containers. 1 for a type of your
-/// own, which must take one byte; specialise it where you know more, and for an enumeration whose operators are your own
-/// and take less than its underlying type.
+/// own, which must take one byte; specialise it where you know more, and for an enumeration whose operators are your
+/// own and take less than its underlying type.
 template <typename T, typename = void>
 struct SMarshaledMinimum : std::integral_constant<unsigned int, 1>
 {

@@ -151,11 +151,11 @@ namespace orvel_internal
 template <typename T>
 constexpr bool g_bIS_READ_BY_READER = std::is_same<T, CTime>::value;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CVector<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CVector<T>> = true;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CList<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CList<T>> = true;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CVList<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CVList<T>> = true;
 }  // namespace orvel_internal
 
 /// From a marshaler itself: the same without a maximum. Nothing is reported; what fails leaves the marshaler in front
