@@ -17,4 +17,11 @@ refuse() {
 refuse "finish it or drop it" '\b(TOD[O]|FIXM[E]|XX[X])\b'
 refuse "white space at the end of a line" '[[:blank:]]$'
 refuse "a tab where spaces belong" $'\t'
+# What a comment says to be pinned, a test of that name pins.
+while IFS=. read -r suite name; do
+  if ! grep -rqE "^TEST(_F|_P)?\(${suite}, ${name}\)" tests; then
+    echo "framework says 'pinned by ${suite}.${name}', but tests/ has no such test"
+    status=1
+  fi
+done < <(grep -rhzoP 'pinned by[\s/]+\K\w+\.\w+' framework | tr '\0' '\n')
 exit "$status"

@@ -167,6 +167,12 @@ class Tree:
         written = subprocess.run(["rsync", "-rlci", "--files-from=-", f"{ROOT}/", f"{self.path}/"], text=True,
                                  check=True, capture_output=True,
                                  input="\n".join(file for file in files if file and (ROOT / file).exists())).stdout
+        # What the tree no longer has would be found by the build's patterns.
+        kept = {self.path / file for file in files}
+        for directory in {file.partition("/")[0] for file in files if "/" in file}:
+            for path in (self.path / directory).rglob("*"):
+                if path.is_file() and path not in kept:
+                    path.unlink()
         self.log.write_bytes(b"")
         # Warnings are no errors in a mutant.
         launcher = WORK / "compile"

@@ -425,6 +425,7 @@ QvResult CBlob::OpenGap(unsigned int uIndex, unsigned int uSize)
 // False, with nothing appended, when there is no source or no memory.
 bool CBlob::TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset)
 {
+    // The exception that Append() names, pinned by CBlobBits.BehindABoundaryReplaceASingleByteThatWasAppendedAsOne.
     if (size_t{m_uAppendBitsIndex} + 1 != m_uSize) m_uAppendBitsIndex = m_uSize;
     const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
 

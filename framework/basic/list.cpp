@@ -205,8 +205,7 @@ QvResult CListBase::Insert(unsigned int uIndex, const CListBase& rSrc)
     if (m_uElementSize != rSrc.m_uElementSize || uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
     if (rSrc.m_uSize == 0) return QV_RES_OK;
     const QvResult res = GrowCapacity(*this, size_t{m_uSize} + rSrc.m_uSize);
-    // To the front and not to uIndex: kept, and pinned by
-    // CListBaseInterface.InsertsElementsAtTheIndexAndListsAtTheFront.
+    // To the front and not to uIndex: kept, and pinned by CList.InsertsElementsAtTheIndexAndListsAtTheFront.
     return res >= 0 ? Copy(this, 0, &rSrc, 0, rSrc.m_uSize) : res;
 }
 

@@ -67,8 +67,11 @@ using UnsignedOf =
 ///                                     QV_RES_INVALID_STATE where its capacity is locked
 /// Memory     Nothing is allocated for what cannot be there. A string or blob takes at most as many bytes as are there;
 ///            a container takes sizeof(T) for each element, and its nodes.
-/// Ownership  Borrows the bytes: what they lie in must outlive the reader, and a marshaler must not be assigned to or
-///            cleared meanwhile. It is not changed: what is inserted or extracted meanwhile makes no difference.
+/// Depth      Containers in containers are as deep as their type. A type of your own that contains itself is as deep as
+///            the message says, which may be deeper than the stack: its operator has to count, and to Fail().
+/// Ownership  Borrows the bytes, and changes nothing: what they lie in must outlive the reader. Meanwhile a blob must
+///            not change, nor be read into; a marshaler must not be assigned to or cleared, whereas what is inserted or
+///            extracted makes no difference.
 /// Copying    A copy goes on from the same position by itself, and copies no byte: that is how one looks ahead.
 ///
 ///     CMarshalReader ahead(reader);
@@ -197,13 +200,16 @@ QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CString& rString);
 QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CBlob& rBlob);
 
 /// How many bytes a T takes in a message at least, which is what bounds the counts of containers. 1 for a type of your
-/// own, which must take one byte; specialise it where you know more.
+/// own, which must take one byte; specialise it where you know more, and for an enumeration whose operators are your
+/// own and take less than its underlying type.
 template <typename T, typename = void>
 struct SMarshaledMinimum : std::integral_constant<unsigned int, 1>
 {
 };
 template <typename T>
-struct SMarshaledMinimum<T, std::enable_if_t<std::is_arithmetic<T>::value || std::is_enum<T>::value>>
+struct SMarshaledMinimum<T,
+                         std::enable_if_t<orvel_internal::g_bIS_OLD_NUMBER<T> || orvel_internal::g_bIS_NEW_NUMBER<T> ||
+                                          orvel_internal::SIsSizedEnum<T>::value>>
     : std::integral_constant<unsigned int, sizeof(T)>
 {
 };

@@ -185,13 +185,13 @@ namespace orvel_internal
 template <typename T>
 constexpr bool g_bIS_READ_BY_READER = std::is_same<T, CTime>::value;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CVector<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CVector<T>> = true;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CList<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CList<T>> = true;
 template <typename T>
-constexpr bool g_bIS_READ_BY_READER<CVList<T>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CVList<T>> = true;
 template <typename K, typename V>
-constexpr bool g_bIS_READ_BY_READER<CMap<K, V>> = true;
+inline constexpr bool g_bIS_READ_BY_READER<CMap<K, V>> = true;
 }  // namespace orvel_internal
 
 /// From a marshaler itself: the same without a maximum. Nothing is reported; what fails leaves the marshaler in front

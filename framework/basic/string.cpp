@@ -64,7 +64,8 @@ unsigned int CapacityToFormat(unsigned int uCapacity, unsigned int uStartIndex, 
     if (uCapacity == 0) uCapacity = g_uGROWTH_STEP;
     while (uLength >= uCapacity - uStartIndex)
     {
-        const uint16_t uDoubled = static_cast<uint16_t>(uCapacity * 2);  // 16 bits on purpose: the end of growth.
+        // 16 bits on purpose: the end of growth, pinned by CStringFormatLimit.DoublingIn16BitsDecidesWhatFindsRoom.
+        const uint16_t uDoubled = static_cast<uint16_t>(uCapacity * 2);
         if (uDoubled <= uCapacity) return 0;
         uCapacity = uDoubled;
     }

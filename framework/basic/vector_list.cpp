@@ -53,7 +53,7 @@ CVListBase::CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllo
 
 // Unlike in the constructors above, the order is made with its construction flag set, so that it handles addresses
 // through the element operations and not as bytes: the flag is visible in the object, so this is kept, and pinned by
-// CVListBaseLayout.OnlyACopysOrderConstructsItsSlots.
+// CVList.OnlyACopysOrderConstructsItsSlots.
 CVListBase::CVListBase(const CVListBase& rSrc)
     : m_elementAllocator(rSrc.m_elementAllocator),
       m_uElementSize(rSrc.m_uElementSize),

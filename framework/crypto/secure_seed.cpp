@@ -139,7 +139,7 @@ QvResult CSecureSeedBremoFw::GenerateSeed(uint8_t* puSeed)
         UpdateFromValue(*sha1, static_cast<uint64_t>(getuid())) >= 0 &&
         UpdateFromValue(*sha1, static_cast<int64_t>(time(nullptr))) >= 0)
     {
-        UpdateFromValue(*sha1, ++std::atomic_ref<unsigned int>(ms_uCounter));
+        UpdateFromValue(*sha1, std::atomic_ref<unsigned int>(ms_uCounter).fetch_add(1, std::memory_order_relaxed) + 1);
     }
     return sha1->End(puSeed);
 }

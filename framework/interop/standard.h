@@ -367,7 +367,7 @@ private:
 ///   alignment above that of operator new (16), which blocks do not have.
 /// - **Equality:** Two of the same allocator are equal; in a program without run-time type information, an object
 ///   equals only itself.
-class CAllocatorResource : public std::pmr::memory_resource
+class QV_EXPORT CAllocatorResource : public std::pmr::memory_resource
 {
 public:
     explicit CAllocatorResource(IAllocator* pAllocator = nullptr)
@@ -473,9 +473,8 @@ inline SText TextOf(const CTime& rTime)
     unsigned int uJulianDay;
     unsigned int uTimeMs;
     rTime.GetJulianDateAndTime(uJulianDay, uTimeMs, true);
-    constexpr unsigned int uDAY_MS = 86400000;
-    const SDate date = DateOf(uJulianDay + uTimeMs / uDAY_MS);
-    const STime time = SplitTimeOfDay(uTimeMs % uDAY_MS);
+    const SDate date = DateOf(uJulianDay + uTimeMs / g_uMS_PER_DAY);
+    const STime time = SplitTimeOfDay(uTimeMs % g_uMS_PER_DAY);
     SText text;
     text.uSize = static_cast<unsigned int>(snprintf(text.sz, sizeof(text.sz), "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ",
                                                     date.uYear, date.uMonth, date.uDay, time.uHour, time.uMinute,

@@ -184,8 +184,8 @@ QvResult CThread::StartThread(unsigned int (*pfn)(unsigned int), unsigned int uP
     // The shut-down has waited for the last thread already, and destroys values: nobody would wait for another one.
     if (!g_bHasKey) return QV_RES_THREAD_CREATE_FAILED;
     if (Join(nullptr) == QV_RES_THREAD_JOIN_SELF) return QV_RES_THREAD_JOIN_SELF;
-    m_semRun.Wait();
-    JoinHandle();  // joins a run that another thread has started since and that has ended
+    m_semRun.Wait();  // no guard: it is taken until the run has ended
+    JoinHandle();     // joins a run that another thread has started since and that has ended
     SetState(eSTARTING);
     std::atomic_ref(m_uId).store(NextThreadId(), std::memory_order_release);
     m_pfnThread = pfn;
@@ -224,9 +224,8 @@ QvResult CThread::Join(unsigned int* puExitCode)
     }
     if (GetState() != eIDLE)
     {
-        m_semRun.Wait();
+        const CBinarySemaphoreGuard run(&m_semRun);
         JoinHandle();
-        m_semRun.Signal(false);
     }
     if (puExitCode != nullptr) *puExitCode = GetExitCode();
     return QV_RES_OK;
@@ -363,7 +362,8 @@ void* CThread::ThreadEntry(void* pvThread)
     const SScheduling& rstScheduling = g_astSCHEDULING[pThread->m_ePriority];
     if (rstScheduling.nPolicy == SCHED_OTHER)
     {
-        // Of the process, not of the thread, and at every start, on purpose: StartThread() promises it.
+        // Of the process, not of the thread, and at every start, on purpose: StartThread() promises it, pinned by
+        // CThreadCalls.SetOrdinarySchedulingExplicitlyNoStackSizeAndTheNiceValueOfTheProcess.
         setpriority(PRIO_PROCESS, static_cast<id_t>(getpid()), rstScheduling.nPriority);
     }
     pThread->m_hThread = pthread_self();

@@ -299,7 +299,7 @@ TEST(CTimeZoneQueries, AnswerInBothForms)
     EXPECT_EQ((Values{g_uJULIAN_2024 - 1, 20 * g_uHOUR_MS}), (Values{uJulianDay, uTimeMs}));
     zone.ConvertFromLocaleToUTC(uJulianDay, uTimeMs);
     EXPECT_EQ((Values{g_uJULIAN_2024, g_uHOUR_MS}), (Values{uJulianDay, uTimeMs}));
-    unsigned short au[7] = {2024, 7, 1, 3, 4, 5, 6};
+    unsigned short au[7] = {2024, 7, 1, 3, 4, 3, 2006};
     zone.ConvertFromUTCToLocale(au[0], au[1], au[2], au[3], au[4], au[5], au[6]);
     EXPECT_EQ((Values{2024, 6, 30, 23, 4, 5, 6}), Values(au, au + 7));
     zone.ConvertFromLocaleToUTC(au[0], au[1], au[2], au[3], au[4], au[5], au[6]);

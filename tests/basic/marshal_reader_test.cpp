@@ -19,6 +19,25 @@
 
 namespace user
 {
+enum EColor  // without an underlying type, and so with operators of its own
+{
+    eRED,
+    eBLUE
+};
+
+CMarshaler& operator<<(CMarshaler& rMarshaler, EColor eColor)
+{
+    return rMarshaler << static_cast<unsigned char>(eColor);
+}
+
+CMarshalReader& operator>>(CMarshalReader& rReader, EColor& reColor)
+{
+    unsigned char uColor = 0;
+    rReader >> uColor;
+    reColor = static_cast<EColor>(uColor);
+    return rReader;
+}
+
 struct SPoint
 {
     short nX = 7;
@@ -196,6 +215,8 @@ TEST(MarshalReader, ReadsWhatWasWrittenAndNothingOfWhatWasCut)
     ExpectMarshaled("map", map, {2, 0, 0, 0, 1, 0, 'a', 0xFF, 0xFF, 1, 0, 'b', 1, 0}, {0, 0, 0, 0});
     ExpectMarshaled("types of a program", Of<CVector<user::SPoint>>(user::SPoint{5, true}), {1, 0, 0, 0, 5, 0, 1},
                     {0, 0, 0, 0});
+    ExpectMarshaled("an enumeration of one byte", Of<CVector<user::EColor>>(user::eRED, user::eBLUE),
+                    {2, 0, 0, 0, 0, 1}, {0, 0, 0, 0});
 }
 
 TEST(MarshalReader, BitsOfFloatingPointNumbersStayAsTheyAre)

@@ -113,6 +113,7 @@ constexpr SText g_astTEXTS[] = {
     {"EST5: 30", eACCEPTED, "blanks before the minutes"},
     {"EST5:+30", eACCEPTED, "a plus before the minutes"},
     {"EST5:-30", eREFUSED, "a minus before the minutes"},
+    {"EST5:-10", eREFUSED, "the same, and no daylight time named ':' ten hours ahead"},
     {"EST ", eREFUSED, "a name that ends with a blank, and no offset"},
     {"EST5 ", eREFUSED, "a daylight name of a blank, and nothing behind"},
     // The daylight name.

@@ -555,3 +555,26 @@ TEST(CSha256Misuse, AfterEndOnlyBeginGoesOn)
     ASSERT_EQ(QV_RES_OK, sha256.Update(message.data(), 100));
     EXPECT_EQ(want, EndOf(sha256));
 }
+
+TEST(CSha1MacDestructor, LeavesNothingOfKeyAndMessageInTheObject)
+{
+    alignas(CSha1Mac) unsigned char auObject[sizeof(CSha1Mac)] = {};
+    const Bytes key(20, 0x9C);
+    const Bytes message(20, 0xE4);
+    CSha1Mac* const pMac = ::new (auObject) CSha1Mac;
+    ASSERT_EQ(QV_RES_OK, pMac->Begin(key.data(), 20));
+    ASSERT_EQ(QV_RES_OK, pMac->Update(message.data(), 20));
+    Bytes pad(64, 0x36);
+    std::fill_n(pad.begin(), key.size(), static_cast<unsigned char>(0x9C ^ 0x36));
+    std::vector<uint32_t> words = sha_model::SSha1::Start();
+    sha_model::SSha1::Block(words, pad.data());
+    pMac->~CSha1Mac();
+    const std::vector<Bytes> secrets = {message, Bytes(20, 0x9C ^ 0x36), Bytes(20, 0x9C ^ 0x5C),
+                                        BytesAt(words.data(), 0, 20)};
+    for (const Bytes& rSecret : secrets)
+    {
+        const auto itSome = rSecret.begin() + 8;
+        EXPECT_EQ(std::end(auObject), std::search(auObject, std::end(auObject), rSecret.begin(), itSome))
+            << +rSecret[0];
+    }
+}

@@ -23,7 +23,7 @@ void PrintTo(const SUse& rstUse, std::ostream* pStream)
     *pStream << rstUse.pszName;
 }
 
-const SUse g_astUses[] = {
+const SUse g_astUSES[] = {
     {"Generate", "CSecurePrng", [] { CSecurePrng::Generate(4, g_auBytes); }},
     {"GenerateOfTheImplementation", "CSecurePrng", [] { CSecurePrngBremoFw::Generate(4, g_auBytes); }},
     {"SetSeed", "CSecurePrng", [] { CSecurePrng::SetSeed(4, g_auBytes); }},
@@ -67,7 +67,7 @@ TEST_P(COutsideLifetime, EndsTheProcessAfterTheShutDown)
                 LineOf(GetParam().pszClass, " after the last Finalize\\(\\): the framework is down"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Uses, COutsideLifetime, testing::ValuesIn(g_astUses),
+INSTANTIATE_TEST_SUITE_P(Uses, COutsideLifetime, testing::ValuesIn(g_astUSES),
                          [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 // On raw bytes, the algorithms have nothing that start-up makes.

@@ -6,6 +6,8 @@
 #include <new>
 #include <type_traits>
 
+#include "framework/kernel/internal/keep_stores.h"
+
 /// Internal: locals that hold secrets.
 namespace orvel_internal
 {
@@ -13,7 +15,7 @@ namespace orvel_internal
 inline void Wipe(void* pvMemory, size_t uSize)
 {
     memset(pvMemory, 0, uSize);
-    asm volatile("" : : "r"(pvMemory) : "memory");
+    KeepStoresTo(pvMemory);
 }
 
 /// A T whose memory is zeroed when the scope is left, also by an exception or a cancelled thread. A scalar or an array

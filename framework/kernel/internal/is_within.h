@@ -13,7 +13,7 @@ inline bool IsWithin(const void* pv, const void* pvBegin, size_t uBytes)
     return reinterpret_cast<uintptr_t>(pv) - reinterpret_cast<uintptr_t>(pvBegin) < uBytes;
 }
 
-/// Whether two runs of bytes share one.
+/// Whether two runs of bytes share one. The second counts from its address on also when it is empty.
 inline bool Overlap(const void* pv1, size_t uBytes1, const void* pv2, size_t uBytes2)
 {
     const uintptr_t u1 = reinterpret_cast<uintptr_t>(pv1);
