@@ -289,6 +289,7 @@ private:
         Node* pNode = nullptr;
         const QvResult res = Make(rKey, pNode, std::move(rValue));
         if (res != QV_RES_ALREADY_EXISTS) return res;
+        // NOLINTNEXTLINE(bugprone-use-after-move): no entry was made, which would have taken it.
         Tree::ElementOf(pNode).value = std::move(rValue);
         return QV_RES_OK;
     }
