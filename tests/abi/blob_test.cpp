@@ -114,6 +114,7 @@ TEST(CBlobBytes, OutOfLineFormsReadTheFields)
     EXPECT_EQ(blob.m_pvStorage, blob.GetFirstIndexPtr());
     EXPECT_EQ(blob.m_pvStorage, rBlob.GetFirstIndexPtr());
     EXPECT_EQ(blob.GetFirstIndexPtr() + 2, blob.GetAt(2));
+    EXPECT_EQ(blob.m_pvStorage, rBlob.GetAt(0));
     EXPECT_EQ(nullptr, blob.GetAt(3));
 }
 

@@ -26,6 +26,7 @@ public:
     unsigned int GetLastIndex() const;
     unsigned int GetEndIndex() const;
     unsigned char* GetAt(unsigned int uIndex);
+    const unsigned char* GetAt(unsigned int uIndex) const;
     unsigned char* GetFirstIndexPtr();
     const unsigned char* GetFirstIndexPtr() const;
 

@@ -346,3 +346,13 @@ TEST(CBlobText, WithoutMemoryATextIsRefused)
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.Append(CString("our secret")));
     EXPECT_EQ(0u, blob.GetSize());
 }
+
+TEST(CBlobAccess, GivesTheBytesOfAConstBlobAndNoneBehindThem)
+{
+    const unsigned char auBytes[] = {3, 1, 4};
+    CBlob blob;
+    ASSERT_EQ(QV_RES_OK, blob.Append(auBytes, 3));
+    const CBlob& rConst = blob;
+    EXPECT_EQ(blob.begin() + 2, rConst.GetAt(2));
+    EXPECT_EQ(nullptr, rConst.GetAt(3));
+}
