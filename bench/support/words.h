@@ -1,7 +1,10 @@
 #ifndef BENCH_SUPPORT_WORDS_H
 #define BENCH_SUPPORT_WORDS_H
+#include <benchmark/benchmark.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -44,6 +47,25 @@ void ForEachWord(const std::string& rstrLog, Action action)
         if (pc != pcWord) action(pcWord, static_cast<std::size_t>(pc - pcWord));
         else ++pc;
     }
+}
+
+/// The peer: counts the words of a log of as many bytes as the argument says.
+inline void BM_CountWordsInStdMap(benchmark::State& rState)
+{
+    const std::string strLog = MakeLog(static_cast<std::size_t>(rState.range(0)));
+    for (auto _ : rState)
+    {
+        std::map<std::string, long> counts;
+        std::string strWord;
+        ForEachWord(strLog,
+                    [&](const char* pcWord, std::size_t uSize)
+                    {
+                        strWord.assign(pcWord, uSize);
+                        ++counts[strWord];
+                    });
+        benchmark::DoNotOptimize(counts.size());
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
 }
 
 #endif
