@@ -2,40 +2,19 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <string>
 
-#include "framework/basic/marshal_reader.h"
+#include "bench/support/string_messages.h"
 
 namespace
 {
-// The usual hand-written reader of bytes in a std::string: a cursor that checks the end.
-class CStringReader
-{
-public:
-    explicit CStringReader(const std::string& rString) : m_rString(rString) {}
-    bool Read(unsigned int& ruValue)
-    {
-        if (m_rString.size() - m_uCursor < sizeof(ruValue)) return false;
-        std::memcpy(&ruValue, m_rString.data() + m_uCursor, sizeof(ruValue));
-        m_uCursor += sizeof(ruValue);
-        return true;
-    }
-
-private:
-    const std::string& m_rString;
-    std::size_t m_uCursor = 0;
-};
+using ::Sum;
+using ::Write;
 
 // Neither side is inlined into its caller: streams are handed around by reference.
 __attribute__((noinline)) void Write(CMarshaler& rMarshaler, unsigned int uCount)
 {
     for (unsigned int u = 0; u < uCount; ++u) rMarshaler << u;
-}
-
-__attribute__((noinline)) void Write(std::string& rString, unsigned int uCount)
-{
-    for (unsigned int u = 0; u < uCount; ++u) rString.append(reinterpret_cast<const char*>(&u), sizeof(u));
 }
 
 __attribute__((noinline)) unsigned int Sum(CMarshaler& rMarshaler, unsigned int uCount)
@@ -45,30 +24,6 @@ __attribute__((noinline)) unsigned int Sum(CMarshaler& rMarshaler, unsigned int 
     {
         unsigned int uValue = 0;
         rMarshaler >> uValue;
-        uSum += uValue;
-    }
-    return uSum;
-}
-
-__attribute__((noinline)) unsigned int Sum(CMarshalReader& rReader, unsigned int uCount)
-{
-    unsigned int uSum = 0;
-    for (unsigned int u = 0; u < uCount; ++u)
-    {
-        unsigned int uValue = 0;
-        rReader >> uValue;
-        uSum += uValue;
-    }
-    return uSum;
-}
-
-__attribute__((noinline)) unsigned int Sum(CStringReader& rReader, unsigned int uCount)
-{
-    unsigned int uSum = 0;
-    for (unsigned int u = 0; u < uCount; ++u)
-    {
-        unsigned int uValue = 0;
-        rReader.Read(uValue);
         uSum += uValue;
     }
     return uSum;
@@ -153,47 +108,6 @@ void BM_MessageStd(benchmark::State& rState)
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
-// Numbers from bytes that came from elsewhere, every one checked; and the same where they lie in segments.
-void BM_ReadOurs(benchmark::State& rState)
-{
-    const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
-    std::string str;
-    Write(str, uCount);
-    for (auto _ : rState)
-    {
-        CMarshalReader reader(str.data(), static_cast<unsigned int>(str.size()), 0);
-        benchmark::DoNotOptimize(Sum(reader, uCount));
-        if (reader.HasFailed()) rState.SkipWithError("a number is missing");
-    }
-    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
-}
-
-void BM_ReadSegments(benchmark::State& rState)
-{
-    const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
-    CMarshaler marshaler;
-    Write(marshaler, uCount);
-    for (auto _ : rState)
-    {
-        CMarshalReader reader(marshaler, 0);
-        benchmark::DoNotOptimize(Sum(reader, uCount));
-        if (reader.HasFailed()) rState.SkipWithError("a number is missing");
-    }
-    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
-}
-
-void BM_ReadStd(benchmark::State& rState)
-{
-    const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
-    std::string str;
-    Write(str, uCount);
-    for (auto _ : rState)
-    {
-        CStringReader reader(str);
-        benchmark::DoNotOptimize(Sum(reader, uCount));
-    }
-    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
-}
 }  // namespace
 
 BENCHMARK(BM_InsertOurs)->Name("marshaler insert/ours")->Arg(14)->Arg(1000)->Arg(100000);
@@ -202,6 +116,3 @@ BENCHMARK(BM_InsertExtractOurs)->Name("marshaler insert and extract/ours")->Arg(
 BENCHMARK(BM_InsertExtractStd)->Name("marshaler insert and extract/std::string")->Arg(14)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_MessageOurs)->Name("marshaler message/ours")->Arg(14)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_MessageStd)->Name("marshaler message/std::string")->Arg(14)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ReadOurs)->Name("marshal reader bytes/ours")->Arg(14)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ReadSegments)->Name("marshal reader segments/ours")->Arg(14)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_ReadStd)->Name("marshal reader bytes/std::string")->Arg(14)->Arg(1000)->Arg(100000);
