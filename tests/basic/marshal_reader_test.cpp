@@ -435,6 +435,19 @@ TEST(MarshalReader, AnOperatorFailsItOnceAndOnlyWithAFailure)
     EXPECT_EQ(0, uByte);
 }
 
+TEST(MarshalReader, AFailureLeavesNothingToReadInAnySegment)
+{
+    CMarshaler marshaler;
+    for (unsigned int u = 0; u < 100; ++u) marshaler << u;
+    CMarshalReader reader(marshaler, 0);
+    reader.Fail(QV_RES_NO_INTERFACE, 0);
+    EXPECT_EQ(0u, reader.GetRemaining());
+    unsigned int uRead = 1;
+    reader >> uRead;
+    EXPECT_EQ(0u, uRead);
+    EXPECT_EQ(0u, reader.GetRemaining());
+}
+
 TEST(MarshalReader, WithoutMemoryItSaysSo)
 {
     CTestAllocator allocator;

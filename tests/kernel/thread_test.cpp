@@ -46,6 +46,16 @@ protected:
 };
 }  // namespace
 
+TEST_F(CThreadRun, StatesHaveTheNumbersThatOldProgramsKnow)
+{
+    using State = CThread::EState;
+    unsigned int uNumber = 0;
+    for (const State e : {State::eIDLE, State::eSTARTING, State::eRUNNING, State::eRETURNED, State::eDESTROYED})
+    {
+        EXPECT_EQ(uNumber++, static_cast<unsigned int>(e));
+    }
+}
+
 TEST_F(CThreadRun, GoesFromIdleOverRunningAndReturnedBackToIdle)
 {
     EXPECT_EQ(CThread::eIDLE, m_thread.GetState());
