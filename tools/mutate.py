@@ -285,7 +285,7 @@ class Tree:
 
 
 def stem_of(path):
-    """digest.h belongs to the digests, sha_blocks_x86.cpp to sha_blocks."""
+    """The name of the module that a part belongs to: that of sha_blocks_x86.cpp is sha."""
     return re.sub(r"_(blocks|x86|avx\w*|v?pclmul|vaes|aesni).*$", "", path.stem)
 
 

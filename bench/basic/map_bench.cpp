@@ -79,11 +79,7 @@ void BM_Insert(benchmark::State& rState)
     for (auto _ : rState)
     {
         rState.PauseTiming();
-        for (std::size_t u = numbers.size(); u > 1; --u)
-        {
-            uState = uState * 1664525u + 1013904223u;
-            std::swap(numbers[u - 1], numbers[(uState >> 8) % u]);
-        }
+        Reshuffle(numbers, uState);
         {
             Map map;
             rState.ResumeTiming();

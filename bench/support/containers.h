@@ -47,6 +47,16 @@ inline std::vector<int> ShuffledInts(std::int64_t nCount)
     return numbers;
 }
 
+/// Puts numbers into another order, a new one at each call, so that branch prediction cannot learn it.
+inline void Reshuffle(std::vector<int>& rNumbers, std::uint32_t& ruState)
+{
+    for (std::size_t u = rNumbers.size(); u > 1; --u)
+    {
+        ruState = ruState * 1664525u + 1013904223u;
+        std::swap(rNumbers[u - 1], rNumbers[(ruState >> 8) % u]);
+    }
+}
+
 /// The containers' Shell sort as one writes it by hand for a known type; a function of its own, as ours is.
 /// isAfter(a, b) tells whether element a orders behind element b.
 template <typename Element, typename IsAfter>
