@@ -56,6 +56,17 @@ struct SHasNaturalOrder<T, std::void_t<decltype(std::declval<const T&>() < std::
 {
 };
 
+/// Whether elements of type T can be copied. Containers claim to be copyable whatever they hold, so theirs are asked.
+template <typename T, typename = void>
+struct SIsCopyable : std::is_copy_constructible<T>
+{
+};
+template <typename T>
+struct SIsCopyable<T, std::enable_if_t<!std::is_same<T, typename T::value_type>::value>>
+    : std::bool_constant<std::is_copy_constructible<T>::value && SIsCopyable<typename T::value_type>::value>
+{
+};
+
 /// Selects the constructors that set no member and acquire nothing. Such an object is never destroyed, and nothing of
 /// it is read but the pointer to its table of virtual functions.
 struct SNoMembers
@@ -161,7 +172,12 @@ public:
     }
     void ConstructFrom(void* pElement, const void* pSource) override
     {
-        ::new (pElement) T(*static_cast<const T*>(pSource));
+        // What copies elements does not compile for those that cannot be copied. So they come here only from where the
+        // source is destroyed next, and those that cannot be moved either not at all.
+        if constexpr (SIsCopyable<T>::value) ::new (pElement) T(*static_cast<const T*>(pSource));
+        else if constexpr (std::is_move_constructible<T>::value)
+            ::new (pElement) T(std::move(*static_cast<T*>(const_cast<void*>(pSource))));
+        else static_cast<void>(pElement), static_cast<void>(pSource);
     }
     void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
 
