@@ -4,10 +4,6 @@
 #include <type_traits>
 #include <utility>
 
-#if !defined(__cpp_exceptions)
-#include <stdlib.h>
-#endif
-
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/typed_elements.h"
@@ -45,16 +41,6 @@ struct SOrderedPart<SKeyOrder<K, V>>
         return rKey;
     }
 };
-
-/// For what gives a reference and therefore cannot return a result.
-[[noreturn]] __attribute__((noinline, cold)) inline void ThrowOutOfMemory()
-{
-#if defined(__cpp_exceptions)
-    throw std::bad_alloc();
-#else
-    abort();
-#endif
-}
 }  // namespace orvel_internal
 
 /// Values by their keys, in the order of the keys' `<`, over a CAATree, whose growth, threading and cost rules it has:

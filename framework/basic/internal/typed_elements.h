@@ -15,6 +15,10 @@
 #include <iterator>
 #endif
 
+#if !defined(__cpp_exceptions)
+#include <stdlib.h>
+#endif
+
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
@@ -25,14 +29,37 @@
 #define ORVEL_UNPREDICTABLE(condition) (condition)
 #endif
 
+namespace orvel_internal
+{
+/// The order of `<` with three outcomes. Specialised for types that find it out in one go.
+template <typename First, typename Second>
+struct SThreeWayOrder
+{
+    static int Of(const First& rFirst, const Second& rSecond)
+    {
+        if (rFirst < rSecond) return -1;
+        return rSecond < rFirst ? 1 : 0;
+    }
+};
+
+/// For what gives a reference and therefore cannot return a result.
+[[noreturn]] __attribute__((noinline, cold)) inline void ThrowOutOfMemory()
+{
+#if defined(__cpp_exceptions)
+    throw std::bad_alloc();
+#else
+    abort();
+#endif
+}
+}  // namespace orvel_internal
+
 /// The order of `<`, as a typed comparison: what the typed containers use when they are given none.
 struct SNaturalOrder
 {
     template <typename First, typename Second>
     int operator()(const First& rFirst, const Second& rSecond) const
     {
-        if (rFirst < rSecond) return -1;
-        return rSecond < rFirst ? 1 : 0;
+        return orvel_internal::SThreeWayOrder<First, Second>::Of(rFirst, rSecond);
     }
 };
 
