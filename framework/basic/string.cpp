@@ -270,6 +270,16 @@ CString& CString::operator=(char c)
     return *this = szText;
 }
 
+int CString::CompareRest(const char* pszOther) const
+{
+    const unsigned int uSize = GetSize();
+    const int nOrder = strncmp(CStr() + 8, pszOther + 8, uSize - 8);
+    if (nOrder != 0) return nOrder;
+    // Equal up to the end of this string, or up to a NUL in it, where the other text ends.
+    if (strnlen(pszOther + 8, uSize - 8) != uSize - 8) return 1;
+    return pszOther[uSize] == '\0' ? 0 : -1;
+}
+
 int CString::CaseInsCmp(const char* pszOther) const
 {
     const char* pszOwn = CStr();

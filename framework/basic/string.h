@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/internal/typed_elements.h"
 #include "framework/basic/marshaler.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/mutex.h"
@@ -76,7 +77,11 @@ public:
     bool operator!=(const CString& rOther) const { return !(*this == rOther); }
     bool operator!=(const char* pszOther) const { return !(*this == pszOther); }
     /// Orders by all characters as unsigned bytes, the shorter of equal beginnings first.
-    bool operator<(const CString& rOther) const
+    bool operator<(const CString& rOther) const { return Compare(rOther) < 0; }
+    /// Negative, 0 or positive as this string orders before, with or after the other one: the order of `<`, in one go.
+    /// Trees, maps, sorts and searches of strings use it where they are given no comparison. NULs are characters like
+    /// others here, so that two strings which `==` takes for equal may order one before the other.
+    int Compare(const CString& rOther) const
     {
         const unsigned int uSize = GetSize();
         const unsigned int uOtherSize = rOther.GetSize();
@@ -86,11 +91,26 @@ public:
             // Most texts differ early. Only where they do not, is a call worth it.
             const uint64_t uBegin = BeginOf(CStr(), uCommon);
             const uint64_t uOtherBegin = BeginOf(rOther.CStr(), uCommon);
-            if (uBegin != uOtherBegin) return uBegin < uOtherBegin;
+            if (uBegin != uOtherBegin) return uBegin < uOtherBegin ? -1 : 1;
             const int nOrder = uCommon > 8 ? memcmp(CStr() + 8, rOther.CStr() + 8, uCommon - 8) : 0;
-            if (nOrder != 0) return nOrder < 0;
+            if (nOrder != 0) return nOrder;
         }
-        return uSize < uOtherSize;
+        return static_cast<int>(uSize) - static_cast<int>(uOtherSize);
+    }
+    /// The same with a text of any length, which no string is made of.
+    int Compare(const char* pszOther) const
+    {
+        if (pszOther == nullptr) pszOther = "";
+        const char* const pszOwn = CStr();
+        const unsigned int uSize = GetSize();
+        for (unsigned int u = 0; u != 8; ++u)
+        {
+            if (u == uSize) return pszOther[u] == '\0' ? 0 : -1;
+            if (pszOwn[u] != pszOther[u])
+                return static_cast<unsigned char>(pszOwn[u]) < static_cast<unsigned char>(pszOther[u]) ? -1 : 1;
+            if (pszOwn[u] == '\0') return 1;  // a character of this string, and the end of the other text
+        }
+        return CompareRest(pszOther);
     }
     /// Negative, 0 or positive as this text orders before, with or after the other up to a NUL, letters of either case
     /// being equal (tolower()). pszOther must not be null.
@@ -292,6 +312,8 @@ private:
         uBegin = __builtin_bswap64(uBegin);
         return uSize < sizeof(uBegin) ? uBegin >> (64 - 8 * uSize) : uBegin;
     }
+    // The rest of Compare(): the first 8 characters are equal, and no NULs.
+    int CompareRest(const char* pszOther) const;
     // The way of an append that does not stay in the block.
     void AppendElsewhere(const char* pszText, unsigned int uSize);
     QV_HIDDEN bool HoldsAddress(const char* psz) const;
@@ -315,10 +337,110 @@ private:
 QV_EXPORT CString operator+(const char* pszLeft, const CString& rRight);
 QV_EXPORT CString operator+(char cLeft, const CString& rRight);
 
+/// The other comparisons: the order of CString::Compare(), and the equality of `==`.
+inline bool operator>(const CString& rLeft, const CString& rRight)
+{
+    return rLeft.Compare(rRight) > 0;
+}
+inline bool operator<=(const CString& rLeft, const CString& rRight)
+{
+    return rLeft.Compare(rRight) <= 0;
+}
+inline bool operator>=(const CString& rLeft, const CString& rRight)
+{
+    return rLeft.Compare(rRight) >= 0;
+}
+inline bool operator<(const CString& rLeft, const char* pszRight)
+{
+    return rLeft.Compare(pszRight) < 0;
+}
+inline bool operator>(const CString& rLeft, const char* pszRight)
+{
+    return rLeft.Compare(pszRight) > 0;
+}
+inline bool operator<=(const CString& rLeft, const char* pszRight)
+{
+    return rLeft.Compare(pszRight) <= 0;
+}
+inline bool operator>=(const CString& rLeft, const char* pszRight)
+{
+    return rLeft.Compare(pszRight) >= 0;
+}
+inline bool operator==(const char* pszLeft, const CString& rRight)
+{
+    return rRight == pszLeft;
+}
+inline bool operator!=(const char* pszLeft, const CString& rRight)
+{
+    return !(rRight == pszLeft);
+}
+inline bool operator<(const char* pszLeft, const CString& rRight)
+{
+    return rRight.Compare(pszLeft) > 0;
+}
+inline bool operator>(const char* pszLeft, const CString& rRight)
+{
+    return rRight.Compare(pszLeft) < 0;
+}
+inline bool operator<=(const char* pszLeft, const CString& rRight)
+{
+    return rRight.Compare(pszLeft) >= 0;
+}
+inline bool operator>=(const char* pszLeft, const CString& rRight)
+{
+    return rRight.Compare(pszLeft) <= 0;
+}
+
 /// Writes the size as 16 bits, then the characters without their NUL.
 QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CString& rString);
 /// Reads them back. If memory runs out, the characters are skipped and the string is empty.
 QV_EXPORT CMarshaler& operator>>(CMarshaler& rMarshaler, CString& rString);
+
+/// The order of strings, and of strings and texts, in one pass.
+namespace orvel_internal
+{
+template <>
+struct SThreeWayOrder<CString, CString>
+{
+    static int Of(const CString& rFirst, const CString& rSecond) { return rFirst.Compare(rSecond); }
+};
+struct SStringBeforeText
+{
+    static int Of(const CString& rFirst, const char* pszSecond) { return rFirst.Compare(pszSecond); }
+};
+struct STextBeforeString
+{
+    static int Of(const char* pszFirst, const CString& rSecond)
+    {
+        const int nOrder = rSecond.Compare(pszFirst);
+        return (nOrder < 0) - (nOrder > 0);  // not negated: the least number has no opposite
+    }
+};
+template <>
+struct SThreeWayOrder<CString, const char*> : SStringBeforeText
+{
+};
+template <>
+struct SThreeWayOrder<CString, char*> : SStringBeforeText
+{
+};
+template <size_t uSIZE>
+struct SThreeWayOrder<CString, char[uSIZE]> : SStringBeforeText
+{
+};
+template <>
+struct SThreeWayOrder<const char*, CString> : STextBeforeString
+{
+};
+template <>
+struct SThreeWayOrder<char*, CString> : STextBeforeString
+{
+};
+template <size_t uSIZE>
+struct SThreeWayOrder<char[uSIZE], CString> : STextBeforeString
+{
+};
+}  // namespace orvel_internal
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CString.
 QV_EXPORT QvResult InitializeCString();

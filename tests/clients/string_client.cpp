@@ -90,6 +90,20 @@ void Construction()
     CHECK(strText.FindSubstring(0, nullptr) == 4);
 }
 
+void Order()
+{
+    const CString strA("a");
+    const CString strB("b");
+    Promised<bool (CString::*)(const CString&) const>(&CString::operator<);
+    Promised<int (CString::*)(const CString&) const>(&CString::Compare);
+    Promised<int (CString::*)(const char*) const>(&CString::Compare);
+    CHECK(strA.Compare(strB) < 0 && strB.Compare("a") > 0 && strA.Compare("a") == 0 && CString().Compare(nullptr) == 0);
+    CHECK(strA < strB && strB > strA && strA <= strB && strB >= strA && strA != strB);
+    CHECK(strA < "b" && strB > "a" && strA <= "b" && strB >= "a" && strA == "a" && strA != "b");
+    CHECK("a" < strB && "b" > strA && "a" <= strB && "b" >= strA && "a" == strA && "b" != strA);
+    CHECK(CString() <= nullptr && nullptr >= CString() && strA > nullptr && nullptr == CString());
+}
+
 void Editing()
 {
     CString str("text");
@@ -183,6 +197,7 @@ void StringClient()
     static_assert(sizeof(CString) == 16 && std::has_virtual_destructor_v<CString>);
     CMyString("shared").Internals();
     Construction();
+    Order();
     Editing();
     Sums();
     Formatting();
