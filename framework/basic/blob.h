@@ -196,7 +196,7 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
     QvResult Append(const char* pszText);
     /// Appends a byte. Without room the capacity doubles (16 bytes at least), so that many of them cost few
-    /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and its like.
+    /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and such.
     /// Append() instead takes what is needed and not a byte more, and returns a result where this throws
     /// std::bad_alloc, with the blob as it was.
     void push_back(unsigned char uByte)
