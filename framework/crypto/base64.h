@@ -100,9 +100,9 @@ public:
     /// room for the bytes behind those that the blob holds; a move of the bytes if it holds any.
     ///
     /// - `QV_RES_OK`: the blob holds the bytes.
-    /// - `QV_RES_INVALID_ARGUMENT`: a pointer is null, or the text is no such: a character, be it white space, is not of the
-    ///   alphabet, padding is missing or followed by more, or the bits beside it are not 0. The blob is as
-    ///   it was, maybe with more capacity.
+    /// - `QV_RES_INVALID_ARGUMENT`: a pointer is null, or the text is no such: a character, be it white space, is not
+    ///   of the alphabet, padding is missing or followed by more, or the bits beside it are not 0. The blob is as it
+    ///   was, maybe with more capacity.
     /// - `QV_RES_OUT_OF_MEMORY`: the blob's allocator gave no block; the blob is as it was.
     [[nodiscard]] static QvResult FromText(const CString& rText, CBlob* pblob,
                                            EAlphabet eAlphabet = eALPHABET_STANDARD);
