@@ -327,7 +327,8 @@ QvResult CBlob::AssignHex(const char* pszHex)
 
 QvResult CBlob::ToText(CString* pstrText) const
 {
-    return orvel_internal::WriteText(pstrText, m_uSize, [this](char* psz) { memcpy(psz, begin(), m_uSize); });
+    if (pstrText == nullptr) return QV_RES_INVALID_ARGUMENT;
+    return pstrText->Assign(reinterpret_cast<const char*>(begin()), m_uSize);
 }
 
 QvResult CBlob::ToHex(CString* pstrHex, bool bUpperCase) const

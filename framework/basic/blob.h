@@ -295,7 +295,7 @@ public:
     unsigned char& back() { return begin()[m_uSize - 1]; }
     const unsigned char& back() const { return begin()[m_uSize - 1]; }
     unsigned int size() const { return m_uSize; }
-    bool empty() const { return m_uSize == 0; }
+    [[nodiscard]] bool empty() const { return m_uSize == 0; }
     /// The storage, GetCapacity() bytes; null when the capacity is 0.
     unsigned char* GetFirstIndexPtr() { return static_cast<unsigned char*>(m_pvStorage); }
     const unsigned char* GetFirstIndexPtr() const { return static_cast<const unsigned char*>(m_pvStorage); }
