@@ -99,11 +99,7 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 [[nodiscard]] inline QvResult QvAssign(CBlob& rTo, std::string_view bytes)
 {
     if (bytes.size() > 0xFFFFFFFF) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uSize = static_cast<unsigned int>(bytes.size());
-    QV_RETURN_IF_FAILED(rTo.ReserveCapacity(uSize));  // which moves nothing that is a part of the blob: that has room
-    if (uSize != 0) memmove(rTo.GetFirstIndexPtr(), bytes.data(), uSize);
-    rTo.Clear();
-    return rTo.Resize(uSize);
+    return rTo.Assign(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size()));
 }
 
 #ifdef __cpp_lib_span
