@@ -195,7 +195,9 @@ def navigation(site_pages, examples, entries):
     by_label = {page.label: page for page in site_pages}
 
     def item(address, text):
-        return f'<li><a href="{address}">{html.escape(text)}</a></li>'
+        # Long names may be broken between their parts.
+        words = re.sub(r"(?<=[a-z])(?=[A-Z])", "<wbr>", html.escape(text)) if len(text) > 22 else html.escape(text)
+        return f'<li><a href="{address}">{words}</a></li>'
 
     def group(text, items):
         return f"<li><details><summary>{html.escape(text)}</summary><ul>{''.join(items)}</ul></details></li>"
@@ -248,8 +250,25 @@ def with_navigation(text, name, items):
     return text.replace("<!-- site-nav -->", f'<nav id="site-nav" aria-label="All pages"><ul>{nav}</ul></nav>', 1)
 
 
-def finish_page(path, items, numbers):
+def first_numbers(page):
+    """The number at which each numbered list of a page begins."""
+    out, last = [], None
+    for kind, line in pages.lines_with_kind(page.text):
+        found = re.match(r" *(\d+)\. ", line) if kind == "text" else None
+        if found:
+            if last is None or int(found[1]) != last + 1:
+                out.append(int(found[1]))
+            last = int(found[1])
+        elif line.strip() and not line.startswith(" "):
+            last = None
+    return out
+
+
+def finish_page(path, items, numbers, page):
     text = path.read_text()
+    lists = first_numbers(page) if page else []
+    if len(lists) == text.count('<ol type="1">'):
+        text = re.sub('<ol type="1">', lambda _: f'<ol start="{lists.pop(0)}">', text)
 
     def picture(match):
         numbers.append(match[1])
@@ -263,6 +282,15 @@ def finish_page(path, items, numbers):
     # The text of a class follows at once.
     text = re.sub(r"<p>(?:(?!</p>).)*? \n?<a href=\"[^\"]*#details\">More...</a></p>\n", "", text, count=1, flags=re.S)
     text = re.sub(r'(<div class="title">[^<]*?)&lt; (.*?) &gt;', r"\1&lt;\2&gt;", text)
+    text = re.sub(r"(<title>|<div class=\"title\">)([^<]*?) (?:File|Directory|Class|Struct|Class Template|Struct Template) "
+                  r"Reference(?= - |<)", r"\1\2", text)
+    text = re.sub(r"(<title>|<div class=\"title\">)(Class|File) List", lambda match: match[1] + (
+        "All classes" if match[2] == "Class" else "All headers"), text)
+    text = re.sub(r'<td class="memItemLeft"([^>]*>(?:<a id="\w+" name="\w+"></a>)?\s*&#160;</td>)',
+                  r'<td class="memItemLeft empty"\1', text)
+    # What a macro does is told in words.
+    text = re.sub(r'(#define&#160;</td><td class="memItemRight"[^>]*>(?:<a [^>]*>|<b>)\w+(?:</a>|</b>)\([^()]*\))&#160;.*?</td>',
+                  r"\1</td>", text, flags=re.S)
     text = text.replace('<a href="#nested-classes">Classes</a>', "Classes") if 'id="nested-classes"' not in text else text
     text = with_navigation(text, path.name, items)
     # The address of what the page is about, for those who skip the head.
@@ -279,7 +307,7 @@ def lost_code(site, site_pages):
                  for code in re.findall(r"<code>(.*?)</code>", text, re.S)}
         lines = {html.unescape(re.sub(r"<[^>]+>", "", line)).replace("\xa0", " ").strip()
                  for line in re.findall(r'<div class="line">(.*?)</div>', text)}
-        prose = "\n".join(line if kind == "text" else "" for kind, line in pages.lines_with_kind(page.text))
+        prose = "\n".join(line if kind == "text" and not line.startswith("#") else "" for kind, line in pages.lines_with_kind(page.text))
         wanted = {pages.words_of_code(match[2]) for match in pages.CODE_SPAN.finditer(prose)}
         out += [f"{page.path}: `{code}` is not shown as it stands" for code in sorted(wanted - shown)]
         wanted = {line.strip() for kind, line in pages.lines_with_kind(page.text) if kind == "code"}
@@ -298,9 +326,9 @@ def main():
     warnings = run_doxygen(work, site)
     entries = list(reference(work))
     items = navigation(site_pages, examples, entries)
-    numbers = []
+    numbers, by_name = [], {page.label: page for page in site_pages}
     for path in sorted(site.glob("*.html")):
-        finish_page(path, items, numbers)
+        finish_page(path, items, numbers, by_name.get(path.stem))
     data = [entry for entry, _, _ in entries] + list(page_entries(site_pages))
     (site / "search_data.js").write_text("window.orvelSearchData=" + json.dumps(data, separators=(",", ":")) + ";\n")
     # Lists of members: the search finds them quicker.

@@ -219,7 +219,9 @@ def for_doxygen(page, by_path, files, children=()):
                 heading = next(headings)
                 label = page.label if heading is page.headings[0] else f"{page.label}_{heading.slug}"
                 label = "mainpage" if label == "index" else label
-                out.append(f"{found[1]} {CODE_SPAN.sub(code_span, escape(found[2]))} {{#{label}}}")
+                # doxygen shows no code in headings.
+                words = re.sub(r"(?=[<>])", r"\\", escape(plain(found[2])))
+                out.append(f"{found[1]} {words} {{#{label}}}")
                 if heading is page.headings[0] and len(page.headings) > 4 and page.label != "index":
                     out += ["", "[TOC]", ""]
             else:
