@@ -7,6 +7,7 @@
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "framework/basic/vector.h"
 #include "tests/support/bytes.h"
 #include "tests/support/string_probe.h"
 #include "tests/whole/exhaustion.h"
@@ -75,6 +76,24 @@ void TryStringToLowerCase(CTrial& rTrial)
     rTrial.ExpectNoThrow();
     EXPECT_EQ(rTrial.IsDone() ? "abc" + std::string(40, 'd') : before, TextOf(strText));
     EXPECT_EQ(before, TextOf(strCopy));
+}
+void TryStringSplit(CTrial& rTrial)
+{
+    const CString strText("first,second,third");
+    CVector<CString> parts(rTrial.Source());
+    ASSERT_EQ(QV_RES_OK, parts.Append(CString("old")));
+    rTrial.Run([&] { return strText.Split(',', &parts); });
+    rTrial.ExpectResult();
+    EXPECT_TRUE(rTrial.IsDone() ? parts.GetSize() == 3 && parts[2] == "third"
+                                : parts.IsEmpty() || (parts.GetSize() == 1 && parts[0] == "old"));
+}
+void TryStringPushBack(CTrial& rTrial)
+{
+    CString strText(g_BEFORE.c_str());
+    const CString strCopy(strText);
+    rTrial.Run([&] { strText.push_back('b'); });
+    rTrial.ExpectThrow();
+    EXPECT_EQ(rTrial.HasThrown() ? g_BEFORE : g_BEFORE + 'b', TextOf(strText));
 }
 void TryStringGetBuffer(CTrial& rTrial)
 {
@@ -340,6 +359,17 @@ std::vector<SOperation> DataOperations()
         OnText("CString assign character", "x", [](CString& r) { r = 'x'; }),
         {"CString append", TryStringAppend, false},
         OnText("CString append text", g_BEFORE + "more", [](CString& r) { r += "more"; }),
+        OnText("CString Assign", "text", [](CString& r) { return r.Assign("text"); }),
+        OnText("CString Append", g_BEFORE + "more", [](CString& r) { return r.Append("more"); }),
+        OnText("CString AppendNumber", g_BEFORE + "-42", [](CString& r) { return r.AppendNumber(-42); }),
+        OnText("CString Replace", std::string(80, 'b'), [](CString& r) { return r.Replace('a', "bb"); }),
+        OnText("CString Trim", "", [](CString& r) { r.Trim('a'); }),
+        OnText("CString ToUpperCase", std::string(40, 'A'), [](CString& r) { r.ToUpperCase(); }),
+        OnText("CString clear", "", [](CString& r) { r.clear(); }),
+        MakingText("CString Substring", "hello",
+                   [](std::optional<CString>& r) { r.emplace(CString("oh, hello").Substring(4, 5)); }),
+        {"CString Split", TryStringSplit, false},
+        {"CString push_back", TryStringPushBack, false},
         OnText("CString append character", g_BEFORE + "c", [](CString& r) { r += 'c'; }),
         {"CString sum", TryStringSum, false},
         OnText("CString Insert", "xyxy" + g_BEFORE, [](CString& r) { return r.Insert(0, 2, "xy", 2); }),
