@@ -179,8 +179,7 @@ private:
     void Emplace()
     {
         const QvResult res = InsertIntoTwin(m_nValue);
-        const Handle entry =
-            m_nValue % 2 == 0 ? m_pMap->Emplace(m_key, m_nValue) : m_pMap->Emplace(K(m_key), m_nValue);
+        const Handle entry = m_nValue % 2 == 0 ? m_pMap->Emplace(m_key, m_nValue) : m_pMap->Emplace(K(m_key), m_nValue);
         Require((res == QV_RES_OK) == static_cast<bool>(entry), "whether it is new");
         if (entry) Require(entry == m_pMap->Find(m_key), "which one it is");
     }

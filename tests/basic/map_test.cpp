@@ -2,11 +2,14 @@
 // do, keys that become others, types that cannot be copied, and about what a search asks.
 #include "framework/basic/map.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <memory>
+#include <ranges>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -280,4 +283,150 @@ TEST(Map, EveryRequestForMemoryMayFail)
         if (!bRefused) break;
         ASSERT_GT(10u, uNth);
     }
+}
+
+namespace
+{
+using Owner = std::unique_ptr<int>;
+
+/// Stays where it is made.
+class CFixed
+{
+public:
+    explicit CFixed(int n, int nMore = 0) : m_counted(n + nMore) {}
+    CFixed(const CFixed&) = delete;
+    CFixed& operator=(const CFixed&) = delete;
+    int Get() const { return m_counted.GetValue(); }
+
+private:
+    CCounted m_counted;
+};
+
+struct SPair
+{
+    int nFirst;
+    CString strSecond;
+};
+}  // namespace
+
+TEST(MapElements, ValuesThatCannotBeCopiedAreMovedIn)
+{
+    using Map = CMap<int, Owner>;
+    Map map;
+    Map::handle entry;
+    ASSERT_EQ(QV_RES_OK, map.Insert(1, std::make_unique<int>(10), &entry));
+    const int* const pnTen = entry->value.get();
+    ASSERT_EQ(QV_RES_ALREADY_EXISTS, map.Insert(1, std::make_unique<int>(11)));
+    EXPECT_EQ(pnTen, map[1].get());
+    map[2] = std::make_unique<int>(20);
+    ASSERT_EQ(QV_RES_OK, map.InsertOrAssign(2, std::make_unique<int>(21)));
+    ASSERT_EQ(QV_RES_OK, map.InsertOrAssign(3, std::make_unique<int>(30)));
+    EXPECT_EQ(21, *map.Find(2)->value);
+    EXPECT_EQ(30, *map.Find(3)->value);
+    Map moved(std::move(map));
+    swap(map, moved);
+    EXPECT_EQ(3u, map.size());
+    EXPECT_TRUE(map.Erase(1));
+    // What claims to be copyable, and holds what is not.
+    CMap<int, CAATree<Owner>> trees;
+    trees[5].Insert(std::make_unique<int>(1));
+    EXPECT_EQ(1u, trees[5].size());
+}
+
+TEST(MapElements, KeysThatCannotBeCopiedAreMovedIn)
+{
+    CMap<Owner, int> map;
+    Owner pnKey = std::make_unique<int>(1);
+    const int* const pnTarget = pnKey.get();
+    CMap<Owner, int>::handle entry;
+    ASSERT_EQ(QV_RES_OK, map.Insert(std::move(pnKey), 5, &entry));
+    EXPECT_EQ(pnTarget, entry->key.get());
+    EXPECT_EQ(nullptr, pnKey);
+    EXPECT_EQ(QV_RES_OK, map.FindOrInsert(std::make_unique<int>(2), &entry));
+    EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(std::make_unique<int>(3), 3));
+    EXPECT_TRUE(map.Emplace(std::make_unique<int>(4), 4));
+    EXPECT_EQ(QV_RES_OK, map.TryEmplace(std::make_unique<int>(5), &entry, 5));
+    map[std::make_unique<int>(6)] = 6;
+    EXPECT_EQ(6u, map.size());
+    EXPECT_TRUE(map.contains(entry->key));
+    EXPECT_TRUE(map.Erase(entry->key));
+}
+
+TEST(MapElements, ValuesThatCannotBeMovedEitherAreMadeInPlaceAndOnce)
+{
+    const int nLive = CCounted::ms_nLive;
+    {
+        CMap<int, CFixed> map;
+        CMap<int, CFixed>::handle entry;
+        EXPECT_EQ(7, map.Emplace(1, 3, 4)->value.Get());
+        EXPECT_FALSE(map.Emplace(1, 9));
+        EXPECT_EQ(nLive + 1, CCounted::ms_nLive);
+        EXPECT_EQ(QV_RES_OK, map.TryEmplace(2, nullptr, 5));
+        EXPECT_EQ(QV_RES_ALREADY_EXISTS, map.TryEmplace(2, &entry, 6));
+        EXPECT_EQ(5, entry->value.Get());
+        EXPECT_EQ(2u, map.size());
+    }
+    EXPECT_EQ(nLive, CCounted::ms_nLive);
+    CMap<int, SPair> pairs;
+    EXPECT_EQ(CString("two"), pairs.Emplace(1, 2, "two")->value.strSecond);
+    CMap<std::string, int> byView;
+    CMap<std::string, int>::handle entry;
+    EXPECT_EQ(3, byView.Emplace(std::string_view("x"), 3)->value);
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, byView.TryEmplace(std::string_view("x"), &entry, 4));
+    EXPECT_TRUE(byView.contains(std::string_view("x")) && !byView.contains(std::string_view("y")));
+}
+
+TEST(MapManners, ItIsMadeOfEntriesAndOfWhatComesApartIntoThem)
+{
+    using testing::ElementsAre;
+    using testing::FieldsAre;
+    using Map = CMap<CString, int>;
+    CTestAllocator allocator;
+    const Map map = {{"b", 2}, {"a", 1}, {"b", 3}};
+    EXPECT_THAT(map, ElementsAre(FieldsAre(CString("a"), 1), FieldsAre(CString("b"), 2)));
+    EXPECT_TRUE(Map({{"a", 1}, {"b", 2}}, &allocator) == map);
+    const std::vector<std::pair<const char*, int>> pairs = {{"b", 2}, {"a", 1}, {"b", 3}};
+    EXPECT_TRUE(Map(pairs.begin(), pairs.end()) == map);
+    EXPECT_TRUE((Map{pairs.begin(), pairs.end()}) == map);
+    const std::map<std::string, int> standard = {{"a", 1}, {"b", 2}};
+    EXPECT_EQ(2u, (CMap<std::string, long>(standard.begin(), standard.end(), &allocator).size()));
+    EXPECT_TRUE(Map(map.begin(), map.end()) == map);
+    Map assigned;
+    assigned = {{"c", 3}};
+    EXPECT_EQ(3, assigned["c"]);
+    Map empty = {};
+    EXPECT_TRUE(empty.empty() && Map{nullptr}.empty() && Map{&allocator}.empty() && !Map{map}.empty());
+    allocator.RefuseNth(2);
+    EXPECT_THROW(Map({{"a", 1}, {"b", 2}}, &allocator), std::bad_alloc);
+    allocator.RefuseNth(2);
+    EXPECT_THROW(Map(pairs.begin(), pairs.end(), &allocator), std::bad_alloc);
+    EXPECT_EQ(0u, allocator.GetLiveBlocks());
+}
+
+TEST(MapManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
+{
+    using testing::FieldsAre;
+    using Map = CMap<CString, int>;
+    static_assert(std::ranges::bidirectional_range<Map> && std::ranges::bidirectional_range<const Map> &&
+                  std::ranges::sized_range<Map>);
+    static_assert(std::is_same_v<Map::size_type, unsigned int> && std::is_same_v<Map::difference_type, ptrdiff_t> &&
+                  std::is_same_v<Map::reference, Map::value_type&> &&
+                  std::is_same_v<Map::const_reference, const Map::value_type&>);
+    Map map = {{"a", 1}, {"b", 2}};
+    const Map& rConst = map;
+    EXPECT_THAT(map, testing::Contains(FieldsAre(CString("b"), 2)));
+    EXPECT_THAT(map, testing::UnorderedElementsAre(FieldsAre(CString("b"), 2), FieldsAre(CString("a"), 1)));
+    EXPECT_THAT(rConst, testing::SizeIs(2));
+    EXPECT_EQ(2, map.rbegin()->value++);
+    EXPECT_EQ(3, rConst.rbegin()->value);
+    EXPECT_EQ(3, map.crbegin()->value);
+    EXPECT_EQ(1, map.cbegin()->value);
+    EXPECT_EQ(CString("a"), std::prev(map.rend())->key);
+    EXPECT_TRUE(map.crend() == rConst.rend() && map.cend() == rConst.end());
+    const auto found = std::ranges::find(map, 3, &Map::value_type::value);
+    EXPECT_EQ(CString("b"), found->key);
+    EXPECT_TRUE(map.contains("a") && !map.contains(CString("c")));
+    map.clear();
+    EXPECT_TRUE(map.empty() && map.size() == 0);
+    EXPECT_EQ(2u, map.GetCapacity());
 }
