@@ -57,9 +57,6 @@ void Types()
     Promised<QvResult (Counts::*)(const CString&, Counts::handle*, int&&)>(&Counts::TryEmplace<int>);
     Promised<QvResult (Counts::*)(CString&&, Counts::handle*)>(&Counts::TryEmplace<>);
     Promised<bool (Counts::*)(const CString&) const>(&Counts::contains);
-    Promised<unsigned int (Counts::*)() const>(&Counts::size);
-    Promised<bool (Counts::*)() const>(&Counts::empty);
-    Promised<void (Counts::*)()>(&Counts::clear);
     static_assert(std::is_same_v<Counts::size_type, unsigned int>);
     static_assert(std::is_same_v<Counts::reference, Counts::value_type&>);
     static_assert(std::is_same_v<Counts::const_reference, const Counts::value_type&>);

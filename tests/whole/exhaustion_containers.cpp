@@ -250,7 +250,9 @@ void TryTreeAllocateSorted(CTrial& rTrial)
 void TryTreeTryEmplace(CTrial& rTrial)
 {
     Tree::handle entry;
-    TryChange<Tree>(rTrial, {4, 5, 6, 8}, [&](Tree& r, const CNumber&) { return r.TryEmplace(&entry, CNumber(5)); });
+    TryChange<Tree>(rTrial, {4, 6, 7, 8},
+                    [&](Tree& r, const CNumber& rNumber) { return r.TryEmplace(&entry, rNumber); });
+    EXPECT_EQ(rTrial.IsDone(), static_cast<bool>(entry));
 }
 // A container that is made with all it shall hold, or not at all.
 template <typename Make>
