@@ -264,6 +264,14 @@ struct SAsksTwice<First, Second, std::enable_if_t<SThreeWayOrder<First, Second>:
 {
 };
 
+/// A value made of what its constructor takes, or of the members of an aggregate.
+template <typename T, typename... Arguments>
+T Made(Arguments&&... arguments)
+{
+    if constexpr (std::is_constructible<T, Arguments&&...>::value) return T(std::forward<Arguments>(arguments)...);
+    else return T{std::forward<Arguments>(arguments)...};
+}
+
 /// Arguments that come in pairs as the ends of a range do.
 template <typename Iterator>
 using IteratorOnly = typename std::iterator_traits<Iterator>::iterator_category;
@@ -365,7 +373,6 @@ class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
     using ForeignOnly = std::enable_if_t<orvel_internal::g_bIS_FOREIGN_KEY<T, Key>>;
     template <typename Comparison>
     using ComparisonOnly = std::enable_if_t<std::is_invocable<Comparison&, const T&, const T&>::value>;
-    using Listed = orvel_internal::ListedAs<T>;
     static constexpr bool ms_bMOVED_AS_COPIED =
         std::is_trivially_copyable<T>::value && orvel_internal::SIsCopyable<T>::value;
 
@@ -403,12 +410,14 @@ public:
     /// Copies of the elements in braces or of a range, the first of equal ones. Throws std::bad_alloc when memory runs
     /// out. A number in braces is an element; what made a tree in braces without a list still does so: null, an
     /// allocator, a comparison, a tree.
-    CAATree(std::initializer_list<Listed> elements, IAllocator* pAllocator = nullptr)
+    template <typename Element = T>
+    CAATree(std::initializer_list<orvel_internal::ListedAs<Element>> elements, IAllocator* pAllocator = nullptr)
         : CAATree(elements.begin(), elements.end(), SNaturalOrder(), pAllocator)
     {
     }
-    template <typename Comparison, typename = ComparisonOnly<Comparison>>
-    CAATree(std::initializer_list<Listed> elements, Comparison comparison, IAllocator* pAllocator = nullptr)
+    template <typename Comparison, typename Element = T, typename = ComparisonOnly<Comparison>>
+    CAATree(std::initializer_list<orvel_internal::ListedAs<Element>> elements, Comparison comparison,
+            IAllocator* pAllocator = nullptr)
         : CAATree(elements.begin(), elements.end(), comparison, pAllocator)
     {
     }
@@ -500,7 +509,7 @@ public:
     {
         return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
     }
-    /// Makes an element as T(arguments...) in its node, and finds its place then: a node is needed even where an equal
+    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a node is needed even where an equal
     /// element is there. A handle of the new element; none where there is none, see TryEmplace().
     template <typename... Arguments>
     handle Emplace(Arguments&&... arguments)
@@ -902,15 +911,14 @@ private:
     template <typename... Arguments>
     QvResult MakeAndLink(Node*& rpNode, Arguments&&... arguments)
     {
-        static_assert(std::is_constructible<T, Arguments&&...>::value,
-                      "an element is made in place as T(arguments...)");
         if (!CAATreeBase::m_nodeAllocator.HasFree())
         {
             const QvResult res = this->ReserveNode();
             if (res < 0) return res;
         }
         Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
-        const T& rElement = *::new (static_cast<void*>(pNode + 1)) T(std::forward<Arguments>(arguments)...);
+        const T& rElement =
+            *::new (static_cast<void*>(pNode + 1)) T(orvel_internal::Made<T>(std::forward<Arguments>(arguments)...));
         SNaturalOrder natural;
         return WithOrder<T>(natural,
                             [&](auto& rOrder) -> QvResult

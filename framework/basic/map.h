@@ -207,7 +207,7 @@ public:
     /// Puts an entry in, or gives the one that is there another value. Results as above, but QV_RES_ALREADY_EXISTS.
     QvResult InsertOrAssign(const K& rKey, V value) { return InsertOrAssignAny(rKey, value); }
     QvResult InsertOrAssign(K&& rrKey, V value) { return InsertOrAssignAny(std::move(rrKey), value); }
-    /// Puts an entry in whose value is made in place, as V(arguments...). A handle of it; none where the key has an
+    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle of it; none where the key has an
     /// entry, which keeps its value, and where there can be none. No value is made then.
     template <typename... Arguments>
     handle Emplace(const K& rKey, Arguments&&... arguments)
@@ -334,14 +334,14 @@ private:
     template <typename Key, typename... Arguments>
     QvResult Make(Key&& rrKey, Node*& rpNode, Arguments&&... arguments)
     {
-        static_assert(std::is_constructible<V, Arguments&&...>::value, "a value is made as V(arguments...)");
         static_assert(!std::is_same<Key, const K&>::value || orvel_internal::SIsCopyable<K>::value,
                       "the key cannot be copied: move it in");
-        return Tree::InsertMade(
-            rrKey, rpNode, Order(),
-            [&](void* pv) {
-                ::new (pv) Entry{static_cast<K>(std::forward<Key>(rrKey)), V(std::forward<Arguments>(arguments)...)};
-            });
+        return Tree::InsertMade(rrKey, rpNode, Order(),
+                                [&](void* pv)
+                                {
+                                    ::new (pv) Entry{static_cast<K>(std::forward<Key>(rrKey)),
+                                                     orvel_internal::Made<V>(std::forward<Arguments>(arguments)...)};
+                                });
     }
     template <typename Key>
     V& ValueOf(Key&& rrKey)
