@@ -297,15 +297,6 @@ void BM_SortStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
-void InsertInto(CAATree<CString>& rTree, const CString& rWord, SNaturalOrder)
-{
-    rTree.Insert(rWord);
-}
-void InsertInto(CAATree<CString>& rTree, const CString& rWord, STwoPasses order)
-{
-    rTree.Insert(rWord, order);
-}
-
 template <typename Order>
 void BM_TreeOurs(benchmark::State& rState)
 {
@@ -313,8 +304,8 @@ void BM_TreeOurs(benchmark::State& rState)
     for (const std::string& rWord : WordsOfLog(rState.range(0), rState.range(1))) words.emplace_back(rWord.c_str());
     for (auto _ : rState)
     {
-        CAATree<CString> tree;
-        for (const CString& rWord : words) InsertInto(tree, rWord, Order());
+        CAATree<CString> tree{Order()};
+        for (const CString& rWord : words) tree.Insert(rWord, Order());
         benchmark::DoNotOptimize(tree.GetSize());
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
