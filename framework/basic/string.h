@@ -79,7 +79,8 @@ struct STextPiece
 ///   object is used by one thread at a time.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework: made outside it, a string ends the process
 ///   with a line that says so. One that is left may be read and destroyed later; its block is not given back.
-/// - **Growth:** In steps of 32 characters; blocks shrink only by ReduceCapacity().
+/// - **Growth:** In steps of 32 characters, but push_back() and Format() double; blocks shrink only by
+///   ReduceCapacity().
 /// - **Cost:** Copying is constant: no character is copied.
 /// - **Failure:** What returns a QvResult leaves the string as it was when it fails, unless said otherwise. What returns
 ///   nothing does nothing when an argument is out of range or memory runs out.
@@ -92,7 +93,8 @@ struct STextPiece
 class QV_EXPORT CString
 {
 public:
-    /// The largest size; as a number of characters to insert it means the length of the source text.
+    /// The largest size; as a number of characters for Insert() and the constructor it means the length of the source
+    /// text, for Assign() and Append() just this many characters.
     static constexpr unsigned int uMAX_SIZE = 65535;
 
     using value_type = char;
