@@ -79,7 +79,8 @@ struct STextPiece
 ///   object is used by one thread at a time.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework: made outside it, a string ends the process
 ///   with a line that says so. One that is left may be read and destroyed later; its block is not given back.
-/// - **Growth:** In steps of 32 characters; blocks shrink only by ReduceCapacity().
+/// - **Growth:** In steps of 32 characters, but push_back() and Format() double; blocks shrink only by
+///   ReduceCapacity().
 /// - **Cost:** Copying is constant: no character is copied.
 /// - **Failure:** What returns a QvResult leaves the string as it was when it fails, unless said otherwise. What returns
 ///   nothing does nothing when an argument is out of range or memory runs out.
@@ -92,7 +93,8 @@ struct STextPiece
 class QV_EXPORT CString
 {
 public:
-    /// The largest size; as a number of characters to insert it means the length of the source text.
+    /// The largest size; as a number of characters for Insert() and the constructor it means the length of the source
+    /// text, for Assign() and Append() just this many characters.
     static constexpr unsigned int uMAX_SIZE = 65535;
 
     using value_type = char;
@@ -178,7 +180,7 @@ public:
         if (pszOther == nullptr) pszOther = "";
         const char* const pszOwn = CStr();
         const unsigned int uSize = GetSize();
-        for (unsigned int u = 0; u != 8; ++u)
+        for (unsigned int u = 0; u != 4; ++u)
         {
             if (u == uSize) return pszOther[u] == '\0' ? 0 : -1;
             if (pszOwn[u] != pszOther[u])
@@ -250,11 +252,12 @@ public:
     /// characters: Append(c) tells.
     void push_back(char c)
     {
-        if (AppendInPlace(&c, 1)) return;
+        if (AppendInPlace(c)) return;
         const unsigned int uCapacity = GetCapacity() < uMAX_SIZE / 2 ? 2 * GetCapacity() : uMAX_SIZE;
         // Without memory for so much, a step may still do.
         if (GetSize() == GetCapacity()) static_cast<void>(ReserveCapacity(static_cast<unsigned short>(uCapacity)));
-        if (Append(&c, 1) < 0) orvel_internal::ThrowOutOfMemory();
+        const char cHere = c;
+        if (Append(&cHere, 1) < 0) orvel_internal::ThrowOutOfMemory();
     }
     /// The characters for writing, GetCapacity() of them and a NUL; Resize() tells how many were written. Valid until
     /// the string is copied or changes. Null when the block is shared and memory runs out.
@@ -290,7 +293,7 @@ public:
     void TrimLeftSide(char c);
     void TrimRightSide(char c);
     /// Removes all leading and trailing characters that are one of these.
-    void Trim(STextPiece characters = " \t\n\v\f\r");
+    void Trim(STextPiece characters = " \n\r\t\v\f");
     /// Replaces all occurrences of a text, found from left to right; an empty text does not occur. NULs are characters
     /// like others. Cost: one pass; another one first, and a new block, unless the text gets no longer, is nobody
     /// else's, and none of the arguments is a part of this string.
@@ -344,20 +347,10 @@ public:
     }
     CString& operator+=(char cRight)
     {
-        SStringInfo* const pstInfo = m_pstInfo;
-        const uint32_t uExtent = ExtentOf(pstInfo);
-        const unsigned int uOldSize = uExtent >> 16;
-        if (uOldSize == (uExtent & 0xFFFF) || !IsOnlyOne(pstInfo))
+        if (!AppendInPlace(cRight))
         {
             const char cHere = cRight;
             AppendElsewhere(&cHere, 1);
-        }
-        else
-        {
-            // The character and the NUL in one store.
-            const uint16_t uText = static_cast<unsigned char>(cRight);
-            memcpy(CharactersOf(pstInfo) + uOldSize, &uText, sizeof(uText));
-            SetExtent(pstInfo, uExtent + (1u << 16));
         }
         return *this;
     }
@@ -504,6 +497,18 @@ private:
         SetExtent(pstInfo, uExtent + (static_cast<uint32_t>(uSize) << 16));
         return true;
     }
+    QV_HIDDEN bool AppendInPlace(char c)
+    {
+        SStringInfo* const pstInfo = m_pstInfo;
+        const uint32_t uExtent = ExtentOf(pstInfo);
+        const unsigned int uOldSize = uExtent >> 16;
+        if (uOldSize == (uExtent & 0xFFFF) || !IsOnlyOne(pstInfo)) return false;
+        // The character and the NUL in one store.
+        const uint16_t uText = static_cast<unsigned char>(c);
+        memcpy(CharactersOf(pstInfo) + uOldSize, &uText, sizeof(uText));
+        SetExtent(pstInfo, uExtent + (1u << 16));
+        return true;
+    }
     // The first characters as a number, which orders as they do: eight, or all of fewer. A block that holds one
     // character has room for 32.
     QV_HIDDEN static uint64_t BeginOf(const char* pszText, unsigned int uSize)
@@ -516,7 +521,7 @@ private:
     // The ways that Assign() and Append() take, Append() where the text does not go into the block as it is.
     QvResult AssignText(const char* pText, size_t uSize);
     QvResult AppendText(const char* pText, size_t uSize);
-    // The rest of Compare(): the first 8 characters are equal, and no NULs.
+    // Compare() for texts that do not differ early.
     int CompareRest(const char* pszOther) const;
     // The way of an append that does not stay in the block.
     void AppendElsewhere(const char* pszText, unsigned int uSize);
