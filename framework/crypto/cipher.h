@@ -60,18 +60,19 @@ public:
     virtual ~CCipher();
 
     /// Starts a message, dropping the one before.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
-                           const uint8_t* puIv, unsigned int uIvSize) = 0;
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                         const uint8_t* puIv, unsigned int uIvSize) = 0;
     /// Adds uInSize bytes to the message, writes what is ready to puOut and its size to *puOutSize.
-    virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
+    [[nodiscard]] virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                          unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
-    virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
+    [[nodiscard]] virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
-    virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
-    virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
+    [[nodiscard]] virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
 
     /// An EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;

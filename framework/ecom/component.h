@@ -105,7 +105,7 @@ public:
     Interface* Detach() { return std::exchange(m_pInterface, nullptr); }
 
     /// Makes an object and holds its interface. Results as of CreateEComInstance(); this is null after a failure.
-    QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)
+    [[nodiscard]] QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)
     {
         void* pvInterface = nullptr;
         const QvResult res = CreateEComInstance(pClsid, pOuterUnknown, Interface::GetIid(), &pvInterface);
@@ -114,7 +114,7 @@ public:
     }
     /// Holds this interface of the object that pUnknown belongs to. Results as of IEComUnknown::QueryIf(); this is null
     /// after a failure. QV_RES_INVALID_ARGUMENT also when pUnknown is null.
-    QvResult QueryFrom(IEComUnknown* pUnknown)
+    [[nodiscard]] QvResult QueryFrom(IEComUnknown* pUnknown)
     {
         void* pvInterface = nullptr;
         const QvResult res =
@@ -133,7 +133,7 @@ class CEComInnerUnknown final : public IEComUnknown
 public:
     explicit CEComInnerUnknown(CEComUnknown* pComponent) : m_pComponent(pComponent) {}
 
-    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         return m_pComponent->NonDelegatingQueryIf(pIid, ppInterface);
     }
@@ -162,7 +162,7 @@ public:
     {
     }
 
-    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (m_pOuterUnknown != nullptr) return m_pOuterUnknown->QueryIf(pIid, ppInterface);
         return this->NonDelegatingQueryIf(pIid, ppInterface);
@@ -176,7 +176,7 @@ public:
         return m_pOuterUnknown != nullptr ? m_pOuterUnknown->ReleaseIfRef() : this->NonDelegatingReleaseIfRef();
     }
 
-    QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (ppInterface == nullptr || pIid == nullptr) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
         const bool bFound = (Offer<Interfaces>(static_cast<Interfaces*>(this), pIid, ppInterface) || ...) ||

@@ -22,7 +22,7 @@ public:
     /// - `QV_RES_OK`: *ppInterface is the interface.
     /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
     /// - `QV_RES_NO_INTERFACE`: the object has none of that identifier; *ppInterface is null.
-    virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
+    [[nodiscard]] virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
     /// Adds a user, removes one; both return how many there are then. The object ends when the last one goes.
     virtual unsigned int AddIfRef() = 0;
     virtual unsigned int ReleaseIfRef() = 0;
@@ -36,7 +36,7 @@ protected:
 class QV_EXPORT IEComNonDelegatingUnknown
 {
 public:
-    virtual QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
+    [[nodiscard]] virtual QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
     virtual unsigned int NonDelegatingAddIfRef() = 0;
     virtual unsigned int NonDelegatingReleaseIfRef() = 0;
     virtual ~IEComNonDelegatingUnknown();
@@ -70,7 +70,7 @@ public:
     /// - `QV_RES_OK`: *ppInterface is this object, with one reference more.
     /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
     /// - `QV_RES_NO_INTERFACE`: any other identifier; *ppInterface is null.
-    QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override;
+    [[nodiscard]] QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override;
     unsigned int NonDelegatingAddIfRef() override;
     /// At 0, ends the object (see UninitializeInstance()) and returns 0.
     unsigned int NonDelegatingReleaseIfRef() override;

@@ -42,7 +42,7 @@ public:
     ///   calls may return before its thread runs: join and destroy the object.
     /// - `QV_RES_THREAD_CREATE_FAILED`: the system refused the thread.
     /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
-    QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
+    [[nodiscard]] QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
 
     /// Exactly one is true: alive from Activate() until Behavior() has returned, dead from then on.
     bool IsAlive();
