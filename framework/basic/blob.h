@@ -172,13 +172,13 @@ public:
     /// - `QV_RES_OK`: the bytes are in.
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or puData is null and uSize is not 0.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
-    QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
     /// Insert() at the end. Cost: inline within the capacity.
-    QvResult Append(const unsigned char* puData, unsigned int uSize)
+    [[nodiscard]] QvResult Append(const unsigned char* puData, unsigned int uSize)
     {
         const unsigned int uEnd = m_uSize;  // read once: the compiler must assume that the store below changes it
         if (puData == nullptr || uSize == 0 || uSize > m_uCapacity - uEnd) return Insert(uEnd, puData, uSize);
@@ -190,11 +190,11 @@ public:
     ///
     /// - `QV_RES_OK`: the characters are in.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
-    QvResult Append(const CString& rText);
+    [[nodiscard]] QvResult Append(const CString& rText);
     /// The same of a text that ends with a NUL; it may stand in this blob.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
-    QvResult Append(const char* pszText);
+    [[nodiscard]] QvResult Append(const char* pszText);
     /// Appends a byte. Without room the capacity doubles (16 bytes at least), so that many of them cost few
     /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and such.
     /// Append() instead takes what is needed and not a byte more, and returns a result where this throws
@@ -260,7 +260,7 @@ public:
     /// Makes the capacity exactly uCapacity if it is less.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.

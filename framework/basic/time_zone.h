@@ -116,7 +116,7 @@ public:
     /// - `QV_RES_OK`: the zone is set.
     /// - `QV_RES_INVALID_ARGUMENT`: the text is null, empty, malformed, or longer than a CString.
     /// - `QV_RES_OUT_OF_MEMORY`: allocating the texts failed.
-    QvResult SetTimeZone(const char* pszTimeZone);
+    [[nodiscard]] QvResult SetTimeZone(const char* pszTimeZone);
 
     /// Whether a moment, UTC or local, lies in daylight saving time. A local time that occurs twice, at the end of it,
     /// counts as daylight saving time; one that is skipped, at its start, as daylight saving time, too.

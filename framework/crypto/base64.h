@@ -63,13 +63,14 @@ public:
     void SetAlphabet(EAlphabet eAlphabet);
     EAlphabet GetAlphabet() const;
 
-    QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize, const uint8_t* puIv,
-                   unsigned int uIvSize) override;
-    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) override;
-    QvResult End(uint8_t* puOut, unsigned int* puOutSize) override;
-    QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override;
-    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override;
-    QvResult End(CBlob* pblobOut, bool bAppend) override;
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                 const uint8_t* puIv, unsigned int uIvSize) override;
+    [[nodiscard]] QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                  unsigned int* puOutSize) override;
+    [[nodiscard]] QvResult End(uint8_t* puOut, unsigned int* puOutSize) override;
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override;
+    [[nodiscard]] QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override;
+    [[nodiscard]] QvResult End(CBlob* pblobOut, bool bAppend) override;
     /// CCipher::eBASE64.
     unsigned int GetAlgorithm() override;
     /// 0: there are no blocks.
@@ -86,7 +87,7 @@ public:
     ///
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_FAIL`: the group behind them does not decode, or has fewer than 4 characters.
-    QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
+    [[nodiscard]] QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
     /// Makes the base64 text of a blob all that a string holds, in one call. It ends in padding and has no line breaks.
     ///
     /// - `QV_RES_OK`: the string holds the text.

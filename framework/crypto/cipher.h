@@ -62,23 +62,24 @@ public:
     virtual ~CCipher();
 
     /// Starts a message, dropping the one before.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
-                           const uint8_t* puIv, unsigned int uIvSize) = 0;
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                         const uint8_t* puIv, unsigned int uIvSize) = 0;
     /// Adds uInSize bytes to the message, writes what is ready to puOut and its size to *puOutSize.
-    virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
+    [[nodiscard]] virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                          unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
-    virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
+    [[nodiscard]] virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// The same with blobs. Update() and End() raise the output blob's capacity to what the raw form may need, before
     /// that is called.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     /// Adds the bytes of a blob to the message; what is ready goes into or behind the output blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     /// Ends the message; the rest goes into or behind the output blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
 
     /// Which cipher it is: an EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;

@@ -189,7 +189,7 @@ template <typename Duration>
 ///
 /// - `QV_RES_OK`: the clock is set.
 /// - `QV_RES_INVALID_ARGUMENT`: what the system's clock shows is no moment for a CTime; the clock is as it was.
-inline QvResult QvSetClockFromSystem()
+[[nodiscard]] inline QvResult QvSetClockFromSystem()
 {
     CTime time;
     QV_RETURN_IF_FAILED(QvAssign(time, std::chrono::system_clock::now()));

@@ -43,7 +43,7 @@ public:
     ///   calls may return before its thread runs: join and destroy the object.
     /// - `QV_RES_THREAD_CREATE_FAILED`: the system refused the thread.
     /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
-    QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
+    [[nodiscard]] QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
 
     /// From Activate() until Behavior() has returned. Exactly one of IsAlive(), IsDead() and IsUnborn() is true.
     bool IsAlive();
