@@ -67,30 +67,17 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the string is as it was.
 [[nodiscard]] inline QvResult QvAppend(CString& rstrTo, std::string_view text)
 {
-    const unsigned int uOldSize = rstrTo.GetSize();
-    if (text.size() > CString::uMAX_SIZE - uOldSize) return QV_RES_INVALID_ARGUMENT;
-    unsigned int uSize = static_cast<unsigned int>(text.size());
-    if (uSize == CString::uMAX_SIZE)
-    {
-        // Insert() takes this size for "up to the NUL". The string is empty then, and only the first of the two steps
-        // can fail: capacities grow by 32, up to this size.
-        QV_RETURN_IF_FAILED(rstrTo.Insert(0, 1, text.data(), --uSize));
-        return rstrTo.Insert(uSize, 1, text.data() + uSize, 1);
-    }
-    return uSize != 0 ? rstrTo.Insert(uOldSize, 1, text.data(), uSize) : QV_RES_OK;
+    return rstrTo.Append(text);
 }
 
-/// Makes a text all that a string holds. The text may be a part of the string. Cost: a new block, and the copy.
+/// Makes a text all that a string holds. The text may be a part of the string. NULs are characters like others here.
 ///
 /// - `QV_RES_OK`: the string holds the text.
 /// - `QV_RES_INVALID_ARGUMENT`: the text is longer than CString::uMAX_SIZE; the string is as it was.
 /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the string is as it was.
 [[nodiscard]] inline QvResult QvAssign(CString& rstrTo, std::string_view text)
 {
-    CString strNew;
-    QV_RETURN_IF_FAILED(QvAppend(strNew, text));
-    rstrTo = static_cast<CString&&>(strNew);
-    return QV_RES_OK;
+    return rstrTo.Assign(text);
 }
 
 /// Puts bytes behind those of a blob, whose cursors stay. The bytes may be a part of the blob.
@@ -112,11 +99,7 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 [[nodiscard]] inline QvResult QvAssign(CBlob& rTo, std::string_view bytes)
 {
     if (bytes.size() > 0xFFFFFFFF) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uSize = static_cast<unsigned int>(bytes.size());
-    QV_RETURN_IF_FAILED(rTo.ReserveCapacity(uSize));  // which moves nothing that is a part of the blob: that has room
-    if (uSize != 0) memmove(rTo.GetFirstIndexPtr(), bytes.data(), uSize);
-    rTo.Clear();
-    return rTo.Resize(uSize);
+    return rTo.Assign(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size()));
 }
 
 #ifdef __cpp_lib_span
@@ -251,14 +234,14 @@ public:
 
 /// The category of results, called "orvel". Messages are the names of QvResultName(), with the number where there is
 /// none. So that callers need not know results, these codes equal conditions of the standard library:
-/// ```
-/// QV_RES_INVALID_ARGUMENT      std::errc::invalid_argument
-/// QV_RES_OUT_OF_MEMORY         std::errc::not_enough_memory
-/// QV_RES_ALREADY_EXISTS        std::errc::file_exists
-/// QV_RES_THREAD_CREATE_FAILED  std::errc::resource_unavailable_try_again
-/// QV_RES_THREAD_JOIN_SELF      std::errc::resource_deadlock_would_occur
-/// QV_RES_NO_INTERFACE          std::errc::not_supported
-/// ```
+///
+/// - `QV_RES_INVALID_ARGUMENT`: std::errc::invalid_argument.
+/// - `QV_RES_OUT_OF_MEMORY`: std::errc::not_enough_memory.
+/// - `QV_RES_ALREADY_EXISTS`: std::errc::file_exists.
+/// - `QV_RES_THREAD_CREATE_FAILED`: std::errc::resource_unavailable_try_again.
+/// - `QV_RES_THREAD_JOIN_SELF`: std::errc::resource_deadlock_would_occur.
+/// - `QV_RES_NO_INTERFACE`: std::errc::not_supported.
+///
 /// A program and the libraries that it is linked with share one, which is never destroyed. A plug-in that it loads may
 /// have one of its own, where the program does not export it: compare conditions there.
 QV_EXPORT inline const std::error_category& QvResultCategory() noexcept
@@ -289,10 +272,12 @@ inline std::error_code QvErrorCodeOf(QvResult res) noexcept
 class CResourceAllocator : public IAllocator
 {
 public:
+    /// Over *pResource, or the default resource.
     explicit CResourceAllocator(std::pmr::memory_resource* pResource = nullptr)
         : m_pResource(pResource != nullptr ? pResource : std::pmr::get_default_resource())
     {
     }
+    /// Where the memory comes from.
     std::pmr::memory_resource* GetResource() const { return m_pResource; }
 
     /// Null, and nothing is allocated, when uSize is below 8 or uCount is 0; null, with what was allocated so far given
@@ -370,10 +355,12 @@ private:
 class QV_EXPORT CAllocatorResource : public std::pmr::memory_resource
 {
 public:
+    /// Over *pAllocator, or the default allocator.
     explicit CAllocatorResource(IAllocator* pAllocator = nullptr)
         : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance())
     {
     }
+    /// Where the memory comes from.
     IAllocator* GetAllocator() const { return m_pAllocator; }
 
 private:
@@ -513,7 +500,8 @@ inline std::ostream& operator<<(std::ostream& rStream, const CVersion& rVersion)
 }
 
 #ifdef __cpp_lib_format
-/// The same texts for std::format(), where the standard library has it; what stands behind the colon is that of a text.
+/// The same texts for std::format(), where the standard library has it, and for fmt::format(), where {fmt} is included
+/// before this header. What stands behind the colon is that of a text.
 template <>
 struct std::formatter<CString> : orvel_internal::STextFormatter<std::formatter<std::string_view>>
 {
@@ -529,7 +517,6 @@ struct std::formatter<CVersion> : orvel_internal::STextFormatter<std::formatter<
 #endif
 
 #ifdef FMT_VERSION
-/// And for fmt::format(): include {fmt} before this header.
 template <>
 struct fmt::formatter<CString> : orvel_internal::STextFormatter<fmt::formatter<fmt::string_view>>
 {

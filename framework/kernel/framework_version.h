@@ -19,6 +19,7 @@
 #define QV_FRAMEWORK_VERSION                                                                                      \
     QV_FRAMEWORK_VERSION_OF(QV_FRAMEWORK_VERSION_MAJOR, QV_FRAMEWORK_VERSION_MINOR, QV_FRAMEWORK_VERSION_RELEASE, \
                             QV_FRAMEWORK_VERSION_BUILD)
+/// Four parts in one number, eight bits each.
 #define QV_FRAMEWORK_VERSION_OF(major, minor, release, build) \
     (((major) << 24) | ((minor) << 16) | ((release) << 8) | (build))
 

@@ -2,11 +2,15 @@
 """filter_header.py HEADER: the header as doxygen is to read it.
 
 A header gets a text, without which doxygen leaves out its functions. A typed container gets the public calls of the
-internal bases that it shares with the others, so that its page has all that it can do.
+internal bases that it shares with the others, so that its page has all that it can do. Comments that speak for more
+than one declaration are given to each (see shared_comments.py).
 """
 import re
 import sys
 from pathlib import Path
+
+sys.dont_write_bytecode = True
+import shared_comments  # noqa: E402
 
 SHARED = Path(__file__).resolve().parents[2] / "framework/basic/internal/typed_elements.h"
 TYPED = re.compile(r"^class (?:QV_EXPORT )?(\w+) : public orvel_internal::(CTypedSequence|CTypedNodes)<T, (\w+)"
@@ -115,7 +119,7 @@ def shared_calls(shared, name, chain, base, own):
     return "\n".join(lines)
 
 
-def with_shared_calls(text):
+def with_shared_calls(text, header):
     shared = SHARED.read_text()
     handles = False
     while match := TYPED.search(text):
@@ -128,17 +132,17 @@ def with_shared_calls(text):
         head = re.sub(r" : public orvel_internal::.*", "", match[0], flags=re.S).rstrip()
         body = re.sub(r"^    using (Sequence|Elements|Nodes)::\w+;\n", "", text[begin:end], flags=re.M)
         text = text[:match.start()] + head + "\n{" + body + "\npublic:\n" + calls + "\n" + text[end:]
-    if handles and "list.h" in sys.argv[1]:
+    if handles and Path(header).name == "list.h":
         for name in ("CNodeCursor", "CNodeIterator"):
             found = re.search(rf"(^///[^\n]*\n)*^template <[^\n]*>\nclass {name}\b", shared, re.M)
             text += "\n" + shared[found.start():body_of(shared, found.end())[1]] + "};\n"
     return text
 
 
-def main():
-    text = Path(sys.argv[1]).read_text()
-    sys.stdout.write(with_shared_calls(text) + "\n/// @file\n")
+def filtered(header):
+    """The text of a header as doxygen is to read it."""
+    return shared_comments.with_shared_comments(with_shared_calls(Path(header).read_text(encoding="utf-8"), header))
 
 
 if __name__ == "__main__":
-    main()
+    sys.stdout.write(filtered(sys.argv[1]))
