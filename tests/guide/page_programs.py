@@ -17,7 +17,7 @@ Comments right in front of a C++ block, which the reader does not see, say more 
     <!-- needs: LINES -->      lines in front of its statements, ...
     <!-- then: LINES -->       ... and behind them
     <!-- input: LINES -->      its standard input
-    <!-- ends: LINE -->        abort() ends it, after this line on standard error
+    <!-- ends: `LINE` -->      abort() ends it, after this line on standard error
     <!-- does not compile: WORDS -->   the compiler refuses it, with these words
 """
 import re
@@ -60,7 +60,8 @@ def note_of(text, where):
     name = name.strip()
     if name not in NOTES:
         raise PageError(f"{where}: '{name}' is none of the notes {', '.join(NOTES)}")
-    return name, value.strip("\n").strip() if name in ("ends", "does not compile") else value.strip("\n")
+    # Words of programs may stand between back quotes, as elsewhere in the page: spelling is not looked at there.
+    return name, value.strip().strip("`") if name in ("ends", "does not compile") else value.strip("\n")
 
 
 def blocks_of(page):
