@@ -15,8 +15,8 @@ HEADER = ("what", "size", "ours", "peer", "", "ratio", "path in use")
 LEFT_ALIGNED = {"what", "peer", "path in use"}
 
 
-def read_times(files):
-    """Returns {(what, size): {who: nanoseconds}} in the order of the files, and the path in use of each (what, size)."""
+def read_repetitions(files):
+    """Returns {(what, size): {who: [nanoseconds]}} in the order of the files, and the path in use of each (what, size)."""
     times, paths = {}, {}
     for file in files:
         # The runs were shuffled; their numbers tell in which order the source has them.
@@ -32,10 +32,12 @@ def read_times(files):
             waits = run["threads"] > 1 or size.endswith("real_time")
             key = name["what"], size.removesuffix("real_time").removesuffix("/").replace("threads:", "threads ")
             time = run["real_time" if waits else "cpu_time"] * NANOSECONDS[run["time_unit"]]
-            sides = times.setdefault(key, {})
-            sides[name["who"]] = min(time, sides.get(name["who"], time))
+            times.setdefault(key, {}).setdefault(name["who"], []).append(time)
             if name["who"] == "ours":
                 paths[key] = run.get("label", "")
+    for (what, size), sides in times.items():
+        if "ours" not in sides:
+            sys.exit(f"{what}/{size}: there are peers, but no time of ours")
     return times, paths
 
 
@@ -46,10 +48,9 @@ def as_text(nanoseconds):
 
 def rows_of(times, paths):
     for (what, size), sides in times.items():
-        if "ours" not in sides:
-            sys.exit(f"{what}/{size}: there are peers, but no time of ours")
-        ours = sides.pop("ours")
-        for peer, time in sides.items() or [("", None)]:
+        ours = min(sides["ours"])
+        peers = [(who, min(times)) for who, times in sides.items() if who != "ours"]
+        for peer, time in peers or [("", None)]:
             compared = (as_text(time), f"{time / ours:.2f}") if time is not None else ("", "")
             yield what, size, as_text(ours), peer, *compared, paths[what, size]
 
@@ -63,8 +64,9 @@ def print_table(rows):
 
 
 def main(files):
-    times, paths = read_times(files)
+    times, paths = read_repetitions(files)
     print_table([HEADER, *rows_of(times, paths)])
 
 
-main(sys.argv[1:])
+if __name__ == "__main__":
+    main(sys.argv[1:])

@@ -29,12 +29,19 @@ def milliseconds(compiler, source):
     return best
 
 
-def main():
-    compiler = sys.argv[1] if len(sys.argv) > 1 else "g++"
+def public_headers():
+    return sorted(re.findall(r'^#include "(.*)"$', (ROOT / UMBRELLA).read_text(), re.M)) + [UMBRELLA]
+
+
+def measure(headers, compiler="g++"):
+    """Milliseconds by header."""
     empty = milliseconds(compiler, "")
-    public = re.findall(r'^#include "(.*)"$', (ROOT / UMBRELLA).read_text(), re.M)
-    for header in sorted(public) + [UMBRELLA]:
-        print(f'{milliseconds(compiler, f"#include <{header}>") - empty:5.0f} ms  {header}')
+    return {header: milliseconds(compiler, f"#include <{header}>") - empty for header in headers}
+
+
+def main():
+    for header, cost in measure(public_headers(), *sys.argv[1:2]).items():
+        print(f"{cost:5.0f} ms  {header}")
 
 
 if __name__ == "__main__":

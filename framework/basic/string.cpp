@@ -31,7 +31,6 @@
 #include <memory>
 #include <new>
 
-#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
 
 static_assert(sizeof(CString) == 16, "field order and widths are the binary interface");
@@ -72,9 +71,51 @@ unsigned int CapacityToFormat(unsigned int uCapacity, unsigned int uStartIndex, 
     return uCapacity;
 }
 
+// The first occurrence of a text that is not empty; null when there is none.
+const char* FindIn(const char* pBegin, const char* pEnd, STextPiece text)
+{
+    const size_t uSize = static_cast<size_t>(pEnd - pBegin);
+    const void* const pvFound =
+        text.uSize == 1 ? memchr(pBegin, *text.pText, uSize) : memmem(pBegin, uSize, text.pText, text.uSize);
+    return static_cast<const char*>(pvFound);
+}
+
+// Copies a run of characters with each occurrence of a text replaced, the first of which begins at pFound, and returns
+// the end of what it has written. In place as well, where that gets no longer.
+char* CopyReplacing(char* pDest, const char* pBegin, const char* pEnd, const char* pFound, STextPiece oldText,
+                    STextPiece newText)
+{
+    while (pFound != nullptr)
+    {
+        const size_t uKept = static_cast<size_t>(pFound - pBegin);
+        if (pDest != pBegin) memmove(pDest, pBegin, uKept);
+        memcpy(pDest + uKept, newText.pText, newText.uSize);
+        pDest += uKept + newText.uSize;
+        pBegin = pFound + oldText.uSize;
+        pFound = FindIn(pBegin, pEnd, oldText);
+    }
+    const size_t uKept = static_cast<size_t>(pEnd - pBegin);
+    if (pDest != pBegin) memmove(pDest, pBegin, uKept);
+    return pDest + uKept;
+}
+
+bool IsOneOf(char c, STextPiece characters)
+{
+    for (size_t u = 0; u != characters.uSize; ++u)
+    {
+        if (characters.pText[u] == c) return true;
+    }
+    return false;
+}
+
 int LowerCase(char c)
 {
     return tolower(static_cast<unsigned char>(c));
+}
+
+int UpperCase(char c)
+{
+    return toupper(static_cast<unsigned char>(c));
 }
 
 // vsnprintf() on a copy of the list, which can so be read again.
@@ -248,19 +289,8 @@ CString& CString::operator=(CString&& rSrc) noexcept
 
 CString& CString::operator=(const char* pszText)
 {
-    pszText = MakeNullSafe(pszText);
-    const size_t uLength = strlen(pszText);
-    if (uLength > uMAX_SIZE) return *this;
-    const unsigned int uSize = static_cast<unsigned int>(uLength);
-    if (HasRoom(uSize)) memmove(Characters(), pszText, uSize);
-    else
-    {
-        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize), uSize);
-        if (pstInfo == nullptr) return *this;
-        memcpy(CharactersOf(pstInfo), pszText, uSize);
-        Replace(pstInfo);
-    }
-    SetSize(uSize);
+    // As promised, a text that cannot be taken changes nothing.
+    static_cast<void>(Assign(pszText));
     return *this;
 }
 
@@ -268,6 +298,33 @@ CString& CString::operator=(char c)
 {
     const char szText[2] = {c, '\0'};
     return *this = szText;
+}
+
+QvResult CString::AssignText(const char* pText, size_t uTextSize)
+{
+    if (pText == nullptr) uTextSize = 0;
+    if (uTextSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uSize = static_cast<unsigned int>(uTextSize);
+    if (!HasRoom(uSize))
+    {
+        SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize), uSize);
+        if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
+        if (uSize != 0) memcpy(CharactersOf(pstInfo), pText, uSize);
+        TakeBlock(pstInfo);
+    }
+    else if (uSize != 0) memmove(Characters(), pText, uSize);
+    SetSize(uSize);
+    return QV_RES_OK;
+}
+
+int CString::CompareRest(const char* pszOther) const
+{
+    const unsigned int uSize = GetSize();
+    const int nOrder = strncmp(CStr() + 8, pszOther + 8, uSize - 8);
+    if (nOrder != 0) return nOrder;
+    // Equal up to the end of this string, or up to a NUL in it, where the other text ends.
+    if (strnlen(pszOther + 8, uSize - 8) != uSize - 8) return 1;
+    return pszOther[uSize] == '\0' ? 0 : -1;
 }
 
 int CString::CaseInsCmp(const char* pszOther) const
@@ -289,10 +346,42 @@ unsigned int CString::FindSubstring(unsigned int uStartIndex, const char* pszSub
     return pszFound != nullptr ? static_cast<unsigned int>(pszFound - CStr()) : GetSize();
 }
 
+unsigned int CString::FindLast(STextPiece text) const
+{
+    if (text.uSize == 0 || text.uSize > GetSize()) return GetSize();
+    // By its last character, of which there are as many as the text has places.
+    const char cLast = text.pText[text.uSize - 1];
+    const char* const pFirstPlace = CStr() + text.uSize - 1;
+    const char* pPlacesEnd = end();
+    while (pPlacesEnd != pFirstPlace)
+    {
+        const void* const pvFound = memrchr(pFirstPlace, cLast, static_cast<size_t>(pPlacesEnd - pFirstPlace));
+        if (pvFound == nullptr) break;
+        pPlacesEnd = static_cast<const char*>(pvFound);
+        const char* const pBegin = pPlacesEnd + 1 - text.uSize;
+        if (memcmp(pBegin, text.pText, text.uSize - 1) == 0) return static_cast<unsigned int>(pBegin - CStr());
+    }
+    return GetSize();
+}
+
+CString CString::Substring(unsigned int uIndex, unsigned int uSize) const
+{
+    if (uIndex >= GetSize()) return CString();
+    uSize = std::min(uSize, GetSize() - uIndex);
+    if (uSize == GetSize()) return *this;
+    return CString(CStr() + uIndex, uSize);  // which is below uMAX_SIZE, and so a plain length
+}
+
 void CString::ToLowerCase()
 {
     if (CreateCopy() < 0) return;
     for (char* psz = Characters(); *psz != '\0'; ++psz) *psz = static_cast<char>(LowerCase(*psz));
+}
+
+void CString::ToUpperCase()
+{
+    if (CreateCopy() < 0) return;
+    for (char* psz = Characters(); *psz != '\0'; ++psz) *psz = static_cast<char>(UpperCase(*psz));
 }
 
 QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize)
@@ -318,7 +407,7 @@ QvResult CString::Insert(unsigned int uIndex, unsigned int uRepetition, const ch
         char* const pszEnd = Repeat(pszNew + uIndex, uRepetition, pszSrc, uSize);
         if (uTail != 0) memcpy(pszEnd, CStr() + uIndex, uTail);
         pszNew[uNewSize] = '\0';
-        Replace(pstInfo);
+        TakeBlock(pstInfo);
         return QV_RES_OK;
     }
     if (HoldsAddress(pszSrc))
@@ -375,6 +464,45 @@ void CString::TrimRightSide(char c)
     unsigned int uCount = 0;
     while (uCount < GetSize() && GetAt(GetSize() - 1 - uCount) == c) ++uCount;
     Erase(GetSize() - uCount, uCount);
+}
+
+void CString::Trim(STextPiece characters)
+{
+    const char* pBegin = begin();
+    const char* pEnd = end();
+    while (pEnd != pBegin && IsOneOf(pEnd[-1], characters)) --pEnd;
+    while (pBegin != pEnd && IsOneOf(*pBegin, characters)) ++pBegin;
+    const size_t uSize = static_cast<size_t>(pEnd - pBegin);
+    // Where memory runs out, all stays, as promised.
+    if (uSize != GetSize()) static_cast<void>(AssignText(pBegin, uSize));
+}
+
+QvResult CString::Replace(STextPiece oldText, STextPiece newText)
+{
+    const char* const pFirst = oldText.uSize != 0 ? FindIn(begin(), end(), oldText) : nullptr;
+    if (pFirst == nullptr) return QV_RES_OK;
+    const bool bInPlace =
+        newText.uSize <= oldText.uSize && !IsShared() && !HoldsAddress(oldText.pText) && !HoldsAddress(newText.pText);
+    if (bInPlace)
+    {
+        char* const pDest = Characters() + (pFirst - begin());
+        const char* const pEnd = CopyReplacing(pDest, pFirst, end(), pFirst, oldText, newText);
+        SetSize(static_cast<unsigned int>(pEnd - begin()));
+        return QV_RES_OK;
+    }
+
+    if (newText.uSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
+    size_t uNewSize = GetSize();
+    for (const char* p = pFirst; p != nullptr; p = FindIn(p + oldText.uSize, end(), oldText))
+        uNewSize += newText.uSize - oldText.uSize;
+    if (uNewSize > uMAX_SIZE) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uSize = static_cast<unsigned int>(uNewSize);
+    SStringInfo* const pstInfo = NewBlock(CapacityFor(uSize), uSize);
+    if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
+    CopyReplacing(CharactersOf(pstInfo), begin(), end(), pFirst, oldText, newText);
+    TakeBlock(pstInfo);
+    SetSize(uSize);
+    return QV_RES_OK;
 }
 
 void CString::Resize(unsigned int uSize)
@@ -539,12 +667,12 @@ QvResult CString::Reallocate(unsigned int uCapacity)
 {
     SStringInfo* const pstCopy = CopyBlock(uCapacity);
     if (pstCopy == nullptr) return QV_RES_OUT_OF_MEMORY;
-    Replace(pstCopy);
+    TakeBlock(pstCopy);
     return QV_RES_OK;
 }
 
 // Replaces the block of the string by another one, which is complete already, and gives up the old one.
-void CString::Replace(SStringInfo* pstInfo)
+void CString::TakeBlock(SStringInfo* pstInfo)
 {
     if (!IsShared()) FreeBlock();
     else GiveUpShareLocked();
@@ -554,21 +682,25 @@ void CString::Replace(SStringInfo* pstInfo)
 // Insert() at the end; a text that takes a block with more room comes here for it directly.
 QV_CACHE_LINE_ALIGNED void CString::AppendElsewhere(const char* pszText, unsigned int uSize)
 {
+    // Insert() knows what no text, no size and uMAX_SIZE mean, and that they change nothing when they do not fit.
+    if (pszText == nullptr || uSize - 1 >= uMAX_SIZE - 1) static_cast<void>(Insert(GetSize(), 1, pszText, uSize));
+    else static_cast<void>(AppendText(pszText, uSize));
+}
+
+// Appends characters for which the block has no room, or which it may not be given, so that they get a new one.
+QvResult CString::AppendText(const char* pText, size_t uSize)
+{
     const unsigned int uOldSize = GetSize();
-    const unsigned int uNewSize = uOldSize + uSize;
-    const bool bPlain = uSize - 1 < uMAX_SIZE - 1 && uNewSize <= uMAX_SIZE;
-    if (!bPlain || uNewSize <= GetCapacity())
-    {
-        Insert(uOldSize, 1, pszText, uSize);
-        return;
-    }
-    SStringInfo* const pstInfo = NewBlock(RoundUpCapacity(uNewSize), uNewSize);
-    if (pstInfo == nullptr) return;
-    char* const pszNew = CharactersOf(pstInfo);
-    if (uOldSize != 0) memcpy(pszNew, CStr(), uOldSize);
-    CopyFew(pszNew + uOldSize, pszText, uSize);
-    pszNew[uNewSize] = '\0';
-    Replace(pstInfo);
+    if (uSize > uMAX_SIZE - uOldSize) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uNewSize = uOldSize + static_cast<unsigned int>(uSize);
+    SStringInfo* const pstInfo = NewBlock(CapacityFor(uNewSize), uNewSize);
+    if (pstInfo == nullptr) return QV_RES_OUT_OF_MEMORY;
+    char* const pNew = CharactersOf(pstInfo);
+    if (uOldSize != 0) memcpy(pNew, CStr(), uOldSize);
+    CopyFew(pNew + uOldSize, pText, static_cast<unsigned int>(uSize));
+    pNew[uNewSize] = '\0';
+    TakeBlock(pstInfo);
+    return QV_RES_OK;
 }
 
 // Whether uSize characters can be written into the block as it is.

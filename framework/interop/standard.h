@@ -67,30 +67,17 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the string is as it was.
 [[nodiscard]] inline QvResult QvAppend(CString& rstrTo, std::string_view text)
 {
-    const unsigned int uOldSize = rstrTo.GetSize();
-    if (text.size() > CString::uMAX_SIZE - uOldSize) return QV_RES_INVALID_ARGUMENT;
-    unsigned int uSize = static_cast<unsigned int>(text.size());
-    if (uSize == CString::uMAX_SIZE)
-    {
-        // Insert() takes this size for "up to the NUL". The string is empty then, and only the first of the two steps
-        // can fail: capacities grow by 32, up to this size.
-        QV_RETURN_IF_FAILED(rstrTo.Insert(0, 1, text.data(), --uSize));
-        return rstrTo.Insert(uSize, 1, text.data() + uSize, 1);
-    }
-    return uSize != 0 ? rstrTo.Insert(uOldSize, 1, text.data(), uSize) : QV_RES_OK;
+    return rstrTo.Append(text);
 }
 
-/// Makes a text all that a string holds. The text may be a part of the string. Cost: a new block, and the copy.
+/// Makes a text all that a string holds. The text may be a part of the string. NULs are characters like others here.
 ///
 /// - `QV_RES_OK`: the string holds the text.
 /// - `QV_RES_INVALID_ARGUMENT`: the text is longer than CString::uMAX_SIZE; the string is as it was.
 /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the string is as it was.
 [[nodiscard]] inline QvResult QvAssign(CString& rstrTo, std::string_view text)
 {
-    CString strNew;
-    QV_RETURN_IF_FAILED(QvAppend(strNew, text));
-    rstrTo = static_cast<CString&&>(strNew);
-    return QV_RES_OK;
+    return rstrTo.Assign(text);
 }
 
 /// Puts bytes behind those of a blob, whose cursors stay. The bytes may be a part of the blob.
@@ -112,11 +99,7 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 [[nodiscard]] inline QvResult QvAssign(CBlob& rTo, std::string_view bytes)
 {
     if (bytes.size() > 0xFFFFFFFF) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uSize = static_cast<unsigned int>(bytes.size());
-    QV_RETURN_IF_FAILED(rTo.ReserveCapacity(uSize));  // which moves nothing that is a part of the blob: that has room
-    if (uSize != 0) memmove(rTo.GetFirstIndexPtr(), bytes.data(), uSize);
-    rTo.Clear();
-    return rTo.Resize(uSize);
+    return rTo.Assign(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size()));
 }
 
 #ifdef __cpp_lib_span

@@ -1,11 +1,18 @@
 #ifndef TESTS_ABI_OLD_STRING_H
 #define TESTS_ABI_OLD_STRING_H
 #include <cstdarg>
+#include <cstddef>
 
 #include "tests/abi/old_allocator.h"
 #include "tests/abi/old_marshaler.h"
 #include "tests/abi/old_mutex.h"
 #include "tests/abi/old_result.h"
+
+struct STextPiece
+{
+    const char* pText;
+    std::size_t uSize;
+};
 
 class CString
 {
@@ -62,6 +69,24 @@ public:
 
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...);
     QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args);
+
+    // What programs compiled for version 1.1 call, by themselves or through what was inline.
+    QvResult AssignText(const char* pText, std::size_t uSize);
+    QvResult AppendText(const char* pText, std::size_t uSize);
+    int CompareRest(const char* psz) const;
+    unsigned int FindLast(STextPiece text) const;
+    CString Substring(unsigned int uIndex, unsigned int uSize) const;
+    void ToUpperCase();
+    void Trim(STextPiece characters);
+    QvResult Replace(STextPiece oldText, STextPiece newText);
+    static QvResult ParseNumber(STextPiece text, long* pnNumber, unsigned int uBase);
+    static QvResult ParseNumber(STextPiece text, unsigned long* puNumber, unsigned int uBase);
+    static QvResult ParseNumber(STextPiece text, double* pNumber);
+    static QvResult ParseNumber(STextPiece text, float* pNumber);
+    QvResult AppendNumber(long nNumber, unsigned int uBase);
+    QvResult AppendNumber(unsigned long uNumber, unsigned int uBase);
+    QvResult AppendNumber(double number);
+    QvResult AppendNumber(float number);
 
     static QvResult InitializeCString();
     static void FinalizeCString();

@@ -199,6 +199,42 @@ TEST(CStringFormat, TakesArgumentsAndArgumentLists)
     ExpectBlock(1, 32, "7 seven", string);
 }
 
+TEST(CStringTexts, AreFoundAndReplacedByPiecesThatTravelInRegisters)
+{
+    CString string;
+    EXPECT_EQ(QV_RES_OK, string.AssignText(" a,b,a\0 and more", 7));
+    EXPECT_EQ(5u, string.FindLast({"a", 1}));
+    string.Trim({" ", 2});
+    ExpectBlock(1, 32, "a,b,a", string);
+    EXPECT_EQ(QV_RES_OK, string.Replace({"a", 1}, {"cc", 2}));
+    ExpectBlock(1, 32, "cc,b,cc", string);
+    ExpectBlock(1, 32, "b", string.Substring(3, 1));
+    string.ToUpperCase();
+    EXPECT_EQ(QV_RES_OK, string.AppendText(", and so on until there is a larger block", 41));
+    ExpectBlock(1, 64, "CC,B,CC, and so on until there is a larger block", string);
+    EXPECT_EQ(0, string.CompareRest("CC,B,CC, and so on until there is a larger block"));
+    EXPECT_LT(string.CompareRest("CC,B,CC, and so on until there is a larger block."), 0);
+}
+
+TEST(CStringTexts, AreNumbersToo)
+{
+    CString string;
+    EXPECT_EQ(QV_RES_OK, string.AppendNumber(-1L, 10));
+    EXPECT_EQ(QV_RES_OK, string.AppendNumber(255UL, 16));
+    EXPECT_EQ(QV_RES_OK, string.AppendNumber(0.5));
+    EXPECT_EQ(QV_RES_OK, string.AppendNumber(0.25f));
+    ExpectBlock(1, 32, "-1ff0.50.25", string);
+    long nNumber = 0;
+    unsigned long uNumber = 0;
+    double dNumber = 0;
+    float fNumber = 0;
+    EXPECT_EQ(QV_RES_OK, CString::ParseNumber({"-1", 2}, &nNumber, 10));
+    EXPECT_EQ(QV_RES_OK, CString::ParseNumber({"ff", 2}, &uNumber, 16));
+    EXPECT_EQ(QV_RES_OK, CString::ParseNumber({"0.5", 3}, &dNumber));
+    EXPECT_EQ(QV_RES_OK, CString::ParseNumber({"0.25", 4}, &fNumber));
+    EXPECT_TRUE(nNumber == -1 && uNumber == 255 && dNumber == 0.5 && fNumber == 0.25f);
+}
+
 TEST(CStringInternals, CountSharesAndMakeThemPrivate)
 {
     CString source("text");

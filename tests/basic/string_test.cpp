@@ -118,6 +118,41 @@ TEST(CStringAssign, APieceOfASharedBlockIsTakenThoughTheOtherShareEndsMeanwhile)
     EXPECT_EQ(1u, allocator.GetLiveBlocks());
 }
 
+namespace
+{
+int SignOf(int n)
+{
+    return (n > 0) - (n < 0);
+}
+
+/// Bit by bit what the operators say, in a fixed order.
+template <typename Left, typename Right>
+unsigned int RelationsOf(const Left& rLeft, const Right& rRight)
+{
+    const bool abHolds[] = {rLeft<rRight, rLeft> rRight, rLeft <= rRight, rLeft >= rRight};
+    return abHolds[0] | abHolds[1] << 1 | abHolds[2] << 2 | abHolds[3] << 3;
+}
+
+/// Against a string and against a text, from both sides, as std::string does.
+void CompareAsStandard(const std::string& rFirst, const std::string& rSecond)
+{
+    const CString strFirst = StringOf(rFirst);
+    const CString strSecond = StringOf(rSecond);
+    const char* const pszSecond = rSecond.c_str();
+    EXPECT_EQ(SignOf(rFirst.compare(rSecond)), SignOf(strFirst.Compare(strSecond)));
+    EXPECT_EQ(SignOf(rFirst.compare(rSecond)), SignOf(SNaturalOrder()(strFirst, strSecond)));
+    EXPECT_EQ(SignOf(rFirst.compare(pszSecond)), SignOf(strFirst.Compare(pszSecond)));
+    EXPECT_EQ(SignOf(rFirst.compare(pszSecond)), SignOf(SNaturalOrder()(strFirst, pszSecond)));
+    EXPECT_EQ(-SignOf(rFirst.compare(pszSecond)), SignOf(SNaturalOrder()(pszSecond, strFirst)));
+    EXPECT_EQ(RelationsOf(rFirst, rSecond), RelationsOf(strFirst, strSecond));
+    EXPECT_EQ(RelationsOf(rFirst, pszSecond), RelationsOf(strFirst, pszSecond));
+    EXPECT_EQ(RelationsOf(pszSecond, rFirst), RelationsOf(pszSecond, strFirst));
+    EXPECT_EQ(rFirst == pszSecond, strFirst == pszSecond);
+    EXPECT_EQ(pszSecond == rFirst, pszSecond == strFirst);
+    EXPECT_EQ(pszSecond != rFirst, pszSecond != strFirst);
+}
+}  // namespace
+
 // Equal so far, then one other character: in front of, at and behind the eighth, the last one included.
 TEST(CStringCompare, FindsTheFirstOtherCharacterWhereverItIs)
 {
@@ -136,14 +171,33 @@ TEST(CStringCompare, FindsTheFirstOtherCharacterWhereverItIs)
                     strOther.resize(uOtherSize, 'z');
                     SCOPED_TRACE(testing::Message()
                                  << uSize << " characters, other at " << uAt << " of " << uOtherSize);
-                    ASSERT_EQ(strText < strOther, strOurs < StringOf(strOther));
-                    ASSERT_EQ(strOther < strText, StringOf(strOther) < strOurs);
+                    ASSERT_NO_FATAL_FAILURE(CompareAsStandard(strText, strOther));
+                    ASSERT_NO_FATAL_FAILURE(CompareAsStandard(strOther, strText));
                     ASSERT_EQ(strText == strOther, strOurs == StringOf(strOther));
-                    ASSERT_EQ(strText == strOther.c_str(), strOurs == strOther.c_str());
+                    if (HasFailure()) return;
                 }
             }
         }
     }
+}
+
+TEST(CStringCompare, ATextIsReadUpToItsNulAndAStringToItsSize)
+{
+    CString strText("abc");
+    strText.GetBuffer()[3] = 'd';
+    EXPECT_LT(strText.Compare("abcd"), 0) << "what lies behind the size is no part of it";
+    const CPageEnd end(std::string("abcdefghi\0", 10));
+    EXPECT_EQ(0, CString("abcdefghi").Compare(end.GetText()));
+    EXPECT_GT(CString("abcdefghi\0x", 11).Compare(end.GetText()), 0);
+    EXPECT_EQ(0, CString().Compare(nullptr));
+    EXPECT_GT(strText.Compare(nullptr), 0);
+    const std::string strLong(70000, 'x');
+    EXPECT_LT(CString(strLong.c_str() + 70000 - 65535).Compare(strLong.c_str()), 0);
+    EXPECT_EQ(0, SNaturalOrder()(CString("abc"), "abc")) << "arrays are texts";
+    EXPECT_GT(SNaturalOrder()("abd", CString("abc")), 0);
+    char szText[8] = "abc";
+    EXPECT_EQ(0, SNaturalOrder()(static_cast<char*>(szText), CString("abc")));
+    EXPECT_EQ(0, SNaturalOrder()(CString("abc"), static_cast<char*>(szText)));
 }
 
 TEST(CStringCompare, EqualityLooksUpToANulAndOrderBehindIt)

@@ -4,10 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/marshaler.h"
+#include "framework/basic/vector.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 #include "tests/clients/client.h"
@@ -90,6 +93,20 @@ void Construction()
     CHECK(strText.FindSubstring(0, nullptr) == 4);
 }
 
+void Order()
+{
+    const CString strA("a");
+    const CString strB("b");
+    Promised<bool (CString::*)(const CString&) const>(&CString::operator<);
+    Promised<int (CString::*)(const CString&) const>(&CString::Compare);
+    Promised<int (CString::*)(const char*) const>(&CString::Compare);
+    CHECK(strA.Compare(strB) < 0 && strB.Compare("a") > 0 && strA.Compare("a") == 0 && CString().Compare(nullptr) == 0);
+    CHECK(strA < strB && strB > strA && strA <= strB && strB >= strA && strA != strB);
+    CHECK(strA < "b" && strB > "a" && strA <= "b" && strB >= "a" && strA == "a" && strA != "b");
+    CHECK("a" < strB && "b" > strA && "a" <= strB && "b" >= strA && "a" == strA && "b" != strA);
+    CHECK(CString() <= nullptr && nullptr >= CString() && strA > nullptr && nullptr == CString());
+}
+
 void Editing()
 {
     CString str("text");
@@ -144,6 +161,72 @@ void Sums()
     Promised<CString (*)(char, const CString&)>(&operator+);
 }
 
+void Texts()
+{
+    CString str;
+    Promised<QvResult (CString::*)(const char*, unsigned int)>(&CString::Assign);
+    Promised<QvResult (CString::*)(const char*, unsigned int)>(&CString::Append);
+    CHECK(str.Assign("key and more", 3) == QV_RES_OK && str.Append("= value", 7) == QV_RES_OK && str == "key= value");
+    CHECK(str.Assign(" key") == QV_RES_OK && str.Append(CString("=")) == QV_RES_OK && str.Append('v') == QV_RES_OK);
+    CHECK(str.Assign(std::string(" key")) == QV_RES_OK && str.Append(std::string_view("=v,w ")) == QV_RES_OK);
+    CHECK(str.Assign(nullptr, 65535) == QV_RES_OK && str.Append(nullptr) == QV_RES_OK && str.IsEmpty());
+    CHECK(str.Assign(" key=v,w ") == QV_RES_OK && str.Assign(str) == QV_RES_OK);
+    Promised<void (CString::*)(STextPiece)>(&CString::Trim);
+    str.Trim();
+    CHECK(str.StartsWith("key") && str.EndsWith('w') && str.Contains(CString("=v")) && !str.Contains("W"));
+    Promised<unsigned int (CString::*)(STextPiece) const>(&CString::FindLast);
+    CHECK(str.FindLast(',') == 5 && str.FindLast("none") == str.GetSize());
+    Promised<CString (CString::*)(unsigned int, unsigned int) const>(&CString::Substring);
+    CHECK(str.Substring(0, 3) == "key" && str.Substring(4) == "v,w");
+    Promised<QvResult (CString::*)(STextPiece, STextPiece)>(&CString::Replace);
+    CHECK(str.Replace(",", ";") == QV_RES_OK && str.Replace('=', ": ") == QV_RES_OK && str == "key: v;w");
+    str.ToUpperCase();
+    str.Trim("KEYW");
+    CHECK(str == ": V;");
+    CVector<CString> parts;
+    Promised<QvResult (CString::*)(char, CVector<CString>*) const>(&CString::Split<CString>);
+    CHECK(CString("a,,b").Split(',', &parts) == QV_RES_OK && parts.GetSize() == 3 && parts[1].IsEmpty());
+    CHECK(parts[2].Split(',', &parts) == QV_RES_OK && parts.GetSize() == 1 && parts[0] == "b");
+}
+
+void Numbers()
+{
+    CString str;
+    Promised<QvResult (*)(STextPiece, int64_t*, unsigned int)>(&CString::ParseNumber);
+    Promised<QvResult (*)(STextPiece, uint64_t*, unsigned int)>(&CString::ParseNumber);
+    Promised<QvResult (*)(STextPiece, double*)>(&CString::ParseNumber);
+    Promised<QvResult (*)(STextPiece, float*)>(&CString::ParseNumber);
+    Promised<QvResult (CString::*)(int64_t, unsigned int)>(&CString::AppendNumber);
+    Promised<QvResult (CString::*)(uint64_t, unsigned int)>(&CString::AppendNumber);
+    Promised<QvResult (CString::*)(double)>(&CString::AppendNumber);
+    Promised<QvResult (CString::*)(float)>(&CString::AppendNumber);
+    int n = 0;
+    unsigned short uShort = 0;
+    long long nLong = 0;
+    double d = 0;
+    float f = 0;
+    CHECK(str.AppendNumber(-42) == QV_RES_OK && str.ToNumber(&n) == QV_RES_OK && n == -42);
+    CHECK(str.ToNumber(&uShort) == QV_RES_INVALID_ARGUMENT && str.ToNumber(&nLong, 5) == QV_RES_OK && nLong == -22);
+    CHECK(CString::ParseNumber("65536", &uShort) == QV_RES_FAIL &&
+          CString::ParseNumber("ff", &uShort, 16) == QV_RES_OK);
+    str.EraseAll();
+    CHECK(str.AppendNumber(0.5) == QV_RES_OK && str.ToNumber(&d) == QV_RES_OK && str.ToNumber(&f) == QV_RES_OK);
+    CHECK(str.AppendNumber(0.5f) == QV_RES_OK && str.AppendNumber(255u, 16) == QV_RES_OK && str == "0.50.5ff");
+    CHECK(uShort == 255 && d == 0.5 && f == 0.5f);
+}
+
+void Range()
+{
+    CString str;
+    str.push_back('b');
+    str.push_back('a');
+    CHECK(str.size() == 2 && !str.empty() && str.front() == 'b' && str.back() == 'a' && str.data() == str.CStr());
+    static_assert(std::is_same_v<CString::iterator, const char*> && std::is_same_v<CString::value_type, char>);
+    CHECK(str.cbegin() == str.begin() && str.cend() == str.end() && str.end() - str.begin() == 2);
+    str.clear();
+    CHECK(str.empty());
+}
+
 void Formatting()
 {
     CString str;
@@ -183,8 +266,12 @@ void StringClient()
     static_assert(sizeof(CString) == 16 && std::has_virtual_destructor_v<CString>);
     CMyString("shared").Internals();
     Construction();
+    Order();
     Editing();
     Sums();
+    Texts();
+    Numbers();
+    Range();
     Formatting();
     Serialisation();
     CHECK(std::strcmp(g_szNULL, "NULL") == 0 && g_szEMPTY_STRING[0] == '\0');

@@ -7,6 +7,8 @@
 #include "framework/basic/string.h"
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
+#include "framework/basic/vector.h"
+#include "framework/crypto/base64.h"
 #include "tests/support/bytes.h"
 #include "tests/support/string_probe.h"
 #include "tests/whole/exhaustion.h"
@@ -75,6 +77,24 @@ void TryStringToLowerCase(CTrial& rTrial)
     rTrial.ExpectNoThrow();
     EXPECT_EQ(rTrial.IsDone() ? "abc" + std::string(40, 'd') : before, TextOf(strText));
     EXPECT_EQ(before, TextOf(strCopy));
+}
+void TryStringSplit(CTrial& rTrial)
+{
+    const CString strText("first,second,third");
+    CVector<CString> parts(rTrial.Source());
+    ASSERT_EQ(QV_RES_OK, parts.Append(CString("old")));
+    rTrial.Run([&] { return strText.Split(',', &parts); });
+    rTrial.ExpectResult();
+    EXPECT_TRUE(rTrial.IsDone() ? parts.GetSize() == 3 && parts[2] == "third"
+                                : parts.IsEmpty() || (parts.GetSize() == 1 && parts[0] == "old"));
+}
+void TryStringPushBack(CTrial& rTrial)
+{
+    CString strText(g_BEFORE.c_str());
+    const CString strCopy(strText);
+    rTrial.Run([&] { strText.push_back('b'); });
+    rTrial.ExpectThrow();
+    EXPECT_EQ(rTrial.HasThrown() ? g_BEFORE : g_BEFORE + 'b', TextOf(strText));
 }
 void TryStringGetBuffer(CTrial& rTrial)
 {
@@ -171,6 +191,44 @@ void TryBlobAppendString(CTrial& rTrial)
 {
     const CString strText("\1\2");
     TryBytes(rTrial, {1, 2, 3, 1, 2}, [&](CBlob& r) { return r.Append(strText); });
+}
+// What cannot report throws.
+void TryBlobPushBack(CTrial& rTrial)
+{
+    CBlob blob(g_auBEFORE.data(), 3u, 3u, rTrial.Source());
+    rTrial.Run([&] { blob.push_back(4); });
+    EXPECT_FALSE(rTrial.HasThrown()) << "the least that does can be had";
+    EXPECT_EQ((Bytes{1, 2, 3, 4}), BytesOf(blob));
+}
+void TryBlobMakeOfRange(CTrial& rTrial)
+{
+    std::optional<CBlob> blob;
+    rTrial.Run([&] { blob.emplace(g_auBEFORE.begin(), g_auBEFORE.end()); });
+    rTrial.ExpectThrow();
+    if (rTrial.IsDone()) { EXPECT_EQ(g_auBEFORE, BytesOf(*blob)); }
+}
+template <typename Operation>
+void TryTextOfBlob(CTrial& rTrial, const std::string& rAfter, Operation&& rOperation)
+{
+    const Bytes many(90, 'b');
+    const CBlob blob(many.data(), 90);
+    TryText(rTrial, rAfter, [&](CString& r) { return rOperation(blob, &r); });
+}
+void TryBlobToText(CTrial& rTrial)
+{
+    TryTextOfBlob(rTrial, std::string(90, 'b'), [](const CBlob& r, CString* pstr) { return r.ToText(pstr); });
+}
+void TryBlobToHex(CTrial& rTrial)
+{
+    std::string hex;
+    for (unsigned int u = 0; u < 90; ++u) hex += "62";
+    TryTextOfBlob(rTrial, hex, [](const CBlob& r, CString* pstr) { return r.ToHex(pstr); });
+}
+void TryBlobToBase64(CTrial& rTrial)
+{
+    std::string text;
+    for (unsigned int u = 0; u < 30; ++u) text += "YmJi";
+    TryTextOfBlob(rTrial, text, [](const CBlob& r, CString* pstr) { return CBase64::ToText(r, pstr); });
 }
 void TryBlobReduce(CTrial& rTrial)
 {
@@ -340,6 +398,17 @@ std::vector<SOperation> DataOperations()
         OnText("CString assign character", "x", [](CString& r) { r = 'x'; }),
         {"CString append", TryStringAppend, false},
         OnText("CString append text", g_BEFORE + "more", [](CString& r) { r += "more"; }),
+        OnText("CString Assign", "text", [](CString& r) { return r.Assign("text"); }),
+        OnText("CString Append", g_BEFORE + "more", [](CString& r) { return r.Append("more"); }),
+        OnText("CString AppendNumber", g_BEFORE + "-42", [](CString& r) { return r.AppendNumber(-42); }),
+        OnText("CString Replace", std::string(80, 'b'), [](CString& r) { return r.Replace('a', "bb"); }),
+        OnText("CString Trim", "", [](CString& r) { r.Trim('a'); }),
+        OnText("CString ToUpperCase", std::string(40, 'A'), [](CString& r) { r.ToUpperCase(); }),
+        OnText("CString clear", "", [](CString& r) { r.clear(); }),
+        MakingText("CString Substring", "hello",
+                   [](std::optional<CString>& r) { r.emplace(CString("oh, hello").Substring(4, 5)); }),
+        {"CString Split", TryStringSplit, false},
+        {"CString push_back", TryStringPushBack, false},
         OnText("CString append character", g_BEFORE + "c", [](CString& r) { r += 'c'; }),
         {"CString sum", TryStringSum, false},
         OnText("CString Insert", "xyxy" + g_BEFORE, [](CString& r) { return r.Insert(0, 2, "xy", 2); }),
@@ -364,6 +433,14 @@ std::vector<SOperation> DataOperations()
         {"CBlob Insert blob", TryBlobInsertBlob, true},
         OnBytes("CBlob Append", {1, 2, 3, 1, 2, 3}, [](CBlob& r) { return r.Append(g_auBEFORE.data(), 3); }),
         {"CBlob Append string", TryBlobAppendString, true},
+        {"CBlob push_back", TryBlobPushBack, true},
+        {"CBlob of a range", TryBlobMakeOfRange, false},
+        OnBytes("CBlob Assign", {'f', 'o', 'u', 'r'}, [](CBlob& r) { return r.Assign("four"); }),
+        OnBytes("CBlob AssignHex", {4, 5, 6, 7}, [](CBlob& r) { return r.AssignHex("04050607"); }),
+        OnBytes("CBlob from base64", {'f', 'o', 'o'}, [](CBlob& r) { return CBase64::FromText("Zm9v", &r); }),
+        {"CBlob ToText", TryBlobToText, false},
+        {"CBlob ToHex", TryBlobToHex, false},
+        {"CBlob to base64", TryBlobToBase64, false},
         OnBytes("CBlob AppendBits", {1, 2, 3, 1, 2}, [](CBlob& r) { r.AppendBits(g_auBEFORE.data(), 16, 0); }),
         OnBytes("CBlob PadBits", {1, 2, 3, 0, 0}, [](CBlob& r) { r.PadBits(16); }),
         OnBytes("CBlob ReserveCapacity", g_auBEFORE, [](CBlob& r) { return r.ReserveCapacity(20); }),
