@@ -199,7 +199,8 @@ class CReference:
         scope = definition.findtext('compoundname')
         name = member.findtext('name')
         in_class = definition.get('kind') in ('class', 'struct', 'union')
-        if member.get('prot') != 'public' or member.get('kind') == 'friend': return
+        if member.get('prot') != 'public' or (member.findtext('definition') or '').startswith(('friend class', 'friend struct')):
+            return
         if not in_class and (INTERNAL in (member.findtext('qualifiedname') or '') or member.get('static') == 'yes'): return
         if re.match(r'FRAMEWORK_\w+_H$', name): return
         full_name = scope + '::' + name if in_class else name

@@ -4,16 +4,23 @@
   marked at its end: what belongs to no class is shown only of headers that are documented.
 - What follows a documented declaration directly, without a comment, shares its comment when it is an overload of it, a
   comparison behind a comparison, FinalizeX() behind InitializeX(), or named in the comment as X().
-- Copies that are deleted, destructors, and what the compiler makes get the one text that there is to say.
+- Copies that are deleted, destructors, what the compiler makes, and names that all containers of the standard library
+  have, get the one text that there is to say.
 """
 
 import re
 
 COMMENT = re.compile(r'\s*///(?!<)')
-NO_DECLARATION = re.compile(r'\s*(#|//|$|[{}]|(public|protected|private):|namespace\b|using\b|friend\b|extern template\b'
-                            r'|extern "C"|static_assert\b)')
+NO_DECLARATION = re.compile(r'\s*(#|//|$|[{}]|(public|protected|private):|namespace\b|extern "C")')
+# Declares nothing that has a comment of its own.
+STATEMENT = re.compile(r'\s*(using\b|friend (class|struct)\b|extern template\b|static_assert\b)')
 CLASS = re.compile(r'(template\s*<.*?>\s*)*(class|struct|union)\s[^(]*\{')
 CLASS_HEAD = re.compile(r'\s*(?:template\s*<.*>\s*)?(?:class|struct)\s+(?:QV_\w+\s+)*(?:alignas\(\w+\)\s+)?(\w+)[^;]*$')
+ALIAS = re.compile(r'\s*using (?:typename )?(?:\w+::)*(\w+)(?: =[^;]*)?;$')
+# Only what these containers have: lower-case names of our own are told of as others are.
+STANDARD_TYPES = set("""const_iterator const_pointer const_reference const_reverse_iterator difference_type iterator key_type
+    mapped_type pointer reference reverse_iterator size_type value_type""".split())
+STANDARD_CALLS = set('back begin cbegin cend clear crbegin crend data empty end front rbegin rend size'.split())
 COMPARISON = re.compile(r'operator(==|!=|<=?|>=?)$')
 
 
@@ -98,7 +105,8 @@ class CHeader:
             self.keep_classes()
             line = self.lines[self.number]
             declared = None if NO_DECLARATION.match(line) else declaration_at(self.lines, self.number)
-            if declared and not CLASS.match(declared[0]): self.read_declaration(*declared, has_comment)
+            if declared and STATEMENT.match(declared[0]): self.read_statement(*declared, has_comment)
+            elif declared and not CLASS.match(declared[0]): self.read_declaration(*declared, has_comment)
             else: self.read_other(has_comment)
         if not self.has_text: self.result.append('/// @file')
 
@@ -131,15 +139,26 @@ class CHeader:
             standard = standard_text(text, self.classes[-1][1]) if self.classes else None
             if standard: self.result.append('/// ' + standard)
             elif shares(text, self.comment, self.told): self.result += self.comment
-            else: self.forget_comment()
+            else:
+                self.forget_comment()
+                if name in STANDARD_CALLS: self.result.append("/// As in the standard library's containers.")
         if self.comment and name: self.told.add(name)
         self.result += self.lines[self.number:behind]
         self.number = behind
 
-    def read_other(self, has_comment):
-        line = self.lines[self.number]
+    def read_statement(self, text, behind, has_comment):
+        alias = ALIAS.match(text)
+        if not has_comment:
+            self.forget_comment()
+            if alias and alias[1] in STANDARD_TYPES:
+                self.result.append("/// As in the standard library's containers.")
+        lines = self.lines[self.number:behind]
         # Made in the library: that is no declaration that anyone looks for.
-        self.result.append('' if line.startswith('extern template') else line)
+        self.result += [''] * len(lines) if text.startswith('extern template') else lines
+        self.number = behind
+
+    def read_other(self, has_comment):
+        self.result.append(self.lines[self.number])
         if not has_comment: self.forget_comment()
         self.number += 1
 
