@@ -100,7 +100,7 @@ QvResult Run(unsigned int uCount)
 int main(int argc, char** argv)
 {
     unsigned int uCount = 3;
-    if (argc > 1 && std::sscanf(argv[1], "%u", &uCount) != 1) return 2;
+    if (argc > 1 && QvFailed(CString::ParseNumber(argv[1], &uCount))) return 2;
     const CFrameworkScope framework;
     const QvResult res = QvSucceeded(framework.GetResult()) ? Run(uCount) : framework.GetResult();
     if (QvFailed(res)) std::fprintf(stderr, "messages: %s\n", QvResultName(res));
