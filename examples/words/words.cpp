@@ -1,6 +1,7 @@
 // Counts the words of standard input and prints the twenty most frequent: words < TEXT
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <exception>
 #include <iomanip>
 #include <iostream>
@@ -58,7 +59,7 @@ int main()
     }
     catch (const std::exception& rError)
     {
-        std::cerr << "words: " << rError.what() << '\n';
+        std::fprintf(stderr, "words: %s\n", rError.what());
         return 1;
     }
 }
