@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "framework/basic/blob.h"
+#include "framework/basic/string.h"
 #include "framework/crypto/base64.h"
 #include "fuzz/check.h"
 #include "fuzz/input.h"
@@ -156,6 +157,19 @@ Bytes Cut(CFuzzInput& rInput, const Bytes& rMessage, std::size_t& ruAt)
     return {itFrom, itFrom + static_cast<std::ptrdiff_t>(uSize)};
 }
 
+/// At once, what encoding does not give is refused, and the blob stays as it is.
+void DecodeAtOnce(const std::string& rstrText, unsigned int uAlphabet)
+{
+    std::string strWant;
+    const CBase64Model model(uAlphabet);
+    const bool bGood = model.Decode(rstrText, strWant) >= 0 && model.Encode(strWant) == rstrText;
+    CBlob blob = BlobOf(Bytes(3, 'a'));
+    const QvResult res = CBase64::FromText(CString(rstrText.data(), static_cast<unsigned int>(rstrText.size())), &blob,
+                                           static_cast<CBase64::EAlphabet>(uAlphabet));
+    RequireEqual(bGood ? QV_RES_OK : QV_RES_INVALID_ARGUMENT, res, "FromText");
+    RequireEqual(bGood ? strWant : "aaa", TextOf(BytesOf(blob)), "the bytes at once");
+}
+
 void RoundTrip(CFuzzInput& rInput, unsigned int uAlphabet)
 {
     const Bytes message = FuzzPiece(rInput);
@@ -171,6 +185,10 @@ void RoundTrip(CFuzzInput& rInput, unsigned int uAlphabet)
     Bytes whole(text.size());
     encoder.GetBase64().Encode(DataOf(message), SizeOf(message), whole.data());
     RequireEqual(text, whole, "Encode");
+    CString strText;
+    RequireEqual(QV_RES_OK, CBase64::ToText(BlobOf(message), &strText, static_cast<CBase64::EAlphabet>(uAlphabet)),
+                 "ToText");
+    RequireEqual(strWant, std::string(strText.begin(), strText.end()), "the text at once");
 
     CStream decoder(rInput, CCipher::eACTION_DECRYPT, uAlphabet);
     for (std::size_t uAt = 0; uAt < text.size();)
@@ -179,6 +197,7 @@ void RoundTrip(CFuzzInput& rInput, unsigned int uAlphabet)
     }
     RequireEqual(QV_RES_OK, decoder.End(rInput.Flag()), "the end of decoding");
     RequireEqual(TextOf(message), decoder.GetOut(), "the bytes");
+    DecodeAtOnce(strWant, uAlphabet);
 }
 
 /// Text that may be anything, most of it of the alphabet.
@@ -200,6 +219,7 @@ void DecodeAnything(CFuzzInput& rInput, unsigned int uAlphabet)
 {
     const Bytes text = rInput.Flag() ? rInput.Bytes(100) : AnyText(rInput);
     const std::string strText = TextOf(text);
+    DecodeAtOnce(strText, uAlphabet);
     CStream decoder(rInput, CCipher::eACTION_DECRYPT, uAlphabet);
     Bytes whole(text.size() / 4 * 3 + 3);
     unsigned int uWritten = 0;

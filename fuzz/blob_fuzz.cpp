@@ -1,14 +1,17 @@
 // Random operations on bytes and bits of a few blobs that own pieces and lack memory, beside a twin written from the
 // contract: results, bytes, cursors, capacities, and every request and release at the allocator.
 // Options: -max_len=3000
+#include <cctype>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "framework/basic/blob.h"
 #include "framework/basic/marshaler.h"
+#include "framework/basic/string.h"
 #include "fuzz/models/blob_twin.h"
 #include "fuzz/models/scripted_source.h"
 #include "fuzz/models/trail.h"
@@ -55,6 +58,9 @@ private:
     void InsertBytes();
     void InsertBlob();
     void Append();
+    void PushBack();
+    void AssignBytes();
+    void AssignHex();
     void Erase();
     void Resize();
     void Reserve();
@@ -264,6 +270,8 @@ void CBlobRun::Compare()
     m_trail.Same("equality", Library() == OtherLibrary(), left == right);
     m_trail.Same("inequality", Library() != OtherLibrary(), left != right);
     m_trail.Same("the order", Library() < OtherLibrary(), left < right);
+    const int nOrder = Library().Compare(OtherLibrary());
+    m_trail.True((nOrder < 0) == (left < right) && (nOrder > 0) == (right < left), "Compare tells the order");
 }
 
 void CBlobRun::InsertBytes()
@@ -304,6 +312,63 @@ void CBlobRun::Append()
     m_trail.Step("Append(%s, %u) to blob %u", piece.strName.c_str(), uCount, m_uAt);
     Begin();
     SameResult(Library().Append(piece.pu, uCount), Twin().Insert(Twin().GetSize(), piece.meaning));
+}
+
+void CBlobRun::PushBack()
+{
+    Pick();
+    const unsigned char uByte = m_bytes.Byte();
+    m_trail.Step("push_back(%u) to blob %u", uByte, m_uAt);
+    Begin();
+    bool bDone = true;
+    try
+    {
+        Library().push_back(uByte);
+    }
+    catch (const std::bad_alloc&)
+    {
+        bDone = false;
+    }
+    m_trail.Same("whether it is in", bDone, Twin().PushBack(uByte) >= 0);
+}
+
+void CBlobRun::AssignBytes()
+{
+    Pick();
+    const SBytes piece = Piece();
+    const auto uCount = static_cast<unsigned int>(piece.meaning.size());
+    m_trail.Step("Assign(%s, %u) to blob %u", piece.strName.c_str(), uCount, m_uAt);
+    Begin();
+    SameResult(Library().Assign(piece.pu, uCount), Twin().Assign(piece.meaning));
+}
+
+// Any text, and digits that stand in the blob itself; there and back it is the same in small letters.
+void CBlobRun::AssignHex()
+{
+    Pick();
+    const bool bDigits = m_bytes.Flag();
+    std::string text;
+    for (unsigned int u = m_bytes.Below(40); u != 0; --u)
+        text += bDigits ? "0123456789abcdefABCDEF"[m_bytes.Below(22)] : static_cast<char>(m_bytes.Byte());
+    const bool bInside = m_bytes.Rarely(3);
+    m_trail.Step("AssignHex(%s) to blob %u%s", Quoted(text).c_str(), m_uAt, bInside ? ", from inside" : "");
+    Begin();
+    if (bInside)
+    {
+        const Bytes bytes(text.c_str(), text.c_str() + text.size() + 1);
+        const QvResult res = Library().Assign(bytes.data(), static_cast<unsigned int>(bytes.size()));
+        SameResult(res, Twin().Assign(bytes));
+        if (res < 0) return;
+    }
+    const char* const pszText = bInside ? reinterpret_cast<const char*>(Library().begin()) : text.c_str();
+    text.resize(std::strlen(text.c_str()));
+    const QvResult res = Library().AssignHex(pszText);
+    SameResult(res, Twin().AssignHex(text));
+    if (res < 0) return;
+    CString strHex;
+    SameResult(Library().ToHex(&strHex), QV_RES_OK);
+    for (char& rc : text) rc = static_cast<char>(std::tolower(rc));
+    m_trail.True(text == std::string(strHex.begin(), strHex.end()), "the digits come back");
 }
 
 void CBlobRun::Erase()
@@ -543,21 +608,19 @@ void CBlobRun::Serialise()
 void CBlobRun::Run()
 {
     using PFNOPERATION = void (CBlobRun::*)();
-    static constexpr PFNOPERATION s_apfnOPERATIONS[] = {&CBlobRun::Construct,     &CBlobRun::ConstructCopy,
-                                                        &CBlobRun::Assign,        &CBlobRun::Compare,
-                                                        &CBlobRun::InsertBytes,   &CBlobRun::InsertBytes,
-                                                        &CBlobRun::InsertBlob,    &CBlobRun::Append,
-                                                        &CBlobRun::Append,        &CBlobRun::Erase,
-                                                        &CBlobRun::Resize,        &CBlobRun::Resize,
-                                                        &CBlobRun::Reserve,       &CBlobRun::Reduce,
-                                                        &CBlobRun::WriteStorage,  &CBlobRun::Read,
-                                                        &CBlobRun::ReadNoCopy,    &CBlobRun::SetReadIndex,
-                                                        &CBlobRun::AppendBits,    &CBlobRun::AppendBits,
-                                                        &CBlobRun::AppendBits,    &CBlobRun::ReadBits,
-                                                        &CBlobRun::ReadBits,      &CBlobRun::ReadBits,
-                                                        &CBlobRun::PadBits,       &CBlobRun::ReadBitsIntoItself,
-                                                        &CBlobRun::SkipBits,      &CBlobRun::RealignRead,
-                                                        &CBlobRun::RealignAppend, &CBlobRun::Serialise};
+    static constexpr PFNOPERATION s_apfnOPERATIONS[] = {
+        &CBlobRun::Construct,    &CBlobRun::ConstructCopy, &CBlobRun::Assign,
+        &CBlobRun::Compare,      &CBlobRun::InsertBytes,   &CBlobRun::InsertBytes,
+        &CBlobRun::InsertBlob,   &CBlobRun::Append,        &CBlobRun::Append,
+        &CBlobRun::PushBack,     &CBlobRun::PushBack,      &CBlobRun::AssignBytes,
+        &CBlobRun::AssignHex,    &CBlobRun::Erase,         &CBlobRun::Resize,
+        &CBlobRun::Resize,       &CBlobRun::Reserve,       &CBlobRun::Reduce,
+        &CBlobRun::WriteStorage, &CBlobRun::Read,          &CBlobRun::ReadNoCopy,
+        &CBlobRun::SetReadIndex, &CBlobRun::AppendBits,    &CBlobRun::AppendBits,
+        &CBlobRun::AppendBits,   &CBlobRun::ReadBits,      &CBlobRun::ReadBits,
+        &CBlobRun::ReadBits,     &CBlobRun::PadBits,       &CBlobRun::ReadBitsIntoItself,
+        &CBlobRun::SkipBits,     &CBlobRun::RealignRead,   &CBlobRun::RealignAppend,
+        &CBlobRun::Serialise};
     for (unsigned int uStep = 0; uStep < 400 && !m_bytes.IsSpent(); ++uStep)
     {
         (this->*s_apfnOPERATIONS[m_bytes.Below(std::size(s_apfnOPERATIONS))])();

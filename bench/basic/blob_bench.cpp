@@ -1,11 +1,15 @@
 #include "framework/basic/blob.h"
 
 #include <benchmark/benchmark.h>
+#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
+
+#include "framework/basic/string.h"
 
 namespace
 {
@@ -274,6 +278,116 @@ void BM_BitsByHand(benchmark::State& rState)
     }
     rState.SetItemsProcessed(rState.iterations() * g_uFIELDS);
 }
+// Byte by byte, without knowing how many there will be.
+template <typename Container>
+void BM_PushBack(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        Container container;
+        Container* pContainer = &container;
+        benchmark::DoNotOptimize(pContainer);  // as a member of some object is known elsewhere
+        for (std::int64_t n = 0; n < rState.range(0); ++n) container.push_back(static_cast<unsigned char>(n));
+        benchmark::DoNotOptimize(container.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+template <typename Container>
+void BM_Compare(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes(static_cast<std::size_t>(rState.range(0)), 7);
+    const Container first(bytes.begin(), bytes.end());
+    Container second(first);
+    second.back() = 8;
+    for (auto _ : rState)
+    {
+        const Container* pFirst = &first;
+        benchmark::DoNotOptimize(pFirst);
+        benchmark::DoNotOptimize(*pFirst > second);
+    }
+}
+
+std::vector<unsigned char> SomeBytes(std::int64_t nSize)
+{
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(nSize));
+    for (std::size_t u = 0; u < bytes.size(); ++u) bytes[u] = static_cast<unsigned char>(u * 151 >> 3);
+    return bytes;
+}
+
+CBlob BlobOf(const std::vector<unsigned char>& rBytes)
+{
+    return CBlob(rBytes.data(), static_cast<unsigned int>(rBytes.size()));
+}
+
+/// The digits as libcrypto writes them, in capitals.
+std::string HexByPeer(const std::vector<unsigned char>& rBytes)
+{
+    std::string hex(2 * rBytes.size() + 1, '\0');
+    std::size_t uSize = 0;
+    if (OPENSSL_buf2hexstr_ex(hex.data(), hex.size(), &uSize, rBytes.data(), rBytes.size(), '\0') != 1) hex.clear();
+    hex.pop_back();
+    return hex;
+}
+
+void BM_ToHexOurs(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes = SomeBytes(rState.range(0));
+    const CBlob blob = BlobOf(bytes);
+    CString strHex;
+    for (auto _ : rState)
+    {
+        if (blob.ToHex(&strHex, true) < 0) rState.SkipWithError("no text");
+        benchmark::DoNotOptimize(strHex.CStr());
+        benchmark::ClobberMemory();
+    }
+    if (HexByPeer(bytes) != strHex.CStr()) rState.SkipWithError("not the same digits");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_ToHexPeer(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes = SomeBytes(rState.range(0));
+    std::string hex(2 * bytes.size() + 1, '\0');
+    std::size_t uSize = 0;
+    for (auto _ : rState)
+    {
+        OPENSSL_buf2hexstr_ex(hex.data(), hex.size(), &uSize, bytes.data(), bytes.size(), '\0');
+        benchmark::DoNotOptimize(hex.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_FromHexOurs(benchmark::State& rState)
+{
+    const std::vector<unsigned char> bytes = SomeBytes(rState.range(0));
+    const std::string hex = HexByPeer(bytes);
+    CBlob blob;
+    for (auto _ : rState)
+    {
+        if (blob.AssignHex(hex.c_str()) < 0) rState.SkipWithError("no bytes");
+        benchmark::DoNotOptimize(blob.data());
+        benchmark::ClobberMemory();
+    }
+    if (blob != BlobOf(bytes)) rState.SkipWithError("not the same bytes");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_FromHexPeer(benchmark::State& rState)
+{
+    std::vector<unsigned char> bytes = SomeBytes(rState.range(0));
+    const std::string hex = HexByPeer(bytes);
+    std::size_t uSize = 0;
+    for (auto _ : rState)
+    {
+        OPENSSL_hexstr2buf_ex(bytes.data(), bytes.size(), &uSize, hex.c_str(), '\0');
+        benchmark::DoNotOptimize(bytes.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
 }  // namespace
 
 BENCHMARK(BM_AppendOurs)->Name("blob append/ours")->Arg(64)->Arg(1024)->Arg(64 << 10);
@@ -288,3 +402,11 @@ BENCHMARK(BM_Append1MiBStd)->Name("blob append 1 MiB unreserved/std::vector");
 BENCHMARK(BM_BitsOurs)->Name("blob 13 bits 64 times and back/ours");
 BENCHMARK(BM_BitsByHand<true>)->Name("blob 13 bits 64 times and back/a 64-bit writer and reader");
 BENCHMARK(BM_BitsByHand<false>)->Name("blob 13 bits 64 times and back/the same in registers");
+BENCHMARK(BM_PushBack<CBlob>)->Name("blob push_back/ours")->Arg(20)->Arg(1000)->Arg(50000);
+BENCHMARK(BM_PushBack<std::vector<unsigned char>>)->Name("blob push_back/std::vector")->Arg(20)->Arg(1000)->Arg(50000);
+BENCHMARK(BM_Compare<CBlob>)->Name("blob compare/ours")->Arg(20)->Arg(1024);
+BENCHMARK(BM_Compare<std::vector<unsigned char>>)->Name("blob compare/std::vector")->Arg(20)->Arg(1024);
+BENCHMARK(BM_ToHexOurs)->Name("blob to hex/ours")->Arg(16)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(BM_ToHexPeer)->Name("blob to hex/libcrypto")->Arg(16)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(BM_FromHexOurs)->Name("blob from hex/ours")->Arg(16)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(BM_FromHexPeer)->Name("blob from hex/libcrypto")->Arg(16)->Arg(64)->Arg(1024)->Arg(16384);

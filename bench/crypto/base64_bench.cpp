@@ -2,6 +2,7 @@
 #include <openssl/evp.h>
 
 #include "bench/support/peers.h"
+#include "framework/basic/string.h"
 #include "framework/crypto/base64.h"
 #include "framework/crypto/internal/cpu_features.h"
 #ifdef ORVEL_HAS_MODP_BASE64
@@ -136,6 +137,59 @@ void BM_DecodePeer(benchmark::State& rState)
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
 }
 
+// In one call, into and from a text of the library's: the peers' texts and bytes have their room beforehand.
+void BM_ToTextOurs(benchmark::State& rState)
+{
+    const std::vector<uint8_t> input = FixedBytes(rState.range(0));
+    const CBlob blob(input.data(), static_cast<unsigned int>(input.size()));
+    CString strText;
+    for (auto _ : rState)
+    {
+        if (CBase64::ToText(blob, &strText) < 0) rState.SkipWithError("no text");
+        benchmark::DoNotOptimize(strText.CStr());
+        benchmark::ClobberMemory();
+    }
+    RequireEqual(reinterpret_cast<const uint8_t*>(strText.CStr()), EncodedByPeer(input).data(), strText.GetSize(),
+                 "base64 to text");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_FromTextOurs(benchmark::State& rState)
+{
+    const std::vector<uint8_t> bytes = FixedBytes(rState.range(0));
+    const std::vector<uint8_t> text = EncodedByPeer(bytes);
+    const CString strText(reinterpret_cast<const char*>(text.data()), static_cast<unsigned int>(text.size()));
+    CBlob blob;
+    for (auto _ : rState)
+    {
+        if (CBase64::FromText(strText, &blob) < 0) rState.SkipWithError("no bytes");
+        benchmark::DoNotOptimize(blob.data());
+        benchmark::ClobberMemory();
+    }
+    RequireEqual(blob.data(), bytes.data(), bytes.size(), "base64 from text");
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+
+#ifdef ORVEL_HAS_MODP_BASE64
+void BM_DecodeModp(benchmark::State& rState)
+{
+    const std::vector<uint8_t> text = EncodedByPeer(FixedBytes(rState.range(0)));
+    std::vector<char> output(modp_b64_decode_len(text.size()));
+    for (auto _ : rState)
+    {
+        modp_b64_decode(output.data(), reinterpret_cast<const char*>(text.data()), text.size());
+        benchmark::DoNotOptimize(output.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetBytesProcessed(rState.iterations() * rState.range(0));
+}
+#endif
+
+void TextSizes(benchmark::internal::Benchmark* pBenchmark)
+{
+    for (const int64_t nSize : {16, 64, 1024, 48000}) pBenchmark->Arg(nSize);
+}
+
 void Sizes(benchmark::internal::Benchmark* pBenchmark)
 {
     for (const int64_t nSize : {16, 64, 1024, 65536, 1048576}) pBenchmark->Arg(nSize);
@@ -152,4 +206,12 @@ BENCHMARK(BM_DecodeOurs)->Name("base64 decode/ours")->Apply(Sizes);
 BENCHMARK(BM_DecodePeer)->Name("base64 decode/libcrypto")->Apply(Sizes);
 BENCHMARK(BM_DecodeBlob)->Name("base64 decode a blob/ours")->Arg(65536);
 BENCHMARK(BM_DecodeOurs)->Name("base64 decode a blob/ours on bytes")->Arg(65536);
+BENCHMARK(BM_ToTextOurs)->Name("base64 to text/ours")->Apply(TextSizes);
+BENCHMARK(BM_EncodePeer)->Name("base64 to text/libcrypto")->Apply(TextSizes);
+BENCHMARK(BM_FromTextOurs)->Name("base64 from text/ours")->Apply(TextSizes);
+BENCHMARK(BM_DecodePeer)->Name("base64 from text/libcrypto")->Apply(TextSizes);
+#ifdef ORVEL_HAS_MODP_BASE64
+BENCHMARK(BM_EncodeModp)->Name("base64 to text/modp_b64")->Apply(TextSizes);
+BENCHMARK(BM_DecodeModp)->Name("base64 from text/modp_b64")->Apply(TextSizes);
+#endif
 }  // namespace

@@ -2,6 +2,7 @@
 #define FRAMEWORK_BASIC_AATREE_H
 #include <stddef.h>
 
+#include <initializer_list>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -13,29 +14,37 @@
 #include "framework/kernel/internal/lifetime.h"
 #include "framework/kernel/result.h"
 
+// std::reverse_iterator alone, for the reason that typed_elements.h has.
+#if __has_include(<bits/stl_iterator.h>)
+#include <bits/stl_iterator.h>
+#else
+#include <iterator>
+#endif
+
 /// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.
 ///
-///                 [40]         a node: left, right, parent, level, then the element
-///               /      \       no child is the one sentinel that all trees share
-///           [20]        [60]   current node: (index, node) of the index asked for last
-///          /    \      /    \                                  .
-///
+/// ```
+///             [40]         a node: left, right, parent, level, then the element
+///           /      \       no child is the one sentinel that all trees share
+///       [20]        [60]   current node: (index, node) of the index asked for last
+///      /    \      /    \                                  .
+/// ```
 /// A balanced search tree (AA tree): never higher than 2 log2(n + 1). Elements are made, copied and destroyed through
 /// the three virtual element operations, which a derived class overrides (its destructor calls EraseAll(): the base's
 /// could not reach them).
 ///
-/// Comparison  A total order, called as (key, element, parameter) by searches and in both orders by insertion. It must
-///             have no side effects, and what it looks at in an element must not change while that is in the tree.
-/// Ownership   Owns its elements and nodes. Nodes from Allocate() are the caller's until InsertAllocated() or
-///             EraseAllocated(). Borrows the allocator, which must outlive it; null means the default allocator.
-/// Threads     No locking: one thread at a time. Access by index moves the current node even of a const tree.
-/// Growth      Exact: capacity is the size plus nodes from Allocate() plus free nodes. Erased nodes become free and are
-///             used again; only ReduceCapacity() and destruction give memory back.
-/// Addresses   An element stays where it is until it is erased.
-/// Cost        By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
-///             and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
-/// Failure     Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
-///             returns nothing ignores bad arguments. Element operations and the comparison must not throw.
+/// - **Comparison:** A total order, called as (key, element, parameter) by searches and in both orders by insertion. It
+///   must have no side effects, and what it looks at in an element must not change while that is in the tree.
+/// - **Ownership:** Owns its elements and nodes. Nodes from Allocate() are the caller's until InsertAllocated() or
+///   EraseAllocated(). Borrows the allocator, which must outlive it; null means the default allocator.
+/// - **Threads:** No locking: one thread at a time. Access by index moves the current node even of a const tree.
+/// - **Growth:** Exact: capacity is the size plus nodes from Allocate() plus free nodes. Erased nodes become free and
+///   are used again; only ReduceCapacity() and destruction give memory back.
+/// - **Addresses:** An element stays where it is until it is erased.
+/// - **Cost:** By key logarithmic. By index the steps from the index asked for last, amortised constant each; the first
+///   and last are logarithmic. Only copying and EraseAll() recurse, to the height of the tree.
+/// - **Failure:** Reported as QvResult with the tree as it was (a node obtained by then stays as spare capacity); what
+///   returns nothing ignores bad arguments. Element operations and the comparison must not throw.
 ///
 /// - **Lifetime:** Made and used only while the framework is up, whatever the allocator: not in static storage.
 ///   Outside, one line on standard error names the class, and abort() follows. An empty tree without capacity may be
@@ -93,16 +102,18 @@ public:
     /// the locked capacity does not suffice, or memory runs out.
     CAATreeBase& operator=(const CAATreeBase& rSrc);
 
-    /// QV_RES_INVALID_STATE  the tree is not empty
+    /// - `QV_RES_INVALID_STATE`: the tree is not empty.
     QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Allocates the nodes that are missing for a capacity of uCapacity.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of one do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the capacity is at least uCapacity.
+    /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes, or the bytes of one do not fit 32 bits.
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    ///
+    /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
     QvResult ReduceCapacity(unsigned int uCapacity);
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked.
@@ -110,23 +121,26 @@ public:
     void SetLockCapacity(unsigned int uLockCapacity);
 
     /// Inserts a copy.
-    /// QV_RES_OK              it is in
-    /// QV_RES_ALREADY_EXISTS  an equal element is there
-    /// QV_RES_INVALID_STATE   the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY   the allocator gave no node
+    ///
+    /// - `QV_RES_OK`: it is in.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     QvResult Insert(const void* pElement);
     /// Makes room in the place of pKey and counts it as an element; the caller constructs one there that compares equal
     /// to pKey. Results as above, and
-    /// QV_RES_OK                *ppElement is the room for the element
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
+    ///
+    /// - `QV_RES_OK`: *ppElement is the room for the element.
+    /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
     QvResult AllocateSorted(const void* pKey, void** ppElement);
     /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow),
     /// for the caller to construct it in ...
     void* Allocate();
     /// ... and its way into the tree. An element that is refused stays the caller's.
-    /// QV_RES_OK                it is in
-    /// QV_RES_INVALID_ARGUMENT  pElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
+    ///
+    /// - `QV_RES_OK`: it is in.
+    /// - `QV_RES_INVALID_ARGUMENT`: pElement is null.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     QvResult InsertAllocated(void* pElement);
     /// Takes the room back instead; the caller has destroyed the element. Null is ignored.
     void EraseAllocated(void* pElement);
@@ -240,6 +254,47 @@ struct SOrderedPart
 template <typename Order, typename Value>
 using OrderedPartOf = std::decay_t<decltype(SOrderedPart<Order>::Of(std::declval<const Value&>()))>;
 
+/// Whether the natural order of two values may take two comparisons, as with the `<` of a class.
+template <typename First, typename Second, typename = void>
+struct SAsksTwice : std::false_type
+{
+};
+template <typename First, typename Second>
+struct SAsksTwice<First, Second, std::enable_if_t<SThreeWayOrder<First, Second>::ms_bASKS_TWICE>> : std::true_type
+{
+};
+
+/// Arguments that come in pairs as the ends of a range do.
+template <typename Iterator>
+using IteratorOnly = typename std::iterator_traits<Iterator>::iterator_category;
+
+/// An element in a list in braces, of a type that takes null or an allocator as well. Those stay arguments of other
+/// constructors, as comparisons and callbacks do.
+template <typename T>
+class CListed
+{
+    template <typename Value>
+    using ElementOnly = std::enable_if_t<std::is_convertible<Value, T>::value &&
+                                         !std::is_convertible<Value, const IAllocator*>::value &&
+                                         !std::is_invocable<Value&, const T&, const T&>::value &&
+                                         !std::is_invocable<Value&, const void*, const void*, unsigned int>::value>;
+
+public:
+    template <typename Value, typename = ElementOnly<Value&&>>
+    CListed(Value&& rrValue) : m_element(std::forward<Value>(rrValue))
+    {
+    }
+
+    operator const T&() const { return m_element; }
+
+private:
+    T m_element;
+};
+template <typename T>
+using ListedAs =
+    std::conditional_t<std::is_convertible<decltype(nullptr), T>::value || std::is_convertible<IAllocator*, T>::value,
+                       CListed<T>, T>;
+
 /// Whether a key of another type than T does not convert to one. A call with such a key has an overload of its own, so
 /// that other arguments convert as those of functions do.
 template <typename T, typename Key>
@@ -248,67 +303,91 @@ constexpr bool g_bIS_FOREIGN_KEY =
 }  // namespace orvel_internal
 
 /// An ordered set of T over CAATreeBase, whose growth, threading and cost rules it has:
+/// ```
+/// CAATree<int> tree = {5, 3};  // in the order of <
+/// tree.Insert(7);
+/// for (int n : tree) ...
+/// if (tree.Find(7)) tree.EraseElement(7);
 ///
-///     CAATree<int> tree;  // in the order of <
-///     tree.Insert(7);
-///     for (int n : tree) ...
-///     if (tree.Find(7)) tree.EraseElement(7);
-///
-///     struct SById
+/// struct SById
+/// {
+///     int operator()(const SUser& rFirst, const SUser& rSecond) const
 ///     {
-///         int operator()(const SUser& rFirst, const SUser& rSecond) const
-///         {
-///             return SNaturalOrder()(rFirst.nId, rSecond.nId);  // a difference could overflow
-///         }
-///     };
-///     CAATree<SUser> users{SById()};
-///
+///         return SNaturalOrder()(rFirst.nId, rSecond.nId);  // a difference could overflow
+///     }
+/// };
+/// CAATree<SUser> users{SById()};
+/// ```
 /// A typed comparison is called with two T, returns a negative number, 0 or a positive number, and has no state: a
 /// function object without members or a lambda without captures.
 ///
 /// Its calls, those of its bases among them:
 /// ```
-///   Insert(element), Insert(element, &handle)      puts a copy in, unless an equal element is there
-///   FindOrInsert(key, &handle)                     the equal element, or a new one
-///   Find(key)                                      a handle of the equal element, or none
-///   FindLowerBound(key), FindUpperBound(key)       of the first element not before, after the key
-///   GetFirst(), GetLast(), GetAt(index)            handles of the ends; an element's address
-///   begin(), end()                                 iterators
-///   EraseElement(key), Erase(handle or index)      one element
-///   EraseAll()                                     all of them; the capacity stays
-///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex()
-///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
-///   Allocate(), InsertAllocated(p), EraseAllocated(p), AllocateSorted(key, &p)   room, and then an element in it
-///   SetComparisonFunction(comparison)              of an empty tree
+/// Insert(element), Insert(element, &handle)      copies or moves it in, unless an equal element is there
+/// Emplace(arguments...), TryEmplace(&handle, arguments...)   makes it in place
+/// FindOrInsert(key, &handle)                     the equal element, or a new one
+/// Find(key), contains(key)                       a handle of the equal element, or none; whether there is one
+/// FindLowerBound(key), FindUpperBound(key)       of the first element not before, after the key
+/// GetFirst(), GetLast(), GetAt(index)            handles of the ends; an element's address
+/// begin(), cbegin(), rbegin(), crbegin(), end(), cend(), rend(), crend()   iterators
+/// EraseElement(key), Erase(handle or index)      one element
+/// EraseAll(), clear()                            all of them; the capacity stays
+/// GetSize(), size(), IsEmpty(), empty(), GetFirstIndex(), GetLastIndex()
+/// ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
+/// Allocate(), InsertAllocated(p), EraseAllocated(p), AllocateSorted(key, &p)   room, and then an element in it
+/// SetComparisonFunction(comparison)              of an empty tree
+/// ==, !=, swap(tree, tree)
 /// ```
-/// Keys       What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
-///            another type, with which `<` compares a T in both directions, or which the comparison that they are given
-///            takes as (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that
-///            order, which must put the elements as its own does:
-///
-///     struct SById
-///     {
-///         ...
-///         int operator()(const SUser& rUser, int nId) const { return SNaturalOrder()(rUser.nId, nId); }
-///     };
-///     if (auto user = users.Find(7, SById())) Greet(*user);
-///
-/// Iterators  Bidirectional, in ascending order; they and handles are good until their element is erased. Elements may
-///            be changed through them, except in what the comparison looks at.
+/// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in place;
+///   a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is not shown
+///   to the ConstructFrom() of a derived class.
+/// - **Keys:** What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
+///   another type, with which `<` compares a T in both directions, or which the comparison that they are given takes as
+///   (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that order, which must
+///   put the elements as its own does:
+///   ```
+///   struct SById
+///   {
+///       ...
+///       int operator()(const SUser& rUser, int nId) const { return SNaturalOrder()(rUser.nId, nId); }
+///   };
+///   if (auto user = users.Find(7, SById())) Greet(*user);
+///   ```
+/// - **Iterators:** Bidirectional, in ascending order; they and handles are good until their element is erased.
+///   Elements may be changed through them, except in what the comparison looks at.
+/// - **Failure:** As of the base. A copy for which memory runs out is empty, an assignment changes nothing then; making
+///   a tree of a list in braces or of a range throws std::bad_alloc. Emplace() and clear() do not tell: TryEmplace() does.
 template <typename T>
 class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
 {
     using Nodes = orvel_internal::CTypedNodes<T, CAATreeBase>;
     template <typename Key>
     using ForeignOnly = std::enable_if_t<orvel_internal::g_bIS_FOREIGN_KEY<T, Key>>;
+    template <typename Comparison>
+    using ComparisonOnly = std::enable_if_t<std::is_invocable<Comparison&, const T&, const T&>::value>;
+    using Listed = orvel_internal::ListedAs<T>;
+    static constexpr bool ms_bMOVED_AS_COPIED =
+        std::is_trivially_copyable<T>::value && orvel_internal::SIsCopyable<T>::value;
 
 public:
     using typename Nodes::const_handle;
+    using typename Nodes::const_iterator;
     using typename Nodes::handle;
+    using typename Nodes::iterator;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using key_type = T;
+    using reference = T&;
+    using const_reference = const T&;
+    using pointer = T*;
+    using const_pointer = const T*;
+    using size_type = unsigned int;
+    using difference_type = ptrdiff_t;
 
-    explicit CAATree(IAllocator* pAllocator = nullptr) : CAATree(SNaturalOrder(), pAllocator) {}
-    template <typename Comparison,
-              typename = std::enable_if_t<std::is_invocable<Comparison&, const T&, const T&>::value>>
+    CAATree() : CAATree(SNaturalOrder()) {}
+    /// Null means the default allocator.
+    explicit CAATree(IAllocator* pAllocator) : CAATree(SNaturalOrder(), pAllocator) {}
+    template <typename Comparison, typename = ComparisonOnly<Comparison>>
     explicit CAATree(Comparison, IAllocator* pAllocator = nullptr)
         : CAATree(orvel_internal::StatelessCallback<T, Comparison>, 0, pAllocator)
     {
@@ -321,16 +400,50 @@ public:
         : Nodes(pfnCompare, uParam, rAllocator)
     {
     }
+    /// Copies of the elements in braces or of a range, the first of equal ones. Throws std::bad_alloc when memory runs
+    /// out. A number in braces is an element; what made a tree in braces without a list still does so: null, an
+    /// allocator, a comparison, a tree.
+    CAATree(std::initializer_list<Listed> elements, IAllocator* pAllocator = nullptr)
+        : CAATree(elements.begin(), elements.end(), SNaturalOrder(), pAllocator)
+    {
+    }
+    template <typename Comparison, typename = ComparisonOnly<Comparison>>
+    CAATree(std::initializer_list<Listed> elements, Comparison comparison, IAllocator* pAllocator = nullptr)
+        : CAATree(elements.begin(), elements.end(), comparison, pAllocator)
+    {
+    }
+    template <typename Iterator, typename = orvel_internal::IteratorOnly<Iterator>>
+    CAATree(Iterator itFirst, Iterator itLast, IAllocator* pAllocator = nullptr)
+        : CAATree(itFirst, itLast, SNaturalOrder(), pAllocator)
+    {
+    }
+    template <typename Iterator, typename Comparison, typename = orvel_internal::IteratorOnly<Iterator>,
+              typename = ComparisonOnly<Comparison>>
+    CAATree(Iterator itFirst, Iterator itLast, Comparison comparison, IAllocator* pAllocator = nullptr)
+        : CAATree(comparison, pAllocator)
+    {
+        for (; itFirst != itLast; ++itFirst)
+        {
+            if constexpr (std::is_same<decltype(*itFirst), T&&>::value) PutIn<T>(*itFirst);
+            else PutIn<const T&>(*itFirst);
+        }
+    }
     CAATree(const CAATree& rSrc) : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
     {
-        CAATreeBase::operator=(rSrc);
+        *this = rSrc;
     }
     CAATree(CAATree&& rSrc) noexcept
         : CAATree(rSrc.m_stCompare.pfnCompare, rSrc.m_stCompare.uParam, rSrc.m_nodeAllocator)
     {
         CAATreeBase::ExchangeContents(rSrc);
     }
-    CAATree& operator=(const CAATree& rSrc) = default;
+    CAATree& operator=(const CAATree& rSrc)
+    {
+        static_assert(orvel_internal::SIsCopyable<T>::value,
+                      "the elements cannot be copied: their container can only be moved");
+        CAATreeBase::operator=(rSrc);
+        return *this;
+    }
     /// The two trees exchange everything.
     CAATree& operator=(CAATree&& rSrc) = default;
 
@@ -343,43 +456,89 @@ public:
 
     QvResult Insert(const T& rElement)
     {
+        RequireCopyable();
         if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return Insert(rElement, SNaturalOrder());
         else return CAATreeBase::Insert(__builtin_addressof(rElement));
+    }
+    /// Moves an element in; one that is refused is as it was.
+    QvResult Insert(T&& rrElement)
+    {
+        if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement);
+        else if constexpr (orvel_internal::SHasNaturalOrder<T>::value)
+            return Insert(std::move(rrElement), SNaturalOrder());
+        else return MoveInByCallback(rrElement);
     }
     /// The same in the tree's own order, named once more: the compiler can build it in. A tree that has another one is
     /// not misled, and asks that.
     template <typename Order>
     QvResult Insert(const T& rElement, Order order)
     {
+        RequireCopyable();
         if (!IsOrderedBy<Order>()) return CAATreeBase::Insert(__builtin_addressof(rElement));
-        if (!CAATreeBase::m_nodeAllocator.HasFree())
+        return InsertReserved(rElement, order,
+                              [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
+    }
+    template <typename Order>
+    QvResult Insert(T&& rrElement, Order order)
+    {
+        if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement, order);
+        else
         {
-            const QvResult res = this->ReserveNode();
-            if (res < 0) return res;
+            if (!IsOrderedBy<Order>()) return MoveInByCallback(rrElement);
+            return InsertReserved(rrElement, order, [&](void* pv) { ::new (pv) T(std::move(rrElement)); });
         }
-        Node* pNode = nullptr;
-        return FindOrMake(rElement, pNode, order,
-                          [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
     }
     /// The same with a handle of the element that is there then, new or not, and no need of memory where one is.
-    /// QV_RES_OK                it is in, and *pInserted designates it
-    /// QV_RES_ALREADY_EXISTS    *pInserted designates an equal element
-    /// QV_RES_INVALID_ARGUMENT  pInserted is null
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no node
+    ///
+    /// - `QV_RES_OK`: it is in, and *pInserted designates it.
+    /// - `QV_RES_ALREADY_EXISTS`: *pInserted designates an equal element.
+    /// - `QV_RES_INVALID_ARGUMENT`: pInserted is null.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     QvResult Insert(const T& rElement, handle* pInserted) { return InsertBy(rElement, pInserted, SNaturalOrder()); }
-    /// The element that equals a key, or where there is none, a new one made of the key: a copy of a T, else T(rKey).
+    QvResult Insert(T&& rrElement, handle* pInserted)
+    {
+        return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
+    }
+    /// Makes an element as T(arguments...) in its node, and finds its place then: a node is needed even where an equal
+    /// element is there. A handle of the new element; none where there is none, see TryEmplace().
+    template <typename... Arguments>
+    handle Emplace(Arguments&&... arguments)
+    {
+        Node* pNode = nullptr;
+        const QvResult res = MakeAndLink(pNode, std::forward<Arguments>(arguments)...);
+        return handle(res >= 0 ? pNode : nullptr);
+    }
+    /// The same with the results of Insert() with a handle.
+    template <typename... Arguments>
+    QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
+    {
+        if (pInserted == nullptr) return QV_RES_INVALID_ARGUMENT;
+        Node* pNode = nullptr;
+        const QvResult res = MakeAndLink(pNode, std::forward<Arguments>(arguments)...);
+        if (pNode != nullptr) *pInserted = handle(pNode);
+        return res;
+    }
+    /// The element that equals a key, or where there is none, a new one made of the key: a T is copied or moved, of
+    /// another key it is T(rKey).
     /// One descent. order is as in Insert() and Find().
-    /// QV_RES_OK                *pFound designates it
-    /// QV_RES_INVALID_ARGUMENT  pFound is null; or the order of the tree would not have an element that is made of the
-    ///                          key in the place of the key: the order that is named is another one, or the element is
-    ///                          not what it was made of, as a text that was too long for it. It is not in the tree
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no node
+    ///
+    /// - `QV_RES_OK`: *pFound designates it.
+    /// - `QV_RES_INVALID_ARGUMENT`: pFound is null; or the order of the tree would not have an element that is made of
+    ///   the key in the place of the key: the order that is named is another one, or the element is not what it was
+    ///   made of, as a text that was too long for it. It is not in the tree.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     template <typename Order = SNaturalOrder>
     QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(rKey, pFound, order);
+        return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
+    }
+    template <typename Order = SNaturalOrder>
+    QvResult FindOrInsert(T&& rrKey, handle* pFound, Order order = Order())
+    {
+        const QvResult res = InsertBy(std::move(rrKey), pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
@@ -428,6 +587,13 @@ public:
     const_handle Find(const Key& rKey, Order order = Order()) const
     {
         return const_handle(FindForeign(rKey, order));
+    }
+    /// Whether there is an element that equals a key.
+    bool contains(const T& rKey) const { return static_cast<bool>(Find(rKey)); }
+    template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
+    bool contains(const Key& rKey, Order order = Order()) const
+    {
+        return static_cast<bool>(Find(rKey, order));
     }
     /// The first element that does not come before a key; none when all do.
     template <typename Order = SNaturalOrder>
@@ -481,6 +647,33 @@ public:
         return static_cast<const T*>(CAATreeBase::GetElement(CAATreeBase::FindNodeByIndex(uIndex)));
     }
 
+    /// As the standard library calls it.
+    size_type size() const { return CAATreeBase::GetSize(); }
+    [[nodiscard]] bool empty() const { return CAATreeBase::IsEmpty(); }
+    void clear() { CAATreeBase::EraseAll(); }
+    const_iterator cbegin() const { return this->begin(); }
+    const_iterator cend() const { return this->end(); }
+    reverse_iterator rbegin() { return reverse_iterator(this->end()); }
+    reverse_iterator rend() { return reverse_iterator(this->begin()); }
+    const_reverse_iterator rbegin() const { return const_reverse_iterator(this->end()); }
+    const_reverse_iterator rend() const { return const_reverse_iterator(this->begin()); }
+    const_reverse_iterator crbegin() const { return rbegin(); }
+    const_reverse_iterator crend() const { return rend(); }
+
+    /// As many elements, one by one equal by `==`.
+    friend bool operator==(const CAATree& rFirst, const CAATree& rSecond)
+    {
+        if (rFirst.size() != rSecond.size()) return false;
+        const_iterator itSecond = rSecond.begin();
+        for (const T& rElement : rFirst)
+        {
+            if (!(rElement == *itSecond++)) return false;
+        }
+        return true;
+    }
+    friend bool operator!=(const CAATree& rFirst, const CAATree& rSecond) { return !(rFirst == rSecond); }
+    friend void swap(CAATree& rFirst, CAATree& rSecond) noexcept { rFirst.ExchangeContents(rSecond); }
+
 protected:
     using Node = CAATreeBase::CAATreeNode;
 
@@ -501,6 +694,12 @@ protected:
     }
 
 private:
+    static constexpr void RequireCopyable()
+    {
+        static_assert(orvel_internal::SIsCopyable<T>::value,
+                      "the element cannot be copied: move it in, or make it in place with Emplace()");
+    }
+
     // Where the search for a place ends: at an equal element, or below which node, the sentinel in an empty tree.
     struct SPlace
     {
@@ -553,11 +752,14 @@ private:
         return orvel_internal::SOrderedPart<Order>::bNATURAL && std::is_scalar<Part>::value &&
                std::is_same<orvel_internal::OrderedPartOf<Order, Key>, Part>::value;
     }
-    // Whether it may take two comparisons to find out the order, as with the `<` of a class.
+    // Whether each comparison tells no more than whether one comes first.
     template <typename Key, typename Order>
     static constexpr bool IsHalfAnAnswer()
     {
-        return orvel_internal::SOrderedPart<Order>::bNATURAL && !IsFreeToAsk<Key, Order>();
+        using KeyPart = orvel_internal::OrderedPartOf<Order, Key>;
+        using Part = orvel_internal::OrderedPartOf<Order, T>;
+        return orvel_internal::SOrderedPart<Order>::bNATURAL && !IsFreeToAsk<Key, Order>() &&
+               orvel_internal::SAsksTwice<KeyPart, Part>::value;
     }
 
     // Keys of another type come second, as in sequences.
@@ -587,23 +789,32 @@ private:
         __builtin_prefetch(pNode->pRight);
     }
 
-    // One step of a search in order: the child where it goes on, or null when the element is equal. The processor
-    // cannot predict which child it is, so the child is chosen by arithmetic, without a jump.
+    // One step of a search in order: the child where it goes on, or null when the element is equal.
     template <typename Key, typename Order>
     static Node* NextOf(Node* pNode, const Key& rKey, Order& rOrder)
     {
+        using Part = orvel_internal::SOrderedPart<Order>;
         if constexpr (IsFreeToAsk<Key, Order>())
         {
-            using Part = orvel_internal::SOrderedPart<Order>;
             const auto key = Part::Of(rKey);
             const auto element = Part::Of(ElementOf(pNode));
             if (!((key < element) | (element < key))) return nullptr;
+            // The processor cannot predict which child it is, so the child is chosen by arithmetic, without a jump.
             return ORVEL_UNPREDICTABLE(key < element) ? pNode->pLeft : pNode->pRight;
         }
         else
         {
             FetchBelow(pNode);
-            if constexpr (std::is_same<Key, T>::value)
+            if constexpr (Part::bNATURAL)
+            {
+                const int nOrder = SNaturalOrder()(Part::Of(rKey), Part::Of(ElementOf(pNode)));
+                if (nOrder == 0) return nullptr;
+                // A jump, which "likely" is for: while the processor waits for what is compared, it goes on with the
+                // child that it expects. Half of the time that is the right one.
+                if (orvel_internal::IsLikely(nOrder < 0)) return pNode->pLeft;
+                return pNode->pRight;
+            }
+            else if constexpr (std::is_same<Key, T>::value)
             {
                 const int nOrder = rOrder(rKey, ElementOf(pNode));
                 if (nOrder == 0) return nullptr;
@@ -660,6 +871,63 @@ private:
         return MakeAt(stPlace, rKey, rOrder, rpNode, make);
     }
 
+    // A node is there before anything is looked for.
+    template <typename Order, typename Make>
+    QvResult InsertReserved(const T& rElement, Order& rOrder, Make make)
+    {
+        if (!CAATreeBase::m_nodeAllocator.HasFree())
+        {
+            const QvResult res = this->ReserveNode();
+            if (res < 0) return res;
+        }
+        Node* pNode = nullptr;
+        return FindOrMake(rElement, pNode, rOrder, make);
+    }
+    template <typename Element>
+    void PutIn(Element&& rrElement)
+    {
+        handle inserted;
+        const QvResult res = Insert(std::forward<Element>(rrElement), &inserted);
+        if (res < 0 && res != QV_RES_ALREADY_EXISTS) orvel_internal::ThrowOutOfMemory();
+    }
+    QvResult MoveInByCallback(T& rElement)
+    {
+        void* pvElement = nullptr;
+        const QvResult res = CAATreeBase::AllocateSorted(__builtin_addressof(rElement), &pvElement);
+        if (res >= 0) ::new (pvElement) T(std::move(rElement));
+        return res;
+    }
+
+    // Also the node of an equal element, in place of the one that was made.
+    template <typename... Arguments>
+    QvResult MakeAndLink(Node*& rpNode, Arguments&&... arguments)
+    {
+        static_assert(std::is_constructible<T, Arguments&&...>::value,
+                      "an element is made in place as T(arguments...)");
+        if (!CAATreeBase::m_nodeAllocator.HasFree())
+        {
+            const QvResult res = this->ReserveNode();
+            if (res < 0) return res;
+        }
+        Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
+        const T& rElement = *::new (static_cast<void*>(pNode + 1)) T(std::forward<Arguments>(arguments)...);
+        SNaturalOrder natural;
+        return WithOrder<T>(natural,
+                            [&](auto& rOrder) -> QvResult
+                            {
+                                const SPlace stPlace = PlaceOf(rElement, rOrder);
+                                if (stPlace.pEqual == nullptr)
+                                {
+                                    LinkAt(stPlace, pNode, IsInFrontOfCurrent(rElement, rOrder));
+                                    rpNode = pNode;
+                                    return QV_RES_OK;
+                                }
+                                rpNode = stPlace.pEqual;
+                                DestroyNode(pNode);
+                                return QV_RES_ALREADY_EXISTS;
+                            });
+    }
+
     template <typename Order>
     Node* FindNodeBy(const T& rKey, Order& rOrder) const
     {
@@ -687,23 +955,28 @@ private:
     }
 
     template <typename Key, typename Order>
-    QvResult InsertBy(const Key& rKey, handle* pInserted, Order order)
+    QvResult InsertBy(Key&& rrKey, handle* pInserted, Order order)
     {
         if (pInserted == nullptr) return QV_RES_INVALID_ARGUMENT;
         Node* pNode = nullptr;
-        const QvResult res = InsertMade(rKey, pNode, order, [&](void* pv) { ConstructOf(pv, rKey); });
+        const QvResult res =
+            InsertMade(rrKey, pNode, order, [&](void* pv) { ConstructOf(pv, std::forward<Key>(rrKey)); });
         if (pNode != nullptr) *pInserted = handle(pNode);
         return res;
     }
 
     template <typename Key>
-    void ConstructOf(void* pElement, const Key& rKey)
+    void ConstructOf(void* pElement, Key&& rrKey)
     {
-        if constexpr (std::is_same<Key, T>::value) this->ConstructFrom(pElement, __builtin_addressof(rKey));
+        if constexpr (std::is_same<Key, const T&>::value || (std::is_same<Key, T>::value && ms_bMOVED_AS_COPIED))
+        {
+            RequireCopyable();
+            this->ConstructFrom(pElement, __builtin_addressof(rrKey));
+        }
         else
         {
-            static_assert(std::is_constructible<T, const Key&>::value, "a new element is made of the key, as T(key)");
-            ::new (pElement) T(rKey);
+            static_assert(std::is_constructible<T, Key&&>::value, "a new element is made of the key, as T(key)");
+            ::new (pElement) T(std::forward<Key>(rrKey));
         }
     }
 
@@ -718,18 +991,18 @@ private:
             if (res < 0) return res;
         }
         Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
+        const bool bInFront = IsInFrontOfCurrent(rKey, rOrder);  // before the key may be moved from
         rMake(pNode + 1);
         using Part = orvel_internal::OrderedPartOf<Order, T>;
         if constexpr (!std::is_same<orvel_internal::OrderedPartOf<Order, Key>, Part>::value)
         {
             if (!IsInOrderAt(rstPlace, ElementOf(pNode)))
             {
-                this->Destruct(pNode + 1);
-                CAATreeBase::m_nodeAllocator.Push(pNode);
+                DestroyNode(pNode);
                 return QV_RES_INVALID_ARGUMENT;
             }
         }
-        LinkAt(rstPlace, pNode, rKey, rOrder);
+        LinkAt(rstPlace, pNode, bInFront);
         rpNode = pNode;
         return QV_RES_OK;
     }
@@ -746,14 +1019,24 @@ private:
                (pAfter == nullptr || own(rElement, ElementOf(pAfter)) < 0);
     }
 
+    // With an element in front of it, the current node has another index.
     template <typename Key, typename Order>
-    void LinkAt(const SPlace& rstPlace, Node* pNode, const Key& rKey, Order& rOrder)
+    bool IsInFrontOfCurrent(const Key& rKey, Order& rOrder) const
     {
         Node* const pCurrent = CAATreeBase::m_pCurrentNode;
-        if (pCurrent != CAATreeBase::ms_pNullNode && IsKeyBefore(rKey, pCurrent, rOrder)) this->InvalidateCurrentNode();
+        return pCurrent != CAATreeBase::ms_pNullNode && IsKeyBefore(rKey, pCurrent, rOrder);
+    }
+    void LinkAt(const SPlace& rstPlace, Node* pNode, bool bInFrontOfCurrent)
+    {
+        if (bInFrontOfCurrent) this->InvalidateCurrentNode();
         Node* const pParent = rstPlace.pParent;
         if (pParent == CAATreeBase::ms_pNullNode) this->LinkNode(pNode, pParent, &this->m_pRoot);
         else this->LinkNode(pNode, pParent, rstPlace.bLeft ? &pParent->pLeft : &pParent->pRight);
+    }
+    void DestroyNode(Node* pNode)
+    {
+        this->Destruct(pNode + 1);
+        CAATreeBase::m_nodeAllocator.Push(pNode);
     }
 
     Node* FindNodeByCallback(const T& rKey) const

@@ -14,8 +14,8 @@ struct SNoMembers;
 /// A source of memory in chains of equal blocks. Whatever takes an IAllocator* uses the default allocator when it is
 /// null, and borrows it otherwise: it must outlive its users.
 ///
-/// To write one   Align blocks as operator new[] does, and refuse with null instead of throwing. It is called without a
-///                lock from every thread that uses an object which borrows it.
+/// - **To write one:** Align blocks as operator new[] does, and refuse with null instead of throwing. It is called
+///   without a lock from every thread that uses an object which borrows it.
 class QV_EXPORT IAllocator
 {
 public:
@@ -39,8 +39,9 @@ public:
 
 /// The process-wide source: every block is a separate allocation with the global operator new[].
 ///
-/// Threads    Keeps no state: any thread at any time.
-/// Lifetime   Made on first use, deleted by the shut-down of the framework: destroy what holds memory from it before.
+/// - **Threads:** Keeps no state: any thread at any time.
+/// - **Lifetime:** Made on first use, deleted by the shut-down of the framework: destroy what holds memory from it
+///   before.
 class QV_EXPORT CDefaultAllocator : public CSingleton<CDefaultAllocator>, public IAllocator
 {
 public:
@@ -71,16 +72,19 @@ extern template class CSingleton<CDefaultAllocator>;
 /// A free list of blocks of one size in front of an IAllocator: takes blocks from it in bulk, hands them out and takes
 /// them back one at a time, and returns them only when told to.
 ///
-///     source --Reserve--> [tail ... free blocks ... head] --Pop--> user
-///            <--Reduce--                                  <-Push--
+/// ```
+/// source --Reserve--> [tail ... free blocks ... head] --Pop--> user
+///        <--Reduce--                                  <-Push--
+/// ```
 ///
-/// Ownership  Owns the free blocks, not those handed out: push each back here, or to an allocator that compares equal.
-///            Borrows the source, which must outlive it; null means the default allocator.
-/// Threads    No locking: one thread at a time.
-/// Cost       Push() and Pop() are constant and allocate nothing while a block is free; what was pushed last is popped
-///            first. Reserve() and Reduce() are one call of the source.
-/// Failure    A null block or false, with the free list unchanged.
-///
+/// - **Ownership:** Owns the free blocks, not those handed out: push each back here, or to an allocator that compares
+///   equal. Borrows the source, which must outlive it; null means the default allocator.
+/// - **Threads:** No locking: one thread at a time.
+/// - **Cost:** Push() and Pop() are constant and allocate nothing while a block is free; what was pushed last is popped
+///   first. Reserve() and Reduce() are one call of the source.
+/// - **Failure:** A null block or false, with the free list unchanged.
+/// - **Alignment:** That of the source's blocks, which for operator new[] is `__STDCPP_DEFAULT_NEW_ALIGNMENT__`, 16. What
+///   is aligned more widely does not belong in a block; the typed containers and CPool refuse such types to the compiler.
 /// - **Lifetime:** Without a source given, made only while the framework is up. If one is made at another time, one
 ///   line on standard error names the class, and abort() follows.
 class QV_EXPORT CBlockAllocator

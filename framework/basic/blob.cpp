@@ -8,9 +8,11 @@
 #include <limits.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <new>
 
+#include "framework/basic/internal/write_text.h"
 #include "framework/basic/string.h"
 #include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/lifetime.h"
@@ -95,6 +97,60 @@ void MoveBits(unsigned char* puDst, uint64_t uDstBit, const unsigned char* puSrc
         const unsigned int uShift = 7 - (uDstBit + uBit) % 8;
         ruDst = static_cast<unsigned char>((ruDst & ~(1u << uShift)) | uValue << uShift);
     }
+}
+
+// The values of the digits, and what no pair of digits gives.
+constexpr unsigned int g_uNO_DIGIT = 0x100;
+constexpr std::array<uint16_t, 256> g_auDIGIT_VALUES = []
+{
+    std::array<uint16_t, 256> auValues{};
+    auValues.fill(g_uNO_DIGIT);
+    for (unsigned int u = 0; u < 10; ++u) auValues['0' + u] = static_cast<uint16_t>(u);
+    for (unsigned int u = 0; u < 6; ++u) auValues['a' + u] = auValues['A' + u] = static_cast<uint16_t>(10 + u);
+    return auValues;
+}();
+
+bool IsHex(const unsigned char* puHex, size_t uSize)
+{
+    unsigned int uAll = 0;
+    for (size_t u = 0; u < uSize; ++u) uAll |= g_auDIGIT_VALUES[puHex[u]];
+    return uAll < g_uNO_DIGIT;
+}
+
+// The digits may stand where the bytes go, or behind: a byte is stored no earlier than its digits are read.
+void DecodeHex(const unsigned char* puHex, size_t uBytes, unsigned char* puOut)
+{
+    for (size_t u = 0; u < uBytes; ++u)
+    {
+        puOut[u] = static_cast<unsigned char>(g_auDIGIT_VALUES[puHex[2 * u]] << 4 | g_auDIGIT_VALUES[puHex[2 * u + 1]]);
+    }
+}
+
+// The eight digits of the four bytes of a big-endian word, as they lie in memory.
+uint64_t HexOf(uint32_t uBytes, bool bUpperCase)
+{
+    constexpr uint64_t uEACH = 0x0101010101010101;
+    const uint64_t uToLetter = (bUpperCase ? 'A' : 'a') - '0' - 10;
+    uint64_t uWord = uBytes;
+    uWord = (uWord | uWord << 16) & 0x0000FFFF0000FFFF;
+    uWord = (uWord | uWord << 8) & 0x00FF00FF00FF00FF;
+    uWord = (uWord | uWord << 4) & 0x0F * uEACH;
+    const uint64_t uLetters = (uWord + 6 * uEACH) >> 4 & uEACH;  // from 10 on, 6 more reach the next bit
+    return __builtin_bswap64(uWord + '0' * uEACH + uLetters * uToLetter);
+}
+
+void EncodeHex(const unsigned char* puBytes, size_t uSize, bool bUpperCase, char* pszOut)
+{
+    for (; uSize >= g_uWORD_BYTES; uSize -= g_uWORD_BYTES)
+    {
+        const uint64_t uDigits = HexOf(LoadWord(puBytes, g_uWORD_BYTES), bUpperCase);
+        memcpy(pszOut, &uDigits, sizeof(uDigits));
+        puBytes += g_uWORD_BYTES;
+        pszOut += sizeof(uDigits);
+    }
+    if (uSize == 0) return;
+    const uint64_t uDigits = HexOf(LoadWord(puBytes, uSize), bUpperCase);
+    memcpy(pszOut, &uDigits, 2 * uSize);
 }
 
 // A blob with the default allocator needs the module that has it.
@@ -189,7 +245,7 @@ bool CBlob::operator!=(const CBlob& rOther) const
 
 bool CBlob::operator<(const CBlob& rOther) const
 {
-    return std::lexicographical_compare(begin(), end(), rOther.begin(), rOther.end());
+    return Compare(rOther) < 0;
 }
 
 QvResult CBlob::Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize)
@@ -233,6 +289,52 @@ QvResult CBlob::Append(const char* pszText)
     const size_t uSize = strlen(pszText);
     if (uSize > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
     return Append(reinterpret_cast<const unsigned char*>(pszText), static_cast<unsigned int>(uSize));
+}
+
+QvResult CBlob::Assign(const unsigned char* puData, unsigned int uSize)
+{
+    if (puData == nullptr && uSize != 0) return QV_RES_INVALID_ARGUMENT;
+    // No memory is moved for bytes of this blob, which has room for them.
+    if (uSize > m_uCapacity) QV_RETURN_IF_FAILED(ReserveCapacity(uSize));
+    if (uSize != 0) memmove(GetFirstIndexPtr(), puData, uSize);
+    Clear();
+    m_uSize = uSize;
+    return QV_RES_OK;
+}
+
+QvResult CBlob::Assign(const CString& rText)
+{
+    return Assign(reinterpret_cast<const unsigned char*>(rText.CStr()), rText.GetSize());
+}
+
+QvResult CBlob::Assign(const char* pszText)
+{
+    if (pszText == nullptr) return QV_RES_INVALID_ARGUMENT;
+    const size_t uSize = strlen(pszText);
+    if (uSize > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    return Assign(reinterpret_cast<const unsigned char*>(pszText), static_cast<unsigned int>(uSize));
+}
+
+QvResult CBlob::AssignHex(const CString& rHex)
+{
+    return AssignDigits(rHex.CStr(), rHex.GetSize());
+}
+
+QvResult CBlob::AssignHex(const char* pszHex)
+{
+    return pszHex != nullptr ? AssignDigits(pszHex, strlen(pszHex)) : QV_RES_INVALID_ARGUMENT;
+}
+
+QvResult CBlob::ToText(CString* pstrText) const
+{
+    if (pstrText == nullptr) return QV_RES_INVALID_ARGUMENT;
+    return pstrText->Assign(reinterpret_cast<const char*>(begin()), m_uSize);
+}
+
+QvResult CBlob::ToHex(CString* pstrHex, bool bUpperCase) const
+{
+    return orvel_internal::WriteText(pstrHex, uint64_t{m_uSize} * 2,
+                                     [&](char* psz) { EncodeHex(begin(), m_uSize, bUpperCase, psz); });
 }
 
 void CBlob::Erase(unsigned int uIndex, unsigned int uSize)
@@ -408,6 +510,19 @@ void CBlob::CopyMembers(const CBlob& rSrc)
     m_uReadBitOffset = rSrc.m_uReadBitOffset;
     m_uAppendBitsIndex = rSrc.m_uAppendBitsIndex;
     m_uAppendBitsBitOffset = rSrc.m_uAppendBitsBitOffset;
+}
+
+QvResult CBlob::AssignDigits(const char* pszHex, size_t uDigits)
+{
+    const unsigned char* const puHex = reinterpret_cast<const unsigned char*>(pszHex);
+    if (uDigits % 2 != 0 || !IsHex(puHex, uDigits)) return QV_RES_INVALID_ARGUMENT;
+    if (uDigits / 2 > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+    const unsigned int uSize = static_cast<unsigned int>(uDigits / 2);
+    if (uSize > m_uCapacity) QV_RETURN_IF_FAILED(ReserveCapacity(uSize));  // not for digits in this blob
+    DecodeHex(puHex, uSize, GetFirstIndexPtr());
+    Clear();
+    m_uSize = uSize;
+    return QV_RES_OK;
 }
 
 // As the vector's Insert() of uSize bytes, but leaves them to be filled by the caller.

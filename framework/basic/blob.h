@@ -1,9 +1,20 @@
 #ifndef FRAMEWORK_BASIC_BLOB_H
 #define FRAMEWORK_BASIC_BLOB_H
+#include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
+#include <initializer_list>
 #include <type_traits>
 
+// std::reverse_iterator alone: <iterator> brings the iterators of the streams as well.
+#if __has_include(<bits/stl_iterator.h>)
+#include <bits/stl_iterator.h>
+#else
+#include <iterator>
+#endif
+
+#include "framework/basic/internal/typed_elements.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
@@ -62,14 +73,33 @@ class CString;
 /// - **Threads:** No locking: one thread at a time per blob; different blobs are as independent as their allocators.
 /// - **Lifetime:** With the default allocator, between the start-up and the shut-down of the framework: made outside
 ///   it, a blob ends the process with a line that says so. One that has storage is destroyed before the shut-down.
-/// - **Growth:** Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
-/// - **Cursors:** Set by construction, assignment, Clear(), SetReadIndex(), CMarshaler::ExtractAll() and the reading
-///   and bit operations only: appending bytes, Resize() and `>>` from a marshaler leave them where they were.
+/// - **Growth:** Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first. Only
+///   push_back() doubles, for what adds byte by byte without knowing how many there will be.
+/// - **Cursors:** Set by construction, assignment, Assign(), AssignHex(), Clear(), SetReadIndex(),
+///   CMarshaler::ExtractAll() and the reading and bit operations only: appending bytes, Resize() and `>>` from a
+///   marshaler leave them where they were.
 /// - **Failure:** Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator
-///   new[] throws (one byte is held aside).
+///   new[] throws (one byte is held aside). What can report nothing, push_back(), Of() and construction of a range,
+///   throws std::bad_alloc; a program without exceptions ends.
+/// - **Texts:** As characters by Assign(), Append() and ToText(), as hexadecimal digits by AssignHex() and ToHex(), as
+///   base64 by CBase64::FromText() and CBase64::ToText() (framework/crypto/base64.h).
+/// - **Standard library:** The names that algorithms, ranges and containers expect stand beside those of the framework
+///   (size() is GetSize()), so that a blob goes where a std::vector<unsigned char> would be looked at or filled.
 class QV_EXPORT CBlob : private CVectorBase
 {
 public:
+    using value_type = unsigned char;
+    using size_type = unsigned int;
+    using difference_type = ptrdiff_t;
+    using reference = unsigned char&;
+    using const_reference = const unsigned char&;
+    using pointer = unsigned char*;
+    using const_pointer = const unsigned char*;
+    using iterator = unsigned char*;
+    using const_iterator = const unsigned char*;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+
     /// Stands for "up to the end" where a number of bytes is asked for.
     static constexpr unsigned int uTO_END = 0xFFFFFFFF;
 
@@ -83,6 +113,30 @@ public:
     QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
     {
     }
+    /// A copy of the bytes, or of what converts to them, from itFirst up to itLast, in exactly the room they need where
+    /// they can be counted beforehand. Throws std::bad_alloc if memory does not allow.
+    template <typename Iterator, typename = typename std::iterator_traits<Iterator>::iterator_category>
+    QV_HIDDEN CBlob(Iterator itFirst, Iterator itLast) : CBlob()
+    {
+        using Category = typename std::iterator_traits<Iterator>::iterator_category;
+        if constexpr (!std::is_base_of<std::forward_iterator_tag, Category>::value)
+        {
+            for (; itFirst != itLast; ++itFirst) push_back(static_cast<unsigned char>(*itFirst));
+        }
+        else
+        {
+            size_t uCount = 0;
+            for (Iterator it = itFirst; it != itLast; ++it) ++uCount;
+            if (uCount > 0xFFFFFFFF || ReserveCapacity(static_cast<unsigned int>(uCount)) < 0)
+                orvel_internal::ThrowOutOfMemory();
+            for (unsigned char* pu = begin(); itFirst != itLast; ++itFirst)
+                *pu++ = static_cast<unsigned char>(*itFirst);
+            m_uSize = static_cast<unsigned int>(uCount);
+        }
+    }
+    /// A blob of the bytes in braces: CBlob::Of({0xCA, 0xFE}). Braces behind CBlob itself mean sizes and pointers:
+    /// CBlob{0, 0, 16} is empty with room for 16 bytes. Throws std::bad_alloc if memory does not allow.
+    static CBlob Of(std::initializer_list<unsigned char> bytes) { return CBlob(bytes.begin(), bytes.end()); }
     /// Same allocator, capacity, bytes and cursors.
     CBlob(const CBlob& rSrc);
     /// Takes everything; rSrc is empty afterwards.
@@ -98,6 +152,19 @@ public:
     bool operator!=(const CBlob& rOther) const;
     /// Lexicographic order of the bytes.
     bool operator<(const CBlob& rOther) const;
+    bool operator>(const CBlob& rOther) const { return Compare(rOther) > 0; }
+    bool operator<=(const CBlob& rOther) const { return Compare(rOther) <= 0; }
+    bool operator>=(const CBlob& rOther) const { return Compare(rOther) >= 0; }
+    /// The same order in one look, which trees and sorts of blobs use unasked: negative, 0 or positive as this blob
+    /// comes before, with or behind the other.
+    int Compare(const CBlob& rOther) const
+    {
+        const unsigned int uCommon = m_uSize < rOther.m_uSize ? m_uSize : rOther.m_uSize;
+        const int nOrder = uCommon != 0 ? memcmp(begin(), rOther.begin(), uCommon) : 0;
+        if (nOrder != 0) return nOrder;
+        if (m_uSize == rOther.m_uSize) return 0;
+        return m_uSize < rOther.m_uSize ? -1 : 1;
+    }
 
     /// Puts uSize bytes in front of index uIndex (GetSize() appends). They may be bytes of this blob.
     /// Cost: moves the bytes behind uIndex; at the end and within the capacity, one copy and no allocation.
@@ -128,6 +195,49 @@ public:
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
     QvResult Append(const char* pszText);
+    /// Appends a byte. Without room the capacity doubles (16 bytes at least), so that many of them cost few
+    /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and such.
+    /// Append() instead takes what is needed and not a byte more, and returns a result where this throws
+    /// std::bad_alloc, with the blob as it was.
+    void push_back(unsigned char uByte)
+    {
+        const unsigned int uEnd = m_uSize;
+        if (orvel_internal::IsUnlikely(uEnd == m_uCapacity)) GrowForOneMore();
+        GetFirstIndexPtr()[uEnd] = uByte;
+        m_uSize = uEnd + 1;
+    }
+
+    /// Makes uSize bytes all that the blob holds, and sets its cursors to 0. They may be bytes of this blob. The
+    /// capacity stays if it suffices, else it becomes uSize.
+    ///
+    /// - `QV_RES_OK`: the blob holds the bytes.
+    /// - `QV_RES_INVALID_ARGUMENT`: puData is null and uSize is not 0.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
+    [[nodiscard]] QvResult Assign(const unsigned char* puData, unsigned int uSize);
+    /// The same with the characters of a string without the NUL behind them.
+    [[nodiscard]] QvResult Assign(const CString& rText);
+    /// And of a text that ends with a NUL; of one that is longer than a blob can be, QV_RES_OUT_OF_MEMORY.
+    [[nodiscard]] QvResult Assign(const char* pszText);
+    /// Makes the bytes that a text spells in hexadecimal digits all that the blob holds, and sets its cursors to 0: two
+    /// digits of either case for each byte, and nothing else, neither a space nor a prefix. It may stand in this blob.
+    ///
+    /// - `QV_RES_OK`: the blob holds the bytes.
+    /// - `QV_RES_INVALID_ARGUMENT`: the text is null, there is a character that is no digit, or their number is odd;
+    ///   the blob is as it was.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
+    [[nodiscard]] QvResult AssignHex(const CString& rHex);
+    [[nodiscard]] QvResult AssignHex(const char* pszHex);
+    /// Makes all bytes, read or not, the characters of a string, NULs as well.
+    ///
+    /// - `QV_RES_OK`: the string holds them.
+    /// - `QV_RES_INVALID_ARGUMENT`: the pointer is null, or there are more than CString::uMAX_SIZE (65,535); the string
+    ///   is as it was.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the string, which is as it was.
+    [[nodiscard]] QvResult ToText(CString* pstrText) const;
+    /// The same with two hexadecimal digits for each byte, small letters unless asked otherwise. A string holds the
+    /// digits of 32,767 bytes.
+    [[nodiscard]] QvResult ToHex(CString* pstrHex, bool bUpperCase = false) const;
+
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all bytes and sets the cursors to 0; the capacity stays.
@@ -136,6 +246,7 @@ public:
         m_uSize = 0;
         m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
     }
+    void clear() { Clear(); }
 
     /// Sets the size within the capacity; bytes that come in are what the storage held.
     ///
@@ -165,6 +276,26 @@ public:
     /// The byte at an index below the size, else null.
     unsigned char* GetAt(unsigned int uIndex);
     const unsigned char* GetAt(unsigned int uIndex) const;
+    /// Gets the byte at an index that may come from anywhere.
+    ///
+    /// - `QV_RES_OK`: *puByte is the byte.
+    /// - `QV_RES_INVALID_ARGUMENT`: there is no byte at uIndex, or puByte is null; *puByte stays.
+    [[nodiscard]] QvResult At(unsigned int uIndex, unsigned char* puByte) const
+    {
+        if (uIndex >= m_uSize || puByte == nullptr) return QV_RES_INVALID_ARGUMENT;
+        *puByte = begin()[uIndex];
+        return QV_RES_OK;
+    }
+    /// The byte at an index that the caller knows to be below the size. Nothing is checked.
+    unsigned char& operator[](unsigned int uIndex) { return begin()[uIndex]; }
+    const unsigned char& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
+    /// The first and the last byte of a blob that the caller knows not to be empty.
+    unsigned char& front() { return begin()[0]; }
+    const unsigned char& front() const { return begin()[0]; }
+    unsigned char& back() { return begin()[m_uSize - 1]; }
+    const unsigned char& back() const { return begin()[m_uSize - 1]; }
+    unsigned int size() const { return m_uSize; }
+    [[nodiscard]] bool empty() const { return m_uSize == 0; }
     /// The storage, GetCapacity() bytes; null when the capacity is 0.
     unsigned char* GetFirstIndexPtr() { return static_cast<unsigned char*>(m_pvStorage); }
     const unsigned char* GetFirstIndexPtr() const { return static_cast<const unsigned char*>(m_pvStorage); }
@@ -173,6 +304,16 @@ public:
     unsigned char* end() { return begin() + m_uSize; }
     const unsigned char* begin() const { return GetFirstIndexPtr(); }
     const unsigned char* end() const { return begin() + m_uSize; }
+    const unsigned char* cbegin() const { return begin(); }
+    const unsigned char* cend() const { return end(); }
+    reverse_iterator rbegin() { return reverse_iterator(end()); }
+    reverse_iterator rend() { return reverse_iterator(begin()); }
+    const_reverse_iterator rbegin() const { return const_reverse_iterator(end()); }
+    const_reverse_iterator rend() const { return const_reverse_iterator(begin()); }
+    const_reverse_iterator crbegin() const { return rbegin(); }
+    const_reverse_iterator crend() const { return rend(); }
+    unsigned char* data() { return begin(); }
+    const unsigned char* data() const { return begin(); }
 
     /// Copies the next uSize unread bytes to puDst and returns it. The rest of a partly read byte is skipped first.
     /// Null, with nothing read, when puDst is null, uSize is 0 or fewer whole bytes are unread.
@@ -284,6 +425,15 @@ private:
         return true;
     }
 
+    // Apart, so that the common way of push_back() stays short.
+    __attribute__((noinline, cold)) QV_HIDDEN void GrowForOneMore()
+    {
+        const unsigned int uDoubled = m_uCapacity > 0x7FFFFFFF ? 0xFFFFFFFF : m_uCapacity * 2;
+        if (ReserveCapacity(uDoubled < 16 ? 16 : uDoubled) >= 0 && m_uCapacity != m_uSize) return;
+        if (m_uSize == 0xFFFFFFFF || ReserveCapacity(m_uSize + 1) < 0) orvel_internal::ThrowOutOfMemory();
+    }
+
+    QV_HIDDEN QvResult AssignDigits(const char* pszHex, size_t uDigits);
     QV_HIDDEN QvResult OpenGap(unsigned int uIndex, unsigned int uSize);
     QV_HIDDEN bool TryAppendBits(const unsigned char* puSrc, unsigned int uBitCount, unsigned int uSrcBitOffset);
 
@@ -292,6 +442,16 @@ private:
     unsigned int m_uAppendBitsIndex;
     unsigned int m_uAppendBitsBitOffset;
 };
+
+namespace orvel_internal
+{
+// Blobs find out their order in one look.
+template <>
+struct SThreeWayOrder<CBlob, CBlob>
+{
+    static int Of(const CBlob& rFirst, const CBlob& rSecond) { return rFirst.Compare(rSecond); }
+};
+}  // namespace orvel_internal
 
 /// Writes the size as 32 bits, then the bytes.
 QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CBlob& rBlob);

@@ -45,51 +45,58 @@ using UnsignedOf =
 
 /// Reads what a CMarshaler packed, from bytes that anyone may have sent. It looks at them where they lie, and never
 /// believes a length:
+/// ```
+/// CMarshalReader reader(marshaler, 4096);  // no string, blob or container of more than 4,096 bytes
+/// reader >> uId >> strName >> blobBody;
+/// if (!reader.HasReadAll()) return Refuse(reader.GetResult(), reader.GetPosition());
+/// marshaler.Skip(reader.GetPosition());
+/// ```
 ///
-///     CMarshalReader reader(marshaler, 4096);  // no string, blob or container of more than 4,096 bytes
-///     reader >> uId >> strName >> blobBody;
-///     if (!reader.HasReadAll()) return Refuse(reader.GetResult(), reader.GetPosition());
-///     marshaler.Skip(reader.GetPosition());
+/// A copy goes on from the same position by itself, and copies no byte: that is how one looks ahead:
+/// ```
+/// CMarshalReader ahead(reader);
+/// ahead >> eKind;  // reader still stands in front of it
+/// ```
 ///
-///     |<---- read ---->|<---- remaining ---->|
-///     0             position                size
+/// Where it stands:
+/// ```
+/// |<---- read ---->|<---- remaining ---->|
+/// 0             position                size
+/// ```
 ///
-/// Types      All that the table of CMarshaler names, and those of your own that have an operator for this class. An
-///            enumeration needs an underlying type, and may get a value that has no name.
-/// Failure    The first one is kept, with the position at which the value begins that could not be read. Whatever is
-///            read from then on is zero or empty, so that one question behind a sequence of values is enough:
-///            QV_RES_OK                nothing has failed
-///            QV_RES_FAIL              the bytes end before the value does, or before as many characters, bytes or
-///                                     elements as it announces: more bytes might help
-///            QV_RES_INVALID_ARGUMENT  no such value: a bool other than 0 and 1, or a size above the maximum
-///            QV_RES_OUT_OF_MEMORY     the allocator gave no block
-///            other negative codes     an operator for a type of your own said so to Fail(), or a container refused:
-///                                     QV_RES_INVALID_STATE where its capacity is locked
-/// Memory     Nothing is allocated for what cannot be there. A string or blob takes at most as many bytes as are there;
-///            a container takes sizeof(T) for each element, and its nodes.
-/// Depth      Containers in containers are as deep as their type. A type of your own that contains itself is as deep as
-///            the message says, which may be deeper than the stack: its operator has to count, and to Fail().
-/// Ownership  Borrows the bytes, and changes nothing: what they lie in must outlive the reader. Meanwhile a blob must
-///            not change, nor be read into; a marshaler must not be assigned to or cleared, whereas what is inserted or
-///            extracted makes no difference.
-/// Copying    A copy goes on from the same position by itself, and copies no byte: that is how one looks ahead.
-///
-///     CMarshalReader ahead(reader);
-///     ahead >> eKind;  // reader still stands in front of it
-///
-/// Threads    No locking: one thread at a time, as the source is read by one thread at a time.
-/// Cost       A number is inline, and one comparison more than from memory that is known to be there.
+/// - **Types:** All that CMarshaler names, and those of your own that have an operator for this class. An enumeration
+///   needs an underlying type, and may get a value that has no name.
+/// - **Failure:** The first one is kept, with the position at which the value begins that could not be read. Whatever
+///   is read from then on is zero or empty, so that one question behind a sequence of values is enough.
+///   - `QV_RES_OK`: nothing has failed.
+///   - `QV_RES_FAIL`: the bytes end before the value does, or before as many characters, bytes or elements as it
+///     announces: more bytes might help.
+///   - `QV_RES_INVALID_ARGUMENT`: no such value: a bool other than 0 and 1, or a size above the maximum.
+///   - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
+///   - Other negative codes: an operator for a type of your own said so to Fail(), or a container refused:
+///     QV_RES_INVALID_STATE where its capacity is locked.
+/// - **Memory:** Nothing is allocated for what cannot be there. A string or blob takes at most as many bytes as are
+///   there; a container takes sizeof(T) for each element, and its nodes.
+/// - **Depth:** Containers in containers are as deep as their type. A type of your own that contains itself is as deep
+///   as the message says, which may be deeper than the stack: its operator has to count, and to Fail().
+/// - **Ownership:** Borrows the bytes, and changes nothing: what they lie in must outlive the reader. Meanwhile a blob
+///   must not change, nor be read into; a marshaler must not be assigned to or cleared, whereas what is inserted or
+///   extracted makes no difference.
+/// - **Threads:** No locking: one thread at a time, as the source is read by one thread at a time.
 /// - **Lifetime:** Needs nothing itself. Strings, times, and containers with the default allocator are read between the
 ///   start-up and the shut-down of the framework.
+/// - **Cost:** A number is inline, and one comparison more than from memory that is known to be there.
 class QV_EXPORT CMarshalReader
 {
 public:
     /// Reads what is unread in the marshaler; of 4 GiB and more, the first 4 GiB - 1 bytes. uMaxSize is the largest
     /// number of bytes of one string, blob or container (its elements, sizeof(T) each). Cost: a walk over the segments.
     CMarshalReader(const CMarshaler& rMarshaler, unsigned int uMaxSize);
+    /// Not of a temporary, which would be gone.
     CMarshalReader(const CMarshaler&&, unsigned int) = delete;
     /// All bytes of the blob, wherever its cursors are.
     CMarshalReader(const CBlob& rBlob, unsigned int uMaxSize);
+    /// Not of a temporary, which would be gone.
     CMarshalReader(const CBlob&&, unsigned int) = delete;
     /// uSize bytes; null means none.
     CMarshalReader(const void* pvBytes, unsigned int uSize, unsigned int uMaxSize)
@@ -137,8 +144,9 @@ public:
     /// it takes in memory. 0, with a failure, where so many elements cannot be there, or take more than the maximum.
     unsigned int ReadCount(unsigned int uMinBytes, unsigned int uMemory);
 
-    /// Whether something could not be read; and what was wrong, see above.
+    /// Whether something could not be read.
     bool HasFailed() const { return m_resFailure < 0; }
+    /// What could not be read, or QV_RES_OK: see Failure.
     QvResult GetResult() const { return m_resFailure; }
     /// Whether nothing has failed and nothing is left: that the message was this and no more.
     bool HasReadAll() const { return !HasFailed() && GetRemaining() == 0; }
@@ -146,6 +154,7 @@ public:
     unsigned int GetPosition() const { return HasFailed() ? m_uFailedAt : m_uSize - GetRemaining(); }
     /// How many bytes are left; none after a failure.
     unsigned int GetRemaining() const { return static_cast<unsigned int>(m_puPieceEnd - m_puRead) + m_uBehind; }
+    /// The largest number of bytes of one string, blob or container.
     unsigned int GetMaxSize() const { return m_uMaxSize; }
 
     /// Makes it fail: for operators that do not accept what they have read. uPosition is where that began. Nothing
@@ -195,8 +204,9 @@ private:
     QvResult m_resFailure;
 };
 
-/// Read a string and a blob: empty, with the blob's cursors at 0, where that fails.
+/// Reads a string: empty where that fails.
 QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CString& rString);
+/// Reads a blob: empty, with its cursors at 0, where that fails.
 QV_EXPORT CMarshalReader& operator>>(CMarshalReader& rReader, CBlob& rBlob);
 
 /// How many bytes a T takes in a message at least, which is what bounds the counts of containers. 1 for a type of your

@@ -18,17 +18,19 @@ class CMap;
 /// Other values in messages than those that CMarshaler itself takes: numbers, enumerations, times and containers. See
 /// CMarshaler for their encoding, and CMarshalReader for how reading them fails. A type of your own takes two functions
 /// in its namespace, which write and read its members in the same order:
-///
-///     CMarshaler& operator<<(CMarshaler& rMarshaler, const SPoint& rPoint);
-///     CMarshalReader& operator>>(CMarshalReader& rReader, SPoint& rPoint);
+/// ```
+/// CMarshaler& operator<<(CMarshaler& rMarshaler, const SPoint& rPoint);
+/// CMarshalReader& operator>>(CMarshalReader& rReader, SPoint& rPoint);
+/// ```
 ///
 /// A container of your own writes its size as an unsigned int and then its elements, and begins reading with
 /// CMarshalReader::ReadCount().
-/// Threads    No locking: one thread at a time uses a marshaler, a reader or a value.
-/// Cost       Numbers are inline, as the marshaler's own. Programs include the headers of CTime and of containers
-///            themselves.
+///
+/// - **Threads:** No locking: one thread at a time uses a marshaler, a reader or a value.
+/// - **Cost:** Numbers are inline, as the marshaler's own. Programs include the headers of CTime and of containers
+///   themselves.
 
-/// Numbers, and enumerations with an underlying type; without one the compiler chooses their size. These are templates
+/// Writes a number, or an enumeration with an underlying type; without one the compiler chooses its size. A template,
 /// so that no argument is converted: a pointer is no bool.
 template <typename T,
           std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
@@ -38,7 +40,7 @@ CMarshaler& operator<<(CMarshaler& rMarshaler, T value)
     memcpy(&uBits, &value, sizeof(T));
     return rMarshaler << uBits;
 }
-/// Read them. Any byte but 0 is true. An enumeration may get a value that has no name.
+/// Reads one. Any byte but 0 is true. An enumeration may get a value that has no name.
 template <typename T,
           std::enable_if_t<orvel_internal::g_bIS_NEW_NUMBER<T> || orvel_internal::SIsSizedEnum<T>::value, int> = 0>
 CMarshaler& operator>>(CMarshaler& rMarshaler, T& rValue)
@@ -96,9 +98,7 @@ CMarshalReader& ReadElements(CMarshalReader& rReader, Container& rContainer)
 }
 }  // namespace orvel_internal
 
-/// A vector, list or vector-list, of anything that has these operators. Reading replaces the elements; it needs a
-/// default constructor, and leaves the container empty where it fails. Elements whose construction throws let the
-/// exception pass.
+/// Writes a container of anything that has these operators: its size, then the elements.
 template <typename T>
 CMarshaler& operator<<(CMarshaler& rMarshaler, const CVector<T>& rVector)
 {
@@ -114,6 +114,8 @@ CMarshaler& operator<<(CMarshaler& rMarshaler, const CVList<T>& rList)
 {
     return orvel_internal::MarshalElements(rMarshaler, rList);
 }
+/// Reads a container, whose elements are replaced. They need a default constructor; what that throws passes. Empty
+/// where it fails.
 template <typename T>
 CMarshalReader& operator>>(CMarshalReader& rReader, CVector<T>& rVector)
 {
@@ -130,9 +132,7 @@ CMarshalReader& operator>>(CMarshalReader& rReader, CVList<T>& rList)
     return orvel_internal::ReadElements<T>(rReader, rList);
 }
 
-/// A map: its size, then each key and its value, in order. Reading replaces the entries, in whatever order they come,
-/// and takes sizeof(K) + sizeof(V) of the maximum for each; a key that comes twice fails with QV_RES_ALREADY_EXISTS.
-/// Where it fails the map is empty.
+/// Writes a map: its size, then each key and its value, in order.
 template <typename K, typename V>
 CMarshaler& operator<<(CMarshaler& rMarshaler, const CMap<K, V>& rMap)
 {
@@ -140,6 +140,8 @@ CMarshaler& operator<<(CMarshaler& rMarshaler, const CMap<K, V>& rMap)
     for (const auto& [key, value] : rMap) rMarshaler << key << value;
     return rMarshaler;
 }
+/// Reads a map, whose entries are replaced, in whatever order they come. Each takes sizeof(K) + sizeof(V) of the
+/// maximum; a key that comes twice fails with QV_RES_ALREADY_EXISTS. Empty where it fails.
 template <typename K, typename V>
 CMarshalReader& operator>>(CMarshalReader& rReader, CMap<K, V>& rMap)
 {
@@ -194,8 +196,8 @@ template <typename K, typename V>
 inline constexpr bool g_bIS_READ_BY_READER<CMap<K, V>> = true;
 }  // namespace orvel_internal
 
-/// From a marshaler itself: the same without a maximum. Nothing is reported; what fails leaves the marshaler in front
-/// of the value that could not be read.
+/// Reads a time or a container from a marshaler itself, without a maximum. Nothing is reported; what fails leaves the
+/// marshaler in front of the value that could not be read.
 template <typename T, std::enable_if_t<orvel_internal::g_bIS_READ_BY_READER<T>, int> = 0>
 CMarshaler& operator>>(CMarshaler& rMarshaler, T& rValue)
 {

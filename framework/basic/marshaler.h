@@ -10,53 +10,54 @@
 class CBlob;
 
 /// A first-in, first-out stream of bytes in memory, to pack values and unpack them in the same order:
-///
-///     CMarshaler marshaler;
-///     marshaler << uNumber << strText;
-///     marshaler >> uNumber >> strText;
-///
-///     [ 56 bytes inside the object |-]--> [ 88 bytes of a pool block |-]--> [ 88 bytes |0]
-///          ^ read pointer                                                      ^ write pointer
-///
-/// Encoding   One value behind the other, without tags, alignment or padding: writer and reader must agree on the
-///            sequence. "Host" means the bytes as they lie in memory; they differ between machines. "Low first" means
-///            the least significant byte first, and IEEE 754: the same on every machine.
 /// ```
-///   type                                                  bytes                         order
-///   unsigned char                                         1
-///   unsigned short, unsigned int, unsigned long           2, 4, 8                       host
-///   CString                                               2 of size, the characters     host
-///   CBlob                                                 4 of size, the bytes          host
-///
-///   with marshal_values.h:
-///   bool                                                  1, which is 0 or 1
-///   char, signed char                                     1
-///   short, int, long, long long, unsigned long long       2, 4, 8, 8, 8                 low first
-///   float, double                                         4, 8                          low first
-///   enum E : T, enum class E : T                          those of T                    that of T
-///   CTime                                                 4 of Julian day, 4 of ms      low first
-///   CVector, CList, CVList                                4 of count, the elements      low first, theirs
-///   CMap                                                  4 of count, key and value of  low first, theirs
-///                                                         each entry
+/// CMarshaler marshaler;
+/// marshaler << uNumber << strText;
+/// marshaler >> uNumber >> strText;
 /// ```
-/// Strangers  Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole and
-///            believes no length. The `>>` of a marshaler itself is for what one's own program wrote.
-/// Ownership  Owns its segments, which go back to CPool<CMarshaler> on Clear() or destruction, not while reading.
-/// Threads    No locking: one thread at a time; it may be handed over between writing and reading.
-/// Cost       56 bytes need no allocation; longer content chains blocks and never moves what is written.
-/// Failure    Nothing is reported. Bytes for which memory runs out are dropped. Reading more than was written gives
-///            zeros; what is written afterwards is then read from its first byte. Ask GetUnreadSize() first where there
-///            may be less than is to be read.
 ///
+/// The content is a chain of segments, of which the first is a part of the object:
+/// ```
+/// [ 56 bytes inside the object |-]--> [ 88 bytes of a pool block |-]--> [ 88 bytes |0]
+///      ^ read pointer                                                      ^ write pointer
+/// ```
+///
+/// - **Encoding:** One value behind the other, without tags, alignment or padding: writer and reader must agree on the
+///   sequence. "Host" means the bytes as they lie in memory; they differ between machines. "Low first" means the least
+///   significant byte first, and IEEE 754: the same on every machine.
+///   - `unsigned char`: 1 byte.
+///   - `unsigned short`, `unsigned int`, `unsigned long`: 2, 4 and 8 bytes, host.
+///   - CString: 2 bytes of size, host, and the characters.
+///   - CBlob: 4 bytes of size, host, and the bytes.
+/// - **Encoding with marshal_values.h:**
+///   - `bool`: 1 byte, which is 0 or 1.
+///   - `char`, `signed char`: 1 byte.
+///   - `short`, `int`, `long`, `long long`, `unsigned long long`: 2, 4, 8, 8 and 8 bytes, low first.
+///   - `float`, `double`: 4 and 8 bytes, low first.
+///   - `enum E : T`, `enum class E : T`: as a T.
+///   - CTime: 4 bytes of Julian day and 4 of milliseconds, low first.
+///   - CVector, CList, CVList: 4 bytes of count, low first, and the elements.
+///   - CMap: 4 bytes of count, low first, and the key and the value of each entry.
+/// - **Strangers:** Their bytes are read by CMarshalReader (marshal_reader.h), which says whether a message was whole
+///   and believes no length. The `>>` of a marshaler itself is for what one's own program wrote.
+/// - **Ownership:** Owns its segments, which go back to `CPool<CMarshaler>` on Clear() or destruction, not while
+///   reading.
+/// - **Threads:** No locking: one thread at a time; it may be handed over between writing and reading.
 /// - **Lifetime:** May stand in static storage as long as it is empty at start-up and at shut-down. Writing more than
 ///   56 bytes before start-up or after shut-down ends the process, with a line that says so.
+/// - **Cost:** 56 bytes need no allocation; longer content chains blocks and never moves what is written.
+/// - **Failure:** Nothing is reported. Bytes for which memory runs out are dropped. Reading more than was written gives
+///   zeros; what is written afterwards is then read from its first byte. Ask GetUnreadSize() first where there may be
+///   less than is to be read.
 class QV_EXPORT CMarshaler
 {
 public:
+    /// Empty.
     CMarshaler();
     /// Copies content and read position into segments of its own.
     CMarshaler(const CMarshaler& rSrc);
     ~CMarshaler();
+    /// Drops what is unread here first.
     CMarshaler& operator=(const CMarshaler& rSrc);
 
     /// Appends uSize bytes.
@@ -66,11 +67,13 @@ public:
     void Extract(void* pvData, unsigned int uSize);
     /// Takes all that is unread as the whole content of a blob, whose cursors go to its beginning; nothing unread makes
     /// it empty. Cost: one block, if the blob's capacity is less. Declared here, defined with CBlob.
+    ///
     /// - **Result:** true; or false, with the blob and what is unread as they were, where the blob's allocator gives no
     ///   block or 4 GiB and more are unread.
     bool ExtractAll(CBlob& rBlob);
-    /// Insert() and Extract() under the names that the operators of composite types use; Load() returns true.
+    /// Insert() under the name that the operators of composite types use.
     void Store(const void* pvData, unsigned int uSize);
+    /// Extract() under the name that the operators of composite types use; returns true.
     bool Load(void* pvData, unsigned int uSize);
 
     /// Passes over the next uSize bytes, or over all unread ones if there are fewer.
@@ -81,15 +84,17 @@ public:
 
     /// Back to the empty state, with the segments returned to the pool.
     void Clear();
-    /// The two steps of Clear(). After the first alone, the pointers lead to segments that were given back; after the
-    /// second alone, segments are lost. Call neither alone.
+    /// The first step of Clear(). Never call it alone: the pointers then lead to segments that were given back.
     void ReleaseSegments();
+    /// The second step of Clear(). Never call it alone: segments are then lost.
     void ResetMembers();
 
+    /// Appends a number, encoded as said above.
     CMarshaler& operator<<(unsigned char uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned short uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned int uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned long uValue) { return InsertValue(uValue); }
+    /// Takes the next number; 0 where it was not written.
     CMarshaler& operator>>(unsigned char& ruValue) { return ExtractValue(ruValue); }
     CMarshaler& operator>>(unsigned short& ruValue) { return ExtractValue(ruValue); }
     CMarshaler& operator>>(unsigned int& ruValue) { return ExtractValue(ruValue); }

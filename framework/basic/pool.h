@@ -1,5 +1,7 @@
 #ifndef FRAMEWORK_BASIC_POOL_H
 #define FRAMEWORK_BASIC_POOL_H
+#include <stddef.h>
+
 #include <new>
 
 #include "framework/basic/allocator.h"
@@ -10,14 +12,18 @@
 /// A process-wide pool of memory blocks of the size of a T, recycled instead of returned to the system. The library
 /// has one, CPool<CMarshaler>, from which marshalers take their segments.
 ///
-/// Ownership  Owns the free blocks; those handed out are counted, not tracked. Borrows the allocator.
-/// Threads    Allocate() and Deallocate() from any thread if initialised thread-safe; the rest from one.
-/// Cost       Constant; memory comes from the allocator only when no block is free.
-/// Lifetime   From Initialize() to Uninitialize(), which for CPool<CMarshaler> start-up and shut-down call. Outside it
-///            the pool gives and takes nothing.
+/// - **Ownership:** Owns the free blocks; those handed out are counted, not tracked. Borrows the allocator.
+/// - **Threads:** Allocate() and Deallocate() from any thread if initialised thread-safe; the rest from one.
+/// - **Cost:** Constant; memory comes from the allocator only when no block is free.
+/// - **Alignment:** As of operator new[]; for an over-aligned T there is no pool, as the compiler will say.
+/// - **Lifetime:** From Initialize() to Uninitialize(), which for CPool<CMarshaler> start-up and shut-down call.
+///   Outside it the pool gives and takes nothing.
 template <typename T>
 class QV_EXPORT CPool
 {
+    static_assert(alignof(T) <= alignof(max_align_t),
+                  "the blocks of a pool are aligned as operator new[] does: they cannot hold an over-aligned type");
+
 public:
     /// Sets the pool up; does nothing if it is. uCapacity blocks are reserved at once. Beyond them the pool grows, or,
     /// with bLockCapacity, refuses. pAllocator null means the default allocator. Throws what operator new throws, and

@@ -42,6 +42,7 @@ public:
     /// The moment of rSrc, in an unset zone.
     CTime(const CTime& rSrc);
     virtual ~CTime();
+    /// Takes the moment, and the zone if that of rSrc is set.
     CTime& operator=(const CTime& rSrc);
 
     /// Compare the moments, whatever the zones.
@@ -55,33 +56,42 @@ public:
     int64_t operator-(const CTime& rEarlier) const { return GetTotalMs() - rEarlier.GetTotalMs(); }
     /// Moves the moment, and leaves a time of day below 24 hours. Whether it derives from an unset clock stays.
     void AddMs(int64_t nMs);
+    /// AddMs().
     CTime& operator+=(int64_t nMs)
     {
         AddMs(nMs);
         return *this;
     }
+    /// AddMs() of the negative number.
     CTime& operator-=(int64_t nMs);
 
+    /// The Julian day number and the milliseconds since midnight. The result of a getter: see the class.
     bool GetJulianDateAndTime(unsigned int& ruJulianDate, unsigned int& ruTimeMs, bool bUtc) const;
+    /// Year, month 1 to 12, and day of the month.
     bool GetDate(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay, bool bUtc) const;
+    /// The time of day.
     bool GetTime(unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
                  unsigned short& ruMillisecond, bool bUtc) const;
-    /// A local midnight may read as 24:00:00.000 of the day before: see CTimeZone::ConvertFromUTCToLocale().
+    /// Date and time of day. A local midnight may read as 24:00:00.000 of the day before: see
+    /// CTimeZone::ConvertFromUTCToLocale().
     bool GetDateAndTime(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay, unsigned short& ruHour,
                         unsigned short& ruMinute, unsigned short& ruSecond, unsigned short& ruMillisecond,
                         bool bUtc) const;
 
+    /// Sets the moment by Julian day number and milliseconds since midnight.
     void SetJulianDateAndTime(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc);
+    /// Sets the moment by date and time of day.
     void SetDateAndTime(unsigned short uYear, unsigned short uMonth, unsigned short uDay, unsigned short uHour,
                         unsigned short uMinute, unsigned short uSecond, unsigned short uMillisecond, bool bUtc);
-    /// Keeps the time of day.
+    /// Sets the date; the time of day stays.
     void SetDate(unsigned short uYear, unsigned short uMonth, unsigned short uDay, bool bUtc);
-    /// Keeps the date: SetTime(25, 0, 0, 0, true) stores 90,000,000 ms in the same day.
+    /// Sets the time of day; the date stays: SetTime(25, 0, 0, 0, true) stores 90,000,000 ms in the same day.
     void SetTime(unsigned short uHour, unsigned short uMinute, unsigned short uSecond, unsigned short uMillisecond,
                  bool bUtc);
 
-    /// False, and the zone stays, when the text is invalid: see CTimeZone::SetTimeZone().
+    /// Sets this object's zone. False, and the zone stays, when the text is invalid: see CTimeZone::SetTimeZone().
     bool SetTimeZone(const char* pszTimeZone);
+    /// The zone of this object.
     const CTimeZone& GetTimeZone() const { return m_timeZone; }
 
     /// Whether the year of this moment is a leap year.
@@ -122,7 +132,7 @@ public:
     /// The zone that new objects get: Eastern time of North America until it is set. If memory ran out at start-up it
     /// is unset, which is UTC.
     static CString GetSystemTimeZone();
-    /// False, and the zone stays, when the text is invalid.
+    /// Sets the zone that new objects get. False, and the zone stays, when the text is invalid.
     static bool SetSystemTimeZone(const char* pszTimeZone);
     /// The clock's time in UTC; the result is that of a getter. But tm_wday is the weekday of the date in the system
     /// zone, which around midnight is another one: take (GetJulianDate(...) + 1) % 7, or GetStoredDayOfWeek(true), for

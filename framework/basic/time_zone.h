@@ -5,25 +5,25 @@
 #include "framework/kernel/result.h"
 #include "framework/kernel/semaphore.h"
 
-/// Ready-made zones, and all of them in this order.
-extern QV_EXPORT const char* const pszTIMEZONE_HAWAII;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_HAST;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_AKST;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_YUKON;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_PACIFIC;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_MOUNTAIN;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_CENTRAL;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_EASTERN;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_ATLANTIC;
-extern QV_EXPORT const char* const pszTIMEZONE_NA_NEWFOUNDLAND;
-extern QV_EXPORT const char* const pszTIMEZONE_GMT;
-extern QV_EXPORT const char* const pszTIMEZONE_WEUROPE;
-extern QV_EXPORT const char* const pszTIMEZONE_CHINA;
-extern QV_EXPORT const char* const pszTIMEZONE_TOKYO;
-extern QV_EXPORT const char* const pszTIMEZONE_CENTRALAUSTRALIA;
-extern QV_EXPORT const char* const pszTIMEZONE_EASTERNAUSTRALIA;
-extern QV_EXPORT const char* const pszTIMEZONE_UTC;
-extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
+// Ready-made zones.
+extern QV_EXPORT const char* const pszTIMEZONE_HAWAII;            ///< UTC-10 all year.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_HAST;    ///< UTC-10, in summer UTC-9.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ALASKA_AKST;    ///< UTC-9, in summer UTC-8.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_YUKON;          ///< UTC-8, in summer UTC-7.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_PACIFIC;        ///< UTC-8, in summer UTC-7.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_MOUNTAIN;       ///< UTC-7, in summer UTC-6.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_CENTRAL;        ///< UTC-6, in summer UTC-5.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_EASTERN;        ///< UTC-5, in summer UTC-4.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_ATLANTIC;       ///< UTC-4, in summer UTC-3.
+extern QV_EXPORT const char* const pszTIMEZONE_NA_NEWFOUNDLAND;   ///< UTC-3:30, in summer UTC-2:30.
+extern QV_EXPORT const char* const pszTIMEZONE_GMT;               ///< UTC, in summer UTC+1.
+extern QV_EXPORT const char* const pszTIMEZONE_WEUROPE;           ///< UTC+1, in summer UTC+2.
+extern QV_EXPORT const char* const pszTIMEZONE_CHINA;             ///< UTC+8 all year.
+extern QV_EXPORT const char* const pszTIMEZONE_TOKYO;             ///< UTC+9 all year.
+extern QV_EXPORT const char* const pszTIMEZONE_CENTRALAUSTRALIA;  ///< UTC+9:30, from October to March UTC+10:30.
+extern QV_EXPORT const char* const pszTIMEZONE_EASTERNAUSTRALIA;  ///< UTC+10, from October to March UTC+11.
+extern QV_EXPORT const char* const pszTIMEZONE_UTC;               ///< UTC.
+extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];        ///< All of them, in this order.
 
 /// A time zone with its yearly daylight saving time, described by a text like that of the POSIX variable TZ:
 /// ```
@@ -59,9 +59,10 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];
 class QV_EXPORT CTimeZone
 {
 public:
+    /// Standard time, or daylight saving time.
     struct STimeZone
     {
-        CString strName;
+        CString strName;  ///< Such as EST.
         /// What is added to UTC to get local time, in milliseconds.
         int nOffsetMs = 0;
     };
@@ -77,23 +78,25 @@ public:
     {
         /// 0: n, 1: Jn, 2: Mm.w.d
         unsigned int uKind = 0;
-        SM stRule;
-        unsigned int uTimeMs = 0;
-        /// The limit of the first and of the second stretch of daylight saving time of which the year has a part. There
-        /// are two where it spans the new year; otherwise both members are the same.
+        SM stRule;                 ///< On which day.
+        unsigned int uTimeMs = 0;  ///< Since midnight of that day.
+        /// The limit of the first stretch of daylight saving time of which the year has a part.
         unsigned int uJulianDay1 = 0;
+        /// The limit of the second one, where daylight saving time spans the new year; otherwise the same.
         unsigned int uJulianDay2 = 0;
     };
+    /// Daylight saving time, its rules, and what they mean in one year.
     struct SDaylightSavingTime
     {
-        bool bEnabled = false;
-        STimeZone stTimeZone;
-        SLimit stStart;
-        SLimit stEnd;
+        bool bEnabled = false;  ///< Whether the zone has it.
+        STimeZone stTimeZone;   ///< Its name and offset.
+        SLimit stStart;         ///< In standard time.
+        SLimit stEnd;           ///< In daylight saving time.
         /// The year that the Julian days of the limits belong to; 0: none yet.
         unsigned short uYear = 0;
     };
 
+    /// Unset: UTC without daylight saving time.
     CTimeZone();
     /// Stays unset when the text is invalid: SetTimeZone() tells.
     CTimeZone(const char* pszTimeZone);
@@ -122,11 +125,12 @@ public:
                                   unsigned short uHour, unsigned short uMinute, unsigned short uSecond,
                                   unsigned short uMillisecond, bool bUtc) const;
 
-    /// Convert in place. A result of exactly 24:00:00.000 is not carried into the next day: where that matters, take
-    /// 86,400,000 ms as 0 of the day after. At most one day is carried, so the time of day should be below 24 hours.
+    /// Converts in place, as ConvertFromLocaleToUTC() does. A result of exactly 24:00:00.000 is not carried into the
+    /// next day: where that matters, take 86,400,000 ms as 0 of the day after. At most one day is carried, so the time
+    /// of day should be below 24 hours.
     void ConvertFromUTCToLocale(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
     void ConvertFromLocaleToUTC(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
-    /// The same, so that 24:00:00.000 reads as hour 24 of the day before.
+    /// The same, so that 24:00:00.000 reads as hour 24 of the day before; ConvertFromLocaleToUTC() as well.
     void ConvertFromUTCToLocale(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
                                 unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
                                 unsigned short& ruMillisecond) const;
@@ -138,6 +142,7 @@ public:
     int GetOffsetMs(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
     /// The name in use at a moment, such as EST or EDT.
     CString GetName(unsigned int uJulianDate, unsigned int uTimeMs, bool bUtc) const;
+    /// Whether the zone has daylight saving time at all.
     bool HasDayLightSaving() const;
 
     /// Whether a year is a leap year of the Gregorian calendar.

@@ -13,6 +13,7 @@
 class QV_EXPORT CAesBremoFwOpenSsl
 {
 public:
+    /// Without a message, a key and other defaults; the initialisation vector is 16 zero bytes.
     CAesBremoFwOpenSsl();
     CAesBremoFwOpenSsl(const CAesBremoFwOpenSsl&) = default;
     CAesBremoFwOpenSsl& operator=(const CAesBremoFwOpenSsl&) = default;
@@ -28,13 +29,17 @@ public:
     /// - `QV_RES_OK`: it is kept.
     /// - `QV_RES_INVALID_ARGUMENT`: puIv is null, or uIvSize is not 16.
     QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
-    /// Set what eACTION_DEFAULT and eMODE_DEFAULT stand for. They stand for nothing at first; setting one of these
-    /// values itself restores that.
+    /// Sets what eACTION_DEFAULT stands for. That is nothing at first; setting eACTION_DEFAULT itself restores that.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
     QvResult SetDefaultAction(CCipher::EAction eAction);
+    /// The same for eMODE_DEFAULT.
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
     QvResult SetDefaultMode(CCipher::EMode eMode);
 
+    /// What CAes says, like Update() and End(). So do GetAlgorithm(), GetBlockSizeInBits(), GetBlockSizeInByte() and
+    /// GetSupportedModes().
     QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
                    const uint8_t* puIv, unsigned int uIvSize);
     QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
@@ -119,6 +124,7 @@ private:
 class QV_EXPORT CAes : public CCipher, public CAesBremoFwOpenSsl
 {
 public:
+    /// Without a message, a key and other defaults; the initialisation vector is 16 zero bytes.
     CAes();
     CAes(const CAes&) = default;
     CAes& operator=(const CAes&) = default;

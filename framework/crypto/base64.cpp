@@ -5,8 +5,11 @@
 
 #include <algorithm>
 
+#include "framework/basic/internal/write_text.h"
+#include "framework/basic/string.h"
 #include "framework/crypto/internal/base64_blocks.h"
 #include "framework/crypto/internal/blob_forms.h"
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/internal/keep_stores.h"
 
 static_assert(sizeof(CBase64) == 40, "field order and widths are the binary interface");
@@ -58,6 +61,45 @@ unsigned int DecodePaddedGroup(const orvel_internal::SBase64Alphabet& rstAlphabe
     if (orvel_internal::Base64DecodePortable(rstAlphabet, auText, 1, auBytes) == 0) return 0;
     memcpy(puOut, auBytes, g_uBYTE_GROUP - uPadding);
     return g_uBYTE_GROUP - uPadding;
+}
+
+// Decodes groups that are what encoding gives, and no other: padding is at the end, and what is beside it is 0. False
+// for all others; ruWritten then means nothing.
+bool DecodeStrictly(const orvel_internal::SBase64Alphabet& rstAlphabet, const uint8_t* puText, size_t uGroups,
+                    uint8_t* puOut, size_t& ruWritten)
+{
+    const size_t uDone = orvel_internal::Base64Decode(rstAlphabet, puText, uGroups, puOut);
+    ruWritten = uDone * g_uBYTE_GROUP;
+    if (uDone == uGroups) return true;
+    if (uDone + 1 != uGroups) return false;
+    const uint8_t* const puGroup = puText + uDone * g_uTEXT_GROUP;
+    const unsigned int uLast = DecodePaddedGroup(rstAlphabet, puGroup, puOut + ruWritten);
+    if (uLast == 0) return false;
+    uint8_t auAgain[g_uTEXT_GROUP];
+    EncodePaddedGroup(rstAlphabet, puOut + ruWritten, uLast, auAgain);
+    ruWritten += uLast;
+    return memcmp(auAgain, puGroup, g_uTEXT_GROUP) == 0;
+}
+
+// The bytes come behind those of the blob, and take their place when the whole text has been good.
+QvResult BlobFromText(const char* pszText, size_t uSize, CBlob* pblob, unsigned int uAlphabet)
+{
+    if (pblob == nullptr || uSize % g_uTEXT_GROUP != 0) return QV_RES_INVALID_ARGUMENT;
+    const unsigned int uBefore = pblob->GetSize();
+    const size_t uRoom = uBefore + uSize / g_uTEXT_GROUP * g_uBYTE_GROUP;
+    if (uRoom > UINT_MAX) return QV_RES_OUT_OF_MEMORY;
+
+    const uint8_t* puText = reinterpret_cast<const uint8_t*>(pszText);
+    const bool bInBlob = orvel_internal::IsWithin(puText, pblob->begin(), uBefore);
+    const ptrdiff_t nFrom = bInBlob ? puText - pblob->begin() : 0;
+    if (uRoom > pblob->GetCapacity()) QV_RETURN_IF_FAILED(pblob->ReserveCapacity(static_cast<unsigned int>(uRoom)));
+    if (bInBlob) puText = pblob->begin() + nFrom;
+
+    size_t uWritten = 0;
+    if (!DecodeStrictly(orvel_internal::Base64AlphabetOf(uAlphabet), puText, uSize / g_uTEXT_GROUP,
+                        pblob->begin() + uBefore, uWritten))
+        return QV_RES_INVALID_ARGUMENT;
+    return pblob->Assign(pblob->begin() + uBefore, static_cast<unsigned int>(uWritten));
 }
 }  // namespace
 
@@ -201,6 +243,28 @@ QvResult CBase64::Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut
         DecodePaddedGroup(rstAlphabet, puIn + uDone * g_uTEXT_GROUP, puOut + uDone * g_uBYTE_GROUP);
     *puOutSize += uLast;
     return uLast != 0 ? QV_RES_OK : QV_RES_FAIL;
+}
+
+QvResult CBase64::ToText(const CBlob& rblob, CString* pstrText, EAlphabet eAlphabet)
+{
+    const uint64_t uGroups = (uint64_t{rblob.GetSize()} + g_uBYTE_GROUP - 1) / g_uBYTE_GROUP;
+    return orvel_internal::WriteText(pstrText, uGroups * g_uTEXT_GROUP,
+                                     [&](char* psz)
+                                     {
+                                         CBase64 base64;
+                                         base64.SetAlphabet(eAlphabet);
+                                         base64.Encode(rblob.begin(), rblob.GetSize(), reinterpret_cast<uint8_t*>(psz));
+                                     });
+}
+
+QvResult CBase64::FromText(const CString& rText, CBlob* pblob, EAlphabet eAlphabet)
+{
+    return BlobFromText(rText.CStr(), rText.GetSize(), pblob, eAlphabet);
+}
+
+QvResult CBase64::FromText(const char* pszText, CBlob* pblob, EAlphabet eAlphabet)
+{
+    return pszText != nullptr ? BlobFromText(pszText, strlen(pszText), pblob, eAlphabet) : QV_RES_INVALID_ARGUMENT;
 }
 
 int CBase64::Position(uint8_t c)

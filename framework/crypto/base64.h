@@ -9,7 +9,10 @@
 
 /// Base64 behind the cipher interface: encrypting encodes, decrypting decodes.
 /// ```
-/// CBase64 base64;
+/// CString strText;                                    // a whole message in one call
+/// res = CBase64::ToText(blobBytes, &strText);
+///
+/// CBase64 base64;                                     // or one that comes in pieces
 /// base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
 /// base64.Update(&blobBytes, &blobText, false);
 /// base64.End(&blobText, true);
@@ -84,6 +87,26 @@ public:
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_FAIL`: the group behind them does not decode, or has fewer than 4 characters.
     QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
+    /// Makes the base64 text of a blob all that a string holds, in one call. It ends in padding and has no line breaks.
+    ///
+    /// - `QV_RES_OK`: the string holds the text.
+    /// - `QV_RES_INVALID_ARGUMENT`: the pointer is null, or the blob has more than 49,149 bytes, whose text no string
+    ///   holds: Update() and End() write a longer one into a blob. The string is as it was.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the string, which is as it was.
+    [[nodiscard]] static QvResult ToText(const CBlob& rblob, CString* pstrText,
+                                         EAlphabet eAlphabet = eALPHABET_STANDARD);
+    /// Makes the bytes of a base64 text all that a blob holds, in one call, and sets its cursors to 0. Only what
+    /// ToText() writes is taken, so that no two texts stand for the same bytes. The text may stand in the blob. Cost:
+    /// room for the bytes behind those that the blob holds; a move of the bytes if it holds any.
+    ///
+    /// - `QV_RES_OK`: the blob holds the bytes.
+    /// - `QV_RES_INVALID_ARGUMENT`: a pointer is null, or the text is no such: a character, be it white space, is not
+    ///   of the alphabet, padding is missing or followed by more, or the bits beside it are not 0. The blob is as it
+    ///   was, maybe with more capacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: the blob's allocator gave no block; the blob is as it was.
+    [[nodiscard]] static QvResult FromText(const CString& rText, CBlob* pblob,
+                                           EAlphabet eAlphabet = eALPHABET_STANDARD);
+    [[nodiscard]] static QvResult FromText(const char* pszText, CBlob* pblob, EAlphabet eAlphabet = eALPHABET_STANDARD);
     /// The value of a character; -1 when the alphabet does not have it.
     int Position(uint8_t c);
 

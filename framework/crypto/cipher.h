@@ -27,22 +27,24 @@
 class QV_EXPORT CCipher
 {
 public:
+    /// What becomes of the bytes.
     enum EAction : unsigned int
     {
-        eACTION_DECRYPT = 0,
-        eACTION_ENCRYPT = 1,
+        eACTION_DECRYPT = 0,  ///< Or decode.
+        eACTION_ENCRYPT = 1,  ///< Or encode.
         /// The object's default.
         eACTION_DEFAULT = 2
     };
 
+    /// How blocks depend on each other.
     enum EMode : unsigned int
     {
-        eMODE_CBC = 0,
+        eMODE_CBC = 0,  ///< Each block on the one before.
         /// With 128-bit feedback.
         eMODE_CFB = 1,
-        eMODE_CTR = 2,
-        eMODE_ECB = 3,
-        eMODE_OFB = 4,
+        eMODE_CTR = 2,  ///< On a counter: any place of a message by itself.
+        eMODE_ECB = 3,  ///< Not at all: equal blocks show.
+        eMODE_OFB = 4,  ///< On a stream that does not depend on the message.
         /// The object's default.
         eMODE_DEFAULT = 5
     };
@@ -66,18 +68,25 @@ public:
     virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
     virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
-    /// The same with blobs. The output blob's capacity is raised to what the raw form may need, before it is called.
+    /// The same with blobs. Update() and End() raise the output blob's capacity to what the raw form may need, before
+    /// that is called.
+    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
+    /// Adds the bytes of a blob to the message; what is ready goes into or behind the output blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
+    /// Ends the message; the rest goes into or behind the output blob.
+    ///
+    /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
     virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
 
-    /// An EAlgorithm.
+    /// Which cipher it is: an EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;
+    /// The size of what is worked on at a time.
     virtual unsigned int GetBlockSizeInBits() = 0;
+    /// The size of what is worked on at a time.
     virtual unsigned int GetBlockSizeInByte() = 0;
-    /// Null if the algorithm has no modes.
+    /// The modes that Begin() takes; null if the algorithm has none.
     virtual const CVector<CCipher::EMode>* GetSupportedModes() = 0;
 };
 

@@ -14,15 +14,12 @@
 /// uint32_t uCrc;
 /// crc.End(&uCrc);
 /// ```
-/// ```
-///            Begin()         Update()     End(), width of the type   End(), the other width
-/// inactive   then active     refused      refused                    refused
-/// active     refused         adds bytes   then inactive              refused
-/// ```
 ///
-/// What is refused changes nothing. Begin() does not check the type: after one that is no ECrcType, Update() and both
-/// End() are refused, and the object stays active for good.
-///
+/// - **Inactive:** Begin() makes it active. Update() and End() are refused.
+/// - **Active:** Update() adds bytes. End() of the width of the type makes it inactive. Begin(), and End() of the other
+///   width, are refused.
+/// - **Refused:** What is refused changes nothing. Begin() does not check the type: after one that is no ECrcType,
+///   Update() and both End() are refused, and the object stays active for good.
 /// - **Threads:** No locking: one thread at a time per object.
 /// - **Cost:** With carry-less multiplication (found out at run time) 8 to 30 bytes a cycle, else one to two.
 class QV_EXPORT CCrc
@@ -37,6 +34,7 @@ public:
         eCRC32 = 1
     };
 
+    /// Inactive.
     CCrc();
     CCrc(const CCrc&) = default;
     CCrc& operator=(const CCrc&) = default;
@@ -73,7 +71,7 @@ public:
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pblobData is null, or the blob has no storage.
     QvResult Update(CBlob* pblobData);
-    /// Ends an eCRC16 or an eCRC32 computation and writes its value to *puCrc, which must exist.
+    /// Ends an eCRC16 computation and writes its value to *puCrc, which must exist.
     ///
     /// - `QV_RES_OK`: the value is written.
     /// - `QV_RES_INVALID_STATE`: no computation is active.
@@ -84,6 +82,7 @@ public:
         if (res >= 0) *puCrc = static_cast<uint16_t>(~m_uRegister);
         return res;
     }
+    /// The same for an eCRC32 computation.
     QvResult End(uint32_t* puCrc)
     {
         const QvResult res = Leave(eCRC32);

@@ -13,6 +13,7 @@
 class QV_EXPORT CCrypto : public CSingleton<CCrypto>
 {
 public:
+    /// For Instance() only.
     CCrypto();
     ~CCrypto() override;
 
@@ -25,7 +26,9 @@ public:
         return CSingleton<CCrypto>::Instance();
     }
 
+    /// Takes the lock.
     void Enter();
+    /// Gives it back.
     void Exit();
 
     /// Module start-up and shut-down. Start-up draws 40 random bytes, so that a delay by a missing random device

@@ -57,9 +57,11 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: the same for a blob without storage.
     virtual QvResult End(CBlob* pblobDigest) = 0;
 
-    /// An EAlgorithm.
+    /// Which digest it is: an EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;
+    /// The size of a digest.
     virtual unsigned int GetSizeInBits() = 0;
+    /// The size of a digest.
     virtual unsigned int GetSizeInBytes() = 0;
 };
 

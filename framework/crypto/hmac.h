@@ -37,7 +37,9 @@ public:
     virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
     /// Ends the message and writes its code, GetSizeInBytes() bytes.
     virtual QvResult End(uint8_t* puDigest) = 0;
+    /// Starts a message under the key that a blob holds.
     virtual QvResult Begin(const CBlob* pblobKey) = 0;
+    /// Adds the bytes of a blob.
     virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the code as the whole content of a blob.
     ///
@@ -46,7 +48,9 @@ public:
 
     /// The CHash::EAlgorithm of the digest inside.
     virtual unsigned int GetAlgorithm() = 0;
+    /// The size of a code.
     virtual unsigned int GetSizeInBits() = 0;
+    /// The size of a code.
     virtual unsigned int GetSizeInBytes() = 0;
 };
 
@@ -70,15 +74,17 @@ public:
                         uint8_t* puDigest);
 };
 
-/// The state and the work behind CSha1Mac; see CHMac for the members' contracts.
+/// The state and the work behind CSha1Mac.
 class QV_EXPORT CSha1MacBremoFw : public CHMacBremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha1MacBremoFw();
     CSha1MacBremoFw(const CSha1MacBremoFw&) = default;
     CSha1MacBremoFw& operator=(const CSha1MacBremoFw&) = default;
     ~CSha1MacBremoFw() override;
 
+    /// As in CHMac, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
     QvResult Begin(const uint8_t* puKey, unsigned int uKeySize);
     QvResult Update(const uint8_t* puData, unsigned int uSize);
     QvResult End(uint8_t* puDigest);
@@ -102,6 +108,7 @@ private:
 class QV_EXPORT CSha1Mac : public CHMac, public CSha1MacBremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha1Mac();
     CSha1Mac(const CSha1Mac&) = default;
     CSha1Mac& operator=(const CSha1Mac&) = default;

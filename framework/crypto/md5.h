@@ -2,15 +2,17 @@
 #define FRAMEWORK_CRYPTO_MD5_H
 #include "framework/crypto/hash.h"
 
-/// The state and the work behind CMd5; see CHash for the members' contracts.
+/// The state and the work behind CMd5.
 class QV_EXPORT CMd5BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CMd5BremoFw();
     CMd5BremoFw(const CMd5BremoFw&) = default;
     CMd5BremoFw& operator=(const CMd5BremoFw&) = default;
     virtual ~CMd5BremoFw();
 
+    /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
     QvResult Begin();
     QvResult Update(const uint8_t* puData, unsigned int uSize);
     QvResult End(uint8_t* puDigest);
@@ -37,6 +39,7 @@ private:
 class QV_EXPORT CMd5 : public CHash, public CMd5BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CMd5();
     CMd5(const CMd5&) = default;
     CMd5& operator=(const CMd5&) = default;

@@ -17,6 +17,7 @@ public:
     CSecurePrngBremoFw& operator=(const CSecurePrngBremoFw&) = default;
     virtual ~CSecurePrngBremoFw();
 
+    /// As CSecurePrng::Generate().
     static QvResult Generate(unsigned int uSize, uint8_t* puOut);
     /// Makes uSize random bytes the whole content of a blob.
     ///
@@ -42,8 +43,9 @@ public:
 
     /// Gathers the seed if there is none.
     static void InitializeSeed();
-    /// The crypto lock: CCrypto::Enter() and CCrypto::Exit() of the one instance.
+    /// Takes the crypto lock: CCrypto::Enter() of the one instance.
     static void Lock();
+    /// Gives it back: CCrypto::Exit().
     static void Unlock();
 
 protected:

@@ -14,6 +14,7 @@ public:
     CSecureSeedBremoFw& operator=(const CSecureSeedBremoFw&) = default;
     virtual ~CSecureSeedBremoFw();
 
+    /// As CSecureSeed::GenerateSeed().
     static QvResult GenerateSeed(uint8_t* puSeed);
 
     /// Module start-up and shut-down: the counter. Start-up returns QV_RES_OK.

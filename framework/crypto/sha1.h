@@ -2,15 +2,17 @@
 #define FRAMEWORK_CRYPTO_SHA1_H
 #include "framework/crypto/hash.h"
 
-/// The state and the work behind CSha1; see CHash for the members' contracts.
+/// The state and the work behind CSha1.
 class QV_EXPORT CSha1BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha1BremoFw();
     CSha1BremoFw(const CSha1BremoFw&) = default;
     CSha1BremoFw& operator=(const CSha1BremoFw&) = default;
     virtual ~CSha1BremoFw();
 
+    /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
     QvResult Begin();
     QvResult Update(const uint8_t* puData, unsigned int uSize);
     QvResult End(uint8_t* puDigest);
@@ -45,6 +47,7 @@ private:
 class QV_EXPORT CSha1 : public CHash, public CSha1BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha1();
     CSha1(const CSha1&) = default;
     CSha1& operator=(const CSha1&) = default;

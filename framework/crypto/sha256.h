@@ -2,15 +2,17 @@
 #define FRAMEWORK_CRYPTO_SHA256_H
 #include "framework/crypto/hash.h"
 
-/// The state and the work behind CSha256; see CHash for the members' contracts.
+/// The state and the work behind CSha256.
 class QV_EXPORT CSha256BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha256BremoFw();
     CSha256BremoFw(const CSha256BremoFw&) = default;
     CSha256BremoFw& operator=(const CSha256BremoFw&) = default;
     virtual ~CSha256BremoFw();
 
+    /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
     QvResult Begin();
     QvResult Update(const uint8_t* puData, unsigned int uSize);
     QvResult End(uint8_t* puDigest);
@@ -49,6 +51,7 @@ private:
 class QV_EXPORT CSha256 : public CHash, public CSha256BremoFw
 {
 public:
+    /// Without a message: Begin() comes first.
     CSha256();
     CSha256(const CSha256&) = default;
     CSha256& operator=(const CSha256&) = default;

@@ -78,30 +78,38 @@ public:
         if (m_pInterface != nullptr) m_pInterface->AddIfRef();
     }
     CEComPtr(const CEComPtr& rSrc) : CEComPtr(rSrc.m_pInterface) {}
+    /// Takes over the reference of rSrc, which is null then.
     CEComPtr(CEComPtr&& rSrc) noexcept : m_pInterface(rSrc.Detach()) {}
     ~CEComPtr()
     {
         if (m_pInterface != nullptr) m_pInterface->ReleaseIfRef();
     }
+    /// Holds what pSrc holds, and drops what it held itself.
     CEComPtr& operator=(CEComPtr pSrc) noexcept
     {
         std::swap(m_pInterface, pSrc.m_pInterface);
         return *this;
     }
 
+    /// The interface, null if there is none; still held.
     Interface* Get() const { return m_pInterface; }
+    /// Calls an operation of the interface, which must be there.
     Interface* operator->() const { return m_pInterface; }
+    /// The interface, which must be there.
     Interface& operator*() const { return *m_pInterface; }
+    /// Whether an interface is held.
     explicit operator bool() const { return m_pInterface != nullptr; }
+    /// Drops the reference.
     void Reset() { *this = CEComPtr(); }
 
-    /// Takes over, or gives away, a reference that is counted already.
+    /// Takes over a reference that is counted already.
     static CEComPtr Attached(Interface* pInterface)
     {
         CEComPtr ptr;
         ptr.m_pInterface = pInterface;
         return ptr;
     }
+    /// Gives the reference away, still counted; this is null then.
     Interface* Detach() { return std::exchange(m_pInterface, nullptr); }
 
     /// Makes an object and holds its interface. Results as of CreateEComInstance(); this is null after a failure.
@@ -131,6 +139,7 @@ private:
 class CEComInnerUnknown final : public IEComUnknown
 {
 public:
+    /// Part of *pComponent.
     explicit CEComInnerUnknown(CEComUnknown* pComponent) : m_pComponent(pComponent) {}
 
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
@@ -157,11 +166,13 @@ class CEComComponent : public CEComUnknown, public Interfaces...
     static_assert(sizeof...(Interfaces) != 0, "a component has an interface");
 
 public:
+    /// With an outer object that is not null it is a part of that. The count of references is 1.
     explicit CEComComponent(IEComUnknown* pOuterUnknown)
         : CEComUnknown(pOuterUnknown), m_inner(this), m_pOuterUnknown(pOuterUnknown)
     {
     }
 
+    /// As in IEComUnknown, like AddIfRef() and ReleaseIfRef(): of the outer object, if there is one.
     QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (m_pOuterUnknown != nullptr) return m_pOuterUnknown->QueryIf(pIid, ppInterface);
@@ -176,6 +187,7 @@ public:
         return m_pOuterUnknown != nullptr ? m_pOuterUnknown->ReleaseIfRef() : this->NonDelegatingReleaseIfRef();
     }
 
+    /// Answers for Interfaces, what they extend, and IID_IEComUnknown. Results as of IEComUnknown::QueryIf().
     QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (ppInterface == nullptr || pIid == nullptr) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);

@@ -28,8 +28,8 @@ typedef QvResult (*PFNCreateEComInstance)(IEComUnknown* pOuterUnknown, CEComUnkn
 /// An entry of the registry.
 struct QV_EXPORT SEComClsInfo
 {
-    const SEComGuid* pClsid;
-    PFNCreateEComInstance pfnCreateInstance;
+    const SEComGuid* pClsid;                  ///< Whose it is.
+    PFNCreateEComInstance pfnCreateInstance;  ///< What makes an object.
 };
 
 /// Adds a class.

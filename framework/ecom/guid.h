@@ -11,8 +11,8 @@
 /// ```
 struct QV_EXPORT SEComGuid
 {
-    unsigned int uSize;
-    const unsigned char* puData;
+    unsigned int uSize;           ///< Of the bytes.
+    const unsigned char* puData;  ///< The bytes, not copied.
 };
 
 /// Defines the constant Name, an identifier of the characters of Text and their NUL; may stand in a header.
@@ -20,8 +20,8 @@ struct QV_EXPORT SEComGuid
     inline constexpr unsigned char g_au##Name##Bytes[] = Text; \
     inline constexpr SEComGuid Name = {sizeof(g_au##Name##Bytes), g_au##Name##Bytes}
 
-/// Whether sizes and bytes are equal; false if either is null. All three do the same; the names of the other two say
-/// what is compared. Any thread.
+/// Whether sizes and bytes are equal; false if either is null. IsEqualEComIID() and IsEqualEComCLSID() do the same;
+/// their names say what is compared. Any thread.
 QV_EXPORT inline bool IsEqualSEComGuid(const SEComGuid* pGuid1, const SEComGuid* pGuid2)
 {
     if (pGuid1 == nullptr || pGuid2 == nullptr || pGuid1->uSize != pGuid2->uSize) return false;

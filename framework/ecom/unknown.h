@@ -15,6 +15,7 @@ extern QV_EXPORT const SEComGuid IID_IEComUnknown;
 class QV_EXPORT IEComUnknown
 {
 public:
+    /// The identifier of the interface; see QV_ECOM_INTERFACE for those of others.
     static const SEComGuid* GetIid() { return &IID_IEComUnknown; }
 
     /// Gives an interface, which counts as used until its ReleaseIfRef().
@@ -23,8 +24,9 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
     /// - `QV_RES_NO_INTERFACE`: the object has none of that identifier; *ppInterface is null.
     virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
-    /// Adds a user, removes one; both return how many there are then. The object ends when the last one goes.
+    /// Adds a user; returns how many there are then.
     virtual unsigned int AddIfRef() = 0;
+    /// Removes a user; returns how many are left. The object ends when the last one goes.
     virtual unsigned int ReleaseIfRef() = 0;
 
 protected:
@@ -36,8 +38,11 @@ protected:
 class QV_EXPORT IEComNonDelegatingUnknown
 {
 public:
+    /// As IEComUnknown::QueryIf().
     virtual QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
+    /// As IEComUnknown::AddIfRef().
     virtual unsigned int NonDelegatingAddIfRef() = 0;
+    /// As IEComUnknown::ReleaseIfRef().
     virtual unsigned int NonDelegatingReleaseIfRef() = 0;
     virtual ~IEComNonDelegatingUnknown();
 };
@@ -83,6 +88,7 @@ public:
     /// set false to keep the object, which has that one reference.
     virtual void UninitializeInstance(bool* pbDeleteThis);
 
+    /// How many references there are now; another thread may change it at any time.
     unsigned int GetReferenceCount() const;
 
 private:

@@ -99,11 +99,7 @@ inline std::string_view QvViewOf(const CBlob& rBlob)
 [[nodiscard]] inline QvResult QvAssign(CBlob& rTo, std::string_view bytes)
 {
     if (bytes.size() > 0xFFFFFFFF) return QV_RES_INVALID_ARGUMENT;
-    const unsigned int uSize = static_cast<unsigned int>(bytes.size());
-    QV_RETURN_IF_FAILED(rTo.ReserveCapacity(uSize));  // which moves nothing that is a part of the blob: that has room
-    if (uSize != 0) memmove(rTo.GetFirstIndexPtr(), bytes.data(), uSize);
-    rTo.Clear();
-    return rTo.Resize(uSize);
+    return rTo.Assign(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size()));
 }
 
 #ifdef __cpp_lib_span
@@ -238,14 +234,14 @@ public:
 
 /// The category of results, called "orvel". Messages are the names of QvResultName(), with the number where there is
 /// none. So that callers need not know results, these codes equal conditions of the standard library:
-/// ```
-/// QV_RES_INVALID_ARGUMENT      std::errc::invalid_argument
-/// QV_RES_OUT_OF_MEMORY         std::errc::not_enough_memory
-/// QV_RES_ALREADY_EXISTS        std::errc::file_exists
-/// QV_RES_THREAD_CREATE_FAILED  std::errc::resource_unavailable_try_again
-/// QV_RES_THREAD_JOIN_SELF      std::errc::resource_deadlock_would_occur
-/// QV_RES_NO_INTERFACE          std::errc::not_supported
-/// ```
+///
+/// - `QV_RES_INVALID_ARGUMENT`: std::errc::invalid_argument.
+/// - `QV_RES_OUT_OF_MEMORY`: std::errc::not_enough_memory.
+/// - `QV_RES_ALREADY_EXISTS`: std::errc::file_exists.
+/// - `QV_RES_THREAD_CREATE_FAILED`: std::errc::resource_unavailable_try_again.
+/// - `QV_RES_THREAD_JOIN_SELF`: std::errc::resource_deadlock_would_occur.
+/// - `QV_RES_NO_INTERFACE`: std::errc::not_supported.
+///
 /// A program and the libraries that it is linked with share one, which is never destroyed. A plug-in that it loads may
 /// have one of its own, where the program does not export it: compare conditions there.
 QV_EXPORT inline const std::error_category& QvResultCategory() noexcept
@@ -276,10 +272,12 @@ inline std::error_code QvErrorCodeOf(QvResult res) noexcept
 class CResourceAllocator : public IAllocator
 {
 public:
+    /// Over *pResource, or the default resource.
     explicit CResourceAllocator(std::pmr::memory_resource* pResource = nullptr)
         : m_pResource(pResource != nullptr ? pResource : std::pmr::get_default_resource())
     {
     }
+    /// Where the memory comes from.
     std::pmr::memory_resource* GetResource() const { return m_pResource; }
 
     /// Null, and nothing is allocated, when uSize is below 8 or uCount is 0; null, with what was allocated so far given
@@ -357,10 +355,12 @@ private:
 class QV_EXPORT CAllocatorResource : public std::pmr::memory_resource
 {
 public:
+    /// Over *pAllocator, or the default allocator.
     explicit CAllocatorResource(IAllocator* pAllocator = nullptr)
         : m_pAllocator(pAllocator != nullptr ? pAllocator : CDefaultAllocator::Instance())
     {
     }
+    /// Where the memory comes from.
     IAllocator* GetAllocator() const { return m_pAllocator; }
 
 private:
@@ -500,7 +500,8 @@ inline std::ostream& operator<<(std::ostream& rStream, const CVersion& rVersion)
 }
 
 #ifdef __cpp_lib_format
-/// The same texts for std::format(), where the standard library has it; what stands behind the colon is that of a text.
+/// The same texts for std::format(), where the standard library has it, and for fmt::format(), where {fmt} is included
+/// before this header. What stands behind the colon is that of a text.
 template <>
 struct std::formatter<CString> : orvel_internal::STextFormatter<std::formatter<std::string_view>>
 {
@@ -516,7 +517,6 @@ struct std::formatter<CVersion> : orvel_internal::STextFormatter<std::formatter<
 #endif
 
 #ifdef FMT_VERSION
-/// And for fmt::format(): include {fmt} before this header.
 template <>
 struct fmt::formatter<CString> : orvel_internal::STextFormatter<fmt::formatter<fmt::string_view>>
 {

@@ -29,6 +29,7 @@
 class QV_EXPORT CAliveObj : public CThread
 {
 public:
+    /// Unborn: without a thread until Activate().
     CAliveObj();
     /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see above.
     ~CAliveObj() override;
@@ -44,9 +45,11 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
     QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
 
-    /// Exactly one is true: alive from Activate() until Behavior() has returned, dead from then on.
+    /// From Activate() until Behavior() has returned. Exactly one of IsAlive(), IsDead() and IsUnborn() is true.
     bool IsAlive();
+    /// From the end of Behavior() on, until the next Activate().
     bool IsDead();
+    /// Before the first Activate().
     bool IsUnborn();
 
     /// The function of the object's thread; it finds the object through the thread that it runs on, whose parameter is

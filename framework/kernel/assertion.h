@@ -49,21 +49,27 @@ struct SAssertFinalBehaviorHandler
     unsigned int uOpaque;
 };
 
-/// The current records; null while the module is finalised.
+/// The record that is current; null while the module is finalised.
 extern QV_EXPORT SAssertFailHandler* g_pstAssertFailHandler;
+/// The record that is current; null while the module is finalised.
 extern QV_EXPORT SAssertTraceHandler* g_pstAssertTraceHandler;
+/// The record that is current; null while the module is finalised.
 extern QV_EXPORT SAssertCallStackTraceHandler* g_pstAssertCallStackTraceHandler;
+/// The record that is current; null while the module is finalised.
 extern QV_EXPORT SAssertFinalBehaviorHandler* g_pstAssertFinalBehaviorHandler;
 
 /// The fail handler that is installed when no other is: returns at once.
 QV_EXPORT void QvDefaultAssertFailHandler(unsigned int uOpaque, const char* pszFile, int nLine, const char* pszFunction,
                                           const char* pszCondition, unsigned int uErrorCode);
 
-/// Replaces a handler and returns the record that was current. A null pointer, or a record without a function,
-/// restores the default: QvDefaultAssertFailHandler for the fail handler, no function for the others, uOpaque 0.
+/// Replaces the handler and returns the record that was current. A null pointer, or a record without a function,
+/// restores the default: QvDefaultAssertFailHandler with uOpaque 0.
 QV_EXPORT SAssertFailHandler QvAssertSetNewFailHandler(SAssertFailHandler* pstHandler);
+/// Replaces the handler and returns the record that was current. Null, or without a function: none is installed.
 QV_EXPORT SAssertTraceHandler QvAssertSetNewTraceHandler(SAssertTraceHandler* pstHandler);
+/// Replaces the handler and returns the record that was current. Null, or without a function: none is installed.
 QV_EXPORT SAssertCallStackTraceHandler QvAssertSetNewCallStackTraceHandler(SAssertCallStackTraceHandler* pstHandler);
+/// Replaces the handler and returns the record that was current. Null, or without a function: none is installed.
 QV_EXPORT SAssertFinalBehaviorHandler QvAssertSetNewFinalBehaviorHandler(SAssertFinalBehaviorHandler* pstHandler);
 
 /// Module start-up and shut-down, called by CFrameworkInitializer. Start-up installs the defaults, dropping whatever

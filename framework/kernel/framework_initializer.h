@@ -73,7 +73,9 @@ public:
 class CFrameworkScope
 {
 public:
+    /// Initialize(); GetResult() tells what came of it.
     CFrameworkScope() : m_res(CFrameworkInitializer::Initialize()) {}
+    /// Finalize(), if the framework came up.
     ~CFrameworkScope()
     {
         if (m_res >= 0) CFrameworkInitializer::Finalize();
@@ -81,6 +83,7 @@ public:
     CFrameworkScope(const CFrameworkScope&) = delete;
     CFrameworkScope& operator=(const CFrameworkScope&) = delete;
 
+    /// What Initialize() returned.
     QvResult GetResult() const { return m_res; }
 
 private:

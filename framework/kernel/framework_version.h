@@ -15,10 +15,11 @@
 /// Left to packagers of the library; 0 in this tree.
 #define QV_FRAMEWORK_VERSION_BUILD 0
 
-/// The four parts in one number, to be compared: #if QV_FRAMEWORK_VERSION >= QV_FRAMEWORK_VERSION_OF(1, 2, 0, 0).
+/// The four parts in one number, to be compared: `#if QV_FRAMEWORK_VERSION >= QV_FRAMEWORK_VERSION_OF(1, 2, 0, 0)`.
 #define QV_FRAMEWORK_VERSION                                                                                      \
     QV_FRAMEWORK_VERSION_OF(QV_FRAMEWORK_VERSION_MAJOR, QV_FRAMEWORK_VERSION_MINOR, QV_FRAMEWORK_VERSION_RELEASE, \
                             QV_FRAMEWORK_VERSION_BUILD)
+/// Four parts in one number, eight bits each.
 #define QV_FRAMEWORK_VERSION_OF(major, minor, release, build) \
     (((major) << 24) | ((minor) << 16) | ((release) << 8) | (build))
 

@@ -138,6 +138,7 @@ public:
         return true;
     }
 
+    /// Whether no record was committed that was not popped.
     bool IsEmpty() const { return m_puRead == m_puWrite; }
 
 private:

@@ -14,6 +14,7 @@
 class QV_EXPORT CMutex
 {
 public:
+    /// Unlocked.
     CMutex();
     /// Leaves the storage zeroed.
     virtual ~CMutex();
@@ -22,6 +23,7 @@ public:
 
     /// Blocks until the calling thread holds the lock.
     void Lock() const { pthread_mutex_lock(&m_mutex); }
+    /// Gives the lock back, once for each time that it was taken.
     void Unlock() const { pthread_mutex_unlock(&m_mutex); }
     /// Takes the lock if that needs no waiting; false when another thread holds it.
     bool TryLock() const { return pthread_mutex_trylock(&m_mutex) == 0; }
@@ -34,10 +36,12 @@ private:
 class CMutexGuard
 {
 public:
+    /// Locks.
     explicit CMutexGuard(const CMutex* pMutex) : m_pMutex(pMutex)
     {
         if (m_pMutex != nullptr) m_pMutex->Lock();
     }
+    /// Unlocks.
     ~CMutexGuard()
     {
         if (m_pMutex != nullptr) m_pMutex->Unlock();
@@ -53,6 +57,7 @@ private:
 class CMutexGuardIfThreaded
 {
 public:
+    /// Locks, if there are other threads.
     explicit CMutexGuardIfThreaded(const CMutex* pMutex) : m_guard(__libc_single_threaded != 0 ? nullptr : pMutex) {}
 
 private:

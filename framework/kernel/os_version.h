@@ -6,10 +6,12 @@
 class QV_EXPORT COsVersion
 {
 public:
+    /// What GetOsVersion() returns.
     enum EOsVersion : unsigned int
     {
         /// GetOsVersion() was not called yet.
         eUNKNOWN = 0,
+        /// Any Linux.
         eLINUX = 6
     };
 

@@ -5,15 +5,14 @@
 #include "framework/kernel/export.h"
 #include "framework/kernel/package_id.h"
 
-/// Outcome of a fallible operation; a failure exactly when negative.
-///
-///     31 30 | 29 ... 16 | 15 ... 0
-///     class |     0     | code number
+/// Outcome of a fallible operation; a failure exactly when negative. The two highest bits are the class, the 16 lowest
+/// the number of the code; those between are 0.
 ///
 /// Classes, in rising order of severity: 0 success, 1 success with a warning, 2 failure, 3 severe failure. The
 /// framework returns classes 0 and 2 only; applications may use all four.
 typedef int32_t QvResult;
 
+/// Success.
 constexpr QvResult QV_RES_OK = 0;
 /// Generic failure.
 constexpr QvResult QV_RES_FAIL = static_cast<QvResult>(0x80000001);
@@ -40,17 +39,20 @@ constexpr QvResult QV_RES_NO_INTERFACE = static_cast<QvResult>(0x80008422);
 /// No component class is registered under the identifier.
 constexpr QvResult QV_RES_CLASS_NOT_REGISTERED = static_cast<QvResult>(0x80008424);
 
-/// Whether an operation failed, or succeeded, be it with a warning. They do not compile for a bool, which always would
-/// look like a success: what returns one tells by it.
+/// Whether an operation failed. Does not compile for a bool, which always would look like a success: what returns one
+/// tells by it.
 constexpr bool QvFailed(QvResult res)
 {
     return res < 0;
 }
+/// Whether an operation succeeded, be it with a warning. Does not compile for a bool.
 constexpr bool QvSucceeded(QvResult res)
 {
     return res >= 0;
 }
+/// A bool is no result.
 bool QvFailed(bool) = delete;
+/// A bool is no result.
 bool QvSucceeded(bool) = delete;
 
 namespace orvel_internal
@@ -91,8 +93,8 @@ QV_EXPORT QvResult QvRGetWorstOf(QvResult resFirst, QvResult resSecond);
 /// The text lives as long as the library. For the name of a code see QvResultName().
 QV_EXPORT const char* QvResultGetMsgStr(QvResult res);
 
-/// The name of a code as it stands above, such as "QV_RES_ALREADY_EXISTS"; "unknown result" for all that the framework
-/// does not define. Never null; lives as long as the library. Any thread, at any time.
+/// The name of a code as it stands in this header, such as "QV_RES_ALREADY_EXISTS"; "unknown result" for all that the
+/// framework does not define. Never null; lives as long as the library. Any thread, at any time.
 QV_EXPORT const char* QvResultName(QvResult res);
 
 /// Reports a result on behalf of a package and returns it unchanged: a place to set a breakpoint.

@@ -15,8 +15,9 @@ public:
     static QvResult InitializeCSingletonBase();
     static void FinalizeCSingletonBase();
 
+    /// Where the mutex is constructed.
     alignas(CMutex) static unsigned char ms_auMutex[sizeof(CMutex)];
-    /// Null while the module is finalised.
+    /// The mutex; null while the module is finalised.
     static CMutex* ms_pmutex;
 };
 
@@ -42,7 +43,7 @@ public:
     /// Deletes the instance, if there is one; a later Instance() makes a new one.
     static void DestroyInstance();
 
-    /// Null when there is none.
+    /// The instance; null when there is none.
     static T* ms_pInstance;
 
 protected:

@@ -45,17 +45,22 @@ public:
         eHIGH = 3
     };
 
+    /// What became of a start.
     enum EState : unsigned int
     {
         /// Never started, or joined.
         eIDLE = 0,
+        /// Started, but not on its thread yet.
         eSTARTING = 1,
+        /// In its function.
         eRUNNING = 2,
         /// The function has returned.
         eRETURNED = 3,
+        /// The object is in its destructor.
         eDESTROYED = 4
     };
 
+    /// Idle: without a thread until StartThread().
     CThread();
     /// Joins. In the object's own thread it detaches instead: nothing touches the object when the function returns.
     virtual ~CThread();
@@ -100,6 +105,7 @@ public:
     /// ask, join or start. 0 when there is no memory for its record.
     static unsigned int GetCurrentId();
 
+    /// How far the last start got.
     EState GetState() const;
     /// What the function of the last run returned. Meaningful once GetState() is eRETURNED, or after Join().
     unsigned int GetExitCode() const;

@@ -25,6 +25,7 @@
 class QV_EXPORT CTimer
 {
 public:
+    /// Without a cycle.
     CTimer();
     virtual ~CTimer();
     CTimer(const CTimer&) = delete;

@@ -53,11 +53,13 @@ enum EQvTraceField : int
     eTRACE_FIELD_TEXT
 };
 
+/// Both masks together.
 constexpr EQvTraceLevel operator|(EQvTraceLevel eA, EQvTraceLevel eB)
 {
     return static_cast<EQvTraceLevel>(static_cast<int>(eA) | static_cast<int>(eB));
 }
 
+/// Both masks together.
 constexpr EQvTraceCategory operator|(EQvTraceCategory eA, EQvTraceCategory eB)
 {
     return static_cast<EQvTraceCategory>(static_cast<int>(eA) | static_cast<int>(eB));
@@ -75,33 +77,57 @@ typedef int (*PFNQvTraceTimeFormatHandler)(char* pszBuf, int nSize);
 typedef void (*PFNQvTraceCallStackHandler)(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId,
                                            void* pvContext);
 
+/// Would add a handler to those that get every line.
 QV_EXPORT int QvTraceAddOutputHandler(PFNQvTraceOutputHandler pfnHandler);
+/// Would take a handler away from those.
 QV_EXPORT void QvTraceRemoveOutputHandler(PFNQvTraceOutputHandler pfnHandler);
+/// Would replace all output handlers by one.
 QV_EXPORT void QvTraceSetNewOutputHandler(PFNQvTraceOutputHandler pfnHandler);
+/// Would replace what makes a line of a trace.
 QV_EXPORT int QvTraceSetNewFormatHandler(PFNQvTraceFormatHandler pfnHandler);
+/// Would replace what writes eTRACE_FIELD_TIME.
 QV_EXPORT int QvTraceSetTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler);
+/// Would replace what writes eTRACE_FIELD_SYSTEM_TIME. The start-up of the trace kernel calls it, see below.
 QV_EXPORT int QvTraceSetSysTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler);
+/// Would replace what traces call stacks.
 QV_EXPORT int QvTraceSetNewCallStackHandler(PFNQvTraceCallStackHandler pfnHandler);
 
+/// Would let the traces of a package through, or no longer.
 QV_EXPORT void QvTraceSetPackagePermitted(EQvPackageId ePackageId, bool bPermitted);
+/// Whether they get through: false.
 QV_EXPORT bool QvTraceGetPackagePermitted(EQvPackageId ePackageId);
+/// Would let the traces of a level through.
 QV_EXPORT void QvTraceAddLevelPermitted(EQvTraceLevel eLevel);
+/// Would hold them back.
 QV_EXPORT void QvTraceRemoveLevelPermitted(EQvTraceLevel eLevel);
+/// The levels that get through: eTRACE_LEVEL_NONE.
 QV_EXPORT EQvTraceLevel QvTraceGetLevelsPermitted();
+/// Would let the traces of these categories through.
 QV_EXPORT void QvTraceAddCategoriesPermitted(EQvTraceCategory eCategories);
+/// Would hold them back.
 QV_EXPORT void QvTraceRemoveCategoriesPermitted(EQvTraceCategory eCategories);
+/// The categories that get through: eTRACE_CATEGORY_NONE.
 QV_EXPORT EQvTraceCategory QvTraceGetCategoriesPermitted();
 
+/// Would make an element a part of every line.
 QV_EXPORT int QvTraceActivateField(EQvTraceField eField);
+/// Would leave it out.
 QV_EXPORT int QvTraceDeactivateField(EQvTraceField eField);
+/// Whether it is a part of every line: false.
 QV_EXPORT bool QvTraceFieldIsActive(EQvTraceField eField);
+/// Would choose the elements that lines have by default.
 QV_EXPORT int QvTraceActivateDefaultFields();
+/// Would choose those for lines that go to the system log.
 QV_EXPORT int QvTraceActivateSyslogFields();
+/// Would choose all of them.
 QV_EXPORT int QvTraceActivateAllFields();
+/// Would choose none.
 QV_EXPORT int QvTraceDeactivateAllFields();
+/// Would set what eTRACE_FIELD_HOST_NAME shows.
 QV_EXPORT int QvTraceSetHostNameField(const char* pszHostName);
 
-/// Output handlers, to be passed to QvTraceAddOutputHandler(). They write nothing; the text may be null.
+/// An output handler, to be passed to QvTraceAddOutputHandler(). It writes nothing; the text may be null. So do
+/// QvTraceToStdout() and QvTraceToDebugger().
 QV_EXPORT void QvTraceToStderr(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId,
                                const char* pszText, int nSize);
 QV_EXPORT void QvTraceToStdout(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId,
@@ -109,12 +135,13 @@ QV_EXPORT void QvTraceToStdout(EQvTraceLevel eLevel, EQvTraceCategory eCategory,
 QV_EXPORT void QvTraceToDebugger(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId,
                                  const char* pszText, int nSize);
 
+/// Would trace the call stack of every thread.
 QV_EXPORT void QvTraceAllCallStacks(EQvTraceLevel eLevel, EQvTraceCategory eCategory, EQvPackageId ePackageId);
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; start-up returns QV_RES_OK. That of the trace kernel
 /// passes QvTraceSetSysTimeFormatHandler() a handler that writes the system's up-time in milliseconds as a decimal
 /// number, like QvUnsignedInt64ToString(). An engine that is linked in place of that function stamps its traces with
-/// it.
+/// it. InitializeQvTraceTime() has nothing to set up.
 QV_EXPORT QvResult InitializeQvTraceKernel();
 QV_EXPORT void FinalizeQvTraceKernel();
 QV_EXPORT QvResult InitializeQvTraceTime();

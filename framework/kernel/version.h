@@ -20,14 +20,22 @@ public:
     ~CVersion();  // NOLINT(performance-trivially-destructible)
     CVersion& operator=(const CVersion& rOther);
 
+    /// The first part.
     unsigned char GetMajor() const;
+    /// The second part.
     unsigned char GetMinor() const;
+    /// The third part.
     unsigned char GetRelease() const;
+    /// The fourth part.
     unsigned char GetBuild() const;
 
+    /// Sets the first part; returns this version, as the other three do.
     CVersion& SetMajor(unsigned char uMajor);
+    /// Sets the second part.
     CVersion& SetMinor(unsigned char uMinor);
+    /// Sets the third part.
     CVersion& SetRelease(unsigned char uRelease);
+    /// Sets the fourth part.
     CVersion& SetBuild(unsigned char uBuild);
 
     /// Writes the dotted text, at most 15 characters, as QvSnprintf() would: a result equal to uSize means that the
@@ -39,6 +47,7 @@ public:
     /// False, and nothing changes, for a null text, for fewer numbers, and for one outside 0 to 255.
     bool SetStr(const char* pszVersion);
 
+    /// Compares part by part, the first one first.
     bool operator==(const CVersion& rOther) const;
     bool operator!=(const CVersion& rOther) const;
     bool operator<(const CVersion& rOther) const;

@@ -2,6 +2,7 @@
 #define FUZZ_MODELS_BLOB_TWIN_H
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -91,6 +92,29 @@ public:
         if (uCount == uTO_END) uCount = rSrc.m_uSize - uStart;
         if (uCount > rSrc.m_uSize - uStart) return QV_RES_INVALID_ARGUMENT;
         return Insert(uIndex, rSrc.GetBytes(uStart, uCount));
+    }
+    QvResult PushBack(unsigned char uByte)
+    {
+        if (m_uSize == GetCapacity() && Reserve(std::max(16u, 2 * m_uSize)) < 0 && Reserve(m_uSize + 1) < 0)
+            return QV_RES_OUT_OF_MEMORY;
+        return Insert(m_uSize, Bytes{uByte});
+    }
+    QvResult Assign(const Bytes& rBytes)
+    {
+        const QvResult res = Reserve(rBytes.size());
+        if (res < 0) return res;
+        PutBytes(rBytes);
+        m_cursors = SBlobCursors{0, 0, 0, 0};
+        return QV_RES_OK;
+    }
+    QvResult AssignHex(const std::string& rText)
+    {
+        if (rText.size() % 2 != 0 || rText.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+            return QV_RES_INVALID_ARGUMENT;
+        Bytes bytes;
+        for (std::size_t u = 0; u < rText.size(); u += 2)
+            bytes.push_back(static_cast<unsigned char>(std::stoul(rText.substr(u, 2), nullptr, 16)));
+        return Assign(bytes);
     }
     void Erase(unsigned int uIndex, unsigned int uCount)
     {

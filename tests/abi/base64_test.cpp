@@ -3,6 +3,7 @@
 #include "tests/abi/exports.h"
 #include "tests/abi/framework_up.h"
 #include "tests/abi/old_cipher.h"
+#include "tests/abi/old_string.h"
 #include "tests/abi/text_blob.h"
 #include "tests/abi/told_size.h"
 
@@ -26,6 +27,15 @@ public:
     void Encode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut);
     QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
     int Position(uint8_t c);
+
+    enum EAlphabet : unsigned int
+    {
+        eALPHABET_STANDARD,
+        eALPHABET_URL_SAFE
+    };
+    static QvResult ToText(const CBlob& rblob, CString* pstrText, EAlphabet eAlphabet);
+    static QvResult FromText(const CString& rText, CBlob* pblob, EAlphabet eAlphabet);
+    static QvResult FromText(const char* pszText, CBlob* pblob, EAlphabet eAlphabet);
 
     EAction m_eDefaultAction;
     EMode m_eDefaultMode;
@@ -126,4 +136,16 @@ TEST(CBase64, HelpersFollowTheAlphabet)
     EXPECT_EQ(QV_RES_OK, base64.Decode(auText, 4, auDecoded, &uDecoded));
     EXPECT_EQ(3u, uDecoded);
     EXPECT_EQ(BytesAt(auBytes, 0, 3), BytesAt(auDecoded, 0, 3));
+}
+
+TEST(CBase64, ConvertsAWholeTextAtOnce)
+{
+    CTextBlob blob("\xFB\xFF\xFE");
+    CString strText;
+    EXPECT_EQ(QV_RES_OK, CBase64::ToText(blob, &strText, CBase64::eALPHABET_URL_SAFE));
+    EXPECT_TRUE(strText == "-__-");
+    EXPECT_EQ(QV_RES_OK, CBase64::FromText("Zm9v", &blob, CBase64::eALPHABET_STANDARD));
+    EXPECT_EQ("foo", blob.Text());
+    EXPECT_EQ(QV_RES_OK, CBase64::FromText(strText, &blob, CBase64::eALPHABET_URL_SAFE));
+    EXPECT_EQ("\xFB\xFF\xFE", blob.Text());
 }

@@ -6,6 +6,7 @@
 #include "tests/abi/guarded.h"
 #include "tests/abi/old_blob.h"
 #include "tests/abi/old_marshaler.h"
+#include "tests/abi/old_string.h"
 #include "tests/support/derived.h"
 
 namespace
@@ -116,6 +117,24 @@ TEST(CBlobBytes, OutOfLineFormsReadTheFields)
     EXPECT_EQ(blob.GetFirstIndexPtr() + 2, blob.GetAt(2));
     EXPECT_EQ(blob.m_pvStorage, rBlob.GetAt(0));
     EXPECT_EQ(nullptr, blob.GetAt(3));
+}
+
+TEST(CBlobTexts, ComeAndGo)
+{
+    CBlob blob(nullptr);
+    CString strText("CAFE");
+    EXPECT_EQ(QV_RES_OK, blob.AssignHex(strText));
+    EXPECT_EQ((Bytes{0xCA, 0xFE}), BytesOf(blob));
+    EXPECT_EQ(QV_RES_OK, blob.AssignHex("0a"));
+    EXPECT_EQ(QV_RES_OK, blob.ToHex(&strText, true));
+    EXPECT_TRUE(strText == "0A");
+    EXPECT_EQ(QV_RES_OK, blob.Assign(strText));
+    EXPECT_EQ((Bytes{'0', 'A'}), BytesOf(blob));
+    EXPECT_EQ(QV_RES_OK, blob.Assign("abc"));
+    EXPECT_EQ(QV_RES_OK, blob.ToText(&strText));
+    EXPECT_TRUE(strText == "abc");
+    EXPECT_EQ(QV_RES_OK, blob.Assign(g_auBYTES, 1));
+    EXPECT_EQ((Bytes{0xA1}), BytesOf(blob));
 }
 
 TEST(CBlobReading, MovesTheReadCursor)

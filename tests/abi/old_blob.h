@@ -3,6 +3,8 @@
 #include "tests/abi/old_marshaler.h"
 #include "tests/abi/old_vector.h"
 
+class CString;
+
 class CBlob : public CVectorBase
 {
 public:
@@ -42,6 +44,14 @@ public:
     void SkipBits(unsigned int uBitCount);
     void RealignReadBits(unsigned int uBitAlignment);
     void RealignAppendBits(unsigned int uBitAlignment);
+
+    QvResult Assign(const unsigned char* puData, unsigned int uSize);
+    QvResult Assign(const CString& rText);
+    QvResult Assign(const char* pszText);
+    QvResult AssignHex(const CString& rHex);
+    QvResult AssignHex(const char* pszHex);
+    QvResult ToText(CString* pstrText) const;
+    QvResult ToHex(CString* pstrHex, bool bUpperCase) const;
 
     unsigned int m_uReadIndex;
     unsigned int m_uReadBitOffset;

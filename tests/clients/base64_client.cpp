@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "framework/basic/blob.h"
+#include "framework/basic/string.h"
 #include "framework/basic/vector.h"
 #include "framework/crypto/cipher.h"
 #include "framework/kernel/result.h"
@@ -98,4 +99,11 @@ void Base64Client()
     const uint8_t uPlus = '+';
     CHECK(base64.Position(uPlus) == 62 && base64.Position('A') == 0);
     CHECK(static_cast<int>(base64.Position('*')) == -1);
+
+    CBlob blob(g_auText, 6, 0, nullptr);
+    CString strText;
+    CHECK(CBase64::ToText(blob, &strText) == QV_RES_OK && strText == "Zm9vYmFy");
+    CHECK(CBase64::FromText(strText, &blob, CBase64::eALPHABET_URL_SAFE) == QV_RES_OK && blob.GetSize() == 6);
+    CHECK(CBase64::FromText("Zm9v", &blob) == QV_RES_OK && blob.GetSize() == 3);
+    CHECK(CBase64::FromText("Zm9", &blob) == QV_RES_INVALID_ARGUMENT);
 }

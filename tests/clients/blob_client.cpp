@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <type_traits>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/marshaler.h"
+#include "framework/basic/string.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/result.h"
 #include "tests/clients/client.h"
@@ -129,6 +131,31 @@ void Serialisation()
     marshaler >> back;
     CHECK(back.GetSize() == 8 && std::memcmp(back.GetFirstIndexPtr(), g_auBytes, 8) == 0);
 }
+
+void Texts()
+{
+    CBlob blob;
+    CString strText;
+    CHECK(blob.Assign(g_auBytes, 3) == QV_RES_OK && blob.ToHex(&strText) == QV_RES_OK && strText == "010203");
+    CHECK(blob.AssignHex("CAFE") == QV_RES_OK && blob.AssignHex(strText) == QV_RES_OK && blob[2] == 3);
+    CHECK(blob.AssignHex("CAF") == QV_RES_INVALID_ARGUMENT && blob.ToHex(&strText, true) == QV_RES_OK);
+    CHECK(blob.Assign("text") == QV_RES_OK && blob.ToText(&strText) == QV_RES_OK && strText == "text");
+    CHECK(blob.Assign(strText) == QV_RES_OK && blob.size() == 4);
+}
+
+void Manners()
+{
+    CBlob blob;
+    for (const unsigned char u : g_auBytes) *std::back_inserter(blob) = u;
+    const CBlob range(std::begin(g_auBytes), std::end(g_auBytes));
+    unsigned char uByte = 0;
+    CHECK(blob == range && blob <= range && blob >= range && !(blob > range) && blob.Compare(range) == 0);
+    CHECK(blob.At(1, &uByte) == QV_RES_OK && uByte == 2 && blob.At(8, &uByte) == QV_RES_INVALID_ARGUMENT);
+    CHECK(blob.front() == 1 && blob.back() == 8 && *blob.rbegin() == 8 && *(range.crend() - 1) == 1);
+    CHECK(*blob.cbegin() == 1 && blob.cend() - blob.data() == 8 && !blob.empty());
+    blob.clear();
+    CHECK(blob.empty() && blob < CBlob::Of({1}));
+}
 }  // namespace
 
 void BlobClient()
@@ -140,6 +167,8 @@ void BlobClient()
     Reading();
     Bits();
     Serialisation();
+    Texts();
+    Manners();
     CMyBlob mine;
     CBlob* const pBase = &mine;
     CHECK(pBase->Append(g_auBytes, 2) == QV_RES_OK);

@@ -12,6 +12,7 @@
 #include "tests/support/base64_model.h"
 #include "tests/support/object_bytes.h"
 #include "tests/support/page_end.h"
+#include "tests/support/string_probe.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 #include "tests/support/vector_file.h"
@@ -132,6 +133,17 @@ TEST_P(CBase64Vector, EncodesAndDecodesAsPublished)
         CBase64 decoder = Make(g_eDECODE, uAlphabet);
         EXPECT_EQ(strBytes.size(), Query(decoder, strWant));
         EXPECT_EQ((SOutcome{QV_RES_OK, strBytes}), Feed(decoder, strWant, strBytes.size()));
+
+        const CBase64::EAlphabet eAlphabet = static_cast<CBase64::EAlphabet>(uAlphabet);
+        const CBlob blob(BytesOf(strBytes), SizeOf(strBytes));
+        CString strAtOnce("before");
+        EXPECT_EQ(QV_RES_OK, CBase64::ToText(blob, &strAtOnce, eAlphabet));
+        EXPECT_EQ(strWant, TextOf(strAtOnce));
+        CBlob blobBack(BytesOf("before"), 6);
+        EXPECT_EQ(QV_RES_OK, CBase64::FromText(strAtOnce, &blobBack, eAlphabet));
+        EXPECT_EQ(blob, blobBack);
+        EXPECT_EQ(QV_RES_OK, CBase64::FromText(strWant.c_str(), &blobBack, eAlphabet));
+        EXPECT_EQ(blob, blobBack);
     }
 }
 INSTANTIATE_TEST_SUITE_P(Published, CBase64Vector, testing::ValuesIn(ReadVectors("base64.vec")));
@@ -234,6 +246,41 @@ TEST_P(CBase64WithAlphabet, DecodeRefusesAnUnfinishedGroupBehindTheOthers)
                   Make(g_eENCODE, GetParam()).Decode(BytesOf(rstCase.pszText), rstCase.uSize, auOut, &uWritten));
         EXPECT_EQ(rstCase.uWritten, uWritten) << rstCase.uSize << " of " << rstCase.pszText;
     }
+}
+
+// Good and damaged texts: with a character changed, dropped, doubled or appended, at every place.
+TEST_P(CBase64WithAlphabet, AtOnceOnlyTextsThatEncodingGivesAreTaken)
+{
+    const auto eAlphabet = static_cast<CBase64::EAlphabet>(GetParam());
+    unsigned int uTaken = 0;
+    for (unsigned int uCase = 0; uCase < 20000; ++uCase)
+    {
+        std::string strText = m_model.Encode(RandomText(m_rng, Below(m_rng, 70)));
+        const std::size_t uAt = Below(m_rng, strText.size() + 1);
+        const char c = "=A/+-_ 9\n\0"[Below(m_rng, 10)];
+        switch (Below(m_rng, 5))
+        {
+            case 0: strText.insert(uAt, 1, c); break;
+            case 1: strText.erase(uAt < strText.size() ? uAt : 0, 1); break;
+            case 2: strText.replace(uAt, 1, 1, c); break;
+            case 3: strText += m_model.Encode(RandomText(m_rng, Below(m_rng, 5))); break;
+            default: break;
+        }
+        std::string strWant;
+        const bool bGood = m_model.Decode(strText, strWant) >= 0 && m_model.Encode(strWant) == strText;
+        uTaken += bGood ? 1 : 0;
+        const std::string strBefore = RandomText(m_rng, Below(m_rng, 3) * 20);
+        CBlob blob(BytesOf(strBefore), SizeOf(strBefore));
+        blob.SkipBits(13);
+        const unsigned int uUnread = blob.GetUnreadBits();
+        ASSERT_EQ(bGood ? QV_RES_OK : QV_RES_INVALID_ARGUMENT,
+                  CBase64::FromText(CString(strText.data(), SizeOf(strText)), &blob, eAlphabet))
+            << strText;
+        ASSERT_EQ(bGood ? strWant : strBefore, TextOf(blob)) << strText;
+        ASSERT_EQ(bGood ? blob.GetSize() * 8 : uUnread, blob.GetUnreadBits()) << "the cursors";
+    }
+    EXPECT_LT(1000u, uTaken);
+    EXPECT_GT(14000u, uTaken);
 }
 
 INSTANTIATE_TEST_SUITE_P(Alphabets, CBase64WithAlphabet, testing::Values(0u, 1u, 2u),
@@ -439,6 +486,52 @@ TEST(CBase64Blobs, AFailureIsReturnedAndLeavesTheOutputAsItWas)
     allocator.SetRefusing(false);
     EXPECT_EQ(QV_RES_OK, base64.End(&blobOut, true)) << "nothing is lost";
     EXPECT_EQ("Zg==", TextOf(blobOut));
+}
+
+TEST(CBase64AtOnce, ATextThatAStringCannotHoldIsRefused)
+{
+    const std::string strBytes(49150, '\0');
+    CString strText("before");
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::ToText(CBlob(BytesOf(strBytes), 49150), &strText));
+    EXPECT_EQ("before", TextOf(strText));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::ToText(CBlob(), nullptr));
+    EXPECT_EQ(QV_RES_OK, CBase64::ToText(CBlob(BytesOf(strBytes), 49149), &strText));
+    EXPECT_EQ(std::string(65532, 'A'), TextOf(strText));
+    EXPECT_EQ(QV_RES_OK, CBase64::ToText(CBlob(), &strText));
+    EXPECT_EQ("", TextOf(strText));
+}
+
+TEST(CBase64AtOnce, ATextMayStandInTheBlobAndBeLongerThanAString)
+{
+    const std::string strText(100000, 'A');
+    for (const unsigned int uCapacity : {0u, 200000u})
+    {
+        CBlob blob(BytesOf(strText), 100001, uCapacity);  // with its NUL
+        EXPECT_EQ(QV_RES_OK, CBase64::FromText(reinterpret_cast<const char*>(blob.begin()), &blob));
+        EXPECT_EQ(std::string(75000, '\0'), TextOf(blob));
+        blob.Clear();
+        ASSERT_EQ(QV_RES_OK, blob.Assign(BytesOf(std::string("....Zm9v")), 9));
+        EXPECT_EQ(QV_RES_OK, CBase64::FromText(reinterpret_cast<const char*>(blob.begin() + 4), &blob));
+        EXPECT_EQ("foo", TextOf(blob));
+    }
+}
+
+TEST(CBase64AtOnce, RefusalsChangeNothing)
+{
+    CTestAllocator allocator;
+    CBlob blob(BytesOf("keep"), 4, 0, &allocator);
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::FromText("Zm9v", nullptr));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::FromText(nullptr, &blob));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::FromText("-_-_", &blob));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CBase64::FromText("+/+/", &blob, CBase64::eALPHABET_URL_SAFE));
+    ASSERT_EQ(QV_RES_OK, blob.ReduceCapacity(0));
+    allocator.SetRefusing(true);
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, CBase64::FromText("Zm9v", &blob));
+    EXPECT_EQ("keep", TextOf(blob));
+    allocator.SetRefusing(false);
+    EXPECT_EQ(QV_RES_OK, CBase64::FromText("", &blob));
+    EXPECT_EQ("", TextOf(blob));
+    EXPECT_EQ(QV_RES_OK, CBase64::FromText("", &blob));
 }
 
 TEST(CBase64Object, DestructionSetsBackAllButTheAlphabet)

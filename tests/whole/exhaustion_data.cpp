@@ -8,6 +8,7 @@
 #include "framework/basic/time.h"
 #include "framework/basic/time_zone.h"
 #include "framework/basic/vector.h"
+#include "framework/crypto/base64.h"
 #include "tests/support/bytes.h"
 #include "tests/support/string_probe.h"
 #include "tests/whole/exhaustion.h"
@@ -190,6 +191,44 @@ void TryBlobAppendString(CTrial& rTrial)
 {
     const CString strText("\1\2");
     TryBytes(rTrial, {1, 2, 3, 1, 2}, [&](CBlob& r) { return r.Append(strText); });
+}
+// What cannot report throws.
+void TryBlobPushBack(CTrial& rTrial)
+{
+    CBlob blob(g_auBEFORE.data(), 3u, 3u, rTrial.Source());
+    rTrial.Run([&] { blob.push_back(4); });
+    EXPECT_FALSE(rTrial.HasThrown()) << "the least that does can be had";
+    EXPECT_EQ((Bytes{1, 2, 3, 4}), BytesOf(blob));
+}
+void TryBlobMakeOfRange(CTrial& rTrial)
+{
+    std::optional<CBlob> blob;
+    rTrial.Run([&] { blob.emplace(g_auBEFORE.begin(), g_auBEFORE.end()); });
+    rTrial.ExpectThrow();
+    if (rTrial.IsDone()) { EXPECT_EQ(g_auBEFORE, BytesOf(*blob)); }
+}
+template <typename Operation>
+void TryTextOfBlob(CTrial& rTrial, const std::string& rAfter, Operation&& rOperation)
+{
+    const Bytes many(90, 'b');
+    const CBlob blob(many.data(), 90);
+    TryText(rTrial, rAfter, [&](CString& r) { return rOperation(blob, &r); });
+}
+void TryBlobToText(CTrial& rTrial)
+{
+    TryTextOfBlob(rTrial, std::string(90, 'b'), [](const CBlob& r, CString* pstr) { return r.ToText(pstr); });
+}
+void TryBlobToHex(CTrial& rTrial)
+{
+    std::string hex;
+    for (unsigned int u = 0; u < 90; ++u) hex += "62";
+    TryTextOfBlob(rTrial, hex, [](const CBlob& r, CString* pstr) { return r.ToHex(pstr); });
+}
+void TryBlobToBase64(CTrial& rTrial)
+{
+    std::string text;
+    for (unsigned int u = 0; u < 30; ++u) text += "YmJi";
+    TryTextOfBlob(rTrial, text, [](const CBlob& r, CString* pstr) { return CBase64::ToText(r, pstr); });
 }
 void TryBlobReduce(CTrial& rTrial)
 {
@@ -394,6 +433,14 @@ std::vector<SOperation> DataOperations()
         {"CBlob Insert blob", TryBlobInsertBlob, true},
         OnBytes("CBlob Append", {1, 2, 3, 1, 2, 3}, [](CBlob& r) { return r.Append(g_auBEFORE.data(), 3); }),
         {"CBlob Append string", TryBlobAppendString, true},
+        {"CBlob push_back", TryBlobPushBack, true},
+        {"CBlob of a range", TryBlobMakeOfRange, false},
+        OnBytes("CBlob Assign", {'f', 'o', 'u', 'r'}, [](CBlob& r) { return r.Assign("four"); }),
+        OnBytes("CBlob AssignHex", {4, 5, 6, 7}, [](CBlob& r) { return r.AssignHex("04050607"); }),
+        OnBytes("CBlob from base64", {'f', 'o', 'o'}, [](CBlob& r) { return CBase64::FromText("Zm9v", &r); }),
+        {"CBlob ToText", TryBlobToText, false},
+        {"CBlob ToHex", TryBlobToHex, false},
+        {"CBlob to base64", TryBlobToBase64, false},
         OnBytes("CBlob AppendBits", {1, 2, 3, 1, 2}, [](CBlob& r) { r.AppendBits(g_auBEFORE.data(), 16, 0); }),
         OnBytes("CBlob PadBits", {1, 2, 3, 0, 0}, [](CBlob& r) { r.PadBits(16); }),
         OnBytes("CBlob ReserveCapacity", g_auBEFORE, [](CBlob& r) { return r.ReserveCapacity(20); }),

@@ -35,6 +35,9 @@ namespace orvel_internal
 template <typename First, typename Second>
 struct SThreeWayOrder
 {
+    // A specialisation has no such member.
+    static constexpr bool ms_bASKS_TWICE = true;
+
     static int Of(const First& rFirst, const Second& rSecond)
     {
         if (rFirst < rSecond) return -1;
