@@ -39,6 +39,16 @@ std::vector<unsigned char> BytesOfText(const std::string& rText)
     return {rText.begin(), rText.end()};
 }
 
+/// The 64 bytes of a key file, by libcrypto.
+std::string KeyIn(const std::string& rPath)
+{
+    const std::string strText = ContentsOfFile(rPath);
+    EXPECT_EQ(89u, strText.size());  // 88 of base64, and the end of the line
+    unsigned char auKey[66] = {};
+    EXPECT_EQ(66, EVP_DecodeBlock(auKey, reinterpret_cast<const unsigned char*>(strText.data()), 88));
+    return {auKey, auKey + 64};
+}
+
 /// AES-256 in counter mode, either way.
 std::string AesCtr(const std::string& rKey, const std::string& rIv, const std::string& rText)
 {
@@ -82,8 +92,7 @@ protected:
 
 TEST_F(EncryptExample, WritesAndReadsWhatLibcryptoReadsAndWrites)
 {
-    const std::string strKey = ContentsOfFile(m_strKeyFile);
-    ASSERT_EQ(64u, strKey.size());
+    const std::string strKey = KeyIn(m_strKeyFile);
     for (const std::size_t uSize : {0u, 1u, 15u, 16u, 17u, 65536u, 65537u, 200000u})
     {
         SCOPED_TRACE(uSize);
@@ -137,10 +146,10 @@ TEST_F(EncryptExample, SaysWhatCannotBeReadOrWritten)
 {
     const std::string strNone = m_directory.GetPath() / "none";
     ExpectRefusal(strNone + ": No such file or directory", RunProgram(g_pszEncrypt, {"e", strNone}));
-    for (const std::size_t uSize : {63u, 65u})
+    for (const char* const pszText : {"", "AAAA", "AAA", "no key\n"})
     {
-        const std::string strOther = m_directory.GetPath() / std::to_string(uSize);
-        std::ofstream(strOther) << std::string(uSize, 'k');
+        const std::string strOther = m_directory.GetPath() / "other";
+        std::ofstream(strOther) << pszText;
         ExpectRefusal("this is no key file", RunProgram(g_pszEncrypt, {"e", strOther}));
     }
     ExpectRefusal("standard output: No space left on device",
