@@ -171,10 +171,12 @@ public:
         const unsigned int uCommon = uSize < uOtherSize ? uSize : uOtherSize;
         if (uCommon != 0)
         {
-            // Most texts differ early. Only where they do not, is a call worth it.
+            // Most texts differ early. Only where they do not, is a call worth it. Two branches, not one and a conditional
+            // value: a search in a tree goes on below a node that is guessed, where it would wait for the value.
             const uint64_t uBegin = BeginOf(CStr(), uCommon);
             const uint64_t uOtherBegin = BeginOf(rOther.CStr(), uCommon);
-            if (uBegin != uOtherBegin) return uBegin < uOtherBegin ? -1 : 1;
+            if (uBegin < uOtherBegin) return -1;
+            if (uBegin > uOtherBegin) return 1;
             const int nOrder = uCommon > 8 ? memcmp(CStr() + 8, rOther.CStr() + 8, uCommon - 8) : 0;
             if (nOrder != 0) return nOrder;
         }
