@@ -78,7 +78,8 @@ def main():
     found = list(link_complaints(site_pages)) + list(picture_complaints()) + list(manual_complaints())
     if "--no-spelling" not in sys.argv:
         found += list(spelling_complaints(site_pages))
-    print("\n".join(found))
+    for line in found:
+        print(line)
     sys.exit(1 if found else 0)
 
 
