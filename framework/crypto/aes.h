@@ -33,7 +33,7 @@ public:
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
     [[nodiscard]] QvResult SetDefaultAction(CCipher::EAction eAction);
-    /// The same for eMODE_DEFAULT.
+    /// Sets what eMODE_DEFAULT stands for, as SetDefaultAction() does for eACTION_DEFAULT.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
     [[nodiscard]] QvResult SetDefaultMode(CCipher::EMode eMode);

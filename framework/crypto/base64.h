@@ -9,10 +9,10 @@
 
 /// Base64 behind the cipher interface: encrypting encodes, decrypting decodes.
 /// ```
-/// CString strText;                                    // a whole message in one call
+/// CString strText;                                    // a whole message in one call.
 /// res = CBase64::ToText(blobBytes, &strText);
 ///
-/// CBase64 base64;                                     // or one that comes in pieces
+/// CBase64 base64;                                     // or one that comes in pieces.
 /// base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
 /// base64.Update(&blobBytes, &blobText, false);
 /// base64.End(&blobText, true);
@@ -45,6 +45,7 @@
 class QV_EXPORT CBase64 : public CCipher
 {
 public:
+    /// Which characters stand for 62 and 63.
     enum EAlphabet : unsigned int
     {
         /// With "+" and "/".
@@ -53,14 +54,16 @@ public:
         eALPHABET_URL_SAFE = 1
     };
 
+    /// Without a message; the standard alphabet.
     CBase64();
     CBase64(const CBase64&) = default;
     CBase64& operator=(const CBase64&) = default;
     ~CBase64() override;
 
-    /// Takes effect at once and stays across Begin(). Any other value encodes as the standard alphabet, and decodes as
+    /// Sets the alphabet, which takes effect at once and stays across Begin(). Any other value encodes as the standard alphabet, and decodes as
     /// one that has neither "+" nor "/".
     void SetAlphabet(EAlphabet eAlphabet);
+    /// The alphabet that was set last.
     EAlphabet GetAlphabet() const;
 
     [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,

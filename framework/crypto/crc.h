@@ -10,7 +10,7 @@
 /// ```
 /// CCrc crc;
 /// crc.Begin(CCrc::eCRC32);
-/// crc.Update(puData, uSize);   // any number of times, in pieces of any size
+/// crc.Update(puData, uSize);   // any number of times, in pieces of any size.
 /// uint32_t uCrc;
 /// crc.End(&uCrc);
 /// ```
@@ -82,7 +82,7 @@ public:
         if (res >= 0) *puCrc = static_cast<uint16_t>(~m_uRegister);
         return res;
     }
-    /// The same for an eCRC32 computation.
+    /// Ends an eCRC32 computation in the same way.
     [[nodiscard]] QvResult End(uint32_t* puCrc)
     {
         const QvResult res = Leave(eCRC32);

@@ -10,7 +10,7 @@
 /// ```
 /// CSha256 sha256;
 /// sha256.Begin();
-/// sha256.Update(puData, uSize);   // any number of times, in pieces of any size
+/// sha256.Update(puData, uSize);   // any number of times, in pieces of any size.
 /// sha256.End(&blobDigest);
 /// ```
 ///

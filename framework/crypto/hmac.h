@@ -12,8 +12,8 @@
 /// ```
 /// CSha1Mac mac;
 /// mac.Begin(puKey, uKeySize);
-/// mac.Update(puData, uSize);   // any number of times, in pieces of any size
-/// mac.End(&blobCode);          // the next message needs Begin() with the key again
+/// mac.Update(puData, uSize);   // any number of times, in pieces of any size.
+/// mac.End(&blobCode);          // the next message needs Begin() with the key again.
 /// ```
 ///
 /// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.

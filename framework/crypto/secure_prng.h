@@ -88,7 +88,7 @@ public:
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_INVALID_ARGUMENT`: puOut is null; the generator is seeded all the same.
     [[nodiscard]] static QvResult Generate(unsigned int uSize, uint8_t* puOut);
-    /// The form for blobs. A template, so that Generate(5, nullptr) means the form above.
+    /// The form for blobs. A template, so that Generate(5, nullptr) means the other form.
     template <typename T, std::enable_if_t<std::is_convertible_v<T*, CBlob*>, int> = 0>
     [[nodiscard]] QV_HIDDEN static QvResult Generate(unsigned int uSize, T* pblobOut)
     {

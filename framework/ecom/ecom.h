@@ -28,7 +28,7 @@ typedef QvResult (*PFNCreateEComInstance)(IEComUnknown* pOuterUnknown, CEComUnkn
 /// An entry of the registry.
 struct QV_EXPORT SEComClsInfo
 {
-    const SEComGuid* pClsid;                  ///< Whose it is.
+    const SEComGuid* pClsid;                  ///< Of which class.
     PFNCreateEComInstance pfnCreateInstance;  ///< What makes an object.
 };
 

@@ -31,7 +31,8 @@ class QV_EXPORT CAliveObj : public CThread
 public:
     /// Unborn: without a thread until Activate().
     CAliveObj();
-    /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see above.
+    /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see
+    /// Ownership.
     ~CAliveObj() override;
 
     /// Starts the behaviour; returns when the thread runs. A dead object first waits until its last run has ended,

@@ -135,7 +135,8 @@ public:
     /// - `QV_RES_TSD_KEY_NOT_FOUND`: there is no such key.
     [[nodiscard]] static QvResult SetSpecific(unsigned int uKey, unsigned int uValue);
 
-    /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those above.
+    /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those of
+    /// SetSpecific().
     [[nodiscard]] static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
 
     /// Module start-up and shut-down; shut-down waits for all threads started here, see the class.
