@@ -70,12 +70,12 @@ void BM_AesOurs(benchmark::State& rState, SParameters st)
     unsigned int uSize = 0;
     CAes aes;
     Begin(aes, st);
-    aes.Update(input.data(), uInSize, output.data(), &uSize);
+    static_cast<void>(aes.Update(input.data(), uInSize, output.data(), &uSize));
     RequireSameAsPeer(st, input, output);
 
     for (auto _ : rState)
     {
-        aes.Update(input.data(), uInSize, output.data(), &uSize);
+        static_cast<void>(aes.Update(input.data(), uInSize, output.data(), &uSize));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -108,8 +108,8 @@ void BM_AesMessageOurs(benchmark::State& rState, SParameters st)
         unsigned int uSize = 0;
         unsigned int uLast = 0;
         Begin(aes, st);
-        aes.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize);
-        aes.End(output.data() + uSize, &uLast);
+        static_cast<void>(aes.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize));
+        static_cast<void>(aes.End(output.data() + uSize, &uLast));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -141,7 +141,7 @@ void BM_AesBlob(benchmark::State& rState, SParameters st)
     Begin(aes, st);
     for (auto _ : rState)
     {
-        aes.Update(&blobIn, &blobOut, false);
+        static_cast<void>(aes.Update(&blobIn, &blobOut, false));
         benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
         benchmark::ClobberMemory();
     }

@@ -140,7 +140,7 @@ protected:
     {
         const auto UseTooLate = []
         {
-            CFrameworkInitializer::Initialize();
+            static_cast<void>(CFrameworkInitializer::Initialize());
             g_leftOver.emplace();
             CFrameworkInitializer::Finalize();
             GetParam().pfnUse();

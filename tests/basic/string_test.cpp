@@ -125,12 +125,14 @@ int SignOf(int n)
     return (n > 0) - (n < 0);
 }
 
-/// Bit by bit what the operators say, in a fixed order.
+/// What the operators say, a bit each.
 template <typename Left, typename Right>
 unsigned int RelationsOf(const Left& rLeft, const Right& rRight)
 {
-    const bool abHolds[] = {rLeft<rRight, rLeft> rRight, rLeft <= rRight, rLeft >= rRight};
-    return abHolds[0] | abHolds[1] << 1 | abHolds[2] << 2 | abHolds[3] << 3;
+    unsigned int uHolds = 0;
+    for (const bool b : {rLeft<rRight, rLeft> rRight, rLeft <= rRight, rLeft >= rRight})
+        uHolds = uHolds * 2 + (b ? 1 : 0);
+    return uHolds;
 }
 
 /// Against a string and against a text, from both sides, as std::string does.

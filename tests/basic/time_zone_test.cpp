@@ -351,7 +351,7 @@ TEST(CTimeZoneThreads, ConvertInOneZoneOrTheOtherWhileItIsSet)
     };
     std::thread thread1(convert);
     std::thread thread2(convert);
-    for (int n = 0; n < 500 || nRounds < 500; ++n) zone.SetTimeZone(apszTEXTS[n % 2]);
+    for (int n = 0; n < 500 || nRounds < 500; ++n) EXPECT_EQ(QV_RES_OK, zone.SetTimeZone(apszTEXTS[n % 2]));
     bStop = true;
     thread1.join();
     thread2.join();

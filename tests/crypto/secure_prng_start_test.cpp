@@ -195,7 +195,7 @@ TEST_F(CPrngLock, ADrawHoldsItFromBeforeTheFirstChangeToAfterTheLast)
 {
     uint8_t auDrawn[50];
     CBlob blob;
-    CSecurePrng::Generate(1, auDrawn);
+    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(1, auDrawn));
     const std::function<QvResult()> aDraws[] = {[&auDrawn] { return CSecurePrng::Generate(50, auDrawn); },
                                                 [&blob] { return CSecurePrng::Generate(50, &blob); }};
     for (const std::function<QvResult()>& rDraw : aDraws)

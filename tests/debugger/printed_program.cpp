@@ -80,6 +80,12 @@ struct CBrokenTree : CAATreeBase
     void SetSize(unsigned int uSize) { m_uSize = uSize; }
     void LoseRoot() { m_pRoot = nullptr; }
 };
+struct CBrokenMap : CMap<int, int>
+{
+    CBrokenMap() : CMap<int, int>({{1, 10}, {2, 20}}) {}
+    // The size stands behind the node allocator, the element size, the comparison and the lock.
+    void SetSize(unsigned int uSize) { memcpy(reinterpret_cast<unsigned char*>(this) + 76, &uSize, sizeof(uSize)); }
+};
 struct CBrokenVList : CVListBase
 {
     CBrokenVList() : CVListBase(2, nullptr) { Insert(0, 1, nullptr); }
@@ -107,6 +113,8 @@ struct SObjects
     CList<CString> listEmpty, list;
     CList<int> listMany;
     CAATree<int> treeEmpty, tree, treeMany;
+    CMap<int, int> mapEmpty, mapMany;
+    CMap<CString, long> map, mapOne;
     CVList<double> vlistEmpty, vlist;
     CVList<int> vlistMany;
     CVector<CList<CString>> nested;
@@ -134,6 +142,7 @@ struct SObjects
     CBrokenVector vectorBroken;
     CBrokenList listCircle, listBack, listShort, listLong, listNoEnds;
     CBrokenTree treeCircle, treeShort, treeLong, treeNoRoot;
+    CBrokenMap mapShort;
     CBrokenVList vlistBroken, vlistNoOrder;
     CMarshaler marshalerCircle, marshalerLost, marshalerWrite, marshalerRead;
     CString strBroken, strCut;
@@ -202,12 +211,16 @@ void SObjects::FillTyped()
         vectorMany.Append(n);
         listMany.Append(n);
         treeMany.Insert(n * 7 % static_cast<int>(g_uMANY));
+        mapMany[n] = 10 * n;
         vlistMany.Append(n);
     }
     list.Append("one");
     list.Append("two");
     list.ReserveCapacity(5);
     tree.Erase(1u);
+    for (const char* const pszWord : {"to", "be", "or", "be"}) ++map[pszWord];
+    map.Erase("or");
+    mapOne["one"] = 1;
     nested.Append(list);
     nested.Append(listEmpty);
     named.Append({"first", QV_RES_OK});
@@ -261,6 +274,7 @@ void SObjects::BreakContainers()
     treeShort.SetSize(4);
     treeLong.SetSize(2);
     treeNoRoot.LoseRoot();
+    mapShort.SetSize(3);
     vlistBroken.LoseElement();
     vlistNoOrder.LoseOrder();
 }

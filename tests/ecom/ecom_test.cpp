@@ -320,7 +320,7 @@ TEST_F(CEComCreation, RunsCreationFunctionsOneAtATime)
         for (int n = 0; n < 500; ++n)
         {
             void* pvInterface = nullptr;
-            CreateEComInstance(&g_stCLSID_OTHER, nullptr, &IID_IEComUnknown, &pvInterface);
+            EXPECT_EQ(QV_RES_OK, CreateEComInstance(&g_stCLSID_OTHER, nullptr, &IID_IEComUnknown, &pvInterface));
             static_cast<IEComNonDelegatingUnknown*>(pvInterface)->NonDelegatingReleaseIfRef();
         }
     };
@@ -345,7 +345,7 @@ TEST(CEComUnknown, AddsItselfToTheCountOfAQueryThroughTheVirtualOperation)
     };
     CCounting* const pObject = new CCounting(nullptr);
     void* pvInterface = nullptr;
-    pObject->NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface);
+    EXPECT_EQ(QV_RES_OK, pObject->NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface));
     EXPECT_EQ(1, pObject->nAdded);
     bool bDeleteThis = false;
     pObject->UninitializeInstance(&bDeleteThis);

@@ -79,7 +79,7 @@ def run_doxygen(work, site):
     --primary-color: #6db3f2; --page-background-color: #16181b; --side-nav-background: #1b1e22; --code-background: #262a30;
     --fragment-background: #1e2227; --page-secondary-foreground-color: #9aa8b4; --fragment-comment: #98a4af;
     --picture-line: #8fb4d9; --picture-text: #dbe6f0; --picture-group: #1d2126; --picture-soft: #55687a;
-    --picture-soft-text: #93a5b5; --picture-fill: #24384b; --picture-accent: #1f4430; --picture-accent-line: #63c08a;
+    --picture-soft-text: #93a5b5; --picture-fill: #24384b; --picture-strong: #2f5680; --picture-accent: #1f4430; --picture-accent-line: #63c08a;
     --picture-warn: #4a2a18; --picture-warn-line: #e9975f;
 """
     dark = f"html.dark-mode {{{dark}}}\n@media (prefers-color-scheme: dark) {{ html:not(.light-mode) {{{dark}}} }}"
