@@ -52,7 +52,7 @@ void Begin(CAes& rAes, const SParameters& rst)
 {
     static const std::vector<uint8_t> s_key = FixedBytes(32);
     static const uint8_t s_auIv[16] = {};
-    rAes.Begin(rst.eAction, rst.eMode, s_key.data(), rst.uKeySize, s_auIv, sizeof(s_auIv));
+    if (rAes.Begin(rst.eAction, rst.eMode, s_key.data(), rst.uKeySize, s_auIv, sizeof(s_auIv)) < 0) std::abort();
 }
 
 void RequireSameAsPeer(const SParameters& rst, const std::vector<uint8_t>& rInput, const std::vector<uint8_t>& rOutput)

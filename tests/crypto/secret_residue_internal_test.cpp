@@ -180,7 +180,7 @@ struct SWork
 };
 
 const SWork g_astWORKS[] = {
-    {"a draw", [] { CSecurePrng::Generate(64, g_auOut); }, GeneratorsKey, nullptr},
+    {"a draw", [] { static_cast<void>(CSecurePrng::Generate(64, g_auOut)); }, GeneratorsKey, nullptr},
     {"a draw that seeds",
      []
      {
@@ -188,7 +188,8 @@ const SWork g_astWORKS[] = {
          static_cast<void>(CSecurePrng::Generate(64, g_auOut));
      },
      GeneratorsKey, nullptr},
-    {"a gathered seed", [] { static_cast<void>(CSecureSeed::GenerateSeed(g_auOut)); }, nullptr, [] { return BytesAt(g_auOut, 0, 20); }},
+    {"a gathered seed", [] { static_cast<void>(CSecureSeed::GenerateSeed(g_auOut)); }, nullptr,
+     [] { return BytesAt(g_auOut, 0, 20); }},
     {"a seed of one's own",
      []
      {

@@ -295,7 +295,8 @@ TEST_F(CEComCreation, LeavesNoLockBehindWhenACreationFunctionThrows)
 {
     ASSERT_EQ(QV_RES_OK, RegisterECom(&g_stCLSID_OTHER, CreateThrowing));
     void* pvInterface = nullptr;
-    EXPECT_THROW(CreateEComInstance(&g_stCLSID_OTHER, nullptr, &g_stIID_THING, &pvInterface), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(CreateEComInstance(&g_stCLSID_OTHER, nullptr, &g_stIID_THING, &pvInterface)),
+                 std::bad_alloc);
     QvResult res = QV_RES_FAIL;
     std::thread([&] { res = UnregisterECom(&g_stCLSID_OTHER); }).join();
     EXPECT_EQ(QV_RES_OK, res);

@@ -13,6 +13,8 @@
 #include "tests/support/run_program.h"
 #include "tests/support/test_seed.h"
 
+using namespace std::string_literals;
+
 namespace
 {
 const char* const g_pszWords = ORVEL_BINARY_DIR "/examples/words/words";
@@ -52,7 +54,7 @@ TEST(WordsExample, PrintsTheMostFrequentWordsThoseOfOneFrequencyInOrder)
     ExpectWords("");
     ExpectWords("\n\n .,\n");
     ExpectWords("b a b, c1 c1: a\n\nB");
-    ExpectWords(std::string("nul\0byte \xE4hnlich\xFF nul", 24));
+    ExpectWords("nul\0byte \xE4hnlich\xFF nul"s);
     ExpectWords(std::string(65535, 'x') + " " + std::string(65535, 'y') + " x");
 }
 

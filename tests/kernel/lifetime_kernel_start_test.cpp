@@ -99,7 +99,7 @@ constexpr SUse g_astFATAL[] = {
     {"Singleton", "CSingleton", [] { CService::Instance(); }},
     {"ErrorText", "QvStrErrorReentrant()", AskForAnErrorsText},
     {"EventRegistration", "RegisterEventObserver()", [] { RegisterEventObserver(Observe, nullptr); }},
-    {"ClassRegistration", "RegisterECom()", [] { RegisterECom(&CLSID_Nothing, CreateNothing); }},
+    {"ClassRegistration", "RegisterECom()", [] { static_cast<void>(RegisterECom(&CLSID_Nothing, CreateNothing)); }},
     {"ClassUnregistration", "UnregisterECom()", [] { UnregisterECom(&CLSID_Nothing); }},
     {"ComponentCreation", "CreateEComInstance()", CreateAComponent},
     {"AssertFail", "QvAssertSetNew...Handler()", [] { QvAssertSetNewFailHandler(nullptr); }},

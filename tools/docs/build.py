@@ -150,7 +150,7 @@ def reference(work):
             anchor = member.get("id").rpartition("_1")[2]
             page = member.get("id").rpartition("_1")[0]
             member_name = text_of(member.find("name"))
-            if member.get("prot") == "private" or member_name.startswith("~") or member.get("kind") == "friend":
+            if member.get("prot") == "private" or member_name.lstrip("~") == short or member.get("kind") == "friend":
                 continue
             if kind == "file" and page != entry.get("refid"):
                 continue
@@ -274,7 +274,7 @@ def finish_page(path, items, numbers, page):
         numbers.append(match[1])
         svg = pictures.inline(match[1], len(numbers))
         words = re.sub(r"<[^>]+>", "", match[2])
-        svg = svg.replace("<svg", f'<svg role="img" aria-label="{words}"', 1)
+        svg = svg.replace(' role="img"', "", 1).replace("<svg", f'<svg role="img" aria-label="{words}"', 1)
         return f'<figure class="picture-frame">{svg}<figcaption>{match[2]}</figcaption></figure>'
 
     text = re.sub(r"<p>\s*PICTURE\(([^()]+)\)\((.*?)\)\s*</p>", picture, text, flags=re.S)
