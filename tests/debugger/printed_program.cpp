@@ -1,4 +1,5 @@
 // A program for debugger/printers_test.cpp to stop in Show(), with an object of each kind that gdb has a printer for.
+#include <stdlib.h>
 #include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -9,6 +10,12 @@
 
 namespace
 {
+// What is printed has to be there.
+void Require(QvResult res)
+{
+    if (res < 0) abort();
+}
+
 constexpr unsigned int g_uMANY = 300;
 constexpr unsigned char g_auBINARY_ID[] = {0x00, 0xFF, 0x10};
 // Text, and not one that ends.
@@ -44,7 +51,7 @@ void AppendShorts(CAATreeBase& rTree)
     {
         void* const pElement = rTree.Allocate();
         memcpy(pElement, &n, sizeof(n));
-        rTree.InsertAllocated(pElement);
+        Require(rTree.InsertAllocated(pElement));
     }
 }
 
@@ -88,7 +95,7 @@ struct CBrokenMap : CMap<int, int>
 };
 struct CBrokenVList : CVListBase
 {
-    CBrokenVList() : CVListBase(2, nullptr) { Insert(0, 1, nullptr); }
+    CBrokenVList() : CVListBase(2, nullptr) { Require(Insert(0, 1, nullptr)); }
     void LoseElement() { *m_order.begin() = nullptr; }
     void LoseOrder() { SetPointerIn(&m_order, 48, nullptr); }
 };
@@ -179,15 +186,15 @@ void SObjects::FillBytes()
 {
     const unsigned char auBytes[] = {0xDE, 0xAD, 0xBE, 0xEF};
     unsigned char auRead[8];
-    blob.ReserveCapacity(8);
-    blob.Append(auBytes, sizeof(auBytes));
+    Require(blob.ReserveCapacity(8));
+    Require(blob.Append(auBytes, sizeof(auBytes)));
     blob.Read(auRead, 1);
     blobBits = blob;
     blobBits.ReadBits(auRead, 3, 0);
     for (unsigned int u = 0; u < g_uMANY; ++u)
     {
         const unsigned char uByte = static_cast<unsigned char>(u);
-        blobMany.Append(&uByte, 1);
+        Require(blobMany.Append(&uByte, 1));
         marshalerMany << uByte;
     }
     marshaler << 0x04030201u << static_cast<unsigned char>(5);
@@ -199,32 +206,32 @@ void SObjects::FillBytes()
 
 void SObjects::FillTyped()
 {
-    vector.ReserveCapacity(4);
+    Require(vector.ReserveCapacity(4));
     for (int n = 1; n <= 3; ++n)
     {
-        vector.Append(n);
-        tree.Insert(4 - n);
-        vlist.Append(n / 2.0);
+        Require(vector.Append(n));
+        Require(tree.Insert(4 - n));
+        Require(vlist.Append(n / 2.0));
     }
     for (int n = 0; n < static_cast<int>(g_uMANY); ++n)
     {
-        vectorMany.Append(n);
-        listMany.Append(n);
-        treeMany.Insert(n * 7 % static_cast<int>(g_uMANY));
+        Require(vectorMany.Append(n));
+        Require(listMany.Append(n));
+        Require(treeMany.Insert(n * 7 % static_cast<int>(g_uMANY)));
         mapMany[n] = 10 * n;
-        vlistMany.Append(n);
+        Require(vlistMany.Append(n));
     }
-    list.Append("one");
-    list.Append("two");
-    list.ReserveCapacity(5);
+    Require(list.Append("one"));
+    Require(list.Append("two"));
+    Require(list.ReserveCapacity(5));
     tree.Erase(1u);
     for (const char* const pszWord : {"to", "be", "or", "be"}) ++map[pszWord];
     map.Erase("or");
     mapOne["one"] = 1;
-    nested.Append(list);
-    nested.Append(listEmpty);
-    named.Append({"first", QV_RES_OK});
-    named.Append({"second", QV_RES_INVALID_STATE});
+    Require(nested.Append(list));
+    Require(nested.Append(listEmpty));
+    Require(named.Append({"first", QV_RES_OK}));
+    Require(named.Append({"second", QV_RES_INVALID_STATE}));
 }
 
 void SObjects::FillUntyped()

@@ -79,7 +79,7 @@ def run_doxygen(work, site):
     --primary-color: #6db3f2; --page-background-color: #16181b; --side-nav-background: #1b1e22; --code-background: #262a30;
     --fragment-background: #1e2227; --page-secondary-foreground-color: #9aa8b4; --fragment-comment: #98a4af;
     --picture-line: #8fb4d9; --picture-text: #dbe6f0; --picture-group: #1d2126; --picture-soft: #55687a;
-    --picture-soft-text: #93a5b5; --picture-fill: #24384b; --picture-accent: #1f4430; --picture-accent-line: #63c08a;
+    --picture-soft-text: #93a5b5; --picture-fill: #24384b; --picture-strong: #2f5680; --picture-accent: #1f4430; --picture-accent-line: #63c08a;
     --picture-warn: #4a2a18; --picture-warn-line: #e9975f;
 """
     dark = f"html.dark-mode {{{dark}}}\n@media (prefers-color-scheme: dark) {{ html:not(.light-mode) {{{dark}}} }}"
@@ -150,7 +150,7 @@ def reference(work):
             anchor = member.get("id").rpartition("_1")[2]
             page = member.get("id").rpartition("_1")[0]
             member_name = text_of(member.find("name"))
-            if member.get("prot") == "private" or member_name.startswith("~") or member.get("kind") == "friend":
+            if member.get("prot") == "private" or member_name.lstrip("~") == short or member.get("kind") == "friend":
                 continue
             if kind == "file" and page != entry.get("refid"):
                 continue
@@ -274,7 +274,7 @@ def finish_page(path, items, numbers, page):
         numbers.append(match[1])
         svg = pictures.inline(match[1], len(numbers))
         words = re.sub(r"<[^>]+>", "", match[2])
-        svg = svg.replace("<svg", f'<svg role="img" aria-label="{words}"', 1)
+        svg = svg.replace(' role="img"', "", 1).replace("<svg", f'<svg role="img" aria-label="{words}"', 1)
         return f'<figure class="picture-frame">{svg}<figcaption>{match[2]}</figcaption></figure>'
 
     text = re.sub(r"<p>\s*PICTURE\(([^()]+)\)\((.*?)\)\s*</p>", picture, text, flags=re.S)
