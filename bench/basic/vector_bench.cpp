@@ -2,8 +2,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <string>
 #include <vector>
 
 #include "bench/support/containers.h"
@@ -81,6 +84,51 @@ void BM_GrowHand(benchmark::State& rState)
         }
         benchmark::DoNotOptimize(pnElements);
         delete[] pnElements;
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// Nothing is reserved, and both sides grow by a factor.
+template <typename Vector>
+void BM_PushBack(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        Vector vector;
+        Escape(vector);
+        for (int n = 0; n < rState.range(0); ++n) vector.push_back(n);
+        benchmark::DoNotOptimize(vector.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+template <typename Vector>
+void BM_BackInserter(benchmark::State& rState)
+{
+    const std::vector<int> numbers = ShuffledInts(rState.range(0));
+    for (auto _ : rState)
+    {
+        Vector vector;
+        Escape(vector);
+        std::copy(numbers.begin(), numbers.end(), std::back_inserter(vector));
+        benchmark::DoNotOptimize(vector.data());
+        benchmark::ClobberMemory();
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+// Growth moves what has been appended.
+template <typename Vector>
+void BM_PushBackTexts(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        Vector vector;
+        Escape(vector);
+        for (int n = 0; n < rState.range(0); ++n) vector.push_back(std::string(40, 'x'));
+        benchmark::DoNotOptimize(vector.data());
+        benchmark::ClobberMemory();
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
@@ -179,6 +227,12 @@ BENCHMARK(BM_AppendOurs)->Name("vector append/ours")->Arg(16)->Arg(1000)->Arg(10
 BENCHMARK(BM_AppendStd)->Name("vector append/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_GrowOurs)->Name("vector append exactly/ours")->Arg(16)->Arg(1000);
 BENCHMARK(BM_GrowHand)->Name("vector append exactly/by hand")->Arg(16)->Arg(1000);
+BENCHMARK(BM_PushBack<CVector<int>>)->Name("vector push_back/ours")->Arg(16)->Arg(1000)->Arg(50000);
+BENCHMARK(BM_PushBack<std::vector<int>>)->Name("vector push_back/std::vector")->Arg(16)->Arg(1000)->Arg(50000);
+BENCHMARK(BM_BackInserter<CVector<int>>)->Name("vector back_inserter/ours")->Arg(50000);
+BENCHMARK(BM_BackInserter<std::vector<int>>)->Name("vector back_inserter/std::vector")->Arg(50000);
+BENCHMARK(BM_PushBackTexts<CVector<std::string>>)->Name("vector push_back of texts/ours")->Arg(1000);
+BENCHMARK(BM_PushBackTexts<std::vector<std::string>>)->Name("vector push_back of texts/std::vector")->Arg(1000);
 BENCHMARK(BM_AccessOurs)->Name("vector access/ours")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_AccessStd)->Name("vector access/std::vector")->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_SortOurs<4>)->Name("vector sort 4 bytes/ours")->Arg(1000)->Arg(100000);

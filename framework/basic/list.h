@@ -2,12 +2,16 @@
 #define FRAMEWORK_BASIC_LIST_H
 #include <stddef.h>
 
+#include <initializer_list>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
 
@@ -205,13 +209,27 @@ protected:
     /// Where the element of a block from the node allocator lies.
     static void* ElementIn(void* pBlock) { return static_cast<unsigned char*>(pBlock) + sizeof(SNode); }
     /// Links a block, in which the element has been made already, as the last node. The cache moves to it.
-    void LinkLast(void* pBlock)
+    SNode* LinkLast(void* pBlock)
     {
         SNode* const pNode = ::new (pBlock) SNode(m_pTail, nullptr);
         (m_pTail != nullptr ? m_pTail->pFollowing : m_pHead) = pNode;
         m_pTail = m_pCachedNode = pNode;
         m_uCachedIndex = m_uSize++;
+        return pNode;
     }
+    /// The same in front of pBefore, which has this index, or no index that is known: then the cache goes to the head.
+    SNode* LinkBefore(void* pBlock, SNode* pBefore, unsigned int uIndex)
+    {
+        SNode* const pPrevious = pBefore->GetPrevious();
+        SNode* const pNode = ::new (pBlock) SNode(pPrevious, pBefore);
+        (pPrevious != nullptr ? pPrevious->pFollowing : m_pHead) = pNode;
+        pBefore->SetPrevious(pNode);
+        ++m_uSize;
+        m_uCachedIndex = uIndex != ms_uUNKNOWN ? uIndex : 0;
+        m_pCachedNode = uIndex != ms_uUNKNOWN ? pNode : m_pHead;
+        return pNode;
+    }
+    static constexpr unsigned int ms_uUNKNOWN = 0xFFFFFFFF;
 
     /// Element access for the shared algorithms. It has a position of its own to walk from, and leaves the cache alone.
     class CElementAccess
@@ -321,38 +339,116 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 ///            back into the list that it came from).
 /// Derived    A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
-class QV_EXPORT CList : public orvel_internal::CTypedSequence<T, CListBase, orvel_internal::CTypedNodes<T, CListBase>>
+class QV_EXPORT CList
+    : public orvel_internal::CTypedSequence<T, CListBase, CList<T>, orvel_internal::CTypedNodes<T, CListBase>>
 {
-    using Sequence = orvel_internal::CTypedSequence<T, CListBase, orvel_internal::CTypedNodes<T, CListBase>>;
+    using Sequence = orvel_internal::CTypedSequence<T, CListBase, CList, orvel_internal::CTypedNodes<T, CListBase>>;
+    using CListBase::m_nodeAllocator;
     friend class orvel_internal::CExactClass;
+    friend Sequence;
 
 public:
     using typename Sequence::const_handle;
+    using typename Sequence::const_iterator;
     using typename Sequence::handle;
+    using typename Sequence::iterator;
+    using typename Sequence::value_type;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
 
-    explicit CList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
+    template <typename Element = T>
+    CList() : CList(static_cast<IAllocator*>(nullptr))
+    {
+    }
+    explicit CList(IAllocator* pAllocator) : Sequence(pAllocator) {}
     explicit CList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
-    CList(const CList& rSrc) : Sequence(rSrc.m_nodeAllocator) { CListBase::operator=(rSrc); }
+    CList(const CList& rSrc) : Sequence(rSrc.m_nodeAllocator)
+    {
+        orvel_internal::RequireCopyable<T>();
+        CListBase::operator=(rSrc);
+    }
     CList(CList&& rSrc) noexcept : Sequence(rSrc.m_nodeAllocator) { CListBase::ExchangeContents(rSrc); }
     CList& operator=(const CList& rSrc) = default;
     /// The two lists exchange everything.
     CList& operator=(CList&& rSrc) = default;
+    /// The values in braces, all of one type; what lies between two iterators. They throw std::bad_alloc where memory
+    /// runs out, and so does an assignment, which then changes nothing, also where the capacity is locked.
+    template <typename Value = T, std::enable_if_t<orvel_internal::g_bARE_ELEMENTS<T, Value, CList>, int> = 0>
+    CList(std::initializer_list<Value> values, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(values.begin(), values.end());
+    }
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
+    CList(Iterator first, Iterator last, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(first, last);
+    }
+    CList& operator=(std::initializer_list<T> elements)
+    {
+        Sequence::AssignList(elements);
+        return *this;
+    }
 
+    using Sequence::Append;
     QvResult Append(const T& rElement)
     {
-        if (!CListBase::m_nodeAllocator.HasFree() || !orvel_internal::CExactClass::IsOf(*this))
-        {
-            return Sequence::Append(rElement);
-        }
+        orvel_internal::RequireCopyable<T>();
+        if (!m_nodeAllocator.HasFree() || !IsExact()) return Sequence::Append(rElement);
         // The same as Insert(), without its calls.
-        void* const pBlock = CListBase::m_nodeAllocator.Pop();
+        void* const pBlock = m_nodeAllocator.Pop();
         ::new (CListBase::ElementIn(pBlock)) T(rElement);
         CListBase::LinkLast(pBlock);
         return QV_RES_OK;
     }
+    void push_back(const T& rElement) { orvel_internal::ThrowUnlessSucceeded(Append(rElement)); }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
+    {
+        orvel_internal::ThrowUnlessSucceeded(InsertMoved(CListBase::GetEndIndex(), rElement));
+    }
+    template <typename... Arguments>
+    T& emplace_back(Arguments&&... arguments)
+    {
+        const unsigned int uIndex = CListBase::GetEndIndex();
+        handle element;
+        orvel_internal::ThrowUnlessSucceeded(
+            EmplaceBefore(nullptr, uIndex, element, std::forward<Arguments>(arguments)...));
+        return *element;
+    }
+    template <typename... Arguments>
+    handle Emplace(unsigned int uIndex, Arguments&&... arguments)
+    {
+        handle element;
+        EmplaceAt(uIndex, element, std::forward<Arguments>(arguments)...);
+        return element;
+    }
+
+    iterator insert(const_iterator position, const T& rElement)
+    {
+        orvel_internal::RequireCopyable<T>();
+        return InsertBefore(position, rElement);
+    }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value, iterator> insert(const_iterator position, T&& rElement)
+    {
+        return InsertBefore(position, std::move(rElement));
+    }
+    iterator erase(const_iterator position)
+    {
+        const CListBase::SPtr ptr = position;
+        iterator next(this, CListBase::GetNext(ptr));
+        CListBase::Erase(ptr);
+        return next;
+    }
+    iterator erase(const_iterator first, const_iterator last)
+    {
+        while (first != last) first = erase(first);
+        return iterator(this, last);
+    }
+
     void EraseAll()
     {
-        const bool bDrop = std::is_trivially_destructible<T>::value && orvel_internal::CExactClass::IsOf(*this);
+        const bool bDrop = std::is_trivially_destructible<T>::value && IsExact();
         if (bDrop) CListBase::DropAll();
         else CListBase::EraseAll();
     }
@@ -363,11 +459,120 @@ public:
     handle Find(unsigned int uIndex) { return handle(CListBase::Find(uIndex)); }
     const_handle Find(unsigned int uIndex) const { return const_handle(CListBase::Find(uIndex)); }
 
+    /// As in CListBase. Between different sources of memory elements are moved where their moves cannot throw; those
+    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
+    QvResult Merge(unsigned int uIndex, CList& rSrc)
+    {
+        return Receive(rSrc, [&](CListBase& rDest) { return rDest.Merge(uIndex, rSrc); });
+    }
+    QvResult Split(unsigned int uIndex, CList& rDest)
+    {
+        return rDest.Receive(*this, [&](CListBase& rTo) { return CListBase::Split(uIndex, rTo); });
+    }
+
 private:
+    /// A list in whose place an operation of CListBase works: it has the contents meanwhile, and moves elements where
+    /// CListBase copies what it then destroys.
+    class CMovingList : public CListBase
+    {
+    public:
+        explicit CMovingList(CList& rOwner) : CListBase(sizeof(T), rOwner.m_nodeAllocator), m_rOwner(rOwner)
+        {
+            CListBase::ExchangeContents(m_rOwner);
+        }
+        ~CMovingList() override { CListBase::ExchangeContents(m_rOwner); }
+
+        void ConstructFrom(void* pElement, const void* pSource) override
+        {
+            orvel_internal::BringElement(pElement, *static_cast<T*>(const_cast<void*>(pSource)));
+        }
+        void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+    private:
+        CList& m_rOwner;
+    };
+
     template <typename NoMembers,
               typename = std::enable_if_t<std::is_same<NoMembers, orvel_internal::SNoMembers>::value>>
     explicit CList(NoMembers noMembers) : Sequence(noMembers)
     {
+    }
+
+    bool IsExact() const { return orvel_internal::CExactClass::IsOf(*this); }
+
+    /// Runs an operation that brings elements of rSrc here.
+    template <typename Operation>
+    QvResult Receive(const CList& rSrc, Operation operation)
+    {
+        const bool bRelinks = m_nodeAllocator == rSrc.m_nodeAllocator;
+        if constexpr (!orvel_internal::g_bCAN_CHANGE_PLACE<T>)
+        {
+            if (!bRelinks) return QV_RES_INVALID_ARGUMENT;
+        }
+        else if constexpr (orvel_internal::g_bMOVES<T>)
+        {
+            if (!bRelinks && IsExact())
+            {
+                CMovingList moving(*this);
+                return operation(moving);
+            }
+        }
+        return operation(*this);
+    }
+
+    template <typename... Arguments>
+    QvResult EmplaceAt(unsigned int uIndex, handle& rElement, Arguments&&... arguments)
+    {
+        const unsigned int uSize = CListBase::GetEndIndex();
+        if (uIndex > uSize) return QV_RES_INVALID_ARGUMENT;
+        CListBase::SNode* const pBefore = uIndex < uSize ? CListBase::Find(uIndex).pNode : nullptr;
+        return EmplaceBefore(pBefore, uIndex, rElement, std::forward<Arguments>(arguments)...);
+    }
+    /// Null stands for the end. The index of pBefore may be unknown.
+    template <typename... Arguments>
+    QvResult EmplaceBefore(CListBase::SNode* pBefore, unsigned int uIndex, handle& rElement, Arguments&&... arguments)
+    {
+        if constexpr (orvel_internal::g_bCAN_CHANGE_PLACE<T>)
+        {
+            if (!IsExact())
+            {
+                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                return InsertByCalls(pBefore, uIndex, rElement, element);
+            }
+        }
+        const QvResult res = orvel_internal::GrowCapacity(*this, size_t{CListBase::m_uSize} + 1);
+        if (res < 0) return res;
+        orvel_internal::CBlockGuard block(m_nodeAllocator, m_nodeAllocator.Pop());
+        orvel_internal::MakeElement<T>(CListBase::ElementIn(block.Get()), std::forward<Arguments>(arguments)...);
+        rElement = handle(pBefore != nullptr ? CListBase::LinkBefore(block.Keep(), pBefore, uIndex)
+                                             : CListBase::LinkLast(block.Keep()));
+        return res;
+    }
+    /// The element operations of a derived class make the element.
+    QvResult InsertByCalls(CListBase::SNode* pBefore, unsigned int uIndex, handle& rElement, const T& rSrc)
+    {
+        if (uIndex == CListBase::ms_uUNKNOWN)
+        {
+            uIndex = 0;
+            for (CListBase::SPtr ptr = CListBase::GetFirst(); ptr != pBefore; ptr = CListBase::GetNext(ptr)) ++uIndex;
+        }
+        const QvResult res = CListBase::Insert(uIndex, 1, __builtin_addressof(rSrc));
+        if (res >= 0) rElement = handle(CListBase::Find(uIndex));
+        return res;
+    }
+    QvResult InsertMoved(unsigned int uIndex, T& rElement)
+    {
+        if (!IsExact()) return CListBase::Insert(uIndex, 1, __builtin_addressof(rElement));
+        handle element;
+        return EmplaceAt(uIndex, element, std::move(rElement));
+    }
+    template <typename Argument>
+    iterator InsertBefore(const_iterator position, Argument&& rElement)
+    {
+        handle element;
+        orvel_internal::ThrowUnlessSucceeded(EmplaceBefore(CListBase::SPtr(position).pNode, CListBase::ms_uUNKNOWN,
+                                                           element, std::forward<Argument>(rElement)));
+        return iterator(this, element);
     }
 };
 

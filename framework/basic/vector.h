@@ -3,14 +3,18 @@
 #include <stddef.h>
 #include <string.h>
 
+#include <initializer_list>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/is_within.h"
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
@@ -228,44 +232,280 @@ class CVector;
 
 namespace orvel_internal
 {
-/// Helpers of CVector. They are not its members, since the library's own instances would export them.
-class CVectorFront
+/// A vector in whose place an operation of CVectorBase works: it moves elements where CVectorBase copies what it then
+/// destroys. It has the contents of the vector meanwhile; to it, as to no other, nothing but the operation has access.
+template <typename T>
+class CMovingVector
 {
 public:
+    /// The uCopied elements at pCopied are copied all the same: they stay where they are.
+    CMovingVector(CVectorBase& rOwner, void* pvScratch, const T* pCopied, size_t uCopied)
+        : m_rOwner(rOwner), m_standIn(pvScratch, pCopied, uCopied)
+    {
+        m_standIn.Exchange(m_rOwner);
+    }
+    CMovingVector(const CMovingVector&) = delete;
+    CMovingVector& operator=(const CMovingVector&) = delete;
+    ~CMovingVector() { m_standIn.Exchange(m_rOwner); }
+
+    auto& Get() { return m_standIn; }
+
+private:
+    class CStandIn : public CVectorBase
+    {
+    public:
+        CStandIn(void* pvScratch, const T* pCopied, size_t uCopied)
+            : CVectorBase(0, SNoMembers()), m_pCopied(pCopied), m_uCopiedBytes(uCopied * sizeof(T))
+        {
+            m_pAllocator = nullptr;
+            m_uCapacity = m_uLockCapacity = m_uSize = 0;
+            m_uElementSize = sizeof(T);
+            m_bConstruct = true;
+            m_pvScratch = pvScratch;
+            m_pvStorage = nullptr;
+        }
+        void Exchange(CVectorBase& rOwner) { ExchangeContents(rOwner); }
+        template <typename Compare>
+        void SortAsBase(const Compare& rCompare)
+        {
+            CVectorBase::SortElements(rCompare);
+        }
+
+        void Construct(void* pElement) override
+        {
+            if constexpr (std::is_default_constructible<T>::value) ::new (pElement) T;
+            else static_cast<void>(pElement);
+        }
+        void ConstructFrom(void* pElement, const void* pSource) override
+        {
+            T& rSource = *static_cast<T*>(const_cast<void*>(pSource));
+            if constexpr (SIsCopyable<T>::value)
+            {
+                // What is to be copied waits in the scratch element where it would move itself.
+                const bool bStays =
+                    IsWithin(pSource, m_pCopied, m_uCopiedBytes) || (m_uCopiedBytes != 0 && pSource == m_pvScratch);
+                if (bStays)
+                {
+                    ::new (pElement) T(static_cast<const T&>(rSource));
+                    return;
+                }
+            }
+            BringElement(pElement, rSource);
+        }
+        void Destruct(void* pElement) override { static_cast<T*>(pElement)->~T(); }
+
+    private:
+        const T* m_pCopied;
+        size_t m_uCopiedBytes;
+    };
+
+    CVectorBase& m_rOwner;
+    // Never destroyed: it owns nothing, not even its scratch element.
+    union
+    {
+        CStandIn m_standIn;
+    };
+};
+
+/// CVectorBase in the knowledge of the type: plain elements move as bytes, all in one call, and others by their moves.
+/// The operations of CTypedSequence come here; what CVector<T> adds to those that it overrides stands here as well,
+/// since the library's own instances would export its members.
+template <typename T>
+class CVectorOf : public CVectorBase
+{
+protected:
+    template <typename... Arguments>
+    explicit CVectorOf(Arguments&&... arguments) : CVectorBase(std::forward<Arguments>(arguments)...)
+    {
+    }
+    CVectorOf(const CVectorOf&) = delete;
+    CVectorOf& operator=(const CVectorOf& rSrc)
+    {
+        if (this != &rSrc) Run([&](auto& rVector) { rVector.CVectorBase::operator=(rSrc); }, rSrc.data(), rSrc.m_uSize);
+        return *this;
+    }
+
+public:
+    T* data() { return static_cast<T*>(m_pvStorage); }
+    const T* data() const { return static_cast<const T*>(m_pvStorage); }
+
+    /// Append() with room for as many elements more where it has to grow. Throws std::bad_alloc where it cannot.
+    void push_back(const T& rElement)
+    {
+        RequireCopyable<T>();
+        const unsigned int uSize = m_uSize;
+        if (uSize == m_uCapacity || !MakesElements()) return AppendDoubling<Argument<T>>(rElement);
+        ::new (static_cast<void*>(data() + uSize)) T(rElement);
+        m_uSize = uSize + 1;
+    }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
+    {
+        const unsigned int uSize = m_uSize;
+        if (uSize == m_uCapacity || !MakesElements()) return AppendDoubling<T&&>(std::move(rElement));
+        BringElement(data() + uSize, rElement);
+        m_uSize = uSize + 1;
+    }
+    template <typename... Arguments>
+    T& emplace_back(Arguments&&... arguments)
+    {
+        const unsigned int uSize = m_uSize;
+        if (uSize == m_uCapacity || !MakesElements())
+        {
+            AppendDoubling<T&&>(ElementOf<T>(std::forward<Arguments>(arguments)...));
+            return data()[m_uSize - 1];
+        }
+        T* const pElement = MakeElement<T>(data() + uSize, std::forward<Arguments>(arguments)...);
+        m_uSize = uSize + 1;
+        return *pElement;
+    }
+    void pop_back()
+    {
+        if (!MakesElements()) return Erase(m_uSize - 1);
+        data()[m_uSize - 1].~T();
+        --m_uSize;
+    }
+
+    template <typename... Arguments>
+    T* Emplace(unsigned int uIndex, Arguments&&... arguments)
+    {
+        if (uIndex > m_uSize) return nullptr;
+        if (uIndex == m_uSize && m_uSize < m_uCapacity && MakesElements())
+        {
+            return __builtin_addressof(emplace_back(std::forward<Arguments>(arguments)...));
+        }
+        // Made before anything moves: the arguments may refer to elements.
+        T element = ElementOf<T>(std::forward<Arguments>(arguments)...);
+        return InsertMoved(uIndex, element) >= 0 ? data() + uIndex : nullptr;
+    }
+    QvResult InsertMoved(unsigned int uIndex, T& rElement)
+    {
+        if (uIndex > m_uSize) return QV_RES_INVALID_ARGUMENT;
+        if (!MakesElements()) return CVectorBase::Insert(uIndex, 1, __builtin_addressof(rElement));
+        T* pElement = __builtin_addressof(rElement);
+        const QvResult res = GrowKeeping(pElement, [&] { return GrowCapacity(*this, size_t{m_uSize} + 1); });
+        if (res >= 0) OpenAndMove(uIndex, *pElement);
+        return res;
+    }
+
+    T* insert(const T* pPosition, const T& rElement)
+    {
+        RequireCopyable<T>();
+        const unsigned int uIndex = static_cast<unsigned int>(pPosition - data());
+        const T* pElement = __builtin_addressof(rElement);
+        ThrowUnlessSucceeded(GrowKeeping(pElement, [&] { return DoubleCapacity(*this, sizeof(T)); }));
+        Insert(uIndex, 1, pElement);
+        return data() + uIndex;
+    }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value, T*> insert(const T* pPosition, T&& rElement)
+    {
+        const unsigned int uIndex = static_cast<unsigned int>(pPosition - data());
+        T* pElement = __builtin_addressof(rElement);
+        ThrowUnlessSucceeded(GrowKeeping(pElement, [&] { return DoubleCapacity(*this, sizeof(T)); }));
+        InsertMoved(uIndex, *pElement);
+        return data() + uIndex;
+    }
+    T* erase(const T* pFirst, const T* pLast)
+    {
+        const unsigned int uIndex = static_cast<unsigned int>(pFirst - data());
+        Erase(uIndex, static_cast<unsigned int>(pLast - pFirst));
+        return data() + uIndex;
+    }
+    T* erase(const T* pPosition) { return erase(pPosition, pPosition + 1); }
+
+    QvResult ReserveCapacity(unsigned int uCapacity)
+    {
+        return Run([&](auto& rVector) { return rVector.CVectorBase::ReserveCapacity(uCapacity); });
+    }
+    QvResult ReduceCapacity(unsigned int uCapacity)
+    {
+        return Run([&](auto& rVector) { return rVector.CVectorBase::ReduceCapacity(uCapacity); });
+    }
+    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
+    {
+        // Plain elements without a source are made by Construct(): bytes would be zeroed.
+        const bool bMade = std::is_trivially_copyable<T>::value && pElement == nullptr;
+        if (bMade) return CVectorBase::Insert(uIndex, uCount, nullptr);
+        return Run([&](auto& rVector) { return rVector.CVectorBase::Insert(uIndex, uCount, pElement); },
+                   static_cast<const T*>(pElement), pElement != nullptr);
+    }
+    QvResult Insert(unsigned int uIndex, const CVectorOf& rSrc)
+    {
+        if (&rSrc == this) return CVectorBase::Insert(uIndex, rSrc);
+        return Run([&](auto& rVector) { return rVector.CVectorBase::Insert(uIndex, rSrc); }, rSrc.data(), rSrc.m_uSize);
+    }
+    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+    {
+        return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
+    }
+    void* Allocate(unsigned int uIndex)
+    {
+        return Run([&](auto& rVector) { return rVector.CVectorBase::Allocate(uIndex); });
+    }
+    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement)
+    {
+        return Run([&](auto& rVector)
+                   { return rVector.CVectorBase::AllocateSorted(pKey, pfnCompare, uParam, ppElement); });
+    }
+    void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
+    void Erase(unsigned int uIndex, unsigned int uCount)
+    {
+        Run([&](auto& rVector) { rVector.CVectorBase::Erase(uIndex, uCount); });
+    }
+    // What one vector destroys and the other makes: both must leave it to their type.
+    QvResult Merge(unsigned int uIndex, CVectorOf& rSrc)
+    {
+        if (&rSrc == this || !rSrc.IsExact()) return CVectorBase::Merge(uIndex, rSrc);
+        return Run([&](auto& rVector) { return rVector.CVectorBase::Merge(uIndex, rSrc); });
+    }
+    QvResult Split(unsigned int uIndex, CVectorOf& rDest)
+    {
+        if (&rDest == this || !IsExact()) return CVectorBase::Split(uIndex, rDest);
+        return rDest.Run([&](auto& rVector) { return CVectorBase::Split(uIndex, rVector); });
+    }
+    void Swap(unsigned int uIndex1, unsigned int uIndex2)
+    {
+        Run([&](auto& rVector) { rVector.CVectorBase::Swap(uIndex1, uIndex2); });
+    }
+
+protected:
+    // Small plain elements are passed by value: taking the address of one would force it into memory on the fast path
+    // as well.
+    template <typename Element>
+    using Argument =
+        std::conditional_t<std::is_trivially_copyable<Element>::value && sizeof(Element) <= 2 * sizeof(void*), Element,
+                           const Element&>;
+
+    bool IsExact() const { return CExactClass::IsAt<CVector<T>>(this); }
     /// Whether treating the elements as bytes makes no visible difference.
-    template <typename T>
-    static bool HoldsPlainElements(const CVector<T>& rVector)
+    bool HoldsPlainElements() const { return std::is_trivially_copyable<T>::value && IsExact(); }
+
+    template <typename Compare>
+    void SortElements(const Compare& rCompare)
     {
-        return std::is_trivially_copyable<T>::value && CExactClass::IsOf(rVector);
+        Run([&](auto& rVector) { rVector.SortAsBase(rCompare); });
     }
 
-    /// Runs an operation of the base. Plain elements are treated as bytes meanwhile: one memcpy() moves all of them.
-    template <typename T, typename Operation>
-    static auto Run(CVector<T>& rVector, Operation operation)
+    /// Appends exactly when the capacity may have to grow, or a derived class makes the elements.
+    template <typename Appended>
+    QV_HIDDEN __attribute__((noinline)) QvResult AppendGrowing(Appended element)
     {
-        const CElementsAsBytes scope(rVector.m_bConstruct, HoldsPlainElements(rVector));
-        return operation();
-    }
-
-    /// Appends when the capacity may have to grow, or a derived class makes the elements.
-    template <typename T, typename Argument>
-    QV_HIDDEN __attribute__((noinline)) static QvResult AppendGrowing(CVector<T>& rVector, Argument element)
-    {
-        const unsigned int uSize = rVector.m_uSize;
-        if constexpr (!std::is_reference<Argument>::value)
+        if constexpr (!std::is_reference<Appended>::value)
         {
             // An argument passed by value is not in the storage that growing releases, so it can be appended
             // afterwards.
-            if (HoldsPlainElements(rVector) && uSize + 1 != 0)
+            const unsigned int uSize = m_uSize;
+            if (HoldsPlainElements() && uSize + 1 != 0)
             {
-                const QvResult res = rVector.ReserveCapacity(uSize + 1);
+                const QvResult res = ReserveCapacity(uSize + 1);
                 if (res < 0) return res;
-                ::new (static_cast<void*>(rVector.begin() + uSize)) T(element);
-                rVector.m_uSize = uSize + 1;
+                ::new (static_cast<void*>(data() + uSize)) T(element);
+                m_uSize = uSize + 1;
                 return res;
             }
         }
-        return rVector.Insert(uSize, 1, element);
+        return Insert(m_uSize, 1, __builtin_addressof(element));
     }
 
 private:
@@ -284,6 +524,75 @@ private:
         bool& m_rbConstruct;
         const bool m_bConstruct;
     };
+
+    /// Runs an operation of the base, which copies the uCopied elements at pCopied and moves all others.
+    template <typename Operation>
+    auto Run(Operation operation, const T* pCopied = nullptr, size_t uCopied = 0)
+    {
+        static_assert(g_bCAN_CHANGE_PLACE<T>,
+                      "the elements of a vector move when it grows: what can be neither copied nor moved goes into a "
+                      "CList or a CVList");
+        if constexpr (std::is_trivially_copyable<T>::value)
+        {
+            const CElementsAsBytes scope(m_bConstruct, IsExact());
+            return operation(*this);
+        }
+        else if constexpr (g_bMOVES<T>)
+        {
+            if (!IsExact()) return operation(*this);
+            CMovingVector<T> moving(*this, m_pvScratch, pCopied, uCopied);
+            return operation(moving.Get());
+        }
+        else return operation(*this);
+    }
+    template <typename Compare>
+    void SortAsBase(const Compare& rCompare)
+    {
+        CVectorBase::SortElements(rCompare);
+    }
+
+    /// Whether elements are made here, not by a derived class and not as bytes.
+    bool MakesElements() const { return (std::is_trivially_copyable<T>::value || m_bConstruct) && IsExact(); }
+
+    /// Appended is T, const T& or T&&.
+    template <typename Appended>
+    QV_HIDDEN __attribute__((noinline)) void AppendDoubling(Appended element)
+    {
+        auto* pElement = __builtin_addressof(element);
+        ThrowUnlessSucceeded(GrowKeeping(pElement, [&] { return DoubleCapacity(*this, sizeof(T)); }));
+        if (!MakesElements()) return ThrowUnlessSucceeded(CVectorBase::Insert(m_uSize, 1, pElement));
+        if constexpr (std::is_const<std::remove_pointer_t<decltype(pElement)>>::value)
+            ::new (static_cast<void*>(data() + m_uSize)) T(*pElement);
+        else BringElement(data() + m_uSize, *pElement);
+        ++m_uSize;
+    }
+
+    /// Grows; rpElement may be one of the elements and follows it to its new place.
+    template <typename Element, typename Grow>
+    QvResult GrowKeeping(Element*& rpElement, Grow grow)
+    {
+        const bool bOwn = IsWithin(rpElement, m_pvStorage, m_uSize * sizeof(T));
+        const ptrdiff_t nIndex = bOwn ? rpElement - data() : 0;
+        const QvResult res = grow();
+        if (bOwn) rpElement = data() + nIndex;
+        return res;
+    }
+
+    /// Moves an element, which may be one of these, in front of uIndex. There is room for it.
+    void OpenAndMove(unsigned int uIndex, T& rElement)
+    {
+        if (uIndex == m_uSize)
+        {
+            BringElement(data() + m_uSize, rElement);
+            ++m_uSize;
+            return;
+        }
+        alignas(T) unsigned char auHeld[sizeof(T)];
+        BringElement(auHeld, rElement);
+        T& rHeld = *std::launder(reinterpret_cast<T*>(auHeld));
+        BringElement(Allocate(uIndex), rHeld);
+        rHeld.~T();
+    }
 };
 }  // namespace orvel_internal
 
@@ -300,24 +609,32 @@ private:
 /// Derived    A class derived from CVector<T> may override the element operations: every operation then calls them, one
 ///            by one as CVectorBase does.
 template <typename T>
-class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, CVectorBase>
+class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, orvel_internal::CVectorOf<T>, CVector<T>>
 {
-    using Sequence = orvel_internal::CTypedSequence<T, CVectorBase>;
+    using Vector = orvel_internal::CVectorOf<T>;
+    using Sequence = orvel_internal::CTypedSequence<T, Vector, CVector>;
     using CVectorBase::m_bConstruct;
     using CVectorBase::m_pAllocator;
     using CVectorBase::m_pvStorage;
     using CVectorBase::m_uCapacity;
     using CVectorBase::m_uLockCapacity;
     using CVectorBase::m_uSize;
-    friend class orvel_internal::CVectorFront;
     friend class orvel_internal::CExactClass;
+    friend class CVListBase;
+    friend Sequence;
 
 public:
     using value_type = T;
     using iterator = T*;
     using const_iterator = const T*;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
 
-    explicit CVector(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
+    template <typename Element = T>
+    CVector() : CVector(static_cast<IAllocator*>(nullptr))
+    {
+    }
+    explicit CVector(IAllocator* pAllocator) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
     CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
     ~CVector() override { EraseAll(); }
@@ -329,7 +646,8 @@ public:
     }
     CVector& operator=(const CVector& rSrc)
     {
-        Front::Run(*this, [&] { CVectorBase::operator=(rSrc); });
+        orvel_internal::RequireCopyable<T>();
+        Vector::operator=(rSrc);
         return *this;
     }
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
@@ -337,6 +655,24 @@ public:
     CVector& operator=(CVector&& rSrc) noexcept
     {
         CVectorBase::ExchangeContents(rSrc);
+        return *this;
+    }
+    /// The values in braces, all of one type; what lies between two iterators. They throw std::bad_alloc where memory
+    /// runs out, and so does an assignment, which then changes nothing, also where the capacity is locked.
+    template <typename Value = T, std::enable_if_t<orvel_internal::g_bARE_ELEMENTS<T, Value, CVector>, int> = 0>
+    CVector(std::initializer_list<Value> values, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(values.begin(), values.end());
+    }
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
+    CVector(Iterator first, Iterator last, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(first, last);
+    }
+    template <typename Element = T>
+    CVector& operator=(std::initializer_list<T> elements)
+    {
+        Sequence::AssignList(elements);
         return *this;
     }
 
@@ -358,28 +694,25 @@ public:
     T* end() { return begin() + m_uSize; }
     const T* begin() const { return static_cast<const T*>(m_pvStorage); }
     const T* end() const { return begin() + m_uSize; }
+    using Vector::data;
 
     /// As in CVectorBase.
-    QvResult ReserveCapacity(unsigned int uCapacity)
-    {
-        return Front::Run(*this, [&] { return CVectorBase::ReserveCapacity(uCapacity); });
-    }
-    QvResult ReduceCapacity(unsigned int uCapacity)
-    {
-        return Front::Run(*this, [&] { return CVectorBase::ReduceCapacity(uCapacity); });
-    }
+    QvResult ReserveCapacity(unsigned int uCapacity) { return Sequence::ReserveCapacity(uCapacity); }
+    QvResult ReduceCapacity(unsigned int uCapacity) { return Sequence::ReduceCapacity(uCapacity); }
     using Sequence::Insert;
     QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
-        return Front::Run(*this, [&] { return CVectorBase::Insert(uIndex, uCount, __builtin_addressof(rElement)); });
+        return Sequence::Insert(uIndex, uCount, rElement);
     }
+    using Sequence::Append;
     QvResult Append(const T& rElement)
     {
+        orvel_internal::RequireCopyable<T>();
         const unsigned int uSize = m_uSize;  // read once: the compiler must assume that the store below changes it
         if (uSize == m_uCapacity || !orvel_internal::CExactClass::IsOf(*this))
         {
-            return Front::template AppendGrowing<T, Argument>(*this, rElement);
+            return Vector::template AppendGrowing<typename Vector::template Argument<T>>(rElement);
         }
         // The same as ConstructFrom(), without the call.
         void* const pvSlot = begin() + uSize;
@@ -388,17 +721,21 @@ public:
         m_uSize = uSize + 1;
         return QV_RES_OK;
     }
+    using Vector::Emplace;
+    using Vector::emplace_back;
+    using Vector::pop_back;
+    using Vector::push_back;
+
     void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
-    void Erase(unsigned int uIndex, unsigned int uCount)
-    {
-        Front::Run(*this, [&] { CVectorBase::Erase(uIndex, uCount); });
-    }
+    void Erase(unsigned int uIndex, unsigned int uCount) { Sequence::Erase(uIndex, uCount); }
     void EraseAll()
     {
         // Written so that the path without a call has no jump: filling a vector anew begins here.
-        if (!Front::HoldsPlainElements(*this)) CVectorBase::EraseAll();
+        if (!Vector::HoldsPlainElements()) CVectorBase::EraseAll();
         m_uSize = 0;
     }
+    using Vector::erase;
+    using Vector::insert;
 
     using Sequence::Sort;
     /// Shell sort by a typed comparison, as in CTypedSequence. Trivially copyable elements are moved as bytes.
@@ -415,7 +752,7 @@ public:
                 return;
             }
         }
-        CVectorBase::SortElements(typed);
+        Vector::SortElements(typed);
     }
 
     void Construct(void* pElement) override { Sequence::Construct(pElement); }
@@ -423,18 +760,11 @@ public:
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }
 
 private:
-    using Front = orvel_internal::CVectorFront;
-
     template <typename NoMembers,
               typename = std::enable_if_t<std::is_same<NoMembers, orvel_internal::SNoMembers>::value>>
     explicit CVector(NoMembers noMembers) : Sequence(noMembers)
     {
     }
-
-    // Small plain elements are passed by value: taking the address of one would force it into memory on the fast path
-    // as well.
-    using Argument = typename std::conditional<std::is_trivially_copyable<T>::value && sizeof(T) <= 2 * sizeof(void*),
-                                               T, const T&>::type;
 };
 
 extern template class CVector<void*>;

@@ -2,11 +2,15 @@
 #define FRAMEWORK_BASIC_VECTOR_LIST_H
 #include <stddef.h>
 
+#include <initializer_list>
 #include <type_traits>
+#include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/basic/internal/typed_sequence.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/result.h"
@@ -144,6 +148,11 @@ public:
     virtual void Destruct(void* pElement);
 
 protected:
+    /// For orvel_internal::CExactClass.
+    QV_HIDDEN CVListBase(unsigned int, const orvel_internal::SNoMembers& rNoMembers)
+        : m_elementAllocator(rNoMembers), m_order(rNoMembers)
+    {
+    }
     /// Exchanges everything but the element size with a vector-list of the same element size.
     void ExchangeContents(CVListBase& rOther);
 
@@ -242,23 +251,53 @@ private:
 /// Iterators  Random access; invalid after anything that inserts, erases or changes the capacity. A standard algorithm
 ///            that rearranges elements through them copies elements; Sort() and Swap() do not.
 template <typename T>
-class QV_EXPORT CVList : public orvel_internal::CTypedSequence<T, CVListBase>
+class QV_EXPORT CVList : public orvel_internal::CTypedSequence<T, CVListBase, CVList<T>>
 {
-    using Sequence = orvel_internal::CTypedSequence<T, CVListBase>;
+    using Sequence = orvel_internal::CTypedSequence<T, CVListBase, CVList>;
+    using CVListBase::m_elementAllocator;
     using CVListBase::m_order;
+    friend class orvel_internal::CExactClass;
+    friend Sequence;
 
 public:
     using value_type = T;
     using iterator = orvel_internal::CVListIterator<T>;
     using const_iterator = orvel_internal::CVListIterator<const T>;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
 
-    CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::operator=(rSrc); }
+    CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator)
+    {
+        orvel_internal::RequireCopyable<T>();
+        CVListBase::operator=(rSrc);
+    }
     CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
     CVList& operator=(const CVList& rSrc) = default;
     /// The two vector-lists exchange everything.
     CVList& operator=(CVList&& rSrc) = default;
-    explicit CVList(IAllocator* pAllocator = nullptr) : Sequence(pAllocator) {}
+    template <typename Element = T>
+    CVList() : CVList(static_cast<IAllocator*>(nullptr))
+    {
+    }
+    explicit CVList(IAllocator* pAllocator) : Sequence(pAllocator) {}
     explicit CVList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
+    /// The values in braces, all of one type; what lies between two iterators. They throw std::bad_alloc where memory
+    /// runs out, and so does an assignment, which then changes nothing, also where the capacity is locked.
+    template <typename Value = T, std::enable_if_t<orvel_internal::g_bARE_ELEMENTS<T, Value, CVList>, int> = 0>
+    CVList(std::initializer_list<Value> values, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(values.begin(), values.end());
+    }
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
+    CVList(Iterator first, Iterator last, IAllocator* pAllocator = nullptr) : Sequence(pAllocator)
+    {
+        Sequence::AppendRange(first, last);
+    }
+    CVList& operator=(std::initializer_list<T> elements)
+    {
+        Sequence::AssignList(elements);
+        return *this;
+    }
 
     iterator begin() { return iterator(m_order.begin()); }
     iterator end() { return iterator(m_order.end()); }
@@ -274,6 +313,155 @@ public:
     /// The element at an index that the caller knows to be below the size.
     T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
     const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
+
+    void push_back(const T& rElement)
+    {
+        orvel_internal::RequireCopyable<T>();
+        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        if (IsExact()) emplace_back(rElement);
+        else orvel_internal::ThrowUnlessSucceeded(Sequence::Append(rElement));
+    }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
+    {
+        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(InsertMoved(m_order.GetSize(), rElement));
+    }
+    template <typename... Arguments>
+    T& emplace_back(Arguments&&... arguments)
+    {
+        T* pElement = nullptr;
+        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(
+            EmplaceAt(m_order.GetSize(), pElement, std::forward<Arguments>(arguments)...));
+        return *pElement;
+    }
+    template <typename... Arguments>
+    T* Emplace(unsigned int uIndex, Arguments&&... arguments)
+    {
+        T* pElement = nullptr;
+        EmplaceAt(uIndex, pElement, std::forward<Arguments>(arguments)...);
+        return pElement;
+    }
+
+    iterator insert(const_iterator position, const T& rElement)
+    {
+        orvel_internal::RequireCopyable<T>();
+        const unsigned int uIndex = IndexOf(position);
+        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(Sequence::Insert(uIndex, 1, rElement));
+        return begin() + uIndex;
+    }
+    template <typename Movable = T>
+    std::enable_if_t<!std::is_scalar<Movable>::value, iterator> insert(const_iterator position, T&& rElement)
+    {
+        const unsigned int uIndex = IndexOf(position);
+        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(InsertMoved(uIndex, rElement));
+        return begin() + uIndex;
+    }
+    iterator erase(const_iterator first, const_iterator last)
+    {
+        const unsigned int uIndex = IndexOf(first);
+        CVListBase::Erase(uIndex, static_cast<unsigned int>(last - first));
+        return begin() + uIndex;
+    }
+    iterator erase(const_iterator position) { return erase(position, position + 1); }
+
+    /// As in CVListBase. Between different sources of memory elements are moved where their moves cannot throw; those
+    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
+    QvResult Merge(unsigned int uIndex, CVList& rSrc)
+    {
+        const unsigned int uCount = rSrc.GetSize();
+        if (!MustChangePlaces(rSrc) || uIndex > m_order.GetSize()) return CVListBase::Merge(uIndex, rSrc);
+        if (!orvel_internal::g_bCAN_CHANGE_PLACE<T>) return QV_RES_INVALID_ARGUMENT;
+        const QvResult res = orvel_internal::GrowCapacity(*this, size_t{m_order.GetSize()} + uCount);
+        if (res < 0) return res;
+        if (!m_elementAllocator.Reserve(uCount)) return QV_RES_OUT_OF_MEMORY;
+        BringElements(uIndex, rSrc, 0);
+        return res;
+    }
+    QvResult Split(unsigned int uIndex, CVList& rDest)
+    {
+        if (!rDest.MustChangePlaces(*this) || uIndex >= m_order.GetSize()) return CVListBase::Split(uIndex, rDest);
+        if (!orvel_internal::g_bCAN_CHANGE_PLACE<T>) return QV_RES_INVALID_ARGUMENT;
+        const unsigned int uCount = m_order.GetSize() - uIndex;
+        const QvResult res = orvel_internal::GrowCapacity(rDest, uCount);
+        if (res < 0) return res;
+        // The blocks of the elements that go are used again.
+        const unsigned int uFreed = rDest.GetSize();
+        if (uCount > uFreed && !rDest.m_elementAllocator.Reserve(uCount - uFreed)) return QV_RES_OUT_OF_MEMORY;
+        rDest.EraseAll();
+        rDest.BringElements(0, *this, uIndex);
+        return res;
+    }
+
+private:
+    template <typename NoMembers,
+              typename = std::enable_if_t<std::is_same<NoMembers, orvel_internal::SNoMembers>::value>>
+    explicit CVList(NoMembers noMembers) : Sequence(noMembers)
+    {
+    }
+
+    bool IsExact() const { return orvel_internal::CExactClass::IsOf(*this); }
+    QvResult DoubleOrder() { return orvel_internal::DoubleCapacity(m_order, sizeof(void*)); }
+    unsigned int IndexOf(const_iterator position) const { return static_cast<unsigned int>(position - begin()); }
+
+    /// Whether elements that come from rSrc leave their blocks, and not as copies that the element operations make.
+    bool MustChangePlaces(const CVList& rSrc) const
+    {
+        if (&rSrc == this || m_elementAllocator == rSrc.m_elementAllocator) return false;
+        return !orvel_internal::g_bCAN_CHANGE_PLACE<T> || (orvel_internal::g_bMOVES<T> && IsExact());
+    }
+    /// Moves the elements of rSrc from uSrcIndex on in front of uIndex. Room in the order and blocks are there.
+    void BringElements(unsigned int uIndex, CVList& rSrc, unsigned int uSrcIndex)
+    {
+        if constexpr (orvel_internal::g_bCAN_CHANGE_PLACE<T>)
+        {
+            const unsigned int uCount = rSrc.GetSize() - uSrcIndex;
+            m_order.Insert(uIndex, uCount, nullptr);
+            for (unsigned int u = 0; u < uCount; ++u)
+            {
+                void* const pFrom = rSrc.m_order[uSrcIndex + u];
+                void* const pBlock = m_elementAllocator.Pop();
+                orvel_internal::BringElement(pBlock, *static_cast<T*>(pFrom));
+                m_order[uIndex + u] = pBlock;
+                rSrc.Destruct(pFrom);
+                rSrc.m_elementAllocator.Push(pFrom);
+            }
+            rSrc.m_order.Erase(uSrcIndex, uCount);
+        }
+    }
+
+    template <typename... Arguments>
+    QvResult EmplaceAt(unsigned int uIndex, T*& rpElement, Arguments&&... arguments)
+    {
+        if (uIndex > m_order.GetSize()) return QV_RES_INVALID_ARGUMENT;
+        if constexpr (orvel_internal::g_bCAN_CHANGE_PLACE<T>)
+        {
+            if (!IsExact())
+            {
+                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                const QvResult res = CVListBase::Insert(uIndex, 1, __builtin_addressof(element));
+                if (res >= 0) rpElement = GetAt(uIndex);
+                return res;
+            }
+        }
+        const QvResult res = orvel_internal::GrowCapacity(m_order, size_t{m_order.GetSize()} + 1);
+        if (res < 0) return res;
+        orvel_internal::CBlockGuard block(m_elementAllocator, m_elementAllocator.Pop());
+        if (block.Get() == nullptr) return QV_RES_OUT_OF_MEMORY;
+        rpElement = orvel_internal::MakeElement<T>(block.Get(), std::forward<Arguments>(arguments)...);
+        if (uIndex == m_order.GetSize()) m_order.Append(block.Keep());
+        else m_order.Insert(uIndex, 1, block.Keep());
+        return res;
+    }
+    QvResult InsertMoved(unsigned int uIndex, T& rElement)
+    {
+        if (!IsExact()) return CVListBase::Insert(uIndex, 1, __builtin_addressof(rElement));
+        T* pElement = nullptr;
+        return EmplaceAt(uIndex, pElement, std::move(rElement));
+    }
 };
 
 #endif

@@ -14,8 +14,7 @@ What a fenced block is, its language says:
 Comments right in front of a C++ block, which the reader does not see, say more about it:
 
     <!-- declares -->          it stands at namespace scope, and all statements below may use it
-    <!-- needs: LINES -->      lines in front of its statements, ...
-    <!-- then: LINES -->       ... and behind them
+    <!-- needs: LINES -->      lines in front of its statements
     <!-- input: LINES -->      its standard input
     <!-- ends: `LINE` -->      abort() ends it, after this line on standard error
     <!-- does not compile: WORDS -->   the compiler refuses it, with these words
@@ -26,7 +25,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 LANGUAGES = {"cpp", "text", "sh", "cmake", "console"}
-NOTES = ("declares", "needs", "then", "input", "ends", "does not compile")
+NOTES = ("declares", "needs", "input", "ends", "does not compile")
 DEFAULT_INCLUDES = ["#include <cstdio>", '#include "framework/framework.h"']
 
 
@@ -41,6 +40,10 @@ class Block:
     lines: list
     notes: dict = field(default_factory=dict)
     output: str = ""
+
+    @property
+    def is_run(self):
+        return not {"declares", "does not compile"} & self.notes.keys()
 
     @property
     def is_program(self):
@@ -98,8 +101,8 @@ def blocks_of(page):
             if language == "cpp":
                 last_cpp = block
             elif language == "text":
-                if last_cpp is None or last_cpp.output:
-                    raise PageError(f"{where}: this output belongs to no C++ block")
+                if last_cpp is None or last_cpp.output or not last_cpp.is_run:
+                    raise PageError(f"{where}: this is the output of no C++ block")
                 last_cpp.output = "\n".join(block.lines) + "\n"
             blocks.append(block)
             notes = {}
@@ -122,11 +125,9 @@ def located(page, block, code):
 
 
 def function_of(page, block, name):
-    """The function of a fragment, in a namespace of its own: using-directives and the like stay in there."""
-    parts = [f"QvResult {name}()\n{{\n", block.notes.get("needs", ""), "\n"]
-    parts += [located(page, block, block.body()), block.notes.get("then", "")]
-    parts += ["\nreturn QV_RES_OK;\n}\n"]
-    return "".join(parts)
+    """The function of a fragment."""
+    needs = block.notes.get("needs", "")
+    return f"QvResult {name}()\n{{\n{needs}\n{located(page, block, block.body())}return QV_RES_OK;\n}}\n"
 
 
 def source_of(page):

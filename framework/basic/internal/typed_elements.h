@@ -97,6 +97,47 @@ struct SIsCopyable<T, std::enable_if_t<!std::is_same<T, typename T::value_type>:
 {
 };
 
+/// Whether elements of type T can be brought to another place.
+template <typename T>
+constexpr bool g_bCAN_CHANGE_PLACE = SIsCopyable<T>::value || std::is_move_constructible<T>::value;
+
+/// Whether they are moved there where their bytes alone do not do: as std::move_if_noexcept() decides.
+template <typename T>
+constexpr bool g_bMOVES = std::is_nothrow_move_constructible<T>::value ||
+                          (!SIsCopyable<T>::value && std::is_move_constructible<T>::value);
+
+/// In everything that copies elements.
+template <typename T>
+constexpr void RequireCopyable()
+{
+    static_assert(SIsCopyable<T>::value,
+                  "the elements of this container cannot be copied: move it or them, or make them in place with "
+                  "Emplace()");
+}
+
+/// Makes an element from what its constructor takes, or from the members of an aggregate.
+template <typename T, typename... Arguments>
+T* MakeElement(void* pElement, Arguments&&... arguments)
+{
+    if constexpr (std::is_constructible<T, Arguments...>::value)
+        return ::new (pElement) T(std::forward<Arguments>(arguments)...);
+    else return ::new (pElement) T{std::forward<Arguments>(arguments)...};
+}
+template <typename T, typename... Arguments>
+T ElementOf(Arguments&&... arguments)
+{
+    if constexpr (std::is_constructible<T, Arguments...>::value) return T(std::forward<Arguments>(arguments)...);
+    else return T{std::forward<Arguments>(arguments)...};
+}
+
+/// Brings an element to raw memory, whatever it costs; the source is destroyed next.
+template <typename T>
+void BringElement(void* pElement, T& rSource)
+{
+    if constexpr (std::is_move_constructible<T>::value) ::new (pElement) T(std::move(rSource));
+    else ::new (pElement) T(rSource);
+}
+
 /// Selects the constructors that set no member and acquire nothing. Such an object is never destroyed, and nothing of
 /// it is read but the pointer to its table of virtual functions.
 struct SNoMembers
@@ -112,8 +153,14 @@ public:
     template <typename Exact>
     static bool IsOf(const Exact& rObject)
     {
+        return IsAt<Exact>(__builtin_addressof(rObject));
+    }
+    /// The same of the object at an address.
+    template <typename Exact>
+    static bool IsAt(const void* pObject)
+    {
         const UNeverDestroyed<Exact> sample;
-        return IsLikely(TableOf(rObject) == TableOf(sample.object));
+        return IsLikely(TableAt(pObject) == TableAt(__builtin_addressof(sample.object)));
     }
 
 private:
@@ -127,11 +174,10 @@ private:
     };
 
     // The pointer to the table is the first word of an object, wherever its class was compiled.
-    template <typename Exact>
-    static const void* TableOf(const Exact& rObject)
+    static const void* TableAt(const void* pObject)
     {
         const void* pTable;
-        memcpy(&pTable, static_cast<const void*>(__builtin_addressof(rObject)), sizeof(pTable));
+        memcpy(&pTable, pObject, sizeof(pTable));
         return pTable;
     }
 };
@@ -172,10 +218,6 @@ int StatelessCallback(const void* pFirst, const void* pSecond, unsigned int)
 template <typename T, typename Base>
 class CTypedElements : protected Base
 {
-    static_assert(
-        alignof(T) <= alignof(max_align_t),
-        "the blocks of an IAllocator are aligned as operator new[] does: they cannot hold an over-aligned type");
-
 public:
     ~CTypedElements() override
     {
@@ -216,10 +258,15 @@ protected:
     explicit CTypedElements(Arguments&&... arguments)
         : Base(static_cast<unsigned int>(sizeof(T)), std::forward<Arguments>(arguments)...)
     {
+        // Here and not in the class, where T may still be incomplete: what a T holds of its own kind.
+        static_assert(
+            alignof(T) <= alignof(max_align_t),
+            "the blocks of an IAllocator are aligned as operator new[] does: they cannot hold an over-aligned type");
     }
     CTypedElements(const CTypedElements&) = delete;
     CTypedElements& operator=(const CTypedElements& rSrc)
     {
+        RequireCopyable<T>();
         Base::operator=(rSrc);
         return *this;
     }
@@ -350,119 +397,6 @@ protected:
     {
     }
 };
-
-/// The typed operations of vector, list and vector-list.
-///
-/// Every operation that orders elements has two forms. One takes a typed comparison: anything that is called with
-/// (const T& element, const Key& key) and returns a negative number, 0 or a positive number; left out, it is the order
-/// of `<`. The other takes a callback and its number. Keys may be of any type that the comparison takes.
-template <typename T, typename Base, typename Elements = CTypedElements<T, Base>>
-class CTypedSequence : public Elements
-{
-public:
-    using Base::Erase;
-    using Base::GetEndIndex;
-    using Base::Swap;
-
-    /// The element at an index below the size, else null.
-    T* GetAt(unsigned int uIndex) { return static_cast<T*>(Base::GetAt(uIndex)); }
-    const T* GetAt(unsigned int uIndex) const { return static_cast<const T*>(Base::GetAt(uIndex)); }
-
-    /// As in the base: uCount copies of an element, or elements made by default, or copies of all elements of rSrc.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount)
-    {
-        static_assert(std::is_default_constructible<T>::value,
-                      "elements made without a source need a default constructor");
-        return Base::Insert(uIndex, uCount, nullptr);
-    }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
-    {
-        return Base::Insert(uIndex, uCount, __builtin_addressof(rElement));
-    }
-    QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
-    {
-        return Base::Insert(uIndex, static_cast<const Base&>(rSrc));
-    }
-    QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
-
-    /// Inserts a copy in front of the first element that does not order before it; the container must be sorted.
-    template <typename Compare = SNaturalOrder>
-    QvResult InsertSorted(const T& rElement, Compare compare = Compare())
-    {
-        return Insert(SearchFor<T>(compare).LowerBound(__builtin_addressof(rElement)), 1, rElement);
-    }
-    QvResult InsertSorted(const T& rElement, PFNCompareElements pfnCompare, unsigned int uParam)
-    {
-        return Base::InsertSorted(__builtin_addressof(rElement), pfnCompare, uParam);
-    }
-
-    /// Gives room for an element and counts it already: construct a T there at once.
-    using Base::Allocate;
-    using Base::AllocateSorted;
-    template <typename Key, typename Compare>
-    QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
-    {
-        return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), __builtin_addressof(rKey), ppElement);
-    }
-
-    QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
-    QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
-
-    void Sort(PFNCompareElements pfnCompare, unsigned int uParam)
-    {
-        // Not the Sort() of the base, which does the same: calling a callback costs less within one module than across
-        // two.
-        Base::SortElements(SComparison{pfnCompare, uParam});
-    }
-    template <typename Compare = SNaturalOrder>
-    void Sort(Compare compare = Compare())
-    {
-        Base::SortElements(CTypedComparison<T, T, Compare>(compare));
-    }
-
-    template <typename Key, typename Compare = SNaturalOrder>
-    unsigned int Find(unsigned int uStartIndex, const Key& rKey, Compare compare = Compare()) const
-    {
-        return SearchFor<Key>(compare).Find(uStartIndex, __builtin_addressof(rKey));
-    }
-    unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
-                      unsigned int uParam) const
-    {
-        return Base::Find(uStartIndex, pKey, pfnCompare, uParam);
-    }
-    using Base::FindSorted;
-    template <typename Key, typename Compare = SNaturalOrder>
-    unsigned int FindSorted(const Key& rKey, Compare compare = Compare()) const
-    {
-        return SearchFor<Key>(compare).FindSorted(__builtin_addressof(rKey));
-    }
-    using Base::GetMinElementIndex;
-    template <typename Compare = SNaturalOrder>
-    unsigned int GetMinElementIndex(Compare compare = Compare()) const
-    {
-        return SearchFor<T>(compare).MinIndex();
-    }
-    using Base::GetMaxElementIndex;
-    template <typename Compare = SNaturalOrder>
-    unsigned int GetMaxElementIndex(Compare compare = Compare()) const
-    {
-        return SearchFor<T>(compare).MaxIndex();
-    }
-
-protected:
-    template <typename... Arguments>
-    explicit CTypedSequence(Arguments&&... arguments) : Elements(std::forward<Arguments>(arguments)...)
-    {
-    }
-
-private:
-    template <typename Key, typename Compare>
-    auto SearchFor(Compare& rCompare) const
-    {
-        return Base::SearchWith(CTypedComparison<T, Key, Compare>(rCompare));
-    }
-};
-
 }  // namespace orvel_internal
 
 #endif
