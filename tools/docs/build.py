@@ -264,7 +264,7 @@ def first_numbers(page):
     return out
 
 
-def finish_page(path, items, numbers, page):
+def finish_page(path, items, numbers, page, names):
     text = path.read_text()
     lists = first_numbers(page) if page else []
     if len(lists) == text.count('<ol type="1">'):
@@ -279,6 +279,9 @@ def finish_page(path, items, numbers, page):
 
     text = re.sub(r"<p>\s*PICTURE\(([^()]+)\)\((.*?)\)\s*</p>", picture, text, flags=re.S)
     text = re.sub(r"PICTURE\(([^()]+)\)\((.*?)\)", picture, text, flags=re.S)
+    # doxygen makes links of classes and calls alone.
+    text = re.sub(r"<code>(\w+)(\(\))?</code>", lambda match: f'<code><a class="el" href="{names[match[1]]}">{match[1]}{match[2] or ""}'
+                  "</a></code>" if match[1] in names else match[0], text)
     # The text of a class follows at once.
     text = re.sub(r"<p>(?:(?!</p>).)*? \n?<a href=\"[^\"]*#details\">More...</a></p>\n", "", text, count=1, flags=re.S)
     text = re.sub(r'(<div class="title">[^<]*?)&lt; (.*?) &gt;', r"\1&lt;\2&gt;", text)
@@ -326,9 +329,10 @@ def main():
     warnings = run_doxygen(work, site)
     entries = list(reference(work))
     items = navigation(site_pages, examples, entries)
+    names = {entry[0]: entry[3] for entry, _, _ in entries if not entry[1] and entry[2] not in ("class", "header")}
     numbers, by_name = [], {page.label: page for page in site_pages}
     for path in sorted(site.glob("*.html")):
-        finish_page(path, items, numbers, by_name.get(path.stem))
+        finish_page(path, items, numbers, by_name.get(path.stem), names)
     data = [entry for entry, _, _ in entries] + list(page_entries(site_pages))
     (site / "search_data.js").write_text("window.orvelSearchData=" + json.dumps(data, separators=(",", ":")) + ";\n")
     # Lists of members: the search finds them quicker.

@@ -84,7 +84,9 @@ def label_of(path):
 
 
 def read(path):
-    page = Page(path, label_of(path), (ROOT / path).read_text())
+    # A comment is for who writes the page, or for a test of it.
+    text = re.sub(r"^<!--.*?-->$", lambda match: "\n" * match[0].count("\n"), (ROOT / path).read_text(), flags=re.M | re.S)
+    page = Page(path, label_of(path), text)
     taken = {}
     for kind, line in lines_with_kind(page.text):
         found = re.match(r"(#{1,6}) +(.*)", line) if kind == "text" else None
