@@ -36,7 +36,7 @@ def version():
 
 def example_pages(work, site_pages):
     """A page for each example that shows its sources. Gives what links into examples/ lead to."""
-    readmes = {Path(page.path).parent.name: page for page in site_pages if page.path.startswith("examples/")}
+    readmes = {Path(page.path).parent.name: page for page in site_pages if page.label.startswith("example_")}
     files, listed = {}, []
     for folder in sorted(path for path in (ROOT / "examples").iterdir() if path.is_dir()):
         sources = sorted(folder.glob("*.h")) + sorted(folder.glob("*.cpp")) + sorted(folder.glob("CMakeLists.txt"))
@@ -225,7 +225,8 @@ def navigation(site_pages, examples, entries):
         if links:
             reference_groups.append(group(title, links))
     out.append(group("Reference", reference_groups + [item("annotated.html", "All classes"), item("files.html", "All headers")]))
-    out.append(group("Examples", [item(f"{readme.label}.html", readme.title) + item(f"{label}.html", f"{name}: sources")
+    overview = [item("examples.html", "Overview")] if "examples" in by_label else []
+    out.append(group("Examples", overview + [item(f"{readme.label}.html", readme.title) + item(f"{label}.html", f"{name}: sources")
                                   if readme else item(f"{label}.html", name) for name, label, readme in examples]))
     for label, title in (("figures", "Figures"), ("architecture", "Architecture"), ("changes", "Changes"),
                          ("contributing", "Contributing")):

@@ -78,6 +78,8 @@ def label_of(path):
         return "guide_" + Path(path).stem.replace("-", "_")
     if path == "docs/figures.md":
         return "figures"
+    if path == "examples/README.md":
+        return "examples"
     if path.startswith("examples/"):
         return "example_" + Path(path).parent.name
     return {"CHANGELOG.md": "changes"}.get(path, Path(path).stem.lower())
@@ -142,7 +144,7 @@ def guide_paths():
 def all_pages():
     """Every page that the site shows."""
     paths = ["README.md"] + guide_paths()
-    paths += [path for path in ("docs/figures.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md")
+    paths += [path for path in ("docs/figures.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md", "examples/README.md")
               if (ROOT / path).exists()]
     paths += sorted(str(file.relative_to(ROOT)) for file in (ROOT / "examples").glob("*/README.md"))
     return [read(path) for path in paths]
