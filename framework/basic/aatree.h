@@ -5,13 +5,13 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/lifetime.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.

@@ -3,12 +3,12 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// What a CMap<K, V> holds. As `auto& [key, value]` it is taken apart.

@@ -6,7 +6,6 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -15,6 +14,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.

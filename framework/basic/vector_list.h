@@ -4,7 +4,6 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -13,6 +12,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their

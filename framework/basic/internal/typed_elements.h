@@ -5,7 +5,6 @@
 
 #include <new>
 #include <type_traits>
-#include <utility>
 
 // The iterator tags alone: <iterator> brings the iterators of the streams as well, and a program would take longer to
 // compile for them than for the whole framework.
@@ -21,6 +20,7 @@
 
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 #if defined(__clang__)

@@ -4,11 +4,11 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 class CBlockAllocator;
@@ -53,7 +53,12 @@ public:
     ~CBlockGuard() { m_rAllocator.Push(m_pBlock); }
 
     void* Get() const { return m_pBlock; }
-    void* Keep() { return std::exchange(m_pBlock, nullptr); }
+    void* Keep()
+    {
+        void* const pBlock = m_pBlock;
+        m_pBlock = nullptr;
+        return pBlock;
+    }
 
 private:
     Allocator& m_rAllocator;
