@@ -48,3 +48,18 @@ endforeach()
 configure_file(cmake/orvel_framework.pc.in orvel_framework.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvel_framework.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# What a program's author reads and begins with: the pages, and each example as a project of its own.
+install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN theme EXCLUDE)
+include(cmake/standalone_examples.cmake)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/standalone_examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
+  COMPONENT development)
+
+# The site that ./dev docs makes. It takes more than building the library does, so it is packed only where it is told.
+set(ORVEL_DOCS_SITE "" CACHE PATH "The directory with the site, to install it; nothing: without")
+if(ORVEL_DOCS_SITE)
+  install(DIRECTORY ${ORVEL_DOCS_SITE}/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT documentation)
+endif()

@@ -215,12 +215,14 @@ class ContainerPrinter(ChildrenPrinter):
 
     def read(self):
         self.element_size = self.number("m_uElementSize")
-        self.element_type = None
-        if not self.name.endswith("Base"):
-            self.element_type = self.value.type.strip_typedefs().template_argument(0)
+        self.element_type = self.type_of_elements()
+        if self.element_type is not None:
             size = self.element_type.sizeof
             require(size == self.element_size, f"elements of {self.element_size} bytes, not {size}")
         self.read_container()
+
+    def type_of_elements(self):
+        return None if self.name.endswith("Base") else self.value.type.strip_typedefs().template_argument(0)
 
     def describe(self):
         each = "" if self.element_type is not None else f" of {counted(self.element_size, 'byte')}"
@@ -323,6 +325,36 @@ class AATreePrinter(NodesPrinter):
         require(node is None and not waiting, f"the tree goes on, and the size is {self.size}")
 
 
+class MapPrinter(AATreePrinter):
+    """CMap: its entries in the order of their keys, as gdb shows any map."""
+
+    def type_of_elements(self):
+        # The tree below it has them as elements.
+        tree = self.value.type.strip_typedefs().fields()[0].type
+        return tree.strip_typedefs().template_argument(0)
+
+    def describe(self):
+        entries = f"{self.size} entry" if self.size == 1 else f"{self.size} entries"
+        return f"{self.name} of {entries}, capacity {self.capacity}"
+
+    def children(self):
+        if self.problem is not None:
+            return
+        index = 0
+        try:
+            for entry in self.items():
+                yield f"[{index}] key", entry["key"]
+                yield f"[{index}] value", entry["value"]
+                index += 1
+        except UNREADABLE as error:
+            # The same text in place of a key and of its value: gdb expects both.
+            yield f"[{index}] key", f"<{error}>"
+            yield f"[{index}] value", f"<{error}>"
+
+    def display_hint(self):
+        return "map"
+
+
 class TimePrinter(Printer):
     """CTime: the moment in UTC, then its members."""
 
@@ -423,6 +455,7 @@ class OrvelPrinters(gdb.printing.RegexpCollectionPrettyPrinter):
                               ("CString", StringPrinter), ("CTime", TimePrinter), ("CTimeZone", TimeZonePrinter),
                               ("CVersion", VersionPrinter), ("QvResult", ResultPrinter), ("SEComGuid", GuidPrinter)):
             self.add_printer(name, f"^{name}$", printer)
+        self.add_printer("CMap", "^CMap<.*>$", MapPrinter)
 
     def __call__(self, value):
         if value.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):

@@ -18,6 +18,7 @@
 #include "fuzz/message.h"
 #include "fuzz/processor.h"
 #include "tests/support/aes_oracle.h"
+#include "tests/support/blob_probe.h"
 #include "tests/support/bytes.h"
 #include "tests/support/object_bytes.h"
 
@@ -128,13 +129,6 @@ struct SModel
     }
 };
 static_assert(sizeof(SModel) == 368);
-
-CBlob BlobOf(const Bytes& rBytes)
-{
-    CBlob blob;
-    blob.Append(DataOf(rBytes), SizeOf(rBytes));
-    return blob;
-}
 
 class CPair
 {

@@ -18,6 +18,7 @@
 #include "fuzz/message.h"
 #include "fuzz/processor.h"
 #include "tests/support/base64_model.h"
+#include "tests/support/blob_probe.h"
 #include "tests/support/bytes.h"
 
 namespace
@@ -25,13 +26,6 @@ namespace
 std::string TextOf(const Bytes& rBytes)
 {
     return {rBytes.begin(), rBytes.end()};
-}
-
-CBlob BlobOf(const Bytes& rBytes)
-{
-    CBlob blob;
-    blob.Append(DataOf(rBytes), SizeOf(rBytes));
-    return blob;
 }
 
 std::string EvpEncoded(const Bytes& rBytes, unsigned int uAlphabet)

@@ -89,8 +89,7 @@ private:
 
     void UpdateFromBlob(const std::vector<unsigned char>& rPiece)
     {
-        CBlob blob;
-        blob.Append(rPiece.data(), static_cast<unsigned int>(rPiece.size()));
+        CBlob blob(rPiece.data(), static_cast<unsigned int>(rPiece.size()));
         const QvResult resWant = rPiece.empty() ? QV_RES_INVALID_ARGUMENT : m_model.Update(rPiece);
         RequireEqual(resWant, m_crc.Update(&blob), "Update(blob)");
     }

@@ -16,18 +16,12 @@
 #include "fuzz/input.h"
 #include "fuzz/message.h"
 #include "fuzz/processor.h"
+#include "tests/support/blob_probe.h"
 #include "tests/support/bytes.h"
 #include "tests/support/digest_oracle.h"
 
 namespace
 {
-CBlob BlobOf(const Bytes& rBytes)
-{
-    CBlob blob;
-    blob.Append(DataOf(rBytes), SizeOf(rBytes));
-    return blob;
-}
-
 /// One digest object and what is known of it. "Unknown" is what a message becomes that goes on after its end.
 template <class TDigest>
 class CDigestPair

@@ -2,15 +2,20 @@
 // the contract: results, texts, capacities, share counts, who shares with whom, and every block that is out.
 // Sources: tests/support/refusing_new.cpp
 // Options: -max_len=3000
+#include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "framework/basic/marshaler.h"
+#include "framework/basic/vector.h"
 #include "fuzz/models/string_twin.h"
 #include "fuzz/models/trail.h"
 #include "tests/support/refusing_new.h"
@@ -30,6 +35,21 @@ struct SText
     std::unique_ptr<char[]> pszOwned;  // exactly as long as it says, so that a byte too many is noticed
     std::string strName;
 };
+
+/// Whether the C library reads all of it as a number, and nothing in front of a digit or a minus sign.
+bool IsNumber(const std::string& rText)
+{
+    const std::size_t uFirst = !rText.empty() && rText[0] == '-' ? 1 : 0;
+    if (uFirst == rText.size() || rText.find_first_not_of("0123456789", uFirst) != std::string::npos) return false;
+    errno = 0;
+    std::strtoll(rText.c_str(), nullptr, 10);
+    return errno == 0;
+}
+
+int SignOf(int n)
+{
+    return (n > 0) - (n < 0);
+}
 
 class CStringRun
 {
@@ -80,6 +100,17 @@ private:
     void FormatTwice();
     void Serialise();
     void Crowd();
+    void AssignCounted();
+    void AppendCounted();
+    void PushBack();
+    void Clear();
+    void Search();
+    void Substring();
+    void TrimAny();
+    void Replace();
+    void ToUpperCase();
+    void Split();
+    void Number();
 
     // Arguments.
     unsigned int Index(std::uint64_t uLimit);
@@ -403,6 +434,8 @@ void CStringRun::Compare()
     m_trail.Same("equality of strings", bEqual, Twin().Equals(OtherTwin()));
     m_trail.Same("equality with a text", bEqualText, Twin().Equals(text.strMeaning));
     m_trail.Same("the order", bLess, Twin().IsLess(OtherTwin()));
+    m_trail.Same("the comparison", SignOf(rLibrary.Compare(rOther)), Twin().Compare(OtherTwin().GetText()));
+    m_trail.Same("the comparison with a text", SignOf(rLibrary.Compare(text.psz)), Twin().Compare(text.strMeaning));
 }
 
 /// A copy that differs in one character, often behind a NUL.
@@ -875,6 +908,181 @@ void CStringRun::Crowd()
     CStringTwin::Memory().uWanted = 1;
 }
 
+void CStringRun::AssignCounted()
+{
+    Pick();
+    const SText text = Counted(m_uOther);
+    m_trail.Step("Assign(%s, %zu) to string %u", text.strName.c_str(), text.strMeaning.size(), m_uAt);
+    BeginLibrary();
+    const QvResult res = Library().Assign(text.psz, static_cast<unsigned int>(text.strMeaning.size()));
+    BeginTwin();
+    SameResult(res, Twin().AssignCounted(text.strMeaning));
+}
+
+void CStringRun::AppendCounted()
+{
+    Pick();
+    const bool bTerminated = m_bytes.Flag();
+    const SText text = bTerminated ? Terminated(m_uOther) : Counted(m_uOther);
+    m_trail.Step("Append(%s, %zu) to string %u", text.strName.c_str(), text.strMeaning.size(), m_uAt);
+    BeginLibrary();
+    const QvResult res = bTerminated ? Library().Append(text.psz)
+                                     : Library().Append(text.psz, static_cast<unsigned int>(text.strMeaning.size()));
+    BeginTwin();
+    SameResult(res, Twin().AppendCounted(text.strMeaning));
+}
+
+void CStringRun::PushBack()
+{
+    Pick();
+    const char c = Character();
+    m_trail.Step("push_back(character %d) on string %u", c, m_uAt);
+    BeginLibrary(ERefusal::eALL);
+    bool bDone = true;
+    try
+    {
+        Library().push_back(c);
+    }
+    catch (const std::bad_alloc&)
+    {
+        bDone = false;
+    }
+    BeginTwin();
+    m_trail.Same("whether it is in", bDone, Twin().PushBack(c));
+}
+
+void CStringRun::Clear()
+{
+    Pick();
+    m_trail.Step("clear on string %u", m_uAt);
+    BeginLibrary();
+    Library().clear();
+    BeginTwin();
+    Twin().Clear();
+}
+
+void CStringRun::Search()
+{
+    Pick();
+    const SText text = Counted(m_uOther);
+    const STextPiece piece(text.psz, text.strMeaning.size());
+    m_trail.Step("%s looked for in string %u", text.strName.c_str(), m_uAt);
+    BeginLibrary();
+    const CString& rLibrary = Library();
+    const unsigned int uLast = rLibrary.FindLast(piece);
+    const bool bContains = rLibrary.Contains(piece);
+    const bool bStarts = rLibrary.StartsWith(piece);
+    const bool bEnds = rLibrary.EndsWith(piece);
+    BeginTwin();
+    const std::string strText = Twin().GetText();
+    const std::string& rPiece = text.strMeaning;
+    m_trail.Same("the last index", uLast, Twin().FindLast(rPiece));
+    m_trail.Same("whether it is there", bContains, strText.find(rPiece) != std::string::npos);
+    m_trail.Same("whether it begins so", bStarts, strText.substr(0, rPiece.size()) == rPiece);
+    m_trail.Same("whether it ends so", bEnds,
+                 strText.size() >= rPiece.size() && strText.substr(strText.size() - rPiece.size()) == rPiece);
+}
+
+void CStringRun::Substring()
+{
+    Pick();
+    const unsigned int uIndex = Index(Twin().GetSize());
+    const unsigned int uSize = Index(Twin().GetSize());
+    m_trail.Step("string %u = Substring(%u, %u) of string %u", m_uOther, uIndex, uSize, m_uAt);
+    BeginLibrary();
+    auto pLibrary = std::make_unique<CStringProbe>(Library().Substring(uIndex, uSize));
+    BeginTwin();
+    auto pTwin = std::make_unique<CStringTwin>(Twin().Substring(uIndex, uSize));
+    m_apLibrary[m_uOther] = std::move(pLibrary);
+    m_apTwin[m_uOther] = std::move(pTwin);
+}
+
+void CStringRun::TrimAny()
+{
+    Pick();
+    const SText text = Counted(m_uOther);
+    m_bOwnPiece = false;  // it is read before anything is written
+    m_trail.Step("Trim(%s) on string %u", text.strName.c_str(), m_uAt);
+    BeginLibrary();
+    Library().Trim(STextPiece(text.psz, text.strMeaning.size()));
+    BeginTwin();
+    Twin().Trim(text.strMeaning);
+}
+
+void CStringRun::Replace()
+{
+    Pick();
+    const SText oldText = Counted(m_uOther);
+    bool bOwnPiece = m_bOwnPiece;
+    m_bOwnPiece = false;
+    const SText newText = Counted(m_uOther);
+    bOwnPiece = bOwnPiece || m_bOwnPiece;
+    m_bOwnPiece = false;
+    // Longer ones occur too seldom.
+    const std::size_t uOldSize = oldText.strMeaning.size() < 3 ? oldText.strMeaning.size() : 1 + m_bytes.Below(3);
+    const std::string strOld = oldText.strMeaning.substr(0, uOldSize);
+    m_trail.Step("Replace(%s, %s) in string %u", Quoted(strOld).c_str(), newText.strName.c_str(), m_uAt);
+    BeginLibrary();
+    const QvResult res =
+        Library().Replace(STextPiece(oldText.psz, uOldSize), STextPiece(newText.psz, newText.strMeaning.size()));
+    BeginTwin();
+    SameResult(res, Twin().Replace(strOld, newText.strMeaning, bOwnPiece));
+}
+
+void CStringRun::ToUpperCase()
+{
+    Pick();
+    m_trail.Step("ToUpperCase of string %u", m_uAt);
+    BeginLibrary();
+    Library().ToUpperCase();
+    BeginTwin();
+    Twin().ToUpperCase();
+}
+
+void CStringRun::Split()
+{
+    Pick();
+    const char c =
+        Twin().GetSize() != 0 && m_bytes.Flag() ? Twin().GetBytes()[m_bytes.Below(Twin().GetSize())] : Character();
+    m_trail.Step("Split of string %u at character %d, then of the first part at a", m_uAt, c);
+    BeginUnrefused();
+    {
+        CVector<CString> parts;
+        SameResult(Library().Split(c, &parts), QV_RES_OK);
+        std::string strJoined;
+        for (const CString& rPart : parts)
+        {
+            m_trail.True(!rPart.Contains(c), "no part has a separator");
+            strJoined += TextOf(rPart) + c;
+        }
+        m_trail.True(strJoined == Twin().GetText() + c, "the parts and separators are the text");
+        const std::string strFirst = TextOf(parts[0]);
+        SameResult(parts[0].Split('a', &parts), QV_RES_OK);
+        m_trail.Same("the number of parts of the first part", parts.GetSize(),
+                     1 + std::count(strFirst.begin(), strFirst.end(), 'a'));
+    }
+    BeginTwin();
+    CStringTwin::Memory().uWanted = g_uANY_NUMBER;
+}
+
+void CStringRun::Number()
+{
+    Pick();
+    const auto uNumber = m_bytes.Number<std::uint64_t>();
+    const auto nNumber = static_cast<std::int64_t>(uNumber >> m_bytes.Below(64));
+    char szText[40];
+    const bool bHexadecimal = m_bytes.Flag();
+    std::snprintf(szText, sizeof szText, bHexadecimal ? "%llx" : "%lld", static_cast<long long>(nNumber));
+    m_trail.Step("AppendNumber(%s) to string %u", szText, m_uAt);
+    std::int64_t nBack = 7;
+    SameResult(CString::ParseNumber(Twin().GetText(), &nBack) == QV_RES_OK ? 1 : 0, IsNumber(Twin().GetText()) ? 1 : 0);
+    BeginLibrary();
+    const QvResult res = bHexadecimal ? Library().AppendNumber(static_cast<std::uint64_t>(nNumber), 16)
+                                      : Library().AppendNumber(nNumber);
+    BeginTwin();
+    SameResult(res, Twin().AppendCounted(szText));
+}
+
 void CStringRun::Run()
 {
     static constexpr PFNOPERATION s_apfnOFTEN[] = {&CStringRun::Construct,
@@ -912,7 +1120,19 @@ void CStringRun::Run()
                                                    &CStringRun::FormatTwice,
                                                    &CStringRun::Serialise,
                                                    &CStringRun::InsertCharacter,
-                                                   &CStringRun::AssignCharacter};
+                                                   &CStringRun::AssignCharacter,
+                                                   &CStringRun::AssignCounted,
+                                                   &CStringRun::AppendCounted,
+                                                   &CStringRun::PushBack,
+                                                   &CStringRun::Clear,
+                                                   &CStringRun::Search,
+                                                   &CStringRun::Substring,
+                                                   &CStringRun::TrimAny,
+                                                   &CStringRun::Replace,
+                                                   &CStringRun::Replace,
+                                                   &CStringRun::ToUpperCase,
+                                                   &CStringRun::Split,
+                                                   &CStringRun::Number};
     for (unsigned int uStep = 0; uStep < 300 && !m_bytes.IsSpent(); ++uStep)
     {
         const PFNOPERATION pfn = m_bytes.Rarely(250) && m_bytes.Rarely(8)

@@ -150,7 +150,7 @@ void CheckClock(CFuzzInput& rInput)
     RequireEqual((uDay % 7 + 1) % 7, set.GetDayOfWeek(true), "the clock's weekday");
 
     CTimeZone zone;
-    zone.SetTimeZone(pszZone);
+    RequireEqual(QV_RES_OK, zone.SetTimeZone(pszZone), "the zone");
     unsigned int uLocalDay = uDay;
     unsigned int uLocalMs = uMs;
     zone.ConvertFromUTCToLocale(uLocalDay, uLocalMs);
@@ -165,7 +165,7 @@ class CPair
 public:
     CPair()
     {
-        m_model.zone.SetTimeZone(CTime::GetSystemTimeZone().CStr());
+        RequireEqual(QV_RES_OK, m_model.zone.SetTimeZone(CTime::GetSystemTimeZone().CStr()), "the system's zone");
         m_time.SetJulianDateAndTime(0, 0, true);
         m_otherTime.SetJulianDateAndTime(0, 0, true);
     }
@@ -274,7 +274,7 @@ private:
         CTime assigned;
         assigned.SetTimeZone(pszTIMEZONE_TOKYO);
         SModel want;
-        want.zone.SetTimeZone(pszTIMEZONE_TOKYO);
+        RequireEqual(QV_RES_OK, want.zone.SetTimeZone(pszTIMEZONE_TOKYO), "the zone of Tokyo");
         if (rInput.Flag())
         {
             assigned = m_time;

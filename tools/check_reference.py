@@ -65,6 +65,8 @@ class CComment:
                 continue
             if listing is not None:
                 listing[1].append(line)
+                if re.search(r';.*//.*[^.:,;!?]$', line):
+                    self.complain(number, 'a comment in an example ends with a full stop: hovers join lines without one')
                 continue
             found = re.match(r' *- +(.*)', line)
             if found:
@@ -86,6 +88,8 @@ class CComment:
                     paragraph = [number, '']
                     self.paragraphs.append(paragraph)
                 paragraph[1] += ' ' + line
+            if number == first_line and re.match(r'The same\b(?! as\b)|As above\b', line):
+                self.complain(number, 'stands alone in hovers and in the reference: say what is the same')
             before = line if item is None or found else '- '
         if listing is not None: self.complain(listing[0], 'a fence that is never closed')
 
@@ -195,7 +199,8 @@ class CReference:
         scope = definition.findtext('compoundname')
         name = member.findtext('name')
         in_class = definition.get('kind') in ('class', 'struct', 'union')
-        if member.get('prot') != 'public' or member.get('kind') == 'friend': return
+        if member.get('prot') != 'public' or (member.findtext('definition') or '').startswith(('friend class', 'friend struct')):
+            return
         if not in_class and (INTERNAL in (member.findtext('qualifiedname') or '') or member.get('static') == 'yes'): return
         if re.match(r'FRAMEWORK_\w+_H$', name): return
         full_name = scope + '::' + name if in_class else name

@@ -20,7 +20,7 @@ void BM_AppendOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         blob.Clear();
-        for (std::int64_t n = 0; n < rState.range(0); n += 16) blob.Append(auBytes, sizeof(auBytes));
+        for (std::int64_t n = 0; n < rState.range(0); n += 16) static_cast<void>(blob.Append(auBytes, sizeof(auBytes)));
         benchmark::ClobberMemory();
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));
@@ -84,7 +84,7 @@ void BM_Append4Ours(benchmark::State& rState)
     {
         if (uCapacity == 0) blob = CBlob();
         else blob.Clear();
-        for (unsigned int u = 0; u < 64; ++u) blob.Append(auBytes, sizeof(auBytes));
+        for (unsigned int u = 0; u < 64; ++u) static_cast<void>(blob.Append(auBytes, sizeof(auBytes)));
         benchmark::ClobberMemory();
     }
 }
@@ -139,7 +139,7 @@ void BM_Append1MiBOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         CBlob blob;
-        blob.Append(bytes.data(), static_cast<unsigned int>(bytes.size()));
+        static_cast<void>(blob.Append(bytes.data(), static_cast<unsigned int>(bytes.size())));
         benchmark::DoNotOptimize(blob.GetFirstIndexPtr());
         benchmark::ClobberMemory();
     }

@@ -52,7 +52,7 @@ void Begin(CAes& rAes, const SParameters& rst)
 {
     static const std::vector<uint8_t> s_key = FixedBytes(32);
     static const uint8_t s_auIv[16] = {};
-    rAes.Begin(rst.eAction, rst.eMode, s_key.data(), rst.uKeySize, s_auIv, sizeof(s_auIv));
+    if (rAes.Begin(rst.eAction, rst.eMode, s_key.data(), rst.uKeySize, s_auIv, sizeof(s_auIv)) < 0) std::abort();
 }
 
 void RequireSameAsPeer(const SParameters& rst, const std::vector<uint8_t>& rInput, const std::vector<uint8_t>& rOutput)
@@ -70,12 +70,12 @@ void BM_AesOurs(benchmark::State& rState, SParameters st)
     unsigned int uSize = 0;
     CAes aes;
     Begin(aes, st);
-    aes.Update(input.data(), uInSize, output.data(), &uSize);
+    static_cast<void>(aes.Update(input.data(), uInSize, output.data(), &uSize));
     RequireSameAsPeer(st, input, output);
 
     for (auto _ : rState)
     {
-        aes.Update(input.data(), uInSize, output.data(), &uSize);
+        static_cast<void>(aes.Update(input.data(), uInSize, output.data(), &uSize));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -108,8 +108,8 @@ void BM_AesMessageOurs(benchmark::State& rState, SParameters st)
         unsigned int uSize = 0;
         unsigned int uLast = 0;
         Begin(aes, st);
-        aes.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize);
-        aes.End(output.data() + uSize, &uLast);
+        static_cast<void>(aes.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize));
+        static_cast<void>(aes.End(output.data() + uSize, &uLast));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -141,7 +141,7 @@ void BM_AesBlob(benchmark::State& rState, SParameters st)
     Begin(aes, st);
     for (auto _ : rState)
     {
-        aes.Update(&blobIn, &blobOut, false);
+        static_cast<void>(aes.Update(&blobIn, &blobOut, false));
         benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
         benchmark::ClobberMemory();
     }

@@ -32,8 +32,8 @@ void BM_EncodeOurs(benchmark::State& rState)
     CBase64 base64;
     for (auto _ : rState)
     {
-        base64.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize);
-        base64.End(output.data() + uSize, &uLast);
+        static_cast<void>(base64.Update(input.data(), static_cast<unsigned int>(input.size()), output.data(), &uSize));
+        static_cast<void>(base64.End(output.data() + uSize, &uLast));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -51,8 +51,8 @@ void BM_EncodeBlob(benchmark::State& rState)
     CBase64 base64;
     for (auto _ : rState)
     {
-        base64.Update(&blobIn, &blobOut, false);
-        base64.End(&blobOut, true);
+        static_cast<void>(base64.Update(&blobIn, &blobOut, false));
+        static_cast<void>(base64.End(&blobOut, true));
         benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
         benchmark::ClobberMemory();
     }
@@ -97,8 +97,8 @@ void BM_DecodeOurs(benchmark::State& rState)
     CBase64 base64;
     for (auto _ : rState)
     {
-        base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, 0, nullptr, 0);
-        base64.Update(text.data(), static_cast<unsigned int>(text.size()), output.data(), &uSize);
+        static_cast<void>(base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, 0, nullptr, 0));
+        static_cast<void>(base64.Update(text.data(), static_cast<unsigned int>(text.size()), output.data(), &uSize));
         benchmark::DoNotOptimize(output.data());
         benchmark::ClobberMemory();
     }
@@ -116,8 +116,8 @@ void BM_DecodeBlob(benchmark::State& rState)
     CBase64 base64;
     for (auto _ : rState)
     {
-        base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
-        base64.Update(&blobIn, &blobOut, false);
+        static_cast<void>(base64.Begin(CCipher::eACTION_DECRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr));
+        static_cast<void>(base64.Update(&blobIn, &blobOut, false));
         benchmark::DoNotOptimize(blobOut.GetFirstIndexPtr());
         benchmark::ClobberMemory();
     }

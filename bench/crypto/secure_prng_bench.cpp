@@ -11,7 +11,7 @@ void BM_Ours(benchmark::State& rState)
     std::vector<uint8_t> output = FixedBytes(rState.range(0));
     for (auto _ : rState)
     {
-        CSecurePrng::Generate(static_cast<unsigned int>(output.size()), output.data());
+        static_cast<void>(CSecurePrng::Generate(static_cast<unsigned int>(output.size()), output.data()));
         benchmark::DoNotOptimize(output.data());
     }
     rState.SetBytesProcessed(rState.iterations() * rState.range(0));

@@ -6,6 +6,8 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <cstdlib>
+
 namespace
 {
 void Run(benchmark::State& rState, const char* pszProgram)
@@ -29,10 +31,10 @@ void InThisProcess(benchmark::State& rState)
     CFrameworkInitializer::Finalize();  // main() has brought it up
     for ([[maybe_unused]] const auto _ : rState)
     {
-        CFrameworkInitializer::Initialize();
+        if (CFrameworkInitializer::Initialize() < 0) std::abort();
         CFrameworkInitializer::Finalize();
     }
-    CFrameworkInitializer::Initialize();
+    if (CFrameworkInitializer::Initialize() < 0) std::abort();
 }
 
 BENCHMARK_CAPTURE(Run, ours, ORVEL_STARTED_PROGRAM)->Name("process with start-up/ours")->UseRealTime();

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <pthread.h>
 
+#include <cstdlib>
 #include <thread>
 
 namespace
@@ -37,15 +38,14 @@ void BM_StartJoinStd(benchmark::State& rState)
 void BM_GetSpecificOurs(benchmark::State& rState)
 {
     unsigned int uKey = 0;
-    CThread::CreateKey(nullptr, uKey);
-    CThread::SetSpecific(uKey, 5);
+    if (CThread::CreateKey(nullptr, uKey) < 0 || CThread::SetSpecific(uKey, 5) < 0) std::abort();
     unsigned int uValue = 0;
     for (auto _ : rState)
     {
-        CThread::GetSpecific(uKey, uValue);
+        static_cast<void>(CThread::GetSpecific(uKey, uValue));
         benchmark::DoNotOptimize(uValue);
     }
-    CThread::SetSpecific(uKey, 0);
+    static_cast<void>(CThread::SetSpecific(uKey, 0));
     CThread::DeleteKey(uKey);
 }
 

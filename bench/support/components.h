@@ -53,7 +53,7 @@ private:
     {
         m_astClsids[NUMBER] = {static_cast<unsigned int>(std::strlen(g_apszNames[NUMBER])) + 1,
                                reinterpret_cast<const unsigned char*>(g_apszNames[NUMBER])};
-        RegisterECom(&m_astClsids[NUMBER], CreateEComObject<CShape<NUMBER>>);
+        if (RegisterECom(&m_astClsids[NUMBER], CreateEComObject<CShape<NUMBER>>) < 0) std::abort();
     }
 
     SEComGuid m_astClsids[g_nCLASSES];
@@ -73,9 +73,8 @@ inline void BM_CreateOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         CEComPtr<IShape> pShape;
-        pShape.CreateInstance(rClasses[nClass]);
+        if (pShape.CreateInstance(rClasses[nClass]) < 0 || pShape->GetNumber() != nClass) std::abort();
         benchmark::DoNotOptimize(pShape.Get());
-        if (pShape->GetNumber() != nClass) std::abort();
         nClass = nClass == g_nCLASSES - 1 ? 0 : nClass + 1;
     }
 }
@@ -145,7 +144,7 @@ inline void BM_CountOurs(benchmark::State& rState)
 {
     const CClasses& rClasses = Classes();
     CEComPtr<IShape> pShape;
-    pShape.CreateInstance(rClasses[0]);
+    if (pShape.CreateInstance(rClasses[0]) < 0) std::abort();
     for (auto _ : rState)
     {
         const CEComPtr<IShape> pCopy(pShape);

@@ -33,6 +33,26 @@ inline std::string MakeLog(std::size_t uBytes)
     return strLog;
 }
 
+/// At least uBytes of words of 3 to 12 letters, uVocabulary different ones, each as often as the others.
+inline std::string MakeText(std::size_t uBytes, std::uint64_t uVocabulary)
+{
+    std::string strText;
+    std::uint64_t uState = 1;
+    while (strText.size() < uBytes)
+    {
+        uState = uState * 6364136223846793005u + 1442695040888963407u;
+        // What the letters are is up to the number of the word alone.
+        std::uint64_t uWord = ((uState >> 33) % uVocabulary + 1) * 0x9E3779B97F4A7C15u;
+        for (std::uint64_t u = 3 + (uWord >> 32) % 10; u != 0; --u)
+        {
+            strText += static_cast<char>('a' + (uWord >> 40) % 26);
+            uWord = uWord * 6364136223846793005u + 1442695040888963407u;
+        }
+        strText += ' ';
+    }
+    return strText;
+}
+
 /// Calls action(first character, size) for each word.
 template <typename Action>
 void ForEachWord(const std::string& rstrLog, Action action)
@@ -49,10 +69,19 @@ void ForEachWord(const std::string& rstrLog, Action action)
     }
 }
 
-/// The peer: counts the words of a log of as many bytes as the argument says.
+/// What the words of a benchmark are: those of a log of as many bytes as its first argument says, or of a text with as
+/// many different words as its second one says.
+inline std::string TextOf(const benchmark::State& rState)
+{
+    const std::size_t uBytes = static_cast<std::size_t>(rState.range(0));
+    const std::int64_t nVocabulary = rState.range(1);
+    return nVocabulary == 0 ? MakeLog(uBytes) : MakeText(uBytes, static_cast<std::uint64_t>(nVocabulary));
+}
+
+/// The peer.
 inline void BM_CountWordsInStdMap(benchmark::State& rState)
 {
-    const std::string strLog = MakeLog(static_cast<std::size_t>(rState.range(0)));
+    const std::string strLog = TextOf(rState);
     for (auto _ : rState)
     {
         std::map<std::string, long> counts;

@@ -92,9 +92,9 @@
     if (item.parts.some(function (part) { return part.startsWith(word); })) return 5 + item.name.length / 50;
     if (item.full.startsWith(word)) return 6;
     if (item.name.includes(word)) return 7 + item.name.length / 50;
-    if (word.length > 2 && item.full.includes(word)) return 9;
     var place = word.length > 2 ? item.text.indexOf(word) : -1;
-    if (place < 0) return Infinity;
+    // The members of a class that is called so, behind the pages that speak of it.
+    if (place < 0) return word.length > 2 && item.full.includes(word) ? 20 : Infinity;
     return 14 + (place > 0 && /[a-z0-9]/.test(item.text[place - 1]) ? 4 : 0);
   }
 

@@ -59,25 +59,30 @@ void ForEachChunk(unsigned long uSize, const Use& rUse)
     }
 }
 
+/// Both keys in base64.
 void MakeKey(const char* pszPath)
 {
     CBlob blobKey;
+    CString strKey;
     Check(CSecurePrng::Generate(2 * g_uKEY_SIZE, &blobKey));
+    Check(CBase64::ToText(blobKey, &strKey));
     umask(S_IRWXG | S_IRWXO);
-    CFilePtr pFile(std::fopen(pszPath, "wbx"), std::fclose);
+    CFilePtr pFile(std::fopen(pszPath, "wx"), std::fclose);
     CheckCall(pFile != nullptr, pszPath);
-    const bool bWritten = std::fwrite(blobKey.begin(), 1, blobKey.GetSize(), pFile.get()) == blobKey.GetSize();
+    const bool bWritten = std::fprintf(pFile.get(), "%s\n", strKey.CStr()) > 0;
     CheckCall(std::fclose(pFile.release()) == 0 && bWritten, pszPath);
 }
 
 void ReadKey(const char* pszPath, CBlob& rKey)
 {
-    const CFilePtr pFile(std::fopen(pszPath, "rb"), std::fclose);
+    const CFilePtr pFile(std::fopen(pszPath, "r"), std::fclose);
     CheckCall(pFile != nullptr, pszPath);
-    Check(rKey.ReserveCapacity(2 * g_uKEY_SIZE));
-    Check(rKey.Resize(2 * g_uKEY_SIZE));
-    const size_t uRead = std::fread(rKey.begin(), 1, rKey.GetSize(), pFile.get());
-    if (uRead != rKey.GetSize() || std::fgetc(pFile.get()) != EOF) throw std::runtime_error("this is no key file");
+    char szLine[128] = "";
+    CheckCall(std::fgets(szLine, sizeof(szLine), pFile.get()) != nullptr || std::ferror(pFile.get()) == 0, pszPath);
+    CString strKey = szLine;
+    strKey.Trim();
+    const bool bRead = QvSucceeded(CBase64::FromText(strKey, &rKey)) && rKey.GetSize() == 2 * g_uKEY_SIZE;
+    if (!bRead) throw std::runtime_error("this is no key file");
 }
 
 void BeginAes(CAes& rAes, CCipher::EAction eAction, const CBlob& rKey, const CBlob& rIv)

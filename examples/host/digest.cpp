@@ -12,15 +12,12 @@ public:
     using CEComComponent::CEComComponent;
     QvResult Apply(CString& rstrText) override
     {
-        unsigned char auDigest[32];
+        CBlob blobDigest;
         CSha256 sha256;
         QV_RETURN_IF_FAILED(sha256.Begin());
         QV_RETURN_IF_FAILED(sha256.Update(reinterpret_cast<const unsigned char*>(rstrText.CStr()), rstrText.GetSize()));
-        QV_RETURN_IF_FAILED(sha256.End(auDigest));
-        rstrText.EraseAll();
-        for (const unsigned char uByte : auDigest)
-            QV_RETURN_IF_FAILED(rstrText.Format(rstrText.GetSize(), "%02x", uByte));
-        return QV_RES_OK;
+        QV_RETURN_IF_FAILED(sha256.End(&blobDigest));
+        return blobDigest.ToHex(&rstrText);
     }
     const char* GetAuthor() const override { return "Grace"; }
 };

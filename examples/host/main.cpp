@@ -32,7 +32,7 @@ public:
     bool Load(const char* pszPath)
     {
         m_pvLibrary = dlopen(pszPath, RTLD_NOW | RTLD_LOCAL);
-        if (m_pvLibrary == nullptr) return Fail(dlerror(), "cannot be loaded");
+        if (m_pvLibrary == nullptr) return Fail("plug-in", dlerror());
         const auto pfnRegister = reinterpret_cast<decltype(&PluginRegister)>(dlsym(m_pvLibrary, "PluginRegister"));
         if (pfnRegister == nullptr) return Fail(pszPath, "no plug-in");
         const auto pfnUnregister =
@@ -82,6 +82,6 @@ bool Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     const CFrameworkScope framework;
-    if (QvFailed(framework.GetResult())) return !Fail("framework", QvResultName(framework.GetResult()));
-    return Run(argc - 1, argv + 1) ? 0 : 1;
+    const bool bUp = QvSucceeded(framework.GetResult()) || Fail("framework", QvResultName(framework.GetResult()));
+    return bUp && Run(argc - 1, argv + 1) ? 0 : 1;
 }

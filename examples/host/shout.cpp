@@ -1,6 +1,4 @@
 // A plug-in with two classes.
-#include <cctype>
-
 #include "examples/host/plugin.h"
 
 namespace
@@ -14,8 +12,7 @@ public:
     using CEComComponent::CEComComponent;
     QvResult Apply(CString& rstrText) override
     {
-        for (unsigned int u = 0; u < rstrText.GetSize(); ++u)
-            rstrText.SetAt(u, static_cast<char>(std::toupper(static_cast<unsigned char>(rstrText[u]))));
+        rstrText.ToUpperCase();
         return QV_RES_OK;
     }
     const char* GetAuthor() const override { return "Ada"; }
@@ -25,10 +22,7 @@ class CTwice : public CEComComponent<ITransform>
 {
 public:
     using CEComComponent::CEComComponent;
-    QvResult Apply(CString& rstrText) override
-    {
-        return rstrText.Insert(rstrText.GetSize(), 1, rstrText, 0, rstrText.GetSize());
-    }
+    QvResult Apply(CString& rstrText) override { return rstrText.Append(rstrText); }
 };
 }  // namespace
 

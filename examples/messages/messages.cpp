@@ -87,7 +87,7 @@ QvResult Run(unsigned int uCount)
     CBlob blobKey, blobWrongKey;
     for (CBlob* const pblob : {&blobKey, &blobWrongKey}) QV_RETURN_IF_FAILED(CSecurePrng::Generate(32, pblob));
     for (unsigned int u = 0; u < uCount; ++u)
-        QV_RETURN_IF_FAILED(Pack(peers["honest"], blobKey, SMessage{u, "good morning", CBlob(64, nullptr)}));
+        QV_RETURN_IF_FAILED(Pack(peers["honest"], blobKey, SMessage{u, "good morning", CBlob::Of({1, 2, 3})}));
     QV_RETURN_IF_FAILED(Pack(peers["forging"], blobWrongKey, SMessage{0, "good morning", CBlob()}));
     QV_RETURN_IF_FAILED(Pack(peers["lying"], blobKey, 7u, static_cast<unsigned short>(60000), 'x'));
     QV_RETURN_IF_FAILED(Pack(peers["silent"], blobKey));
@@ -100,7 +100,7 @@ QvResult Run(unsigned int uCount)
 int main(int argc, char** argv)
 {
     unsigned int uCount = 3;
-    if (argc > 1 && std::sscanf(argv[1], "%u", &uCount) != 1) return 2;
+    if (argc > 1 && QvFailed(CString::ParseNumber(argv[1], &uCount))) return 2;
     const CFrameworkScope framework;
     const QvResult res = QvSucceeded(framework.GetResult()) ? Run(uCount) : framework.GetResult();
     if (QvFailed(res)) std::fprintf(stderr, "messages: %s\n", QvResultName(res));

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 
 #include "framework/framework.h"
 
@@ -133,7 +132,11 @@ QvResult Run(int nPeriods, char** ppszPeriods, const sigset_t& rSignals)
     CWorker firstWorker(dueJobs), secondWorker(dueJobs);
     CScheduler scheduler(dueJobs);  // behind the workers: its end, on every way out, is theirs
     for (int n = 0; n < nPeriods; ++n)
-        QV_RETURN_IF_FAILED(scheduler.Add(static_cast<unsigned int>(std::strtoul(ppszPeriods[n], nullptr, 10))));
+    {
+        unsigned int uPeriodMs = 0;
+        QV_RETURN_IF_FAILED(CString::ParseNumber(ppszPeriods[n], &uPeriodMs));
+        QV_RETURN_IF_FAILED(scheduler.Add(uPeriodMs));
+    }
     QV_RETURN_IF_FAILED(firstWorker.Activate("first worker", 0, CThread::eNORMAL));
     QV_RETURN_IF_FAILED(secondWorker.Activate("second worker", 0, CThread::eNORMAL));
     QV_RETURN_IF_FAILED(scheduler.Activate("scheduler", 0, CThread::eNORMAL));

@@ -1,6 +1,7 @@
 // Counts the words of standard input and prints the twenty most frequent: words < TEXT
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <exception>
 #include <iomanip>
 #include <iostream>
@@ -21,8 +22,7 @@ void CountWords(std::string_view line, CCounts& rCounts)
     for (auto it = std::find_if(line.begin(), line.end(), isInWord); it != line.end();)
     {
         const auto itEnd = std::find_if_not(it, line.end(), isInWord);
-        strWord.EraseAll();
-        const QvResult res = strWord.Insert(0, 1, &*it, static_cast<unsigned int>(itEnd - it));
+        const QvResult res = strWord.Assign(std::string_view(it, itEnd));
         if (QvFailed(res)) throw std::system_error(QvErrorCodeOf(res), "a word");  // one of more than 65,535 letters
         ++rCounts[strWord];
         it = std::find_if(itEnd, line.end(), isInWord);
@@ -59,7 +59,7 @@ int main()
     }
     catch (const std::exception& rError)
     {
-        std::cerr << "words: " << rError.what() << '\n';
+        std::fprintf(stderr, "words: %s\n", rError.what());
         return 1;
     }
 }

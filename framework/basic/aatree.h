@@ -61,12 +61,13 @@ public:
         CAATreeNode(CAATreeNode* pLeftChild, CAATreeNode* pRightChild, CAATreeNode* pParentNode,
                     unsigned int uNodeLevel);
 
-        CAATreeNode* pLeft;
-        CAATreeNode* pRight;
-        CAATreeNode* pParent;
+        CAATreeNode* pLeft;    ///< What orders before; or the sentinel.
+        CAATreeNode* pRight;   ///< What orders after; or the sentinel.
+        CAATreeNode* pParent;  ///< The sentinel above the root.
         /// 1 in a leaf, 0 only in the sentinel.
         unsigned int uLevel;
     };
+    /// Where an element is.
     using Position = CAATreeNode*;
 
     /// What insertion does when it has found the place for a key.
@@ -83,12 +84,14 @@ public:
     /// A comparison and the number that it is called with.
     struct QV_EXPORT SCompareVoidParams
     {
+        /// Sets both.
         SCompareVoidParams(PFNCompareElements pfnCompareElements, unsigned int uCompareParam);
 
-        PFNCompareElements pfnCompare;
-        unsigned int uParam;
+        PFNCompareElements pfnCompare;  ///< The comparison.
+        unsigned int uParam;            ///< What it is called with.
     };
 
+    /// Elements of uSizeOfElement bytes, ordered by pfnCompare(first, second, uParam).
     CAATreeBase(unsigned int uSizeOfElement, PFNCompareElements pfnCompare, unsigned int uParam,
                 IAllocator* pAllocator);
     /// Takes nodes from the source of rAllocator, whose block size is kept if it suffices for a node.
@@ -102,6 +105,8 @@ public:
     /// the locked capacity does not suffice, or memory runs out.
     CAATreeBase& operator=(const CAATreeBase& rSrc);
 
+    /// Sets the comparison of an empty tree.
+    ///
     /// - `QV_RES_INVALID_STATE`: the tree is not empty.
     QvResult SetComparisonFunction(PFNCompareElements pfnCompare, unsigned int uParam);
 
@@ -115,9 +120,11 @@ public:
     ///
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
     QvResult ReduceCapacity(unsigned int uCapacity);
+    /// How many elements there is memory for.
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked.
     unsigned int GetLockCapacity() const;
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity);
 
     /// Inserts a copy.
@@ -128,7 +135,7 @@ public:
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     QvResult Insert(const void* pElement);
     /// Makes room in the place of pKey and counts it as an element; the caller constructs one there that compares equal
-    /// to pKey. Results as above, and
+    /// to pKey. Results as of Insert(), and
     ///
     /// - `QV_RES_OK`: *ppElement is the room for the element.
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
@@ -149,10 +156,14 @@ public:
     void EraseElement(const void* pKey);
     /// Destroys the element at an index below the size.
     void Erase(unsigned int uIndex);
+    /// Destroys all elements; the capacity stays.
     void EraseAll();
 
+    /// How many elements there are.
     unsigned int GetSize() const;
+    /// Whether there is no element.
     bool IsEmpty() const;
+    /// 0.
     unsigned int GetFirstIndex() const;
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
@@ -161,41 +172,51 @@ public:
     CAATreeNode* FindNode(const void* pKey) const;
     /// The node at an index below the size, else the sentinel. Moves the current node there.
     CAATreeNode* FindNodeByIndex(unsigned int uIndex) const;
-    /// The first (last) node of the tree below a node; the sentinel below the sentinel.
+    /// The first node of the tree below a node; the sentinel below the sentinel.
     CAATreeNode* FindNodeMin(CAATreeNode* pNode) const;
+    /// The last node of the tree below a node; the sentinel below the sentinel.
     CAATreeNode* FindNodeMax(CAATreeNode* pNode) const;
 
     /// The current node: the sentinel when it is invalid, as after insertions before it and erasures at or before it.
     CAATreeNode* GetCurrentNode() const;
     /// Makes a node of this tree, or the sentinel (also as null), the current one.
     void SetCurrentNode(CAATreeNode* pNode) const;
+    /// Makes the sentinel the current node.
     void InvalidateCurrentNode() const;
+    /// Whether the current node is the sentinel.
     bool CurrentNodeIsInvalid() const;
-    /// To the neighbour in order; past an end it becomes invalid, and stays so.
+    /// Moves the current node to the next one in order; behind the last it becomes invalid, and stays so.
     void IncrementCurrentNode() const;
+    /// Moves the current node to the one before; in front of the first it becomes invalid, and stays so.
     void DecrementCurrentNode() const;
 
-    /// The first and last element's nodes, and from node to node in order, without the current node. Null beyond an
-    /// end, and null of null.
+    /// The node of the first element; null when there is none. The current node stays, here and in the next three.
     CAATreeNode* GetFirst() const;
+    /// The node of the last element; null when there is none.
     CAATreeNode* GetLast() const;
+    /// The node behind, in order; null behind the last, and of null.
     static CAATreeNode* GetNext(CAATreeNode* pNode);
+    /// The node in front, in order; null in front of the first, and of null.
     static CAATreeNode* GetPrevious(CAATreeNode* pNode);
     /// The element of a node; null of null and of the sentinel.
     static void* GetElement(CAATreeNode* pNode);
+    /// Whether a node is the sentinel of all trees.
     static bool IsSentinel(const CAATreeNode* pNode);
 
     /// Module start-up and shut-down: the sentinel. Start-up returns QV_RES_OK.
     static QvResult InitializeCAATreeBase();
     static void FinalizeCAATreeBase();
 
-    /// The sentinel's memory, and the sentinel: null while the framework is not up. To be read only.
+    /// The sentinel's memory.
     alignas(void*) static unsigned char ms_auNullNode[32];
+    /// The sentinel, to be read only; null while the framework is not up.
     static CAATreeNode* ms_pNullNode;
 
-    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    /// Makes an element in raw memory.
     virtual void Construct(void* pElement);
+    /// Copies an element into raw memory.
     virtual void ConstructFrom(void* pElement, const void* pSource);
+    /// Destroys an element.
     virtual void Destruct(void* pElement);
 
 protected:
@@ -264,6 +285,14 @@ struct SAsksTwice<First, Second, std::enable_if_t<SThreeWayOrder<First, Second>:
 {
 };
 
+/// A value made of what its constructor takes, or of the members of an aggregate.
+template <typename T, typename... Arguments>
+T Made(Arguments&&... arguments)
+{
+    if constexpr (std::is_constructible<T, Arguments&&...>::value) return T(std::forward<Arguments>(arguments)...);
+    else return T{std::forward<Arguments>(arguments)...};
+}
+
 /// Arguments that come in pairs as the ends of a range do.
 template <typename Iterator>
 using IteratorOnly = typename std::iterator_traits<Iterator>::iterator_category;
@@ -304,7 +333,7 @@ constexpr bool g_bIS_FOREIGN_KEY =
 
 /// An ordered set of T over CAATreeBase, whose growth, threading and cost rules it has:
 /// ```
-/// CAATree<int> tree = {5, 3};  // in the order of <
+/// CAATree<int> tree = {5, 3};  // in the order of <.
 /// tree.Insert(7);
 /// for (int n : tree) ...
 /// if (tree.Find(7)) tree.EraseElement(7);
@@ -313,7 +342,7 @@ constexpr bool g_bIS_FOREIGN_KEY =
 /// {
 ///     int operator()(const SUser& rFirst, const SUser& rSecond) const
 ///     {
-///         return SNaturalOrder()(rFirst.nId, rSecond.nId);  // a difference could overflow
+///         return SNaturalOrder()(rFirst.nId, rSecond.nId);  // a difference could overflow.
 ///     }
 /// };
 /// CAATree<SUser> users{SById()};
@@ -321,23 +350,22 @@ constexpr bool g_bIS_FOREIGN_KEY =
 /// A typed comparison is called with two T, returns a negative number, 0 or a positive number, and has no state: a
 /// function object without members or a lambda without captures.
 ///
-/// Its calls, those of its bases among them:
-/// ```
-/// Insert(element), Insert(element, &handle)      copies or moves it in, unless an equal element is there
-/// Emplace(arguments...), TryEmplace(&handle, arguments...)   makes it in place
-/// FindOrInsert(key, &handle)                     the equal element, or a new one
-/// Find(key), contains(key)                       a handle of the equal element, or none; whether there is one
-/// FindLowerBound(key), FindUpperBound(key)       of the first element not before, after the key
-/// GetFirst(), GetLast(), GetAt(index)            handles of the ends; an element's address
-/// begin(), cbegin(), rbegin(), crbegin(), end(), cend(), rend(), crend()   iterators
-/// EraseElement(key), Erase(handle or index)      one element
-/// EraseAll(), clear()                            all of them; the capacity stays
-/// GetSize(), size(), IsEmpty(), empty(), GetFirstIndex(), GetLastIndex()
-/// ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
-/// Allocate(), InsertAllocated(p), EraseAllocated(p), AllocateSorted(key, &p)   room, and then an element in it
-/// SetComparisonFunction(comparison)              of an empty tree
-/// ==, !=, swap(tree, tree)
-/// ```
+/// - **Calls:** Those of its bases among them.
+///   - `Insert(element)`, `Insert(element, &handle)`: copies or moves it in, unless an equal element is there.
+///   - `Emplace(arguments...)`, `TryEmplace(&handle, arguments...)`: makes it in place.
+///   - `FindOrInsert(key, &handle)`: the equal element, or a new one.
+///   - `Find(key)`, `contains(key)`: a handle of the equal element, or none; whether there is one.
+///   - `FindLowerBound(key)`, `FindUpperBound(key)`: of the first element not before, after the key.
+///   - `GetFirst()`, `GetLast()`, `GetAt(index)`: handles of the ends; an element's address.
+///   - `begin()`, `cbegin()`, `rbegin()`, `crbegin()`, `end()`, `cend()`, `rend()`, `crend()`: iterators.
+///   - `EraseElement(key)`, `Erase(handle or index)`: one element.
+///   - `EraseAll()`, `clear()`: all of them; the capacity stays.
+///   - `GetSize()`, `size()`, `IsEmpty()`, `empty()`, `GetFirstIndex()`, `GetLastIndex()`.
+///   - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
+///   - `Allocate()`, `InsertAllocated(p)`, `EraseAllocated(p)`, `AllocateSorted(key, &p)`: room, and then an element in
+///     it.
+///   - `SetComparisonFunction(comparison)`: of an empty tree.
+///   - `==`, `!=`, `swap(tree, tree)`.
 /// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in place;
 ///   a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is not shown
 ///   to the ConstructFrom() of a derived class.
@@ -365,7 +393,6 @@ class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
     using ForeignOnly = std::enable_if_t<orvel_internal::g_bIS_FOREIGN_KEY<T, Key>>;
     template <typename Comparison>
     using ComparisonOnly = std::enable_if_t<std::is_invocable<Comparison&, const T&, const T&>::value>;
-    using Listed = orvel_internal::ListedAs<T>;
     static constexpr bool ms_bMOVED_AS_COPIED =
         std::is_trivially_copyable<T>::value && orvel_internal::SIsCopyable<T>::value;
 
@@ -384,8 +411,10 @@ public:
     using size_type = unsigned int;
     using difference_type = ptrdiff_t;
 
+    /// Empty, in the order of `<`, with the default allocator.
     CAATree() : CAATree(SNaturalOrder()) {}
-    /// Null means the default allocator.
+    /// Empty; null means the default allocator. A comparison may be given as an object without state, or as a function
+    /// and the number that it is called with.
     explicit CAATree(IAllocator* pAllocator) : CAATree(SNaturalOrder(), pAllocator) {}
     template <typename Comparison, typename = ComparisonOnly<Comparison>>
     explicit CAATree(Comparison, IAllocator* pAllocator = nullptr)
@@ -403,12 +432,14 @@ public:
     /// Copies of the elements in braces or of a range, the first of equal ones. Throws std::bad_alloc when memory runs
     /// out. A number in braces is an element; what made a tree in braces without a list still does so: null, an
     /// allocator, a comparison, a tree.
-    CAATree(std::initializer_list<Listed> elements, IAllocator* pAllocator = nullptr)
+    template <typename Element = T>
+    CAATree(std::initializer_list<orvel_internal::ListedAs<Element>> elements, IAllocator* pAllocator = nullptr)
         : CAATree(elements.begin(), elements.end(), SNaturalOrder(), pAllocator)
     {
     }
-    template <typename Comparison, typename = ComparisonOnly<Comparison>>
-    CAATree(std::initializer_list<Listed> elements, Comparison comparison, IAllocator* pAllocator = nullptr)
+    template <typename Comparison, typename Element = T, typename = ComparisonOnly<Comparison>>
+    CAATree(std::initializer_list<orvel_internal::ListedAs<Element>> elements, Comparison comparison,
+            IAllocator* pAllocator = nullptr)
         : CAATree(elements.begin(), elements.end(), comparison, pAllocator)
     {
     }
@@ -448,12 +479,16 @@ public:
     CAATree& operator=(CAATree&& rSrc) = default;
 
     using CAATreeBase::SetComparisonFunction;
+    /// Sets the comparison of an empty tree to one without state, which its type alone tells.
+    ///
+    /// - `QV_RES_INVALID_STATE`: the tree is not empty.
     template <typename Comparison>
     QvResult SetComparisonFunction(Comparison)
     {
         return CAATreeBase::SetComparisonFunction(orvel_internal::StatelessCallback<T, Comparison>, 0);
     }
 
+    /// Inserts a copy. Results as of CAATreeBase::Insert().
     QvResult Insert(const T& rElement)
     {
         RequireCopyable();
@@ -468,8 +503,8 @@ public:
             return Insert(std::move(rrElement), SNaturalOrder());
         else return MoveInByCallback(rrElement);
     }
-    /// The same in the tree's own order, named once more: the compiler can build it in. A tree that has another one is
-    /// not misled, and asks that.
+    /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is not
+    /// misled, and asks that.
     template <typename Order>
     QvResult Insert(const T& rElement, Order order)
     {
@@ -488,7 +523,7 @@ public:
             return InsertReserved(rrElement, order, [&](void* pv) { ::new (pv) T(std::move(rrElement)); });
         }
     }
-    /// The same with a handle of the element that is there then, new or not, and no need of memory where one is.
+    /// Inserts, with a handle of the element that is there then, new or not, and no need of memory where one is.
     ///
     /// - `QV_RES_OK`: it is in, and *pInserted designates it.
     /// - `QV_RES_ALREADY_EXISTS`: *pInserted designates an equal element.
@@ -500,7 +535,7 @@ public:
     {
         return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
     }
-    /// Makes an element as T(arguments...) in its node, and finds its place then: a node is needed even where an equal
+    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a node is needed even where an equal
     /// element is there. A handle of the new element; none where there is none, see TryEmplace().
     template <typename... Arguments>
     handle Emplace(Arguments&&... arguments)
@@ -509,7 +544,7 @@ public:
         const QvResult res = MakeAndLink(pNode, std::forward<Arguments>(arguments)...);
         return handle(res >= 0 ? pNode : nullptr);
     }
-    /// The same with the results of Insert() with a handle.
+    /// Emplace() with the results of Insert() with a handle.
     template <typename... Arguments>
     QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
     {
@@ -547,6 +582,7 @@ public:
         const QvResult res = InsertBy(rKey, pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
+    /// CAATreeBase::AllocateSorted() by a key of T.
     QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
         return CAATreeBase::AllocateSorted(__builtin_addressof(rKey), ppElement);
@@ -555,6 +591,7 @@ public:
     using CAATreeBase::EraseAllocated;
     using CAATreeBase::InsertAllocated;
 
+    /// Destroys the element that equals rKey (which may be that element), if there is one; the capacity stays.
     void EraseElement(const T& rKey) { CAATreeBase::EraseElement(__builtin_addressof(rKey)); }
     using CAATreeBase::Erase;
     /// Destroys the element of a handle; an empty handle is ignored.
@@ -566,7 +603,7 @@ public:
     /// The element that equals a key, else none.
     handle Find(const T& rKey) { return handle(FindNodeOf(rKey)); }
     const_handle Find(const T& rKey) const { return const_handle(FindNodeOf(rKey)); }
-    /// The same in the tree's own order, named once more: see Insert().
+    /// Finds in the tree's own order, named once more: see Insert().
     template <typename Order>
     handle Find(const T& rKey, Order order)
     {
@@ -672,6 +709,7 @@ public:
         return true;
     }
     friend bool operator!=(const CAATree& rFirst, const CAATree& rSecond) { return !(rFirst == rSecond); }
+    /// The two trees exchange everything.
     friend void swap(CAATree& rFirst, CAATree& rSecond) noexcept { rFirst.ExchangeContents(rSecond); }
 
 protected:
@@ -902,15 +940,14 @@ private:
     template <typename... Arguments>
     QvResult MakeAndLink(Node*& rpNode, Arguments&&... arguments)
     {
-        static_assert(std::is_constructible<T, Arguments&&...>::value,
-                      "an element is made in place as T(arguments...)");
         if (!CAATreeBase::m_nodeAllocator.HasFree())
         {
             const QvResult res = this->ReserveNode();
             if (res < 0) return res;
         }
         Node* const pNode = static_cast<Node*>(CAATreeBase::m_nodeAllocator.Pop());
-        const T& rElement = *::new (static_cast<void*>(pNode + 1)) T(std::forward<Arguments>(arguments)...);
+        const T& rElement =
+            *::new (static_cast<void*>(pNode + 1)) T(orvel_internal::Made<T>(std::forward<Arguments>(arguments)...));
         SNaturalOrder natural;
         return WithOrder<T>(natural,
                             [&](auto& rOrder) -> QvResult

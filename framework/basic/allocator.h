@@ -45,6 +45,7 @@ public:
 class QV_EXPORT CDefaultAllocator : public CSingleton<CDefaultAllocator>, public IAllocator
 {
 public:
+    /// For Instance() only.
     CDefaultAllocator();
     ~CDefaultAllocator() override;
 
@@ -94,7 +95,7 @@ public:
     CBlockAllocator(unsigned int uBlockSize, IAllocator* pAllocator);
     /// Same source and block size; the free list is not shared and starts empty.
     CBlockAllocator(const CBlockAllocator& rOther);
-    /// The same, with blocks of at least uMinBlockSize bytes: for the library's containers, like Exchange().
+    /// A copy with blocks of at least uMinBlockSize bytes: for the library's containers, like Exchange().
     QV_HIDDEN CBlockAllocator(const CBlockAllocator& rOther, unsigned int uMinBlockSize);
     /// Sets no member: for orvel_internal::CExactClass.
     QV_HIDDEN explicit CBlockAllocator(const orvel_internal::SNoMembers&) {}
@@ -127,6 +128,7 @@ public:
 
     /// The number of free blocks.
     unsigned int GetBlockCount() const;
+    /// Whether a block can be had without asking the source.
     bool HasFree() const { return m_pHead != nullptr; }
 
     /// Equal when both have the same source, so that each can take the other's blocks (of its size) back.

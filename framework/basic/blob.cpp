@@ -194,13 +194,13 @@ CBlob::CBlob(IAllocator* pAllocator)
 
 CBlob::CBlob(unsigned int uCapacity, IAllocator* pAllocator) : CBlob(pAllocator)
 {
-    ReserveCapacity(uCapacity);
+    static_cast<void>(ReserveCapacity(uCapacity));  // GetCapacity() tells
 }
 
 CBlob::CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator)
     : CBlob(std::max(uSize, uCapacity), pAllocator)
 {
-    Append(puData, uSize);
+    static_cast<void>(Append(puData, uSize));  // GetSize() tells
 }
 
 CBlob::CBlob(const CBlob& rSrc) : CVectorBase(rSrc)
@@ -470,9 +470,9 @@ void CBlob::PadBits(unsigned int uBitCount)
         uBitCount -= uChunk;
         if (bFirst && uBitCount > g_uWORD_BITS)
         {
-            // Growth is exact, so take at once the room that the last chunk is going to ask for.
+            // Growth is exact, so take at once the room that the last chunk is going to ask for; or chunk by chunk.
             const size_t uCapacity = CapacityFor(uBitCount, m_uAppendBitsBitOffset, m_uSize);
-            if (uCapacity <= UINT_MAX) ReserveCapacity(static_cast<unsigned int>(uCapacity));
+            if (uCapacity <= UINT_MAX) static_cast<void>(ReserveCapacity(static_cast<unsigned int>(uCapacity)));
         }
     }
 }

@@ -103,12 +103,13 @@ public:
     /// Stands for "up to the end" where a number of bytes is asked for.
     static constexpr unsigned int uTO_END = 0xFFFFFFFF;
 
+    /// Empty; null means the default allocator.
     explicit CBlob(IAllocator* pAllocator = nullptr);
     /// An empty blob with room for uCapacity bytes, if memory allows: GetCapacity() tells.
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
     CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator = nullptr);
-    // The same without more room. A template, so that CBlob(0, NULL) cannot mean this, but only a capacity.
+    /// A copy of uSize bytes, in as much room. A template, so that CBlob(0, NULL) cannot mean this, but only a capacity.
     template <typename TByte, typename = typename std::enable_if<std::is_same<TByte, unsigned char>::value>::type>
     QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
     {
@@ -155,7 +156,7 @@ public:
     bool operator>(const CBlob& rOther) const { return Compare(rOther) > 0; }
     bool operator<=(const CBlob& rOther) const { return Compare(rOther) <= 0; }
     bool operator>=(const CBlob& rOther) const { return Compare(rOther) >= 0; }
-    /// The same order in one look, which trees and sorts of blobs use unasked: negative, 0 or positive as this blob
+    /// The order of `<` in one look, which trees and sorts of blobs use unasked: negative, 0 or positive as this blob
     /// comes before, with or behind the other.
     int Compare(const CBlob& rOther) const
     {
@@ -172,13 +173,13 @@ public:
     /// - `QV_RES_OK`: the bytes are in.
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or puData is null and uSize is not 0.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
-    /// The same with uSize bytes of rSrc from uStartIndex on; uTO_END means up to its end.
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
+    /// Puts uSize bytes of rSrc from uStartIndex on in front of index uIndex, as the other form; uTO_END means up to its end.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
-    QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
     /// Insert() at the end. Cost: inline within the capacity.
-    QvResult Append(const unsigned char* puData, unsigned int uSize)
+    [[nodiscard]] QvResult Append(const unsigned char* puData, unsigned int uSize)
     {
         const unsigned int uEnd = m_uSize;  // read once: the compiler must assume that the store below changes it
         if (puData == nullptr || uSize == 0 || uSize > m_uCapacity - uEnd) return Insert(uEnd, puData, uSize);
@@ -190,11 +191,11 @@ public:
     ///
     /// - `QV_RES_OK`: the characters are in.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
-    QvResult Append(const CString& rText);
-    /// The same of a text that ends with a NUL; it may stand in this blob.
+    [[nodiscard]] QvResult Append(const CString& rText);
+    /// The characters of a text up to its NUL, at the end; it may stand in this blob.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
-    QvResult Append(const char* pszText);
+    [[nodiscard]] QvResult Append(const char* pszText);
     /// Appends a byte. Without room the capacity doubles (16 bytes at least), so that many of them cost few
     /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and such.
     /// Append() instead takes what is needed and not a byte more, and returns a result where this throws
@@ -214,9 +215,10 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: puData is null and uSize is not 0.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block; the blob is as it was.
     [[nodiscard]] QvResult Assign(const unsigned char* puData, unsigned int uSize);
-    /// The same with the characters of a string without the NUL behind them.
+    /// Makes the characters of a string, without the NUL behind them, all that the blob holds.
     [[nodiscard]] QvResult Assign(const CString& rText);
-    /// And of a text that ends with a NUL; of one that is longer than a blob can be, QV_RES_OUT_OF_MEMORY.
+    /// Makes the characters of a text up to its NUL all that the blob holds; of one that is longer than a blob can be,
+    /// QV_RES_OUT_OF_MEMORY.
     [[nodiscard]] QvResult Assign(const char* pszText);
     /// Makes the bytes that a text spells in hexadecimal digits all that the blob holds, and sets its cursors to 0: two
     /// digits of either case for each byte, and nothing else, neither a space nor a prefix. It may stand in this blob.
@@ -234,8 +236,8 @@ public:
     ///   is as it was.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the string, which is as it was.
     [[nodiscard]] QvResult ToText(CString* pstrText) const;
-    /// The same with two hexadecimal digits for each byte, small letters unless asked otherwise. A string holds the
-    /// digits of 32,767 bytes.
+    /// ToText() with two hexadecimal digits for each byte, small letters unless asked otherwise. A string holds the digits
+    /// of 32,767 bytes.
     [[nodiscard]] QvResult ToHex(CString* pstrHex, bool bUpperCase = false) const;
 
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
@@ -246,13 +248,14 @@ public:
         m_uSize = 0;
         m_uReadIndex = m_uReadBitOffset = m_uAppendBitsIndex = m_uAppendBitsBitOffset = 0;
     }
+    /// Clear().
     void clear() { Clear(); }
 
     /// Sets the size within the capacity; bytes that come in are what the storage held.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: uSize is above the capacity.
     QvResult Resize(unsigned int uSize);
-    /// The same by the address behind the last byte, for callers that wrote through GetFirstIndexPtr(). The address
+    /// Sets the size by the address behind the last byte, for callers that wrote through GetFirstIndexPtr(). The address
     /// behind the full capacity is refused: the largest size settable this way is one less.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: puEnd is before the first byte, or behind the capacity's last one.
@@ -260,18 +263,23 @@ public:
     /// Makes the capacity exactly uCapacity if it is less.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned int uCapacity);
 
+    /// How many bytes there are.
     unsigned int GetSize() const { return m_uSize; }
+    /// How many bytes there is room for.
     unsigned int GetCapacity() const { return m_uCapacity; }
+    /// Whether there is no byte.
     bool IsEmpty() const { return m_uSize == 0; }
+    /// 0.
     unsigned int GetFirstIndex() const;
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
+    /// GetSize().
     unsigned int GetEndIndex() const;
     /// The byte at an index below the size, else null.
     unsigned char* GetAt(unsigned int uIndex);
@@ -318,7 +326,7 @@ public:
     /// Copies the next uSize unread bytes to puDst and returns it. The rest of a partly read byte is skipped first.
     /// Null, with nothing read, when puDst is null, uSize is 0 or fewer whole bytes are unread.
     unsigned char* Read(unsigned char* puDst, unsigned int uSize);
-    /// The same without a copy: the bytes in place, valid until the blob changes. A uSize of 0 is allowed here: it only
+    /// Read() without a copy: the bytes in place, valid until the blob changes. A uSize of 0 is allowed here: it only
     /// skips the rest of a partly read byte, and the result is null when no byte follows.
     unsigned char* ReadNoCopy(unsigned int uSize);
     /// Moves the read cursor to a byte. A bit offset inside a byte stays, and then means the byte before the index:
@@ -329,7 +337,7 @@ public:
     /// Whole unread bytes: the size less the read index, which wraps when Resize() left the cursor beyond the end. The
     /// reading operations then find nothing unread.
     unsigned int GetUnreadSize() const;
-    /// The same in bits, those of a partly read byte included. 32 bits: wraps from 512 MiB on.
+    /// The unread bits, those of a partly read byte included. 32 bits: wraps from 512 MiB on.
     unsigned int GetUnreadBits() const;
 
     /// Appends uBitCount bits of puSrc, beginning uSrcBitOffset bits into its first byte. Only the bytes that hold

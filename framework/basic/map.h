@@ -56,24 +56,26 @@ struct SOrderedPart<SKeyOrder<K, V>>
 /// if (auto entry = counts.Find("the")) entry->value = 0;
 /// const CMap<CString, int> ports = {{"http", 80}, {"https", 443}};
 /// ```
-/// Its calls, those of its bases among them, and what std::map calls some of them:
-/// ```
-/// map[key]                                     the value of a key, which is V() when it is new
-/// Find(key)                                    a handle of the entry, with ->key and ->value, or none: find(), at()
-/// contains(key)                                whether there is an entry: count()
-/// FindOrInsert(key, &handle)                   as map[key], with a result
-/// Insert(key, value), Insert(key, value, &handle)   keeps what is there: insert()
-/// InsertOrAssign(key, value)                   replaces what is there: insert_or_assign()
-/// Emplace(key, arguments...), TryEmplace(key, &handle, arguments...)   makes the value in place: try_emplace()
-/// FindLowerBound(key), FindUpperBound(key)     the first entry not before, after the key: lower_bound(), upper_bound()
-/// GetFirst(), GetLast(), GetAt(index)          handles of the ends; an entry's address
-/// begin(), cbegin(), rbegin(), crbegin(), end(), cend(), rend(), crend()   iterators, in the order of the keys
-/// Erase(key), Erase(handle)                    one entry: erase()
-/// EraseAll(), clear()                          all of them; the capacity stays
-/// GetSize(), size(), IsEmpty(), empty()
-/// ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
-/// ==, !=, swap(map, map)
-/// ```
+///
+/// - **Calls:** Those of its bases among them, and in brackets what std::map calls some of them.
+///   - `map[key]`: the value of a key, which is V() when it is new.
+///   - `Find(key)`: a handle of the entry, with ->key and ->value, or none (find(), at()).
+///   - `contains(key)`: whether there is an entry (count()).
+///   - `FindOrInsert(key, &handle)`: as map[key], with a result.
+///   - `Insert(key, value)`, `Insert(key, value, &handle)`: keeps what is there (insert()).
+///   - `InsertOrAssign(key, value)`: replaces what is there (insert_or_assign()).
+///   - `Emplace(key, arguments...)`, `TryEmplace(key, &handle, arguments...)`: makes the value in place
+///     (try_emplace()).
+///   - `FindLowerBound(key)`, `FindUpperBound(key)`: the first entry not before, after the key (lower_bound(),
+///     upper_bound()).
+///   - `GetFirst()`, `GetLast()`, `GetAt(index)`: handles of the ends; an entry's address.
+///   - `begin()`, `cbegin()`, `rbegin()`, `crbegin()`, `end()`, `cend()`, `rend()`, `crend()`: iterators, in the order
+///     of the keys.
+///   - `Erase(key)`, `Erase(handle)`: one entry (erase()).
+///   - `EraseAll()`, `clear()`: all of them; the capacity stays.
+///   - `GetSize()`, `size()`, `IsEmpty()`, `empty()`.
+///   - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
+///   - `==`, `!=`, `swap(map, map)`.
 /// - **Entries:** Keys and values of any type. Those that cannot be copied are moved in, a value that cannot be moved
 ///   either is made in place; a map of such can be moved, and copying it does not compile.
 /// - **Keys:** What converts to K is a key as a K, made once. Other types are keys without conversion if `<` compares a
@@ -86,7 +88,6 @@ struct SOrderedPart<SKeyOrder<K, V>>
 ///   capacity is locked, or the key does not become an equal K; so does making a map of a list in braces or of a range.
 ///   A program without exceptions ends with abort(). Where that matters, call FindOrInsert(). Emplace() gives no entry
 ///   then; TryEmplace() tells why. Keys and values must not throw.
-///
 /// - **Lifetime:** As of a tree: made and used only while the framework is up, not in static storage.
 template <typename K, typename V>
 class QV_EXPORT CMap : private CAATree<SMapEntry<K, V>>
@@ -118,8 +119,9 @@ public:
     using typename Tree::size_type;
     using typename Tree::value_type;
 
+    /// Empty, with the default allocator.
     CMap() : Tree(Order()) {}
-    /// Null means the default allocator.
+    /// Empty; null means the default allocator.
     explicit CMap(IAllocator* pAllocator) : Tree(Order(), pAllocator) {}
     /// Copies of the entries in braces or of a range, the first of those with equal keys. What a range has may be
     /// entries, pairs, or what else comes apart into a key and a value. Throws std::bad_alloc when memory runs out.
@@ -170,7 +172,7 @@ public:
     /// The value of a key, which comes into being as V(). Throws std::bad_alloc, see above.
     V& operator[](const K& rKey) { return ValueOf(rKey); }
     V& operator[](K&& rrKey) { return ValueOf(std::move(rrKey)); }
-    /// The same for where memory may run out.
+    /// map[rKey] for where memory may run out.
     ///
     /// - `QV_RES_OK`: *pFound designates the entry, new or not.
     /// - `QV_RES_INVALID_ARGUMENT`: pFound is null, or K(rKey) does not equal a key of another type.
@@ -204,10 +206,11 @@ public:
     {
         return InsertAny(std::move(rrKey), value, pInserted);
     }
-    /// Puts an entry in, or gives the one that is there another value. Results as above, but QV_RES_ALREADY_EXISTS.
+    /// Puts an entry in, or gives the one that is there another value. Results as of Insert(), but
+    /// QV_RES_ALREADY_EXISTS.
     QvResult InsertOrAssign(const K& rKey, V value) { return InsertOrAssignAny(rKey, value); }
     QvResult InsertOrAssign(K&& rrKey, V value) { return InsertOrAssignAny(std::move(rrKey), value); }
-    /// Puts an entry in whose value is made in place, as V(arguments...). A handle of it; none where the key has an
+    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle of it; none where the key has an
     /// entry, which keeps its value, and where there can be none. No value is made then.
     template <typename... Arguments>
     handle Emplace(const K& rKey, Arguments&&... arguments)
@@ -219,7 +222,7 @@ public:
     {
         return EmplaceAny(std::move(rrKey), std::forward<Arguments>(arguments)...);
     }
-    /// The same with the results of Insert(). *pInserted, if it is given, designates the entry that is there then.
+    /// Emplace() with the results of Insert(). *pInserted, if it is given, designates the entry that is there then.
     template <typename... Arguments>
     QvResult TryEmplace(const K& rKey, handle* pInserted, Arguments&&... arguments)
     {
@@ -237,7 +240,8 @@ public:
     void Erase(handle entry) { Tree::Erase(entry); }
     void Erase(const_handle entry) { Tree::Erase(entry); }
 
-    /// The same by keys of other types.
+    /// map[key] by a key of another type. So do FindOrInsert(), Find(), contains(), FindLowerBound(), FindUpperBound(),
+    /// Insert(), InsertOrAssign(), Emplace(), TryEmplace() and Erase() what they do by a K.
     template <typename Key, typename = ForeignOnly<Key>>
     V& operator[](const Key& rKey)
     {
@@ -309,7 +313,7 @@ public:
         return EraseAny(rKey);
     }
 
-    /// The same keys, by their order, with values that are equal by `==`.
+    /// Whether the keys are the same, by their order, with values that are equal by `==`.
     friend bool operator==(const CMap& rFirst, const CMap& rSecond)
     {
         if (rFirst.GetSize() != rSecond.GetSize()) return false;
@@ -322,6 +326,7 @@ public:
         return true;
     }
     friend bool operator!=(const CMap& rFirst, const CMap& rSecond) { return !(rFirst == rSecond); }
+    /// The two maps exchange everything.
     friend void swap(CMap& rFirst, CMap& rSecond) noexcept { rFirst.ExchangeContents(rSecond); }
 
 private:
@@ -334,14 +339,14 @@ private:
     template <typename Key, typename... Arguments>
     QvResult Make(Key&& rrKey, Node*& rpNode, Arguments&&... arguments)
     {
-        static_assert(std::is_constructible<V, Arguments&&...>::value, "a value is made as V(arguments...)");
         static_assert(!std::is_same<Key, const K&>::value || orvel_internal::SIsCopyable<K>::value,
                       "the key cannot be copied: move it in");
-        return Tree::InsertMade(
-            rrKey, rpNode, Order(),
-            [&](void* pv) {
-                ::new (pv) Entry{static_cast<K>(std::forward<Key>(rrKey)), V(std::forward<Arguments>(arguments)...)};
-            });
+        return Tree::InsertMade(rrKey, rpNode, Order(),
+                                [&](void* pv)
+                                {
+                                    ::new (pv) Entry{static_cast<K>(std::forward<Key>(rrKey)),
+                                                     orvel_internal::Made<V>(std::forward<Arguments>(arguments)...)};
+                                });
     }
     template <typename Key>
     V& ValueOf(Key&& rrKey)

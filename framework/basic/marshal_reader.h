@@ -46,7 +46,7 @@ using UnsignedOf =
 /// Reads what a CMarshaler packed, from bytes that anyone may have sent. It looks at them where they lie, and never
 /// believes a length:
 /// ```
-/// CMarshalReader reader(marshaler, 4096);  // no string, blob or container of more than 4,096 bytes
+/// CMarshalReader reader(marshaler, 4096);  // no string, blob or container of more than 4,096 bytes.
 /// reader >> uId >> strName >> blobBody;
 /// if (!reader.HasReadAll()) return Refuse(reader.GetResult(), reader.GetPosition());
 /// marshaler.Skip(reader.GetPosition());
@@ -55,7 +55,7 @@ using UnsignedOf =
 /// A copy goes on from the same position by itself, and copies no byte: that is how one looks ahead:
 /// ```
 /// CMarshalReader ahead(reader);
-/// ahead >> eKind;  // reader still stands in front of it
+/// ahead >> eKind;  // reader still stands in front of it.
 /// ```
 ///
 /// Where it stands:

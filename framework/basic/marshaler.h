@@ -89,7 +89,7 @@ public:
     /// The second step of Clear(). Never call it alone: segments are then lost.
     void ResetMembers();
 
-    /// Appends a number, encoded as said above.
+    /// Appends a number; the class says how it is encoded.
     CMarshaler& operator<<(unsigned char uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned short uValue) { return InsertValue(uValue); }
     CMarshaler& operator<<(unsigned int uValue) { return InsertValue(uValue); }

@@ -148,6 +148,7 @@ QV_EXPORT QvResult InitializeCPool()
     return CPool<T>::InitializeCPool();
 }
 
+/// The shut-down that belongs to InitializeCPool().
 template <typename T>
 QV_EXPORT void FinalizeCPool()
 {

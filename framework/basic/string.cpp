@@ -319,12 +319,11 @@ QvResult CString::AssignText(const char* pText, size_t uTextSize)
 
 int CString::CompareRest(const char* pszOther) const
 {
-    const unsigned int uSize = GetSize();
-    const int nOrder = strncmp(CStr() + 8, pszOther + 8, uSize - 8);
+    const size_t uSize = GetSize();
+    const size_t uOtherSize = strlen(pszOther);
+    const int nOrder = memcmp(CStr(), pszOther, std::min(uSize, uOtherSize));
     if (nOrder != 0) return nOrder;
-    // Equal up to the end of this string, or up to a NUL in it, where the other text ends.
-    if (strnlen(pszOther + 8, uSize - 8) != uSize - 8) return 1;
-    return pszOther[uSize] == '\0' ? 0 : -1;
+    return (uSize > uOtherSize) - (uSize < uOtherSize);
 }
 
 int CString::CaseInsCmp(const char* pszOther) const

@@ -16,8 +16,9 @@
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 
-/// An empty text, and the text NULL.
+/// An empty text.
 extern QV_EXPORT const char g_szEMPTY_STRING[1];
+/// The text NULL.
 extern QV_EXPORT const char g_szNULL[5];
 
 template <typename T>
@@ -44,15 +45,19 @@ using Widest = std::conditional_t<std::is_signed<Integer>::value, int64_t, uint6
 /// Nothing is copied: it is valid as long as what it was made from.
 struct STextPiece
 {
+    /// The characters up to the NUL; none for null.
     STextPiece(const char* pszText) : pText(pszText != nullptr ? pszText : ""), uSize(strlen(pText)) {}
+    /// uSizeGiven characters, NULs included; none for null.
     STextPiece(const char* pTextGiven, size_t uSizeGiven)
         : pText(pTextGiven != nullptr ? pTextGiven : ""), uSize(pTextGiven != nullptr ? uSizeGiven : 0)
     {
     }
+    /// One character.
     template <typename Character, std::enable_if_t<std::is_same<Character, char>::value, int> = 0>
     STextPiece(const Character& rc) : pText(&rc), uSize(1)
     {
     }
+    /// All characters of what has data() and size().
     template <typename Text,
               std::enable_if_t<std::is_convertible<decltype(std::declval<const Text&>().data()), const char*>::value &&
                                    std::is_convertible<decltype(std::declval<const Text&>().size()), size_t>::value,
@@ -61,8 +66,8 @@ struct STextPiece
     {
     }
 
-    const char* pText;  ///< never null
-    size_t uSize;
+    const char* pText;  ///< Never null.
+    size_t uSize;       ///< The number of characters, NULs included.
 };
 
 /// A byte string of at most 65,535 characters, always terminated by a NUL, whose characters are shared between copies
@@ -79,7 +84,8 @@ struct STextPiece
 ///   object is used by one thread at a time.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework: made outside it, a string ends the process
 ///   with a line that says so. One that is left may be read and destroyed later; its block is not given back.
-/// - **Growth:** In steps of 32 characters; blocks shrink only by ReduceCapacity().
+/// - **Growth:** In steps of 32 characters, but push_back() and Format() double; blocks shrink only by
+///   ReduceCapacity().
 /// - **Cost:** Copying is constant: no character is copied.
 /// - **Failure:** What returns a QvResult leaves the string as it was when it fails, unless said otherwise. What returns
 ///   nothing does nothing when an argument is out of range or memory runs out.
@@ -92,7 +98,8 @@ struct STextPiece
 class QV_EXPORT CString
 {
 public:
-    /// The largest size; as a number of characters to insert it means the length of the source text.
+    /// The largest size; as a number of characters for Insert() and the constructor it means the length of the source
+    /// text, for Assign() and Append() just this many characters.
     static constexpr unsigned int uMAX_SIZE = 65535;
 
     using value_type = char;
@@ -105,6 +112,7 @@ public:
     using iterator = const char*;
     using const_iterator = const char*;
 
+    /// Empty. Cost: no allocation.
     CString();
     /// Empty when the text is longer than uMAX_SIZE, or memory runs out: Assign() tells.
     CString(const char* pszText);
@@ -163,22 +171,24 @@ public:
         const unsigned int uCommon = uSize < uOtherSize ? uSize : uOtherSize;
         if (uCommon != 0)
         {
-            // Most texts differ early. Only where they do not, is a call worth it.
+            // Most texts differ early. Only where they do not, is a call worth it. Two branches, not one and a conditional
+            // value: a search in a tree goes on below a node that is guessed, where it would wait for the value.
             const uint64_t uBegin = BeginOf(CStr(), uCommon);
             const uint64_t uOtherBegin = BeginOf(rOther.CStr(), uCommon);
-            if (uBegin != uOtherBegin) return uBegin < uOtherBegin ? -1 : 1;
+            if (uBegin < uOtherBegin) return -1;
+            if (uBegin > uOtherBegin) return 1;
             const int nOrder = uCommon > 8 ? memcmp(CStr() + 8, rOther.CStr() + 8, uCommon - 8) : 0;
             if (nOrder != 0) return nOrder;
         }
         return static_cast<int>(uSize) - static_cast<int>(uOtherSize);
     }
-    /// The same with a text of any length, up to its NUL. No string is made of it.
+    /// Compares with a text of any length, up to its NUL. No string is made of it.
     int Compare(const char* pszOther) const
     {
         if (pszOther == nullptr) pszOther = "";
         const char* const pszOwn = CStr();
         const unsigned int uSize = GetSize();
-        for (unsigned int u = 0; u != 8; ++u)
+        for (unsigned int u = 0; u != 4; ++u)
         {
             if (u == uSize) return pszOther[u] == '\0' ? 0 : -1;
             if (pszOwn[u] != pszOther[u])
@@ -196,14 +206,17 @@ public:
     /// Index of the last occurrence, GetSize() when there is none or the text is empty. NULs are characters like others
     /// here, and in the next three, for which every string begins with, ends in and contains the empty text.
     unsigned int FindLast(STextPiece text) const;
+    /// Whether the first characters are those of the text.
     bool StartsWith(STextPiece text) const
     {
         return text.uSize <= GetSize() && memcmp(CStr(), text.pText, text.uSize) == 0;
     }
+    /// Whether the last characters are those of the text.
     bool EndsWith(STextPiece text) const
     {
         return text.uSize <= GetSize() && memcmp(end() - text.uSize, text.pText, text.uSize) == 0;
     }
+    /// Whether the text occurs.
     bool Contains(STextPiece text) const { return memmem(CStr(), GetSize(), text.pText, text.uSize) != nullptr; }
     /// A string of up to uSize characters from uIndex on, as many as there are. The whole text shares the block. Empty
     /// when memory runs out: Assign(str.CStr() + uIndex, uSize) tells.
@@ -222,11 +235,15 @@ public:
 
     /// The characters and their NUL; valid until this string changes or ends.
     const char* CStr() const { return CharactersOf(m_pstInfo); }
+    /// How many characters there are, without the NUL behind them.
     unsigned int GetSize() const { return m_pstInfo->uSize; }
+    /// How many characters there is room for.
     unsigned int GetCapacity() const { return m_pstInfo->uCapacity; }
+    /// Whether there is no character.
     bool IsEmpty() const { return GetSize() == 0; }
     /// The character at an index that the caller knows to be at most the size.
     const char& GetAt(unsigned int uIndex) const { return CStr()[uIndex]; }
+    /// GetAt().
     const char& operator[](unsigned int uIndex) const { return GetAt(uIndex); }
     /// For range-for and the standard algorithms: the characters without their NUL, valid as long as CStr() is.
     const char* begin() const { return CStr(); }
@@ -245,27 +262,29 @@ public:
         if (IsShared()) *this = CString();
         else EraseAll();
     }
-    /// Appends a character. The capacity doubles where it has to grow, so that n of them cost O(n); `+=` makes steps of
-    /// 32. Throws std::bad_alloc (a program without exceptions ends) when memory runs out or the string has uMAX_SIZE
-    /// characters: Append(c) tells.
+    /// Appends a character. The capacity doubles where it has to grow, so that n of them cost O(n); `+=` takes steps of
+    /// 32 characters. Throws std::bad_alloc (a program without exceptions ends) when memory runs out or the string has
+    /// uMAX_SIZE characters: Append(c) tells.
     void push_back(char c)
     {
-        if (AppendInPlace(&c, 1)) return;
+        if (AppendInPlace(c)) return;
         const unsigned int uCapacity = GetCapacity() < uMAX_SIZE / 2 ? 2 * GetCapacity() : uMAX_SIZE;
         // Without memory for so much, a step may still do.
         if (GetSize() == GetCapacity()) static_cast<void>(ReserveCapacity(static_cast<unsigned short>(uCapacity)));
-        if (Append(&c, 1) < 0) orvel_internal::ThrowOutOfMemory();
+        const char cHere = c;
+        if (Append(&cHere, 1) < 0) orvel_internal::ThrowOutOfMemory();
     }
     /// The characters for writing, GetCapacity() of them and a NUL; Resize() tells how many were written. Valid until
     /// the string is copied or changes. Null when the block is shared and memory runs out.
     char* GetBuffer() { return !IsShared() || CreateCopy() >= 0 ? Characters() : nullptr; }
-    /// Nothing happens when uIndex is not below the size.
+    /// Replaces a character; nothing happens when uIndex is not below the size.
     void SetAt(unsigned int uIndex, char c)
     {
         if (uIndex < GetSize() && (!IsShared() || CreateCopy() >= 0)) Characters()[uIndex] = c;
     }
-    /// tolower(), or toupper(), on each character up to a NUL.
+    /// tolower() on each character up to a NUL.
     void ToLowerCase();
+    /// toupper() on each character up to a NUL.
     void ToUpperCase();
 
     /// Puts uRepetition copies of uSize characters in front of index uIndex (GetSize() appends); uMAX_SIZE means the
@@ -275,7 +294,7 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or the result would be longer than uMAX_SIZE.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize);
-    /// The same with uSize characters of rSrc from uStartIndex on; here too uMAX_SIZE characters mean the length of the
+    /// Puts uRepetition copies of uSize characters of rSrc, from uStartIndex on, in front of index uIndex; here too uMAX_SIZE characters mean the length of the
     /// text from there.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
@@ -284,13 +303,14 @@ public:
     QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
     /// Removes uSize characters; nothing happens unless they all exist.
     void Erase(unsigned int uIndex, unsigned int uSize);
-    /// Keeps the capacity.
+    /// Removes all characters; the capacity stays.
     void EraseAll();
-    /// Removes all leading (trailing) characters equal to c.
+    /// Removes all leading characters equal to c.
     void TrimLeftSide(char c);
+    /// Removes all trailing characters equal to c.
     void TrimRightSide(char c);
     /// Removes all leading and trailing characters that are one of these.
-    void Trim(STextPiece characters = " \t\n\v\f\r");
+    void Trim(STextPiece characters = " \n\r\t\v\f");
     /// Replaces all occurrences of a text, found from left to right; an empty text does not occur. NULs are characters
     /// like others. Cost: one pass; another one first, and a new block, unless the text gets no longer, is nobody
     /// else's, and none of the arguments is a part of this string.
@@ -344,20 +364,10 @@ public:
     }
     CString& operator+=(char cRight)
     {
-        SStringInfo* const pstInfo = m_pstInfo;
-        const uint32_t uExtent = ExtentOf(pstInfo);
-        const unsigned int uOldSize = uExtent >> 16;
-        if (uOldSize == (uExtent & 0xFFFF) || !IsOnlyOne(pstInfo))
+        if (!AppendInPlace(cRight))
         {
             const char cHere = cRight;
             AppendElsewhere(&cHere, 1);
-        }
-        else
-        {
-            // The character and the NUL in one store.
-            const uint16_t uText = static_cast<unsigned char>(cRight);
-            memcpy(CharactersOf(pstInfo) + uOldSize, &uText, sizeof(uText));
-            SetExtent(pstInfo, uExtent + (1u << 16));
         }
         return *this;
     }
@@ -403,6 +413,7 @@ public:
         *pNumber = narrow;
         return QV_RES_OK;
     }
+    /// ParseNumber() of this string.
     template <typename Number>
     [[nodiscard]] QvResult ToNumber(Number* pNumber) const
     {
@@ -504,6 +515,18 @@ private:
         SetExtent(pstInfo, uExtent + (static_cast<uint32_t>(uSize) << 16));
         return true;
     }
+    QV_HIDDEN bool AppendInPlace(char c)
+    {
+        SStringInfo* const pstInfo = m_pstInfo;
+        const uint32_t uExtent = ExtentOf(pstInfo);
+        const unsigned int uOldSize = uExtent >> 16;
+        if (uOldSize == (uExtent & 0xFFFF) || !IsOnlyOne(pstInfo)) return false;
+        // The character and the NUL in one store.
+        const uint16_t uText = static_cast<unsigned char>(c);
+        memcpy(CharactersOf(pstInfo) + uOldSize, &uText, sizeof(uText));
+        SetExtent(pstInfo, uExtent + (1u << 16));
+        return true;
+    }
     // The first characters as a number, which orders as they do: eight, or all of fewer. A block that holds one
     // character has room for 32.
     QV_HIDDEN static uint64_t BeginOf(const char* pszText, unsigned int uSize)
@@ -516,7 +539,7 @@ private:
     // The ways that Assign() and Append() take, Append() where the text does not go into the block as it is.
     QvResult AssignText(const char* pText, size_t uSize);
     QvResult AppendText(const char* pText, size_t uSize);
-    // The rest of Compare(): the first 8 characters are equal, and no NULs.
+    // Compare() for texts that do not differ early.
     int CompareRest(const char* pszOther) const;
     // The way of an append that does not stay in the block.
     void AppendElsewhere(const char* pszText, unsigned int uSize);
@@ -632,7 +655,7 @@ QV_EXPORT CMarshaler& operator<<(CMarshaler& rMarshaler, const CString& rString)
 /// Reads them back. If memory runs out, the characters are skipped and the string is empty.
 QV_EXPORT CMarshaler& operator>>(CMarshaler& rMarshaler, CString& rString);
 
-/// The order of strings, and of strings and texts, in one pass.
+// The order of strings, and of strings and texts, in one pass.
 namespace orvel_internal
 {
 template <>

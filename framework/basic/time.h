@@ -13,10 +13,10 @@
 /// A moment, to the millisecond, with a time zone to read and set it by; and the framework's own clock.
 /// ```cpp
 /// CTime::SetSystemTimeZone(pszTIMEZONE_NA_EASTERN);
-/// CTime start;                                        // the clock's time
+/// CTime start;                                        // the clock's time.
 /// start.SetDateAndTime(2024, 3, 10, 6, 59, 59, 0, true);
-/// CTime::SetSystemTime(start);                        // the clock runs on from there
-/// start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York
+/// CTime::SetSystemTime(start);                        // the clock runs on from there.
+/// start.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, false);   // 01:59:59 in New York.
 /// ```
 ///
 /// The clock stands at 1 January 2000, 00:00 UTC when the framework comes up and advances with CTimer's up-time. Only

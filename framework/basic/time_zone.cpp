@@ -193,7 +193,7 @@ CTimeZone::CTimeZone() : m_semAccess((SStrings::RequireUp(), CBinarySemaphore::e
 
 CTimeZone::CTimeZone(const char* pszTimeZone) : CTimeZone()
 {
-    SetTimeZone(pszTimeZone);
+    static_cast<void>(SetTimeZone(pszTimeZone));
 }
 
 CTimeZone::CTimeZone(const CTimeZone& rSrc) : CTimeZone()

@@ -34,12 +34,14 @@ extern QV_EXPORT const char* const apszTIMEZONE_TABLE[17];        ///< All of th
 /// |  |daylight saving time: its name; without it there is none
 /// |  offset, [+-]hh[:mm[:ss]]: what has to be added to local time to get UTC, so that west is positive
 /// standard time: its name, 1 to 9 characters other than digits, ',', '+' and '-'
-///
-/// n         day of the year from 0 on, 29 February counted       0 ... 365
-/// Jn        day of the year from 1 on, 29 February never counted 1 ... 365
-/// Mm.w.d    week w (5: the last) of weekday d (0: Sunday) in month m
-/// M         first Sunday of April as the start; last Sunday of October as the end, where a time must follow
 /// ```
+///
+/// A day is one of these:
+///
+/// - `n`: the day of the year from 0 on, 29 February counted, 0 to 365.
+/// - `Jn`: the day of the year from 1 on, 29 February never counted, 1 to 365.
+/// - `Mm.w.d`: week w (5: the last) of weekday d (0: Sunday) in month m.
+/// - `M`: the first Sunday of April as the start; the last Sunday of October as the end, where a time must follow.
 ///
 /// Hours go up to 23, minutes and seconds to 59. J and M may be small letters, too.
 /// Without rules daylight saving time lasts from the first Sunday of April to the last Sunday of October, 02:00:00.
@@ -116,7 +118,7 @@ public:
     /// - `QV_RES_OK`: the zone is set.
     /// - `QV_RES_INVALID_ARGUMENT`: the text is null, empty, malformed, or longer than a CString.
     /// - `QV_RES_OUT_OF_MEMORY`: allocating the texts failed.
-    QvResult SetTimeZone(const char* pszTimeZone);
+    [[nodiscard]] QvResult SetTimeZone(const char* pszTimeZone);
 
     /// Whether a moment, UTC or local, lies in daylight saving time. A local time that occurs twice, at the end of it,
     /// counts as daylight saving time; one that is skipped, at its start, as daylight saving time, too.
@@ -125,15 +127,17 @@ public:
                                   unsigned short uHour, unsigned short uMinute, unsigned short uSecond,
                                   unsigned short uMillisecond, bool bUtc) const;
 
-    /// Converts in place, as ConvertFromLocaleToUTC() does. A result of exactly 24:00:00.000 is not carried into the
-    /// next day: where that matters, take 86,400,000 ms as 0 of the day after. At most one day is carried, so the time
-    /// of day should be below 24 hours.
+    /// From UTC to local time, in place. A result of exactly 24:00:00.000 is not carried into the next day: where that
+    /// matters, take 86,400,000 ms as 0 of the day after. At most one day is carried, so the time of day should be
+    /// below 24 hours.
     void ConvertFromUTCToLocale(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
+    /// From local time to UTC, in place, likewise.
     void ConvertFromLocaleToUTC(unsigned int& ruJulianDate, unsigned int& ruTimeMs) const;
-    /// The same, so that 24:00:00.000 reads as hour 24 of the day before; ConvertFromLocaleToUTC() as well.
+    /// From UTC to local time, in place, where exactly 24:00:00.000 reads as hour 24 of the day before.
     void ConvertFromUTCToLocale(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
                                 unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
                                 unsigned short& ruMillisecond) const;
+    /// From local time to UTC, in place, likewise.
     void ConvertFromLocaleToUTC(unsigned short& ruYear, unsigned short& ruMonth, unsigned short& ruDay,
                                 unsigned short& ruHour, unsigned short& ruMinute, unsigned short& ruSecond,
                                 unsigned short& ruMillisecond) const;

@@ -23,30 +23,31 @@ public:
     ///
     /// - `QV_RES_OK`: it is kept; only Begin() checks that it has 16, 24 or 32 bytes.
     /// - `QV_RES_INVALID_ARGUMENT`: puKey is null and uKeySize is not 0, or uKeySize is above 32.
-    QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
+    [[nodiscard]] QvResult SetDefaultKey(const uint8_t* puKey, unsigned int uKeySize);
     /// Sets the initialisation vector for a Begin() without one; 16 zero bytes at first.
     ///
     /// - `QV_RES_OK`: it is kept.
     /// - `QV_RES_INVALID_ARGUMENT`: puIv is null, or uIvSize is not 16.
-    QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
+    [[nodiscard]] QvResult SetDefaultIV(const uint8_t* puIv, unsigned int uIvSize);
     /// Sets what eACTION_DEFAULT stands for. That is nothing at first; setting eACTION_DEFAULT itself restores that.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
-    QvResult SetDefaultAction(CCipher::EAction eAction);
-    /// The same for eMODE_DEFAULT.
+    [[nodiscard]] QvResult SetDefaultAction(CCipher::EAction eAction);
+    /// Sets what eMODE_DEFAULT stands for, as SetDefaultAction() does for eACTION_DEFAULT.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: no enumerator has that value.
-    QvResult SetDefaultMode(CCipher::EMode eMode);
+    [[nodiscard]] QvResult SetDefaultMode(CCipher::EMode eMode);
 
     /// What CAes says, like Update() and End(). So do GetAlgorithm(), GetBlockSizeInBits(), GetBlockSizeInByte() and
     /// GetSupportedModes().
-    QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
-                   const uint8_t* puIv, unsigned int uIvSize);
-    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
-    QvResult End(uint8_t* puOut, unsigned int* puOutSize);
-    QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv);
-    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend);
-    QvResult End(CBlob* pblobOut, bool bAppend);
+    [[nodiscard]] QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const uint8_t* puKey,
+                                 unsigned int uKeySize, const uint8_t* puIv, unsigned int uIvSize);
+    [[nodiscard]] QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize);
+    [[nodiscard]] QvResult End(uint8_t* puOut, unsigned int* puOutSize);
+    [[nodiscard]] QvResult Begin(CCipher::EAction eAction, CCipher::EMode eMode, const CBlob* pblobKey,
+                                 const CBlob* pblobIv);
+    [[nodiscard]] QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend);
+    [[nodiscard]] QvResult End(CBlob* pblobOut, bool bAppend);
     unsigned int GetAlgorithm();
     unsigned int GetBlockSizeInBits();
     unsigned int GetBlockSizeInByte();
@@ -130,25 +131,32 @@ public:
     CAes& operator=(const CAes&) = default;
     ~CAes() override;
 
-    QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize, const uint8_t* puIv,
-                   unsigned int uIvSize) override
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                 const uint8_t* puIv, unsigned int uIvSize) override
     {
         return CAesBremoFwOpenSsl::Begin(eAction, eMode, puKey, uKeySize, puIv, uIvSize);
     }
-    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) override
+    [[nodiscard]] QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                  unsigned int* puOutSize) override
     {
         return CAesBremoFwOpenSsl::Update(puIn, uInSize, puOut, puOutSize);
     }
-    QvResult End(uint8_t* puOut, unsigned int* puOutSize) override { return CAesBremoFwOpenSsl::End(puOut, puOutSize); }
-    QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override
+    [[nodiscard]] QvResult End(uint8_t* puOut, unsigned int* puOutSize) override
+    {
+        return CAesBremoFwOpenSsl::End(puOut, puOutSize);
+    }
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override
     {
         return CAesBremoFwOpenSsl::Begin(eAction, eMode, pblobKey, pblobIv);
     }
-    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override
+    [[nodiscard]] QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override
     {
         return CAesBremoFwOpenSsl::Update(pblobIn, pblobOut, bAppend);
     }
-    QvResult End(CBlob* pblobOut, bool bAppend) override { return CAesBremoFwOpenSsl::End(pblobOut, bAppend); }
+    [[nodiscard]] QvResult End(CBlob* pblobOut, bool bAppend) override
+    {
+        return CAesBremoFwOpenSsl::End(pblobOut, bAppend);
+    }
     unsigned int GetAlgorithm() override { return CAesBremoFwOpenSsl::GetAlgorithm(); }
     unsigned int GetBlockSizeInBits() override { return CAesBremoFwOpenSsl::GetBlockSizeInBits(); }
     unsigned int GetBlockSizeInByte() override { return CAesBremoFwOpenSsl::GetBlockSizeInByte(); }

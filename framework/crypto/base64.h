@@ -9,10 +9,10 @@
 
 /// Base64 behind the cipher interface: encrypting encodes, decrypting decodes.
 /// ```
-/// CString strText;                                    // a whole message in one call
+/// CString strText;                                    // a whole message in one call.
 /// res = CBase64::ToText(blobBytes, &strText);
 ///
-/// CBase64 base64;                                     // or one that comes in pieces
+/// CBase64 base64;                                     // or one that comes in pieces.
 /// base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
 /// base64.Update(&blobBytes, &blobText, false);
 /// base64.End(&blobText, true);
@@ -45,6 +45,7 @@
 class QV_EXPORT CBase64 : public CCipher
 {
 public:
+    /// Which characters stand for 62 and 63.
     enum EAlphabet : unsigned int
     {
         /// With "+" and "/".
@@ -53,23 +54,26 @@ public:
         eALPHABET_URL_SAFE = 1
     };
 
+    /// Without a message; the standard alphabet.
     CBase64();
     CBase64(const CBase64&) = default;
     CBase64& operator=(const CBase64&) = default;
     ~CBase64() override;
 
-    /// Takes effect at once and stays across Begin(). Any other value encodes as the standard alphabet, and decodes as
+    /// Sets the alphabet, which takes effect at once and stays across Begin(). Any other value encodes as the standard alphabet, and decodes as
     /// one that has neither "+" nor "/".
     void SetAlphabet(EAlphabet eAlphabet);
+    /// The alphabet that was set last.
     EAlphabet GetAlphabet() const;
 
-    QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize, const uint8_t* puIv,
-                   unsigned int uIvSize) override;
-    QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) override;
-    QvResult End(uint8_t* puOut, unsigned int* puOutSize) override;
-    QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override;
-    QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override;
-    QvResult End(CBlob* pblobOut, bool bAppend) override;
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                 const uint8_t* puIv, unsigned int uIvSize) override;
+    [[nodiscard]] QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                  unsigned int* puOutSize) override;
+    [[nodiscard]] QvResult End(uint8_t* puOut, unsigned int* puOutSize) override;
+    [[nodiscard]] QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) override;
+    [[nodiscard]] QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) override;
+    [[nodiscard]] QvResult End(CBlob* pblobOut, bool bAppend) override;
     /// CCipher::eBASE64.
     unsigned int GetAlgorithm() override;
     /// 0: there are no blocks.
@@ -86,7 +90,7 @@ public:
     ///
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_FAIL`: the group behind them does not decode, or has fewer than 4 characters.
-    QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
+    [[nodiscard]] QvResult Decode(const uint8_t* puIn, unsigned int uSize, uint8_t* puOut, unsigned int* puOutSize);
     /// Makes the base64 text of a blob all that a string holds, in one call. It ends in padding and has no line breaks.
     ///
     /// - `QV_RES_OK`: the string holds the text.

@@ -11,8 +11,8 @@
 /// ```
 /// CAes aes;
 /// aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
-/// aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size
-/// aes.End(&blobOut, true);                // what was held back for a whole block comes now
+/// aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size.
+/// aes.End(&blobOut, true);                // what was held back for a whole block comes now.
 /// ```
 ///
 /// What each call writes, and when it fails, depends on the algorithm: see CAes and CBase64.
@@ -30,8 +30,8 @@ public:
     /// What becomes of the bytes.
     enum EAction : unsigned int
     {
-        eACTION_DECRYPT = 0,  ///< Or decode.
-        eACTION_ENCRYPT = 1,  ///< Or encode.
+        eACTION_DECRYPT = 0,  ///< From what ENCRYPT gave.
+        eACTION_ENCRYPT = 1,  ///< To cipher text, or to Base64.
         /// The object's default.
         eACTION_DEFAULT = 2
     };
@@ -39,12 +39,12 @@ public:
     /// How blocks depend on each other.
     enum EMode : unsigned int
     {
-        eMODE_CBC = 0,  ///< Each block on the one before.
+        eMODE_CBC = 0,  ///< Each block depends on the one before.
         /// With 128-bit feedback.
         eMODE_CFB = 1,
-        eMODE_CTR = 2,  ///< On a counter: any place of a message by itself.
-        eMODE_ECB = 3,  ///< Not at all: equal blocks show.
-        eMODE_OFB = 4,  ///< On a stream that does not depend on the message.
+        eMODE_CTR = 2,  ///< A counter takes the place of the block before.
+        eMODE_ECB = 3,  ///< No block depends on another: equal ones show.
+        eMODE_OFB = 4,  ///< A stream of bytes that does not depend on the message.
         /// The object's default.
         eMODE_DEFAULT = 5
     };
@@ -62,23 +62,24 @@ public:
     virtual ~CCipher();
 
     /// Starts a message, dropping the one before.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
-                           const uint8_t* puIv, unsigned int uIvSize) = 0;
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
+                                         const uint8_t* puIv, unsigned int uIvSize) = 0;
     /// Adds uInSize bytes to the message, writes what is ready to puOut and its size to *puOutSize.
-    virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut, unsigned int* puOutSize) = 0;
+    [[nodiscard]] virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
+                                          unsigned int* puOutSize) = 0;
     /// Ends the message: writes the rest to puOut and its size to *puOutSize.
-    virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
-    /// The same with blobs. Update() and End() raise the output blob's capacity to what the raw form may need, before
-    /// that is called.
-    virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
+    [[nodiscard]] virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
+    /// Starts a message, from blobs. Update() and End() with blobs raise the output blob's capacity to what the raw
+    /// form may need, before that is called.
+    [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const CBlob* pblobKey, const CBlob* pblobIv) = 0;
     /// Adds the bytes of a blob to the message; what is ready goes into or behind the output blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult Update(const CBlob* pblobIn, CBlob* pblobOut, bool bAppend) = 0;
     /// Ends the message; the rest goes into or behind the output blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the capacity could not be raised.
-    virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
+    [[nodiscard]] virtual QvResult End(CBlob* pblobOut, bool bAppend) = 0;
 
     /// Which cipher it is: an EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;

@@ -10,7 +10,7 @@
 /// ```
 /// CCrc crc;
 /// crc.Begin(CCrc::eCRC32);
-/// crc.Update(puData, uSize);   // any number of times, in pieces of any size
+/// crc.Update(puData, uSize);   // any number of times, in pieces of any size.
 /// uint32_t uCrc;
 /// crc.End(&uCrc);
 /// ```
@@ -44,7 +44,7 @@ public:
     ///
     /// - `QV_RES_OK`: it is active; eType is not checked.
     /// - `QV_RES_INVALID_STATE`: one is active already, which is not disturbed.
-    QvResult Begin(ECrcType eType)
+    [[nodiscard]] QvResult Begin(ECrcType eType)
     {
         if (m_bActive) return QV_RES_INVALID_STATE;
         m_uRegister = 0xFFFFFFFF;
@@ -58,7 +58,7 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: puData is null.
     /// - `QV_RES_INVALID_STATE`: no computation is active.
     /// - `QV_RES_FAIL`: the type it began with is no ECrcType.
-    QvResult Update(const uint8_t* puData, unsigned int uSize)
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize)
     {
         if (puData == nullptr) return QV_RES_INVALID_ARGUMENT;
         if (uSize == 0) return QV_RES_OK;
@@ -70,20 +70,20 @@ public:
     /// Adds the bytes of a blob.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pblobData is null, or the blob has no storage.
-    QvResult Update(CBlob* pblobData);
+    [[nodiscard]] QvResult Update(CBlob* pblobData);
     /// Ends an eCRC16 computation and writes its value to *puCrc, which must exist.
     ///
     /// - `QV_RES_OK`: the value is written.
     /// - `QV_RES_INVALID_STATE`: no computation is active.
     /// - `QV_RES_INVALID_ARGUMENT`: it is of the other width and stays active.
-    QvResult End(uint16_t* puCrc)
+    [[nodiscard]] QvResult End(uint16_t* puCrc)
     {
         const QvResult res = Leave(eCRC16);
         if (res >= 0) *puCrc = static_cast<uint16_t>(~m_uRegister);
         return res;
     }
-    /// The same for an eCRC32 computation.
-    QvResult End(uint32_t* puCrc)
+    /// Ends an eCRC32 computation in the same way.
+    [[nodiscard]] QvResult End(uint32_t* puCrc)
     {
         const QvResult res = Leave(eCRC32);
         if (res >= 0) *puCrc = ~m_uRegister;

@@ -59,7 +59,7 @@ QvResult CCrypto::InitializeCCrypto()
     static bool s_bForksAreSafe = false;
     if (!s_bForksAreSafe) s_bForksAreSafe = pthread_atfork(LockForFork, UnlockInParent, UnlockInChild) == 0;
     uint8_t auDropped[40];
-    CSecurePrng::Generate(sizeof(auDropped), auDropped);
+    static_cast<void>(CSecurePrng::Generate(sizeof(auDropped), auDropped));
     return QV_RES_OK;
 }
 

@@ -10,7 +10,7 @@
 /// ```
 /// CSha256 sha256;
 /// sha256.Begin();
-/// sha256.Update(puData, uSize);   // any number of times, in pieces of any size
+/// sha256.Update(puData, uSize);   // any number of times, in pieces of any size.
 /// sha256.End(&blobDigest);
 /// ```
 ///
@@ -34,28 +34,28 @@ public:
     virtual ~CHash();
 
     /// Starts a message, dropping the one before.
-    virtual QvResult Begin() = 0;
+    [[nodiscard]] virtual QvResult Begin() = 0;
     /// Adds uSize bytes to the message.
     ///
     /// - `QV_RES_OK`: they are in; always so for a size of 0 with a pointer that is not null.
     /// - `QV_RES_INVALID_ARGUMENT`: puData is null.
-    virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
+    [[nodiscard]] virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
     /// Ends the message and writes its digest, GetSizeInBytes() bytes.
     ///
     /// - `QV_RES_OK`: the digest is written.
     /// - `QV_RES_INVALID_ARGUMENT`: puDigest is null.
-    virtual QvResult End(uint8_t* puDigest) = 0;
+    [[nodiscard]] virtual QvResult End(uint8_t* puDigest) = 0;
     /// Adds the bytes of a blob.
     ///
     /// - `QV_RES_FAIL`: pblobData is null.
     /// - `QV_RES_INVALID_ARGUMENT`: the blob has no storage.
-    virtual QvResult Update(const CBlob* pblobData) = 0;
+    [[nodiscard]] virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the digest as the whole content of a blob.
     ///
     /// - `QV_RES_FAIL`: pblobDigest is null.
     /// - `QV_RES_OUT_OF_MEMORY`: the blob has too little room and cannot grow.
     /// - `QV_RES_INVALID_ARGUMENT`: the same for a blob without storage.
-    virtual QvResult End(CBlob* pblobDigest) = 0;
+    [[nodiscard]] virtual QvResult End(CBlob* pblobDigest) = 0;
 
     /// Which digest it is: an EAlgorithm.
     virtual unsigned int GetAlgorithm() = 0;

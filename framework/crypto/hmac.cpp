@@ -14,14 +14,14 @@ CHMacBremoFw::~CHMacBremoFw() = default;
 QvResult CHMacBremoFw::HMacReset(const uint8_t* puKey, unsigned int uKeySize, CHash* pHash, unsigned int uBlockSize,
                                  uint8_t* puInnerPad, uint8_t* puOuterPad)
 {
-    pHash->Begin();
+    static_cast<void>(pHash->Begin());
     if (uKeySize <= uBlockSize) memcpy(puInnerPad, puKey, uKeySize);
     else
     {
-        pHash->Update(puKey, uKeySize);
-        pHash->End(puInnerPad);
+        static_cast<void>(pHash->Update(puKey, uKeySize));
+        static_cast<void>(pHash->End(puInnerPad));
         uKeySize = pHash->GetSizeInBytes();
-        pHash->Begin();
+        static_cast<void>(pHash->Begin());
     }
     memset(puInnerPad + uKeySize, 0, uBlockSize - uKeySize);
     for (unsigned int u = 0; u < uBlockSize; ++u)
@@ -29,18 +29,18 @@ QvResult CHMacBremoFw::HMacReset(const uint8_t* puKey, unsigned int uKeySize, CH
         puOuterPad[u] = puInnerPad[u] ^ orvel_internal::g_uHMAC_OUTER_PAD;
         puInnerPad[u] ^= orvel_internal::g_uHMAC_INNER_PAD;
     }
-    pHash->Update(puInnerPad, uBlockSize);
+    static_cast<void>(pHash->Update(puInnerPad, uBlockSize));
     return QV_RES_OK;
 }
 
 QvResult CHMacBremoFw::HMacResult(CHash* pHash, unsigned int uBlockSize, uint8_t* puInnerDigest,
                                   const uint8_t* puOuterPad, uint8_t* puDigest)
 {
-    pHash->End(puInnerDigest);
-    pHash->Begin();
-    pHash->Update(puOuterPad, uBlockSize);
-    pHash->Update(puInnerDigest, pHash->GetSizeInBytes());
-    pHash->End(puDigest);
+    static_cast<void>(pHash->End(puInnerDigest));
+    static_cast<void>(pHash->Begin());
+    static_cast<void>(pHash->Update(puOuterPad, uBlockSize));
+    static_cast<void>(pHash->Update(puInnerDigest, pHash->GetSizeInBytes()));
+    static_cast<void>(pHash->End(puDigest));
     return QV_RES_OK;
 }
 

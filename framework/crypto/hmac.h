@@ -12,8 +12,8 @@
 /// ```
 /// CSha1Mac mac;
 /// mac.Begin(puKey, uKeySize);
-/// mac.Update(puData, uSize);   // any number of times, in pieces of any size
-/// mac.End(&blobCode);          // the next message needs Begin() with the key again
+/// mac.Update(puData, uSize);   // any number of times, in pieces of any size.
+/// mac.End(&blobCode);          // the next message needs Begin() with the key again.
 /// ```
 ///
 /// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.
@@ -32,19 +32,19 @@ public:
     virtual ~CHMac();
 
     /// Starts a message under a key of uKeySize bytes (a key of 0 bytes is allowed).
-    virtual QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) = 0;
+    [[nodiscard]] virtual QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) = 0;
     /// Adds uSize bytes to the message.
-    virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
+    [[nodiscard]] virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
     /// Ends the message and writes its code, GetSizeInBytes() bytes.
-    virtual QvResult End(uint8_t* puDigest) = 0;
+    [[nodiscard]] virtual QvResult End(uint8_t* puDigest) = 0;
     /// Starts a message under the key that a blob holds.
-    virtual QvResult Begin(const CBlob* pblobKey) = 0;
+    [[nodiscard]] virtual QvResult Begin(const CBlob* pblobKey) = 0;
     /// Adds the bytes of a blob.
-    virtual QvResult Update(const CBlob* pblobData) = 0;
+    [[nodiscard]] virtual QvResult Update(const CBlob* pblobData) = 0;
     /// Writes the code as the whole content of a blob.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the blob has too little room and cannot grow.
-    virtual QvResult End(CBlob* pblobDigest) = 0;
+    [[nodiscard]] virtual QvResult End(CBlob* pblobDigest) = 0;
 
     /// The CHash::EAlgorithm of the digest inside.
     virtual unsigned int GetAlgorithm() = 0;
@@ -85,12 +85,12 @@ public:
     ~CSha1MacBremoFw() override;
 
     /// As in CHMac, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
-    QvResult Begin(const uint8_t* puKey, unsigned int uKeySize);
-    QvResult Update(const uint8_t* puData, unsigned int uSize);
-    QvResult End(uint8_t* puDigest);
-    QvResult Begin(const CBlob* pblobKey);
-    QvResult Update(const CBlob* pblobData);
-    QvResult End(CBlob* pblobDigest);
+    [[nodiscard]] QvResult Begin(const uint8_t* puKey, unsigned int uKeySize);
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize);
+    [[nodiscard]] QvResult End(uint8_t* puDigest);
+    [[nodiscard]] QvResult Begin(const CBlob* pblobKey);
+    [[nodiscard]] QvResult Update(const CBlob* pblobData);
+    [[nodiscard]] QvResult End(CBlob* pblobDigest);
     unsigned int GetAlgorithm();
     unsigned int GetSizeInBits();
     unsigned int GetSizeInBytes();
@@ -114,15 +114,18 @@ public:
     CSha1Mac& operator=(const CSha1Mac&) = default;
     ~CSha1Mac() override;
 
-    QvResult Begin(const uint8_t* puKey, unsigned int uSize) override { return CSha1MacBremoFw::Begin(puKey, uSize); }
-    QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    [[nodiscard]] QvResult Begin(const uint8_t* puKey, unsigned int uSize) override
+    {
+        return CSha1MacBremoFw::Begin(puKey, uSize);
+    }
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize) override
     {
         return CSha1MacBremoFw::Update(puData, uSize);
     }
-    QvResult End(uint8_t* puDigest) override { return CSha1MacBremoFw::End(puDigest); }
-    QvResult Begin(const CBlob* pblobKey) override { return CSha1MacBremoFw::Begin(pblobKey); }
-    QvResult Update(const CBlob* pblobData) override { return CSha1MacBremoFw::Update(pblobData); }
-    QvResult End(CBlob* pblobDigest) override { return CSha1MacBremoFw::End(pblobDigest); }
+    [[nodiscard]] QvResult End(uint8_t* puDigest) override { return CSha1MacBremoFw::End(puDigest); }
+    [[nodiscard]] QvResult Begin(const CBlob* pblobKey) override { return CSha1MacBremoFw::Begin(pblobKey); }
+    [[nodiscard]] QvResult Update(const CBlob* pblobData) override { return CSha1MacBremoFw::Update(pblobData); }
+    [[nodiscard]] QvResult End(CBlob* pblobDigest) override { return CSha1MacBremoFw::End(pblobDigest); }
     unsigned int GetAlgorithm() override { return CSha1MacBremoFw::GetAlgorithm(); }
     unsigned int GetSizeInBits() override { return CSha1MacBremoFw::GetSizeInBits(); }
     unsigned int GetSizeInBytes() override { return CSha1MacBremoFw::GetSizeInBytes(); }

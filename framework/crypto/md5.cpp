@@ -53,7 +53,7 @@ inline void FourSteps(uint32_t (&auState)[4], const uint32_t (&auWords)[4], cons
 
 CMd5BremoFw::CMd5BremoFw()
 {
-    Begin();
+    static_cast<void>(Begin());
 }
 
 CMd5BremoFw::~CMd5BremoFw() = default;

@@ -13,11 +13,11 @@ public:
     virtual ~CMd5BremoFw();
 
     /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
-    QvResult Begin();
-    QvResult Update(const uint8_t* puData, unsigned int uSize);
-    QvResult End(uint8_t* puDigest);
-    QvResult Update(const CBlob* pblobData);
-    QvResult End(CBlob* pblobDigest);
+    [[nodiscard]] QvResult Begin();
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize);
+    [[nodiscard]] QvResult End(uint8_t* puDigest);
+    [[nodiscard]] QvResult Update(const CBlob* pblobData);
+    [[nodiscard]] QvResult End(CBlob* pblobDigest);
     unsigned int GetAlgorithm();
     unsigned int GetSizeInBits();
     unsigned int GetSizeInBytes();
@@ -45,11 +45,14 @@ public:
     CMd5& operator=(const CMd5&) = default;
     ~CMd5() override;
 
-    QvResult Begin() override { return CMd5BremoFw::Begin(); }
-    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return CMd5BremoFw::Update(puData, uSize); }
-    QvResult End(uint8_t* puDigest) override { return CMd5BremoFw::End(puDigest); }
-    QvResult Update(const CBlob* pblobData) override { return CMd5BremoFw::Update(pblobData); }
-    QvResult End(CBlob* pblobDigest) override { return CMd5BremoFw::End(pblobDigest); }
+    [[nodiscard]] QvResult Begin() override { return CMd5BremoFw::Begin(); }
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    {
+        return CMd5BremoFw::Update(puData, uSize);
+    }
+    [[nodiscard]] QvResult End(uint8_t* puDigest) override { return CMd5BremoFw::End(puDigest); }
+    [[nodiscard]] QvResult Update(const CBlob* pblobData) override { return CMd5BremoFw::Update(pblobData); }
+    [[nodiscard]] QvResult End(CBlob* pblobDigest) override { return CMd5BremoFw::End(pblobDigest); }
     unsigned int GetAlgorithm() override { return CMd5BremoFw::GetAlgorithm(); }
     unsigned int GetSizeInBits() override { return CMd5BremoFw::GetSizeInBits(); }
     unsigned int GetSizeInBytes() override { return CMd5BremoFw::GetSizeInBytes(); }

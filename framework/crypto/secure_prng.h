@@ -18,13 +18,13 @@ public:
     virtual ~CSecurePrngBremoFw();
 
     /// As CSecurePrng::Generate().
-    static QvResult Generate(unsigned int uSize, uint8_t* puOut);
+    [[nodiscard]] static QvResult Generate(unsigned int uSize, uint8_t* puOut);
     /// Makes uSize random bytes the whole content of a blob.
     ///
     /// - `QV_RES_OK`: they are in.
     /// - `QV_RES_INVALID_ARGUMENT`: pblobOut is null, or uSize is 0 and the blob has no storage.
     /// - `QV_RES_OUT_OF_MEMORY`: the blob could not grow.
-    static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
+    [[nodiscard]] static QvResult Generate(unsigned int uSize, CBlob* pblobOut);
 
     /// Replaces the current block, from which all later blocks follow, by the SHA-1 of the given seed. If the generator
     /// has not gathered a seed since its start-up, it no longer does.
@@ -35,7 +35,7 @@ public:
     /// - `QV_RES_OK`: it is mixed in.
     /// - `QV_RES_INVALID_ARGUMENT`: puSeed is null.
     /// - `QV_RES_FAIL`: uSize is 0.
-    static QvResult SetSeed(unsigned int uSize, uint8_t* puSeed);
+    [[nodiscard]] static QvResult SetSeed(unsigned int uSize, uint8_t* puSeed);
 
     /// Module start-up and shut-down: back to the unseeded state. Start-up returns QV_RES_OK.
     static QvResult InitializeCSecurePrngBremoFw();
@@ -87,10 +87,10 @@ public:
     ///
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_INVALID_ARGUMENT`: puOut is null; the generator is seeded all the same.
-    static QvResult Generate(unsigned int uSize, uint8_t* puOut);
-    /// The form for blobs. A template, so that Generate(5, nullptr) means the form above.
+    [[nodiscard]] static QvResult Generate(unsigned int uSize, uint8_t* puOut);
+    /// The form for blobs. A template, so that Generate(5, nullptr) means the other form.
     template <typename T, std::enable_if_t<std::is_convertible_v<T*, CBlob*>, int> = 0>
-    QV_HIDDEN static QvResult Generate(unsigned int uSize, T* pblobOut)
+    [[nodiscard]] QV_HIDDEN static QvResult Generate(unsigned int uSize, T* pblobOut)
     {
         return CSecurePrngBremoFw::Generate(uSize, pblobOut);
     }

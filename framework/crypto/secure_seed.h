@@ -15,7 +15,7 @@ public:
     virtual ~CSecureSeedBremoFw();
 
     /// As CSecureSeed::GenerateSeed().
-    static QvResult GenerateSeed(uint8_t* puSeed);
+    [[nodiscard]] static QvResult GenerateSeed(uint8_t* puSeed);
 
     /// Module start-up and shut-down: the counter. Start-up returns QV_RES_OK.
     static QvResult InitializeCSecureSeedBremoFw();
@@ -50,7 +50,7 @@ public:
     ///
     /// - `QV_RES_OK`: they are written.
     /// - `QV_RES_INVALID_ARGUMENT`: puSeed is null.
-    static QvResult GenerateSeed(uint8_t* puSeed);
+    [[nodiscard]] static QvResult GenerateSeed(uint8_t* puSeed);
 };
 
 /// Module start-up and shut-down, called by CFrameworkInitializer; forward to CSecureSeedBremoFw.

@@ -13,11 +13,11 @@ public:
     virtual ~CSha1BremoFw();
 
     /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
-    QvResult Begin();
-    QvResult Update(const uint8_t* puData, unsigned int uSize);
-    QvResult End(uint8_t* puDigest);
-    QvResult Update(const CBlob* pblobData);
-    QvResult End(CBlob* pblobDigest);
+    [[nodiscard]] QvResult Begin();
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize);
+    [[nodiscard]] QvResult End(uint8_t* puDigest);
+    [[nodiscard]] QvResult Update(const CBlob* pblobData);
+    [[nodiscard]] QvResult End(CBlob* pblobDigest);
     unsigned int GetAlgorithm();
     unsigned int GetSizeInBits();
     unsigned int GetSizeInBytes();
@@ -53,11 +53,14 @@ public:
     CSha1& operator=(const CSha1&) = default;
     ~CSha1() override;
 
-    QvResult Begin() override { return CSha1BremoFw::Begin(); }
-    QvResult Update(const uint8_t* puData, unsigned int uSize) override { return CSha1BremoFw::Update(puData, uSize); }
-    QvResult End(uint8_t* puDigest) override { return CSha1BremoFw::End(puDigest); }
-    QvResult Update(const CBlob* pblobData) override { return CSha1BremoFw::Update(pblobData); }
-    QvResult End(CBlob* pblobDigest) override { return CSha1BremoFw::End(pblobDigest); }
+    [[nodiscard]] QvResult Begin() override { return CSha1BremoFw::Begin(); }
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    {
+        return CSha1BremoFw::Update(puData, uSize);
+    }
+    [[nodiscard]] QvResult End(uint8_t* puDigest) override { return CSha1BremoFw::End(puDigest); }
+    [[nodiscard]] QvResult Update(const CBlob* pblobData) override { return CSha1BremoFw::Update(pblobData); }
+    [[nodiscard]] QvResult End(CBlob* pblobDigest) override { return CSha1BremoFw::End(pblobDigest); }
     unsigned int GetAlgorithm() override { return CSha1BremoFw::GetAlgorithm(); }
     unsigned int GetSizeInBits() override { return CSha1BremoFw::GetSizeInBits(); }
     unsigned int GetSizeInBytes() override { return CSha1BremoFw::GetSizeInBytes(); }

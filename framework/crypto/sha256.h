@@ -13,23 +13,23 @@ public:
     virtual ~CSha256BremoFw();
 
     /// As in CHash, like Update(), End(), GetAlgorithm(), GetSizeInBits() and GetSizeInBytes().
-    QvResult Begin();
-    QvResult Update(const uint8_t* puData, unsigned int uSize);
-    QvResult End(uint8_t* puDigest);
-    QvResult Update(const CBlob* pblobData);
-    QvResult End(CBlob* pblobDigest);
+    [[nodiscard]] QvResult Begin();
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize);
+    [[nodiscard]] QvResult End(uint8_t* puDigest);
+    [[nodiscard]] QvResult Update(const CBlob* pblobData);
+    [[nodiscard]] QvResult End(CBlob* pblobDigest);
     unsigned int GetAlgorithm();
     unsigned int GetSizeInBits();
     unsigned int GetSizeInBytes();
 
 private:
     void Reset();
-    QvResult Input(const uint8_t* puData, unsigned int uSize);
+    [[nodiscard]] QvResult Input(const uint8_t* puData, unsigned int uSize);
     void AddLength(unsigned int uBits);
     void ProcessMsgBlock();
     void PadMsg(uint8_t uPadByte);
     void Finalize(uint8_t uPadByte);
-    QvResult Result(uint8_t* puDigest);
+    [[nodiscard]] QvResult Result(uint8_t* puDigest);
 
     QV_HIDDEN uint64_t GetLength() const;
     QV_HIDDEN void SetLength(uint64_t uBits);
@@ -57,14 +57,14 @@ public:
     CSha256& operator=(const CSha256&) = default;
     ~CSha256() override;
 
-    QvResult Begin() override { return CSha256BremoFw::Begin(); }
-    QvResult Update(const uint8_t* puData, unsigned int uSize) override
+    [[nodiscard]] QvResult Begin() override { return CSha256BremoFw::Begin(); }
+    [[nodiscard]] QvResult Update(const uint8_t* puData, unsigned int uSize) override
     {
         return CSha256BremoFw::Update(puData, uSize);
     }
-    QvResult End(uint8_t* puDigest) override { return CSha256BremoFw::End(puDigest); }
-    QvResult Update(const CBlob* pblobData) override { return CSha256BremoFw::Update(pblobData); }
-    QvResult End(CBlob* pblobDigest) override { return CSha256BremoFw::End(pblobDigest); }
+    [[nodiscard]] QvResult End(uint8_t* puDigest) override { return CSha256BremoFw::End(puDigest); }
+    [[nodiscard]] QvResult Update(const CBlob* pblobData) override { return CSha256BremoFw::Update(pblobData); }
+    [[nodiscard]] QvResult End(CBlob* pblobDigest) override { return CSha256BremoFw::End(pblobDigest); }
     unsigned int GetAlgorithm() override { return CSha256BremoFw::GetAlgorithm(); }
     unsigned int GetSizeInBits() override { return CSha256BremoFw::GetSizeInBits(); }
     unsigned int GetSizeInBytes() override { return CSha256BremoFw::GetSizeInBytes(); }

@@ -113,7 +113,7 @@ public:
     Interface* Detach() { return std::exchange(m_pInterface, nullptr); }
 
     /// Makes an object and holds its interface. Results as of CreateEComInstance(); this is null after a failure.
-    QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)
+    [[nodiscard]] QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)
     {
         void* pvInterface = nullptr;
         const QvResult res = CreateEComInstance(pClsid, pOuterUnknown, Interface::GetIid(), &pvInterface);
@@ -122,7 +122,7 @@ public:
     }
     /// Holds this interface of the object that pUnknown belongs to. Results as of IEComUnknown::QueryIf(); this is null
     /// after a failure. QV_RES_INVALID_ARGUMENT also when pUnknown is null.
-    QvResult QueryFrom(IEComUnknown* pUnknown)
+    [[nodiscard]] QvResult QueryFrom(IEComUnknown* pUnknown)
     {
         void* pvInterface = nullptr;
         const QvResult res =
@@ -142,7 +142,7 @@ public:
     /// Part of *pComponent.
     explicit CEComInnerUnknown(CEComUnknown* pComponent) : m_pComponent(pComponent) {}
 
-    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         return m_pComponent->NonDelegatingQueryIf(pIid, ppInterface);
     }
@@ -173,7 +173,7 @@ public:
     }
 
     /// As in IEComUnknown, like AddIfRef() and ReleaseIfRef(): of the outer object, if there is one.
-    QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (m_pOuterUnknown != nullptr) return m_pOuterUnknown->QueryIf(pIid, ppInterface);
         return this->NonDelegatingQueryIf(pIid, ppInterface);
@@ -188,7 +188,7 @@ public:
     }
 
     /// Answers for Interfaces, what they extend, and IID_IEComUnknown. Results as of IEComUnknown::QueryIf().
-    QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
+    [[nodiscard]] QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override
     {
         if (ppInterface == nullptr || pIid == nullptr) return CEComUnknown::NonDelegatingQueryIf(pIid, ppInterface);
         const bool bFound = (Offer<Interfaces>(static_cast<Interfaces*>(this), pIid, ppInterface) || ...) ||

@@ -107,8 +107,8 @@ bool IsEqualECom(IEComUnknown* pUnknown1, IEComUnknown* pUnknown2)
     if (pUnknown1 == pUnknown2) return true;
     void* pvIdentity1 = nullptr;
     void* pvIdentity2 = nullptr;
-    pUnknown1->QueryIf(&IID_IEComUnknown, &pvIdentity1);
-    pUnknown2->QueryIf(&IID_IEComUnknown, &pvIdentity2);
+    static_cast<void>(pUnknown1->QueryIf(&IID_IEComUnknown, &pvIdentity1));
+    static_cast<void>(pUnknown2->QueryIf(&IID_IEComUnknown, &pvIdentity2));
     ReleaseAnswer(pvIdentity1);
     ReleaseAnswer(pvIdentity2);
     return pvIdentity1 == pvIdentity2 && pvIdentity1 != nullptr;

@@ -28,7 +28,7 @@ typedef QvResult (*PFNCreateEComInstance)(IEComUnknown* pOuterUnknown, CEComUnkn
 /// An entry of the registry.
 struct QV_EXPORT SEComClsInfo
 {
-    const SEComGuid* pClsid;                  ///< Whose it is.
+    const SEComGuid* pClsid;                  ///< Of which class.
     PFNCreateEComInstance pfnCreateInstance;  ///< What makes an object.
 };
 
@@ -38,8 +38,9 @@ struct QV_EXPORT SEComClsInfo
 /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
 /// - `QV_RES_ALREADY_EXISTS`: a class of an equal identifier is registered, and stays.
 /// - `QV_RES_OUT_OF_MEMORY`: the registry cannot grow.
-QV_EXPORT QvResult RegisterECom(const SEComGuid* pClsid, QvResult (*pfnCreateInstance)(IEComUnknown* pOuterUnknown,
-                                                                                       CEComUnknown** ppCEComUnknown));
+[[nodiscard]] QV_EXPORT QvResult RegisterECom(const SEComGuid* pClsid,
+                                              QvResult (*pfnCreateInstance)(IEComUnknown* pOuterUnknown,
+                                                                            CEComUnknown** ppCEComUnknown));
 
 /// Removes a class. Its objects live on.
 ///
@@ -58,8 +59,8 @@ QV_EXPORT QvResult UnregisterECom(const SEComGuid* pClsid);
 /// - `QV_RES_CLASS_NOT_REGISTERED`: no such class is registered.
 /// - `QV_RES_FAIL`: the creation function reported success, but gave no object.
 /// - Every failure of the creation function, of InitializeInstance() and of the query.
-QV_EXPORT QvResult CreateEComInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown, const SEComGuid* pIid,
-                                      void** ppInterface);
+[[nodiscard]] QV_EXPORT QvResult CreateEComInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown,
+                                                    const SEComGuid* pIid, void** ppInterface);
 
 /// Whether two interfaces belong to the same object; false when either is null. An object must answer a query for
 /// IID_IEComUnknown, always with the same pointer.

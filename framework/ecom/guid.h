@@ -11,7 +11,7 @@
 /// ```
 struct QV_EXPORT SEComGuid
 {
-    unsigned int uSize;           ///< Of the bytes.
+    unsigned int uSize;           ///< The number of bytes.
     const unsigned char* puData;  ///< The bytes, not copied.
 };
 

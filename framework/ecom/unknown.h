@@ -23,7 +23,7 @@ public:
     /// - `QV_RES_OK`: *ppInterface is the interface.
     /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
     /// - `QV_RES_NO_INTERFACE`: the object has none of that identifier; *ppInterface is null.
-    virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
+    [[nodiscard]] virtual QvResult QueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
     /// Adds a user; returns how many there are then.
     virtual unsigned int AddIfRef() = 0;
     /// Removes a user; returns how many are left. The object ends when the last one goes.
@@ -39,7 +39,7 @@ class QV_EXPORT IEComNonDelegatingUnknown
 {
 public:
     /// As IEComUnknown::QueryIf().
-    virtual QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
+    [[nodiscard]] virtual QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) = 0;
     /// As IEComUnknown::AddIfRef().
     virtual unsigned int NonDelegatingAddIfRef() = 0;
     /// As IEComUnknown::ReleaseIfRef().
@@ -75,7 +75,7 @@ public:
     /// - `QV_RES_OK`: *ppInterface is this object, with one reference more.
     /// - `QV_RES_INVALID_ARGUMENT`: a null argument.
     /// - `QV_RES_NO_INTERFACE`: any other identifier; *ppInterface is null.
-    QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override;
+    [[nodiscard]] QvResult NonDelegatingQueryIf(const SEComGuid* pIid, void** ppInterface) override;
     unsigned int NonDelegatingAddIfRef() override;
     /// At 0, ends the object (see UninitializeInstance()) and returns 0.
     unsigned int NonDelegatingReleaseIfRef() override;

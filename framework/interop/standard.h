@@ -185,11 +185,11 @@ template <typename Duration>
 
 /// Sets the framework's clock to what the system's clock shows. From then on it runs by itself: call this again where
 /// the system's clock may have been set. The system's clock is only read.
-/// Lifetime: between the start-up and the shut-down of the framework.
 ///
+/// - **Lifetime:** Between the start-up and the shut-down of the framework.
 /// - `QV_RES_OK`: the clock is set.
 /// - `QV_RES_INVALID_ARGUMENT`: what the system's clock shows is no moment for a CTime; the clock is as it was.
-inline QvResult QvSetClockFromSystem()
+[[nodiscard]] inline QvResult QvSetClockFromSystem()
 {
     CTime time;
     QV_RETURN_IF_FAILED(QvAssign(time, std::chrono::system_clock::now()));
@@ -500,8 +500,8 @@ inline std::ostream& operator<<(std::ostream& rStream, const CVersion& rVersion)
 }
 
 #ifdef __cpp_lib_format
-/// The same texts for std::format(), where the standard library has it, and for fmt::format(), where {fmt} is included
-/// before this header. What stands behind the colon is that of a text.
+/// The texts that `<<` writes, for std::format(), where the standard library has it, and for fmt::format(), where {fmt}
+/// is included before this header. What stands behind the colon is that of a text.
 template <>
 struct std::formatter<CString> : orvel_internal::STextFormatter<std::formatter<std::string_view>>
 {

@@ -31,7 +31,8 @@ class QV_EXPORT CAliveObj : public CThread
 public:
     /// Unborn: without a thread until Activate().
     CAliveObj();
-    /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see above.
+    /// Waits for the thread, unless it is the caller. The derived parts of the object are destroyed by then: see
+    /// Ownership.
     ~CAliveObj() override;
 
     /// Starts the behaviour; returns when the thread runs. A dead object first waits until its last run has ended,
@@ -43,7 +44,7 @@ public:
     ///   calls may return before its thread runs: join and destroy the object.
     /// - `QV_RES_THREAD_CREATE_FAILED`: the system refused the thread.
     /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
-    QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
+    [[nodiscard]] QvResult Activate(const char* pszName, unsigned int uStackSize, CThread::EPriority ePriority);
 
     /// From Activate() until Behavior() has returned. Exactly one of IsAlive(), IsDead() and IsUnborn() is true.
     bool IsAlive();

@@ -53,7 +53,7 @@ public:
     /// What operator new throws passes through, after what came up was taken down again as after a failure: it may be
     /// tried again. Memory that is short without an exception does not end start-up: CAes then offers fewer modes, and
     /// the system's time zone is UTC.
-    static QvResult Initialize();
+    [[nodiscard]] static QvResult Initialize();
 
     /// Takes everything down when it matches the first Initialize(). Waits until every thread started through the
     /// framework has ended. Without a matching Initialize() the count wraps and nothing is taken down.
@@ -70,7 +70,7 @@ public:
 };
 
 /// Keeps the framework up for a scope; GetResult() tells whether it is.
-class CFrameworkScope
+class [[nodiscard]] CFrameworkScope
 {
 public:
     /// Initialize(); GetResult() tells what came of it.

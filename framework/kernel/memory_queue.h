@@ -13,7 +13,7 @@ QV_EXPORT inline T QV_ALIGNUP_VAL(T uValue, unsigned long uAlignment)
     return static_cast<T>((uValue + (uAlign - 1)) & (0 - uAlign));
 }
 
-/// The same for an address; null stays null.
+/// Rounds an address up, as QV_ALIGNUP_VAL() does with numbers; null stays null.
 template <typename T>
 QV_EXPORT inline T QV_ALIGNUP_PTR(T p, long uAlignment)
 {
@@ -26,16 +26,22 @@ extern template QV_EXPORT unsigned char* QV_ALIGNUP_PTR<unsigned char*>(unsigned
 
 /// A ring of records of any size in one buffer, oldest first out. Records are built and read in place:
 /// ```
-/// unsigned char* puPayload = queue.Push(uSize);        unsigned int uSize = 0;
-/// if (puPayload == nullptr) ...  no room now            const unsigned char* puPayload = queue.Peek(&uSize);
-/// memcpy(puPayload, puData, uSize);                     if (puPayload == nullptr) ...  empty
-/// queue.Commit(puPayload);                              Use(puPayload, uSize);
-///                                                       queue.Pop();
+/// unsigned char* puPayload = queue.Push(uSize);  // null: no room now.
+/// memcpy(puPayload, puData, uSize);
+/// queue.Commit(puPayload);
+///
+/// unsigned char* puPayload = queue.Peek(&uSize);  // null: empty.
+/// Use(puPayload, uSize);
+/// queue.Pop();
 /// ```
 /// or copied in and out:
 /// ```
-/// if (!queue.PushCopy(&stRecord, sizeof(stRecord))) ... if (!queue.PopCopy(&stRecord, sizeof(stRecord))) ...
+/// bool bDone = queue.PushCopy(&stRecord, sizeof(stRecord));
+/// bool bDone = queue.PopCopy(&stRecord, sizeof(stRecord));
+/// ```
 ///
+/// The buffer, at first and when the writer has wrapped:
+/// ```
 /// | oldest | ... | newest |  spare            |         | ... newest |  spare  | oldest | ... | too short |
 /// begin,                  write            end,         begin        write     read           data end   end
 /// read                                 data end         the writer has wrapped: one record is never split

@@ -53,7 +53,7 @@ private:
     const CMutex* m_pMutex;
 };
 
-/// The same for short sections in which no thread is started: while the process has only one thread, nothing is locked.
+/// A CMutexGuard for short sections in which no thread is started: while the process has only one, nothing is locked.
 class CMutexGuardIfThreaded
 {
 public:

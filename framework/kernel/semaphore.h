@@ -29,7 +29,7 @@ public:
     /// Blocks until the count can be lowered; true when it was.
     bool Wait() const;
 
-    /// The same for at most uTimeoutMs milliseconds; true when the count was lowered.
+    /// Wait() for at most uTimeoutMs milliseconds; true when the count was lowered.
     ///
     /// - 0: takes what is free now, never blocks.
     /// - The largest unsigned long: as Wait().
@@ -81,7 +81,7 @@ public:
 
     /// Blocks until the gate is free, and takes it; true when it did.
     bool Wait() const;
-    /// The same for at most uTimeoutMs milliseconds, as in CSemaphore.
+    /// Wait() for at most uTimeoutMs milliseconds, as in CSemaphore.
     bool Wait(unsigned long uTimeoutMs) const;
     /// Frees the gate and wakes one waiter; then, if bYield, lets another thread run.
     void Signal(bool bYield) const;

@@ -13,7 +13,7 @@
 /// strcasecmp(): negative, 0 or positive as a orders before, with or after b, letters of either case being equal in the
 /// locale's sense.
 QV_EXPORT int QvStringCaseCompare(const char* pszA, const char* pszB);
-/// strncasecmp(): the same of at most n characters; with n of 0 or less the texts are equal.
+/// strncasecmp(): QvStringCaseCompare() of at most n characters; with n of 0 or less the texts are equal.
 QV_EXPORT int QvStringCaseCompareLength(const char* pszA, const char* pszB, int n);
 
 /// Formats like vsnprintf() into nSize bytes. A null format counts as an empty one. Returns:
@@ -26,7 +26,7 @@ QV_EXPORT int QvStringCaseCompareLength(const char* pszA, const char* pszB, int 
 /// Cost: formatting once, twice when cut. Cutting to 256 characters or more throws what operator new[] throws.
 QV_EXPORT int QvVsnprintf(char* pszBuf, int nSize, const char* pszFormat, va_list args)
     __attribute__((format(printf, 3, 0)));
-/// The same with the arguments themselves.
+/// QvVsnprintf() with the arguments themselves.
 QV_EXPORT int QvSnprintf(char* pszBuf, int nSize, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));
 
 /// Writes the system's text for an errno value, as QvSnprintf() with "%s" would.
@@ -36,7 +36,7 @@ QV_EXPORT int QvStrErrorReentrant(char* pszBuf, int nSize, int nErrno);
 /// Returns the number of characters written, at most nSize. A terminating NUL follows only where room is left, so a
 /// buffer exactly as long as the text holds it unterminated.
 QV_EXPORT int QvUnsignedInt32ToString(char* pszBuf, int nSize, unsigned int uValue, int nBase);
-/// The same for 64 bits.
+/// QvUnsignedInt32ToString() for 64 bits.
 QV_EXPORT int QvUnsignedInt64ToString(char* pszBuf, int nSize, unsigned long uValue, int nBase);
 
 /// Reads digits of base 2 to 36 from the start of a text, without sign or leading space; overflow wraps. Letters beyond

@@ -78,8 +78,8 @@ public:
     ///   the last thread already, and the caller is the destructor of a value.
     /// - `QV_RES_THREAD_JOIN_SELF`: called from the object's own thread, which is detached by that and runs on.
     /// - `QV_RES_INVALID_ARGUMENT`: ePriority is none of the four.
-    QvResult StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
-                         unsigned int uStackSize, EPriority ePriority);
+    [[nodiscard]] QvResult StartThread(unsigned int (*pfn)(unsigned int), unsigned int uParameter, const char* pszName,
+                                       unsigned int uStackSize, EPriority ePriority);
 
     /// Waits until the thread has ended; *puExitCode, when given, becomes what its function returned (0 when there was
     /// no run yet). At once when there is nothing to join.
@@ -121,7 +121,7 @@ public:
     ///
     /// - `QV_RES_OK`: ruKey is the new key, never 0.
     /// - `QV_RES_TSD_UNAVAILABLE`: no memory.
-    static QvResult CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey);
+    [[nodiscard]] static QvResult CreateKey(void (*pfnDestructor)(unsigned int), unsigned int& ruKey);
 
     /// The key is unknown from now on, and its destructor is not called for values that are still set.
     ///
@@ -133,10 +133,11 @@ public:
     ///
     /// - `QV_RES_TSD_UNAVAILABLE`: no memory.
     /// - `QV_RES_TSD_KEY_NOT_FOUND`: there is no such key.
-    static QvResult SetSpecific(unsigned int uKey, unsigned int uValue);
+    [[nodiscard]] static QvResult SetSpecific(unsigned int uKey, unsigned int uValue);
 
-    /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those above.
-    static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
+    /// The calling thread's value, 0 when it has none. ruValue stays as it was on a failure; the codes are those of
+    /// SetSpecific().
+    [[nodiscard]] static QvResult GetSpecific(unsigned int uKey, unsigned int& ruValue);
 
     /// Module start-up and shut-down; shut-down waits for all threads started here, see the class.
     ///

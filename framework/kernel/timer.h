@@ -11,7 +11,7 @@
 /// ```
 /// CTimer timer;
 /// timer.StartCyclicWait(100);
-/// while (timer.CyclicWait(false)) Work();   // every 100 ms, until another thread calls StopCyclicWait()
+/// while (timer.CyclicWait(false)) Work();   // every 100 ms, until another thread calls StopCyclicWait().
 ///
 /// planned  |----- 100 -----|----- 100 -----|----- 100 -----|----- 100 -----|
 /// work     ###.............#########################.......

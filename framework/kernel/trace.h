@@ -87,7 +87,7 @@ QV_EXPORT void QvTraceSetNewOutputHandler(PFNQvTraceOutputHandler pfnHandler);
 QV_EXPORT int QvTraceSetNewFormatHandler(PFNQvTraceFormatHandler pfnHandler);
 /// Would replace what writes eTRACE_FIELD_TIME.
 QV_EXPORT int QvTraceSetTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler);
-/// Would replace what writes eTRACE_FIELD_SYSTEM_TIME. The start-up of the trace kernel calls it, see below.
+/// Would replace what writes eTRACE_FIELD_SYSTEM_TIME. InitializeQvTraceKernel() calls it.
 QV_EXPORT int QvTraceSetSysTimeFormatHandler(PFNQvTraceTimeFormatHandler pfnHandler);
 /// Would replace what traces call stacks.
 QV_EXPORT int QvTraceSetNewCallStackHandler(PFNQvTraceCallStackHandler pfnHandler);

@@ -11,7 +11,7 @@ QV_EXPORT inline const T& QV_REMOVE_UNUSED_FUNCTION_PARAM_WARNING(const T& rPara
     return rParameter;
 }
 
-/// The same for C-style code: takes a pointer-sized value and returns it.
+/// Marks an ignored parameter in C-style code: takes a pointer-sized value and returns it.
 QV_EXPORT uintptr_t QvRemoveUnusedFunctionParamWarning(uintptr_t uParameter);
 
 #endif

@@ -83,6 +83,32 @@ public:
         PutText(rText);
         return true;
     }
+    /// With a result; any size is a plain length.
+    QvResult AssignCounted(const std::string& rText)
+    {
+        if (rText.size() > uMAX) return QV_RES_INVALID_ARGUMENT;
+        return Assign(rText) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY;
+    }
+    QvResult AppendCounted(const std::string& rText)
+    {
+        if (rText.empty()) return QV_RES_OK;
+        const std::string strNew = GetText() + rText;
+        if (strNew.size() > uMAX) return QV_RES_INVALID_ARGUMENT;
+        if (!MakeRoom(strNew.size())) return QV_RES_OUT_OF_MEMORY;
+        PutText(strNew);
+        return QV_RES_OK;
+    }
+    /// False when it throws.
+    bool PushBack(char c)
+    {
+        if (GetSize() == GetCapacity()) static_cast<void>(Reserve(GetCapacity() < uMAX / 2 ? 2 * GetCapacity() : uMAX));
+        return AppendCounted(std::string(1, c)) == QV_RES_OK;
+    }
+    void Clear()
+    {
+        if (GetShares() > 1) Release();
+        else PutText("");
+    }
     void AssignCharacter(char c) { Assign(c == '\0' ? std::string() : std::string(1, c)); }
 
     bool Equals(const CStringTwin& rOther) const
@@ -94,6 +120,11 @@ public:
         return GetSize() == rText.size() && std::strncmp(GetBytes(), rText.c_str(), GetSize()) == 0;
     }
     bool IsLess(const CStringTwin& rOther) const { return GetText() < rOther.GetText(); }
+    int Compare(const std::string& rText) const
+    {
+        const int nOrder = GetText().compare(rText);
+        return (nOrder > 0) - (nOrder < 0);
+    }
     int CaseCompare(const char* pszOther) const
     {
         const char* pszOwn = GetBytes();
@@ -105,6 +136,19 @@ public:
         if (uStart >= GetSize() || rWanted.empty()) return GetSize();
         const char* const pszFound = std::strstr(GetBytes() + uStart, rWanted.c_str());
         return pszFound == nullptr ? GetSize() : static_cast<unsigned int>(pszFound - GetBytes());
+    }
+
+    unsigned int FindLast(const std::string& rWanted) const
+    {
+        const std::size_t uFound = rWanted.empty() ? std::string::npos : GetText().rfind(rWanted);
+        return uFound == std::string::npos ? GetSize() : static_cast<unsigned int>(uFound);
+    }
+    CStringTwin Substring(std::uint64_t uIndex, std::uint64_t uCount) const
+    {
+        if (uIndex == 0 && uCount >= GetSize() && GetSize() != 0) return *this;
+        CStringTwin twin;
+        if (uIndex < GetSize()) twin.Assign(GetText().substr(uIndex, uCount));
+        return twin;
     }
 
     /// False when the block stays shared for want of memory.
@@ -120,11 +164,10 @@ public:
         if (uIndex >= GetSize() || !MakePrivate()) return;
         m_pBlock->strBytes[uIndex] = c;
     }
-    void ToLowerCase()
+    void ToLowerCase() { ChangeCase(&Lower); }
+    void ToUpperCase()
     {
-        if (!MakePrivate() || !m_pBlock) return;
-        for (unsigned int i = 0; m_pBlock->strBytes[i] != '\0'; ++i)
-            m_pBlock->strBytes[i] = static_cast<char>(Lower(m_pBlock->strBytes[i]));
+        ChangeCase([](char c) { return std::toupper(static_cast<unsigned char>(c)); });
     }
 
     /// uSize as given, uMAX for "as long as the text is"; rText holds the characters that are meant then.
@@ -157,6 +200,33 @@ public:
         unsigned int uCount = 0;
         while (uCount < GetSize() && GetBytes()[GetSize() - 1 - uCount] == c) ++uCount;
         Erase(GetSize() - uCount, uCount);
+    }
+    void Trim(const std::string& rCharacters)
+    {
+        std::string strText = GetText();
+        while (!strText.empty() && rCharacters.find(strText.back()) != std::string::npos) strText.pop_back();
+        while (!strText.empty() && rCharacters.find(strText.front()) != std::string::npos) strText.erase(0, 1);
+        if (strText.size() != GetSize()) Assign(strText);
+    }
+    QvResult Replace(const std::string& rOld, const std::string& rNew, bool bOwnPiece)
+    {
+        std::string strText = GetText();
+        std::uint64_t uNewSize = strText.size();
+        bool bAny = false;
+        std::string strNew;
+        std::size_t uFrom = 0;
+        for (std::size_t u = 0; !rOld.empty() && (u = strText.find(rOld, uFrom)) != std::string::npos; bAny = true)
+        {
+            uNewSize += rNew.size() - rOld.size();
+            if (strNew.size() <= uMAX) strNew += strText.substr(uFrom, u - uFrom) + rNew;
+            uFrom = u + rOld.size();
+        }
+        if (!bAny) return QV_RES_OK;
+        if (uNewSize > uMAX) return QV_RES_INVALID_ARGUMENT;
+        const bool bInPlace = rNew.size() <= rOld.size() && GetShares() <= 1 && !bOwnPiece;
+        if (!bInPlace && !Reallocate(std::max(GetCapacity(), Rounded(uNewSize)))) return QV_RES_OUT_OF_MEMORY;
+        PutText(strNew + strText.substr(uFrom));
+        return QV_RES_OK;
     }
     /// What lies between the known bytes and the new size is up to the caller then.
     void Resize(std::uint64_t uSize)
@@ -221,6 +291,14 @@ private:
     static unsigned int Rounded(std::uint64_t uCapacity)
     {
         return static_cast<unsigned int>(std::min<std::uint64_t>((uCapacity + 31) / 32 * 32, uMAX));
+    }
+
+    template <typename Change>
+    void ChangeCase(Change change)
+    {
+        if (!MakePrivate() || !m_pBlock) return;
+        for (unsigned int i = 0; m_pBlock->strBytes[i] != '\0'; ++i)
+            m_pBlock->strBytes[i] = static_cast<char>(change(m_pBlock->strBytes[i]));
     }
 
     void Release()

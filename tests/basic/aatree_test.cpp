@@ -2,17 +2,21 @@
 // about what a search visits, and about CAATree<T>, which is searched and filled in line where the order is known.
 #include "framework/basic/aatree.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <memory>
+#include <ranges>
 #include <set>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "framework/basic/string.h"
 #include "fuzz/models/aatree_steps.h"
 #include "fuzz/models/random_runs.h"
 #include "tests/support/blanked_nodes.h"
@@ -615,4 +619,265 @@ TEST(CAATreeTyped, AnExchangeTakesAlongTheCurrentNodeAndWhatIsAllocated)
     EXPECT_EQ(QV_RES_OK, high.AllocateSorted(9, &pPlace));
     new (pPlace) int(9);
     EXPECT_EQ(9, *high.GetLast());
+}
+
+namespace
+{
+/// Can be moved, and nothing else.
+class COnlyMoved
+{
+public:
+    explicit COnlyMoved(int n) : m_pn(std::make_unique<int>(n)) {}
+    int Get() const { return m_pn != nullptr ? *m_pn : -1; }
+    friend bool operator<(const COnlyMoved& r1, const COnlyMoved& r2) { return r1.Get() < r2.Get(); }
+
+private:
+    std::unique_ptr<int> m_pn;
+};
+
+/// Stays where it is made.
+class CFixed
+{
+public:
+    explicit CFixed(int nTens, int nOnes = 0) : m_counted(10 * nTens + nOnes) {}
+    CFixed(const CFixed&) = delete;
+    CFixed& operator=(const CFixed&) = delete;
+    int Get() const { return m_counted.GetValue(); }
+    friend bool operator<(const CFixed& r1, const CFixed& r2) { return r1.Get() < r2.Get(); }
+
+private:
+    CCounted m_counted;
+};
+
+struct SBySize
+{
+    template <typename T>
+    int operator()(const T& r1, const T& r2) const
+    {
+        return SNaturalOrder()(r1.Get(), r2.Get());
+    }
+};
+
+/// Has no order but the one that it is given.
+struct SPlain : COnlyMoved
+{
+    using COnlyMoved::COnlyMoved;
+    friend bool operator<(const SPlain&, const SPlain&) = delete;
+};
+
+template <typename Tree>
+std::vector<int> Gotten(const Tree& rTree)
+{
+    std::vector<int> numbers;
+    for (const auto& rElement : rTree) numbers.push_back(rElement.Get());
+    return numbers;
+}
+
+// By the natural order, by one that calls name, and by a callback.
+template <typename T, typename... Order>
+void ExpectMovedIn(CAATree<T> tree, Order... order)
+{
+    typename CAATree<T>::handle found;
+    for (const int n : {3, 1, 2}) ASSERT_EQ(QV_RES_OK, tree.Insert(T(n), order...));
+    T two(2);
+    ASSERT_EQ(QV_RES_ALREADY_EXISTS, tree.Insert(std::move(two), order...));
+    ASSERT_EQ(QV_RES_ALREADY_EXISTS, tree.Insert(std::move(two), &found));
+    ASSERT_EQ(QV_RES_OK, tree.FindOrInsert(std::move(two), &found));
+    EXPECT_EQ(2, two.Get()) << "what is refused is as it was";
+    EXPECT_EQ(2, found->Get());
+    ASSERT_EQ(QV_RES_OK, tree.Insert(T(7), &found));
+    EXPECT_EQ(7, found->Get());
+    ASSERT_EQ(QV_RES_OK, tree.FindOrInsert(T(5), &found));
+    EXPECT_EQ(5, found->Get());
+    EXPECT_EQ((std::vector<int>{1, 2, 3, 5, 7}), Gotten(tree));
+    CAATree<T> moved(std::move(tree));
+    swap(moved, tree);
+    EXPECT_EQ(5u, tree.GetSize());
+    EXPECT_EQ(7, tree.GetLast()->Get());
+    tree.EraseElement(two);
+    EXPECT_EQ((std::vector<int>{1, 3, 5, 7}), Gotten(tree));
+}
+}  // namespace
+
+TEST(CTypedTreeElements, WhatCannotBeCopiedIsMovedIn)
+{
+    ExpectMovedIn(CAATree<COnlyMoved>());
+    ExpectMovedIn(CAATree<COnlyMoved>(SBySize()), SBySize());
+    ExpectMovedIn(CAATree<COnlyMoved>(SBySize()), SNaturalOrder());
+    ExpectMovedIn(CAATree<SPlain>(SBySize()));
+    std::vector<COnlyMoved> source;
+    for (const int n : {2, 1, 2}) source.emplace_back(n);
+    const CAATree<COnlyMoved> tree(std::make_move_iterator(source.begin()), std::make_move_iterator(source.end()));
+    EXPECT_EQ((std::vector<int>{1, 2}), Gotten(tree));
+    EXPECT_EQ((std::vector<int>{-1, -1, 2}), (std::vector<int>{source[0].Get(), source[1].Get(), source[2].Get()}));
+    CAATree<std::unique_ptr<int>> pointers;
+    EXPECT_EQ(QV_RES_OK, pointers.Insert(std::make_unique<int>(1)));
+    EXPECT_TRUE(pointers.Emplace(std::make_unique<int>(2)));
+}
+
+TEST(CTypedTreeElements, WhatCannotBeMovedEitherIsMadeInPlaceAndOnce)
+{
+    CTestAllocator allocator;
+    {
+        CAATree<CFixed> trees[] = {CAATree<CFixed>(&allocator), CAATree<CFixed>(SBySize(), &allocator)};
+        for (CAATree<CFixed>& rTree : trees)
+        {
+            const int nLive = CCounted::ms_nLive;
+            CAATree<CFixed>::handle entry;
+            ASSERT_EQ(2, rTree.Emplace(0, 2)->Get());
+            ASSERT_EQ(30, rTree.Emplace(3)->Get());
+            ASSERT_EQ(QV_RES_OK, rTree.TryEmplace(&entry, 1));
+            EXPECT_EQ(10, entry->Get());
+            EXPECT_FALSE(rTree.Emplace(3));
+            ASSERT_EQ(QV_RES_ALREADY_EXISTS, rTree.TryEmplace(&entry, 3));
+            EXPECT_EQ(rTree.GetLast(), entry);
+            EXPECT_EQ(QV_RES_INVALID_ARGUMENT, rTree.TryEmplace(nullptr, 4));
+            EXPECT_EQ((std::vector<int>{2, 10, 30}), Gotten(rTree));
+            EXPECT_EQ(nLive + 3, CCounted::ms_nLive) << "what has no place is destroyed";
+            EXPECT_EQ(4u, rTree.GetCapacity()) << "and its node is used again";
+            EXPECT_EQ(10, rTree.GetAt(1)->Get());
+            rTree.Emplace(0, 1);
+            EXPECT_EQ(2, rTree.GetAt(1)->Get()) << "the index counts the one in front";
+            for (const bool bLocked : {false, true})
+            {
+                allocator.SetRefusing(!bLocked);
+                rTree.SetLockCapacity(bLocked ? 1 : 0);
+                EXPECT_FALSE(rTree.Emplace(9));
+                EXPECT_EQ(bLocked ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY, rTree.TryEmplace(&entry, 3));
+            }
+            allocator.SetRefusing(false);
+        }
+        struct SPoint
+        {
+            int nX, nY;
+        };
+        CAATree<SPoint> points{[](const SPoint& r1, const SPoint& r2) { return SNaturalOrder()(r1.nX, r2.nX); }};
+        EXPECT_EQ(5, points.Emplace(3, 5)->nY);
+    }
+    EXPECT_EQ(0, CCounted::ms_nLive);
+    EXPECT_EQ(0, CCounted::ms_nStray);
+}
+
+TEST(CTypedTreeManners, AListInBracesIsOneOfElementsAndNothingElse)
+{
+    using testing::ElementsAre;
+    CTestAllocator allocator;
+    IAllocator* const pNone = nullptr;
+    const CAATree<int> numbers = {3, 1, 2, 1};
+    EXPECT_THAT(numbers, ElementsAre(1, 2, 3));
+    EXPECT_THAT(CAATree<int>({1, 2}, &allocator), ElementsAre(1, 2));
+    EXPECT_EQ(2u, allocator.GetRequests().size());
+    EXPECT_THAT(CAATree<int>({1, 2}, SDescending(), &allocator), ElementsAre(2, 1));
+    EXPECT_THAT((CAATree<int>{0}), ElementsAre(0));
+    EXPECT_THAT((CAATree<CString>{"b", "a", CString("b")}), ElementsAre(CString("a"), CString("b")));
+    const CAATree<SUser> users({{7, "seven"}, {3, "three"}}, SById());
+    EXPECT_EQ("three", users.GetFirst()->strName);
+    CAATree<int> assigned;
+    assigned = {5, 4};
+    EXPECT_THAT(assigned, ElementsAre(4, 5));
+    const std::vector<int> source = {5, 4, 5};
+    EXPECT_THAT(CAATree<int>(source.begin(), source.end()), ElementsAre(4, 5));
+    EXPECT_THAT((CAATree<int>{source.begin(), source.end()}), ElementsAre(4, 5));
+    EXPECT_THAT(CAATree<long>(source.begin(), source.end(), SDescending(), &allocator), ElementsAre(5, 4));
+    const char* const apszWords[] = {"z", "y"};
+    EXPECT_EQ(CString("y"), *CAATree<CString>(std::begin(apszWords), std::end(apszWords)).GetFirst());
+
+    // These made empty trees before there were lists.
+    EXPECT_TRUE(CAATree<CString>{nullptr}.empty());
+    EXPECT_TRUE(CAATree<CString>{pNone}.empty());
+    EXPECT_TRUE(CAATree<const void*>{&allocator}.empty());
+    EXPECT_TRUE(CAATree<std::string>{nullptr}.empty());
+    EXPECT_TRUE((CAATree<bool>{CompareInts, 0u}.empty()));
+    EXPECT_TRUE(CAATree<bool>{[](bool b1, bool b2) { return SNaturalOrder()(b2, b1); }}.empty());
+    EXPECT_THAT(CAATree<int>{numbers}, ElementsAre(1, 2, 3));
+    CAATree<int> empty = {};
+    EXPECT_TRUE(empty.empty());
+
+    allocator.RefuseNth(2);
+    EXPECT_THROW(CAATree<int>({1, 2}, &allocator), std::bad_alloc);
+    allocator.RefuseNth(2);
+    EXPECT_THROW(CAATree<int>(source.begin(), source.end(), &allocator), std::bad_alloc);
+    EXPECT_EQ(0u, allocator.GetLiveBlocks());
+}
+
+TEST(CTypedTreeManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
+{
+    using Tree = CAATree<int>;
+    static_assert(std::ranges::bidirectional_range<Tree> && std::ranges::bidirectional_range<const Tree>);
+    static_assert(std::ranges::sized_range<const Tree> && std::ranges::common_range<Tree>);
+    static_assert(std::is_same_v<Tree::value_type, int> && std::is_same_v<Tree::key_type, int> &&
+                  std::is_same_v<Tree::size_type, unsigned int> && std::is_same_v<Tree::difference_type, ptrdiff_t> &&
+                  std::is_same_v<Tree::reference, int&> && std::is_same_v<Tree::const_reference, const int&>);
+    static_assert(std::is_nothrow_swappable_v<Tree>);
+    Tree tree = {1, 2, 3};
+    const Tree& rConst = tree;
+    EXPECT_THAT(std::vector<int>(tree.rbegin(), tree.rend()), testing::ElementsAre(3, 2, 1));
+    EXPECT_THAT(std::vector<int>(rConst.rbegin(), rConst.rend()), testing::ElementsAre(3, 2, 1));
+    EXPECT_THAT(std::vector<int>(tree.crbegin(), tree.crend()), testing::ElementsAre(3, 2, 1));
+    EXPECT_THAT(std::vector<int>(tree.cbegin(), tree.cend()), testing::ElementsAre(1, 2, 3));
+    static_assert(std::is_same_v<decltype(*tree.cbegin()), const int&> &&
+                  std::is_same_v<decltype(*tree.crbegin()), const int&> &&
+                  std::is_same_v<decltype(*tree.rbegin()), int&>);
+    EXPECT_THAT(tree, testing::Contains(2));
+    EXPECT_THAT(tree, testing::UnorderedElementsAre(3, 1, 2));
+    EXPECT_THAT(tree, testing::SizeIs(3));
+    EXPECT_EQ(3, *std::ranges::max_element(tree));
+
+    EXPECT_TRUE(tree.contains(2) && !tree.contains(4) && tree.contains('\2'));
+    EXPECT_TRUE(CAATree<SNumbered>({SNumbered(7u)}).contains(std::string("7")));
+    EXPECT_FALSE(CAATree<SUser>({{7, ""}}, SByNumber()).contains(8u, SByNumber()));
+
+    const Tree other = {1, 2, 4};
+    EXPECT_TRUE(tree == Tree({3, 2, 1}) && tree != other && !(tree == other) && tree != Tree({1, 2}));
+    EXPECT_FALSE(tree == Tree({1, 2, 3}, SDescending())) << "one by one";
+    Tree exchanged = {9};
+    swap(tree, exchanged);
+    EXPECT_THAT(tree, testing::ElementsAre(9));
+    std::ranges::swap(tree, exchanged);
+    EXPECT_EQ(3u, tree.size());
+    const unsigned int uCapacity = tree.GetCapacity();
+    tree.clear();
+    EXPECT_TRUE(tree.empty() && tree.size() == 0);
+    EXPECT_EQ(uCapacity, tree.GetCapacity());
+}
+
+namespace
+{
+/// Counts how often its order is found out, in one go.
+struct SAskedOnce
+{
+    int nValue;
+
+    friend bool operator<(const SAskedOnce& r1, const SAskedOnce& r2) { return r1.nValue < r2.nValue; }
+
+    static inline unsigned int ms_uAsked = 0;
+};
+}  // namespace
+
+template <>
+struct orvel_internal::SThreeWayOrder<SAskedOnce, SAskedOnce>
+{
+    static int Of(const SAskedOnce& r1, const SAskedOnce& r2)
+    {
+        ++SAskedOnce::ms_uAsked;
+        return r1.nValue - r2.nValue;
+    }
+};
+
+TEST(CTypedTreeKeys, AnOrderThatIsFoundOutInOneGoEndsTheSearchAtTheElement)
+{
+    CAATree<SAskedOnce> tree;
+    for (int n = 0; n < 1000; ++n) ASSERT_EQ(QV_RES_OK, tree.Insert({n * 37 % 1000}));
+    unsigned int uAsked = 0;
+    for (int n = 0; n < 1000; ++n)
+    {
+        SAskedOnce::ms_uAsked = 0;
+        ASSERT_EQ(n, tree.Find({n})->nValue);
+        unsigned int uDepth = 0;
+        for (CNode* pNode = tree.Find({n}); !CAATreeBase::IsSentinel(pNode); pNode = pNode->pParent) ++uDepth;
+        ASSERT_EQ(2 * uDepth, SAskedOnce::ms_uAsked) << "one for each element on the way, twice";
+        uAsked += SAskedOnce::ms_uAsked;
+        SAskedOnce::ms_uAsked = 0;
+    }
+    EXPECT_GT(2u * 10 * 1000, uAsked) << "the middle of a search is a leaf's ten";
 }

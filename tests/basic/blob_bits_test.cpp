@@ -63,7 +63,7 @@ public:
     /// With room for a whole word behind the bits one step does, inline.
     void Reserve(unsigned int uCapacity)
     {
-        blob.ReserveCapacity(uCapacity);
+        EXPECT_EQ(QV_RES_OK, blob.ReserveCapacity(uCapacity));
         twin.Reserve(uCapacity);
     }
     /// Bits at an offset into a source that holds nothing behind them.

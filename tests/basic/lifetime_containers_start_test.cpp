@@ -100,7 +100,7 @@ std::string Exactly(const std::string& rstrText)
 /// Brings the framework up and down, and does something with a tree that is left over.
 void UseLeftOver(void (*pfnUse)(CAATree<int>&))
 {
-    CFrameworkInitializer::Initialize();
+    static_cast<void>(CFrameworkInitializer::Initialize());
     std::optional<CAATree<int>> tree(std::in_place, &g_source);
     tree->ReserveCapacity(2);
     CFrameworkInitializer::Finalize();
@@ -131,7 +131,7 @@ TEST_P(CContainersLifetimeDeathTest, AfterTheShutDownTheClassIsNamed)
 {
     EXPECT_EXIT(
         {
-            CFrameworkInitializer::Initialize();
+            static_cast<void>(CFrameworkInitializer::Initialize());
             CFrameworkInitializer::Finalize();
             GetParam().pfnUse();
         },

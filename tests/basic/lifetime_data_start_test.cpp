@@ -118,7 +118,7 @@ const SUse g_astLATE_USES[] = {
     {"MarshalerGrown", "CMarshaler", [] { InsertBytes(g_leftOver->marshaler, 57); }},
     {"TimeCopied", "CTime", [] { const CTime time(g_leftOver->time); }},
     {"ZoneCopied", "CTimeZone", [] { const CTimeZone zone(g_leftOver->zone); }},
-    {"ZoneSet", "CTimeZone", [] { g_leftOver->zone.SetTimeZone("UTC0"); }},
+    {"ZoneSet", "CTimeZone", [] { static_cast<void>(g_leftOver->zone.SetTimeZone("UTC0")); }},
     {"ZoneAssigned", "CTimeZone", [] { g_leftOver->zone = g_leftOver->zone; }},
 };
 
@@ -140,7 +140,7 @@ protected:
     {
         const auto UseTooLate = []
         {
-            CFrameworkInitializer::Initialize();
+            static_cast<void>(CFrameworkInitializer::Initialize());
             g_leftOver.emplace();
             CFrameworkInitializer::Finalize();
             GetParam().pfnUse();

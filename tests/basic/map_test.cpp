@@ -1,11 +1,15 @@
-// Beside std::map, and for what that does not do: keys that become others, exhausted memory, entries that stay.
+// What the twin over std::map does beside the library's maps needs no example here: this is about what std::map does not
+// do, keys that become others, types that cannot be copied, and about what a search asks.
 #include "framework/basic/map.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <memory>
+#include <ranges>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -13,236 +17,15 @@
 #include <vector>
 
 #include "framework/basic/string.h"
-#include "tests/basic/named_operations.h"
+#include "fuzz/models/map_steps.h"
+#include "fuzz/models/random_runs.h"
 #include "tests/support/container_elements.h"
 #include "tests/support/refusing_new.h"
 #include "tests/support/test_allocator.h"
 
-namespace
+TEST(CMapTwin, WhateverIsDoneItIsWhatTheStandardMapIs)
 {
-constexpr unsigned int uKEYS = 60;
-
-int PlainKey(int nKey)
-{
-    return nKey;
-}
-std::string PlainKey(const CString& rstrKey)
-{
-    return std::string(rstrKey.CStr(), rstrKey.GetSize());
-}
-
-template <typename K>
-K MakeKey(unsigned int u)
-{
-    if constexpr (std::is_same_v<K, int>) return static_cast<int>(u) - 30;
-    else return CString(("key " + std::to_string(u)).c_str());
-}
-
-/// A map of ours beside one of the standard library.
-template <typename K>
-class CMapModel
-{
-    using Plain = decltype(PlainKey(std::declval<const K&>()));
-    using Map = CMap<K, long>;
-
-public:
-    explicit CMapModel(std::mt19937& rRng) : m_rRng(rRng), m_map(&m_allocator) {}
-
-    void BeginStep()
-    {
-        m_key = MakeKey<K>(Below(m_rRng, uKEYS));
-        m_nValue = static_cast<long>(Below(m_rRng, 1000));
-        m_itModel = m_model.find(PlainKey(m_key));
-    }
-    void EndStep()
-    {
-        ASSERT_EQ(m_model.size(), m_map.GetSize());
-        ASSERT_EQ(m_model.empty(), m_map.IsEmpty());
-        auto itModel = m_model.begin();
-        for (const auto& [key, value] : std::as_const(m_map))
-        {
-            ASSERT_EQ(itModel->first, PlainKey(key));
-            ASSERT_EQ(itModel->second.first, value);
-            const void*& rpAddress = itModel->second.second;
-            if (rpAddress == nullptr) rpAddress = &value;
-            ASSERT_EQ(rpAddress, &value) << "an entry stays where it is";
-            ++itModel;
-        }
-    }
-
-    void Count()
-    {
-        ++m_map[m_key];
-        ++m_model[PlainKey(m_key)].first;
-    }
-    void Insert()
-    {
-        typename Map::handle inserted;
-        const bool bNew = m_model.emplace(PlainKey(m_key), std::make_pair(m_nValue, nullptr)).second;
-        ASSERT_EQ(bNew ? QV_RES_OK : QV_RES_ALREADY_EXISTS, m_map.Insert(m_key, m_nValue, &inserted));
-        ASSERT_EQ(m_map.Find(m_key), inserted);
-    }
-    void InsertOrAssign()
-    {
-        ASSERT_EQ(QV_RES_OK, m_map.InsertOrAssign(m_key, m_nValue));
-        m_model[PlainKey(m_key)].first = m_nValue;
-    }
-    void FindOrInsert()
-    {
-        typename Map::handle found;
-        ASSERT_EQ(QV_RES_OK, m_map.FindOrInsert(m_key, &found));
-        ASSERT_EQ(PlainKey(m_key), PlainKey(found->key));
-        ASSERT_EQ(m_model[PlainKey(m_key)].first, found->value);
-        found->value = m_model[PlainKey(m_key)].first = m_nValue;
-    }
-    void Find()
-    {
-        const auto found = std::as_const(m_map).Find(m_key);
-        ASSERT_EQ(m_itModel != m_model.end(), static_cast<bool>(found));
-        if (found) { ASSERT_EQ(m_itModel->second.first, found->value); }
-    }
-    void FindBounds()
-    {
-        ExpectAt(m_model.lower_bound(PlainKey(m_key)), m_map.FindLowerBound(m_key));
-        ExpectAt(m_model.upper_bound(PlainKey(m_key)), m_map.FindUpperBound(m_key));
-        ExpectAt(m_model.lower_bound(PlainKey(m_key)), std::as_const(m_map).FindLowerBound(m_key));
-        ExpectAt(m_model.upper_bound(PlainKey(m_key)), std::as_const(m_map).FindUpperBound(m_key));
-    }
-    void GetAt()
-    {
-        const unsigned int uIndex = Below(m_rRng, uKEYS);
-        const auto* const pEntry = m_map.GetAt(uIndex);
-        ASSERT_EQ(uIndex < m_model.size(), pEntry != nullptr);
-        if (pEntry != nullptr) { ASSERT_EQ(std::next(m_model.begin(), uIndex)->first, PlainKey(pEntry->key)); }
-    }
-    void Erase() { ASSERT_EQ(m_model.erase(PlainKey(m_key)) != 0, m_map.Erase(m_key)); }
-    void EraseByHandle()
-    {
-        if (Below(m_rRng, 2) == 0) m_map.Erase(m_map.Find(m_key));
-        else m_map.Erase(std::as_const(m_map).Find(m_key));
-        m_model.erase(PlainKey(m_key));
-    }
-    void EraseByItsOwnKey()
-    {
-        if (const auto found = m_map.Find(m_key))
-        {
-            ASSERT_TRUE(m_map.Erase(found->key));
-            m_model.erase(PlainKey(m_key));
-        }
-    }
-    void EraseAll()
-    {
-        m_map.EraseAll();
-        m_model.clear();
-    }
-    void Copy()
-    {
-        Map copy(m_map);
-        ASSERT_TRUE(copy == m_map);
-        if (const auto found = copy.Find(m_key))
-        {
-            ++found->value;
-            ASSERT_TRUE(copy != m_map) << "another value";
-        }
-        copy[m_key] = m_nValue;
-        copy.Erase(m_key);
-        ASSERT_EQ(m_itModel != m_model.end(), copy != m_map) << "an entry less";
-        Map assigned;
-        assigned[m_key] = 5;
-        assigned = m_map;
-        ASSERT_TRUE(assigned == m_map);
-    }
-    void Move()
-    {
-        Map moved(std::move(m_map));
-        ASSERT_TRUE(m_map.IsEmpty());
-        Map assigned(&m_allocator);
-        assigned = std::move(moved);
-        ASSERT_TRUE(moved.IsEmpty());
-        swap(m_map, assigned);
-        std::swap(m_map, assigned);
-        ASSERT_TRUE(m_map.IsEmpty());
-        swap(assigned, m_map);
-    }
-    void Reserve()
-    {
-        const unsigned int uCapacity = Below(m_rRng, uKEYS);
-        ASSERT_EQ(QV_RES_OK, m_map.ReduceCapacity(0));
-        ASSERT_EQ(m_map.GetSize(), m_map.GetCapacity());
-        ASSERT_EQ(QV_RES_OK, m_map.ReserveCapacity(uCapacity));
-        ASSERT_EQ(std::max(uCapacity, m_map.GetSize()), m_map.GetCapacity());
-    }
-    // Whatever needs a new entry is refused; what does not, is not.
-    void WithoutAnEntryToBeHad()
-    {
-        const bool bLocked = Below(m_rRng, 2) == 0;
-        const QvResult resRefused = bLocked ? QV_RES_INVALID_STATE : QV_RES_OUT_OF_MEMORY;
-        m_map.ReduceCapacity(0);
-        if (bLocked) m_map.SetLockCapacity(1);
-        else m_allocator.SetRefusing(true);
-        const bool bThere = m_itModel != m_model.end();
-        typename Map::handle found;
-        EXPECT_EQ(bThere ? QV_RES_ALREADY_EXISTS : resRefused, m_map.Insert(m_key, m_nValue));
-        EXPECT_EQ(bThere ? QV_RES_OK : resRefused, m_map.FindOrInsert(m_key, &found));
-        EXPECT_EQ(bThere, static_cast<bool>(found));
-        EXPECT_EQ(bThere ? QV_RES_OK : resRefused, m_map.InsertOrAssign(m_key, m_nValue));
-        if (bThere) { EXPECT_EQ(m_nValue, m_map[m_key]); }
-        else { EXPECT_THROW(m_map[m_key] = 3, std::bad_alloc); }
-        if (bThere) m_itModel->second.first = m_nValue;
-        const Map copy(m_map);
-        EXPECT_TRUE(bLocked ? copy == m_map : copy.IsEmpty());
-        EXPECT_NE(bLocked, m_allocator.HasRefused());
-        m_map.SetLockCapacity(0);
-        m_allocator.SetRefusing(false);
-    }
-
-private:
-    template <typename Position, typename Handle>
-    void ExpectAt(Position itExpected, Handle found)
-    {
-        ASSERT_EQ(itExpected != m_model.end(), static_cast<bool>(found));
-        if (found) { ASSERT_EQ(itExpected->first, PlainKey(found->key)); }
-    }
-
-    std::mt19937& m_rRng;
-    CTestAllocator m_allocator;
-    Map m_map;
-    /// The value, and where it was seen first.
-    std::map<Plain, std::pair<long, const void*>> m_model;
-    K m_key{};
-    long m_nValue = 0;
-    typename std::map<Plain, std::pair<long, const void*>>::iterator m_itModel;
-};
-
-template <typename K>
-class CMapOf : public testing::Test
-{
-};
-using CKeys = testing::Types<int, CString>;
-TYPED_TEST_SUITE(CMapOf, CKeys);
-}  // namespace
-
-TYPED_TEST(CMapOf, WhateverIsDoneItIsWhatTheStandardMapIs)
-{
-    using Model = CMapModel<TypeParam>;
-    static const SNamedOperation<Model> astOPERATIONS[] = {{"count", 20, &Model::Count},
-                                                           {"insert", 20, &Model::Insert},
-                                                           {"insert or assign", 10, &Model::InsertOrAssign},
-                                                           {"find or insert", 10, &Model::FindOrInsert},
-                                                           {"find", 10, &Model::Find},
-                                                           {"find bounds", 10, &Model::FindBounds},
-                                                           {"get at", 10, &Model::GetAt},
-                                                           {"erase", 15, &Model::Erase},
-                                                           {"erase by handle", 10, &Model::EraseByHandle},
-                                                           {"erase by its own key", 5, &Model::EraseByItsOwnKey},
-                                                           {"erase all", 1, &Model::EraseAll},
-                                                           {"copy", 3, &Model::Copy},
-                                                           {"move", 3, &Model::Move},
-                                                           {"reserve", 3, &Model::Reserve},
-                                                           {"no entry to be had", 10, &Model::WithoutAnEntryToBeHad}};
-    std::mt19937 rng(TestSeed());
-    Model model(rng);
-    DoAtRandom<Model>(model, astOPERATIONS, 4000, rng);
+    twin::RunRandomly(twin::CompareMaps, 3000);
 }
 
 TEST(Map, AnEntryIsTakenApartAndItsKeyIsConst)
@@ -500,4 +283,150 @@ TEST(Map, EveryRequestForMemoryMayFail)
         if (!bRefused) break;
         ASSERT_GT(10u, uNth);
     }
+}
+
+namespace
+{
+using Owner = std::unique_ptr<int>;
+
+/// Stays where it is made.
+class CFixed
+{
+public:
+    explicit CFixed(int n, int nMore = 0) : m_counted(n + nMore) {}
+    CFixed(const CFixed&) = delete;
+    CFixed& operator=(const CFixed&) = delete;
+    int Get() const { return m_counted.GetValue(); }
+
+private:
+    CCounted m_counted;
+};
+
+struct SPair
+{
+    int nFirst;
+    CString strSecond;
+};
+}  // namespace
+
+TEST(MapElements, ValuesThatCannotBeCopiedAreMovedIn)
+{
+    using Map = CMap<int, Owner>;
+    Map map;
+    Map::handle entry;
+    ASSERT_EQ(QV_RES_OK, map.Insert(1, std::make_unique<int>(10), &entry));
+    const int* const pnTen = entry->value.get();
+    ASSERT_EQ(QV_RES_ALREADY_EXISTS, map.Insert(1, std::make_unique<int>(11)));
+    EXPECT_EQ(pnTen, map[1].get());
+    map[2] = std::make_unique<int>(20);
+    ASSERT_EQ(QV_RES_OK, map.InsertOrAssign(2, std::make_unique<int>(21)));
+    ASSERT_EQ(QV_RES_OK, map.InsertOrAssign(3, std::make_unique<int>(30)));
+    EXPECT_EQ(21, *map.Find(2)->value);
+    EXPECT_EQ(30, *map.Find(3)->value);
+    Map moved(std::move(map));
+    swap(map, moved);
+    EXPECT_EQ(3u, map.size());
+    EXPECT_TRUE(map.Erase(1));
+    // What claims to be copyable, and holds what is not.
+    CMap<int, CAATree<Owner>> trees;
+    trees[5].Insert(std::make_unique<int>(1));
+    EXPECT_EQ(1u, trees[5].size());
+}
+
+TEST(MapElements, KeysThatCannotBeCopiedAreMovedIn)
+{
+    CMap<Owner, int> map;
+    Owner pnKey = std::make_unique<int>(1);
+    const int* const pnTarget = pnKey.get();
+    CMap<Owner, int>::handle entry;
+    ASSERT_EQ(QV_RES_OK, map.Insert(std::move(pnKey), 5, &entry));
+    EXPECT_EQ(pnTarget, entry->key.get());
+    EXPECT_EQ(nullptr, pnKey);
+    EXPECT_EQ(QV_RES_OK, map.FindOrInsert(std::make_unique<int>(2), &entry));
+    EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(std::make_unique<int>(3), 3));
+    EXPECT_TRUE(map.Emplace(std::make_unique<int>(4), 4));
+    EXPECT_EQ(QV_RES_OK, map.TryEmplace(std::make_unique<int>(5), &entry, 5));
+    map[std::make_unique<int>(6)] = 6;
+    EXPECT_EQ(6u, map.size());
+    EXPECT_TRUE(map.contains(entry->key));
+    EXPECT_TRUE(map.Erase(entry->key));
+}
+
+TEST(MapElements, ValuesThatCannotBeMovedEitherAreMadeInPlaceAndOnce)
+{
+    const int nLive = CCounted::ms_nLive;
+    {
+        CMap<int, CFixed> map;
+        CMap<int, CFixed>::handle entry;
+        EXPECT_EQ(7, map.Emplace(1, 3, 4)->value.Get());
+        EXPECT_FALSE(map.Emplace(1, 9));
+        EXPECT_EQ(nLive + 1, CCounted::ms_nLive);
+        EXPECT_EQ(QV_RES_OK, map.TryEmplace(2, nullptr, 5));
+        EXPECT_EQ(QV_RES_ALREADY_EXISTS, map.TryEmplace(2, &entry, 6));
+        EXPECT_EQ(5, entry->value.Get());
+        EXPECT_EQ(2u, map.size());
+    }
+    EXPECT_EQ(nLive, CCounted::ms_nLive);
+    CMap<int, SPair> pairs;
+    EXPECT_EQ(CString("two"), pairs.Emplace(1, 2, "two")->value.strSecond);
+    CMap<std::string, int> byView;
+    CMap<std::string, int>::handle entry;
+    EXPECT_EQ(3, byView.Emplace(std::string_view("x"), 3)->value);
+    EXPECT_EQ(QV_RES_ALREADY_EXISTS, byView.TryEmplace(std::string_view("x"), &entry, 4));
+    EXPECT_TRUE(byView.contains(std::string_view("x")) && !byView.contains(std::string_view("y")));
+}
+
+TEST(MapManners, ItIsMadeOfEntriesAndOfWhatComesApartIntoThem)
+{
+    using testing::ElementsAre;
+    using testing::FieldsAre;
+    using Map = CMap<CString, int>;
+    CTestAllocator allocator;
+    const Map map = {{"b", 2}, {"a", 1}, {"b", 3}};
+    EXPECT_THAT(map, ElementsAre(FieldsAre(CString("a"), 1), FieldsAre(CString("b"), 2)));
+    EXPECT_TRUE(Map({{"a", 1}, {"b", 2}}, &allocator) == map);
+    const std::vector<std::pair<const char*, int>> pairs = {{"b", 2}, {"a", 1}, {"b", 3}};
+    EXPECT_TRUE(Map(pairs.begin(), pairs.end()) == map);
+    EXPECT_TRUE((Map{pairs.begin(), pairs.end()}) == map);
+    const std::map<std::string, int> standard = {{"a", 1}, {"b", 2}};
+    EXPECT_EQ(2u, (CMap<std::string, long>(standard.begin(), standard.end(), &allocator).size()));
+    EXPECT_TRUE(Map(map.begin(), map.end()) == map);
+    Map assigned;
+    assigned = {{"c", 3}};
+    EXPECT_EQ(3, assigned["c"]);
+    Map empty = {};
+    EXPECT_TRUE(empty.empty() && Map{nullptr}.empty() && Map{&allocator}.empty() && !Map{map}.empty());
+    allocator.RefuseNth(2);
+    EXPECT_THROW(Map({{"a", 1}, {"b", 2}}, &allocator), std::bad_alloc);
+    allocator.RefuseNth(2);
+    EXPECT_THROW(Map(pairs.begin(), pairs.end(), &allocator), std::bad_alloc);
+    EXPECT_EQ(0u, allocator.GetLiveBlocks());
+}
+
+TEST(MapManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
+{
+    using testing::FieldsAre;
+    using Map = CMap<CString, int>;
+    static_assert(std::ranges::bidirectional_range<Map> && std::ranges::bidirectional_range<const Map> &&
+                  std::ranges::sized_range<Map>);
+    static_assert(std::is_same_v<Map::size_type, unsigned int> && std::is_same_v<Map::difference_type, ptrdiff_t> &&
+                  std::is_same_v<Map::reference, Map::value_type&> &&
+                  std::is_same_v<Map::const_reference, const Map::value_type&>);
+    Map map = {{"a", 1}, {"b", 2}};
+    const Map& rConst = map;
+    EXPECT_THAT(map, testing::Contains(FieldsAre(CString("b"), 2)));
+    EXPECT_THAT(map, testing::UnorderedElementsAre(FieldsAre(CString("b"), 2), FieldsAre(CString("a"), 1)));
+    EXPECT_THAT(rConst, testing::SizeIs(2));
+    EXPECT_EQ(2, map.rbegin()->value++);
+    EXPECT_EQ(3, rConst.rbegin()->value);
+    EXPECT_EQ(3, map.crbegin()->value);
+    EXPECT_EQ(1, map.cbegin()->value);
+    EXPECT_EQ(CString("a"), std::prev(map.rend())->key);
+    EXPECT_TRUE(map.crend() == rConst.rend() && map.cend() == rConst.end());
+    const auto found = std::ranges::find(map, 3, &Map::value_type::value);
+    EXPECT_EQ(CString("b"), found->key);
+    EXPECT_TRUE(map.contains("a") && !map.contains(CString("c")));
+    map.clear();
+    EXPECT_TRUE(map.empty() && map.size() == 0);
+    EXPECT_EQ(2u, map.GetCapacity());
 }

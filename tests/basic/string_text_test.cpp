@@ -323,6 +323,9 @@ TEST(CStringReplace, ByPiecesOfItself)
         ASSERT_EQ(QV_RES_OK, str.Replace("a", STextPiece(str.CStr() + 2, uSize)));
         EXPECT_EQ(Replaced("a,b,a,c,a", "a", std::string("b,a").substr(0, uSize)), TextOf(str)) << "the new text";
     }
+    CString str("ab,ab,ab");
+    ASSERT_EQ(QV_RES_OK, str.Replace("ab", STextPiece(str.CStr() + 1, 1)));
+    EXPECT_EQ("b,b,b", TextOf(str)) << "a new text that is written over";
 }
 
 TEST(CStringReplace, ReachesTheLargestSizeAndTellsWhatPassesIt)
@@ -332,6 +335,8 @@ TEST(CStringReplace, ReachesTheLargestSizeAndTellsWhatPassesIt)
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, str.Replace('a', "bbbb"));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, str.Replace('a', std::string(70000, 'b')));
     EXPECT_EQ(strText, TextOf(str));
+    EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CString("aa").Replace('a', STextPiece("b", SIZE_MAX / 2 + 1)))
+        << "a sum that wraps";
     EXPECT_EQ(QV_RES_OK, str.Replace('a', "bbb"));
     EXPECT_EQ(std::string(65535, 'b'), TextOf(str));
     EXPECT_EQ(QV_RES_OK, str.Replace(std::string(65535, 'b'), std::string(65535, 'c')));

@@ -127,6 +127,35 @@ void Keys()
     CHECK(numbers.FindLowerBound(8) != number && numbers.FindUpperBound(6) == number);
 }
 
+void Manners()
+{
+    using Ints = CAATree<int>;
+    Promised<QvResult (Ints::*)(int&&)>(&Ints::Insert);
+    Promised<QvResult (Ints::*)(int&&, Ints::handle*)>(&Ints::Insert);
+    Promised<Ints::handle (Ints::*)(int&&)>(&Ints::Emplace<int>);
+    Promised<QvResult (Ints::*)(Ints::handle*, int&&)>(&Ints::TryEmplace<int>);
+    Promised<bool (Ints::*)(const int&) const>(&Ints::contains);
+    Promised<unsigned int (Ints::*)() const>(&Ints::size);
+    Promised<bool (Ints::*)() const>(&Ints::empty);
+    Promised<void (Ints::*)()>(&Ints::clear);
+    static_assert(std::is_same_v<Ints::key_type, int> && std::is_same_v<Ints::value_type, int>);
+    static_assert(std::is_same_v<Ints::size_type, unsigned int> && std::is_same_v<Ints::difference_type, ptrdiff_t>);
+    static_assert(std::is_same_v<Ints::pointer, int*> && std::is_same_v<Ints::const_pointer, const int*>);
+    Ints ints = {2, 1};
+    const Ints& rConst = ints;
+    const Ints same(ints.cbegin(), ints.cend());
+    CHECK(ints == same && ints.size() == 2 && !ints.empty() && rConst.contains(2) && !rConst.contains(3));
+    CHECK(*ints.rbegin() == 2 && *rConst.rbegin() == 2 && rConst.crbegin() != rConst.crend());
+    CHECK(ints.Emplace(3) && !ints.Emplace(3) && ints != same);
+    Ints::handle place;
+    CHECK(ints.TryEmplace(&place, 3) == QV_RES_ALREADY_EXISTS && *place == 3);
+    swap(ints, ints);
+    ints.clear();
+    CHECK(ints.empty());
+    const CAATree<SUser> users({SUser(3), SUser(1)}, SById());
+    CHECK(users.GetFirst()->nId == 1 && users.contains(3, SById()));
+}
+
 void Types()
 {
     using Node = CAATreeBase::CAATreeNode;
@@ -169,6 +198,7 @@ void AATreeClient()
 {
     Types();
     Keys();
+    Manners();
     const CBlockAllocator blocks(sizeof(int) + 32, nullptr);
     CInts tree(blocks);
     Elements(tree);

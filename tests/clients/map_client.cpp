@@ -48,6 +48,21 @@ void Types()
     Promised<QvResult (Counts::*)(const CString&, Counts::handle*)>(&Counts::FindOrInsert);
     Promised<QvResult (Counts::*)(const CString&, long, Counts::handle*)>(&Counts::Insert);
     Promised<QvResult (Counts::*)(const CString&, long)>(&Counts::InsertOrAssign);
+    Promised<long& (Counts::*)(CString &&)>(&Counts::operator[]);
+    Promised<QvResult (Counts::*)(CString&&, Counts::handle*)>(&Counts::FindOrInsert);
+    Promised<QvResult (Counts::*)(CString&&, long, Counts::handle*)>(&Counts::Insert);
+    Promised<QvResult (Counts::*)(CString&&, long)>(&Counts::InsertOrAssign);
+    Promised<Counts::handle (Counts::*)(const CString&, int&&)>(&Counts::Emplace<int>);
+    Promised<Counts::handle (Counts::*)(CString &&)>(&Counts::Emplace<>);
+    Promised<QvResult (Counts::*)(const CString&, Counts::handle*, int&&)>(&Counts::TryEmplace<int>);
+    Promised<QvResult (Counts::*)(CString&&, Counts::handle*)>(&Counts::TryEmplace<>);
+    Promised<bool (Counts::*)(const CString&) const>(&Counts::contains);
+    static_assert(std::is_same_v<Counts::size_type, unsigned int>);
+    static_assert(std::is_same_v<Counts::reference, Counts::value_type&>);
+    static_assert(std::is_same_v<Counts::const_reference, const Counts::value_type&>);
+    static_assert(std::is_same_v<decltype(std::declval<Counts>().rbegin()), Counts::reverse_iterator>);
+    static_assert(std::is_same_v<decltype(std::declval<const Counts>().rend()), Counts::const_reverse_iterator>);
+    static_assert(std::is_same_v<decltype(std::declval<Counts>().cbegin()), Counts::const_iterator>);
     Promised<bool (Counts::*)(const CString&)>(&Counts::Erase);
     Promised<void (Counts::*)(Counts::handle)>(&Counts::Erase);
     Promised<void (Counts::*)(Counts::const_handle)>(&Counts::Erase);
@@ -95,12 +110,45 @@ void Entries()
     CHECK(counts.IsEmpty());
 }
 
+/// Can be moved, and nothing else.
+struct SOwner
+{
+    explicit SOwner(int n) : pn(new int(n)) {}
+    SOwner(SOwner&& rrSrc) noexcept : pn(rrSrc.pn) { rrSrc.pn = nullptr; }
+    ~SOwner() { delete pn; }
+
+    int* pn;
+
+    friend bool operator<(const SOwner& rFirst, const SOwner& rSecond) { return *rFirst.pn < *rSecond.pn; }
+};
+
+void Manners()
+{
+    Counts counts = {{"b", 2}, {"a", 1}};
+    const Counts& rConst = counts;
+    const Counts same(counts.cbegin(), counts.cend());
+    CHECK(counts == same && counts.size() == 2 && !counts.empty() && rConst.contains("a") && !rConst.contains("c"));
+    CHECK(counts.rbegin()->key == "b" && rConst.rbegin()->value == 2 && rConst.crbegin() != rConst.crend());
+    CHECK(counts.Emplace("c", 3)->value == 3 && !counts.Emplace("c", 4) && counts.Emplace("d")->value == 0);
+    Counts::handle entry;
+    CHECK(counts.TryEmplace("c", &entry, 5) == QV_RES_ALREADY_EXISTS && entry->value == 3);
+    CHECK(counts.TryEmplace("e", nullptr, 5) == QV_RES_OK);
+    counts.clear();
+    CHECK(counts.empty());
+
+    CMap<SOwner, SOwner> owners;
+    CHECK(owners.Insert(SOwner(1), SOwner(2)) == QV_RES_OK && owners.Emplace(SOwner(2), 3));
+    CMap<SOwner, SOwner> moved(std::move(owners));
+    CHECK(moved.contains(SOwner(2)) && *moved.Find(SOwner(1))->value.pn == 2 && owners.empty());
+}
+
 void OtherKeys()
 {
     CMap<std::string, int> map;
     map["b"] = 1;
     CHECK(map.Find(SCharacter{'b'}) && !map.Find(SCharacter{'c'}) && map.FindLowerBound(SCharacter{'a'}));
-    CHECK(!map.FindUpperBound(SCharacter{'b'}) && map.Erase(SCharacter{'b'}) && map.IsEmpty());
+    CHECK(!map.FindUpperBound(SCharacter{'b'}) && map.contains(SCharacter{'b'}) && map.Erase(SCharacter{'b'}) &&
+          map.IsEmpty());
 }
 
 void Messages()
@@ -123,6 +171,7 @@ void MapClient()
 {
     Types();
     Entries();
+    Manners();
     OtherKeys();
     Messages();
 }

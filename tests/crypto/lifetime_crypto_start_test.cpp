@@ -24,9 +24,9 @@ void PrintTo(const SUse& rstUse, std::ostream* pStream)
 }
 
 const SUse g_astUSES[] = {
-    {"Generate", "CSecurePrng", [] { CSecurePrng::Generate(4, g_auBytes); }},
-    {"GenerateOfTheImplementation", "CSecurePrng", [] { CSecurePrngBremoFw::Generate(4, g_auBytes); }},
-    {"SetSeed", "CSecurePrng", [] { CSecurePrng::SetSeed(4, g_auBytes); }},
+    {"Generate", "CSecurePrng", [] { static_cast<void>(CSecurePrng::Generate(4, g_auBytes)); }},
+    {"GenerateOfTheImplementation", "CSecurePrng", [] { static_cast<void>(CSecurePrngBremoFw::Generate(4, g_auBytes)); }},
+    {"SetSeed", "CSecurePrng", [] { static_cast<void>(CSecurePrng::SetSeed(4, g_auBytes)); }},
     {"Lock", "CSecurePrng", [] { CSecurePrng::Lock(); }},
     {"CryptoInstance", "CCrypto", [] { CCrypto::Instance()->Enter(); }},
     {"CryptoStartUp", "CSecurePrng", [] { InitializeCCrypto(); }}};
@@ -58,8 +58,8 @@ TEST_P(COutsideLifetime, EndsTheProcessAfterTheShutDown)
 {
     const auto UseTooLate = []
     {
-        CFrameworkInitializer::Initialize();
-        CSecurePrng::Generate(4, g_auBytes);
+        static_cast<void>(CFrameworkInitializer::Initialize());
+        static_cast<void>(CSecurePrng::Generate(4, g_auBytes));
         CFrameworkInitializer::Finalize();
         GetParam().pfnUse();
     };

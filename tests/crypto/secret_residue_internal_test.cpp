@@ -139,7 +139,7 @@ protected:
     void SetUp() override
     {
         if (KeepsAllOnTheStack()) GTEST_SKIP() << "such code keeps on the stack what else is in registers";
-        CFrameworkInitializer::Initialize();
+        EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
         if (GetParam()) RestrictCpuFeatures(0);
     }
     void TearDown() override
@@ -180,29 +180,30 @@ struct SWork
 };
 
 const SWork g_astWORKS[] = {
-    {"a draw", [] { CSecurePrng::Generate(64, g_auOut); }, GeneratorsKey, nullptr},
+    {"a draw", [] { static_cast<void>(CSecurePrng::Generate(64, g_auOut)); }, GeneratorsKey, nullptr},
     {"a draw that seeds",
      []
      {
          InitializeCSecurePrngBremoFw();
-         CSecurePrng::Generate(64, g_auOut);
+         static_cast<void>(CSecurePrng::Generate(64, g_auOut));
      },
      GeneratorsKey, nullptr},
-    {"a gathered seed", [] { CSecureSeed::GenerateSeed(g_auOut); }, nullptr, [] { return BytesAt(g_auOut, 0, 20); }},
+    {"a gathered seed", [] { static_cast<void>(CSecureSeed::GenerateSeed(g_auOut)); }, nullptr,
+     [] { return BytesAt(g_auOut, 0, 20); }},
     {"a seed of one's own",
      []
      {
          uint8_t auSeed[] = {1, 2, 3};
-         CSecurePrng::SetSeed(3, auSeed);
+         static_cast<void>(CSecurePrng::SetSeed(3, auSeed));
      },
      nullptr, [] { return BytesAt(CPrngProbe::ms_auCurrentBytes, 0, 20); }},
     {"a code",
      []
      {
          CSha1Mac mac;
-         mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
-         mac.Update(g_key.data(), 3);
-         mac.End(g_auOut);
+         static_cast<void>(mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size())));
+         static_cast<void>(mac.Update(g_key.data(), 3));
+         static_cast<void>(mac.End(g_auOut));
      },
      [] { return g_key; }, nullptr},
     // The words after the inner pad have the same use as the key.
@@ -210,7 +211,7 @@ const SWork g_astWORKS[] = {
      []
      {
          CSha1Mac mac;
-         mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size()));
+         static_cast<void>(mac.Begin(g_key.data(), static_cast<unsigned int>(g_key.size())));
          std::memcpy(g_auOut, reinterpret_cast<const char*>(&mac) + 96, 20);
      },
      [] { return g_key; }, [] { return BytesAt(g_auOut, 0, 20); }},

@@ -49,7 +49,7 @@ void* DrawCancelled(void*)
 {
     uint8_t auBytes[4];
     CancelThisThread();
-    CSecurePrng::Generate(4, auBytes);
+    static_cast<void>(CSecurePrng::Generate(4, auBytes));
     return nullptr;
 }
 
@@ -57,7 +57,7 @@ void* DrawCancelledInSelect(void*)
 {
     uint8_t auBytes[4];
     t_bCancelInSelect = true;
-    CSecurePrng::Generate(4, auBytes);
+    static_cast<void>(CSecurePrng::Generate(4, auBytes));
     return nullptr;
 }
 
@@ -109,7 +109,7 @@ extern "C"
 
 TEST(CPrngInterrupted, ACancelledFirstDrawLeavesTheLockFreeAndTheGeneratorUnseeded)
 {
-    CFrameworkInitializer::Initialize();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     const unsigned int uSeeds = CSeedProbe::ms_uCounter;
     EXPECT_TRUE(IsCancelledIn(DrawCancelled));
     ASSERT_TRUE(IsLockFree());
@@ -122,7 +122,7 @@ TEST(CPrngInterrupted, ACancelledFirstDrawLeavesTheLockFreeAndTheGeneratorUnseed
 
 TEST(CPrngInterrupted, ACancelledFirstDrawClosesTheDevice)
 {
-    CFrameworkInitializer::Initialize();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     EXPECT_TRUE(IsCancelledIn(DrawCancelledInSelect));
     ASSERT_TRUE(IsLockFree());
     ASSERT_LE(0, g_nCancelledAt);
@@ -161,7 +161,7 @@ void* HoldLockUntilAwaited(void*)
 
 TEST(CPrngFork, AChildOfAProcessThatDrawsCanDraw)
 {
-    CFrameworkInitializer::Initialize();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     g_awaited.Shut();
     g_held.Shut();
     pthread_t thread;
@@ -181,7 +181,7 @@ TEST(CPrngFork, IsHarmlessWhileTheFrameworkIsDown)
 
 TEST(CPrngFork, ALockOfTheForkingThreadsOwnIsFreeInTheChild)
 {
-    CFrameworkInitializer::Initialize();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     CCrypto::Instance()->Enter();
     EXPECT_EQ(0, StatusOfDrawingChild());
     CCrypto::Instance()->Exit();

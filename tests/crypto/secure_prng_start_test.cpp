@@ -195,7 +195,7 @@ TEST_F(CPrngLock, ADrawHoldsItFromBeforeTheFirstChangeToAfterTheLast)
 {
     uint8_t auDrawn[50];
     CBlob blob;
-    CSecurePrng::Generate(1, auDrawn);
+    EXPECT_EQ(QV_RES_OK, CSecurePrng::Generate(1, auDrawn));
     const std::function<QvResult()> aDraws[] = {[&auDrawn] { return CSecurePrng::Generate(50, auDrawn); },
                                                 [&blob] { return CSecurePrng::Generate(50, &blob); }};
     for (const std::function<QvResult()>& rDraw : aDraws)
@@ -245,8 +245,9 @@ TEST_F(CPrngLock, SetSeedHoldsItFromBeforeTheFirstChangeToAfterTheLast)
 TEST_F(CPrngLock, IsFreeAfterWhatWasRefused)
 {
     uint8_t uByte = 1;
-    EXPECT_EQ("Enter Exit ", Record([] { CSecurePrng::Generate(5, nullptr); })) << "seeded under it";
-    EXPECT_EQ("", Record([] { CSecurePrng::Generate(5, nullptr); })) << "nothing to guard";
-    EXPECT_EQ("", Record([&uByte] { CSecurePrng::SetSeed(0, &uByte); }));
-    EXPECT_EQ("", Record([] { CSecurePrng::SetSeed(3, nullptr); }));
+    const auto Draw = [] { EXPECT_GT(0, CSecurePrng::Generate(5, nullptr)); };
+    EXPECT_EQ("Enter Exit ", Record(Draw)) << "seeded under it";
+    EXPECT_EQ("", Record(Draw)) << "nothing to guard";
+    EXPECT_EQ("", Record([&uByte] { EXPECT_GT(0, CSecurePrng::SetSeed(0, &uByte)); }));
+    EXPECT_EQ("", Record([] { EXPECT_GT(0, CSecurePrng::SetSeed(3, nullptr)); }));
 }

@@ -1,4 +1,5 @@
 // A program for debugger/printers_test.cpp to stop in Show(), with an object of each kind that gdb has a printer for.
+#include <stdlib.h>
 #include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -9,6 +10,12 @@
 
 namespace
 {
+// What is printed has to be there.
+void Require(QvResult res)
+{
+    if (res < 0) abort();
+}
+
 constexpr unsigned int g_uMANY = 300;
 constexpr unsigned char g_auBINARY_ID[] = {0x00, 0xFF, 0x10};
 // Text, and not one that ends.
@@ -44,7 +51,7 @@ void AppendShorts(CAATreeBase& rTree)
     {
         void* const pElement = rTree.Allocate();
         memcpy(pElement, &n, sizeof(n));
-        rTree.InsertAllocated(pElement);
+        Require(rTree.InsertAllocated(pElement));
     }
 }
 
@@ -80,9 +87,15 @@ struct CBrokenTree : CAATreeBase
     void SetSize(unsigned int uSize) { m_uSize = uSize; }
     void LoseRoot() { m_pRoot = nullptr; }
 };
+struct CBrokenMap : CMap<int, int>
+{
+    CBrokenMap() : CMap<int, int>({{1, 10}, {2, 20}}) {}
+    // The size stands behind the node allocator, the element size, the comparison and the lock.
+    void SetSize(unsigned int uSize) { memcpy(reinterpret_cast<unsigned char*>(this) + 76, &uSize, sizeof(uSize)); }
+};
 struct CBrokenVList : CVListBase
 {
-    CBrokenVList() : CVListBase(2, nullptr) { Insert(0, 1, nullptr); }
+    CBrokenVList() : CVListBase(2, nullptr) { Require(Insert(0, 1, nullptr)); }
     void LoseElement() { *m_order.begin() = nullptr; }
     void LoseOrder() { SetPointerIn(&m_order, 48, nullptr); }
 };
@@ -107,6 +120,8 @@ struct SObjects
     CList<CString> listEmpty, list;
     CList<int> listMany;
     CAATree<int> treeEmpty, tree, treeMany;
+    CMap<int, int> mapEmpty, mapMany;
+    CMap<CString, long> map, mapOne;
     CVList<double> vlistEmpty, vlist;
     CVList<int> vlistMany;
     CVector<CList<CString>> nested;
@@ -134,6 +149,7 @@ struct SObjects
     CBrokenVector vectorBroken;
     CBrokenList listCircle, listBack, listShort, listLong, listNoEnds;
     CBrokenTree treeCircle, treeShort, treeLong, treeNoRoot;
+    CBrokenMap mapShort;
     CBrokenVList vlistBroken, vlistNoOrder;
     CMarshaler marshalerCircle, marshalerLost, marshalerWrite, marshalerRead;
     CString strBroken, strCut;
@@ -170,15 +186,15 @@ void SObjects::FillBytes()
 {
     const unsigned char auBytes[] = {0xDE, 0xAD, 0xBE, 0xEF};
     unsigned char auRead[8];
-    blob.ReserveCapacity(8);
-    blob.Append(auBytes, sizeof(auBytes));
+    Require(blob.ReserveCapacity(8));
+    Require(blob.Append(auBytes, sizeof(auBytes)));
     blob.Read(auRead, 1);
     blobBits = blob;
     blobBits.ReadBits(auRead, 3, 0);
     for (unsigned int u = 0; u < g_uMANY; ++u)
     {
         const unsigned char uByte = static_cast<unsigned char>(u);
-        blobMany.Append(&uByte, 1);
+        Require(blobMany.Append(&uByte, 1));
         marshalerMany << uByte;
     }
     marshaler << 0x04030201u << static_cast<unsigned char>(5);
@@ -190,28 +206,32 @@ void SObjects::FillBytes()
 
 void SObjects::FillTyped()
 {
-    vector.ReserveCapacity(4);
+    Require(vector.ReserveCapacity(4));
     for (int n = 1; n <= 3; ++n)
     {
-        vector.Append(n);
-        tree.Insert(4 - n);
-        vlist.Append(n / 2.0);
+        Require(vector.Append(n));
+        Require(tree.Insert(4 - n));
+        Require(vlist.Append(n / 2.0));
     }
     for (int n = 0; n < static_cast<int>(g_uMANY); ++n)
     {
-        vectorMany.Append(n);
-        listMany.Append(n);
-        treeMany.Insert(n * 7 % static_cast<int>(g_uMANY));
-        vlistMany.Append(n);
+        Require(vectorMany.Append(n));
+        Require(listMany.Append(n));
+        Require(treeMany.Insert(n * 7 % static_cast<int>(g_uMANY)));
+        mapMany[n] = 10 * n;
+        Require(vlistMany.Append(n));
     }
-    list.Append("one");
-    list.Append("two");
-    list.ReserveCapacity(5);
+    Require(list.Append("one"));
+    Require(list.Append("two"));
+    Require(list.ReserveCapacity(5));
     tree.Erase(1u);
-    nested.Append(list);
-    nested.Append(listEmpty);
-    named.Append({"first", QV_RES_OK});
-    named.Append({"second", QV_RES_INVALID_STATE});
+    for (const char* const pszWord : {"to", "be", "or", "be"}) ++map[pszWord];
+    map.Erase("or");
+    mapOne["one"] = 1;
+    Require(nested.Append(list));
+    Require(nested.Append(listEmpty));
+    Require(named.Append({"first", QV_RES_OK}));
+    Require(named.Append({"second", QV_RES_INVALID_STATE}));
 }
 
 void SObjects::FillUntyped()
@@ -261,6 +281,7 @@ void SObjects::BreakContainers()
     treeShort.SetSize(4);
     treeLong.SetSize(2);
     treeNoRoot.LoseRoot();
+    mapShort.SetSize(3);
     vlistBroken.LoseElement();
     vlistNoOrder.LoseOrder();
 }

@@ -90,6 +90,12 @@ const std::vector<SCase>& Cases()
         Limited("listMany", "CList<int> of 300 elements, capacity 300 = {0, 1, 2, 3, 4...}"),
         Member("treeEmpty", "CAATree<int> of 0 elements, capacity 0"),
         Member("tree", "CAATree<int> of 2 elements, capacity 3 = {1, 3}"),
+        Member("mapEmpty", "CMap<int, int> of 0 entries, capacity 0"),
+        Member("map", R"(CMap<CString, long> of 2 entries, capacity 3 = {["be"] = 2, ["to"] = 1})"),
+        Member("mapOne", R"(CMap<CString, long> of 1 entry, capacity 1 = {["one"] = 1})"),
+        // gdb counts keys and values.
+        {"mapMany", "-elements 6 -- rObjects.mapMany",
+         "CMap<int, int> of 300 entries, capacity 300 = {[0] = 0, [1] = 10, [2] = 20...}"},
         Limited("treeMany", "CAATree<int> of 300 elements, capacity 300 = {0, 1, 2, 3, 4...}"),
         Member("vlistEmpty", "CVList<double> of 0 elements, capacity 0"),
         Member("vlist", "CVList<double> of 3 elements, capacity 3 = {0.5, 1, 1.5}"),
@@ -166,6 +172,9 @@ const std::vector<SCase>& Cases()
         Broken("CAATreeBase", "treeLong",
                "CAATreeBase of 2 elements of 2 bytes, capacity 2 = {01 00, 02 00, "
                "<the tree goes on, and the size is 2>}"),
+        Broken("CMap<int,int>", "mapShort",
+               "CMap<int, int> of 3 entries, capacity 3 = {[1] = 10, [2] = 20, "
+               "[<the tree ends here, and the size is 3>] = <the tree ends here, and the size is 3>}"),
         Broken("CAATreeBase", "treeNoRoot", "<CAATreeBase: size 3 and no root>"),
         Broken("CVListBase", "vlistBroken",
                "CVListBase of 1 element of 2 bytes, capacity 1 = {<Cannot access memory at address 0x0>}"),

@@ -295,7 +295,8 @@ TEST_F(CEComCreation, LeavesNoLockBehindWhenACreationFunctionThrows)
 {
     ASSERT_EQ(QV_RES_OK, RegisterECom(&g_stCLSID_OTHER, CreateThrowing));
     void* pvInterface = nullptr;
-    EXPECT_THROW(CreateEComInstance(&g_stCLSID_OTHER, nullptr, &g_stIID_THING, &pvInterface), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(CreateEComInstance(&g_stCLSID_OTHER, nullptr, &g_stIID_THING, &pvInterface)),
+                 std::bad_alloc);
     QvResult res = QV_RES_FAIL;
     std::thread([&] { res = UnregisterECom(&g_stCLSID_OTHER); }).join();
     EXPECT_EQ(QV_RES_OK, res);
@@ -320,7 +321,7 @@ TEST_F(CEComCreation, RunsCreationFunctionsOneAtATime)
         for (int n = 0; n < 500; ++n)
         {
             void* pvInterface = nullptr;
-            CreateEComInstance(&g_stCLSID_OTHER, nullptr, &IID_IEComUnknown, &pvInterface);
+            EXPECT_EQ(QV_RES_OK, CreateEComInstance(&g_stCLSID_OTHER, nullptr, &IID_IEComUnknown, &pvInterface));
             static_cast<IEComNonDelegatingUnknown*>(pvInterface)->NonDelegatingReleaseIfRef();
         }
     };
@@ -345,7 +346,7 @@ TEST(CEComUnknown, AddsItselfToTheCountOfAQueryThroughTheVirtualOperation)
     };
     CCounting* const pObject = new CCounting(nullptr);
     void* pvInterface = nullptr;
-    pObject->NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface);
+    EXPECT_EQ(QV_RES_OK, pObject->NonDelegatingQueryIf(&IID_IEComUnknown, &pvInterface));
     EXPECT_EQ(1, pObject->nAdded);
     bool bDeleteThis = false;
     pObject->UninitializeInstance(&bDeleteThis);

@@ -23,6 +23,12 @@ int RunFragment(QvResult (*pfnFragment)())
     return QvFailed(res) ? 1 : 0;
 }
 
+// A failure names the place.
+void PrintTo(const SPageBlock& rstBlock, std::ostream* pStream)
+{
+    *pStream << g_pszPage << ':' << rstBlock.nLine;
+}
+
 namespace
 {
 std::vector<SPageBlock> Blocks()
@@ -30,12 +36,6 @@ std::vector<SPageBlock> Blocks()
     std::vector<SPageBlock> blocks;
     for (const SPageBlock* pst = g_astPageBlocks; pst->nLine != 0; ++pst) blocks.push_back(*pst);
     return blocks;
-}
-
-// A failure names the place.
-[[maybe_unused]] void PrintTo(const SPageBlock& rstBlock, std::ostream* pStream)
-{
-    *pStream << "docs/guide/" << g_pszPage << ':' << rstBlock.nLine;
 }
 
 // A terminal shows the last line whether it has an end or not.
@@ -52,7 +52,7 @@ class CGuidePage : public testing::TestWithParam<SPageBlock>
 // Counted without the program that took them.
 TEST(CGuidePageTaken, HasNoOtherBlocks)
 {
-    std::ifstream page(std::string(ORVEL_SOURCE_DIR "/docs/guide/") + g_pszPage);
+    std::ifstream page(std::string(ORVEL_SOURCE_DIR "/") + g_pszPage);
     ASSERT_TRUE(page);
     const std::regex begin("\\s*(```|~~~)\\s*\\{?\\.?(c|cc|cpp|cxx|c\\+\\+)\\b.*", std::regex::icase);
     std::size_t uCount = 0;

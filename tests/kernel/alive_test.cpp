@@ -84,7 +84,7 @@ TEST(CAliveObjActivate, OfADyingObjectWaitsForItsEndWithoutKeepingItFromItsState
         }
     };
     CDying object;
-    object.Activate(nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(QV_RES_OK, object.Activate(nullptr, 0, CThread::eNORMAL));
     object.m_dying.Pass();
     object.m_activating.Open();
     EXPECT_EQ(QV_RES_OK, object.Activate(nullptr, 0, CThread::eNORMAL));
@@ -106,7 +106,7 @@ TEST(CAliveObjActivate, FromItsOwnThreadIsRefused)
         void BehaviorTerminating() override { m_ares[1] = Activate(nullptr, 0, CThread::eNORMAL); }
     };
     CSelfish object;
-    object.Activate(nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(QV_RES_OK, object.Activate(nullptr, 0, CThread::eNORMAL));
     object.Join(nullptr);
     EXPECT_EQ(QV_RES_INVALID_STATE, object.m_ares[0]);
     EXPECT_EQ(QV_RES_INVALID_STATE, object.m_ares[1]);
@@ -126,7 +126,7 @@ TEST(CAliveObjActivate, MayComeFromTheThreadOfAnotherObject)
         void Behavior() override { m_res = m_child.Activate(nullptr, 0, CThread::eNORMAL); }
     };
     CParent parent;
-    parent.Activate(nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(QV_RES_OK, parent.Activate(nullptr, 0, CThread::eNORMAL));
     parent.Join(nullptr);
     EXPECT_EQ(QV_RES_OK, parent.m_res);
     parent.m_child.Join(nullptr);
@@ -199,7 +199,7 @@ TEST(CAliveObjActivate, ReachesAnObjectThatIsASecondBase)
     {
     };
     CBoth object;
-    object.Activate(nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(QV_RES_OK, object.Activate(nullptr, 0, CThread::eNORMAL));
     object.Join(nullptr);
     EXPECT_EQ(1, object.m_nRuns);
 }
@@ -210,7 +210,7 @@ TEST(CAliveObjStartMechanism, DoesNothingForZeroAndOnThreadsOfNoAliveObject)
     EXPECT_EQ(0u, CAliveObj::StartMechanism(1));
     CThread thread;
     unsigned int uExitCode = 1;
-    thread.StartThread(CAliveObj::StartMechanism, 1, nullptr, 0, CThread::eNORMAL);
+    EXPECT_EQ(QV_RES_OK, thread.StartThread(CAliveObj::StartMechanism, 1, nullptr, 0, CThread::eNORMAL));
     EXPECT_EQ(QV_RES_OK, thread.Join(&uExitCode));
     EXPECT_EQ(0u, uExitCode);
 }

@@ -211,8 +211,8 @@ TEST_F(CFrameworkOrder, ALaterStartUpOnlyCounts)
 
 TEST_F(CFrameworkOrder, TheLastShutDownStopsTraceAndThreadsFirstAndThenTheRestInReverse)
 {
-    CFrameworkInitializer::Initialize();
-    CFrameworkInitializer::Initialize();
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
+    EXPECT_EQ(QV_RES_OK, CFrameworkInitializer::Initialize());
     g_calls.clear();
     g_counts.clear();
     CFrameworkInitializer::Finalize();

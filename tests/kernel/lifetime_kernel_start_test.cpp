@@ -50,19 +50,19 @@ struct SUse
 void StartAThread()
 {
     CThread thread;
-    thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL);
+    static_cast<void>(thread.StartThread(nullptr, 0, nullptr, 0, CThread::eNORMAL));
 }
 
 void CreateAKey()
 {
     unsigned int uKey = 0;
-    CThread::CreateKey(nullptr, uKey);
+    static_cast<void>(CThread::CreateKey(nullptr, uKey));
 }
 
 void ActivateAnObject()
 {
     CIdle object;
-    object.Activate(nullptr, 0, CThread::eNORMAL);
+    static_cast<void>(object.Activate(nullptr, 0, CThread::eNORMAL));
 }
 
 void StartACycle()
@@ -86,7 +86,7 @@ void AskForAnErrorsText()
 void CreateAComponent()
 {
     void* pvInterface = nullptr;
-    CreateEComInstance(&CLSID_Nothing, nullptr, &IID_IEComUnknown, &pvInterface);
+    static_cast<void>(CreateEComInstance(&CLSID_Nothing, nullptr, &IID_IEComUnknown, &pvInterface));
 }
 
 constexpr SUse g_astFATAL[] = {
@@ -99,7 +99,7 @@ constexpr SUse g_astFATAL[] = {
     {"Singleton", "CSingleton", [] { CService::Instance(); }},
     {"ErrorText", "QvStrErrorReentrant()", AskForAnErrorsText},
     {"EventRegistration", "RegisterEventObserver()", [] { RegisterEventObserver(Observe, nullptr); }},
-    {"ClassRegistration", "RegisterECom()", [] { RegisterECom(&CLSID_Nothing, CreateNothing); }},
+    {"ClassRegistration", "RegisterECom()", [] { static_cast<void>(RegisterECom(&CLSID_Nothing, CreateNothing)); }},
     {"ClassUnregistration", "UnregisterECom()", [] { UnregisterECom(&CLSID_Nothing); }},
     {"ComponentCreation", "CreateEComInstance()", CreateAComponent},
     {"AssertFail", "QvAssertSetNew...Handler()", [] { QvAssertSetNewFailHandler(nullptr); }},

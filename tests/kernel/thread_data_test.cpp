@@ -213,9 +213,9 @@ protected:
     CThreadValueDestructor()
     {
         g_seen.clear();
-        CThread::CreateKey(GetParam().pfnDestroy1, g_uKey1);
-        CThread::CreateKey(GetParam().pfnDestroy2, g_uKey2);
-        CThread::CreateKey(GetParam().pfnDestroy3, g_uKey3);
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(GetParam().pfnDestroy1, g_uKey1));
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(GetParam().pfnDestroy2, g_uKey2));
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(GetParam().pfnDestroy3, g_uKey3));
     }
     ~CThreadValueDestructor() override
     {
@@ -254,14 +254,14 @@ TEST(CThreadValue, IsDestroyedOnItsOwnThreadWhichStillHasItsNumber)
     static unsigned int s_uIdInDestructor = 0;
     static CThread* s_pSelfInDestructor = nullptr;
     static unsigned int s_uReferences = 0;
-    CThread::CreateKey(
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
         [](unsigned int)
         {
             s_uIdInDestructor = CThread::GetCurrentId();
             s_pSelfInDestructor = CThread::GetThreadSelf();
             s_uReferences = CThreadProbe::CountReferences(g_uKey1);
         },
-        g_uKey1);
+        g_uKey1));
     CThread thread;
     StartTestThread(thread, [](unsigned int) { return static_cast<unsigned int>(Set(g_uKey1, 99)); });
     thread.Join(nullptr);
@@ -360,7 +360,7 @@ TEST(CThreadValueModel, RandomUseMatchesAMap)
 TEST(CThreadValues, OfManyThreadsDoNotDisturbOneAnother)
 {
     constexpr unsigned int uTHREADS = 4;
-    CThread::CreateKey([](unsigned int uValue) { EXPECT_EQ(uValue, Get(g_uKey1)); }, g_uKey1);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey([](unsigned int uValue) { EXPECT_EQ(uValue, Get(g_uKey1)); }, g_uKey1));
     CThread aThreads[uTHREADS];
     for (unsigned int u = 0; u < uTHREADS; ++u)
     {

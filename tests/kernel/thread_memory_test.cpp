@@ -12,7 +12,7 @@
 TEST(CThreadWithoutMemory, ACallerWithoutARecordHasNoIdentifierAndNoValues)
 {
     unsigned int uKey = 0;
-    CThread::CreateKey(nullptr, uKey);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
     std::thread(
         [uKey]
         {
@@ -41,7 +41,7 @@ TEST(CThreadWithoutMemory, AKeyIsRefused)
 TEST(CThreadWithoutMemory, AValueIsRefusedAndLeavesTheKeyAsItWas)
 {
     unsigned int uKey = 0;
-    CThread::CreateKey(nullptr, uKey);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, uKey));
     CThread::GetCurrentId();
     {
         const CNoMemory none;
@@ -56,7 +56,7 @@ TEST(CThreadWithoutMemory, AValueIsRefusedAndLeavesTheKeyAsItWas)
         const CNoMemory none;
         EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 2)) << "changing one takes none";
     }
-    CThread::SetSpecific(uKey, 0);
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(uKey, 0));
     CThread::DeleteKey(uKey);
 }
 
@@ -150,7 +150,7 @@ TEST(CThreadWithoutMemory, AThreadThatGetsItsRecordLaterIsWaitedForUntilTheRecor
     static unsigned int s_uRunning = 0;
     static bool s_bRunOver = true;
     static CThreadProbe* s_pThread = nullptr;
-    CThread::CreateKey(
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
         [](unsigned int)
         {
             s_uRunning = CThreadProbe::CountRunning();
@@ -159,7 +159,7 @@ TEST(CThreadWithoutMemory, AThreadThatGetsItsRecordLaterIsWaitedForUntilTheRecor
             s_bRunOver = pRun->Wait(0);
             if (s_bRunOver) pRun->Signal(false);
         },
-        s_uKey);
+        s_uKey));
     CThreadProbe thread;
     s_pThread = &thread;
     static CGate s_memoryIsBack;
@@ -192,7 +192,7 @@ TEST(CThreadMemory, IsAllGivenBack)
     const long nBefore = LiveNewBlocks();
     for (unsigned int u = 0; u < 1000; ++u)
     {
-        CThread::CreateKey([](unsigned int) {}, s_uKey);
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey([](unsigned int) {}, s_uKey));
         CThread thread;
         StartTestThread(
             thread, [](unsigned int uValue) { return static_cast<unsigned int>(CThread::SetSpecific(s_uKey, uValue)); },

@@ -50,12 +50,12 @@ TEST_F(CThreadModule, StartsAfreshAfterItStopped)
     for (int n = 0; n < 3; ++n)
     {
         EXPECT_EQ(1u, CThread::GetCurrentId());
-        CThread::CreateKey(Note, g_uKey);
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uKey));
         EXPECT_EQ(1u, g_uKey);
         unsigned int uValue = 1;
         EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(g_uKey, uValue));
         EXPECT_EQ(0u, uValue);
-        CThread::SetSpecific(g_uKey, 5);
+        EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 5));
         FinalizeCThread();
         EXPECT_EQ(QV_RES_OK, InitializeCThread());
     }
@@ -63,15 +63,15 @@ TEST_F(CThreadModule, StartsAfreshAfterItStopped)
 
 TEST_F(CThreadModule, TakesNoValueForOneThatItDestroyedWhenItStopped)
 {
-    CThread::CreateKey(Note, g_uKey);
-    CThread::SetSpecific(g_uKey, 1);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 1));
     FinalizeCThread();
     EXPECT_EQ(QV_RES_OK, InitializeCThread());
-    CThread::CreateKey(nullptr, g_uKey);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, g_uKey));
     // One of them is likely to get the memory that the destroyed one has left.
     for (unsigned int u = 2; u < 50; ++u)
     {
-        CThread::CreateKey(nullptr, g_uKey);
+        EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, g_uKey));
         EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, u));
         unsigned int uValue = 0;
         EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(g_uKey, uValue));
@@ -83,7 +83,7 @@ TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedDetachedOnesTooAndHasDestr
 {
     static std::atomic<unsigned int> s_uEnded = 0;
     static CGate s_go;
-    CThread::CreateKey([](unsigned int) { ++s_uEnded; }, g_uKey);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey([](unsigned int) { ++s_uEnded; }, g_uKey));
     CThread aThreads[3];
     for (unsigned int u = 0; u < 3; ++u)
     {
@@ -104,16 +104,16 @@ TEST_F(CThreadModule, StopsOnlyWhenEveryThreadHasEndedDetachedOnesTooAndHasDestr
 
 TEST_F(CThreadModule, DestroysTheValuesOfThreadsThatLiveOn)
 {
-    CThread::CreateKey(Note, g_uKey);
-    CThread::CreateKey(Note, g_uOtherKey);
-    CThread::SetSpecific(g_uKey, 3);
-    CThread::SetSpecific(g_uOtherKey, 4);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uOtherKey));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 3));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uOtherKey, 4));
     CGate there;
     CGate go;
     std::thread application(
         [&]
         {
-            CThread::SetSpecific(g_uKey, 5);
+            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 5));
             there.Open();
             go.Pass();
         });
@@ -128,7 +128,7 @@ TEST_F(CThreadModule, ShowsValueDestructorsTheDyingThreadsData)
 {
     static unsigned int s_uDyingId = 0;
     static QvResult s_resSet = QV_RES_FAIL;
-    CThread::CreateKey(
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
         [](unsigned int)
         {
             for (unsigned int uKey : {g_uKey, g_uOtherKey})
@@ -140,8 +140,8 @@ TEST_F(CThreadModule, ShowsValueDestructorsTheDyingThreadsData)
             s_uDyingId = CThread::GetCurrentId();
             s_resSet = CThread::SetSpecific(g_uOtherKey, 12);
         },
-        g_uKey);
-    CThread::CreateKey(Note, g_uOtherKey);
+        g_uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uOtherKey));
     CGate there;
     CGate go;
     unsigned int uId = 0;
@@ -149,8 +149,8 @@ TEST_F(CThreadModule, ShowsValueDestructorsTheDyingThreadsData)
         [&]
         {
             uId = CThread::GetCurrentId();
-            CThread::SetSpecific(g_uOtherKey, 11);
-            CThread::SetSpecific(g_uKey, 10);
+            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uOtherKey, 11));
+            EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 10));
             there.Open();
             go.Pass();
         });
@@ -167,15 +167,15 @@ TEST_F(CThreadModule, DoesNotTouchAKeyThatSomebodyElseGotAfterItsOwnWasDeleted)
 {
     static pthread_key_t s_hForeign = 0;
     static int s_nForeignCalls = 0;
-    CThread::CreateKey(
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
         [](unsigned int)
         {
             // Most likely the very number that was just given back.
             pthread_key_create(&s_hForeign, [](void*) { ++s_nForeignCalls; });
             CThread::GetCurrentId();
         },
-        g_uKey);
-    CThread::SetSpecific(g_uKey, 1);
+        g_uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 1));
     FinalizeCThread();
     EXPECT_EQ(nullptr, pthread_getspecific(s_hForeign));
     pthread_key_delete(s_hForeign);
@@ -184,8 +184,8 @@ TEST_F(CThreadModule, DoesNotTouchAKeyThatSomebodyElseGotAfterItsOwnWasDeleted)
 TEST_F(CThreadModule, NumbersKeysPastTheEndWithoutZeroAndWithoutThoseInUse)
 {
     unsigned int auKeys[4] = {};
-    CThread::CreateKey(nullptr, auKeys[0]);
-    CThread::CreateKey(nullptr, auKeys[1]);
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, auKeys[0]));
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, auKeys[1]));
     CThreadProbe::ms_keyCounter = UINT_MAX - 1;
     for (unsigned int u : {2u, 3u}) EXPECT_EQ(QV_RES_OK, CThread::CreateKey(nullptr, auKeys[u]));
     EXPECT_EQ(UINT_MAX, auKeys[2]);
@@ -209,15 +209,15 @@ TEST_F(CThreadModule, NumbersThreadsPastTheEndWithoutZeroAndWithoutThoseInUse)
 TEST_F(CThreadModule, RefusesAThreadThatAValuesDestructorStartsWhenItHasStoppedWaiting)
 {
     static QvResult s_res = QV_RES_OK;
-    CThread::CreateKey(
+    EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
         [](unsigned int)
         {
             CThread late;
             s_res = StartTestThread(late, nullptr);
             EXPECT_EQ(CThread::eIDLE, late.GetState());
         },
-        g_uKey);
-    CThread::SetSpecific(g_uKey, 1);
+        g_uKey));
+    EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 1));
     FinalizeCThread();
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, s_res);
 }

@@ -64,6 +64,19 @@ protected:
         return names;
     }
 
+    // Both packages unpacked into one directory, as they are installed.
+    static std::string Root()
+    {
+        static const std::string s_strRoot = []
+        {
+            const std::string root = (ms_pScratch->GetPath() / "root").string();
+            Shell("for package in " + File("liborvel-framework1") + " " + File("liborvel-framework-dev") +
+                  "; do dpkg-deb --extract \"$package\" '" + root + "'; done");
+            return root;
+        }();
+        return s_strRoot;
+    }
+
     static std::string Triplet()
     {
         const std::string line = Shell("dpkg-architecture -qDEB_HOST_MULTIARCH");
@@ -73,6 +86,7 @@ protected:
     inline static std::unique_ptr<CScratchDirectory> ms_pScratch;
 };
 
+const char* const g_pszHelloPrints = "af71426c22321fefba997deb4ee571e8054291bd\n";  // as in examples/hello_test.cpp
 const std::string g_strRuntime = "liborvel-framework1", g_strDevelopment = "liborvel-framework-dev";
 
 TEST_F(CDeb, TheRuntimePackageHoldsTheLibraryUnderItsSoname)
@@ -208,17 +222,65 @@ TEST_F(CDeb, TheDevelopmentPackageDependsOnTheLibraryOfItsVersionAndOnThatsHeade
     EXPECT_NE(std::string::npos, Field(g_strDevelopment, "Depends").find(g_strRuntime + " (= " ORVEL_VERSION ")"));
 }
 
+TEST_F(CDeb, TheDevelopmentPackageHoldsThePagesThatReadMeLeadsTo)
+{
+    const std::string directory = "/usr/share/doc/" + g_strDevelopment + "/";
+    const std::set<std::string> contents = Contents(g_strDevelopment);
+    std::ifstream stream(ORVEL_SOURCE_DIR "/README.md");
+    const std::string page((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(1u, contents.count(directory + "README.md"));
+    const std::regex link(R"(\]\(([\w./-]+\.(?:md|svg))[#)])");
+    unsigned int uLinks = 0;
+    for (std::sregex_iterator it(page.begin(), page.end(), link); it != std::sregex_iterator(); ++it, ++uLinks)
+    {
+        EXPECT_EQ(1u, contents.count(directory + (*it)[1].str())) << (*it)[1];
+    }
+    EXPECT_NE(0u, uLinks);
+}
+
+TEST_F(CDeb, TheSiteHasAPackageOfItsOwnWhereThereIsOne)
+{
+    EXPECT_EQ("", Shell("ls " + Quoted(ms_pScratch->GetPath()) + " | grep -e -doc_ || true"));
+    const std::string site = (ms_pScratch->GetPath() / "site").string();
+    const std::string build = (ms_pScratch->GetPath() / "build with a site").string();
+    Shell("mkdir -p '" + site + "/search' && touch '" + site + "/index.html' '" + site +
+          "/search/data.js'; '" ORVEL_CMAKE "' -S '" ORVEL_SOURCE_DIR "' -B '" + build +
+          "' -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVEL_TESTS=OFF -DORVEL_EXAMPLES=OFF -DORVEL_DOCS_SITE='" + site +
+          "'; '" ORVEL_CPACK "' --config '" + build + "/CPackConfig.cmake' -D CPACK_COMPONENTS_ALL=documentation -B " +
+          Quoted(ms_pScratch->GetPath()));
+    const std::string package = "liborvel-framework-doc", directory = "/usr/share/doc/" + package + "/";
+    EXPECT_EQ((std::set<std::string>{directory + "changelog.gz", directory + "html/index.html",
+                                     directory + "html/search/data.js"}),
+              Contents(package));
+    EXPECT_EQ("all\n", Field(package, "Architecture"));
+}
+
 TEST_F(CDeb, ThePackagesAreInstalledAndUsedAsTheyAre)
 {
-    const std::string root = (ms_pScratch->GetPath() / "root").string();
-    Shell("for package in " + File(g_strRuntime) + " " + File(g_strDevelopment) +
-          "; do dpkg-deb --extract \"$package\" '" + root + "'; done");
-    const std::string libraries = root + "/usr/lib/" + Triplet();
+    const std::string libraries = Root() + "/usr/lib/" + Triplet();
     Shell("export PKG_CONFIG_PATH='" + libraries +
           "/pkgconfig'; eval g++ -std=c++17 \"'" ORVEL_SOURCE_DIR
           "/examples/hello/hello.cpp'\" \"$(pkg-config --cflags --libs orvel_framework)\" -o \"'" +
-          root + "/hello'\"");
-    EXPECT_EQ("af71426c22321fefba997deb4ee571e8054291bd\n",  // as in examples/hello_test.cpp
-              Shell("LD_LIBRARY_PATH='" + libraries + "' '" + root + "/hello'"));
+          Root() + "/hello'\"");
+    EXPECT_EQ(g_pszHelloPrints, Shell("LD_LIBRARY_PATH='" + libraries + "' '" + Root() + "/hello'"));
+}
+
+TEST_F(CDeb, EachExampleIsCopiedOutAndBuiltByItself)
+{
+    const std::string examples = (ms_pScratch->GetPath() / "begun from examples").string();
+    Shell("cp -r '" + Root() + "/usr/share/doc/" + g_strDevelopment + "/examples' '" + examples + "'");
+    EXPECT_EQ(Shell("ls '" ORVEL_SOURCE_DIR "'/examples/*/CMakeLists.txt | wc -l"),
+              Shell("ls '" + examples + "'/*/CMakeLists.txt | wc -l"));
+    // One alone; all of them below one project, so that the compiler is looked at once.
+    const std::string build = " -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=g++ -DCMAKE_PREFIX_PATH='" +
+                              Root() + "/usr'; '" ORVEL_CMAKE "' --build ";
+    Shell("cd '" + examples + "/hello'; '" ORVEL_CMAKE "' -S . -B build" + build + "build");
+    Shell("cd '" + examples +
+          "'; { echo 'cmake_minimum_required(VERSION 3.16)'; echo 'project(all CXX)'; "
+          "for example in */; do echo \"add_subdirectory(${example%/})\"; done; } >CMakeLists.txt; "
+          "'" ORVEL_CMAKE "' -S . -B all" +
+          build + "all");
+    EXPECT_EQ(g_pszHelloPrints, Shell("'" + examples + "/hello/build/hello'"));
+    EXPECT_NE(std::string::npos, Shell("'" + examples + "/all/journal/journal' --help").find("--journal J"));
 }
 }  // namespace

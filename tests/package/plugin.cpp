@@ -46,13 +46,13 @@ extern "C" QV_EXPORT bool Work()
     marshaler << strText >> strCopy;
     unsigned char auRandom[16] = {};
     const unsigned char auNone[16] = {};
-    CSecurePrng().Generate(sizeof(auRandom), auRandom);
+    const bool bDrawn = CSecurePrng().Generate(sizeof(auRandom), auRandom) >= 0;
     CThread thread;
     unsigned int uExitCode = 0;
     const bool bRan =
         thread.StartThread(Increment, 0, nullptr, 0, CThread::eNORMAL) >= 0 && thread.Join(&uExitCode) >= 0;
     CVector<int> vecn;
     vecn.Append(7);
-    return strCopy == "text" && std::memcmp(auRandom, auNone, sizeof(auNone)) != 0 && bRan && uExitCode == 1 &&
+    return strCopy == "text" && bDrawn && std::memcmp(auRandom, auNone, sizeof(auNone)) != 0 && bRan && uExitCode == 1 &&
            vecn[0] == 7;
 }

@@ -20,6 +20,7 @@ const char* const g_pszPROGRAM = R"(
 enum EUnsized { eUNSIZED };
 struct SWide { alignas(16) char acBytes[16]; };
 struct STooWide { alignas(32) char acBytes[32]; };
+struct SOwner { SOwner(); SOwner(SOwner&&); bool operator<(const SOwner&) const; bool operator==(const SOwner&) const; };
 struct SNoDefault { explicit SNoDefault(int) {} };
 struct SByFactor { int operator()(int n1, int n2) const { return nFactor * (n1 - n2); } int nFactor; };
 struct SPinned { SPinned(); SPinned(const SPinned&) = delete; };
@@ -35,6 +36,7 @@ void ForEach(Call call) { (call(*static_cast<SUse<Containers>*>(nullptr)), ...);
 void Use() {)";
 
 const char* const g_pszOVER_ALIGNED = "they cannot hold an over-aligned type";
+const char* const g_pszCOPY = "the elements cannot be copied: their container can only be moved";
 const char* const g_pszBOOL = "a negative number, 0 or a positive number, not whether one comes first";
 const char* const g_pszSTATE = "a comparison must have no state";
 const char* const g_pszDEFAULT = "elements made without a source need a default constructor";
@@ -84,6 +86,20 @@ const SRefusal g_astREFUSALS[] = {
     {"AnOrderWithAState", "CAATree<int> t{SByFactor{2}};", g_pszSTATE},
     {"AnOrderWithoutAState", "CAATree<int> t{[](int n1, int n2) { return n2 - n1; }};", nullptr},
     {"AnEnumerationOfNoSize", "CMarshalReader r(nullptr, 0, 0); EUnsized e; r >> e;", "without an underlying type"},
+    {"OverAlignedInAPool", "CPool<STooWide>::Allocate();", "they cannot hold an over-aligned type"},
+    {"AlignedToSixteenInAPool", "CPool<SWide>::Allocate();", nullptr},
+    {"OverAlignedInAMap", "CMap<int, STooWide> m;", g_pszOVER_ALIGNED},
+    {"OwnersInATree", "CAATree<SOwner> t; t.Insert(SOwner()); t = CAATree<SOwner>(); t.Emplace();", nullptr},
+    {"ACopyOfATreeOfOwners", "CAATree<SOwner> t; CAATree<SOwner> u(t);", g_pszCOPY},
+    {"AnAssignedTreeOfOwners", "CAATree<SOwner> t, u; t = u;", g_pszCOPY},
+    {"ACopiedOwnerInATree", "CAATree<SOwner> t; SOwner o; t.Insert(o);", "cannot be copied: move it in"},
+    {"ACopiedOwnerInATreeWithAHandle", "CAATree<SOwner> t; SOwner o; CAATree<SOwner>::handle h; t.Insert(o, &h);",
+     "cannot be copied: move it in"},
+    {"OwnersInAMap", "CMap<SOwner, SOwner> m; m.Insert(SOwner(), SOwner()); m[SOwner()]; m.Emplace(SOwner());",
+     nullptr},
+    {"ACopyOfAMapOfOwners", "CMap<int, SOwner> m; CMap<int, SOwner> n(m);", g_pszCOPY},
+    {"AnAssignedMapOfOwners", "CMap<SOwner, int> m, n; m = n;", g_pszCOPY},
+    {"ACopiedOwnerAsAKey", "CMap<SOwner, int> m; SOwner o; m[o];", "the key cannot be copied: move it in"},
     {"ElementsOfNothing", "CVList<SNoDefault> x; x.Insert(0, 2);", g_pszDEFAULT}};
 
 class CRefusals : public testing::TestWithParam<std::tuple<const char*, SRefusal>>

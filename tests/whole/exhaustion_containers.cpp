@@ -5,6 +5,7 @@
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/list.h"
+#include "framework/basic/map.h"
 #include "framework/basic/vector.h"
 #include "framework/basic/vector_list.h"
 #include "tests/whole/exhaustion.h"
@@ -300,6 +301,111 @@ void TryTreeAllocateSorted(CTrial& rTrial)
     EXPECT_EQ(rTrial.IsDone() ? (Numbers{4, 5, 6, 8}) : g_BEFORE, NumbersOf(tree));
 }
 
+void TryTreeTryEmplace(CTrial& rTrial)
+{
+    Tree::handle entry;
+    TryChange<Tree>(rTrial, {4, 6, 7, 8},
+                    [&](Tree& r, const CNumber& rNumber) { return r.TryEmplace(&entry, rNumber); });
+    EXPECT_EQ(rTrial.IsDone(), static_cast<bool>(entry));
+}
+// A container that is made with all it shall hold, or not at all.
+template <typename Make>
+void TryMakeFull(CTrial& rTrial, Make make)
+{
+    unsigned int uSize = 0;
+    rTrial.Run([&] { uSize = make().size(); });
+    rTrial.ExpectThrow();
+    EXPECT_EQ(rTrial.IsDone() ? 3u : 0u, uSize);
+}
+void TryTreeOfList(CTrial& rTrial)
+{
+    TryMakeFull(rTrial, [&] { return Tree({CNumber(3), CNumber(1), CNumber(2)}, rTrial.Source()); });
+}
+
+using Map = CMap<int, int>;
+
+void PutInMap(Map& rMap)
+{
+    for (const int n : g_BEFORE) ASSERT_EQ(QV_RES_OK, rMap.Insert(n, 10 * n));
+}
+Numbers ValuesOf(const Map& rMap)
+{
+    Numbers values;
+    for (const auto& [key, value] : rMap) values.push_back(value);
+    return values;
+}
+const Numbers g_VALUES = {40, 60, 80};
+
+/// An operation that puts a value in for the key 7, and tells whether it has.
+template <typename Operation>
+void TryChangeMap(CTrial& rTrial, const Numbers& rAfter, Operation operation)
+{
+    Map map(rTrial.Source());
+    PutInMap(map);
+    rTrial.Run([&] { return operation(map); });
+    rTrial.ExpectState(g_VALUES, rAfter, ValuesOf(map));
+    EXPECT_EQ(QV_RES_OK, map.InsertOrAssign(99, 1));
+}
+void TryMapIndex(CTrial& rTrial)
+{
+    TryChangeMap(rTrial, {40, 60, 5, 80}, [](Map& r) { r[7] = 5; });
+    rTrial.ExpectThrow();
+}
+void TryMapInsert(CTrial& rTrial)
+{
+    TryChangeMap(rTrial, {40, 60, 5, 80}, [](Map& r) { return r.Insert(7, 5); });
+    rTrial.ExpectResult();
+}
+void TryMapInsertOrAssign(CTrial& rTrial)
+{
+    TryChangeMap(rTrial, {40, 60, 5, 80}, [](Map& r) { return r.InsertOrAssign(7, 5); });
+    rTrial.ExpectResult();
+}
+void TryMapFindOrInsert(CTrial& rTrial)
+{
+    Map::handle found;
+    TryChangeMap(rTrial, {40, 60, 0, 80}, [&](Map& r) { return r.FindOrInsert(7, &found); });
+    rTrial.ExpectResult();
+    EXPECT_EQ(rTrial.IsDone(), static_cast<bool>(found));
+}
+void TryMapTryEmplace(CTrial& rTrial)
+{
+    TryChangeMap(rTrial, {40, 60, 5, 80}, [](Map& r) { return r.TryEmplace(7, nullptr, 5); });
+    rTrial.ExpectResult();
+}
+void TryMapEmplace(CTrial& rTrial)
+{
+    Map::handle entry;
+    TryChangeMap(rTrial, {40, 60, 5, 80}, [&](Map& r) { entry = r.Emplace(7, 5); });
+    rTrial.ExpectNoThrow();
+    EXPECT_EQ(rTrial.IsDone(), static_cast<bool>(entry));
+}
+void TryMapReserve(CTrial& rTrial)
+{
+    TryChangeMap(rTrial, g_VALUES, [](Map& r) { return r.ReserveCapacity(10); });
+    rTrial.ExpectResult();
+}
+void TryMapAssign(CTrial& rTrial)
+{
+    Map source(rTrial.Source());
+    for (const int n : {1, 2, 3, 5}) ASSERT_EQ(QV_RES_OK, source.Insert(n, n));
+    TryChangeMap(rTrial, {1, 2, 3, 5}, [&](Map& r) { r = source; });
+    rTrial.ExpectNoThrow();
+}
+void TryMapCopy(CTrial& rTrial)
+{
+    Map source(rTrial.Source());
+    PutInMap(source);
+    std::optional<Map> copy;
+    rTrial.Run([&] { copy.emplace(source); });
+    if (!rTrial.HasThrown()) rTrial.ExpectState(Numbers(), g_VALUES, ValuesOf(*copy));
+    EXPECT_EQ(g_VALUES, ValuesOf(source));
+}
+void TryMapOfList(CTrial& rTrial)
+{
+    TryMakeFull(rTrial, [&] { return Map({{1, 1}, {2, 2}, {3, 3}}, rTrial.Source()); });
+}
+
 void TryBlocksReserve(CTrial& rTrial)
 {
     CBlockAllocator blocks(40, rTrial.Source());
@@ -345,6 +451,19 @@ std::vector<SOperation> ContainerOperations()
         {"CAATree Insert", TryTreeInsert, true},
         {"CAATree Allocate", TryTreeAllocate, true},
         {"CAATree AllocateSorted", TryTreeAllocateSorted, true},
+        {"CAATree TryEmplace", TryTreeTryEmplace, true},
+        {"CAATree of a list", TryTreeOfList, true},
+        {"CMap CMap", TryMake<Map>, true},
+        {"CMap of a list", TryMapOfList, true},
+        {"CMap copy", TryMapCopy, true},
+        {"CMap assign", TryMapAssign, true},
+        {"CMap operator[]", TryMapIndex, true},
+        {"CMap Insert", TryMapInsert, true},
+        {"CMap InsertOrAssign", TryMapInsertOrAssign, true},
+        {"CMap FindOrInsert", TryMapFindOrInsert, true},
+        {"CMap Emplace", TryMapEmplace, true},
+        {"CMap TryEmplace", TryMapTryEmplace, true},
+        {"CMap ReserveCapacity", TryMapReserve, true},
     };
     AddSequence<CVector<CNumber>>(operations, "CVector");
     AddSequence<CList<CNumber>>(operations, "CList");

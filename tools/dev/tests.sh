@@ -69,7 +69,7 @@ run_tests() {
   fi
   [[ ${1-} != -* && $# -le 2 ]] || die "it is ./dev test [--quick] [FILTER [CASES]]"
   local filter=${1:-.} cases=${2-}
-  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libssl-dev zlib1g-dev dpkg-dev file gdb pkgconf libfmt-dev
+  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libssl-dev zlib1g-dev dpkg-dev file gdb pkgconf libfmt-dev python3
   export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1
   if [[ -n $cases ]]; then export GTEST_FILTER=$cases; fi
   configure release TESTS EXAMPLES

@@ -174,7 +174,8 @@ def main():
             reader.failures += [f"the browser says: {entry['message']}" for entry in driver.get_log("browser")]
     finally:
         driver.quit()
-    print("\n".join(reader.failures))
+    for line in reader.failures:
+        print(line)
     sys.exit(1 if reader.failures else 0)
 
 

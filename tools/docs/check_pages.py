@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""check_pages.py: the tree's Markdown pages: links and their places, pictures that are older than their sources, spelling."""
+"""check_pages.py: the tree's Markdown pages: links and their places, pictures that are older than their sources, spelling;
+the manual page of the journal; and misspellings in the sources."""
 import re
 import subprocess
 import sys
@@ -60,12 +61,35 @@ def spelling_complaints(site_pages):
                 yield f"{page.path}:{line}: '{word}' is misspelt, or missing in docs/words.txt"
 
 
+def source_complaints():
+    """Common misspellings in what else the tree holds: comments, messages, scripts. Names and strings are left out."""
+    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=ROOT, check=True,
+                            capture_output=True, text=True).stdout.split()
+    files = [path for path in listed if re.search(r"\.(h|cpp|py|sh|cmake|css|js|1|dot)$|(^|/)(CMakeLists\.txt|dev|Doxyfile)$", path)
+             and (ROOT / path).exists()]
+    yield from subprocess.run(["codespell", "--quiet-level=3", r"--ignore-regex=\b\w+[A-Z]\w*|\"[^\"]*\"|^\.\w\w\b",
+                               "--ignore-words-list=statics", *files], cwd=ROOT, check=False, capture_output=True,
+                              text=True).stdout.splitlines()
+
+
+def manual_complaints():
+    """The journal's manual page: its form, and that it has the options that the program has."""
+    path = "examples/journal/journal.1"
+    lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", path], cwd=ROOT, check=False, capture_output=True, text=True)
+    yield from (line.removeprefix("mandoc: ") for line in (lint.stdout + lint.stderr).splitlines())
+    items = "".join(re.findall(r"^\.It Fl .*\n", (ROOT / path).read_text(), re.M))
+    told = set(re.findall(r"Fl \\-(\w+)", items))
+    taken = set(re.findall(r'\{"(\w+)", (?:required|no)_argument', (ROOT / "examples/journal/options.cpp").read_text()))
+    for option in sorted(told ^ taken):
+        yield f"{path}: --{option} is {'an option that is missing' if option in taken else 'no option'}"
+
+
 def main():
     site_pages = all_markdown()
-    found = list(link_complaints(site_pages)) + list(picture_complaints())
-    if "--no-spelling" not in sys.argv:
-        found += list(spelling_complaints(site_pages))
-    print("\n".join(found))
+    found = list(link_complaints(site_pages)) + list(picture_complaints()) + list(manual_complaints())
+    found += list(spelling_complaints(site_pages)) + list(source_complaints())
+    for line in found:
+        print(line)
     sys.exit(1 if found else 0)
 
 

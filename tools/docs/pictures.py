@@ -43,10 +43,22 @@ def draw_all():
             source.with_suffix(".svg").write_text(draw(source))
 
 
+def by_theme(style):
+    """A picture's rules for dark surroundings, where the page's own switch decides what surrounds it."""
+    def split(match):
+        rules = re.findall(r"([^{}]+)\{([^{}]*)\}", match[1])
+        def under(root):
+            return "\n".join(", ".join(f"{root} {part.strip()}" for part in selectors.split(",")) + f" {{{text}}}"
+                             for selectors, text in rules)
+        return f"@media (prefers-color-scheme: dark) {{\n{under('html:not(.light-mode)')}\n}}\n{under('html.dark-mode')}"
+    return re.sub(r"@media \(prefers-color-scheme: dark\) \{((?:[^{}]*\{[^{}]*\})*)\s*\}", split, style)
+
+
 def inline(path, number):
-    """A picture as part of a page, which has its style, and with identifiers of its own."""
+    """A picture as part of a page, with identifiers of its own; what was drawn here has the page's style."""
     svg = (ROOT / path).read_text()
     svg = svg[svg.index("<svg"):]
-    svg = re.sub(r"<style>.*?</style>\n?", "", svg, count=1, flags=re.S) if "class=\"picture\"" in svg[:200] else svg
+    drawn_here = (ROOT / path).parent == FOLDER
+    svg = re.sub(r"<style>.*?</style>\n?", lambda match: "" if drawn_here else by_theme(match[0]), svg, count=1, flags=re.S)
     svg = re.sub(r'\bid="([^"]*)"', lambda match: f'id="picture{number}_{match[1]}"', svg)
     return re.sub(r"url\(#|href=\"#", lambda match: f"{match[0]}picture{number}_", svg)

@@ -4,15 +4,23 @@
   marked at its end: what belongs to no class is shown only of headers that are documented.
 - What follows a documented declaration directly, without a comment, shares its comment when it is an overload of it, a
   comparison behind a comparison, FinalizeX() behind InitializeX(), or named in the comment as X().
-- Copies that are deleted, destructors, and what the compiler makes get the one text that there is to say.
+- Copies that are deleted, destructors, what the compiler makes, and names that all containers of the standard library
+  have, get the one text that there is to say.
 """
 
 import re
 
 COMMENT = re.compile(r'\s*///(?!<)')
-NO_DECLARATION = re.compile(r'\s*(#|//|$|[{}]|(public|protected|private):|namespace\b|using\b|friend\b|extern template\b'
-                            r'|extern "C"|static_assert\b)')
+NO_DECLARATION = re.compile(r'\s*(#|//|$|[{}]|(public|protected|private):|namespace\b|extern "C")')
+# Declares nothing that has a comment of its own.
+STATEMENT = re.compile(r'\s*(using\b|friend (class|struct)\b|extern template\b|static_assert\b)')
 CLASS = re.compile(r'(template\s*<.*?>\s*)*(class|struct|union)\s[^(]*\{')
+CLASS_HEAD = re.compile(r'\s*(?:template\s*<.*>\s*)?(?:class|struct)\s+(?:QV_\w+\s+)*(?:alignas\(\w+\)\s+)?(\w+)[^;]*$')
+ALIAS = re.compile(r'\s*using (?:typename )?(?:\w+::)*(\w+)(?: =[^;]*)?;$')
+# Only what these containers have: lower-case names of our own are told of as others are.
+STANDARD_TYPES = set("""const_iterator const_pointer const_reference const_reverse_iterator difference_type iterator key_type
+    mapped_type pointer reference reverse_iterator size_type value_type""".split())
+STANDARD_CALLS = set('back begin cbegin cend clear crbegin crend data empty end front rbegin rend size'.split())
 COMPARISON = re.compile(r'operator(==|!=|<=?|>=?)$')
 
 
@@ -64,76 +72,98 @@ def standard_text(declaration, class_name):
     return None
 
 
-def shares(name, comment, before, is_special):
-    """Whether a function without a comment shares that of those in front of it. One that overrides another has the text of
-    that; neither it nor one that is deleted shares a comment that does not name it."""
+def shares(declaration, comment, told):
+    """Whether a function without a comment shares one that speaks for other functions already. One that overrides another
+    has the text of that; neither it nor one that is deleted shares a comment that does not name it."""
+    name = name_of(declaration)
     if name is None or not comment: return False
     if re.search(r'(?<!\w)%s\(\)' % re.escape(name), ' '.join(comment)): return True
-    if is_special: return False
-    if name in before or name.replace('Finalize', 'Initialize', 1) in before: return True
-    return COMPARISON.match(name) is not None and any(COMPARISON.match(one) for one in before)
+    if re.search(r'\boverride\b|= delete;', declaration.split('{')[0]): return False
+    if name in told or name.replace('Finalize', 'Initialize', 1) in told: return True
+    return COMPARISON.match(name) is not None and any(COMPARISON.match(one) for one in told)
+
+
+class CHeader:
+    """Reads the lines of a header and writes them with the comments that doxygen needs."""
+
+    def __init__(self, lines):
+        self.lines, self.result = lines, []
+        self.number = 0  # of the line that is read next
+        self.has_text = False
+        self.classes = []  # around that line: the indentation of their braces, and their names
+        self.opened_class = None  # whose brace comes next
+        self.forget_comment()
+
+    def forget_comment(self):
+        # The comment in front of the declarations that are being read, and the functions that it speaks for so far.
+        self.comment, self.told = [], set()
+
+    def read(self):
+        while self.number < len(self.lines):
+            has_comment = self.read_comment()
+            if self.number == len(self.lines): break
+            self.keep_classes()
+            line = self.lines[self.number]
+            declared = None if NO_DECLARATION.match(line) else declaration_at(self.lines, self.number)
+            if declared and STATEMENT.match(declared[0]): self.read_statement(*declared, has_comment)
+            elif declared and not CLASS.match(declared[0]): self.read_declaration(*declared, has_comment)
+            else: self.read_other(has_comment)
+        if not self.has_text: self.result.append('/// @file')
+
+    def read_comment(self):
+        first = self.number
+        while self.number < len(self.lines) and COMMENT.match(self.lines[self.number]): self.number += 1
+        if first == self.number: return False
+        self.forget_comment()
+        self.comment = self.lines[first:self.number]
+        self.result += self.comment
+        behind = self.lines[self.number] if self.number < len(self.lines) else ''
+        if not self.has_text and self.comment[0].startswith('///') and (not behind or behind.startswith('#include')):
+            self.result.append('/// @file')
+            self.has_text = True
+        return True
+
+    def keep_classes(self):
+        line = self.lines[self.number]
+        indent = len(line) - len(line.lstrip())
+        opened = CLASS_HEAD.match(line)
+        if opened: self.opened_class = opened[1]
+        if line.strip() == '{' and self.opened_class:
+            self.classes.append((indent, self.opened_class))
+            self.opened_class = None
+        if line.strip() in ('}', '};') and self.classes and self.classes[-1][0] == indent: self.classes.pop()
+
+    def read_declaration(self, text, behind, has_comment):
+        name = name_of(text)
+        if not has_comment:
+            standard = standard_text(text, self.classes[-1][1]) if self.classes else None
+            if standard: self.result.append('/// ' + standard)
+            elif shares(text, self.comment, self.told): self.result += self.comment
+            else:
+                self.forget_comment()
+                if name in STANDARD_CALLS: self.result.append("/// As in the standard library's containers.")
+        if self.comment and name: self.told.add(name)
+        self.result += self.lines[self.number:behind]
+        self.number = behind
+
+    def read_statement(self, text, behind, has_comment):
+        alias = ALIAS.match(text)
+        if not has_comment:
+            self.forget_comment()
+            if alias and alias[1] in STANDARD_TYPES:
+                self.result.append("/// As in the standard library's containers.")
+        lines = self.lines[self.number:behind]
+        # Made in the library: that is no declaration that anyone looks for.
+        self.result += [''] * len(lines) if text.startswith('extern template') else lines
+        self.number = behind
+
+    def read_other(self, has_comment):
+        self.result.append(self.lines[self.number])
+        if not has_comment: self.forget_comment()
+        self.number += 1
 
 
 def with_shared_comments(text):
-    """The text of a header with the comments that doxygen needs."""
-    lines = text.splitlines()
-    result = []
-    has_text = False
-    classes = []  # of those around: the indentation of the braces, the name, and whether nothing of it is public
-    comment, before = [], set()
-    pending_class = None
-    number = 0
-
-    while number < len(lines):
-        line = lines[number]
-        indent = len(line) - len(line.lstrip())
-        if COMMENT.match(line):
-            comment = []
-            while number < len(lines) and COMMENT.match(lines[number]):
-                comment.append(lines[number].strip())
-                result.append(lines[number])
-                number += 1
-            if indent == 0 and not has_text and number < len(lines) and (
-                    not lines[number].strip() or lines[number].startswith('#include')):
-                result.append('/// @file')
-                has_text = True
-                comment = []
-            before = set()
-            fresh = True
-            if number == len(lines): break
-            line = lines[number]
-            indent = len(line) - len(line.lstrip())
-        else: fresh = False
-
-        opened = re.match(r'\s*(?:template\s*<.*>\s*)?(?:class|struct)\s+(?:QV_\w+\s+)*(?:alignas\(\w+\)\s+)?(\w+)[^;]*$', line)
-        if opened: pending_class = opened.group(1)
-        if line.strip() == '{' and pending_class:
-            classes.append((indent, pending_class))
-            pending_class = None
-        if re.match(r'\s*};?\s*$', line) and classes and classes[-1][0] == indent: classes.pop()
-
-        if not fresh and (not line.strip() or NO_DECLARATION.match(line)):
-            comment, before = [], set()
-        declared = None
-        if not NO_DECLARATION.match(line) and not opened: declared = declaration_at(lines, number)
-        if declared and CLASS.match(declared[0]): declared = None
-        if declared is None:
-            result.append('' if line.startswith('extern template') else line)
-            number += 1
-            continue
-        text, behind = declared
-        name = name_of(text)
-        class_name = classes[-1][1] if classes else None
-        if not fresh:
-            standard = standard_text(text, class_name) if class_name else None
-            if standard: result.append(' ' * indent + '/// ' + standard)
-            elif shares(name, comment, before, re.search(r'\boverride\b|= delete;', text.split('{')[0])):
-                for one in comment: result.append(' ' * indent + one)
-            else: comment, before = [], set()
-        if comment and name: before.add(name)
-        while number < behind:
-            result.append(lines[number])
-            number += 1
-    if not has_text: result.append('/// @file')
-    return '\n'.join(result) + '\n'
-
+    header = CHeader(text.splitlines())
+    header.read()
+    return '\n'.join(header.result) + '\n'

@@ -1,6 +1,7 @@
 // examples/words with the standard library.
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <exception>
 #include <iomanip>
 #include <iostream>
@@ -54,7 +55,7 @@ int main()
     }
     catch (const std::exception& rError)
     {
-        std::cerr << "words: " << rError.what() << '\n';
+        std::fprintf(stderr, "words: %s\n", rError.what());
         return 1;
     }
 }

@@ -1,8 +1,8 @@
 #include "inventory.h"
 
-void CInventory::Add(const CString& rItem)
+QvResult CInventory::Add(const CString& rItem)
 {
-    m_lstItems.Append(rItem);
+    return m_lstItems.Append(rItem);
 }
 
 unsigned int CInventory::Count() const
@@ -10,17 +10,16 @@ unsigned int CInventory::Count() const
     return m_lstItems.GetSize();
 }
 
-CString CInventory::Digest() const
+QvResult CInventory::GetDigest(CString* pstrDigest) const
 {
     CSha256 sha256;
-    sha256.Begin();
+    QV_RETURN_IF_FAILED(sha256.Begin());
     for (const CString& rItem : m_lstItems)
     {
-        sha256.Update(reinterpret_cast<const unsigned char*>(rItem.CStr()), rItem.GetSize());
+        QV_RETURN_IF_FAILED(
+            sha256.Update(reinterpret_cast<const unsigned char*>(rItem.CStr()), rItem.GetSize()));
     }
-    unsigned char auDigest[32];
-    sha256.End(auDigest);
-    CString strDigest;
-    for (const unsigned char uByte : auDigest) strDigest.Format(strDigest.GetSize(), "%02x", uByte);
-    return strDigest;
+    CBlob blobDigest;
+    QV_RETURN_IF_FAILED(sha256.End(&blobDigest));
+    return blobDigest.ToHex(pstrDigest);
 }

@@ -6,10 +6,10 @@
 class CInventory
 {
 public:
-    void Add(const CString& rItem);
+    QvResult Add(const CString& rItem);
     unsigned int Count() const;
     /// In hexadecimal digits.
-    CString Digest() const;
+    QvResult GetDigest(CString* pstrDigest) const;
 
 private:
     CList<CString> m_lstItems;

@@ -5,11 +5,12 @@
 int main()
 {
     const CFrameworkScope framework;
-    if (framework.GetResult() < 0) return 1;
+    if (QvFailed(framework.GetResult())) return 1;
     CInventory inventory;
-    inventory.Add("ab");
-    inventory.Add("c");
+    CString strDigest;
+    if (QvFailed(inventory.Add("ab")) || QvFailed(inventory.Add("c"))) return 1;
+    if (QvFailed(inventory.GetDigest(&strDigest))) return 1;
     char szVersion[16];
     QvGetFrameworkVersion().GetStr(szVersion, sizeof(szVersion));
-    std::printf("%s %u %s\n", szVersion, inventory.Count(), inventory.Digest().CStr());
+    std::printf("%s %u %s\n", szVersion, inventory.Count(), strDigest.CStr());
 }

@@ -19,6 +19,14 @@ public:
     /// - `QV_RES_OK`: it worked.
     /// This is read as a part of it.
     int GetAll();
+    /// The same in another way.
+    int GetOther();
+    /// An example.
+    /// ```
+    /// int n = other.GetOther();  // and so on
+    /// int m = n;
+    /// ```
+    int GetMore();
 };
 
 #endif
@@ -29,3 +37,5 @@ public:
 // complaint at 14: a result in columns, which are joined: write "- `QV_RES_...`: ..."
 // complaint at 15: no empty line in front of the list
 // complaint at 20: a text right behind a list becomes part of it: put an empty line between
+// complaint at 22: stands alone in hovers and in the reference: say what is the same
+// complaint at 26: a comment in an example ends with a full stop: hovers join lines without one
