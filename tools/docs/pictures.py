@@ -60,5 +60,8 @@ def inline(path, number):
     svg = svg[svg.index("<svg"):]
     drawn_here = (ROOT / path).parent == FOLDER
     svg = re.sub(r"<style>.*?</style>\n?", lambda match: "" if drawn_here else by_theme(match[0]), svg, count=1, flags=re.S)
+    # On a small screen a wide picture is moved rather than made too small to be read.
+    svg = re.sub(r'<svg class="(\w+)"([^>]*?) width="(\d+)"', lambda match: f'<svg class="{match[1]}"{match[2]} width="{match[3]}" '
+                 f'style="min-width: {min(int(match[3]) * 13 // 20, 760)}px"', svg, count=1)
     svg = re.sub(r'\bid="([^"]*)"', lambda match: f'id="picture{number}_{match[1]}"', svg)
     return re.sub(r"url\(#|href=\"#", lambda match: f"{match[0]}picture{number}_", svg)
