@@ -129,7 +129,7 @@ public:
         : CMap(entries.begin(), entries.end(), pAllocator)
     {
     }
-    template <typename Iterator, typename = orvel_internal::IteratorOnly<Iterator>>
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
     CMap(Iterator itFirst, Iterator itLast, IAllocator* pAllocator = nullptr) : CMap(pAllocator)
     {
         for (; itFirst != itLast; ++itFirst)

@@ -26,7 +26,7 @@ int RunFragment(QvResult (*pfnFragment)())
 // A failure names the place.
 void PrintTo(const SPageBlock& rstBlock, std::ostream* pStream)
 {
-    *pStream << "docs/guide/" << g_pszPage << ':' << rstBlock.nLine;
+    *pStream << g_pszPage << ':' << rstBlock.nLine;
 }
 
 namespace
@@ -52,7 +52,7 @@ class CGuidePage : public testing::TestWithParam<SPageBlock>
 // Counted without the program that took them.
 TEST(CGuidePageTaken, HasNoOtherBlocks)
 {
-    std::ifstream page(std::string(ORVEL_SOURCE_DIR "/docs/guide/") + g_pszPage);
+    std::ifstream page(std::string(ORVEL_SOURCE_DIR "/") + g_pszPage);
     ASSERT_TRUE(page);
     const std::regex begin("\\s*(```|~~~)\\s*\\{?\\.?(c|cc|cpp|cxx|c\\+\\+)\\b.*", std::regex::icase);
     std::size_t uCount = 0;

@@ -9,7 +9,8 @@ What a fenced block is, its language says:
     cpp            compiled and run. With main() it is a program; otherwise its statements stand in a function of their
                    own, in which the framework is up, a QvResult may be returned, and a failure counts.
     text           what the nearest C++ block above writes to standard output. A block without one writes nothing.
-    sh, cmake, console   for the reader only
+                   Where the page has no C++ block above, it is for the reader only,
+    sh, cmake, console   and so are these
 
 Comments right in front of a C++ block, which the reader does not see, say more about it:
 
@@ -24,6 +25,7 @@ import sys
 from dataclasses import dataclass, field
 from pathlib import Path
 
+ROOT = Path(__file__).resolve().parents[2]
 LANGUAGES = {"cpp", "text", "sh", "cmake", "console"}
 NOTES = ("declares", "needs", "input", "ends", "does not compile")
 DEFAULT_INCLUDES = ["#include <cstdio>", '#include "framework/framework.h"']
@@ -101,9 +103,10 @@ def blocks_of(page):
             if language == "cpp":
                 last_cpp = block
             elif language == "text":
-                if last_cpp is None or last_cpp.output or not last_cpp.is_run:
+                if last_cpp is not None and (last_cpp.output or not last_cpp.is_run):
                     raise PageError(f"{where}: this is the output of no C++ block")
-                last_cpp.output = "\n".join(block.lines) + "\n"
+                if last_cpp is not None:
+                    last_cpp.output = "\n".join(block.lines) + "\n"
             blocks.append(block)
             notes = {}
             at = end + 1
@@ -120,8 +123,12 @@ def literal(text):
     return "nullptr" if text is None else f'R"guide({text})guide"'
 
 
+def name_of(page):
+    return page.resolve().relative_to(ROOT)
+
+
 def located(page, block, code):
-    return f'#line {block.line} "docs/guide/{page.name}"\n{code}\n'
+    return f'#line {block.line} "{name_of(page)}"\n{code}\n'
 
 
 def function_of(page, block, name):
@@ -152,7 +159,9 @@ def source_of(page):
                 raise PageError(f"{where}: a program includes what it uses")
             main = re.search(r"^int main\(([^)]*)\)", block.body(), re.MULTILINE)
             arguments = "nCount, ppszValues" if main.group(1) else ""
-            programs += f"namespace {name}\n{{\n{located(page, block, block.body())}}}\n"
+            # Only the real main() may end without a value.
+            code = re.sub(r"(^int main\(.*?)^}", r"\1return 0; }", block.body(), count=1, flags=re.MULTILINE | re.DOTALL)
+            programs += f"namespace {name}\n{{\n{located(page, block, code)}}}\n"
             run = f"[]([[maybe_unused]] int nCount, [[maybe_unused]] char** ppszValues) {{ return {name}::main({arguments}); }}"
         else:
             functions += function_of(page, block, name)
@@ -162,7 +171,7 @@ def source_of(page):
         rows.append("    {" + ", ".join(row) + "},\n")
     return "".join(
         [includes, '#include "tests/guide/page.h"\n', programs, "namespace page\n{\n", functions, "}\n"]
-        + [f'const char* const g_pszPage = "{page.name}";\n', "const SPageBlock g_astPageBlocks[] = {\n"]
+        + [f'const char* const g_pszPage = "{name_of(page)}";\n', "const SPageBlock g_astPageBlocks[] = {\n"]
         + rows
         + ["    {0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr}};\n"]
     )
@@ -209,6 +218,8 @@ def complaints_of(folder):
     yield from complaints_about(readme, None)
     if blocks_of(readme):
         yield f"{readme}: the list of pages has no C++ blocks"
+    for page in pages:
+        blocks_of(page)  # which complains of what it does not know
     for at, page in enumerate(listed):
         if page.exists():
             yield from complaints_about(page, listed[max(at - 1, 0) : at] + listed[at + 1 : at + 2])

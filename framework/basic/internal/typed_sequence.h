@@ -6,13 +6,6 @@
 #include <type_traits>
 #include <utility>
 
-// std::reverse_iterator alone, as of the iterator tags in typed_elements.h.
-#if __has_include(<bits/stl_iterator.h>)
-#include <bits/stl_iterator.h>
-#else
-#include <iterator>
-#endif
-
 #include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
@@ -42,9 +35,6 @@ constexpr bool g_bARE_ELEMENTS =
     !std::is_convertible<const Value&, const CBlockAllocator&>::value && !std::is_same<Value, Container>::value &&
     !std::is_same<Value, decltype(nullptr)>::value &&
     !(std::is_floating_point<Value>::value && std::is_integral<T>::value);
-
-template <typename Iterator>
-using IteratorCategory = typename std::iterator_traits<Iterator>::iterator_category;
 
 /// For what gives a reference or nothing, and so no result.
 inline void ThrowUnlessSucceeded(QvResult res)
@@ -280,9 +270,9 @@ private:
     const Container& Self() const { return static_cast<const Container&>(*this); }
 
     template <typename Iterator>
-    static std::reverse_iterator<Iterator> ReverseOf(Iterator it)
+    static CReverseIterator<Iterator> ReverseOf(Iterator it)
     {
-        return std::reverse_iterator<Iterator>(it);
+        return CReverseIterator<Iterator>(it);
     }
 
     template <typename Key, typename Compare>
