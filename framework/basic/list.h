@@ -16,23 +16,26 @@
 #include "framework/kernel/result.h"
 
 /// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed front-end.
-///
-///     head -> [previous|next|element] <-> [previous|next|element] <-> ... <- tail        free nodes (spare capacity)
-///                                              ^ cached (index, node)
+/// ```
+/// head -> [previous|next|element] <-> [previous|next|element] <-> ... <- tail        free nodes (spare capacity)
+///                                          ^ cached (index, node)
+/// ```
 ///
 /// Elements are made, copied and destroyed through the three virtual element operations, which a derived class
 /// overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the overrides.
 ///
-/// Ownership  Owns its elements and nodes. Borrows the allocator, which must outlive it; null means the default one.
-/// Threads    No locking: one thread at a time. Access by index moves the cache even of a const list.
-/// Growth     Exact: capacity is the size plus the free nodes. Erased nodes become free and are used again; only
-///            ReduceCapacity() and destruction give memory back.
-/// Addresses  An element stays where it is until it is erased; sorting and swapping only relink.
-/// Cost       Access by index walks from the index that was used last; the first and the last element need no walk. A
-///            scan by rising or falling index takes one step per element. Handles walk without the cache.
-/// Failure    Reported as QvResult with the lists as they were (nodes allocated before stay as spare capacity); what
-///            returns nothing ignores bad arguments. Element operations and comparisons must not throw.
-///
+/// - **Ownership:** Owns its elements and nodes. Borrows the allocator, which must outlive it; null means the default
+///   one.
+/// - **Threads:** No locking: one thread at a time. Access by index moves the cache even of a const list.
+/// - **Growth:** Exact: capacity is the size plus the free nodes. Erased nodes become free and are used again; only
+///   ReduceCapacity() and destruction give memory back.
+/// - **Alignment:** Of elements as of operator new[]: of more, which the typed front-end refuses to compile, nothing is
+///   known here.
+/// - **Addresses:** An element stays where it is until it is erased; sorting and swapping only relink.
+/// - **Cost:** Access by index walks from the index that was used last; the first and the last element need no walk. A
+///   scan by rising or falling index takes one step per element. Handles walk without the cache.
+/// - **Failure:** Reported as QvResult with the lists as they were (nodes allocated before stay as spare capacity);
+///   what returns nothing ignores bad arguments. Element operations and comparisons must not throw.
 /// - **Lifetime:** Without an allocator given: made while the framework is up and destroyed before it goes down, so not
 ///   in static storage. If one is made at another time, one line on standard error names the class, and abort()
 ///   follows.
@@ -102,14 +105,16 @@ public:
 
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this list.
-    /// QV_RES_OK                the elements are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
+    ///
+    /// - `QV_RES_OK`: the elements are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. This is kept as
     /// it is for existing programs; Copy() inserts at the index it is given. Results as above, and
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ.
     QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
@@ -119,10 +124,11 @@ public:
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Links a node, as Allocate() does, at the place of pKey in a sorted list, unless an equal element is there; the
     /// caller constructs it.
-    /// QV_RES_OK                *ppElement is the room for the element
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
+    ///
+    /// - `QV_RES_OK`: *ppElement is the room for the element.
+    /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
+    /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
@@ -133,12 +139,14 @@ public:
     void EraseAll();
 
     /// Allocates the nodes that are missing for a capacity of uCapacity.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no nodes, or the bytes of that many do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the capacity is at least uCapacity.
+    /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes, or the bytes of that many do not fit 32 bits.
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and the size; no effect if it is not above.
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
+    ///
+    /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
     QvResult ReduceCapacity(unsigned int uCapacity);
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked.
@@ -152,20 +160,23 @@ public:
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
     /// Moves all elements of rSrc in front of index uIndex.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this list
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this list.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
     QvResult Merge(unsigned int uIndex, CListBase& rSrc);
     /// Moves the elements from uIndex on to the front of rDest, in front of what is there.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this list
-    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and below the number of those elements
-    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no nodes
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this list.
+    /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and below the number of those elements.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator of rDest gave no nodes.
     QvResult Split(unsigned int uIndex, CListBase& rDest);
     /// Copies uCount elements from uSrcIndex on in front of index uDestIndex (at the end when that is above the size).
     /// A lock of the capacity is ignored: the list grows.
-    /// QV_RES_OK                the copies are in
-    /// QV_RES_INVALID_ARGUMENT  the source has fewer elements from there on, or the element sizes differ
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no nodes
+    ///
+    /// - `QV_RES_OK`: the copies are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: the source has fewer elements from there on, or the element sizes differ.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
     static QvResult Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
     /// Moves elements, with the parameters of Copy(). Between lists with the same source of memory the nodes are linked
@@ -327,17 +338,58 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 }
 
 /// A list of T over CListBase, whose growth, threading and cost rules it has:
+/// ```
+/// CList<int> list{7};
+/// list.push_back(9);
+/// list.InsertSorted(8);
+/// for (int n : list) ...
+/// list.Erase(list.GetFirst());
+/// ```
+/// Its calls, those of its bases among them:
+/// ```
+///   CList(allocator), CList(block allocator)         empty; null, or nothing, means the default allocator
+///   CList{values}, CList(first, last)                what is in braces, or between two iterators
+///   =                                                copies; from what is moved, exchanges; values in braces
+///   Find(index), GetFirst(), GetLast()               handles, or none; a handle has GetNext() and GetPrevious()
+///   GetAt(index)                                     an element's address, or null
+///   begin(), end()                                   iterators
+///   push_back(element), emplace_back(arguments)      at the end: throws std::bad_alloc
+///   Append(element)                                  at the end, with a result
+///   Insert(index, count, element), Insert(index, count)   copies, or elements made by default
+///   Insert(index, T&&)                               a moved element
+///   Insert(index, list)                              copies of all elements of another, at the front
+///   InsertSorted(element), InsertSorted(element, comparison)   in front of the first that does not order before it
+///   Emplace(index, arguments)                        an element made there; its handle, or none
+///   Allocate(index), AllocateSorted(key, comparison, &p)   room, counted already: construct a T there at once
+///   Erase(index), Erase(index, count), Erase(handle), EraseAll(), pop_back()   the capacity stays
+///   MoveToFirst(handle), MoveToLast(handle)          relink one
+///   Merge(index, list), Split(index, list)           all elements of another come; those from index on go there
+///   Find(start, key), Find(start, key, comparison)   the index of the first equal element from start on, else the size
+///   FindSorted(key), FindSorted(key, comparison)     the same in a sorted list, in few comparisons
+///   GetMinElementIndex(), GetMaxElementIndex()       of the first smallest, largest element; also with a comparison
+///   Sort(), Sort(comparison), Swap(i, j)             unstable; both relink
+///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex(), GetEndIndex()
+///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
+///   size(), empty(), front(), back(), push_back(), emplace_back(), pop_back(), clear(), insert(position, element),
+///   erase(position), erase(first, last), cbegin(), cend(), rbegin(), rend(), crbegin(), crend(), swap(), ==, !=
+/// ```
+/// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
+/// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
-///     CList<int> list;
-///     list.Append(7);
-///     list.InsertSorted(5);
-///     for (int n : list) ...
-///     list.Erase(list.GetFirst());
-///
-/// Iterators  Bidirectional. They and handles stay valid until their element is erased, also over sorting, swapping and
-///            transfer to a list with the same source of memory (but such an iterator, when it reaches the end, steps
-///            back into the list that it came from).
-/// Derived    A class derived from CList<T> may override the element operations: every operation then calls them.
+/// - **Growth:** One node for one element, also by push_back(): nothing moves, so that nothing is gained by more.
+/// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
+///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
+///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.
+/// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between lists
+///   with different sources of memory Merge() and Split() move elements where their moves cannot throw or they cannot
+///   be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would copy
+///   elements that cannot be copied does not compile.
+/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
+///   before still is: only a literal 0 is an element of a list of numbers.
+/// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked capacity
+///   does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(), Insert()
+///   and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Derived:** A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CList
     : public orvel_internal::CTypedSequence<T, CListBase, CList<T>, orvel_internal::CTypedNodes<T, CListBase>>
@@ -353,8 +405,8 @@ public:
     using typename Sequence::handle;
     using typename Sequence::iterator;
     using typename Sequence::value_type;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
     template <typename Element = T>
     CList() : CList(static_cast<IAllocator*>(nullptr))

@@ -18,21 +18,24 @@
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
-///
-///     |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
-///     storage                              end index           capacity
+/// ```
+/// |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
+/// storage                              end index           capacity
+/// ```
 ///
 /// With bConstruct, elements are made, copied and destroyed through the three virtual element operations, which a
 /// derived class overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the
 /// overrides. Without bConstruct, elements are bytes: copied with memcpy() and zeroed when made without a source.
 ///
-/// Ownership  Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
-/// Threads    No locking: one thread at a time.
-/// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
-/// Addresses  Elements move whenever the capacity changes, never while it is locked.
-/// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
-///            operations and comparisons must not throw.
-///
+/// - **Ownership:** Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
+/// - **Threads:** No locking: one thread at a time.
+/// - **Growth:** Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
+///   (CVector<T> has push_back() beside them.)
+/// - **Alignment:** Of elements as of operator new[]: of more, which a CVector<T> refuses to compile, nothing is known
+///   here.
+/// - **Addresses:** Elements move whenever the capacity changes, never while it is locked.
+/// - **Failure:** Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
+///   operations and comparisons must not throw.
 /// - **Lifetime:** Without an allocator given: made while the framework is up and destroyed before it goes down, so not
 ///   in static storage. If one is made at another time, one line on standard error names the class, and abort()
 ///   follows.
@@ -58,14 +61,16 @@ public:
     bool operator<(const CVectorBase& rOther) const;
 
     /// Makes the capacity exactly uCapacity if it is less. Cost: moves every element when it reallocates.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block, or the bytes do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the capacity is at least uCapacity.
+    /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block, or the bytes do not fit 32 bits.
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more; gives the storage back at 0.
-    /// QV_RES_OK             the capacity is that, or was less
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the capacity is that, or was less.
+    /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned int uCapacity);
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked, so that elements keep their addresses.
@@ -79,7 +84,8 @@ public:
     unsigned int GetLastIndex() const;
     unsigned int GetEndIndex() const;
     /// Sets the size without making or destroying elements: the caller does that in the slots that enter or leave.
-    /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: uSize is above the capacity.
     QvResult Resize(unsigned int uSize);
 
     /// The element at an index below the size, else null.
@@ -92,10 +98,11 @@ public:
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones (zero
     /// bytes without bConstruct) when it is null. *pElement may be an element of this vector.
     /// Cost: moves the elements behind uIndex, and all when the capacity has to grow.
-    /// QV_RES_OK                the elements are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the elements are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     QvResult Insert(unsigned int uIndex, unsigned int uCount);
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
@@ -108,10 +115,11 @@ public:
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
     /// The same at the place of pKey in a sorted vector that holds no equal element.
-    /// QV_RES_OK                *ppElement is the slot
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
+    ///
+    /// - `QV_RES_OK`: *ppElement is the slot.
+    /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
+    /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
@@ -120,14 +128,16 @@ public:
     void EraseAll();
 
     /// Moves all elements of rSrc in front of index uIndex; rSrc keeps its capacity.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this vector.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult Merge(unsigned int uIndex, CVectorBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this vector
-    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no block
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector.
+    /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator of rDest gave no block.
     QvResult Split(unsigned int uIndex, CVectorBase& rDest);
     /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
@@ -597,17 +607,58 @@ private:
 }  // namespace orvel_internal
 
 /// An array of T over CVectorBase, whose growth and threading rules it has:
+/// ```
+/// CVector<int> vector{5, 3};
+/// vector.push_back(7);
+/// vector.Sort();
+/// for (int n : vector) ...
+/// ```
+/// Its calls, those of its bases among them:
+/// ```
+///   CVector(allocator), CVector(construct, allocator)   empty; null, or nothing, means the default allocator
+///   CVector{values}, CVector(first, last)            what is in braces, or between two iterators
+///   =                                                copies; from what is moved, exchanges; values in braces
+///   vector[index], GetAt(index), data()              an element; its address, or null; where they lie
+///   begin(), end()                                   pointers to the elements
+///   push_back(element), emplace_back(arguments)      at the end, with room for more: throws std::bad_alloc
+///   Append(element)                                  at the end, with a result, and a capacity that is exact
+///   Insert(index, count, element), Insert(index, count)   copies, or elements made by default
+///   Insert(index, T&&), Insert(index, vector)        a moved element; copies of all elements of another
+///   InsertSorted(element), InsertSorted(element, comparison)   in front of the first that does not order before it
+///   Emplace(index, arguments)                        an element made there; its address, or null
+///   Allocate(index), AllocateSorted(key, comparison, &p)   room, counted already: construct a T there at once
+///   Erase(index), Erase(index, count), EraseAll(), pop_back()   the capacity stays
+///   Merge(index, vector), Split(index, vector)       all elements of another come; those from index on go there
+///   Find(start, key), Find(start, key, comparison)   the index of the first equal element from start on, else the size
+///   FindSorted(key), FindSorted(key, comparison)     the same in a sorted vector, in few comparisons
+///   GetMinElementIndex(), GetMaxElementIndex()       of the first smallest, largest element; also with a comparison
+///   Sort(), Sort(comparison), Swap(i, j)             unstable; exchanges two elements
+///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex(), GetEndIndex()
+///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
+///   size(), empty(), front(), back(), push_back(), emplace_back(), pop_back(), clear(), insert(position, element),
+///   erase(position), erase(first, last), cbegin(), cend(), rbegin(), rend(), crbegin(), crend(), swap(), ==, !=
+/// ```
+/// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
+/// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
-///     CVector<int> vector;
-///     vector.ReserveCapacity(2);
-///     vector.Append(7);
-///     for (int n : vector) ...
-///
-/// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
-/// Cost       Access, and appending within the capacity, are inline and call no function of the library. Trivially
-///            copyable elements move as bytes, all in one call, when the capacity grows.
-/// Derived    A class derived from CVector<T> may override the element operations: every operation then calls them, one
-///            by one as CVectorBase does.
+/// - **Growth:** By choice. push_back(), emplace_back() and insert() double a capacity that is used up, at least to 64
+///   bytes: n of them move fewer than 2 n elements, and std::back_inserter works as people know it. All other calls
+///   grow it exactly, so that what is asked for is what is used: who appends much reserves first, or pushes. They may
+///   be mixed. Where there is no memory for the double, push_back() asks for one more.
+/// - **Iterators:** Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
+///   Arguments may be elements of the vector.
+/// - **Elements:** Whatever can be copied or moved. They are moved, where their moves cannot throw or they cannot be
+///   copied, when the capacity changes, and by Insert(), Erase(), Merge(), Split(), Swap() and Sort(). What would copy
+///   elements that cannot be copied does not compile. What can neither be copied nor moved goes into a CList or CVList.
+/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
+///   before still is: only a literal 0 is an element of a vector of numbers.
+/// - **Failure:** As in CVectorBase. What has no result throws std::bad_alloc where memory runs out or the locked
+///   capacity does not suffice, with the vector as it was; without exceptions the program ends with abort().
+///   Append(), Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Cost:** Access, and appending within the capacity, are inline and call no function of the library. Trivially
+///   copyable elements move as bytes, all in one call, when the capacity grows.
+/// - **Derived:** A class derived from CVector<T> may override the element operations: every operation then calls
+///   them, one by one as CVectorBase does.
 template <typename T>
 class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, orvel_internal::CVectorOf<T>, CVector<T>>
 {
@@ -627,8 +678,8 @@ public:
     using value_type = T;
     using iterator = T*;
     using const_iterator = const T*;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
     template <typename Element = T>
     CVector() : CVector(static_cast<IAllocator*>(nullptr))

@@ -17,24 +17,26 @@
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
 /// addresses; CVList<T> is its typed front-end.
-///
-///     order       [ . | . | . | . ]      index: constant time; inserting, erasing and sorting move addresses only
-///                   |   |   |   |
-///     elements     [b] [d] [a] [c]       never move
+/// ```
+/// order       [ . | . | . | . ]      index: constant time; inserting, erasing and sorting move addresses only
+///               |   |   |   |
+/// elements     [b] [d] [a] [c]       never move
+/// ```
 ///
 /// Elements are made, copied and destroyed through the three virtual element operations, which a derived class
 /// overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the overrides.
 ///
-/// Ownership  Owns its elements. Borrows the allocator of their blocks, which must outlive it; null means the default
-///            allocator, from which the order always comes.
-/// Threads    No locking: one thread at a time.
-/// Growth     Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
-///            first. Blocks of erased elements become free and are used again.
-/// Addresses  An element stays where it is until it is erased.
-/// Failure    Reported as QvResult with the vector-lists as they were (blocks allocated before stay as spare capacity);
-///            what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
-///            is held aside). Element operations and comparisons must not throw.
-///
+/// - **Ownership:** Owns its elements. Borrows the allocator of their blocks, which must outlive it; null means the
+///   default allocator, from which the order always comes.
+/// - **Threads:** No locking: one thread at a time.
+/// - **Growth:** Exact, never rounded up: n appends cost n reallocations of the order unless ReserveCapacity() comes
+///   first. Blocks of erased elements become free and are used again.
+/// - **Alignment:** Of elements as of operator new[]: of more, which the typed front-end refuses to compile, nothing is
+///   known here.
+/// - **Addresses:** An element stays where it is until it is erased.
+/// - **Failure:** Reported as QvResult with the vector-lists as they were (blocks allocated before stay as spare
+///   capacity); what returns nothing ignores bad arguments. Construction throws what operator new[] throws (one address
+///   is held aside). Element operations and comparisons must not throw.
 /// - **Lifetime:** With any allocator: made while the framework is up and destroyed before it goes down, so not in
 ///   static storage. If one is made at another time, one line on standard error names the class, and abort() follows.
 class QV_EXPORT CVListBase
@@ -65,33 +67,38 @@ public:
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
     /// The same at the place of pKey in a sorted vector-list that holds no equal element.
-    /// QV_RES_OK                *ppElement is the room for the element
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
+    ///
+    /// - `QV_RES_OK`: *ppElement is the room for the element.
+    /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
+    /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this vector-list.
-    /// QV_RES_OK                the elements are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order, or its bytes do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the elements are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order, or its bytes do not fit 32 bits.
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ.
     QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
     /// Results as of Insert().
     QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
-    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order, or its bytes do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the capacity is at least uCapacity.
+    /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the order, or its bytes do not fit 32 bits.
     QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more, and gives surplus blocks back.
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
-    /// QV_RES_OUT_OF_MEMORY  there is no memory for the order
+    ///
+    /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the order.
     QvResult ReduceCapacity(unsigned int uCapacity);
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked.
@@ -120,9 +127,10 @@ public:
 
     /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element. Other
     /// operations are made of this.
-    /// QV_RES_OK                the copies are in
-    /// QV_RES_INVALID_ARGUMENT  there are not that many elements or slots, or the element sizes differ
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no blocks
+    ///
+    /// - `QV_RES_OK`: the copies are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: there are not that many elements or slots, or the element sizes differ.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no blocks.
     static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
     /// Moves elements, with the parameters of Copy(); the caller removes the slots of the source. Between vector-lists
@@ -132,14 +140,16 @@ public:
                          unsigned int uCount);
 
     /// Moves all elements of rSrc in front of index uIndex.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector-list
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this vector-list.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order.
     QvResult Merge(unsigned int uIndex, CVListBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector-list.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this vector-list
-    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     there is no memory for the blocks or the order of rDest
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector-list.
+    /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order of rDest.
     QvResult Split(unsigned int uIndex, CVListBase& rDest);
 
     /// Makes an element in raw memory; copies one into raw memory; destroys one.
@@ -241,15 +251,54 @@ private:
 }  // namespace orvel_internal
 
 /// A vector-list of T over CVListBase, whose growth and threading rules it has:
+/// ```
+/// CVList<SRecord> records;
+/// SRecord& rRecord = records.emplace_back(...);  // good until that element is erased
+/// records.Sort();
+/// for (SRecord& rEach : records) ...
+/// ```
+/// Its calls, those of its bases among them:
+/// ```
+///   CVList(allocator), CVList(block allocator)       empty; null, or nothing, means the default allocator
+///   CVList{values}, CVList(first, last)              what is in braces, or between two iterators
+///   =                                                copies; from what is moved, exchanges; values in braces
+///   list[index], GetAt(index)                        an element; its address, or null
+///   begin(), end()                                   iterators
+///   push_back(element), emplace_back(arguments)      at the end, with room for more: throws std::bad_alloc
+///   Append(element)                                  at the end, with a result, and a capacity that is exact
+///   Insert(index, count, element), Insert(index, count)   copies, or elements made by default
+///   Insert(index, T&&), Insert(index, list)          a moved element; copies of all elements of another
+///   InsertSorted(element), InsertSorted(element, comparison)   in front of the first that does not order before it
+///   Emplace(index, arguments)                        an element made there; its address, or null
+///   Allocate(index), AllocateSorted(key, comparison, &p)   room, counted already: construct a T there at once
+///   Erase(index), Erase(index, count), EraseAll(), pop_back()   the capacity stays
+///   Merge(index, list), Split(index, list)           all elements of another come; those from index on go there
+///   Find(start, key), Find(start, key, comparison)   the index of the first equal element from start on, else the size
+///   FindSorted(key), FindSorted(key, comparison)     the same in a sorted vector-list, in few comparisons
+///   GetMinElementIndex(), GetMaxElementIndex()       of the first smallest, largest element; also with a comparison
+///   Sort(), Sort(comparison), Swap(i, j)             unstable; both move addresses only
+///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex(), GetEndIndex()
+///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
+///   size(), empty(), front(), back(), push_back(), emplace_back(), pop_back(), clear(), insert(position, element),
+///   erase(position), erase(first, last), cbegin(), cend(), rbegin(), rend(), crbegin(), crend(), swap(), ==, !=
+/// ```
+/// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
+/// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
-///     CVList<SRecord> records;
-///     records.Append(record);
-///     SRecord* const pRecord = records.GetAt(0);  // good until that element is erased
-///     records.Sort();
-///     for (SRecord& rRecord : records) ...
-///
-/// Iterators  Random access; invalid after anything that inserts, erases or changes the capacity. A standard algorithm
-///            that rearranges elements through them copies elements; Sort() and Swap() do not.
+/// - **Growth:** By choice. push_back(), emplace_back() and insert() double the capacity of the order when it is used
+///   up, at least to 8 elements, and take one block. All other calls grow it exactly. Where there is no memory for the
+///   double, they ask for one more.
+/// - **Iterators:** Random access; invalid after anything that inserts, erases or changes the capacity. A standard
+///   algorithm that rearranges elements through them moves elements; Sort() and Swap() do not.
+/// - **Elements:** As in CList: whatever there is. Between vector-lists with different sources of memory Merge() and
+///   Split() move elements where their moves cannot throw or they cannot be copied, else copy them, and refuse with
+///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not compile.
+/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
+///   before still is: only a literal 0 is an element of a vector-list of numbers.
+/// - **Failure:** As in CVListBase. What has no result throws std::bad_alloc where memory runs out or the locked
+///   capacity does not suffice, with the vector-list as it was; without exceptions the program ends with abort().
+///   Append(), Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Derived:** A class derived from CVList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CVList : public orvel_internal::CTypedSequence<T, CVListBase, CVList<T>>
 {
@@ -263,8 +312,8 @@ public:
     using value_type = T;
     using iterator = orvel_internal::CVListIterator<T>;
     using const_iterator = orvel_internal::CVListIterator<const T>;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
     CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator)
     {
@@ -295,6 +344,12 @@ public:
     }
     CVList& operator=(std::initializer_list<T> elements)
     {
+        // A capacity is one of the order: the blocks beside those of the elements that go are asked for here.
+        const size_t uSize = m_order.GetSize();
+        orvel_internal::ThrowUnlessSucceeded(orvel_internal::GrowCapacity(*this, elements.size()));
+        const bool bFits =
+            elements.size() <= uSize || m_elementAllocator.Reserve(static_cast<unsigned int>(elements.size() - uSize));
+        if (!bFits) orvel_internal::ThrowOutOfMemory();
         Sequence::AssignList(elements);
         return *this;
     }

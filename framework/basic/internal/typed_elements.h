@@ -115,19 +115,18 @@ constexpr void RequireCopyable()
                   "Emplace()");
 }
 
-/// Makes an element from what its constructor takes, or from the members of an aggregate.
-template <typename T, typename... Arguments>
-T* MakeElement(void* pElement, Arguments&&... arguments)
-{
-    if constexpr (std::is_constructible<T, Arguments...>::value)
-        return ::new (pElement) T(std::forward<Arguments>(arguments)...);
-    else return ::new (pElement) T{std::forward<Arguments>(arguments)...};
-}
+/// An element from what its constructor takes, or from the members of an aggregate.
 template <typename T, typename... Arguments>
 T ElementOf(Arguments&&... arguments)
 {
     if constexpr (std::is_constructible<T, Arguments...>::value) return T(std::forward<Arguments>(arguments)...);
     else return T{std::forward<Arguments>(arguments)...};
+}
+/// The same in raw memory, where it need not be moved to.
+template <typename T, typename... Arguments>
+T* MakeElement(void* pElement, Arguments&&... arguments)
+{
+    return ::new (pElement) T(ElementOf<T>(std::forward<Arguments>(arguments)...));
 }
 
 /// Brings an element to raw memory, whatever it costs; the source is destroyed next.

@@ -6,13 +6,6 @@
 #include <type_traits>
 #include <utility>
 
-// std::reverse_iterator alone, as of the iterator tags in typed_elements.h.
-#if __has_include(<bits/stl_iterator.h>)
-#include <bits/stl_iterator.h>
-#else
-#include <iterator>
-#endif
-
 #include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
@@ -68,6 +61,63 @@ public:
 private:
     Allocator& m_rAllocator;
     void* m_pBlock;
+};
+
+/// std::reverse_iterator, whose header takes as long as all that is included here.
+template <typename Iterator>
+class CReverseIterator
+    : public SIteratorTypes<std::remove_reference_t<decltype(*std::declval<Iterator>())>, IteratorCategory<Iterator>>
+{
+public:
+    CReverseIterator() : m_it() {}
+    explicit CReverseIterator(Iterator it) : m_it(it) {}
+    template <typename Other, typename = std::enable_if_t<std::is_convertible<const Other&, Iterator>::value>>
+    CReverseIterator(const CReverseIterator<Other>& rOther) : m_it(rOther.base())
+    {
+    }
+
+    /// What it stands behind.
+    Iterator base() const { return m_it; }
+    auto& operator*() const
+    {
+        Iterator it = m_it;
+        return *--it;
+    }
+    auto* operator->() const { return __builtin_addressof(**this); }
+    auto& operator[](ptrdiff_t nOffset) const { return *(*this + nOffset); }
+
+    CReverseIterator& operator++()
+    {
+        --m_it;
+        return *this;
+    }
+    CReverseIterator& operator--()
+    {
+        ++m_it;
+        return *this;
+    }
+    CReverseIterator operator++(int) { return CReverseIterator(m_it--); }
+    CReverseIterator operator--(int) { return CReverseIterator(m_it++); }
+    CReverseIterator& operator+=(ptrdiff_t nOffset)
+    {
+        m_it -= nOffset;
+        return *this;
+    }
+    CReverseIterator& operator-=(ptrdiff_t nOffset) { return *this += -nOffset; }
+    friend CReverseIterator operator+(CReverseIterator it, ptrdiff_t nOffset) { return it += nOffset; }
+    friend CReverseIterator operator+(ptrdiff_t nOffset, CReverseIterator it) { return it += nOffset; }
+    friend CReverseIterator operator-(CReverseIterator it, ptrdiff_t nOffset) { return it -= nOffset; }
+    friend auto operator-(CReverseIterator it1, CReverseIterator it2) { return it2.m_it - it1.m_it; }
+
+    friend bool operator==(CReverseIterator it1, CReverseIterator it2) { return it1.m_it == it2.m_it; }
+    friend bool operator!=(CReverseIterator it1, CReverseIterator it2) { return it1.m_it != it2.m_it; }
+    friend bool operator<(CReverseIterator it1, CReverseIterator it2) { return it2.m_it < it1.m_it; }
+    friend bool operator>(CReverseIterator it1, CReverseIterator it2) { return it2 < it1; }
+    friend bool operator<=(CReverseIterator it1, CReverseIterator it2) { return !(it2 < it1); }
+    friend bool operator>=(CReverseIterator it1, CReverseIterator it2) { return !(it1 < it2); }
+
+private:
+    Iterator m_it;
 };
 
 /// The typed operations of vector, list and vector-list.
@@ -280,9 +330,9 @@ private:
     const Container& Self() const { return static_cast<const Container&>(*this); }
 
     template <typename Iterator>
-    static std::reverse_iterator<Iterator> ReverseOf(Iterator it)
+    static CReverseIterator<Iterator> ReverseOf(Iterator it)
     {
-        return std::reverse_iterator<Iterator>(it);
+        return CReverseIterator<Iterator>(it);
     }
 
     template <typename Key, typename Compare>
