@@ -12,9 +12,11 @@ from pathlib import Path
 sys.dont_write_bytecode = True
 import shared_comments  # noqa: E402
 
-SHARED = Path(__file__).resolve().parents[2] / "framework/basic/internal/typed_elements.h"
-TYPED = re.compile(r"^class (?:QV_EXPORT )?(\w+) : public orvel_internal::(CTypedSequence|CTypedNodes)<T, (\w+)"
-                   r"(?:, orvel_internal::(\w+)<[^{]*>)?>+\s*$", re.M)
+INTERNAL = Path(__file__).resolve().parents[2] / "framework/basic/internal"
+# What has the calls that containers share, and what they call these bases in their own declarations.
+SHARED = ("typed_elements.h", "typed_sequence.h")
+ALIASES = ("Sequence", "Elements", "Nodes", "Vector")
+TYPED = re.compile(r"^class (?:QV_EXPORT )?(\w+)\s*: public orvel_internal::(CTypedSequence|CTypedNodes)<T, ([^{]*)>\s*$", re.M)
 
 
 def code_only(text):
@@ -88,18 +90,21 @@ def parameters(declaration):
 
 def shared_calls(shared, name, chain, base, own):
     """The public calls of the bases in chain, but for those that the class hides by its own."""
-    declared, taken, again = {}, set(), set()
+    declared, taken, again = {}, set(), {alias: set() for alias in ALIASES}
     for access, _, declaration in own:
         used = re.match(r"using (?:\w+::)*(\w+)::(\w+);", declaration)
-        if used and used[1] in ("Sequence", "Elements", "Nodes"):
-            again.add(used[2])
+        if used and used[1] in ALIASES:
+            again[used[1]].add(used[2])
         elif used:
             declared.setdefault(used[2], set())
+        elif alias := re.match(r"using (\w+) =", declaration):
+            declared.setdefault(alias[1], set())
         elif function_name(declaration):
             declared.setdefault(function_name(declaration), set()).add(parameters(declaration))
     lines = []
     for shared_class in chain:
         here = set()
+        wanted = again["Vector"] if shared_class == "CVectorOf" else set().union(*again.values())
         begin, end = body_of(shared, re.search(rf"^class {shared_class}\b", shared, re.M).start())
         for access, comment, declaration in members(shared[begin:end]):
             if access != "public" or declaration.startswith(("~", "static_assert")):
@@ -107,30 +112,48 @@ def shared_calls(shared, name, chain, base, own):
             used = re.match(r"using (?:typename )?Base::(\w+);", declaration)
             alias = re.match(r"using (\w+) =", declaration)
             called = used[1] if used else alias[1] if alias else function_name(declaration)
-            if called in taken or (called in declared and called not in again):
+            # What this one does for the others is told there.
+            if shared_class == "CVectorOf" and called not in wanted:
+                continue
+            if called in taken or (called in declared and called not in wanted):
                 continue
             if called in declared and (used or alias or parameters(declaration) in declared[called]):
                 continue
             here.add(called)
-            declaration = re.sub(r"\bBase\b", base, declaration)
-            declaration = re.sub(r"\bCTyped(Sequence|Nodes|Elements)\b", name, declaration)
-            lines.append((comment + "\n" if comment else "") + declaration.replace("orvel_internal::", ""))
+            lines.append((comment + "\n" if comment else "") + as_of(name, base, declaration))
         taken |= here
     return "\n".join(lines)
 
 
+def as_of(name, base, declaration):
+    """A shared declaration as a member of the class of that name; what only selects overloads is left out."""
+    declaration = re.sub(r"\bBase\b", base, declaration)
+    declaration = re.sub(r"\bCTyped(Sequence|Nodes|Elements)\b|\bContainer\b", name, declaration)
+    declaration = re.sub(r"template <typename Movable = T>\n|, typename Movable = T\b", "", declaration)
+    declaration = declaration.replace("MovedResult<Movable>", "QvResult")
+    declaration = re.sub(r"std::enable_if_t<!std::is_scalar<Movable>::value(?:, ([^>]*))?>",
+                         lambda found: found[1] or "void", declaration)
+    return declaration.replace("orvel_internal::", "")
+
+
 def with_shared_calls(text, header):
-    shared = SHARED.read_text()
+    shared = "\n".join((INTERNAL / name).read_text(encoding="utf-8") for name in SHARED) + text
     handles = False
     while match := TYPED.search(text):
-        name, first, base, second = match.groups()
-        chain = [first] + ([second] if second else []) + ["CTypedElements"]
+        name, first, arguments = match.groups()
+        chain = [first]
+        if "CVectorOf<" in arguments:
+            chain.insert(0, "CVectorOf")
+        if first != "CTypedNodes" and "CTypedNodes<" in arguments:
+            chain.append("CTypedNodes")
+        chain.append("CTypedElements")
+        base = "CVectorBase" if "CVectorOf<" in arguments else re.match(r"\w+", arguments)[0]
         handles = handles or "CTypedNodes" in chain
         begin, end = body_of(text, match.end())
         own = members(text[begin:end])
         calls = shared_calls(shared, name, chain, base, own)
-        head = re.sub(r" : public orvel_internal::.*", "", match[0], flags=re.S).rstrip()
-        body = re.sub(r"^    using (Sequence|Elements|Nodes)::\w+;\n", "", text[begin:end], flags=re.M)
+        head = re.sub(r"\s*: public orvel_internal::.*", "", match[0], flags=re.S).rstrip()
+        body = re.sub(rf"^    using (?:{'|'.join(ALIASES)})::\w+;\n", "", text[begin:end], flags=re.M)
         text = text[:match.start()] + head + "\n{" + body + "\npublic:\n" + calls + "\n" + text[end:]
     if handles and Path(header).name == "list.h":
         for name in ("CNodeCursor", "CNodeIterator"):
