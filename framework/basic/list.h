@@ -485,7 +485,12 @@ public:
         return QV_RES_OK;
     }
     /// Append() that throws std::bad_alloc where it fails.
-    void push_back(const T& rElement) { orvel_internal::ThrowUnlessSucceeded(Append(rElement)); }
+    void push_back(const T& rElement)
+    {
+        orvel_internal::RequireCopyable<T>();
+        if (IsExact()) emplace_back(rElement);
+        else orvel_internal::ThrowUnlessSucceeded(Sequence::Append(rElement));
+    }
     template <typename Movable = T>
     std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
     {
@@ -633,13 +638,16 @@ private:
                 return InsertByCalls(pBefore, uIndex, rElement, element);
             }
         }
-        const QvResult res = orvel_internal::GrowCapacity(*this, size_t{CListBase::m_uSize} + 1);
-        if (res < 0) return res;
+        if (!m_nodeAllocator.HasFree())
+        {
+            const QvResult res = orvel_internal::GrowCapacity(*this, size_t{CListBase::m_uSize} + 1);
+            if (res < 0) return res;
+        }
         orvel_internal::CBlockGuard block(m_nodeAllocator, m_nodeAllocator.Pop());
         orvel_internal::MakeElement<T>(CListBase::ElementIn(block.Get()), std::forward<Arguments>(arguments)...);
         rElement = handle(pBefore != nullptr ? CListBase::LinkBefore(block.Keep(), pBefore, uIndex)
                                              : CListBase::LinkLast(block.Keep()));
-        return res;
+        return QV_RES_OK;
     }
     /// The element operations of a derived class make the element.
     QvResult InsertByCalls(CListBase::SNode* pBefore, unsigned int uIndex, handle& rElement, const T& rSrc)

@@ -36,7 +36,7 @@ def version():
 
 def example_pages(work, site_pages):
     """A page for each example that shows its sources. Gives what links into examples/ lead to."""
-    readmes = {Path(page.path).parent.name: page for page in site_pages if page.path.startswith("examples/")}
+    readmes = {Path(page.path).parent.name: page for page in site_pages if page.label.startswith("example_")}
     files, listed = {}, []
     for folder in sorted(path for path in (ROOT / "examples").iterdir() if path.is_dir()):
         sources = sorted(folder.glob("*.h")) + sorted(folder.glob("*.cpp")) + sorted(folder.glob("CMakeLists.txt"))
@@ -225,7 +225,8 @@ def navigation(site_pages, examples, entries):
         if links:
             reference_groups.append(group(title, links))
     out.append(group("Reference", reference_groups + [item("annotated.html", "All classes"), item("files.html", "All headers")]))
-    out.append(group("Examples", [item(f"{readme.label}.html", readme.title) + item(f"{label}.html", f"{name}: sources")
+    overview = [item("examples.html", "Overview")] if "examples" in by_label else []
+    out.append(group("Examples", overview + [item(f"{readme.label}.html", readme.title) + item(f"{label}.html", f"{name}: sources")
                                   if readme else item(f"{label}.html", name) for name, label, readme in examples]))
     for label, title in (("figures", "Figures"), ("architecture", "Architecture"), ("changes", "Changes"),
                          ("contributing", "Contributing")):
@@ -264,7 +265,7 @@ def first_numbers(page):
     return out
 
 
-def finish_page(path, items, numbers, page):
+def finish_page(path, items, numbers, page, names):
     text = path.read_text()
     lists = first_numbers(page) if page else []
     if len(lists) == text.count('<ol type="1">'):
@@ -279,6 +280,9 @@ def finish_page(path, items, numbers, page):
 
     text = re.sub(r"<p>\s*PICTURE\(([^()]+)\)\((.*?)\)\s*</p>", picture, text, flags=re.S)
     text = re.sub(r"PICTURE\(([^()]+)\)\((.*?)\)", picture, text, flags=re.S)
+    # doxygen makes links of classes and calls alone.
+    text = re.sub(r"<code>(\w+)(\(\))?</code>", lambda match: f'<code><a class="el" href="{names[match[1]]}">{match[1]}{match[2] or ""}'
+                  "</a></code>" if match[1] in names else match[0], text)
     # The text of a class follows at once.
     text = re.sub(r"<p>(?:(?!</p>).)*? \n?<a href=\"[^\"]*#details\">More...</a></p>\n", "", text, count=1, flags=re.S)
     text = re.sub(r'(<div class="title">[^<]*?)&lt; (.*?) &gt;', r"\1&lt;\2&gt;", text)
@@ -326,9 +330,10 @@ def main():
     warnings = run_doxygen(work, site)
     entries = list(reference(work))
     items = navigation(site_pages, examples, entries)
+    names = {entry[0]: entry[3] for entry, _, _ in entries if not entry[1] and entry[2] not in ("class", "header")}
     numbers, by_name = [], {page.label: page for page in site_pages}
     for path in sorted(site.glob("*.html")):
-        finish_page(path, items, numbers, by_name.get(path.stem))
+        finish_page(path, items, numbers, by_name.get(path.stem), names)
     data = [entry for entry, _, _ in entries] + list(page_entries(site_pages))
     (site / "search_data.js").write_text("window.orvelSearchData=" + json.dumps(data, separators=(",", ":")) + ";\n")
     # Lists of members: the search finds them quicker.
