@@ -465,10 +465,12 @@ public:
     {
         return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
     }
+    /// As in CVectorBase.
     void* Allocate(unsigned int uIndex)
     {
         return Run([&](auto& rVector) { return rVector.CVectorBase::Allocate(uIndex); });
     }
+    /// As in CVectorBase.
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement)
     {
         return Run([&](auto& rVector)
@@ -491,6 +493,7 @@ public:
         if (&rDest == this || !IsExact()) return CVectorBase::Split(uIndex, rDest);
         return rDest.Run([&](auto& rVector) { return CVectorBase::Split(uIndex, rVector); });
     }
+    /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2)
     {
         Run([&](auto& rVector) { rVector.CVectorBase::Swap(uIndex1, uIndex2); });

@@ -177,17 +177,19 @@ public:
     /// Insert() at the end.
     QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
 
-    /// Moves an element in; it is left alone where that fails. So do Append() and InsertSorted().
+    /// Moves an element in; it is left alone where that fails.
     template <typename Movable = T>
     MovedResult<Movable> Insert(unsigned int uIndex, T&& rElement)
     {
         return Self().InsertMoved(uIndex, rElement);
     }
+    /// Moves an element to the end; it is left alone where that fails.
     template <typename Movable = T>
     MovedResult<Movable> Append(T&& rElement)
     {
         return Self().InsertMoved(GetEndIndex(), rElement);
     }
+    /// Moves an element in front of the first that does not order before it; it is left alone where that fails.
     template <typename Compare = SNaturalOrder, typename Movable = T>
     MovedResult<Movable> InsertSorted(T&& rElement, Compare compare = Compare())
     {
