@@ -6,7 +6,6 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -15,6 +14,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
@@ -72,16 +72,22 @@ public:
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned int uCapacity);
+    /// How many elements there is memory for.
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked, so that elements keep their addresses.
     unsigned int GetLockCapacity() const;
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity);
 
+    /// How many elements there are.
     unsigned int GetSize() const;
+    /// Whether there is no element.
     bool IsEmpty() const;
+    /// 0.
     unsigned int GetFirstIndex() const;
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
+    /// GetSize(): the index behind the last element.
     unsigned int GetEndIndex() const;
     /// Sets the size without making or destroying elements: the caller does that in the slots that enter or leave.
     ///
@@ -106,7 +112,7 @@ public:
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     QvResult Insert(unsigned int uIndex, unsigned int uCount);
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
-    /// above.
+    /// of the other form.
     QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results
     /// as of Insert().
@@ -114,7 +120,7 @@ public:
     /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// The same at the place of pKey in a sorted vector that holds no equal element.
+    /// Allocate() at the place of pKey in a sorted vector that holds no equal element.
     ///
     /// - `QV_RES_OK`: *ppElement is the slot.
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
@@ -125,6 +131,7 @@ public:
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
     void Erase(unsigned int uIndex);
+    /// Destroys all elements; the capacity stays.
     void EraseAll();
 
     /// Moves all elements of rSrc in front of index uIndex; rSrc keeps its capacity.
@@ -142,7 +149,7 @@ public:
     /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
-    /// Copies uCount elements between slots that exist, or moves them, which destroys those of the source. The
+    /// Copies uCount elements between slots that exist. Move() moves them, which destroys those of the source. The
     /// destination slots count as raw memory, and no size changes. When slots of one vector overlap, the direction is
     /// the right one.
     static void Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
@@ -158,17 +165,20 @@ public:
     /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// The same in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
+    /// Find() in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first element of a sorted vector that does not order before pKey, the end index when all do.
     unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Index of the first smallest (largest) element; 0 when empty.
+    /// Index of the first smallest element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first largest element; 0 when empty.
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
 
-    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    /// Makes an element in raw memory.
     virtual void Construct(void* pElement);
+    /// Copies an element into raw memory.
     virtual void ConstructFrom(void* pElement, const void* pSource);
+    /// Destroys an element.
     virtual void Destruct(void* pElement);
 
 protected:
@@ -356,19 +366,21 @@ public:
         BringElement(data() + uSize, rElement);
         m_uSize = uSize + 1;
     }
+    /// push_back() of an element that is made in place, as T(arguments...).
     template <typename... Arguments>
     T& emplace_back(Arguments&&... arguments)
     {
         const unsigned int uSize = m_uSize;
         if (uSize == m_uCapacity || !MakesElements())
         {
-            AppendDoubling<T&&>(ElementOf<T>(std::forward<Arguments>(arguments)...));
+            AppendDoubling<T&&>(Made<T>(std::forward<Arguments>(arguments)...));
             return data()[m_uSize - 1];
         }
         T* const pElement = MakeElement<T>(data() + uSize, std::forward<Arguments>(arguments)...);
         m_uSize = uSize + 1;
         return *pElement;
     }
+    /// Destroys the last element, which must be there.
     void pop_back()
     {
         if (!MakesElements()) return Erase(m_uSize - 1);
@@ -376,6 +388,8 @@ public:
         --m_uSize;
     }
 
+    /// Makes an element as T(arguments...) in front of index uIndex; null when uIndex is above the size or the capacity
+    /// cannot grow.
     template <typename... Arguments>
     T* Emplace(unsigned int uIndex, Arguments&&... arguments)
     {
@@ -385,7 +399,7 @@ public:
             return __builtin_addressof(emplace_back(std::forward<Arguments>(arguments)...));
         }
         // Made before anything moves: the arguments may refer to elements.
-        T element = ElementOf<T>(std::forward<Arguments>(arguments)...);
+        T element = Made<T>(std::forward<Arguments>(arguments)...);
         return InsertMoved(uIndex, element) >= 0 ? data() + uIndex : nullptr;
     }
     QvResult InsertMoved(unsigned int uIndex, T& rElement)
@@ -398,6 +412,7 @@ public:
         return res;
     }
 
+    /// Puts an element in front of a position, as push_back() does at the end; returns where it is.
     T* insert(const T* pPosition, const T& rElement)
     {
         RequireCopyable<T>();
@@ -416,6 +431,7 @@ public:
         InsertMoved(uIndex, *pElement);
         return data() + uIndex;
     }
+    /// Destroys the elements of a range, or one; returns where what follows them is now.
     T* erase(const T* pFirst, const T* pLast)
     {
         const unsigned int uIndex = static_cast<unsigned int>(pFirst - data());
@@ -449,15 +465,18 @@ public:
     {
         return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
     }
+    /// As in CVectorBase.
     void* Allocate(unsigned int uIndex)
     {
         return Run([&](auto& rVector) { return rVector.CVectorBase::Allocate(uIndex); });
     }
+    /// As in CVectorBase.
     QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement)
     {
         return Run([&](auto& rVector)
                    { return rVector.CVectorBase::AllocateSorted(pKey, pfnCompare, uParam, ppElement); });
     }
+    /// Destroys the element at an index, or up to uCount from there on; the capacity stays.
     void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
     void Erase(unsigned int uIndex, unsigned int uCount)
     {
@@ -474,6 +493,7 @@ public:
         if (&rDest == this || !IsExact()) return CVectorBase::Split(uIndex, rDest);
         return rDest.Run([&](auto& rVector) { return CVectorBase::Split(uIndex, rVector); });
     }
+    /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2)
     {
         Run([&](auto& rVector) { rVector.CVectorBase::Swap(uIndex1, uIndex2); });
@@ -614,30 +634,32 @@ private:
 /// for (int n : vector) ...
 /// ```
 /// Its calls, those of its bases among them:
-/// ```
-///   CVector(allocator), CVector(construct, allocator)   empty; null, or nothing, means the default allocator
-///   CVector{values}, CVector(first, last)            what is in braces, or between two iterators
-///   =                                                copies; from what is moved, exchanges; values in braces
-///   vector[index], GetAt(index), data()              an element; its address, or null; where they lie
-///   begin(), end()                                   pointers to the elements
-///   push_back(element), emplace_back(arguments)      at the end, with room for more: throws std::bad_alloc
-///   Append(element)                                  at the end, with a result, and a capacity that is exact
-///   Insert(index, count, element), Insert(index, count)   copies, or elements made by default
-///   Insert(index, T&&), Insert(index, vector)        a moved element; copies of all elements of another
-///   InsertSorted(element), InsertSorted(element, comparison)   in front of the first that does not order before it
-///   Emplace(index, arguments)                        an element made there; its address, or null
-///   Allocate(index), AllocateSorted(key, comparison, &p)   room, counted already: construct a T there at once
-///   Erase(index), Erase(index, count), EraseAll(), pop_back()   the capacity stays
-///   Merge(index, vector), Split(index, vector)       all elements of another come; those from index on go there
-///   Find(start, key), Find(start, key, comparison)   the index of the first equal element from start on, else the size
-///   FindSorted(key), FindSorted(key, comparison)     the same in a sorted vector, in few comparisons
-///   GetMinElementIndex(), GetMaxElementIndex()       of the first smallest, largest element; also with a comparison
-///   Sort(), Sort(comparison), Swap(i, j)             unstable; exchanges two elements
-///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex(), GetEndIndex()
-///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
-///   size(), empty(), front(), back(), push_back(), emplace_back(), pop_back(), clear(), insert(position, element),
-///   erase(position), erase(first, last), cbegin(), cend(), rbegin(), rend(), crbegin(), crend(), swap(), ==, !=
-/// ```
+///
+/// - `CVector(allocator)`, `CVector(construct, allocator)`: empty; null, or nothing, means the default allocator.
+/// - `CVector{values}`, `CVector(first, last)`: what is in braces, or between two iterators.
+/// - `=`: copies; from what is moved, exchanges; values in braces.
+/// - `vector[index]`, `GetAt(index)`, `data()`: an element; its address, or null; where they lie.
+/// - `begin()`, `end()`: pointers to the elements.
+/// - `push_back(element)`, `emplace_back(arguments)`: at the end, with room for more: throws std::bad_alloc.
+/// - `Append(element)`: at the end, with a result, and a capacity that is exact.
+/// - `Insert(index, count, element)`, `Insert(index, count)`: copies, or elements made by default.
+/// - `Insert(index, T&&)`, `Insert(index, vector)`: a moved element; copies of all elements of another.
+/// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
+/// - `Emplace(index, arguments)`: an element made there; its address, or null.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
+/// - `Merge(index, vector)`, `Split(index, vector)`: all elements of another come; those from index on go there.
+/// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
+///   size.
+/// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted vector, in few comparisons.
+/// - `GetMinElementIndex()`, `GetMaxElementIndex()`: of the first smallest, largest element; also with a comparison.
+/// - `Sort()`, `Sort(comparison)`, `Swap(i, j)`: unstable; exchanges two elements.
+/// - `GetSize()`, `IsEmpty()`, `GetFirstIndex()`, `GetLastIndex()`, `GetEndIndex()`.
+/// - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
+/// - `size()`, `empty()`, `front()`, `back()`, `push_back()`, `emplace_back()`, `pop_back()`, `clear()`,
+///   `insert(position, element)`, `erase(position)`, `erase(first, last)`, `cbegin()`, `cend()`, `rbegin()`, `rend()`,
+///   `crbegin()`, `crend()`, `swap()`, `==`, `!=`.
+///
 /// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
 /// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
@@ -681,10 +703,12 @@ public:
     using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
     using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
+    /// Empty, with the default allocator.
     template <typename Element = T>
     CVector() : CVector(static_cast<IAllocator*>(nullptr))
     {
     }
+    /// Empty; null means the default allocator.
     explicit CVector(IAllocator* pAllocator) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
     CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
@@ -701,6 +725,7 @@ public:
         Vector::operator=(rSrc);
         return *this;
     }
+    /// Takes everything; rSrc is empty afterwards.
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc) noexcept
@@ -720,6 +745,7 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
     template <typename Element = T>
     CVector& operator=(std::initializer_list<T> elements)
     {
@@ -727,11 +753,17 @@ public:
         return *this;
     }
 
+    /// How many elements there is memory for.
     unsigned int GetCapacity() const { return m_uCapacity; }
+    /// Non-zero: the capacity is locked.
     unsigned int GetLockCapacity() const { return m_uLockCapacity; }
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity) { m_uLockCapacity = uLockCapacity; }
+    /// How many elements there are.
     unsigned int GetSize() const { return m_uSize; }
+    /// Whether there is no element.
     bool IsEmpty() const { return m_uSize == 0; }
+    /// GetSize(): the index behind the last element.
     unsigned int GetEndIndex() const { return m_uSize; }
 
     /// The element at an index below the size, else null.
@@ -749,14 +781,18 @@ public:
 
     /// As in CVectorBase.
     QvResult ReserveCapacity(unsigned int uCapacity) { return Sequence::ReserveCapacity(uCapacity); }
+    /// As in CVectorBase.
     QvResult ReduceCapacity(unsigned int uCapacity) { return Sequence::ReduceCapacity(uCapacity); }
     using Sequence::Insert;
+    /// Puts uCount elements made by default, or copies of an element, in front of index uIndex. Results as of
+    /// CVectorBase.
     QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         return Sequence::Insert(uIndex, uCount, rElement);
     }
     using Sequence::Append;
+    /// Insert() at the end. Cost: inline within the capacity.
     QvResult Append(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
@@ -777,8 +813,10 @@ public:
     using Vector::pop_back;
     using Vector::push_back;
 
+    /// Destroys the element at an index, or up to uCount from there on; the capacity stays.
     void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
     void Erase(unsigned int uIndex, unsigned int uCount) { Sequence::Erase(uIndex, uCount); }
+    /// Destroys all elements; the capacity stays.
     void EraseAll()
     {
         // Written so that the path without a call has no jump: filling a vector anew begins here.
@@ -806,6 +844,7 @@ public:
         Vector::SortElements(typed);
     }
 
+    /// Makes an element in raw memory; with ConstructFrom() and Destruct(), what CVectorBase knows of T.
     void Construct(void* pElement) override { Sequence::Construct(pElement); }
     void ConstructFrom(void* pElement, const void* pSource) override { Sequence::ConstructFrom(pElement, pSource); }
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }

@@ -4,7 +4,6 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -13,6 +12,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
@@ -42,6 +42,7 @@
 class QV_EXPORT CVListBase
 {
 public:
+    /// Elements of uSizeOfElement bytes, made through the element operations.
     CVListBase(unsigned int uSizeOfElement, IAllocator* pAllocator);
     /// Takes blocks from the source of rAllocator, whose block size is kept if it suffices for an element.
     CVListBase(unsigned int uSizeOfElement, const CBlockAllocator& rAllocator);
@@ -56,17 +57,21 @@ public:
     /// The element at an index below the size, else null.
     void* GetAt(unsigned int uIndex);
     const void* GetAt(unsigned int uIndex) const;
+    /// How many elements there are.
     unsigned int GetSize() const;
+    /// Whether there is no element.
     bool IsEmpty() const;
+    /// 0.
     unsigned int GetFirstIndex() const;
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
+    /// GetSize(): the index behind the last element.
     unsigned int GetEndIndex() const;
 
     /// Puts a block in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// The same at the place of pKey in a sorted vector-list that holds no equal element.
+    /// Allocate() at the place of pKey in a sorted vector-list that holds no equal element.
     ///
     /// - `QV_RES_OK`: *ppElement is the room for the element.
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
@@ -81,7 +86,7 @@ public:
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order, or its bytes do not fit 32 bits.
     QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    /// Puts copies of all elements of rSrc in front of index uIndex. Results as above, and
+    /// Puts copies of all elements of rSrc in front of index uIndex. Results as of the other form, and
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ.
     QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
@@ -100,20 +105,23 @@ public:
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the order.
     QvResult ReduceCapacity(unsigned int uCapacity);
+    /// How many elements the order has room for.
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked.
     unsigned int GetLockCapacity() const;
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
     void Erase(unsigned int uIndex);
+    /// Destroys all elements; the capacity stays.
     void EraseAll();
 
     /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// The same in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
+    /// Find() in a sorted vector-list. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Shell sort of the addresses, not stable.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam);
@@ -121,8 +129,9 @@ public:
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
     /// Index of the first element of a sorted vector-list that does not order before pKey, the end index when all do.
     unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Index of the first smallest (largest) element; 0 when empty.
+    /// Index of the first smallest element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first largest element; 0 when empty.
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
 
     /// Copies uCount elements from uSrcIndex on into slots of the order that exist and hold no element. Other
@@ -135,7 +144,7 @@ public:
                          unsigned int uCount);
     /// Moves elements, with the parameters of Copy(); the caller removes the slots of the source. Between vector-lists
     /// with the same source of memory the blocks change their owner, and nothing is copied or allocated; otherwise the
-    /// elements are copied, and those of the source destroyed. Results as above.
+    /// elements are copied, and those of the source destroyed. Results as of Copy().
     static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
                          unsigned int uCount);
 
@@ -152,9 +161,11 @@ public:
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order of rDest.
     QvResult Split(unsigned int uIndex, CVListBase& rDest);
 
-    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    /// Makes an element in raw memory.
     virtual void Construct(void* pElement);
+    /// Copies an element into raw memory.
     virtual void ConstructFrom(void* pElement, const void* pSource);
+    /// Destroys an element.
     virtual void Destruct(void* pElement);
 
 protected:
@@ -253,35 +264,37 @@ private:
 /// A vector-list of T over CVListBase, whose growth and threading rules it has:
 /// ```
 /// CVList<SRecord> records;
-/// SRecord& rRecord = records.emplace_back(...);  // good until that element is erased
+/// SRecord& rRecord = records.emplace_back(...);  // good until that element is erased.
 /// records.Sort();
 /// for (SRecord& rEach : records) ...
 /// ```
 /// Its calls, those of its bases among them:
-/// ```
-///   CVList(allocator), CVList(block allocator)       empty; null, or nothing, means the default allocator
-///   CVList{values}, CVList(first, last)              what is in braces, or between two iterators
-///   =                                                copies; from what is moved, exchanges; values in braces
-///   list[index], GetAt(index)                        an element; its address, or null
-///   begin(), end()                                   iterators
-///   push_back(element), emplace_back(arguments)      at the end, with room for more: throws std::bad_alloc
-///   Append(element)                                  at the end, with a result, and a capacity that is exact
-///   Insert(index, count, element), Insert(index, count)   copies, or elements made by default
-///   Insert(index, T&&), Insert(index, list)          a moved element; copies of all elements of another
-///   InsertSorted(element), InsertSorted(element, comparison)   in front of the first that does not order before it
-///   Emplace(index, arguments)                        an element made there; its address, or null
-///   Allocate(index), AllocateSorted(key, comparison, &p)   room, counted already: construct a T there at once
-///   Erase(index), Erase(index, count), EraseAll(), pop_back()   the capacity stays
-///   Merge(index, list), Split(index, list)           all elements of another come; those from index on go there
-///   Find(start, key), Find(start, key, comparison)   the index of the first equal element from start on, else the size
-///   FindSorted(key), FindSorted(key, comparison)     the same in a sorted vector-list, in few comparisons
-///   GetMinElementIndex(), GetMaxElementIndex()       of the first smallest, largest element; also with a comparison
-///   Sort(), Sort(comparison), Swap(i, j)             unstable; both move addresses only
-///   GetSize(), IsEmpty(), GetFirstIndex(), GetLastIndex(), GetEndIndex()
-///   ReserveCapacity(n), ReduceCapacity(n), GetCapacity(), SetLockCapacity(n), GetLockCapacity()
-///   size(), empty(), front(), back(), push_back(), emplace_back(), pop_back(), clear(), insert(position, element),
-///   erase(position), erase(first, last), cbegin(), cend(), rbegin(), rend(), crbegin(), crend(), swap(), ==, !=
-/// ```
+///
+/// - `CVList(allocator)`, `CVList(block allocator)`: empty; null, or nothing, means the default allocator.
+/// - `CVList{values}`, `CVList(first, last)`: what is in braces, or between two iterators.
+/// - `=`: copies; from what is moved, exchanges; values in braces.
+/// - `list[index]`, `GetAt(index)`: an element; its address, or null.
+/// - `begin()`, `end()`: iterators.
+/// - `push_back(element)`, `emplace_back(arguments)`: at the end, with room for more: throws std::bad_alloc.
+/// - `Append(element)`: at the end, with a result, and a capacity that is exact.
+/// - `Insert(index, count, element)`, `Insert(index, count)`: copies, or elements made by default.
+/// - `Insert(index, T&&)`, `Insert(index, list)`: a moved element; copies of all elements of another.
+/// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
+/// - `Emplace(index, arguments)`: an element made there; its address, or null.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
+/// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there.
+/// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
+///   size.
+/// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted vector-list, in few comparisons.
+/// - `GetMinElementIndex()`, `GetMaxElementIndex()`: of the first smallest, largest element; also with a comparison.
+/// - `Sort()`, `Sort(comparison)`, `Swap(i, j)`: unstable; both move addresses only.
+/// - `GetSize()`, `IsEmpty()`, `GetFirstIndex()`, `GetLastIndex()`, `GetEndIndex()`.
+/// - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
+/// - `size()`, `empty()`, `front()`, `back()`, `push_back()`, `emplace_back()`, `pop_back()`, `clear()`,
+///   `insert(position, element)`, `erase(position)`, `erase(first, last)`, `cbegin()`, `cend()`, `rbegin()`, `rend()`,
+///   `crbegin()`, `crend()`, `swap()`, `==`, `!=`.
+///
 /// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
 /// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
@@ -315,20 +328,26 @@ public:
     using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
     using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
+    /// A copy of the elements, from the same source of memory. Empty when memory runs out.
     CVList(const CVList& rSrc) : Sequence(rSrc.m_elementAllocator)
     {
         orvel_internal::RequireCopyable<T>();
         CVListBase::operator=(rSrc);
     }
+    /// Takes everything; rSrc is empty afterwards.
     CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
+    /// Copies the elements; changes nothing where that fails.
     CVList& operator=(const CVList& rSrc) = default;
     /// The two vector-lists exchange everything.
     CVList& operator=(CVList&& rSrc) = default;
+    /// Empty, with the default allocator.
     template <typename Element = T>
     CVList() : CVList(static_cast<IAllocator*>(nullptr))
     {
     }
+    /// Empty; null means the default allocator.
     explicit CVList(IAllocator* pAllocator) : Sequence(pAllocator) {}
+    /// Empty; takes blocks from the source of rAllocator.
     explicit CVList(const CBlockAllocator& rAllocator) : Sequence(rAllocator) {}
     /// The values in braces, all of one type; what lies between two iterators. They throw std::bad_alloc where memory
     /// runs out, and so does an assignment, which then changes nothing, also where the capacity is locked.
@@ -342,6 +361,7 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
     CVList& operator=(std::initializer_list<T> elements)
     {
         // A capacity is one of the order: the blocks beside those of the elements that go are asked for here.
@@ -369,6 +389,7 @@ public:
     T& operator[](unsigned int uIndex) { return begin()[uIndex]; }
     const T& operator[](unsigned int uIndex) const { return begin()[uIndex]; }
 
+    /// Append() with room for as many elements more where the order has to grow. Throws std::bad_alloc where it cannot.
     void push_back(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
@@ -382,6 +403,7 @@ public:
         orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
         orvel_internal::ThrowUnlessSucceeded(InsertMoved(m_order.GetSize(), rElement));
     }
+    /// push_back() of an element that is made in place, as T(arguments...).
     template <typename... Arguments>
     T& emplace_back(Arguments&&... arguments)
     {
@@ -391,6 +413,8 @@ public:
             EmplaceAt(m_order.GetSize(), pElement, std::forward<Arguments>(arguments)...));
         return *pElement;
     }
+    /// Makes an element as T(arguments...) in front of index uIndex; null when uIndex is above the size or the capacity
+    /// cannot grow.
     template <typename... Arguments>
     T* Emplace(unsigned int uIndex, Arguments&&... arguments)
     {
@@ -399,6 +423,7 @@ public:
         return pElement;
     }
 
+    /// Puts an element in front of a position, as push_back() does at the end; returns where it is.
     iterator insert(const_iterator position, const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
@@ -415,6 +440,7 @@ public:
         orvel_internal::ThrowUnlessSucceeded(InsertMoved(uIndex, rElement));
         return begin() + uIndex;
     }
+    /// Destroys the elements of a range, or one; returns where what follows them is now.
     iterator erase(const_iterator first, const_iterator last)
     {
         const unsigned int uIndex = IndexOf(first);
@@ -423,7 +449,7 @@ public:
     }
     iterator erase(const_iterator position) { return erase(position, position + 1); }
 
-    /// As in CVListBase. Between different sources of memory elements are moved where their moves cannot throw; those
+    /// Moves all elements of rSrc in front of index uIndex, as in CVListBase. Between different sources of memory elements are moved where their moves cannot throw; those
     /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
     QvResult Merge(unsigned int uIndex, CVList& rSrc)
     {
@@ -436,6 +462,8 @@ public:
         BringElements(uIndex, rSrc, 0);
         return res;
     }
+    /// Replaces the elements of rDest by those from uIndex on, as in CVListBase; between different sources of memory as
+    /// Merge().
     QvResult Split(unsigned int uIndex, CVList& rDest)
     {
         if (!rDest.MustChangePlaces(*this) || uIndex >= m_order.GetSize()) return CVListBase::Split(uIndex, rDest);
@@ -496,7 +524,7 @@ private:
         {
             if (!IsExact())
             {
-                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                T element = orvel_internal::Made<T>(std::forward<Arguments>(arguments)...);
                 const QvResult res = CVListBase::Insert(uIndex, 1, __builtin_addressof(element));
                 if (res >= 0) rpElement = GetAt(uIndex);
                 return res;

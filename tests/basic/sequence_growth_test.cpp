@@ -15,6 +15,7 @@
 #include "framework/basic/list.h"
 #include "framework/basic/vector.h"
 #include "framework/basic/vector_list.h"
+#include "tests/support/container_elements.h"
 #include "tests/support/test_allocator.h"
 #include "tests/support/test_seed.h"
 
@@ -174,7 +175,8 @@ TEST(CVListGrowth, PushBackDoublesTheOrderAndTakesOneBlock)
     for (unsigned int u = 0; u < 1000; ++u)
     {
         if (u == uCapacity) uCapacity = std::max(8u, 2 * u);
-        list.push_back(static_cast<int>(u));
+        if (u % 3 == 0) list.push_back(static_cast<int>(u));
+        else list.emplace_back(static_cast<int>(u));
         ASSERT_EQ(uCapacity, list.GetCapacity());
         ASSERT_EQ(u + 1, allocator.GetLiveBlocks());
     }
@@ -538,6 +540,25 @@ TYPED_TEST(CGrowth, AConstructorThatThrowsLeavesNothingBehind)
     container.EraseAll();
     container.ReduceCapacity(0);
     EXPECT_EQ(0u, allocator.GetLiveBlocks());
+}
+
+TYPED_TEST(CGrowth, EveryElementIsDestroyedOnce)
+{
+    {
+        typename TypeParam::template TOf<CCounted> container;
+        for (int n = 0; n < 50; ++n) container.push_back(CCounted(n));
+        EXPECT_EQ(50, CCounted::ms_nLive);
+        container.pop_back();
+        EXPECT_EQ(49, CCounted::ms_nLive);
+        container.insert(container.begin(), CCounted(1));
+        container.Emplace(7, 2);
+        container.erase(container.begin());
+        EXPECT_EQ(50, CCounted::ms_nLive);
+        container = {CCounted(1), CCounted(2)};
+        EXPECT_EQ(2, CCounted::ms_nLive);
+    }
+    EXPECT_EQ(0, CCounted::ms_nLive);
+    EXPECT_EQ(0, CCounted::ms_nStray);
 }
 
 TYPED_TEST(CGrowth, AggregatesAreMadeFromTheirMembers)

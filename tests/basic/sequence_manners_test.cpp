@@ -49,6 +49,14 @@ struct SBranch
     typename Family::template TOf<SBranch> children;
 };
 
+/// A value that is a number or a sequence of values.
+template <typename Family>
+struct SValue
+{
+    SValue(int) {}
+    SValue(const typename Family::template TOf<SValue>&) {}
+};
+
 static_assert(std::ranges::contiguous_range<CVector<int>> && std::ranges::contiguous_range<const CVector<int>>);
 static_assert(std::ranges::random_access_range<CVList<int>> && std::ranges::random_access_range<const CVList<int>>);
 static_assert(std::ranges::bidirectional_range<CList<int>> && std::ranges::bidirectional_range<const CList<int>>);
@@ -191,8 +199,9 @@ TYPED_TEST(CManners, AnAllocatorInBracesIsStillOne)
     allocators.Append(nullptr);
     flags.Append(true);
     EXPECT_EQ(4u, allocator.GetLiveBlocks());
-    const auto copy{pointers};
-    EXPECT_EQ(1u, copy.GetSize());
+    const typename TypeParam::template TOf<SValue<TypeParam>> values{1, 2};
+    const typename TypeParam::template TOf<SValue<TypeParam>> copy{values};
+    EXPECT_EQ(2u, copy.GetSize()) << "a container in braces is copied";
 }
 
 TEST(CVectorManners, ConstructionInBracesIsStillChosen)

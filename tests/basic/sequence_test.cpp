@@ -421,6 +421,10 @@ TEST(CVectorDerived, WhatIsMadeInPlaceAndPushedGoesThroughThem)
     EXPECT_EQ("0/1/0", vector.Calls());
     EXPECT_EQ(2, vector.emplace_back(2));
     EXPECT_EQ("0/1/0", vector.Calls());
+    vector.push_back(3);
+    EXPECT_EQ("0/1/0", vector.Calls()) << "within the capacity";
+    vector.pop_back();
+    EXPECT_EQ("0/0/1", vector.Calls());
     ASSERT_EQ(QV_RES_OK, vector.ReduceCapacity(0));
     EXPECT_EQ("0/2/2", vector.Calls());
     vector.push_back(vector[1]);
@@ -436,6 +440,42 @@ TEST(CVectorDerived, WhatIsMadeInPlaceAndPushedGoesThroughThem)
     ASSERT_EQ(QV_RES_OK, plain.Merge(0, source));
     EXPECT_EQ("0/0/1", source.Calls()) << "its element is destroyed by it";
     EXPECT_EQ(7, plain[0]);
+}
+
+/// A container of texts that is derived from another: counts the copies of its element operations.
+template <typename Container>
+class CCopying : public Container
+{
+public:
+    ~CCopying() override { Container::EraseAll(); }
+    void ConstructFrom(void* pElement, const void* pSource) override
+    {
+        ++m_uCopied;
+        Container::ConstructFrom(pElement, pSource);
+    }
+
+    unsigned int m_uCopied = 0;
+};
+
+template <typename Container>
+class CTextsDerived : public testing::Test
+{
+};
+using CDerivedTexts =
+    testing::Types<CCopying<CVector<std::string>>, CCopying<CList<std::string>>, CCopying<CVList<std::string>>>;
+TYPED_TEST_SUITE(CTextsDerived, CDerivedTexts);
+
+TYPED_TEST(CTextsDerived, WhatIsMovedInIsTheirsToMake)
+{
+    TypeParam texts;
+    ASSERT_EQ(QV_RES_OK, texts.ReserveCapacity(9));
+    ASSERT_EQ(QV_RES_OK, texts.Append(std::string("a")));
+    ASSERT_EQ(QV_RES_OK, texts.Insert(1, std::string("b")));
+    ASSERT_EQ(QV_RES_OK, texts.InsertSorted(std::string("c")));
+    texts.push_back(std::string("d"));
+    texts.insert(texts.end(), std::string("e"));
+    EXPECT_EQ(5u, texts.m_uCopied);
+    EXPECT_EQ("e", texts.back());
 }
 
 template <typename Container>
