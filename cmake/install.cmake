@@ -52,12 +52,8 @@ install(FILES ${PROJECT_BINARY_DIR}/orvel_framework.pc
 # What a program's author reads and begins with: the pages, and each example as a project of its own.
 install(FILES README.md ARCHITECTURE.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT development)
-foreach(directory IN ITEMS docs/guide docs/pictures)
-  if(EXISTS ${PROJECT_SOURCE_DIR}/${directory})
-    install(DIRECTORY ${directory} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
-      FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
-  endif()
-endforeach()
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN theme EXCLUDE)
 include(cmake/standalone_examples.cmake)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/standalone_examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
   COMPONENT development)

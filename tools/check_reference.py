@@ -158,6 +158,8 @@ class CReference:
             text = filter_header.filtered(self.folder / header)
             self.sources[str(header)] = lines
             self.filtered[str(header)] = text.splitlines()
+            if self.filtered[str(header)].count('/// @file') != 1:
+                self.complaints.append(f'{header}: not marked as documented, so that its functions are not shown')
             copy = self.scratch / header
             copy.parent.mkdir(parents=True, exist_ok=True)
             copy.write_text(text, encoding='utf-8')

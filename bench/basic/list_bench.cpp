@@ -73,6 +73,20 @@ void BM_IterateStd(benchmark::State& rState)
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));
 }
 
+template <typename List>
+void BM_PushBack(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        List list;
+        for (int n = 0; n < rState.range(0); ++n) list.push_back(n);
+        benchmark::DoNotOptimize(list.size());
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+BENCHMARK(BM_PushBack<CList<int>>)->Name("list push_back/ours")->Arg(1000)->Arg(50000);
+BENCHMARK(BM_PushBack<std::list<int>>)->Name("list push_back/std::list")->Arg(1000)->Arg(50000);
 BENCHMARK(BM_FillAndClearOurs)->Name("list fill and clear/ours")->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_FillAndClearStd)->Name("list fill and clear/std::list")->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_IterateOurs)->Name("list scan/ours")->Arg(1000)->Arg(100000);

@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <memory>
 #include <vector>
 
 #include "bench/support/containers.h"
@@ -39,6 +40,30 @@ void BM_MiddleStd(benchmark::State& rState)
     for (int* const pn : elements) delete pn;
 }
 
+void BM_PushBackOurs(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        CVList<int> elements;
+        for (int n = 0; n < rState.range(0); ++n) elements.push_back(n);
+        benchmark::DoNotOptimize(elements.size());
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+void BM_PushBackStd(benchmark::State& rState)
+{
+    for (auto _ : rState)
+    {
+        std::vector<std::unique_ptr<int>> elements;
+        for (int n = 0; n < rState.range(0); ++n) elements.push_back(std::make_unique<int>(n));
+        benchmark::DoNotOptimize(elements.size());
+    }
+    rState.SetItemsProcessed(rState.iterations() * rState.range(0));
+}
+
+BENCHMARK(BM_PushBackOurs)->Name("vector list push_back/ours")->Arg(1000)->Arg(50000);
+BENCHMARK(BM_PushBackStd)->Name("vector list push_back/std::vector of unique_ptr")->Arg(1000)->Arg(50000);
 BENCHMARK(BM_MiddleOurs)->Name("vector list middle/ours")->Arg(100)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_MiddleStd)->Name("vector list middle/std::vector of pointers")->Arg(100)->Arg(1000)->Arg(100000);
 BENCHMARK(SortOurs<CVList<int>>)->Name("vector list sort/ours")->Arg(100)->Arg(1000)->Arg(100000);

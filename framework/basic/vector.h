@@ -6,7 +6,6 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -15,24 +14,28 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
-///
-///     |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
-///     storage                              end index           capacity
+/// ```
+/// |<-- elements: 0 ... GetSize() - 1 -->|<-- spare slots -->|
+/// storage                              end index           capacity
+/// ```
 ///
 /// With bConstruct, elements are made, copied and destroyed through the three virtual element operations, which a
 /// derived class overrides. Its destructor calls EraseAll(), since the destructor of the base can no longer call the
 /// overrides. Without bConstruct, elements are bytes: copied with memcpy() and zeroed when made without a source.
 ///
-/// Ownership  Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
-/// Threads    No locking: one thread at a time.
-/// Growth     Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
-/// Addresses  Elements move whenever the capacity changes, never while it is locked.
-/// Failure    Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
-///            operations and comparisons must not throw.
-///
+/// - **Ownership:** Owns its elements. Borrows the allocator, which must outlive it; null means the default allocator.
+/// - **Threads:** No locking: one thread at a time.
+/// - **Growth:** Exact, never rounded up: n appends cost n reallocations unless ReserveCapacity() comes first.
+///   (CVector<T> has push_back() beside them.)
+/// - **Alignment:** Of elements as of operator new[]: of more, which a CVector<T> refuses to compile, nothing is known
+///   here.
+/// - **Addresses:** Elements move whenever the capacity changes, never while it is locked.
+/// - **Failure:** Reported as QvResult with the vector as it was; what returns nothing ignores bad arguments. Element
+///   operations and comparisons must not throw.
 /// - **Lifetime:** Without an allocator given: made while the framework is up and destroyed before it goes down, so not
 ///   in static storage. If one is made at another time, one line on standard error names the class, and abort()
 ///   follows.
@@ -58,28 +61,37 @@ public:
     bool operator<(const CVectorBase& rOther) const;
 
     /// Makes the capacity exactly uCapacity if it is less. Cost: moves every element when it reallocates.
-    /// QV_RES_OK             the capacity is at least uCapacity
-    /// QV_RES_INVALID_STATE  it is locked and below uCapacity
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block, or the bytes do not fit 32 bits
+    ///
+    /// - `QV_RES_OK`: the capacity is at least uCapacity.
+    /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block, or the bytes do not fit 32 bits.
     [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more; gives the storage back at 0.
-    /// QV_RES_OK             the capacity is that, or was less
-    /// QV_RES_INVALID_STATE  it is locked, even if nothing would change
-    /// QV_RES_OUT_OF_MEMORY  the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the capacity is that, or was less.
+    /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     QvResult ReduceCapacity(unsigned int uCapacity);
+    /// How many elements there is memory for.
     unsigned int GetCapacity() const;
     /// Non-zero: the capacity is locked, so that elements keep their addresses.
     unsigned int GetLockCapacity() const;
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity);
 
+    /// How many elements there are.
     unsigned int GetSize() const;
+    /// Whether there is no element.
     bool IsEmpty() const;
+    /// 0.
     unsigned int GetFirstIndex() const;
     /// GetSize() - 1: 0xFFFFFFFF when empty.
     unsigned int GetLastIndex() const;
+    /// GetSize(): the index behind the last element.
     unsigned int GetEndIndex() const;
     /// Sets the size without making or destroying elements: the caller does that in the slots that enter or leave.
-    /// QV_RES_INVALID_ARGUMENT  uSize is above the capacity
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: uSize is above the capacity.
     QvResult Resize(unsigned int uSize);
 
     /// The element at an index below the size, else null.
@@ -92,14 +104,15 @@ public:
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones (zero
     /// bytes without bConstruct) when it is null. *pElement may be an element of this vector.
     /// Cost: moves the elements behind uIndex, and all when the capacity has to grow.
-    /// QV_RES_OK                the elements are in
-    /// QV_RES_INVALID_ARGUMENT  uIndex is above the size
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_OK`: the elements are in.
+    /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount);
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
-    /// above.
+    /// of the other form.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results
     /// as of Insert().
@@ -107,33 +120,37 @@ public:
     /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
-    /// The same at the place of pKey in a sorted vector that holds no equal element.
-    /// QV_RES_OK                *ppElement is the slot
-    /// QV_RES_INVALID_ARGUMENT  ppElement is null
-    /// QV_RES_ALREADY_EXISTS    an equal element is there
-    /// QV_RES_FAIL              the capacity is locked and too small, memory ran out, or 32 bits do not hold it
+    /// Allocate() at the place of pKey in a sorted vector that holds no equal element.
+    ///
+    /// - `QV_RES_OK`: *ppElement is the slot.
+    /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
+    /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
+    /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
     [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
                                           void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
     void Erase(unsigned int uIndex);
+    /// Destroys all elements; the capacity stays.
     void EraseAll();
 
     /// Moves all elements of rSrc in front of index uIndex; rSrc keeps its capacity.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is above the size, or rSrc is this vector
-    /// QV_RES_INVALID_STATE     the capacity is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator gave no block
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this vector.
+    /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Merge(unsigned int uIndex, CVectorBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector.
-    /// QV_RES_INVALID_ARGUMENT  the element sizes differ, uIndex is not below the size, or rDest is this vector
-    /// QV_RES_INVALID_STATE     the capacity of rDest is locked and does not suffice
-    /// QV_RES_OUT_OF_MEMORY     the allocator of rDest gave no block
+    ///
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector.
+    /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
+    /// - `QV_RES_OUT_OF_MEMORY`: the allocator of rDest gave no block.
     [[nodiscard]] QvResult Split(unsigned int uIndex, CVectorBase& rDest);
     /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
-    /// Copies uCount elements between slots that exist, or moves them, which destroys those of the source. The
+    /// Copies uCount elements between slots that exist. Move() moves them, which destroys those of the source. The
     /// destination slots count as raw memory, and no size changes. When slots of one vector overlap, the direction is
     /// the right one.
     static void Copy(CVectorBase* pDest, unsigned int uDestIndex, const CVectorBase* pSrc, unsigned int uSrcIndex,
@@ -149,17 +166,20 @@ public:
     /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     unsigned int Find(unsigned int uStartIndex, const void* pKey, PFNCompareElements pfnCompare,
                       unsigned int uParam) const;
-    /// The same in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
+    /// Find() in a sorted vector. Cost: logarithmic, plus one comparison for each equal element.
     unsigned int FindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
     /// Index of the first element of a sorted vector that does not order before pKey, the end index when all do.
     unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
-    /// Index of the first smallest (largest) element; 0 when empty.
+    /// Index of the first smallest element; 0 when empty.
     unsigned int GetMinElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
+    /// Index of the first largest element; 0 when empty.
     unsigned int GetMaxElementIndex(PFNCompareElements pfnCompare, unsigned int uParam) const;
 
-    /// Makes an element in raw memory; copies one into raw memory; destroys one.
+    /// Makes an element in raw memory.
     virtual void Construct(void* pElement);
+    /// Copies an element into raw memory.
     virtual void ConstructFrom(void* pElement, const void* pSource);
+    /// Destroys an element.
     virtual void Destruct(void* pElement);
 
 protected:
@@ -347,6 +367,7 @@ public:
         BringElement(data() + uSize, rElement);
         m_uSize = uSize + 1;
     }
+    /// push_back() of an element that is made in place, as T(arguments...).
     template <typename... Arguments>
     T& emplace_back(Arguments&&... arguments)
     {
@@ -360,6 +381,7 @@ public:
         m_uSize = uSize + 1;
         return *pElement;
     }
+    /// Destroys the last element, which must be there.
     void pop_back()
     {
         if (!MakesElements()) return Erase(m_uSize - 1);
@@ -367,6 +389,8 @@ public:
         --m_uSize;
     }
 
+    /// Makes an element as T(arguments...) in front of index uIndex; null when uIndex is above the size or the capacity
+    /// cannot grow.
     template <typename... Arguments>
     T* Emplace(unsigned int uIndex, Arguments&&... arguments)
     {
@@ -389,6 +413,7 @@ public:
         return res;
     }
 
+    /// Puts an element in front of a position, as push_back() does at the end; returns where it is.
     T* insert(const T* pPosition, const T& rElement)
     {
         RequireCopyable<T>();
@@ -407,6 +432,7 @@ public:
         InsertMoved(uIndex, *pElement);
         return data() + uIndex;
     }
+    /// Destroys the elements of a range, or one; returns where what follows them is now.
     T* erase(const T* pFirst, const T* pLast)
     {
         const unsigned int uIndex = static_cast<unsigned int>(pFirst - data());
@@ -440,16 +466,19 @@ public:
     {
         return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
     }
+    /// As in CVectorBase.
     void* Allocate(unsigned int uIndex)
     {
         return Run([&](auto& rVector) { return rVector.CVectorBase::Allocate(uIndex); });
     }
+    /// As in CVectorBase.
     [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
                                           void** ppElement)
     {
         return Run([&](auto& rVector)
                    { return rVector.CVectorBase::AllocateSorted(pKey, pfnCompare, uParam, ppElement); });
     }
+    /// Destroys the element at an index, or up to uCount from there on; the capacity stays.
     void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
     void Erase(unsigned int uIndex, unsigned int uCount)
     {
@@ -466,6 +495,7 @@ public:
         if (&rDest == this || !IsExact()) return CVectorBase::Split(uIndex, rDest);
         return rDest.Run([&](auto& rVector) { return CVectorBase::Split(uIndex, rVector); });
     }
+    /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2)
     {
         Run([&](auto& rVector) { rVector.CVectorBase::Swap(uIndex1, uIndex2); });
@@ -599,17 +629,60 @@ private:
 }  // namespace orvel_internal
 
 /// An array of T over CVectorBase, whose growth and threading rules it has:
+/// ```
+/// CVector<int> vector{5, 3};
+/// vector.push_back(7);
+/// vector.Sort();
+/// for (int n : vector) ...
+/// ```
+/// Its calls, those of its bases among them:
 ///
-///     CVector<int> vector;
-///     vector.ReserveCapacity(2);
-///     vector.Append(7);
-///     for (int n : vector) ...
+/// - `CVector(allocator)`, `CVector(construct, allocator)`: empty; null, or nothing, means the default allocator.
+/// - `CVector{values}`, `CVector(first, last)`: what is in braces, or between two iterators.
+/// - `=`: copies; from what is moved, exchanges; values in braces.
+/// - `vector[index]`, `GetAt(index)`, `data()`: an element; its address, or null; where they lie.
+/// - `begin()`, `end()`: pointers to the elements.
+/// - `push_back(element)`, `emplace_back(arguments)`: at the end, with room for more: throws std::bad_alloc.
+/// - `Append(element)`: at the end, with a result, and a capacity that is exact.
+/// - `Insert(index, count, element)`, `Insert(index, count)`: copies, or elements made by default.
+/// - `Insert(index, T&&)`, `Insert(index, vector)`: a moved element; copies of all elements of another.
+/// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
+/// - `Emplace(index, arguments)`: an element made there; its address, or null.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
+/// - `Merge(index, vector)`, `Split(index, vector)`: all elements of another come; those from index on go there.
+/// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
+///   size.
+/// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted vector, in few comparisons.
+/// - `GetMinElementIndex()`, `GetMaxElementIndex()`: of the first smallest, largest element; also with a comparison.
+/// - `Sort()`, `Sort(comparison)`, `Swap(i, j)`: unstable; exchanges two elements.
+/// - `GetSize()`, `IsEmpty()`, `GetFirstIndex()`, `GetLastIndex()`, `GetEndIndex()`.
+/// - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
+/// - `size()`, `empty()`, `front()`, `back()`, `push_back()`, `emplace_back()`, `pop_back()`, `clear()`,
+///   `insert(position, element)`, `erase(position)`, `erase(first, last)`, `cbegin()`, `cend()`, `rbegin()`, `rend()`,
+///   `crbegin()`, `crend()`, `swap()`, `==`, `!=`.
 ///
-/// Iterators  Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
-/// Cost       Access, and appending within the capacity, are inline and call no function of the library. Trivially
-///            copyable elements move as bytes, all in one call, when the capacity grows.
-/// Derived    A class derived from CVector<T> may override the element operations: every operation then calls them, one
-///            by one as CVectorBase does.
+/// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
+/// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
+///
+/// - **Growth:** By choice. push_back(), emplace_back() and insert() double a capacity that is used up, at least to 64
+///   bytes: n of them move fewer than 2 n elements, and std::back_inserter works as people know it. All other calls
+///   grow it exactly, so that what is asked for is what is used: who appends much reserves first, or pushes. They may
+///   be mixed. Where there is no memory for the double, push_back() asks for one more.
+/// - **Iterators:** Pointers to the elements: invalid after anything that inserts, erases or changes the capacity.
+///   Arguments may be elements of the vector.
+/// - **Elements:** Whatever can be copied or moved. They are moved, where their moves cannot throw or they cannot be
+///   copied, when the capacity changes, and by Insert(), Erase(), Merge(), Split(), Swap() and Sort(). What would copy
+///   elements that cannot be copied does not compile. What can neither be copied nor moved goes into a CList or CVList.
+/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
+///   before still is: only a literal 0 is an element of a vector of numbers.
+/// - **Failure:** As in CVectorBase. What has no result throws std::bad_alloc where memory runs out or the locked
+///   capacity does not suffice, with the vector as it was; without exceptions the program ends with abort().
+///   Append(), Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Cost:** Access, and appending within the capacity, are inline and call no function of the library. Trivially
+///   copyable elements move as bytes, all in one call, when the capacity grows.
+/// - **Derived:** A class derived from CVector<T> may override the element operations: every operation then calls
+///   them, one by one as CVectorBase does.
 template <typename T>
 class QV_EXPORT CVector : public orvel_internal::CTypedSequence<T, orvel_internal::CVectorOf<T>, CVector<T>>
 {
@@ -629,13 +702,15 @@ public:
     using value_type = T;
     using iterator = T*;
     using const_iterator = const T*;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
+    /// Empty, with the default allocator.
     template <typename Element = T>
     CVector() : CVector(static_cast<IAllocator*>(nullptr))
     {
     }
+    /// Empty; null means the default allocator.
     explicit CVector(IAllocator* pAllocator) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
     CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
@@ -652,6 +727,7 @@ public:
         Vector::operator=(rSrc);
         return *this;
     }
+    /// Takes everything; rSrc is empty afterwards.
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc) noexcept
@@ -671,6 +747,7 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
     template <typename Element = T>
     CVector& operator=(std::initializer_list<T> elements)
     {
@@ -678,11 +755,17 @@ public:
         return *this;
     }
 
+    /// How many elements there is memory for.
     unsigned int GetCapacity() const { return m_uCapacity; }
+    /// Non-zero: the capacity is locked.
     unsigned int GetLockCapacity() const { return m_uLockCapacity; }
+    /// Locks the capacity, or opens it with 0.
     void SetLockCapacity(unsigned int uLockCapacity) { m_uLockCapacity = uLockCapacity; }
+    /// How many elements there are.
     unsigned int GetSize() const { return m_uSize; }
+    /// Whether there is no element.
     bool IsEmpty() const { return m_uSize == 0; }
+    /// GetSize(): the index behind the last element.
     unsigned int GetEndIndex() const { return m_uSize; }
 
     /// The element at an index below the size, else null.
@@ -700,14 +783,18 @@ public:
 
     /// As in CVectorBase.
     [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity) { return Sequence::ReserveCapacity(uCapacity); }
+    /// As in CVectorBase.
     QvResult ReduceCapacity(unsigned int uCapacity) { return Sequence::ReduceCapacity(uCapacity); }
     using Sequence::Insert;
+    /// Puts uCount elements made by default, or copies of an element, in front of index uIndex. Results as of
+    /// CVectorBase.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         return Sequence::Insert(uIndex, uCount, rElement);
     }
     using Sequence::Append;
+    /// Insert() at the end. Cost: inline within the capacity.
     [[nodiscard]] QvResult Append(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
@@ -728,8 +815,10 @@ public:
     using Vector::pop_back;
     using Vector::push_back;
 
+    /// Destroys the element at an index, or up to uCount from there on; the capacity stays.
     void Erase(unsigned int uIndex) { Erase(uIndex, 1); }
     void Erase(unsigned int uIndex, unsigned int uCount) { Sequence::Erase(uIndex, uCount); }
+    /// Destroys all elements; the capacity stays.
     void EraseAll()
     {
         // Written so that the path without a call has no jump: filling a vector anew begins here.
@@ -757,6 +846,7 @@ public:
         Vector::SortElements(typed);
     }
 
+    /// Makes an element in raw memory; with ConstructFrom() and Destruct(), what CVectorBase knows of T.
     void Construct(void* pElement) override { Sequence::Construct(pElement); }
     void ConstructFrom(void* pElement, const void* pSource) override { Sequence::ConstructFrom(pElement, pSource); }
     void Destruct(void* pElement) override { Sequence::Destruct(pElement); }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -413,10 +414,105 @@ TEST(CVectorDerived, EveryOperationCallsItsElementOperations)
     EXPECT_EQ("0/0/3", vector.Calls());
 }
 
+TEST(CVectorDerived, WhatIsMadeInPlaceAndPushedGoesThroughThem)
+{
+    CCounting<CVector<int>> vector(nullptr);
+    vector.push_back(1);
+    EXPECT_EQ("0/1/0", vector.Calls());
+    EXPECT_EQ(2, vector.emplace_back(2));
+    EXPECT_EQ("0/1/0", vector.Calls());
+    vector.push_back(3);
+    EXPECT_EQ("0/1/0", vector.Calls()) << "within the capacity";
+    vector.pop_back();
+    EXPECT_EQ("0/0/1", vector.Calls());
+    ASSERT_EQ(QV_RES_OK, vector.ReduceCapacity(0));
+    EXPECT_EQ("0/2/2", vector.Calls());
+    vector.push_back(vector[1]);
+    EXPECT_EQ("0/3/2", vector.Calls()) << "two move, one comes";
+    EXPECT_EQ(3, *vector.Emplace(0, 3));
+    EXPECT_EQ("0/4/3", vector.Calls()) << "three make room";
+    vector.pop_back();
+    EXPECT_EQ("0/0/1", vector.Calls());
+    CCounting<CVector<int>> source(nullptr);
+    CVector<int> plain;
+    source.push_back(7);
+    source.Calls();
+    ASSERT_EQ(QV_RES_OK, plain.Merge(0, source));
+    EXPECT_EQ("0/0/1", source.Calls()) << "its element is destroyed by it";
+    EXPECT_EQ(7, plain[0]);
+}
+
+/// A container of texts that is derived from another: counts the copies of its element operations.
+template <typename Container>
+class CCopying : public Container
+{
+public:
+    ~CCopying() override { Container::EraseAll(); }
+    void ConstructFrom(void* pElement, const void* pSource) override
+    {
+        ++m_uCopied;
+        Container::ConstructFrom(pElement, pSource);
+    }
+
+    unsigned int m_uCopied = 0;
+};
+
+template <typename Container>
+class CTextsDerived : public testing::Test
+{
+};
+using CDerivedTexts =
+    testing::Types<CCopying<CVector<std::string>>, CCopying<CList<std::string>>, CCopying<CVList<std::string>>>;
+TYPED_TEST_SUITE(CTextsDerived, CDerivedTexts);
+
+TYPED_TEST(CTextsDerived, WhatIsMovedInIsTheirsToMake)
+{
+    TypeParam texts;
+    ASSERT_EQ(QV_RES_OK, texts.ReserveCapacity(9));
+    ASSERT_EQ(QV_RES_OK, texts.Append(std::string("a")));
+    ASSERT_EQ(QV_RES_OK, texts.Insert(1, std::string("b")));
+    ASSERT_EQ(QV_RES_OK, texts.InsertSorted(std::string("c")));
+    texts.push_back(std::string("d"));
+    texts.insert(texts.end(), std::string("e"));
+    EXPECT_EQ(5u, texts.m_uCopied);
+    EXPECT_EQ("e", texts.back());
+}
+
+template <typename Container>
+class CNodesDerived : public testing::Test
+{
+};
+using CDerivedNodes = testing::Types<CCounting<CList<int>>, CCounting<CVList<int>>>;
+TYPED_TEST_SUITE(CNodesDerived, CDerivedNodes);
+
+TYPED_TEST(CNodesDerived, WhatIsMadeInPlaceAndPushedGoesThroughThem)
+{
+    TypeParam container(nullptr);
+    for (unsigned int u = 0; u < 2; ++u)
+    {
+        container.push_back(1);
+        EXPECT_EQ("0/1/0", container.Calls());
+        EXPECT_EQ(2, container.emplace_back(2));
+        EXPECT_EQ("0/1/0", container.Calls());
+        EXPECT_EQ(3, *container.Emplace(1, 3));
+        EXPECT_EQ("0/1/0", container.Calls());
+        EXPECT_EQ(4, *container.insert(std::next(container.begin(), 2), 4));
+        EXPECT_EQ("0/1/0", container.Calls());
+        EXPECT_EQ(3, *container.GetAt(1));
+        EXPECT_EQ(4, *container.GetAt(2));
+        container.EraseAll();
+        EXPECT_EQ("0/0/4", container.Calls());
+    }
+}
+
 TEST(CVectorDerived, WithoutConstructionElementsAreBytes)
 {
     CCounting<CVector<int>> vector(false, nullptr);
     for (int n = 0; n < 4; ++n) ASSERT_EQ(QV_RES_OK, vector.Append(n));
+    vector.push_back(4);
+    vector.emplace_back(5);
+    vector.pop_back();
+    vector.pop_back();
     vector.Erase(1);
     EXPECT_EQ((std::vector<int>{0, 2, 3}), std::vector<int>(vector.begin(), vector.end()));
     vector.EraseAll();

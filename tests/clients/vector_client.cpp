@@ -2,11 +2,15 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "framework/basic/allocator.h"
+#include "framework/basic/list.h"
+#include "framework/basic/vector_list.h"
 #include "framework/crypto/cipher.h"
 #include "framework/ecom/ecom.h"
 #include "framework/kernel/result.h"
@@ -171,10 +175,42 @@ void Typed(const T& rElement)
     vector.EraseAll();
     CHECK(vector.IsEmpty() && vector.ReduceCapacity(0) == QV_RES_OK && fromNull.IsEmpty());
 }
+
+/// The calls of all typed sequences that came with push_back().
+template <typename Container, typename MoveOnly>
+void Manners()
+{
+    Container numbers{3, 1};
+    const Container& rConst = numbers;
+    numbers.push_back(2);
+    numbers.emplace_back(4);
+    numbers.insert(numbers.begin(), 5);
+    CHECK(*numbers.Emplace(0, 6) == 6 && numbers.size() == 6 && !numbers.empty());
+    CHECK(numbers.front() == 6 && rConst.back() == 4 && *rConst.rbegin() == 4 && *rConst.cbegin() == 6);
+    numbers.erase(numbers.begin());
+    numbers.pop_back();
+    CHECK(numbers == (Container{5, 3, 1, 2}) && numbers != Container(rConst.cbegin(), rConst.cbegin()));
+    Container other;
+    swap(numbers, other);
+    other = {1};
+    CHECK(rConst.empty() && other.size() == 1);
+    other.clear();
+
+    MoveOnly owned;
+    owned.push_back(std::make_unique<int>(1));
+    CHECK(owned.Append(std::make_unique<int>(2)) == QV_RES_OK &&
+          owned.Insert(0, std::make_unique<int>(0)) == QV_RES_OK);
+    MoveOnly moved(std::move(owned));
+    CHECK(owned.Merge(0, moved) == QV_RES_OK && **owned.Emplace(1, new int(7)) == 7 && owned.size() == 4);
+}
 }  // namespace
 
 void VectorClient()
 {
+    Manners<CVector<int>, CVector<std::unique_ptr<int>>>();
+    Manners<CList<int>, CList<std::unique_ptr<int>>>();
+    Manners<CVList<int>, CVList<std::unique_ptr<int>>>();
+
     using B = CVectorBase;
     Promised<QvResult (B::*)(unsigned int)>(&B::ReserveCapacity);
     Promised<QvResult (B::*)(unsigned int)>(&B::ReduceCapacity);

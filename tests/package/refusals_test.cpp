@@ -23,6 +23,16 @@ struct STooWide { alignas(32) char acBytes[32]; };
 struct SOwner { SOwner(); SOwner(SOwner&&); bool operator<(const SOwner&) const; bool operator==(const SOwner&) const; };
 struct SNoDefault { explicit SNoDefault(int) {} };
 struct SByFactor { int operator()(int n1, int n2) const { return nFactor * (n1 - n2); } int nFactor; };
+struct SPinned { SPinned(); SPinned(const SPinned&) = delete; };
+struct SMoveOnly { SMoveOnly(); SMoveOnly(SMoveOnly&&) noexcept; bool operator<(const SMoveOnly&) const; };
+template <template <typename> class Container>
+struct SUse
+{
+    Container<SMoveOnly> here, there;
+    const SMoveOnly element;
+};
+template <template <typename> class... Containers, typename Call>
+void ForEach(Call call) { (call(*static_cast<SUse<Containers>*>(nullptr)), ...); }
 void Use() {)";
 
 const char* const g_pszOVER_ALIGNED = "they cannot hold an over-aligned type";
@@ -31,7 +41,41 @@ const char* const g_pszBOOL = "a negative number, 0 or a positive number, not wh
 const char* const g_pszSTATE = "a comparison must have no state";
 const char* const g_pszDEFAULT = "elements made without a source need a default constructor";
 
+const char* const g_pszCOPY = "the elements of this container cannot be copied: move it or them, or make them in place";
+const char* const g_pszPLACE = "the elements of a vector move when it grows";
+
 const SRefusal g_astREFUSALS[] = {
+    {"MovesOfWhatCannotBeCopied",
+     "ForEach<CVector, CList, CVList>([](auto& r) { r.here = decltype(r.here)(); r.here.Emplace(0); "
+     "r.here.Append(SMoveOnly()); r.here.Insert(0, SMoveOnly()); r.here.InsertSorted(SMoveOnly()); "
+     "r.here.push_back(SMoveOnly()); r.here.insert(r.here.begin(), SMoveOnly()); r.here.Merge(0, r.there); "
+     "r.here.Sort(); "
+     "r.here.ReserveCapacity(9); r.here.Insert(0, 2); swap(r.here, r.there); });",
+     nullptr},
+    {"WhatStaysWhereItIsMade",
+     "CList<SPinned> l; l.emplace_back(); l.Emplace(0); CList<SPinned> m; l.Merge(0, m); CVList<SPinned> x; "
+     "x.Emplace(0); "
+     "CVector<SPinned> v;",
+     nullptr},
+    {"GrowthOfWhatStaysWhereItIsMade", "CVector<SPinned> v; v.Emplace(0);", g_pszPLACE},
+    {"CapacityForWhatStaysWhereItIsMade", "CVector<SPinned> v; v.ReserveCapacity(1);", g_pszPLACE},
+    {"CopiesOfAVector", "CVector<SMoveOnly> a; auto b(a);", g_pszCOPY},
+    {"CopiesOfAList", "CList<SMoveOnly> a; auto b(a);", g_pszCOPY},
+    {"CopiesOfAVectorList", "CVList<SMoveOnly> a; auto b(a);", g_pszCOPY},
+    {"CopiesOfNestedOnes", "CVector<CList<SMoveOnly>> a; auto b(a);", g_pszCOPY},
+    {"AssignmentOfAVector", "CVector<SMoveOnly> a, b; a = b;", g_pszCOPY},
+    {"AssignmentOfAList", "CList<SMoveOnly> a, b; a = b;", g_pszCOPY},
+    {"AssignmentOfAVectorList", "CVList<SMoveOnly> a, b; a = b;", g_pszCOPY},
+    {"CopiesAppended", "ForEach<CVector>([](auto& r) { r.here.Append(r.element); });", g_pszCOPY},
+    {"CopiesAppendedToAList", "ForEach<CList>([](auto& r) { r.here.Append(r.element); });", g_pszCOPY},
+    {"CopiesAppendedToAVectorList", "ForEach<CVList>([](auto& r) { r.here.Append(r.element); });", g_pszCOPY},
+    {"CopiesPushed", "ForEach<CVector>([](auto& r) { r.here.push_back(r.element); });", g_pszCOPY},
+    {"CopiesPushedToAVectorList", "ForEach<CVList>([](auto& r) { r.here.push_back(r.element); });", g_pszCOPY},
+    {"CopiesInserted", "ForEach<CVector>([](auto& r) { r.here.Insert(0, 2, r.element); });", g_pszCOPY},
+    {"CopiesOfManyInserted", "ForEach<CVector>([](auto& r) { r.here.Insert(0, r.there); });", g_pszCOPY},
+    {"CopiesInsertedInOrder", "ForEach<CList>([](auto& r) { r.here.InsertSorted(r.element); });", g_pszCOPY},
+    {"CopiesInsertedByAnIterator", "ForEach<CList>([](auto& r) { r.here.insert(r.here.begin(), r.element); });",
+     g_pszCOPY},
     {"NothingAlignedToSixteen", "CVector<SWide> v; CList<SWide> l; CAATree<SWide> t(nullptr, 0); CVList<SWide> x;",
      nullptr},
     {"OverAlignedInAVector", "CVector<STooWide> v;", g_pszOVER_ALIGNED},

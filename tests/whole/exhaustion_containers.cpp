@@ -75,6 +75,54 @@ void TryAppend(CTrial& rTrial)
     TryChange<Container>(rTrial, {4, 6, 8, 7}, [](Container& r, const CNumber& rNumber) { return r.Append(rNumber); });
 }
 template <typename Container>
+void TryAppendMoved(CTrial& rTrial)
+{
+    CNumber moved(9);
+    TryChange<Container>(rTrial, {4, 6, 8, 9},
+                         [&](Container& r, const CNumber&) { return r.Append(std::move(moved)); });
+}
+template <typename Container>
+void TryEmplace(CTrial& rTrial)
+{
+    TryChange<Container>(rTrial, {4, 7, 6, 8},
+                         [](Container& r, const CNumber& rNumber)
+                         { return r.Emplace(1, rNumber) ? QV_RES_OK : QV_RES_OUT_OF_MEMORY; });
+}
+/// What throws where it cannot go on.
+template <typename Container, typename Change>
+void TryThrowing(CTrial& rTrial, const Numbers& rAfter, Change change)
+{
+    Container container(rTrial.Source());
+    Put(container, g_BEFORE);
+    container.ReduceCapacity(0);
+    rTrial.Run([&] { change(container); });
+    EXPECT_EQ(rTrial.HasThrown() ? g_BEFORE : rAfter, NumbersOf(container));
+    EXPECT_TRUE(rTrial.HasRefused() || !rTrial.HasThrown());
+}
+template <typename Container>
+void TryPushBack(CTrial& rTrial)
+{
+    TryThrowing<Container>(rTrial, {4, 6, 8, 9}, [](Container& r) { r.push_back(CNumber(9)); });
+}
+template <typename Container>
+void TryEmplaceBack(CTrial& rTrial)
+{
+    TryThrowing<Container>(rTrial, {4, 6, 8, 9}, [](Container& r) { r.emplace_back(9); });
+}
+template <typename Container>
+void TryInsertPosition(CTrial& rTrial)
+{
+    TryThrowing<Container>(rTrial, {9, 4, 6, 8}, [](Container& r) { r.insert(r.begin(), CNumber(9)); });
+}
+template <typename Container>
+void TryAssignValues(CTrial& rTrial)
+{
+    TryThrowing<Container>(rTrial, {1, 2, 3, 9, 5},
+                           [](Container& r) {
+                               r = {CNumber(1), CNumber(2), CNumber(3), CNumber(9), CNumber(5)};
+                           });
+}
+template <typename Container>
 void TryInsertSorted(CTrial& rTrial)
 {
     TryChange<Container>(rTrial, {4, 6, 7, 8},
@@ -200,6 +248,12 @@ void AddSequence(std::vector<SOperation>& rOperations, const std::string& rName)
                                                 {"ReserveCapacity", TryReserve<Container>, true},
                                                 {"ReduceCapacity", TryReduce<Container>, true},
                                                 {"Append", TryAppend<Container>, true},
+                                                {"Append moved", TryAppendMoved<Container>, true},
+                                                {"Emplace", TryEmplace<Container>, true},
+                                                {"push_back", TryPushBack<Container>, true},
+                                                {"emplace_back", TryEmplaceBack<Container>, true},
+                                                {"insert", TryInsertPosition<Container>, true},
+                                                {"assign values", TryAssignValues<Container>, true},
                                                 {"Insert", TryInsertMany<Container>, true},
                                                 {"Insert other", TryInsertOther<Container>, true},
                                                 {"InsertSorted", TryInsertSorted<Container>, true},

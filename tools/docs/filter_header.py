@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """filter_header.py HEADER: the header as doxygen is to read it.
 
-A header gets a text, without which doxygen leaves out its functions. A typed container gets the public calls of the
-internal bases that it shares with the others, so that its page has all that it can do. Comments that speak for more
-than one declaration are given to each (see shared_comments.py).
+A header gets a text, without which doxygen leaves out its functions. A typed container gets the public calls of its
+internal bases, so that its page has all that it can do. Comments that speak for more than one declaration are given to
+each (see shared_comments.py).
 """
 import re
 import sys
@@ -12,9 +12,10 @@ from pathlib import Path
 sys.dont_write_bytecode = True
 import shared_comments  # noqa: E402
 
-SHARED = Path(__file__).resolve().parents[2] / "framework/basic/internal/typed_elements.h"
-TYPED = re.compile(r"^class (?:QV_EXPORT )?(\w+) : public orvel_internal::(CTypedSequence|CTypedNodes)<T, (\w+)"
-                   r"(?:, orvel_internal::(\w+)<[^{]*>)?>+\s*$", re.M)
+INTERNAL = Path(__file__).resolve().parents[2] / "framework/basic/internal"
+INTERNAL_BASE = re.compile(r"\borvel_internal::(\w+)<")
+CLASS = re.compile(r"^(?P<template>template <(?P<parameters>[^\n]*)>\n)?class (?:QV_EXPORT )?(?P<name>\w+)"
+                   r"(?P<bases>\s*:(?!:)[^;{]*)?\s*(?=\{)", re.M)
 
 
 def code_only(text):
@@ -37,8 +38,52 @@ def body_of(text, start):
     raise ValueError("a brace is not closed")
 
 
+def split_arguments(text):
+    """What stands between the commas of a list of template arguments or parameters."""
+    parts, depth = [""], 0
+    for char in text:
+        depth += {"<": 1, "(": 1, ">": -1, ")": -1}.get(char, 0)
+        if char == "," and depth == 0:
+            parts.append("")
+        else:
+            parts[-1] += char
+    return [part.strip() for part in parts]
+
+
+def closing(text, begin):
+    """The place of the bracket that closes the one in front of begin."""
+    depth = 1
+    for place in range(begin, len(text)):
+        depth += {"<": 1, ">": -1}.get(text[place], 0)
+        if depth == 0:
+            return place
+    raise ValueError("a bracket is not closed")
+
+
+class Member:
+    def __init__(self, access, comment, declaration, apart):
+        self.access, self.comment, self.declaration, self.apart = access, comment, declaration, apart
+
+    def used(self):
+        """For a using-declaration, the class that it names and the name."""
+        found = re.match(r"using (?:typename )?([\w:<>, ]*?)::(\w+);", self.declaration)
+        return (found[1], found[2]) if found else None
+
+    def name(self):
+        if self.used():
+            return self.used()[1]
+        alias = re.match(r"(?:template <[^\n]*>\s*)?using (\w+) =", self.declaration)
+        return alias[1] if alias else function_name(self.declaration)
+
+    def parameters(self):
+        return parameters(self.declaration) if function_name(self.declaration) else None
+
+    def replaced(self, pattern, text):
+        return Member(self.access, self.comment, re.sub(pattern, lambda _: text, self.declaration), self.apart)
+
+
 def members(body):
-    """Of each member of a class body its access, its comment and its declaration without the code."""
+    """The members of a class body, their declarations without the code."""
     code = code_only(body)
     access, place, result = "private", 0, []
     while True:
@@ -54,89 +99,165 @@ def members(body):
                 declaration, rest = body[place:end] + ";", end + 1
                 break
             if char == "{" and round_brackets == 0:
-                begin, close = body_of(body, end)
-                is_type = re.search(r"\b(class|struct|enum|union)\b[^;()]*$", code[place:end])
+                close = body_of(body, end)[1]
                 rest = close + 1
-                if is_type:
+                if re.search(r"\b(class|struct|enum|union)\b[^;()]*$", code[place:end]):
                     rest = code.index(";", close) + 1
                     declaration = body[place:rest]
                 else:
                     # What stands between the parameters and the code initialises members.
-                    head = re.sub(r"\)((?:\s*(?:const|override|noexcept))*)\s*:(?!:).*", r")\1", body[place:end].rstrip(),
-                                  flags=re.S)
+                    head = re.sub(r"\)((?:\s*(?:const|override|noexcept))*)\s*:(?!:).*", r")\1",
+                                  body[place:end].rstrip(), flags=re.S)
                     declaration = head.rstrip() + ";"
                 break
             end += 1
         comment = re.match(r"(?:\s*//[^\n]*\n)*", declaration)[0]
-        result.append((access, comment.strip("\n"), declaration[len(comment):].strip()))
+        apart = bool(re.match(r"[ \t]*\n[ \t]*\n", declaration))
+        result.append(Member(access, comment.strip("\n"), declaration[len(comment):].strip(), apart))
         place = rest
 
 
 def function_name(declaration):
-    found = re.search(r"(operator\s*[^\s\w(]+(?:\(\))?|operator \w+|~?\w+)\s*\(", re.sub(r"^template <.*?>\n", "", declaration,
-                                                                        flags=re.S))
+    plain = re.sub(r"^template <.*?>\n", "", declaration, flags=re.S)
+    found = re.search(r"(operator\s*[^\s\w(]+(?:\(\))?|operator \w+|~?\w+)\s*\(", re.sub(r"<[^()]*>", "", plain)
+                      if "operator" not in plain else plain)
     return found[1] if found else None
 
 
 def parameters(declaration):
     """What tells overloads apart: the types, without names and default arguments."""
-    text = declaration[declaration.index(function_name(declaration)):]
+    text = declaration[declaration.rindex(function_name(declaration) + "("):]
     text = text[text.index("("):text.rindex(")") + 1] + text[text.rindex(")") + 1:].replace("override", "").strip("; ")
     text = re.sub(r" = [^,)]*(?:\(\))?", "", text)
     return re.sub(r"(\w+&*\*?) ?\w*([,)])", r"\1\2", text).replace(" ", "")
 
 
-def shared_calls(shared, name, chain, base, own):
-    """The public calls of the bases in chain, but for those that the class hides by its own."""
-    declared, taken, again = {}, set(), set()
-    for access, _, declaration in own:
-        used = re.match(r"using (?:\w+::)*(\w+)::(\w+);", declaration)
-        if used and used[1] in ("Sequence", "Elements", "Nodes"):
-            again.add(used[2])
-        elif used:
-            declared.setdefault(used[2], set())
-        elif function_name(declaration):
-            declared.setdefault(function_name(declaration), set()).add(parameters(declaration))
-    lines = []
-    for shared_class in chain:
-        here = set()
-        begin, end = body_of(shared, re.search(rf"^class {shared_class}\b", shared, re.M).start())
-        for access, comment, declaration in members(shared[begin:end]):
-            if access != "public" or declaration.startswith(("~", "static_assert")):
-                continue
-            used = re.match(r"using (?:typename )?Base::(\w+);", declaration)
-            alias = re.match(r"using (\w+) =", declaration)
-            called = used[1] if used else alias[1] if alias else function_name(declaration)
-            if called in taken or (called in declared and called not in again):
-                continue
-            if called in declared and (used or alias or parameters(declaration) in declared[called]):
-                continue
-            here.add(called)
-            declaration = re.sub(r"\bBase\b", base, declaration)
-            declaration = re.sub(r"\bCTyped(Sequence|Nodes|Elements)\b", name, declaration)
-            lines.append((comment + "\n" if comment else "") + declaration.replace("orvel_internal::", ""))
-        taken |= here
+class Internals:
+    """The internal class templates that public ones derive from."""
+
+    def __init__(self, texts):
+        self.found = {}
+        for text in texts:
+            for match in CLASS.finditer(text):
+                if match["template"]:
+                    self.found.setdefault(match["name"], (match, text))
+
+    def instance(self, reference):
+        """Members and bases of `orvel_internal::CTypedSequence<T, CListBase>`; None for what is not internal."""
+        name = re.match(r"(?:orvel_internal::)?(\w+)<", reference)
+        if not name or name[1] not in self.found:
+            return None
+        match, text = self.found[name[1]]
+        begin, end = body_of(text, match.end())
+        given = split_arguments(reference[name.end():closing(reference, name.end())])
+        own, bases = members(text[begin:end]), match["bases"] or ""
+        arguments = {}
+        for place, parameter in enumerate(split_arguments(match["parameters"])):
+            parameter, _, default = parameter.partition(" = ")
+            for pattern, earlier in arguments.items():
+                default = re.sub(pattern, lambda _, text=earlier: text, default)
+            pattern = rf"\b{parameter.split()[-1].lstrip('.')}\b"
+            arguments[pattern] = given[place] if place < len(given) else default
+        for pattern, argument in arguments.items():
+            own = [member.replaced(pattern, argument) for member in own]
+            bases = re.sub(pattern, lambda _, text=argument: text, bases)
+        own = [member.replaced(rf"\b{name[1]}\b(?!<)", reference) for member in own if member.name() != name[1]]
+        return own, re.findall(r"\b(public|protected|private) ([^,<]*(?:<.*>)?)", bases.strip())
+
+    def lookup(self, reference, name):
+        """The public members of this name in a class or its bases."""
+        instance = self.instance(reference)
+        if not instance:
+            return [Member("public", "", f"using {reference}::{name};", False)]
+        own, bases = instance
+        found = [member for member in own if member.access == "public" and member.name() == name]
+        if not found:
+            return [member for _, base in bases for member in self.lookup(base, name)]
+        return [other for member in found for other in self.resolved(member)]
+
+    def resolved(self, member):
+        """What a using-declaration names, where that is internal."""
+        if member.used() and self.instance(member.used()[0]):
+            others = self.lookup(*member.used())
+            if member.comment and others and not others[0].comment:
+                others[0] = Member("public", member.comment, others[0].declaration, True)
+            return others
+        return [member]
+
+    def calls(self, reference):
+        """What users of a class can call, with what comes from its public bases."""
+        instance = self.instance(reference)
+        if not instance:
+            return []
+        own, bases = instance
+        named = {member.name() for member in own}
+        out = [other for member in own if member.access == "public" and not re.match("~|static_assert", member.declaration)
+               for other in self.resolved(member)]
+        for access, base in bases:
+            if access == "public":
+                out += [member for member in self.calls(base) if member.name() not in named]
+        return out
+
+
+def shared_calls(internals, name, base, own):
+    """The public calls of a class's internal base, but for those that the class hides by its own."""
+    aliases = {alias: target for alias, target in (
+        re.match(r"using (\w+) = (.*);", member.declaration, re.S).groups() for member in own
+        if re.match(r"using \w+ = ", member.declaration)) if INTERNAL_BASE.match(target)}
+    while any(alias in re.findall(r"\w+", target) for alias in aliases for target in aliases.values()):
+        aliases = {key: re.sub(r"\b(" + "|".join(aliases) + r")\b", lambda match: aliases[match[1]], target)
+                   for key, target in aliases.items()}
+    declared, again = {}, set()
+    added = []
+    for member in own:
+        if member.used() and member.used()[0] in aliases:
+            again.add(member.name())
+            if member.access == "public":
+                added += internals.lookup(aliases[member.used()[0]], member.name())
+        elif member.name():
+            declared.setdefault(member.name(), set()).add(member.parameters())
+    calls = added + [member for member in internals.calls(base) if member.name() not in again]
+    lines, there = [], set()
+    for member in calls:
+        is_hidden = member.name() in declared and member.name() not in again
+        key = (member.name(), member.parameters())
+        if is_hidden or key in there or member.parameters() in declared.get(member.name(), ()):
+            continue
+        there.add(key)
+        declaration = re.sub(r"(?:orvel_internal::)?CTyped(?:Sequence|Nodes|Elements)<[^()&;]*>(?=[&:,)])", name,
+                             member.declaration)
+        declaration = re.sub(r"(?:orvel_internal::)?CVectorOf<T>(?=[&:,)])", name, declaration)
+        declaration = re.sub(r"\bMovedResult<\w+>", "QvResult", declaration)
+        lines.append(("\n" if member.apart or member.comment else "")
+                     + (member.comment + "\n" if member.comment else "") + declaration.replace("orvel_internal::", ""))
     return "\n".join(lines)
 
 
 def with_shared_calls(text, header):
-    shared = SHARED.read_text()
-    handles = False
-    while match := TYPED.search(text):
-        name, first, base, second = match.groups()
-        chain = [first] + ([second] if second else []) + ["CTypedElements"]
-        handles = handles or "CTypedNodes" in chain
+    texts = [path.read_text(encoding="utf-8") for path in sorted(INTERNAL.glob("typed_*.h"))]
+    internals = Internals(texts + [text])
+    out, place, handles = "", 0, False
+    for match in CLASS.finditer(text):
+        base = INTERNAL_BASE.search(match["bases"] or "")
+        if match.start() < place or not base or "QV_EXPORT" not in match[0] or base[1] not in internals.found:
+            continue
+        reference = match["bases"][base.start():closing(match["bases"], base.end()) + 1]
+        reference = re.sub(r"\s+", " ", reference)
+        handles = handles or "CTypedNodes" in reference
         begin, end = body_of(text, match.end())
-        own = members(text[begin:end])
-        calls = shared_calls(shared, name, chain, base, own)
-        head = re.sub(r" : public orvel_internal::.*", "", match[0], flags=re.S).rstrip()
-        body = re.sub(r"^    using (Sequence|Elements|Nodes)::\w+;\n", "", text[begin:end], flags=re.M)
-        text = text[:match.start()] + head + "\n{" + body + "\npublic:\n" + calls + "\n" + text[end:]
+        calls = shared_calls(internals, match["name"], reference, members(text[begin:end]))
+        body = re.sub(r"^    using (?:typename )?(Sequence|Elements|Nodes|Vector)::\w+;\n", "", text[begin:end],
+                      flags=re.M)
+        head = match[0].replace(match["bases"], "").rstrip()
+        out += text[place:match.start()] + head + "\n{" + body + "\npublic:\n" + calls + "\n"
+        place = end
+    out += text[place:]
     if handles and Path(header).name == "list.h":
         for name in ("CNodeCursor", "CNodeIterator"):
-            found = re.search(rf"(^///[^\n]*\n)*^template <[^\n]*>\nclass {name}\b", shared, re.M)
-            text += "\n" + shared[found.start():body_of(shared, found.end())[1]] + "};\n"
-    return text
+            found, shared = internals.found[name]
+            start = re.search(r"(?:^///[^\n]*\n)*\Z", shared[:found.start()], re.M).start()
+            out += "\n" + shared[start:body_of(shared, found.end())[1]] + "};\n"
+    return out
 
 
 def filtered(header):

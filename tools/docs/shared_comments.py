@@ -15,7 +15,7 @@ NO_DECLARATION = re.compile(r'\s*(#|//|$|[{}]|(public|protected|private):|namesp
 # Declares nothing that has a comment of its own.
 STATEMENT = re.compile(r'\s*(using\b|friend (class|struct)\b|extern template\b|static_assert\b)')
 CLASS = re.compile(r'(template\s*<.*?>\s*)*(class|struct|union)\s[^(]*\{')
-CLASS_HEAD = re.compile(r'\s*(?:template\s*<.*>\s*)?(?:class|struct)\s+(?:QV_\w+\s+)*(?:alignas\(\w+\)\s+)?(\w+)[^;]*$')
+CLASS_HEAD = re.compile(r'\s*(?:template\s*<.*>\s*)?(?:class|struct)\s+(?:\[\[\w+\]\]\s+|QV_\w+\s+)*(?:alignas\(\w+\)\s+)?(\w+)[^;]*$')
 ALIAS = re.compile(r'\s*using (?:typename )?(?:\w+::)*(\w+)(?: =[^;]*)?;$')
 # Only what these containers have: lower-case names of our own are told of as others are.
 STANDARD_TYPES = set("""const_iterator const_pointer const_reference const_reverse_iterator difference_type iterator key_type

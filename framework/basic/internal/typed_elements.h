@@ -5,7 +5,6 @@
 
 #include <new>
 #include <type_traits>
-#include <utility>
 
 // The iterator tags alone: <iterator> brings the iterators of the streams as well, and a program would take longer to
 // compile for them than for the whole framework.
@@ -21,6 +20,7 @@
 
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 #if defined(__clang__)
@@ -115,19 +115,18 @@ constexpr void RequireCopyable()
                   "Emplace()");
 }
 
-/// Makes an element from what its constructor takes, or from the members of an aggregate.
-template <typename T, typename... Arguments>
-T* MakeElement(void* pElement, Arguments&&... arguments)
-{
-    if constexpr (std::is_constructible<T, Arguments...>::value)
-        return ::new (pElement) T(std::forward<Arguments>(arguments)...);
-    else return ::new (pElement) T{std::forward<Arguments>(arguments)...};
-}
+/// An element from what its constructor takes, or from the members of an aggregate.
 template <typename T, typename... Arguments>
 T ElementOf(Arguments&&... arguments)
 {
     if constexpr (std::is_constructible<T, Arguments...>::value) return T(std::forward<Arguments>(arguments)...);
     else return T{std::forward<Arguments>(arguments)...};
+}
+/// The same in raw memory, where it need not be moved to.
+template <typename T, typename... Arguments>
+T* MakeElement(void* pElement, Arguments&&... arguments)
+{
+    return ::new (pElement) T(ElementOf<T>(std::forward<Arguments>(arguments)...));
 }
 
 /// Brings an element to raw memory, whatever it costs; the source is destroyed next.
@@ -236,6 +235,7 @@ public:
     using Base::ReserveCapacity;
     using Base::SetLockCapacity;
 
+    /// Makes an element in raw memory; with ConstructFrom() and Destruct(), what the base knows of T.
     void Construct(void* pElement) override
     {
         // If T has no default constructor, the operations that would call this do not compile.
@@ -283,10 +283,14 @@ template <typename T, typename Base>
 class CNodeCursor
 {
 public:
+    /// What the base designates an element by.
     using Position = typename Base::Position;
 
+    /// None.
     CNodeCursor() : m_position() {}
+    /// The element of a position of the base.
     explicit CNodeCursor(Position position) : m_position(position) {}
+    /// From one through which the element may be changed.
     template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
     CNodeCursor(const CNodeCursor<Mutable, Base>& rOther) : m_position(rOther)
     {
@@ -294,15 +298,19 @@ public:
 
     /// Whether it designates an element.
     explicit operator bool() const { return m_position != Position(); }
+    /// The element, which must be there.
     T& operator*() const { return *static_cast<T*>(Base::GetElement(m_position)); }
+    /// The element, which must be there.
     T* operator->() const { return __builtin_addressof(**this); }
-    /// The neighbours; beyond the ends, and if this designates no element, the result designates none.
+    /// The element behind; none behind the last, and of none.
     CNodeCursor GetNext() const { return CNodeCursor(Base::GetNext(m_position)); }
+    /// The element in front; none in front of the first, and of none.
     CNodeCursor GetPrevious() const { return CNodeCursor(Base::GetPrevious(m_position)); }
 
-    /// The same position in the type of the base.
+    /// The position in the type of the base.
     operator Position() const { return m_position; }
 
+    /// Whether both designate the same element, or none.
     friend bool operator==(const CNodeCursor& rFirst, const CNodeCursor& rSecond)
     {
         return rFirst.m_position == rSecond.m_position;
@@ -324,6 +332,66 @@ struct SIteratorTypes
     using reference = T&;
 };
 
+template <typename Iterator>
+using IteratorCategory = typename std::iterator_traits<Iterator>::iterator_category;
+
+/// std::reverse_iterator, whose header takes as long as all that is included here.
+template <typename Iterator>
+class CReverseIterator
+    : public SIteratorTypes<std::remove_reference_t<decltype(*std::declval<Iterator>())>, IteratorCategory<Iterator>>
+{
+public:
+    CReverseIterator() : m_it() {}
+    explicit CReverseIterator(Iterator it) : m_it(it) {}
+    template <typename Other, typename = std::enable_if_t<std::is_convertible<const Other&, Iterator>::value>>
+    CReverseIterator(const CReverseIterator<Other>& rOther) : m_it(rOther.base())
+    {
+    }
+
+    /// What it stands behind.
+    Iterator base() const { return m_it; }
+    auto& operator*() const
+    {
+        Iterator it = m_it;
+        return *--it;
+    }
+    auto* operator->() const { return __builtin_addressof(**this); }
+    auto& operator[](ptrdiff_t nOffset) const { return *(*this + nOffset); }
+
+    CReverseIterator& operator++()
+    {
+        --m_it;
+        return *this;
+    }
+    CReverseIterator& operator--()
+    {
+        ++m_it;
+        return *this;
+    }
+    CReverseIterator operator++(int) { return CReverseIterator(m_it--); }
+    CReverseIterator operator--(int) { return CReverseIterator(m_it++); }
+    CReverseIterator& operator+=(ptrdiff_t nOffset)
+    {
+        m_it -= nOffset;
+        return *this;
+    }
+    CReverseIterator& operator-=(ptrdiff_t nOffset) { return *this += -nOffset; }
+    friend CReverseIterator operator+(CReverseIterator it, ptrdiff_t nOffset) { return it += nOffset; }
+    friend CReverseIterator operator+(ptrdiff_t nOffset, CReverseIterator it) { return it += nOffset; }
+    friend CReverseIterator operator-(CReverseIterator it, ptrdiff_t nOffset) { return it -= nOffset; }
+    friend auto operator-(CReverseIterator it1, CReverseIterator it2) { return it2.m_it - it1.m_it; }
+
+    friend bool operator==(CReverseIterator it1, CReverseIterator it2) { return it1.m_it == it2.m_it; }
+    friend bool operator!=(CReverseIterator it1, CReverseIterator it2) { return it1.m_it != it2.m_it; }
+    friend bool operator<(CReverseIterator it1, CReverseIterator it2) { return it2.m_it < it1.m_it; }
+    friend bool operator>(CReverseIterator it1, CReverseIterator it2) { return it2 < it1; }
+    friend bool operator<=(CReverseIterator it1, CReverseIterator it2) { return !(it2 < it1); }
+    friend bool operator>=(CReverseIterator it1, CReverseIterator it2) { return !(it1 < it2); }
+
+private:
+    Iterator m_it;
+};
+
 /// A handle that walks as a bidirectional iterator; the end designates no element.
 template <typename T, typename Base>
 class CNodeIterator : public CNodeCursor<T, Base>, public SIteratorTypes<T, std::bidirectional_iterator_tag>
@@ -331,31 +399,38 @@ class CNodeIterator : public CNodeCursor<T, Base>, public SIteratorTypes<T, std:
     using Handle = CNodeCursor<T, Base>;
 
 public:
+    /// At no element of no container.
     CNodeIterator() : m_pContainer(nullptr) {}
+    /// At an element, or at the end of a container.
     CNodeIterator(const Base* pContainer, typename Base::Position position) : Handle(position), m_pContainer(pContainer)
     {
     }
+    /// From one through which elements may be changed.
     template <typename Mutable, typename = std::enable_if_t<std::is_same<const Mutable, T>::value>>
     CNodeIterator(const CNodeIterator<Mutable, Base>& rOther) : Handle(rOther), m_pContainer(rOther.GetContainer())
     {
     }
 
+    /// To the next element.
     CNodeIterator& operator++()
     {
         Handle::operator=(this->GetNext());
         return *this;
     }
+    /// To the element before.
     CNodeIterator& operator--()
     {
         Handle::operator=(*this ? this->GetPrevious() : Handle(m_pContainer->GetLast()));
         return *this;
     }
+    /// To the next element; returns where it was.
     CNodeIterator operator++(int)
     {
         const CNodeIterator before(*this);
         ++*this;
         return before;
     }
+    /// To the element before; returns where it was.
     CNodeIterator operator--(int)
     {
         const CNodeIterator before(*this);
@@ -363,6 +438,7 @@ public:
         return before;
     }
 
+    /// Where it walks.
     const Base* GetContainer() const { return m_pContainer; }
 
 private:
@@ -374,15 +450,18 @@ template <typename T, typename Base>
 class CTypedNodes : public CTypedElements<T, Base>
 {
 public:
+    /// Designates an element, or none.
     using handle = CNodeCursor<T, Base>;
+    /// Designates an element that may only be read, or none.
     using const_handle = CNodeCursor<const T, Base>;
     using iterator = CNodeIterator<T, Base>;
     using const_iterator = CNodeIterator<const T, Base>;
     using value_type = T;
 
-    /// The first and the last element; none when empty.
+    /// The first element; none when empty.
     handle GetFirst() { return handle(Base::GetFirst()); }
     const_handle GetFirst() const { return const_handle(Base::GetFirst()); }
+    /// The last element; none when empty.
     handle GetLast() { return handle(Base::GetLast()); }
     const_handle GetLast() const { return const_handle(Base::GetLast()); }
 

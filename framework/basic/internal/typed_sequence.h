@@ -4,18 +4,11 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
-
-// std::reverse_iterator alone, as of the iterator tags in typed_elements.h.
-#if __has_include(<bits/stl_iterator.h>)
-#include <bits/stl_iterator.h>
-#else
-#include <iterator>
-#endif
 
 #include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 class CBlockAllocator;
@@ -43,9 +36,6 @@ constexpr bool g_bARE_ELEMENTS =
     !std::is_same<Value, decltype(nullptr)>::value &&
     !(std::is_floating_point<Value>::value && std::is_integral<T>::value);
 
-template <typename Iterator>
-using IteratorCategory = typename std::iterator_traits<Iterator>::iterator_category;
-
 /// For what gives a reference or nothing, and so no result.
 inline void ThrowUnlessSucceeded(QvResult res)
 {
@@ -63,7 +53,12 @@ public:
     ~CBlockGuard() { m_rAllocator.Push(m_pBlock); }
 
     void* Get() const { return m_pBlock; }
-    void* Keep() { return std::exchange(m_pBlock, nullptr); }
+    void* Keep()
+    {
+        void* const pBlock = m_pBlock;
+        m_pBlock = nullptr;
+        return pBlock;
+    }
 
 private:
     Allocator& m_rAllocator;
@@ -105,7 +100,8 @@ public:
     T* GetAt(unsigned int uIndex) { return static_cast<T*>(Base::GetAt(uIndex)); }
     const T* GetAt(unsigned int uIndex) const { return static_cast<const T*>(Base::GetAt(uIndex)); }
 
-    /// As in the base: uCount copies of an element, or elements made by default, or copies of all elements of rSrc.
+    /// Puts uCount copies of an element, or elements made by default, or copies of all elements of rSrc in front of index
+    /// uIndex. Results as of the base.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount)
     {
         static_assert(std::is_default_constructible<T>::value,
@@ -117,24 +113,28 @@ public:
         RequireCopyable<T>();
         return Base::Insert(uIndex, uCount, __builtin_addressof(rElement));
     }
+    /// Puts copies of all elements of rSrc in front of index uIndex. Results as of the base.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
     {
         RequireCopyable<T>();
         return Base::Insert(uIndex, static_cast<const Base&>(rSrc));
     }
+    /// Insert() at the end.
     [[nodiscard]] QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
 
-    /// The element is moved in; it is left alone where that fails.
+    /// Moves an element in; it is left alone where that fails.
     template <typename Movable = T>
     MovedResult<Movable> Insert(unsigned int uIndex, T&& rElement)
     {
         return Self().InsertMoved(uIndex, rElement);
     }
+    /// Moves an element to the end; it is left alone where that fails.
     template <typename Movable = T>
     MovedResult<Movable> Append(T&& rElement)
     {
         return Self().InsertMoved(GetEndIndex(), rElement);
     }
+    /// Moves an element in front of the first that does not order before it; it is left alone where that fails.
     template <typename Compare = SNaturalOrder, typename Movable = T>
     MovedResult<Movable> InsertSorted(T&& rElement, Compare compare = Compare())
     {
@@ -153,18 +153,22 @@ public:
         return Base::InsertSorted(__builtin_addressof(rElement), pfnCompare, uParam);
     }
 
-    /// Gives room for an element and counts it already: construct a T there at once.
+    // They give room for an element and count it already: construct a T there at once.
     using Base::Allocate;
     using Base::AllocateSorted;
+    /// Room for an element in its place, counted already: construct a T there at once. Results as of the base.
     template <typename Key, typename Compare>
     [[nodiscard]] QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
     {
         return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), __builtin_addressof(rKey), ppElement);
     }
 
+    /// Moves all elements of rSrc in front of index uIndex. Results as of the base.
     [[nodiscard]] QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
+    /// Moves the elements from uIndex on to rDest. Results as of the base.
     [[nodiscard]] QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
 
+    /// Shell sort, not stable, by a callback or a typed comparison.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam)
     {
         // Not the Sort() of the base, which does the same: calling a callback costs less within one module than across
@@ -177,6 +181,7 @@ public:
         Base::SortElements(CTypedComparison<T, T, Compare>(compare));
     }
 
+    /// Index of the first element from uStartIndex on that compares equal, else the end index. Cost: linear.
     template <typename Key, typename Compare = SNaturalOrder>
     unsigned int Find(unsigned int uStartIndex, const Key& rKey, Compare compare = Compare()) const
     {
@@ -188,18 +193,21 @@ public:
         return Base::Find(uStartIndex, pKey, pfnCompare, uParam);
     }
     using Base::FindSorted;
+    /// Find() in a sorted container. Cost: logarithmic in comparisons, plus one for each equal element.
     template <typename Key, typename Compare = SNaturalOrder>
     unsigned int FindSorted(const Key& rKey, Compare compare = Compare()) const
     {
         return SearchFor<Key>(compare).FindSorted(__builtin_addressof(rKey));
     }
     using Base::GetMinElementIndex;
+    /// Index of the first smallest element; 0 when empty.
     template <typename Compare = SNaturalOrder>
     unsigned int GetMinElementIndex(Compare compare = Compare()) const
     {
         return SearchFor<T>(compare).MinIndex();
     }
     using Base::GetMaxElementIndex;
+    /// Index of the first largest element; 0 when empty.
     template <typename Compare = SNaturalOrder>
     unsigned int GetMaxElementIndex(Compare compare = Compare()) const
     {
@@ -215,6 +223,7 @@ public:
     const T& front() const { return *Self().begin(); }
     T& back() { return *rbegin(); }
     const T& back() const { return *rbegin(); }
+    /// Destroys the last element, which must be there.
     void pop_back() { Self().Erase(GetEndIndex() - 1); }
 
     auto cbegin() const { return Self().begin(); }
@@ -226,7 +235,9 @@ public:
     auto crbegin() const { return rbegin(); }
     auto crend() const { return rend(); }
 
+    /// Exchanges everything with another one.
     void swap(Container& rOther) noexcept { Self() = std::move(rOther); }
+    /// Exchanges everything.
     friend void swap(Container& rFirst, Container& rSecond) noexcept { rFirst.swap(rSecond); }
 
     /// Element by element, by their ==.
@@ -280,9 +291,9 @@ private:
     const Container& Self() const { return static_cast<const Container&>(*this); }
 
     template <typename Iterator>
-    static std::reverse_iterator<Iterator> ReverseOf(Iterator it)
+    static CReverseIterator<Iterator> ReverseOf(Iterator it)
     {
-        return std::reverse_iterator<Iterator>(it);
+        return CReverseIterator<Iterator>(it);
     }
 
     template <typename Key, typename Compare>

@@ -56,6 +56,18 @@ public:
     void First();
     void Second();
 
+    /// A friend is told of as a member is.
+    friend bool operator<(const CGood& rFirst, const CGood& rSecond);
+    friend bool operator>(const CGood& rFirst, const CGood& rSecond)
+    {
+        if (rFirst == rSecond) return false;
+        return rSecond < rFirst;
+    }
+
+    // What the containers of the standard library have, they explain.
+    using value_type = int;
+    int size() const;
+
     /// Needs a text where it is declared first.
     virtual void Override();
 
@@ -64,15 +76,23 @@ private:
 };
 
 /// Another one.
-class CBetter : public CGood
+class [[nodiscard]] CBetter : public CGood
 {
+    static_assert(sizeof(CGood) != 0, "a class in whose body a statement takes more than a line");
+
 public:
+    CBetter(const CBetter&) = delete;
     void Override() override;
 };
 
 /// Start-up and shut-down.
 int InitializeGood();
 void FinalizeGood();
+
+/// Declared once, however often it is made.
+template <typename T>
+T Templated(T value);
+extern template int Templated<int>(int);
 
 namespace orvel_internal
 {

@@ -23,6 +23,13 @@ public:
     void Other();               // complaint: CUntold::Other() has no text
     void Told(int n) = delete;  // complaint: CUntold::Told(int n)=delete has no text
 
+    /// Neither does what follows another declaration.
+    void Before(int n);
+    using Name = int;     // complaint: CUntold::Name has no text
+    void Before(long n);  // complaint: CUntold::Before(long n) has no text
+    void Between();       // complaint: CUntold::Between() has no text
+    void Before(char c);  // complaint: CUntold::Before(char c) has no text
+
     /// An empty line ends what shares a comment.
     void Apart();
 
