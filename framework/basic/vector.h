@@ -420,7 +420,7 @@ public:
         const unsigned int uIndex = static_cast<unsigned int>(pPosition - data());
         const T* pElement = __builtin_addressof(rElement);
         ThrowUnlessSucceeded(GrowKeeping(pElement, [&] { return DoubleCapacity(*this, sizeof(T)); }));
-        Insert(uIndex, 1, pElement);
+        static_cast<void>(Insert(uIndex, 1, pElement));  // there is room
         return data() + uIndex;
     }
     template <typename Movable = T>

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -247,13 +248,13 @@ TYPED_TEST(CGrowth, AnElementOfTheContainerMayBeTheArgument)
         {"push_back moved", [&](Texts& r) { return r.push_back(std::move(at(r, 1))), 3u; }},
         {"emplace_back", [&](Texts& r) { return r.emplace_back(at(r, 1)), 3u; }},
         {"emplace_back part", [&](Texts& r) { return r.emplace_back(at(r, 1), 0u, 40u), 3u; }},
-        {"Append moved", [&](Texts& r) { return r.Append(std::move(at(r, 1))), 3u; }},
+        {"Append moved", [&](Texts& r) { return r.Append(std::move(at(r, 1))) == QV_RES_OK ? 3u : UINT_MAX; }},
         {"Emplace 0", [&](Texts& r) { return r.Emplace(0, at(r, 1)), 0u; }},
         {"Emplace 1", [&](Texts& r) { return r.Emplace(1, at(r, 1)), 1u; }},
         {"Emplace 3", [&](Texts& r) { return r.Emplace(3, at(r, 1)), 3u; }},
-        {"Insert 0", [&](Texts& r) { return r.Insert(0, std::move(at(r, 1))), 0u; }},
-        {"Insert 2", [&](Texts& r) { return r.Insert(2, std::move(at(r, 1))), 2u; }},
-        {"Insert copies", [&](Texts& r) { return r.Insert(0, 1, at(r, 1)), 0u; }},
+        {"Insert 0", [&](Texts& r) { return r.Insert(0, std::move(at(r, 1))) == QV_RES_OK ? 0u : UINT_MAX; }},
+        {"Insert 2", [&](Texts& r) { return r.Insert(2, std::move(at(r, 1))) == QV_RES_OK ? 2u : UINT_MAX; }},
+        {"Insert copies", [&](Texts& r) { return r.Insert(0, 1, at(r, 1)) == QV_RES_OK ? 0u : UINT_MAX; }},
         {"insert", [&](Texts& r) { return r.insert(r.begin(), at(r, 1)), 0u; }},
         {"insert moved", [&](Texts& r) { return r.insert(r.begin(), std::move(at(r, 1))), 0u; }},
         {"insert end", [&](Texts& r) { return r.insert(r.end(), std::move(at(r, 1))), 3u; }}};
