@@ -278,14 +278,6 @@ struct SAsksTwice<First, Second, std::enable_if_t<SThreeWayOrder<First, Second>:
 {
 };
 
-/// A value made of what its constructor takes, or of the members of an aggregate.
-template <typename T, typename... Arguments>
-T Made(Arguments&&... arguments)
-{
-    if constexpr (std::is_constructible<T, Arguments&&...>::value) return T(std::forward<Arguments>(arguments)...);
-    else return T{std::forward<Arguments>(arguments)...};
-}
-
 /// An element in a list in braces, of a type that takes null or an allocator as well. Those stay arguments of other
 /// constructors, as comparisons and callbacks do.
 template <typename T>

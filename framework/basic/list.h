@@ -635,7 +635,7 @@ private:
         {
             if (!IsExact())
             {
-                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                T element = orvel_internal::Made<T>(std::forward<Arguments>(arguments)...);
                 return InsertByCalls(pBefore, uIndex, rElement, element);
             }
         }

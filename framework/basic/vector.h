@@ -374,7 +374,7 @@ public:
         const unsigned int uSize = m_uSize;
         if (uSize == m_uCapacity || !MakesElements())
         {
-            AppendDoubling<T&&>(ElementOf<T>(std::forward<Arguments>(arguments)...));
+            AppendDoubling<T&&>(Made<T>(std::forward<Arguments>(arguments)...));
             return data()[m_uSize - 1];
         }
         T* const pElement = MakeElement<T>(data() + uSize, std::forward<Arguments>(arguments)...);
@@ -400,7 +400,7 @@ public:
             return __builtin_addressof(emplace_back(std::forward<Arguments>(arguments)...));
         }
         // Made before anything moves: the arguments may refer to elements.
-        T element = ElementOf<T>(std::forward<Arguments>(arguments)...);
+        T element = Made<T>(std::forward<Arguments>(arguments)...);
         return InsertMoved(uIndex, element) >= 0 ? data() + uIndex : nullptr;
     }
     QvResult InsertMoved(unsigned int uIndex, T& rElement)

@@ -525,7 +525,7 @@ private:
         {
             if (!IsExact())
             {
-                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                T element = orvel_internal::Made<T>(std::forward<Arguments>(arguments)...);
                 const QvResult res = CVListBase::Insert(uIndex, 1, __builtin_addressof(element));
                 if (res >= 0) rpElement = GetAt(uIndex);
                 return res;

@@ -117,7 +117,7 @@ constexpr void RequireCopyable()
 
 /// An element from what its constructor takes, or from the members of an aggregate.
 template <typename T, typename... Arguments>
-T ElementOf(Arguments&&... arguments)
+T Made(Arguments&&... arguments)
 {
     if constexpr (std::is_constructible<T, Arguments...>::value) return T(std::forward<Arguments>(arguments)...);
     else return T{std::forward<Arguments>(arguments)...};
@@ -126,7 +126,7 @@ T ElementOf(Arguments&&... arguments)
 template <typename T, typename... Arguments>
 T* MakeElement(void* pElement, Arguments&&... arguments)
 {
-    return ::new (pElement) T(ElementOf<T>(std::forward<Arguments>(arguments)...));
+    return ::new (pElement) T(Made<T>(std::forward<Arguments>(arguments)...));
 }
 
 /// Brings an element to raw memory, whatever it costs; the source is destroyed next.
