@@ -108,7 +108,7 @@ public:
     /// - `QV_RES_OK`: the capacity is at least uCapacity.
     /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes, or the bytes of one do not fit 32 bits.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
     ///
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
@@ -126,13 +126,13 @@ public:
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult Insert(const void* pElement);
+    [[nodiscard]] QvResult Insert(const void* pElement);
     /// Makes room in the place of pKey and counts it as an element; the caller constructs one there that compares equal
     /// to pKey. Results as of Insert(), and
     ///
     /// - `QV_RES_OK`: *ppElement is the room for the element.
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
-    QvResult AllocateSorted(const void* pKey, void** ppElement);
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, void** ppElement);
     /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow),
     /// for the caller to construct it in ...
     void* Allocate();
@@ -141,7 +141,7 @@ public:
     /// - `QV_RES_OK`: it is in.
     /// - `QV_RES_INVALID_ARGUMENT`: pElement is null.
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
-    QvResult InsertAllocated(void* pElement);
+    [[nodiscard]] QvResult InsertAllocated(void* pElement);
     /// Takes the room back instead; the caller has destroyed the element. Null is ignored.
     void EraseAllocated(void* pElement);
 
@@ -470,14 +470,14 @@ public:
     }
 
     /// Inserts a copy. Results as of CAATreeBase::Insert().
-    QvResult Insert(const T& rElement)
+    [[nodiscard]] QvResult Insert(const T& rElement)
     {
         RequireCopyable();
         if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return Insert(rElement, SNaturalOrder());
         else return CAATreeBase::Insert(__builtin_addressof(rElement));
     }
     /// Moves an element in; one that is refused is as it was.
-    QvResult Insert(T&& rrElement)
+    [[nodiscard]] QvResult Insert(T&& rrElement)
     {
         if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement);
         else if constexpr (orvel_internal::SHasNaturalOrder<T>::value)
@@ -487,7 +487,7 @@ public:
     /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is not
     /// misled, and asks that.
     template <typename Order>
-    QvResult Insert(const T& rElement, Order order)
+    [[nodiscard]] QvResult Insert(const T& rElement, Order order)
     {
         RequireCopyable();
         if (!IsOrderedBy<Order>()) return CAATreeBase::Insert(__builtin_addressof(rElement));
@@ -495,7 +495,7 @@ public:
                               [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
     }
     template <typename Order>
-    QvResult Insert(T&& rrElement, Order order)
+    [[nodiscard]] QvResult Insert(T&& rrElement, Order order)
     {
         if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement, order);
         else
@@ -511,8 +511,11 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: pInserted is null.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult Insert(const T& rElement, handle* pInserted) { return InsertBy(rElement, pInserted, SNaturalOrder()); }
-    QvResult Insert(T&& rrElement, handle* pInserted)
+    [[nodiscard]] QvResult Insert(const T& rElement, handle* pInserted)
+    {
+        return InsertBy(rElement, pInserted, SNaturalOrder());
+    }
+    [[nodiscard]] QvResult Insert(T&& rrElement, handle* pInserted)
     {
         return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
     }
@@ -527,7 +530,7 @@ public:
     }
     /// Emplace() with the results of Insert() with a handle.
     template <typename... Arguments>
-    QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
+    [[nodiscard]] QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
     {
         if (pInserted == nullptr) return QV_RES_INVALID_ARGUMENT;
         Node* pNode = nullptr;
@@ -546,25 +549,25 @@ public:
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     template <typename Order = SNaturalOrder>
-    QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(rKey, pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     template <typename Order = SNaturalOrder>
-    QvResult FindOrInsert(T&& rrKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(T&& rrKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(std::move(rrKey), pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
-    QvResult FindOrInsert(const Key& rKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(const Key& rKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(rKey, pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     /// CAATreeBase::AllocateSorted() by a key of T.
-    QvResult AllocateSorted(const T& rKey, void** ppElement)
+    [[nodiscard]] QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
         return CAATreeBase::AllocateSorted(__builtin_addressof(rKey), ppElement);
     }

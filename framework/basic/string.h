@@ -293,14 +293,15 @@ public:
     /// - `QV_RES_OK`: the characters are in, or there were none.
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or the result would be longer than uMAX_SIZE.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc, unsigned int uSize);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc,
+                                  unsigned int uSize);
     /// Puts uRepetition copies of uSize characters of rSrc, from uStartIndex on, in front of index uIndex; here too uMAX_SIZE characters mean the length of the
     /// text from there.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
-    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc, unsigned int uStartIndex,
-                    unsigned int uSize);
-    QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc,
+                                  unsigned int uStartIndex, unsigned int uSize);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
     /// Removes uSize characters; nothing happens unless they all exist.
     void Erase(unsigned int uIndex, unsigned int uSize);
     /// Removes all characters; the capacity stays.
@@ -324,7 +325,7 @@ public:
     /// Makes room for uCapacity characters, rounded up to a multiple of 32, at most uMAX_SIZE.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult ReserveCapacity(unsigned short uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned short uCapacity);
     /// Makes the capacity the larger of uCapacity and the size, rounded up likewise, if it is more.
     ///
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
@@ -385,8 +386,9 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uStartIndex is above the size, or the text is too long.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     /// - `QV_RES_FAIL`: vsnprintf() could not format.
-    QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...) __attribute__((format(printf, 3, 4)));
-    QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
+    [[nodiscard]] QvResult Format(unsigned int uStartIndex, const char* pszFormat, ...)
+        __attribute__((format(printf, 3, 4)));
+    [[nodiscard]] QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
         __attribute__((format(printf, 3, 0)));
 
     /// The number that a text is, or this string, as a whole: without white space, a plus sign or a prefix, whatever the

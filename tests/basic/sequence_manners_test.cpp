@@ -194,10 +194,10 @@ TYPED_TEST(CManners, AnAllocatorInBracesIsStillOne)
     typename TypeParam::template TOf<std::string> texts{nullptr};
     EXPECT_TRUE(pointers.IsEmpty() && derived.IsEmpty() && allocators.IsEmpty() && flags.IsEmpty());
     EXPECT_TRUE(none.IsEmpty() && texts.IsEmpty());
-    pointers.Append(nullptr);
-    derived.Append(nullptr);
-    allocators.Append(nullptr);
-    flags.Append(true);
+    EXPECT_EQ(QV_RES_OK, pointers.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, derived.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, allocators.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, flags.Append(true));
     EXPECT_EQ(4u, allocator.GetLiveBlocks());
     const typename TypeParam::template TOf<SValue<TypeParam>> values{1, 2};
     const typename TypeParam::template TOf<SValue<TypeParam>> copy{values};
@@ -220,8 +220,8 @@ TEST(CListManners, ABlockAllocatorInBracesIsStillOne)
     const CBlockAllocator blocks(64, &allocator);
     CList<int> list{blocks};
     CVList<int> vectorList{blocks};
-    list.Append(1);
-    vectorList.Append(1);
+    EXPECT_EQ(QV_RES_OK, list.Append(1));
+    EXPECT_EQ(QV_RES_OK, vectorList.Append(1));
     EXPECT_EQ(2u, allocator.GetLiveBlocks());
 }
 
