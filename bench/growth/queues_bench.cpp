@@ -103,12 +103,16 @@ void BM_HandOver(benchmark::State& rState)
         std::vector<std::thread> threads;
         for (std::int64_t n = 0; n < nPairs; ++n)
         {
-            threads.emplace_back([&] {
-                for (std::int64_t nRecord = 0; nRecord < nEach; ++nRecord) queue.Put(SRecord{{7, 8}});
-            });
-            threads.emplace_back([&] {
-                for (std::int64_t nRecord = 0; nRecord < nEach; ++nRecord) benchmark::DoNotOptimize(queue.Take());
-            });
+            threads.emplace_back(
+                [&]
+                {
+                    for (std::int64_t nRecord = 0; nRecord < nEach; ++nRecord) queue.Put(SRecord{{7, 8}});
+                });
+            threads.emplace_back(
+                [&]
+                {
+                    for (std::int64_t nRecord = 0; nRecord < nEach; ++nRecord) benchmark::DoNotOptimize(queue.Take());
+                });
         }
         for (std::thread& rThread : threads) rThread.join();
     }

@@ -19,7 +19,7 @@
   }
   menu.addEventListener("click", function () { showMenu(!root.classList.contains("menu-open")); });
   document.addEventListener("click", function (event) {
-    if (root.classList.contains("menu-open") && !nav.contains(event.target) && !menu.contains(event.target)) showMenu(false);
+    if (!nav.contains(event.target) && !menu.contains(event.target)) showMenu(false);
   });
   var current = nav.querySelector("[aria-current]");
   if (current && nav.scrollHeight > nav.clientHeight) nav.scrollTop = current.offsetTop - nav.clientHeight / 3;
@@ -31,7 +31,9 @@
     copy.className = "copy";
     copy.textContent = "Copy";
     copy.addEventListener("click", function () {
-      var lines = Array.prototype.map.call(fragment.querySelectorAll(".line"), function (line) { return line.textContent; });
+      var lines = Array.prototype.map.call(fragment.querySelectorAll(".line"), function (line) {
+        return line.textContent;
+      });
       var text = lines.join("\n").replace(/\u00a0/g, " ") + "\n";
       function done() {
         copy.textContent = "Copied";
@@ -71,7 +73,7 @@
         return {
           name: name,
           // A class is looked for without its first letter, and a name by any of its parts.
-          bare: name.replace(/^(?:~|qv_res_|qv_?)/, "").replace(/^[cis](?=[a-z])/, /^[CIS][A-Z]/.test(entry[0]) ? "" : "$&"),
+          bare: /^[CIS][A-Z]/.test(entry[0]) ? name.slice(1) : name.replace(/^(?:qv_res_|qv_?)/, ""),
           parts: entry[0].replace(/([a-z0-9])([A-Z])/g, "$1 $2").toLowerCase().split(/[^a-z0-9]+/),
           full: (entry[1] + "::" + entry[0]).toLowerCase(),
           text: entry[4].toLowerCase(),
@@ -108,10 +110,12 @@
         if (sum === Infinity) return;
       }
       // A class before its members, whatever is named alike.
-      sum = sum / words.length + kinds.indexOf(item.entry[2]) / 4 + (item.entry[1].includes("BremoFw") || item.entry[0].includes("BremoFw") ? 2 : 0);
+      sum = sum / words.length + kinds.indexOf(item.entry[2]) / 4 + (item.full.includes("bremofw") ? 2 : 0);
       found.push([sum, item.entry]);
     });
-    found.sort(function (a, b) { return a[0] - b[0] || a[1][0].length - b[1][0].length || (a[1][3] < b[1][3] ? -1 : 1); });
+    found.sort(function (a, b) {
+      return a[0] - b[0] || a[1][0].length - b[1][0].length || (a[1][3] < b[1][3] ? -1 : 1);
+    });
     return found.slice(0, 40).map(function (pair) { return pair[1]; });
   }
 
@@ -146,7 +150,9 @@
       if (entry[4]) link.appendChild(element("span", "result-text", snippet(entry[4], query)));
       list.appendChild(link);
     });
-    if (query && shown.length === 0) list.appendChild(element("p", "result-none", "Nothing is called so, and no page says it."));
+    if (query && shown.length === 0) {
+      list.appendChild(element("p", "result-none", "Nothing is called so, and no page says it."));
+    }
     list.hidden = !query;
     field.setAttribute("aria-expanded", String(!list.hidden));
     if (shown.length > 0) choose(0);
@@ -188,7 +194,7 @@
     if (!document.getElementById("search").contains(event.target)) close();
   });
   document.addEventListener("keydown", function (event) {
-    if (event.key === "/" && !/^(INPUT|TEXTAREA|SELECT)$/.test(event.target.tagName) && !event.ctrlKey && !event.metaKey) {
+    if (event.key === "/" && event.target.tagName !== "INPUT" && !event.ctrlKey && !event.metaKey) {
       field.focus();
       event.preventDefault();
     }

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "examples/host/plugin.h"
 
@@ -69,7 +68,7 @@ bool Run(int argc, char** argv)
     char** const ppszEnd = argv + argc;
     char** const ppszDashes = std::find_if(argv, ppszEnd, [](const char* psz) { return std::strcmp(psz, "--") == 0; });
     if (ppszEnd - ppszDashes < 2 || ppszDashes == argv) return Fail("usage", "host TEXT CLASS... -- PLUGIN...");
-    std::vector<std::unique_ptr<CPlugin>> plugins;
+    CVector<std::unique_ptr<CPlugin>> plugins;
     for (char** ppsz = ppszDashes + 1; ppsz != ppszEnd; ++ppsz)
     {
         plugins.push_back(std::make_unique<CPlugin>());

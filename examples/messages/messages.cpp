@@ -42,7 +42,7 @@ QvResult Pack(CMarshaler& rOut, const CBlob& rKey, const Types&... values)
     return QV_RES_OK;
 }
 
-/// Null when a message has come, else what has come instead. Whatever a peer announces, no more memory than this is taken.
+/// Null when a message has come, else what has come instead. Whatever a peer announces, it takes no more memory.
 const char* Receive(int nSocket, const CBlob& rKey, SMessage& rMessage)
 {
     unsigned char auBody[g_uMAX_BODY + g_uMAC_SIZE], auMac[g_uMAC_SIZE];
@@ -74,7 +74,7 @@ QvResult Serve(const CString& rName, const CBlob& rKey, CMarshaler& rSent)
     int anSockets[2];
     if (!rSent.ExtractAll(blobSent)) return QV_RES_OUT_OF_MEMORY;
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, anSockets) != 0) return QV_RES_FAIL;
-    const auto peer = std::async(std::launch::async, SendAndClose, anSockets[1], std::cref(blobSent));
+    const auto peer = std::async(std::launch::async, [&] { SendAndClose(anSockets[1], blobSent); });
     while ((pszInstead = Receive(anSockets[0], rKey, message)) == nullptr) ++uCount;
     std::printf("%s: %u messages, then %s\n", rName.CStr(), uCount, pszInstead);
     close(anSockets[0]);

@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "framework/framework.h"
 #include "framework/interop/standard.h"
@@ -31,9 +30,9 @@ void CountWords(std::string_view line, CCounts& rCounts)
 
 void PrintMostFrequent(const CCounts& rCounts)
 {
-    std::vector<const CCounts::value_type*> ranking;
+    CVector<const CCounts::value_type*> ranking;
     for (const auto& rEntry : rCounts) ranking.push_back(&rEntry);
-    const auto itEnd = ranking.begin() + std::min(20u, rCounts.GetSize());
+    const auto itEnd = ranking.begin() + std::min(20u, ranking.size());
     std::partial_sort(
         ranking.begin(), itEnd, ranking.end(),
         [](const auto* pFirst, const auto* pSecond)

@@ -5,21 +5,14 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/lifetime.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
-
-// std::reverse_iterator alone, for the reason that typed_elements.h has.
-#if __has_include(<bits/stl_iterator.h>)
-#include <bits/stl_iterator.h>
-#else
-#include <iterator>
-#endif
 
 /// An ordered set of equal elements of a size known at run time, each its own key; CAATree<T> is its typed front-end.
 ///
@@ -285,18 +278,6 @@ struct SAsksTwice<First, Second, std::enable_if_t<SThreeWayOrder<First, Second>:
 {
 };
 
-/// A value made of what its constructor takes, or of the members of an aggregate.
-template <typename T, typename... Arguments>
-T Made(Arguments&&... arguments)
-{
-    if constexpr (std::is_constructible<T, Arguments&&...>::value) return T(std::forward<Arguments>(arguments)...);
-    else return T{std::forward<Arguments>(arguments)...};
-}
-
-/// Arguments that come in pairs as the ends of a range do.
-template <typename Iterator>
-using IteratorOnly = typename std::iterator_traits<Iterator>::iterator_category;
-
 /// An element in a list in braces, of a type that takes null or an allocator as well. Those stay arguments of other
 /// constructors, as comparisons and callbacks do.
 template <typename T>
@@ -401,8 +382,8 @@ public:
     using typename Nodes::const_iterator;
     using typename Nodes::handle;
     using typename Nodes::iterator;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
-    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
     using key_type = T;
     using reference = T&;
     using const_reference = const T&;
@@ -443,12 +424,12 @@ public:
         : CAATree(elements.begin(), elements.end(), comparison, pAllocator)
     {
     }
-    template <typename Iterator, typename = orvel_internal::IteratorOnly<Iterator>>
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
     CAATree(Iterator itFirst, Iterator itLast, IAllocator* pAllocator = nullptr)
         : CAATree(itFirst, itLast, SNaturalOrder(), pAllocator)
     {
     }
-    template <typename Iterator, typename Comparison, typename = orvel_internal::IteratorOnly<Iterator>,
+    template <typename Iterator, typename Comparison, typename = orvel_internal::IteratorCategory<Iterator>,
               typename = ComparisonOnly<Comparison>>
     CAATree(Iterator itFirst, Iterator itLast, Comparison comparison, IAllocator* pAllocator = nullptr)
         : CAATree(comparison, pAllocator)

@@ -7,13 +7,6 @@
 #include <initializer_list>
 #include <type_traits>
 
-// std::reverse_iterator alone: <iterator> brings the iterators of the streams as well.
-#if __has_include(<bits/stl_iterator.h>)
-#include <bits/stl_iterator.h>
-#else
-#include <iterator>
-#endif
-
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/basic/marshaler.h"
 #include "framework/basic/vector.h"
@@ -97,8 +90,8 @@ public:
     using const_pointer = const unsigned char*;
     using iterator = unsigned char*;
     using const_iterator = const unsigned char*;
-    using reverse_iterator = std::reverse_iterator<iterator>;
-    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+    using reverse_iterator = orvel_internal::CReverseIterator<iterator>;
+    using const_reverse_iterator = orvel_internal::CReverseIterator<const_iterator>;
 
     /// Stands for "up to the end" where a number of bytes is asked for.
     static constexpr unsigned int uTO_END = 0xFFFFFFFF;
@@ -116,10 +109,10 @@ public:
     }
     /// A copy of the bytes, or of what converts to them, from itFirst up to itLast, in exactly the room they need where
     /// they can be counted beforehand. Throws std::bad_alloc if memory does not allow.
-    template <typename Iterator, typename = typename std::iterator_traits<Iterator>::iterator_category>
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
     QV_HIDDEN CBlob(Iterator itFirst, Iterator itLast) : CBlob()
     {
-        using Category = typename std::iterator_traits<Iterator>::iterator_category;
+        using Category = orvel_internal::IteratorCategory<Iterator>;
         if constexpr (!std::is_base_of<std::forward_iterator_tag, Category>::value)
         {
             for (; itFirst != itLast; ++itFirst) push_back(static_cast<unsigned char>(*itFirst));

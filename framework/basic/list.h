@@ -5,7 +5,6 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -13,6 +12,7 @@
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A doubly linked list of equal elements of a size known at run time; CList<T> is its typed front-end.
@@ -634,7 +634,7 @@ private:
         {
             if (!IsExact())
             {
-                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                T element = orvel_internal::Made<T>(std::forward<Arguments>(arguments)...);
                 return InsertByCalls(pBefore, uIndex, rElement, element);
             }
         }

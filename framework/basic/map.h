@@ -3,12 +3,12 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/aatree.h"
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// What a CMap<K, V> holds. As `auto& [key, value]` it is taken apart.
@@ -129,7 +129,7 @@ public:
         : CMap(entries.begin(), entries.end(), pAllocator)
     {
     }
-    template <typename Iterator, typename = orvel_internal::IteratorOnly<Iterator>>
+    template <typename Iterator, typename = orvel_internal::IteratorCategory<Iterator>>
     CMap(Iterator itFirst, Iterator itLast, IAllocator* pAllocator = nullptr) : CMap(pAllocator)
     {
         for (; itFirst != itLast; ++itFirst)

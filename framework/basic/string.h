@@ -6,13 +6,13 @@
 #include <string.h>
 
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/typed_elements.h"
 #include "framework/basic/marshaler.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/mutex.h"
 #include "framework/kernel/result.h"
 

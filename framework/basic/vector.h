@@ -6,7 +6,6 @@
 #include <initializer_list>
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -15,6 +14,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/kernel/export.h"
 #include "framework/kernel/internal/is_within.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A contiguous array of equal elements of a size known at run time; CVector<T> is its typed front-end.
@@ -373,7 +373,7 @@ public:
         const unsigned int uSize = m_uSize;
         if (uSize == m_uCapacity || !MakesElements())
         {
-            AppendDoubling<T&&>(ElementOf<T>(std::forward<Arguments>(arguments)...));
+            AppendDoubling<T&&>(Made<T>(std::forward<Arguments>(arguments)...));
             return data()[m_uSize - 1];
         }
         T* const pElement = MakeElement<T>(data() + uSize, std::forward<Arguments>(arguments)...);
@@ -399,7 +399,7 @@ public:
             return __builtin_addressof(emplace_back(std::forward<Arguments>(arguments)...));
         }
         // Made before anything moves: the arguments may refer to elements.
-        T element = ElementOf<T>(std::forward<Arguments>(arguments)...);
+        T element = Made<T>(std::forward<Arguments>(arguments)...);
         return InsertMoved(uIndex, element) >= 0 ? data() + uIndex : nullptr;
     }
     QvResult InsertMoved(unsigned int uIndex, T& rElement)

@@ -4,7 +4,6 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/allocator.h"
 #include "framework/basic/internal/grow_capacity.h"
@@ -13,6 +12,7 @@
 #include "framework/basic/internal/typed_sequence.h"
 #include "framework/basic/vector.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// A sequence of equal elements of a size known at run time, each in a block of its own, with an array of their
@@ -524,7 +524,7 @@ private:
         {
             if (!IsExact())
             {
-                T element = orvel_internal::ElementOf<T>(std::forward<Arguments>(arguments)...);
+                T element = orvel_internal::Made<T>(std::forward<Arguments>(arguments)...);
                 const QvResult res = CVListBase::Insert(uIndex, 1, __builtin_addressof(element));
                 if (res >= 0) rpElement = GetAt(uIndex);
                 return res;

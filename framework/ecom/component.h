@@ -2,11 +2,11 @@
 #define FRAMEWORK_ECOM_COMPONENT_H
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "framework/ecom/ecom.h"
 #include "framework/ecom/guid.h"
 #include "framework/ecom/unknown.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 /// Helpers that make a component a matter of a few lines; components can be used and written without them.
@@ -110,7 +110,12 @@ public:
         return ptr;
     }
     /// Gives the reference away, still counted; this is null then.
-    Interface* Detach() { return std::exchange(m_pInterface, nullptr); }
+    Interface* Detach()
+    {
+        Interface* const pInterface = m_pInterface;
+        m_pInterface = nullptr;
+        return pInterface;
+    }
 
     /// Makes an object and holds its interface. Results as of CreateEComInstance(); this is null after a failure.
     [[nodiscard]] QvResult CreateInstance(const SEComGuid* pClsid, IEComUnknown* pOuterUnknown = nullptr)

@@ -828,7 +828,8 @@ TEST(CTypedTreeManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
     EXPECT_FALSE(CAATree<SUser>({{7, ""}}, SByNumber()).contains(8u, SByNumber()));
 
     const Tree other = {1, 2, 4};
-    EXPECT_TRUE(tree == Tree({3, 2, 1}) && tree != other && !(tree == other) && tree != Tree({1, 2}));
+    EXPECT_TRUE(tree == Tree({3, 2, 1}) && tree != other && !(tree == other) && tree != Tree({1, 2}) &&
+                Tree({1, 2}) != tree);
     EXPECT_FALSE(tree == Tree({1, 2, 3}, SDescending())) << "one by one";
     Tree exchanged = {9};
     swap(tree, exchanged);

@@ -69,7 +69,7 @@ run_tests() {
   fi
   [[ ${1-} != -* && $# -le 2 ]] || die "it is ./dev test [--quick] [FILTER [CASES]]"
   local filter=${1:-.} cases=${2-}
-  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libssl-dev zlib1g-dev dpkg-dev file gdb pkgconf libfmt-dev python3
+  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libgmock-dev libssl-dev zlib1g-dev dpkg-dev file gdb pkgconf libfmt-dev python3
   export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 TSAN_OPTIONS=halt_on_error=1
   if [[ -n $cases ]]; then export GTEST_FILTER=$cases; fi
   configure release TESTS EXAMPLES
@@ -114,7 +114,7 @@ stress() {
   done
   [[ -z $module || -f stress/${module}_stress.cpp ]] ||
     die "no stress test is called '$module'; these are: $(cd stress && echo *_stress.cpp | sed 's/_stress\.cpp//g')"
-  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libssl-dev
+  need g++ cmake ninja-build clang libclang-rt-14-dev llvm libgtest-dev libgmock-dev libssl-dev
   configure tsan TESTS EXAMPLES
   export STRESS_SECONDS=$seconds TSAN_OPTIONS=halt_on_error=1
   build_and_run tsan -R "^stress\.${module:-.*}$" --timeout "$((seconds * 10 + 600))"
@@ -122,7 +122,7 @@ stress() {
 }
 
 coverage() {
-  need g++ cmake ninja-build libgtest-dev libssl-dev gcovr
+  need g++ cmake ninja-build libgtest-dev libgmock-dev libssl-dev gcovr
   configure coverage TESTS
   compile coverage all
   find build/coverage -name '*.gcda' -delete

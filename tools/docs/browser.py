@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""browser.py [--pictures DIRECTORY] SITE [PAGE...]: uses the site in a browser as a reader does, from the file system, and
-fails where something is not found. With --pictures it takes pictures of the pages instead, light and dark, as a desktop
-and as a telephone shows them. (Debian's Python: it has the driver.)"""
+"""browser.py [--pictures DIRECTORY] SITE [PAGE...]: uses the site in a browser as a reader does, from the file system,
+and fails where something is not found. With --pictures it takes pictures of the pages instead, light and dark, as a
+desktop and as a telephone shows them. (Debian's Python: it has the driver.)"""
 import argparse
 import sys
 from pathlib import Path
@@ -16,8 +16,8 @@ from selenium.webdriver.support.ui import WebDriverWait
 
 SIZES = {"desktop": (1280, 900), "telephone": (390, 844)}
 # What somebody types, and what must come first.
-SEARCHES = [("CVector", "CVector"), ("vector", "CVector"), ("map", "CMap"), ("string", "CString"), ("sha256", "CSha256"),
-            ("ALREADY_EXISTS", "QV_RES_ALREADY_EXISTS"), ("QvFailed", "QvFailed"), ("time zone", "CTimeZone"),
+SEARCHES = [("CVector", "CVector"), ("vector", "CVector"), ("map", "CMap"), ("string", "CString"),
+            ("sha256", "CSha256"), ("ALREADY_EXISTS", "QV_RES_ALREADY_EXISTS"), ("QvFailed", "QvFailed"), ("time zone", "CTimeZone"),
             ("RESERVECAPACITY", "ReserveCapacity"), ("framework/basic/list.h", "framework/basic/list.h"),
             ("return_if", "QV_RETURN_IF_FAILED"), ("CMarshalReader", "CMarshalReader")]
 
@@ -25,8 +25,8 @@ SEARCHES = [("CVector", "CVector"), ("vector", "CVector"), ("map", "CMap"), ("st
 def start():
     options = Options()
     options.binary_location = "/usr/bin/chromium"
-    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--force-color-profile=srgb",
-                     "--host-resolver-rules=MAP * ~NOTFOUND"):
+    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
+                     "--force-color-profile=srgb", "--host-resolver-rules=MAP * ~NOTFOUND"):
         options.add_argument(argument)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""check_pages.py: the tree's Markdown pages: links and their places, pictures that are older than their sources, spelling;
-the manual page of the journal; and misspellings in the sources."""
+"""check_pages.py: the tree's Markdown pages: links and their places, pictures that are older than their sources,
+spelling; the manual page of the journal; and misspellings in the sources."""
 import re
 import subprocess
 import sys
@@ -14,10 +14,15 @@ ROOT = pages.ROOT
 WORDS = ROOT / "docs/words.txt"
 
 
+def files(*patterns):
+    """Those of the tree that git knows, or would take."""
+    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard", *patterns], cwd=ROOT,
+                            check=True, capture_output=True, text=True).stdout.split()
+    return [path for path in listed if (ROOT / path).exists()]
+
+
 def all_markdown():
-    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard", "*.md"], cwd=ROOT, check=True,
-                            capture_output=True, text=True).stdout.split()
-    return [pages.read(path) for path in listed if (ROOT / path).exists()]
+    return [pages.read(path) for path in files("*.md")]
 
 
 def link_complaints(site_pages):
@@ -63,19 +68,18 @@ def spelling_complaints(site_pages):
 
 def source_complaints():
     """Common misspellings in what else the tree holds: comments, messages, scripts. Names and strings are left out."""
-    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=ROOT, check=True,
-                            capture_output=True, text=True).stdout.split()
-    files = [path for path in listed if re.search(r"\.(h|cpp|py|sh|cmake|css|js|1|dot)$|(^|/)(CMakeLists\.txt|dev|Doxyfile)$", path)
-             and (ROOT / path).exists()]
+    sources = files("*.h", "*.cpp", "*.py", "*.sh", "*.cmake", "*.css", "*.js", "*.1", "*.dot", "*CMakeLists.txt", "dev",
+                    "docs/Doxyfile")
     yield from subprocess.run(["codespell", "--quiet-level=3", r"--ignore-regex=\b\w+[A-Z]\w*|\"[^\"]*\"|^\.\w\w\b",
-                               "--ignore-words-list=statics", *files], cwd=ROOT, check=False, capture_output=True,
+                               "--ignore-words-list=statics", *sources], cwd=ROOT, check=False, capture_output=True,
                               text=True).stdout.splitlines()
 
 
 def manual_complaints():
     """The journal's manual page: its form, and that it has the options that the program has."""
     path = "examples/journal/journal.1"
-    lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", path], cwd=ROOT, check=False, capture_output=True, text=True)
+    lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", path], cwd=ROOT, check=False, capture_output=True,
+                          text=True)
     yield from (line.removeprefix("mandoc: ") for line in (lint.stdout + lint.stderr).splitlines())
     items = "".join(re.findall(r"^\.It Fl .*\n", (ROOT / path).read_text(), re.M))
     told = set(re.findall(r"Fl \\-(\w+)", items))

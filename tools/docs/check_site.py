@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""check_site.py SITE: links that lead nowhere, pages that nothing leads to or that have no way back, and HTML that is not
-closed as it was opened."""
+"""check_site.py SITE: links that lead nowhere, pages that nothing leads to or that have no way back, and HTML that is
+not closed as it was opened."""
 import sys
 from html.parser import HTMLParser
 from pathlib import Path

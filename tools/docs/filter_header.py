@@ -109,8 +109,8 @@ def members(body):
                     declaration = body[place:rest]
                 else:
                     # What stands between the parameters and the code initialises members.
-                    head = re.sub(r"\)((?:\s*(?:const|override|noexcept))*)\s*:(?!:).*", r")\1", body[place:end].rstrip(),
-                                  flags=re.S)
+                    head = re.sub(r"\)((?:\s*(?:const|override|noexcept))*)\s*:(?!:).*", r")\1",
+                                  body[place:end].rstrip(), flags=re.S)
                     declaration = head.rstrip() + ";"
                 break
             end += 1
@@ -194,7 +194,7 @@ class Internals:
             return []
         own, bases = instance
         named = {member.name() for member in own}
-        out = [other for member in own if member.access == "public" and not member.declaration.startswith(("~", "static_assert"))
+        out = [other for member in own if member.access == "public" and not re.match("~|static_assert", member.declaration)
                for other in self.resolved(member)]
         for access, base in bases:
             if access == "public":
@@ -231,8 +231,8 @@ def shared_calls(internals, name, base, own):
                              member.declaration)
         declaration = re.sub(r"(?:orvel_internal::)?CVectorOf<T>(?=[&:,)])", name, declaration)
         declaration = re.sub(r"\bMovedResult<\w+>", "QvResult", declaration)
-        lines.append(("\n" if member.apart or member.comment else "") + (member.comment + "\n" if member.comment else "")
-                     + declaration.replace("orvel_internal::", ""))
+        lines.append(("\n" if member.apart or member.comment else "")
+                     + (member.comment + "\n" if member.comment else "") + declaration.replace("orvel_internal::", ""))
     return "\n".join(lines)
 
 
@@ -249,7 +249,8 @@ def with_shared_calls(text, header):
         handles = handles or "CTypedNodes" in reference
         begin, end = body_of(text, match.end())
         calls = shared_calls(internals, match["name"], reference, members(text[begin:end]))
-        body = re.sub(r"^    using (?:typename )?(Sequence|Elements|Nodes|Vector)::\w+;\n", "", text[begin:end], flags=re.M)
+        body = re.sub(r"^    using (?:typename )?(Sequence|Elements|Nodes|Vector)::\w+;\n", "", text[begin:end],
+                      flags=re.M)
         head = match[0].replace(match["bases"], "").rstrip()
         out += text[place:match.start()] + head + "\n{" + body + "\npublic:\n" + calls + "\n"
         place = end

@@ -49,7 +49,7 @@ def lines_with_kind(text):
             blank.append(line)
             continue
         # Between lines of indented code, empty lines are code as well.
-        is_code = not fence and not found and not in_list and line.startswith("    ") and (in_code or may_begin or blank)
+        is_code = line.startswith("    ") and not (fence or found or in_list) and (in_code or may_begin or blank)
         for empty in blank:
             yield ("code" if in_code and is_code else "text"), empty
         may_begin, blank = bool(blank), []
@@ -87,7 +87,8 @@ def label_of(path):
 
 def read(path):
     # A comment is for who writes the page, or for a test of it.
-    text = re.sub(r"^<!--.*?-->$", lambda match: "\n" * match[0].count("\n"), (ROOT / path).read_text(), flags=re.M | re.S)
+    text = re.sub(r"^<!--.*?-->$", lambda match: "\n" * match[0].count("\n"), (ROOT / path).read_text(),
+                  flags=re.M | re.S)
     page = Page(path, label_of(path), text)
     taken = {}
     for kind, line in lines_with_kind(page.text):
@@ -144,8 +145,8 @@ def guide_paths():
 def all_pages():
     """Every page that the site shows."""
     paths = ["README.md"] + guide_paths()
-    paths += [path for path in ("docs/figures.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md", "examples/README.md")
-              if (ROOT / path).exists()]
+    others = ("docs/figures.md", "ARCHITECTURE.md", "CHANGELOG.md", "CONTRIBUTING.md", "examples/README.md")
+    paths += [path for path in others if (ROOT / path).exists()]
     paths += sorted(str(file.relative_to(ROOT)) for file in (ROOT / "examples").glob("*/README.md"))
     return [read(path) for path in paths]
 

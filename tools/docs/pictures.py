@@ -6,7 +6,8 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 FOLDER = ROOT / "docs/pictures"
-# What a source says by class="..." (accent, muted, warn, free) decides the colours, and the page's theme what these are.
+# What a source says by class="..." (accent, strong, muted, warn, free) decides the colours, and the page's theme what
+# these are.
 STYLE = (ROOT / "docs/theme/picture.css").read_text()
 DEFAULTS = ["-Gbgcolor=transparent", "-Gfontname=Helvetica", "-Nfontname=Helvetica", "-Efontname=Helvetica",
             "-Gfontsize=12", "-Nfontsize=12", "-Efontsize=11", "-Earrowsize=0.7", "-Gpad=0.1"]
@@ -30,8 +31,8 @@ def draw(source):
     svg = re.sub(r' font-family="[^"]*"', "", svg)
     svg = re.sub(r"<title>.*?</title>\n?", "", svg, flags=re.S)
     size = re.search(r'<svg width="(\d+)pt" height="(\d+)pt"', svg)
-    svg = re.sub(r'<svg width="\d+pt" height="\d+pt"', f'<svg class="picture" width="{round(int(size[1]) * 4 / 3)}"', svg,
-                 count=1)
+    width = round(int(size[1]) * 4 / 3)
+    svg = re.sub(r'<svg width="\d+pt" height="\d+pt"', f'<svg class="picture" width="{width}"', svg, count=1)
     svg = svg.replace("<g ", f"<style>\n{STYLE}</style>\n<g ", 1)
     return f"<!-- {source.name} {fingerprint(source)} -->\n{svg}"
 
@@ -50,7 +51,8 @@ def by_theme(style):
         def under(root):
             return "\n".join(", ".join(f"{root} {part.strip()}" for part in selectors.split(",")) + f" {{{text}}}"
                              for selectors, text in rules)
-        return f"@media (prefers-color-scheme: dark) {{\n{under('html:not(.light-mode)')}\n}}\n{under('html.dark-mode')}"
+        preferred = under("html:not(.light-mode)")
+        return f"@media (prefers-color-scheme: dark) {{\n{preferred}\n}}\n{under('html.dark-mode')}"
     return re.sub(r"@media \(prefers-color-scheme: dark\) \{((?:[^{}]*\{[^{}]*\})*)\s*\}", split, style)
 
 
@@ -59,6 +61,11 @@ def inline(path, number):
     svg = (ROOT / path).read_text()
     svg = svg[svg.index("<svg"):]
     drawn_here = (ROOT / path).parent == FOLDER
-    svg = re.sub(r"<style>.*?</style>\n?", lambda match: "" if drawn_here else by_theme(match[0]), svg, count=1, flags=re.S)
+    svg = re.sub(r"<style>.*?</style>\n?", lambda match: "" if drawn_here else by_theme(match[0]), svg, count=1,
+                 flags=re.S)
+    # On a small screen a wide picture is moved rather than made too small to be read.
+    if width := re.search(r'<svg class="\w+"[^>]*? width="(\d+)"', svg):
+        least = min(int(width[1]) * 13 // 20, 760)
+        svg = svg.replace("<svg", f'<svg style="min-width: {least}px"', 1)
     svg = re.sub(r'\bid="([^"]*)"', lambda match: f'id="picture{number}_{match[1]}"', svg)
     return re.sub(r"url\(#|href=\"#", lambda match: f"{match[0]}picture{number}_", svg)

@@ -5,7 +5,6 @@
 
 #include <new>
 #include <type_traits>
-#include <utility>
 
 // The iterator tags alone: <iterator> brings the iterators of the streams as well, and a program would take longer to
 // compile for them than for the whole framework.
@@ -21,6 +20,7 @@
 
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/kernel/export.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 #if defined(__clang__)
@@ -117,7 +117,7 @@ constexpr void RequireCopyable()
 
 /// An element from what its constructor takes, or from the members of an aggregate.
 template <typename T, typename... Arguments>
-T ElementOf(Arguments&&... arguments)
+T Made(Arguments&&... arguments)
 {
     if constexpr (std::is_constructible<T, Arguments...>::value) return T(std::forward<Arguments>(arguments)...);
     else return T{std::forward<Arguments>(arguments)...};
@@ -126,7 +126,7 @@ T ElementOf(Arguments&&... arguments)
 template <typename T, typename... Arguments>
 T* MakeElement(void* pElement, Arguments&&... arguments)
 {
-    return ::new (pElement) T(ElementOf<T>(std::forward<Arguments>(arguments)...));
+    return ::new (pElement) T(Made<T>(std::forward<Arguments>(arguments)...));
 }
 
 /// Brings an element to raw memory, whatever it costs; the source is destroyed next.
@@ -330,6 +330,66 @@ struct SIteratorTypes
     using difference_type = ptrdiff_t;
     using pointer = T*;
     using reference = T&;
+};
+
+template <typename Iterator>
+using IteratorCategory = typename std::iterator_traits<Iterator>::iterator_category;
+
+/// std::reverse_iterator, whose header takes as long as all that is included here.
+template <typename Iterator>
+class CReverseIterator
+    : public SIteratorTypes<std::remove_reference_t<decltype(*std::declval<Iterator>())>, IteratorCategory<Iterator>>
+{
+public:
+    CReverseIterator() : m_it() {}
+    explicit CReverseIterator(Iterator it) : m_it(it) {}
+    template <typename Other, typename = std::enable_if_t<std::is_convertible<const Other&, Iterator>::value>>
+    CReverseIterator(const CReverseIterator<Other>& rOther) : m_it(rOther.base())
+    {
+    }
+
+    /// What it stands behind.
+    Iterator base() const { return m_it; }
+    auto& operator*() const
+    {
+        Iterator it = m_it;
+        return *--it;
+    }
+    auto* operator->() const { return __builtin_addressof(**this); }
+    auto& operator[](ptrdiff_t nOffset) const { return *(*this + nOffset); }
+
+    CReverseIterator& operator++()
+    {
+        --m_it;
+        return *this;
+    }
+    CReverseIterator& operator--()
+    {
+        ++m_it;
+        return *this;
+    }
+    CReverseIterator operator++(int) { return CReverseIterator(m_it--); }
+    CReverseIterator operator--(int) { return CReverseIterator(m_it++); }
+    CReverseIterator& operator+=(ptrdiff_t nOffset)
+    {
+        m_it -= nOffset;
+        return *this;
+    }
+    CReverseIterator& operator-=(ptrdiff_t nOffset) { return *this += -nOffset; }
+    friend CReverseIterator operator+(CReverseIterator it, ptrdiff_t nOffset) { return it += nOffset; }
+    friend CReverseIterator operator+(ptrdiff_t nOffset, CReverseIterator it) { return it += nOffset; }
+    friend CReverseIterator operator-(CReverseIterator it, ptrdiff_t nOffset) { return it -= nOffset; }
+    friend auto operator-(CReverseIterator it1, CReverseIterator it2) { return it2.m_it - it1.m_it; }
+
+    friend bool operator==(CReverseIterator it1, CReverseIterator it2) { return it1.m_it == it2.m_it; }
+    friend bool operator!=(CReverseIterator it1, CReverseIterator it2) { return it1.m_it != it2.m_it; }
+    friend bool operator<(CReverseIterator it1, CReverseIterator it2) { return it2.m_it < it1.m_it; }
+    friend bool operator>(CReverseIterator it1, CReverseIterator it2) { return it2 < it1; }
+    friend bool operator<=(CReverseIterator it1, CReverseIterator it2) { return !(it2 < it1); }
+    friend bool operator>=(CReverseIterator it1, CReverseIterator it2) { return !(it1 < it2); }
+
+private:
+    Iterator m_it;
 };
 
 /// A handle that walks as a bidirectional iterator; the end designates no element.

@@ -4,11 +4,11 @@
 
 #include <initializer_list>
 #include <type_traits>
-#include <utility>
 
 #include "framework/basic/internal/grow_capacity.h"
 #include "framework/basic/internal/ordered_sequence.h"
 #include "framework/basic/internal/typed_elements.h"
+#include "framework/kernel/internal/move.h"
 #include "framework/kernel/result.h"
 
 class CBlockAllocator;
@@ -36,9 +36,6 @@ constexpr bool g_bARE_ELEMENTS =
     !std::is_same<Value, decltype(nullptr)>::value &&
     !(std::is_floating_point<Value>::value && std::is_integral<T>::value);
 
-template <typename Iterator>
-using IteratorCategory = typename std::iterator_traits<Iterator>::iterator_category;
-
 /// For what gives a reference or nothing, and so no result.
 inline void ThrowUnlessSucceeded(QvResult res)
 {
@@ -56,68 +53,16 @@ public:
     ~CBlockGuard() { m_rAllocator.Push(m_pBlock); }
 
     void* Get() const { return m_pBlock; }
-    void* Keep() { return std::exchange(m_pBlock, nullptr); }
+    void* Keep()
+    {
+        void* const pBlock = m_pBlock;
+        m_pBlock = nullptr;
+        return pBlock;
+    }
 
 private:
     Allocator& m_rAllocator;
     void* m_pBlock;
-};
-
-/// std::reverse_iterator, whose header takes as long as all that is included here.
-template <typename Iterator>
-class CReverseIterator
-    : public SIteratorTypes<std::remove_reference_t<decltype(*std::declval<Iterator>())>, IteratorCategory<Iterator>>
-{
-public:
-    CReverseIterator() : m_it() {}
-    explicit CReverseIterator(Iterator it) : m_it(it) {}
-    template <typename Other, typename = std::enable_if_t<std::is_convertible<const Other&, Iterator>::value>>
-    CReverseIterator(const CReverseIterator<Other>& rOther) : m_it(rOther.base())
-    {
-    }
-
-    /// What it stands behind.
-    Iterator base() const { return m_it; }
-    auto& operator*() const
-    {
-        Iterator it = m_it;
-        return *--it;
-    }
-    auto* operator->() const { return __builtin_addressof(**this); }
-    auto& operator[](ptrdiff_t nOffset) const { return *(*this + nOffset); }
-
-    CReverseIterator& operator++()
-    {
-        --m_it;
-        return *this;
-    }
-    CReverseIterator& operator--()
-    {
-        ++m_it;
-        return *this;
-    }
-    CReverseIterator operator++(int) { return CReverseIterator(m_it--); }
-    CReverseIterator operator--(int) { return CReverseIterator(m_it++); }
-    CReverseIterator& operator+=(ptrdiff_t nOffset)
-    {
-        m_it -= nOffset;
-        return *this;
-    }
-    CReverseIterator& operator-=(ptrdiff_t nOffset) { return *this += -nOffset; }
-    friend CReverseIterator operator+(CReverseIterator it, ptrdiff_t nOffset) { return it += nOffset; }
-    friend CReverseIterator operator+(ptrdiff_t nOffset, CReverseIterator it) { return it += nOffset; }
-    friend CReverseIterator operator-(CReverseIterator it, ptrdiff_t nOffset) { return it -= nOffset; }
-    friend auto operator-(CReverseIterator it1, CReverseIterator it2) { return it2.m_it - it1.m_it; }
-
-    friend bool operator==(CReverseIterator it1, CReverseIterator it2) { return it1.m_it == it2.m_it; }
-    friend bool operator!=(CReverseIterator it1, CReverseIterator it2) { return it1.m_it != it2.m_it; }
-    friend bool operator<(CReverseIterator it1, CReverseIterator it2) { return it2.m_it < it1.m_it; }
-    friend bool operator>(CReverseIterator it1, CReverseIterator it2) { return it2 < it1; }
-    friend bool operator<=(CReverseIterator it1, CReverseIterator it2) { return !(it2 < it1); }
-    friend bool operator>=(CReverseIterator it1, CReverseIterator it2) { return !(it1 < it2); }
-
-private:
-    Iterator m_it;
 };
 
 /// The typed operations of vector, list and vector-list.
