@@ -805,6 +805,7 @@ TEST(CTypedTreeManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
     using Tree = CAATree<int>;
     static_assert(std::ranges::bidirectional_range<Tree> && std::ranges::bidirectional_range<const Tree>);
     static_assert(std::ranges::sized_range<const Tree> && std::ranges::common_range<Tree>);
+    static_assert(!std::sized_sentinel_for<Tree::iterator, Tree::const_iterator>);
     static_assert(std::is_same_v<Tree::value_type, int> && std::is_same_v<Tree::key_type, int> &&
                   std::is_same_v<Tree::size_type, unsigned int> && std::is_same_v<Tree::difference_type, ptrdiff_t> &&
                   std::is_same_v<Tree::reference, int&> && std::is_same_v<Tree::const_reference, const int&>);

@@ -60,6 +60,8 @@ struct SValue
 static_assert(std::ranges::contiguous_range<CVector<int>> && std::ranges::contiguous_range<const CVector<int>>);
 static_assert(std::ranges::random_access_range<CVList<int>> && std::ranges::random_access_range<const CVList<int>>);
 static_assert(std::ranges::bidirectional_range<CList<int>> && std::ranges::bidirectional_range<const CList<int>>);
+// The addresses of nodes tell no distance.
+static_assert(!std::sized_sentinel_for<CList<int>::iterator, CList<int>::iterator>);
 static_assert(std::random_access_iterator<CVector<int>::reverse_iterator>);
 static_assert(std::random_access_iterator<CVList<int>::const_reverse_iterator>);
 static_assert(std::bidirectional_iterator<CList<int>::reverse_iterator>);
