@@ -451,8 +451,7 @@ public:
     }
     CAATree& operator=(const CAATree& rSrc)
     {
-        static_assert(orvel_internal::SIsCopyable<T>::value,
-                      "the elements cannot be copied: their container can only be moved");
+        orvel_internal::RequireCopyable<T>();
         CAATreeBase::operator=(rSrc);
         return *this;
     }
@@ -472,7 +471,7 @@ public:
     /// Inserts a copy. Results as of CAATreeBase::Insert().
     [[nodiscard]] QvResult Insert(const T& rElement)
     {
-        RequireCopyable();
+        orvel_internal::RequireCopyable<T>();
         if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return Insert(rElement, SNaturalOrder());
         else return CAATreeBase::Insert(__builtin_addressof(rElement));
     }
@@ -489,7 +488,7 @@ public:
     template <typename Order>
     [[nodiscard]] QvResult Insert(const T& rElement, Order order)
     {
-        RequireCopyable();
+        orvel_internal::RequireCopyable<T>();
         if (!IsOrderedBy<Order>()) return CAATreeBase::Insert(__builtin_addressof(rElement));
         return InsertReserved(rElement, order,
                               [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
@@ -716,12 +715,6 @@ protected:
     }
 
 private:
-    static constexpr void RequireCopyable()
-    {
-        static_assert(orvel_internal::SIsCopyable<T>::value,
-                      "the element cannot be copied: move it in, or make it in place with Emplace()");
-    }
-
     // Where the search for a place ends: at an equal element, or below which node, the sentinel in an empty tree.
     struct SPlace
     {
@@ -991,7 +984,7 @@ private:
     {
         if constexpr (std::is_same<Key, const T&>::value || (std::is_same<Key, T>::value && ms_bMOVED_AS_COPIED))
         {
-            RequireCopyable();
+            orvel_internal::RequireCopyable<T>();
             this->ConstructFrom(pElement, __builtin_addressof(rrKey));
         }
         else
