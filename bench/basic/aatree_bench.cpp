@@ -22,7 +22,7 @@ void BM_FindOurs(benchmark::State& rState)
 {
     const std::vector<int> numbers = ShuffledInts(rState.range(0));
     CAATree<int> tree(OpaqueCompare(), 0);
-    for (const int n : numbers) tree.Insert(n);
+    for (const int n : numbers) static_cast<void>(tree.Insert(n));
     std::size_t uNext = 0;
     for (auto _ : rState)
     {
@@ -50,7 +50,7 @@ void BM_InsertOurs(benchmark::State& rState)
     CAATree<int> tree(OpaqueCompare(), 0);
     for (auto _ : rState)
     {
-        for (const int n : numbers) tree.Insert(n);
+        for (const int n : numbers) static_cast<void>(tree.Insert(n));
         rState.PauseTiming();
         tree.EraseAll();
         tree.ReduceCapacity(0);
@@ -81,7 +81,7 @@ void BM_EraseOurs(benchmark::State& rState)
     {
         rState.PauseTiming();
         tree.ReduceCapacity(0);
-        for (const int n : numbers) tree.Insert(n);
+        for (const int n : numbers) static_cast<void>(tree.Insert(n));
         rState.ResumeTiming();
         for (const int n : numbers) tree.EraseElement(n);
     }
@@ -106,7 +106,7 @@ template <bool BY_INDEX>
 void BM_ScanOurs(benchmark::State& rState)
 {
     CAATree<int> tree(OpaqueCompare(), 0);
-    for (const int n : ShuffledInts(rState.range(0))) tree.Insert(n);
+    for (const int n : ShuffledInts(rState.range(0))) static_cast<void>(tree.Insert(n));
     for (auto _ : rState)
     {
         int nSum = 0;
@@ -145,7 +145,7 @@ void Fill(Tree& rTree, const std::vector<int>& rNumbers)
 }
 void Fill(CAATree<int>& rTree, const std::vector<int>& rNumbers)
 {
-    for (const int n : rNumbers) rTree.Insert(n);
+    for (const int n : rNumbers) static_cast<void>(rTree.Insert(n));
 }
 const int& ValueOf(const CAATree<int>& rTree, int n)
 {
@@ -224,9 +224,9 @@ void BM_WordsOurs(benchmark::State& rState)
                     [&](const char* pcWord, std::size_t uSize)
                     {
                         word.strText.EraseAll();
-                        word.strText.Insert(0, 1, pcWord, static_cast<unsigned int>(uSize));
+                        static_cast<void>(word.strText.Insert(0, 1, pcWord, static_cast<unsigned int>(uSize)));
                         if (const auto found = words.Find(word)) ++found->nCount;
-                        else words.Insert(word);
+                        else static_cast<void>(words.Insert(word));
                     });
         benchmark::DoNotOptimize(words.GetSize());
     }

@@ -12,10 +12,10 @@ namespace
 void BM_FillAndClearOurs(benchmark::State& rState)
 {
     CList<int> list;
-    list.ReserveCapacity(static_cast<unsigned int>(rState.range(0)));
+    static_cast<void>(list.ReserveCapacity(static_cast<unsigned int>(rState.range(0))));
     for (auto _ : rState)
     {
-        for (int n = 0; n < rState.range(0); ++n) list.Append(n);
+        for (int n = 0; n < rState.range(0); ++n) static_cast<void>(list.Append(n));
         benchmark::DoNotOptimize(list.GetSize());
         list.EraseAll();
     }
@@ -37,7 +37,7 @@ void BM_FillAndClearStd(benchmark::State& rState)
 void BM_IterateOurs(benchmark::State& rState)
 {
     CList<int> list;
-    for (const int n : ShuffledInts(rState.range(0))) list.Append(n);
+    for (const int n : ShuffledInts(rState.range(0))) static_cast<void>(list.Append(n));
     for (auto _ : rState)
     {
         int nSum = 0;
@@ -50,7 +50,7 @@ void BM_IterateOurs(benchmark::State& rState)
 void BM_IndexScanOurs(benchmark::State& rState)
 {
     CList<int> list;
-    for (const int n : ShuffledInts(rState.range(0))) list.Append(n);
+    for (const int n : ShuffledInts(rState.range(0))) static_cast<void>(list.Append(n));
     for (auto _ : rState)
     {
         int nSum = 0;

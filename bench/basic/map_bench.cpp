@@ -64,7 +64,7 @@ void BM_Count(benchmark::State& rState)
 
 void Put(CMap<int, int>& rMap, int n)
 {
-    rMap.Insert(n, n);
+    static_cast<void>(rMap.Insert(n, n));
 }
 void Put(std::map<int, int>& rMap, int n)
 {
@@ -103,7 +103,7 @@ void BM_WordsOurs(benchmark::State& rState)
                     [&](const char* pcWord, std::size_t uSize)
                     {
                         strWord.EraseAll();
-                        strWord.Insert(0, 1, pcWord, static_cast<unsigned int>(uSize));
+                        static_cast<void>(strWord.Insert(0, 1, pcWord, static_cast<unsigned int>(uSize)));
                         ++counts[strWord];
                     });
         benchmark::DoNotOptimize(counts.GetSize());

@@ -29,7 +29,7 @@ void BM_FormatOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         CString str;
-        str.Format(0, pszFormat, ++n, "gateway.example", 12345u, 1, 3);
+        static_cast<void>(str.Format(0, pszFormat, ++n, "gateway.example", 12345u, 1, 3));
         benchmark::DoNotOptimize(str.CStr());
     }
 }
@@ -67,7 +67,7 @@ void BM_FormatStdBuffer(benchmark::State& rState)
 void BM_CopyOurs(benchmark::State& rState)
 {
     CString str;
-    str.Insert(0, static_cast<unsigned int>(rState.range(0)), 'x');
+    static_cast<void>(str.Insert(0, static_cast<unsigned int>(rState.range(0)), 'x'));
     for (auto _ : rState)
     {
         CString strCopy(str);
@@ -88,7 +88,7 @@ void BM_CopyStd(benchmark::State& rState)
 void BM_AppendOurs(benchmark::State& rState)
 {
     CString str;
-    str.ReserveCapacity(static_cast<unsigned short>(rState.range(0)));
+    static_cast<void>(str.ReserveCapacity(static_cast<unsigned short>(rState.range(0))));
     for (auto _ : rState)
     {
         str.EraseAll();
@@ -305,7 +305,7 @@ void BM_TreeOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         CAATree<CString> tree{Order()};
-        for (const CString& rWord : words) tree.Insert(rWord, Order());
+        for (const CString& rWord : words) static_cast<void>(tree.Insert(rWord, Order()));
         benchmark::DoNotOptimize(tree.GetSize());
     }
     rState.SetItemsProcessed(rState.iterations() * rState.range(0));

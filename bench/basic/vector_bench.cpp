@@ -26,12 +26,12 @@ void BM_AppendOurs(benchmark::State& rState)
 {
     const unsigned int uCount = static_cast<unsigned int>(rState.range(0));
     CVector<int> vector;
-    vector.ReserveCapacity(uCount);
+    static_cast<void>(vector.ReserveCapacity(uCount));
     Escape(vector);
     for (auto _ : rState)
     {
         vector.EraseAll();
-        for (unsigned int u = 0; u < uCount; ++u) vector.Append(static_cast<int>(u));
+        for (unsigned int u = 0; u < uCount; ++u) static_cast<void>(vector.Append(static_cast<int>(u)));
         benchmark::DoNotOptimize(vector.begin());
         benchmark::ClobberMemory();
     }
@@ -61,7 +61,7 @@ void BM_GrowOurs(benchmark::State& rState)
     for (auto _ : rState)
     {
         CVector<int> vector;
-        for (int n = 0; n < rState.range(0); ++n) vector.Append(n);
+        for (int n = 0; n < rState.range(0); ++n) static_cast<void>(vector.Append(n));
         benchmark::DoNotOptimize(vector.begin());
         benchmark::ClobberMemory();
     }
@@ -136,7 +136,7 @@ void BM_PushBackTexts(benchmark::State& rState)
 void BM_AccessOurs(benchmark::State& rState)
 {
     CVector<int> vector;
-    vector.Insert(0, static_cast<unsigned int>(rState.range(0)), 3);
+    static_cast<void>(vector.Insert(0, static_cast<unsigned int>(rState.range(0)), 3));
     for (auto _ : rState)
     {
         int nSum = 0;
@@ -192,7 +192,7 @@ void BM_SortOurs(benchmark::State& rState)
 {
     const auto source = Shuffled<SElement<SIZE>>(rState.range(0));
     CVectorBase vector(SIZE, false, nullptr);
-    vector.ReserveCapacity(static_cast<unsigned int>(source.size()));
+    static_cast<void>(vector.ReserveCapacity(static_cast<unsigned int>(source.size())));
     vector.Resize(static_cast<unsigned int>(source.size()));
     for (auto _ : rState)
     {

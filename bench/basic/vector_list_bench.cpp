@@ -14,11 +14,11 @@ void BM_MiddleOurs(benchmark::State& rState)
 {
     const unsigned int uSize = static_cast<unsigned int>(rState.range(0));
     CVList<int> elements;
-    elements.ReserveCapacity(uSize + 1);
-    elements.Insert(0, uSize, 7);
+    static_cast<void>(elements.ReserveCapacity(uSize + 1));
+    static_cast<void>(elements.Insert(0, uSize, 7));
     for (auto _ : rState)
     {
-        elements.Insert(uSize / 2, 1, 8);
+        static_cast<void>(elements.Insert(uSize / 2, 1, 8));
         benchmark::ClobberMemory();
         elements.Erase(uSize / 2);
     }

@@ -117,8 +117,8 @@ public:
     explicit CDisorder(std::int64_t nCount)
         : m_arena(nCount), m_container(&m_arena), m_numbers(ShuffledInts(nCount)), m_uStep(0), m_uNext(0)
     {
-        m_container.ReserveCapacity(static_cast<unsigned int>(nCount));
-        for (const int n : m_numbers) m_container.Append(n);
+        static_cast<void>(m_container.ReserveCapacity(static_cast<unsigned int>(nCount)));
+        for (const int n : m_numbers) static_cast<void>(m_container.Append(n));
         for (int& rn : m_container) m_elements.push_back(&rn);
     }
     Container& GetContainer() { return m_container; }

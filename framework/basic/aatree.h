@@ -108,7 +108,7 @@ public:
     /// - `QV_RES_OK`: the capacity is at least uCapacity.
     /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes, or the bytes of one do not fit 32 bits.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and what is in use, if it is more.
     ///
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
@@ -126,13 +126,13 @@ public:
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult Insert(const void* pElement);
+    [[nodiscard]] QvResult Insert(const void* pElement);
     /// Makes room in the place of pKey and counts it as an element; the caller constructs one there that compares equal
     /// to pKey. Results as of Insert(), and
     ///
     /// - `QV_RES_OK`: *ppElement is the room for the element.
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
-    QvResult AllocateSorted(const void* pKey, void** ppElement);
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, void** ppElement);
     /// Insertion in two steps: room for an element that is not in the tree yet (null when the capacity cannot grow),
     /// for the caller to construct it in ...
     void* Allocate();
@@ -141,7 +141,7 @@ public:
     /// - `QV_RES_OK`: it is in.
     /// - `QV_RES_INVALID_ARGUMENT`: pElement is null.
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
-    QvResult InsertAllocated(void* pElement);
+    [[nodiscard]] QvResult InsertAllocated(void* pElement);
     /// Takes the room back instead; the caller has destroyed the element. Null is ignored.
     void EraseAllocated(void* pElement);
 
@@ -347,9 +347,9 @@ constexpr bool g_bIS_FOREIGN_KEY =
 ///     it.
 ///   - `SetComparisonFunction(comparison)`: of an empty tree.
 ///   - `==`, `!=`, `swap(tree, tree)`.
-/// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in place;
-///   a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is not shown
-///   to the ConstructFrom() of a derived class.
+/// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in
+///   place; a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is
+///   not shown to the ConstructFrom() of a derived class.
 /// - **Keys:** What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
 ///   another type, with which `<` compares a T in both directions, or which the comparison that they are given takes as
 ///   (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that order, which must
@@ -365,7 +365,8 @@ constexpr bool g_bIS_FOREIGN_KEY =
 /// - **Iterators:** Bidirectional, in ascending order; they and handles are good until their element is erased.
 ///   Elements may be changed through them, except in what the comparison looks at.
 /// - **Failure:** As of the base. A copy for which memory runs out is empty, an assignment changes nothing then; making
-///   a tree of a list in braces or of a range throws std::bad_alloc. Emplace() and clear() do not tell: TryEmplace() does.
+///   a tree of a list in braces or of a range throws std::bad_alloc. Emplace() and clear() do not tell: TryEmplace()
+///   does.
 template <typename T>
 class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
 {
@@ -451,8 +452,7 @@ public:
     }
     CAATree& operator=(const CAATree& rSrc)
     {
-        static_assert(orvel_internal::SIsCopyable<T>::value,
-                      "the elements cannot be copied: their container can only be moved");
+        orvel_internal::RequireCopyable<T>();
         CAATreeBase::operator=(rSrc);
         return *this;
     }
@@ -470,32 +470,32 @@ public:
     }
 
     /// Inserts a copy. Results as of CAATreeBase::Insert().
-    QvResult Insert(const T& rElement)
+    [[nodiscard]] QvResult Insert(const T& rElement)
     {
-        RequireCopyable();
+        orvel_internal::RequireCopyable<T>();
         if constexpr (orvel_internal::SHasNaturalOrder<T>::value) return Insert(rElement, SNaturalOrder());
         else return CAATreeBase::Insert(__builtin_addressof(rElement));
     }
     /// Moves an element in; one that is refused is as it was.
-    QvResult Insert(T&& rrElement)
+    [[nodiscard]] QvResult Insert(T&& rrElement)
     {
         if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement);
         else if constexpr (orvel_internal::SHasNaturalOrder<T>::value)
             return Insert(std::move(rrElement), SNaturalOrder());
         else return MoveInByCallback(rrElement);
     }
-    /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is not
-    /// misled, and asks that.
+    /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is
+    /// not misled, and asks that.
     template <typename Order>
-    QvResult Insert(const T& rElement, Order order)
+    [[nodiscard]] QvResult Insert(const T& rElement, Order order)
     {
-        RequireCopyable();
+        orvel_internal::RequireCopyable<T>();
         if (!IsOrderedBy<Order>()) return CAATreeBase::Insert(__builtin_addressof(rElement));
         return InsertReserved(rElement, order,
                               [&](void* pv) { this->ConstructFrom(pv, __builtin_addressof(rElement)); });
     }
     template <typename Order>
-    QvResult Insert(T&& rrElement, Order order)
+    [[nodiscard]] QvResult Insert(T&& rrElement, Order order)
     {
         if constexpr (ms_bMOVED_AS_COPIED) return Insert(rrElement, order);
         else
@@ -511,13 +511,17 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: pInserted is null.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult Insert(const T& rElement, handle* pInserted) { return InsertBy(rElement, pInserted, SNaturalOrder()); }
-    QvResult Insert(T&& rrElement, handle* pInserted)
+    [[nodiscard]] QvResult Insert(const T& rElement, handle* pInserted)
+    {
+        return InsertBy(rElement, pInserted, SNaturalOrder());
+    }
+    [[nodiscard]] QvResult Insert(T&& rrElement, handle* pInserted)
     {
         return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
     }
-    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a node is needed even where an equal
-    /// element is there. A handle of the new element; none where there is none, see TryEmplace().
+    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a
+    /// node is needed even where an equal element is there. A handle of the new element; none where there is none, see
+    /// TryEmplace().
     template <typename... Arguments>
     handle Emplace(Arguments&&... arguments)
     {
@@ -527,7 +531,7 @@ public:
     }
     /// Emplace() with the results of Insert() with a handle.
     template <typename... Arguments>
-    QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
+    [[nodiscard]] QvResult TryEmplace(handle* pInserted, Arguments&&... arguments)
     {
         if (pInserted == nullptr) return QV_RES_INVALID_ARGUMENT;
         Node* pNode = nullptr;
@@ -546,25 +550,25 @@ public:
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
     template <typename Order = SNaturalOrder>
-    QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(const T& rKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(rKey, pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     template <typename Order = SNaturalOrder>
-    QvResult FindOrInsert(T&& rrKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(T&& rrKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(std::move(rrKey), pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     template <typename Key, typename Order = SNaturalOrder, typename = ForeignOnly<Key>>
-    QvResult FindOrInsert(const Key& rKey, handle* pFound, Order order = Order())
+    [[nodiscard]] QvResult FindOrInsert(const Key& rKey, handle* pFound, Order order = Order())
     {
         const QvResult res = InsertBy(rKey, pFound, order);
         return res == QV_RES_ALREADY_EXISTS ? QV_RES_OK : res;
     }
     /// CAATreeBase::AllocateSorted() by a key of T.
-    QvResult AllocateSorted(const T& rKey, void** ppElement)
+    [[nodiscard]] QvResult AllocateSorted(const T& rKey, void** ppElement)
     {
         return CAATreeBase::AllocateSorted(__builtin_addressof(rKey), ppElement);
     }
@@ -713,12 +717,6 @@ protected:
     }
 
 private:
-    static constexpr void RequireCopyable()
-    {
-        static_assert(orvel_internal::SIsCopyable<T>::value,
-                      "the element cannot be copied: move it in, or make it in place with Emplace()");
-    }
-
     // Where the search for a place ends: at an equal element, or below which node, the sentinel in an empty tree.
     struct SPlace
     {
@@ -988,7 +986,7 @@ private:
     {
         if constexpr (std::is_same<Key, const T&>::value || (std::is_same<Key, T>::value && ms_bMOVED_AS_COPIED))
         {
-            RequireCopyable();
+            orvel_internal::RequireCopyable<T>();
             this->ConstructFrom(pElement, __builtin_addressof(rrKey));
         }
         else

@@ -112,7 +112,7 @@ CListBase& CListBase::operator=(const CListBase& rSrc)
     if (bTakes && ReserveCapacity(rSrc.m_uSize) >= 0)
     {
         EraseAll();
-        Copy(this, 0, &rSrc, 0, rSrc.m_uSize);
+        static_cast<void>(Copy(this, 0, &rSrc, 0, rSrc.m_uSize));  // there is room
     }
     return *this;
 }

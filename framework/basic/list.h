@@ -125,18 +125,18 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     /// Puts copies of all elements of rSrc at the front of this list: uIndex is checked, but not used. This is kept as
     /// it is for existing programs; Copy() inserts at the index it is given. Results as of the other form, and
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ.
-    QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CListBase& rSrc);
     /// Links a node in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
     /// Inserts a copy in front of the first element that does not order before it; the list must be sorted. Results as
     /// of Insert().
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+    [[nodiscard]] QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Links a node, as Allocate() does, at the place of pKey in a sorted list, unless an equal element is there; the
     /// caller constructs it.
     ///
@@ -144,7 +144,8 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
-    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                          void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
@@ -159,7 +160,7 @@ public:
     /// - `QV_RES_OK`: the capacity is at least uCapacity.
     /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes, or the bytes of that many do not fit 32 bits.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Gives free nodes back until the capacity is the larger of uCapacity and the size; no effect if it is not above.
     ///
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
@@ -183,26 +184,26 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this list.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
-    QvResult Merge(unsigned int uIndex, CListBase& rSrc);
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CListBase& rSrc);
     /// Moves the elements from uIndex on to the front of rDest, in front of what is there.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this list.
     /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and below the number of those elements.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator of rDest gave no nodes.
-    QvResult Split(unsigned int uIndex, CListBase& rDest);
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CListBase& rDest);
     /// Copies uCount elements from uSrcIndex on in front of index uDestIndex (at the end when that is above the size).
     /// A lock of the capacity is ignored: the list grows.
     ///
     /// - `QV_RES_OK`: the copies are in.
     /// - `QV_RES_INVALID_ARGUMENT`: the source has fewer elements from there on, or the element sizes differ.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no nodes.
-    static QvResult Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc, unsigned int uSrcIndex,
-                         unsigned int uCount);
+    [[nodiscard]] static QvResult Copy(CListBase* pDest, unsigned int uDestIndex, const CListBase* pSrc,
+                                       unsigned int uSrcIndex, unsigned int uCount);
     /// Moves elements, with the parameters of Copy(). Between lists with the same source of memory the nodes are linked
     /// into the other list, and nothing is copied or allocated; otherwise the elements are copied, and those of the
     /// source destroyed. Results as of the other form.
-    static QvResult Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc, unsigned int uSrcIndex,
-                         unsigned int uCount);
+    [[nodiscard]] static QvResult Move(CListBase* pDest, unsigned int uDestIndex, CListBase* pSrc,
+                                       unsigned int uSrcIndex, unsigned int uCount);
 
     /// Index of the first element of a sorted list that does not order before pKey, the end index when all do.
     unsigned int InternalFindSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam) const;
@@ -250,7 +251,8 @@ protected:
         m_uCachedIndex = m_uSize++;
         return pNode;
     }
-    /// LinkLast(), but in front of pBefore, which has this index, or no index that is known: then the cache goes to the head.
+    /// LinkLast(), but in front of pBefore, which has this index, or no index that is known: then the cache goes to the
+    /// head.
     SNode* LinkBefore(void* pBlock, SNode* pBefore, unsigned int uIndex)
     {
         SNode* const pPrevious = pBefore->GetPrevious();
@@ -404,15 +406,15 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
 ///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
 ///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.
-/// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between lists
-///   with different sources of memory Merge() and Split() move elements where their moves cannot throw or they cannot
-///   be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would copy
-///   elements that cannot be copied does not compile.
+/// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between
+///   lists with different sources of memory Merge() and Split() move elements where their moves cannot throw or they
+///   cannot be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would
+///   copy elements that cannot be copied does not compile.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a list of numbers.
-/// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked capacity
-///   does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(), Insert()
-///   and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked
+///   capacity does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(),
+///   Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
 /// - **Derived:** A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CList
@@ -474,7 +476,7 @@ public:
 
     using Sequence::Append;
     /// Insert() at the end. Cost: inline while there are free nodes.
-    QvResult Append(const T& rElement)
+    [[nodiscard]] QvResult Append(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
         if (!m_nodeAllocator.HasFree() || !IsExact()) return Sequence::Append(rElement);
@@ -555,15 +557,16 @@ public:
     handle Find(unsigned int uIndex) { return handle(CListBase::Find(uIndex)); }
     const_handle Find(unsigned int uIndex) const { return const_handle(CListBase::Find(uIndex)); }
 
-    /// Moves all elements of rSrc in front of index uIndex, as in CListBase. Between different sources of memory elements are moved where their moves cannot throw; those
-    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
-    QvResult Merge(unsigned int uIndex, CList& rSrc)
+    /// Moves all elements of rSrc in front of index uIndex, as in CListBase. Between different sources of memory
+    /// elements are moved where their moves cannot throw; those that can be neither copied nor moved are refused there
+    /// as QV_RES_INVALID_ARGUMENT.
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CList& rSrc)
     {
         return Receive(rSrc, [&](CListBase& rDest) { return rDest.Merge(uIndex, rSrc); });
     }
     /// Moves the elements from uIndex on to the front of rDest, as in CListBase; between different sources of memory as
     /// Merge().
-    QvResult Split(unsigned int uIndex, CList& rDest)
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CList& rDest)
     {
         return rDest.Receive(*this, [&](CListBase& rTo) { return CListBase::Split(uIndex, rTo); });
     }

@@ -136,7 +136,7 @@ public:
         {
             const auto& [key, value] = *itFirst;
             handle entry;
-            TryEmplace(key, &entry, value);
+            static_cast<void>(TryEmplace(key, &entry, value));
             if (!entry) orvel_internal::ThrowOutOfMemory();
         }
     }
@@ -188,8 +188,8 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: pFound is null, or K(rKey) does not equal a key of another type.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult FindOrInsert(const K& rKey, handle* pFound) { return FindOrInsertAny(rKey, pFound); }
-    QvResult FindOrInsert(K&& rrKey, handle* pFound) { return FindOrInsertAny(std::move(rrKey), pFound); }
+    [[nodiscard]] QvResult FindOrInsert(const K& rKey, handle* pFound) { return FindOrInsertAny(rKey, pFound); }
+    [[nodiscard]] QvResult FindOrInsert(K&& rrKey, handle* pFound) { return FindOrInsertAny(std::move(rrKey), pFound); }
 
     /// The entry of a key, else none.
     handle Find(const K& rKey) { return handle(FindNodeOf(rKey)); }
@@ -211,17 +211,21 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: K(rKey) does not equal a key of another type.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no node.
-    QvResult Insert(const K& rKey, V value, handle* pInserted = nullptr) { return InsertAny(rKey, value, pInserted); }
-    QvResult Insert(K&& rrKey, V value, handle* pInserted = nullptr)
+    [[nodiscard]] QvResult Insert(const K& rKey, V value, handle* pInserted = nullptr)
+    {
+        return InsertAny(rKey, value, pInserted);
+    }
+    [[nodiscard]] QvResult Insert(K&& rrKey, V value, handle* pInserted = nullptr)
     {
         return InsertAny(std::move(rrKey), value, pInserted);
     }
     /// Puts an entry in, or gives the one that is there another value. Results as of Insert(), but
     /// QV_RES_ALREADY_EXISTS.
-    QvResult InsertOrAssign(const K& rKey, V value) { return InsertOrAssignAny(rKey, value); }
-    QvResult InsertOrAssign(K&& rrKey, V value) { return InsertOrAssignAny(std::move(rrKey), value); }
-    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle of it; none where the key has an
-    /// entry, which keeps its value, and where there can be none. No value is made then.
+    [[nodiscard]] QvResult InsertOrAssign(const K& rKey, V value) { return InsertOrAssignAny(rKey, value); }
+    [[nodiscard]] QvResult InsertOrAssign(K&& rrKey, V value) { return InsertOrAssignAny(std::move(rrKey), value); }
+    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle
+    /// of it; none where the key has an entry, which keeps its value, and where there can be none. No value is made
+    /// then.
     template <typename... Arguments>
     handle Emplace(const K& rKey, Arguments&&... arguments)
     {
@@ -234,12 +238,12 @@ public:
     }
     /// Emplace() with the results of Insert(). *pInserted, if it is given, designates the entry that is there then.
     template <typename... Arguments>
-    QvResult TryEmplace(const K& rKey, handle* pInserted, Arguments&&... arguments)
+    [[nodiscard]] QvResult TryEmplace(const K& rKey, handle* pInserted, Arguments&&... arguments)
     {
         return TryEmplaceAny(rKey, pInserted, std::forward<Arguments>(arguments)...);
     }
     template <typename... Arguments>
-    QvResult TryEmplace(K&& rrKey, handle* pInserted, Arguments&&... arguments)
+    [[nodiscard]] QvResult TryEmplace(K&& rrKey, handle* pInserted, Arguments&&... arguments)
     {
         return TryEmplaceAny(std::move(rrKey), pInserted, std::forward<Arguments>(arguments)...);
     }
@@ -258,7 +262,7 @@ public:
         return ValueOf(rKey);
     }
     template <typename Key, typename = ForeignOnly<Key>>
-    QvResult FindOrInsert(const Key& rKey, handle* pFound)
+    [[nodiscard]] QvResult FindOrInsert(const Key& rKey, handle* pFound)
     {
         return FindOrInsertAny(rKey, pFound);
     }
@@ -298,12 +302,12 @@ public:
         return Tree::FindUpperBound(rKey, Order());
     }
     template <typename Key, typename = ForeignOnly<Key>>
-    QvResult Insert(const Key& rKey, V value, handle* pInserted = nullptr)
+    [[nodiscard]] QvResult Insert(const Key& rKey, V value, handle* pInserted = nullptr)
     {
         return InsertAny(rKey, value, pInserted);
     }
     template <typename Key, typename = ForeignOnly<Key>>
-    QvResult InsertOrAssign(const Key& rKey, V value)
+    [[nodiscard]] QvResult InsertOrAssign(const Key& rKey, V value)
     {
         return InsertOrAssignAny(rKey, value);
     }
@@ -313,7 +317,7 @@ public:
         return EmplaceAny(rKey, std::forward<Arguments>(arguments)...);
     }
     template <typename Key, typename... Arguments, typename = ForeignOnly<Key>>
-    QvResult TryEmplace(const Key& rKey, handle* pInserted, Arguments&&... arguments)
+    [[nodiscard]] QvResult TryEmplace(const Key& rKey, handle* pInserted, Arguments&&... arguments)
     {
         return TryEmplaceAny(rKey, pInserted, std::forward<Arguments>(arguments)...);
     }

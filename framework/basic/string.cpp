@@ -240,7 +240,7 @@ QV_CACHE_LINE_ALIGNED CString::CString(const char* pszText)
 
 CString::CString(const char* pszText, unsigned int uSize) : CString()
 {
-    Insert(0, 1, pszText, uSize);
+    static_cast<void>(Insert(0, 1, pszText, uSize));  // Assign() tells
 }
 
 // Takes a share of a block in place of the string's own.

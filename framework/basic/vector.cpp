@@ -35,7 +35,7 @@ CVectorBase::CVectorBase(unsigned int uSizeOfElement, bool bConstruct, IAllocato
 CVectorBase::CVectorBase(const CVectorBase& rSrc)
     : CVectorBase(rSrc.m_uElementSize, rSrc.m_bConstruct, rSrc.m_pAllocator)
 {
-    ReserveCapacity(rSrc.m_uCapacity);
+    static_cast<void>(ReserveCapacity(rSrc.m_uCapacity));  // without it the assignment finds no room, either
     m_uLockCapacity = rSrc.m_uLockCapacity;
     CVectorBase::operator=(rSrc);
 }

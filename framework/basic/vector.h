@@ -65,7 +65,7 @@ public:
     /// - `QV_RES_OK`: the capacity is at least uCapacity.
     /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block, or the bytes do not fit 32 bits.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more; gives the storage back at 0.
     ///
     /// - `QV_RES_OK`: the capacity is that, or was less.
@@ -109,14 +109,14 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
-    QvResult Insert(unsigned int uIndex, unsigned int uCount);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount);
     /// Puts copies of all elements of rSrc, whose element size must be the same, in front of index uIndex. Results as
     /// of the other form.
-    QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CVectorBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector must be sorted. Results
     /// as of Insert().
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+    [[nodiscard]] QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
     /// Opens a slot in front of index uIndex and counts it as an element; the caller constructs it. Null when uIndex is
     /// above the size or the capacity cannot grow.
     void* Allocate(unsigned int uIndex);
@@ -126,7 +126,8 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
-    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                          void** ppElement);
 
     /// Destroys up to uCount elements from uIndex on; the capacity stays. Nothing happens when uIndex is no element.
     void Erase(unsigned int uIndex, unsigned int uCount);
@@ -139,13 +140,13 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this vector.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
-    QvResult Merge(unsigned int uIndex, CVectorBase& rSrc);
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CVectorBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector.
     /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator of rDest gave no block.
-    QvResult Split(unsigned int uIndex, CVectorBase& rDest);
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CVectorBase& rDest);
     /// Exchanges two elements; nothing happens when an index is not below the size.
     void Swap(unsigned int uIndex1, unsigned int uIndex2);
 
@@ -419,7 +420,7 @@ public:
         const unsigned int uIndex = static_cast<unsigned int>(pPosition - data());
         const T* pElement = __builtin_addressof(rElement);
         ThrowUnlessSucceeded(GrowKeeping(pElement, [&] { return DoubleCapacity(*this, sizeof(T)); }));
-        Insert(uIndex, 1, pElement);
+        static_cast<void>(Insert(uIndex, 1, pElement));  // there is room
         return data() + uIndex;
     }
     template <typename Movable = T>
@@ -440,7 +441,7 @@ public:
     }
     T* erase(const T* pPosition) { return erase(pPosition, pPosition + 1); }
 
-    QvResult ReserveCapacity(unsigned int uCapacity)
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity)
     {
         return Run([&](auto& rVector) { return rVector.CVectorBase::ReserveCapacity(uCapacity); });
     }
@@ -448,7 +449,7 @@ public:
     {
         return Run([&](auto& rVector) { return rVector.CVectorBase::ReduceCapacity(uCapacity); });
     }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement)
     {
         // Plain elements without a source are made by Construct(): bytes would be zeroed.
         const bool bMade = std::is_trivially_copyable<T>::value && pElement == nullptr;
@@ -456,12 +457,12 @@ public:
         return Run([&](auto& rVector) { return rVector.CVectorBase::Insert(uIndex, uCount, pElement); },
                    static_cast<const T*>(pElement), pElement != nullptr);
     }
-    QvResult Insert(unsigned int uIndex, const CVectorOf& rSrc)
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CVectorOf& rSrc)
     {
         if (&rSrc == this) return CVectorBase::Insert(uIndex, rSrc);
         return Run([&](auto& rVector) { return rVector.CVectorBase::Insert(uIndex, rSrc); }, rSrc.data(), rSrc.m_uSize);
     }
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
+    [[nodiscard]] QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam)
     {
         return Insert(InternalFindSorted(pElement, pfnCompare, uParam), 1, pElement);
     }
@@ -471,7 +472,8 @@ public:
         return Run([&](auto& rVector) { return rVector.CVectorBase::Allocate(uIndex); });
     }
     /// As in CVectorBase.
-    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement)
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                          void** ppElement)
     {
         return Run([&](auto& rVector)
                    { return rVector.CVectorBase::AllocateSorted(pKey, pfnCompare, uParam, ppElement); });
@@ -483,12 +485,12 @@ public:
         Run([&](auto& rVector) { rVector.CVectorBase::Erase(uIndex, uCount); });
     }
     // What one vector destroys and the other makes: both must leave it to their type.
-    QvResult Merge(unsigned int uIndex, CVectorOf& rSrc)
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CVectorOf& rSrc)
     {
         if (&rSrc == this || !rSrc.IsExact()) return CVectorBase::Merge(uIndex, rSrc);
         return Run([&](auto& rVector) { return rVector.CVectorBase::Merge(uIndex, rSrc); });
     }
-    QvResult Split(unsigned int uIndex, CVectorOf& rDest)
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CVectorOf& rDest)
     {
         if (&rDest == this || !IsExact()) return CVectorBase::Split(uIndex, rDest);
         return rDest.Run([&](auto& rVector) { return CVectorBase::Split(uIndex, rVector); });
@@ -715,7 +717,7 @@ public:
     ~CVector() override { EraseAll(); }
     CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
     {
-        ReserveCapacity(rSrc.m_uCapacity);
+        static_cast<void>(ReserveCapacity(rSrc.m_uCapacity));
         CVector::operator=(rSrc);
         m_uLockCapacity = rSrc.m_uLockCapacity;
     }
@@ -780,20 +782,20 @@ public:
     using Vector::data;
 
     /// As in CVectorBase.
-    QvResult ReserveCapacity(unsigned int uCapacity) { return Sequence::ReserveCapacity(uCapacity); }
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity) { return Sequence::ReserveCapacity(uCapacity); }
     /// As in CVectorBase.
     QvResult ReduceCapacity(unsigned int uCapacity) { return Sequence::ReduceCapacity(uCapacity); }
     using Sequence::Insert;
     /// Puts uCount elements made by default, or copies of an element, in front of index uIndex. Results as of
     /// CVectorBase.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount) { return Sequence::Insert(uIndex, uCount); }
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         return Sequence::Insert(uIndex, uCount, rElement);
     }
     using Sequence::Append;
     /// Insert() at the end. Cost: inline within the capacity.
-    QvResult Append(const T& rElement)
+    [[nodiscard]] QvResult Append(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
         const unsigned int uSize = m_uSize;  // read once: the compiler must assume that the store below changes it

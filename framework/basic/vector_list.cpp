@@ -78,7 +78,7 @@ CVListBase& CVListBase::operator=(const CVListBase& rSrc)
     if (!m_elementAllocator.Reserve(std::max(uCount, GetSize()) - GetSize())) return *this;
     EraseAll();
     OpenSlots(0, uCount);
-    Copy(this, 0, &rSrc, 0, uCount);
+    static_cast<void>(Copy(this, 0, &rSrc, 0, uCount));
     return *this;
 }
 
@@ -169,8 +169,8 @@ QvResult CVListBase::Insert(unsigned int uIndex, const CVListBase& rSrc)
     OpenSlots(uIndex, uCount);
     // If the source is this vector-list, the gap has split it: what was behind uIndex is now uCount slots further on.
     const unsigned int uBeforeGap = &rSrc == this ? uIndex : uCount;
-    Copy(this, uIndex, &rSrc, 0, uBeforeGap);
-    Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap);
+    static_cast<void>(Copy(this, uIndex, &rSrc, 0, uBeforeGap));
+    static_cast<void>(Copy(this, uIndex + uBeforeGap, &rSrc, uIndex + uCount, uCount - uBeforeGap));
     return res;
 }
 
@@ -262,7 +262,7 @@ QvResult CVListBase::Merge(unsigned int uIndex, CVListBase& rSrc)
     if (res < 0) return res;
     if (!ReserveBlocksFor(0, rSrc, uCount)) return QV_RES_OUT_OF_MEMORY;
     OpenSlots(uIndex, uCount);
-    Move(this, uIndex, &rSrc, 0, uCount);
+    static_cast<void>(Move(this, uIndex, &rSrc, 0, uCount));
     rSrc.m_order.EraseAll();
     return res;
 }
@@ -276,7 +276,7 @@ QvResult CVListBase::Split(unsigned int uIndex, CVListBase& rDest)
     if (!rDest.ReserveBlocksFor(rDest.GetSize(), *this, uCount)) return QV_RES_OUT_OF_MEMORY;
     rDest.EraseAll();
     rDest.OpenSlots(0, uCount);
-    Move(&rDest, 0, this, uIndex, uCount);
+    static_cast<void>(Move(&rDest, 0, this, uIndex, uCount));
     m_order.Erase(uIndex, uCount);
     return res;
 }

@@ -77,7 +77,8 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: ppElement is null.
     /// - `QV_RES_ALREADY_EXISTS`: an equal element is there.
     /// - `QV_RES_FAIL`: the capacity is locked and too small, memory ran out, or 32 bits do not hold it.
-    QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam, void** ppElement);
+    [[nodiscard]] QvResult AllocateSorted(const void* pKey, PFNCompareElements pfnCompare, unsigned int uParam,
+                                          void** ppElement);
     /// Puts uCount elements in front of index uIndex (GetSize() appends): copies of *pElement, or newly made ones when
     /// it is null. *pElement may be an element of this vector-list.
     ///
@@ -85,21 +86,21 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order, or its bytes do not fit 32 bits.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const void* pElement);
     /// Puts copies of all elements of rSrc in front of index uIndex. Results as of the other form, and
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ.
-    QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CVListBase& rSrc);
     /// Inserts a copy in front of the first element that does not order before it; the vector-list must be sorted.
     /// Results as of Insert().
-    QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
+    [[nodiscard]] QvResult InsertSorted(const void* pElement, PFNCompareElements pfnCompare, unsigned int uParam);
 
     /// Makes the capacity of the order exactly uCapacity if it is less, and blocks for it free, if there is memory.
     ///
     /// - `QV_RES_OK`: the capacity is at least uCapacity.
     /// - `QV_RES_INVALID_STATE`: it is locked and below uCapacity.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the order, or its bytes do not fit 32 bits.
-    QvResult ReserveCapacity(unsigned int uCapacity);
+    [[nodiscard]] QvResult ReserveCapacity(unsigned int uCapacity);
     /// Makes the capacity exactly the larger of uCapacity and the size, if it is more, and gives surplus blocks back.
     ///
     /// - `QV_RES_INVALID_STATE`: it is locked, even if nothing would change.
@@ -140,26 +141,27 @@ public:
     /// - `QV_RES_OK`: the copies are in.
     /// - `QV_RES_INVALID_ARGUMENT`: there are not that many elements or slots, or the element sizes differ.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no blocks.
-    static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc, unsigned int uSrcIndex,
-                         unsigned int uCount);
+    [[nodiscard]] static QvResult Copy(CVListBase* pDest, unsigned int uDestIndex, const CVListBase* pSrc,
+                                       unsigned int uSrcIndex, unsigned int uCount);
     /// Moves elements, with the parameters of Copy(); the caller removes the slots of the source. Between vector-lists
     /// with the same source of memory the blocks change their owner, and nothing is copied or allocated; otherwise the
     /// elements are copied, and those of the source destroyed. Results as of Copy().
-    static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc, unsigned int uSrcIndex,
-                         unsigned int uCount);
+    [[nodiscard]] static QvResult Move(CVListBase* pDest, unsigned int uDestIndex, CVListBase* pSrc,
+                                       unsigned int uSrcIndex, unsigned int uCount);
 
     /// Moves all elements of rSrc in front of index uIndex.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is above the size, or rSrc is this vector-list.
     /// - `QV_RES_INVALID_STATE`: the capacity is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order.
-    QvResult Merge(unsigned int uIndex, CVListBase& rSrc);
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CVListBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector-list.
     ///
-    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector-list.
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this
+    ///   vector-list.
     /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order of rDest.
-    QvResult Split(unsigned int uIndex, CVListBase& rDest);
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CVListBase& rDest);
 
     /// Makes an element in raw memory.
     virtual void Construct(void* pElement);
@@ -305,7 +307,8 @@ private:
 ///   algorithm that rearranges elements through them moves elements; Sort() and Swap() do not.
 /// - **Elements:** As in CList: whatever there is. Between vector-lists with different sources of memory Merge() and
 ///   Split() move elements where their moves cannot throw or they cannot be copied, else copy them, and refuse with
-///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not compile.
+///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not
+///   compile.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a vector-list of numbers.
 /// - **Failure:** As in CVListBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -449,9 +452,10 @@ public:
     }
     iterator erase(const_iterator position) { return erase(position, position + 1); }
 
-    /// Moves all elements of rSrc in front of index uIndex, as in CVListBase. Between different sources of memory elements are moved where their moves cannot throw; those
-    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
-    QvResult Merge(unsigned int uIndex, CVList& rSrc)
+    /// Moves all elements of rSrc in front of index uIndex, as in CVListBase. Between different sources of memory
+    /// elements are moved where their moves cannot throw; those that can be neither copied nor moved are refused there
+    /// as QV_RES_INVALID_ARGUMENT.
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CVList& rSrc)
     {
         const unsigned int uCount = rSrc.GetSize();
         if (!MustChangePlaces(rSrc) || uIndex > m_order.GetSize()) return CVListBase::Merge(uIndex, rSrc);
@@ -464,7 +468,7 @@ public:
     }
     /// Replaces the elements of rDest by those from uIndex on, as in CVListBase; between different sources of memory as
     /// Merge().
-    QvResult Split(unsigned int uIndex, CVList& rDest)
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CVList& rDest)
     {
         if (!rDest.MustChangePlaces(*this) || uIndex >= m_order.GetSize()) return CVListBase::Split(uIndex, rDest);
         if (!orvel_internal::g_bCAN_CHANGE_PLACE<T>) return QV_RES_INVALID_ARGUMENT;
@@ -502,7 +506,7 @@ private:
         if constexpr (orvel_internal::g_bCAN_CHANGE_PLACE<T>)
         {
             const unsigned int uCount = rSrc.GetSize() - uSrcIndex;
-            m_order.Insert(uIndex, uCount, nullptr);
+            static_cast<void>(m_order.Insert(uIndex, uCount, nullptr));
             for (unsigned int u = 0; u < uCount; ++u)
             {
                 void* const pFrom = rSrc.m_order[uSrcIndex + u];
@@ -535,8 +539,9 @@ private:
         orvel_internal::CBlockGuard block(m_elementAllocator, m_elementAllocator.Pop());
         if (block.Get() == nullptr) return QV_RES_OUT_OF_MEMORY;
         rpElement = orvel_internal::MakeElement<T>(block.Get(), std::forward<Arguments>(arguments)...);
-        if (uIndex == m_order.GetSize()) m_order.Append(block.Keep());
-        else m_order.Insert(uIndex, 1, block.Keep());
+        // There is room.
+        if (uIndex == m_order.GetSize()) static_cast<void>(m_order.Append(block.Keep()));
+        else static_cast<void>(m_order.Insert(uIndex, 1, block.Keep()));
         return res;
     }
     QvResult InsertMoved(unsigned int uIndex, T& rElement)

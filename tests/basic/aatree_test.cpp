@@ -140,7 +140,7 @@ TEST(CAATreeCurrentNode, AScanByIndexTakesAtMostTwoStepsAnElement)
 {
     constexpr unsigned int uSIZE = 200;
     COpenTree tree;
-    for (unsigned int u = 0; u < uSIZE; ++u) tree.Insert(static_cast<int>(u * 77 % uSIZE));
+    for (unsigned int u = 0; u < uSIZE; ++u) EXPECT_EQ(QV_RES_OK, tree.Insert(static_cast<int>(u * 77 % uSIZE)));
     std::vector<CNode*> nodes;
     for (CNode* pNode = tree.GetFirstNode(); pNode != nullptr; pNode = CAATreeBase::GetNext(pNode))
     {
@@ -245,7 +245,7 @@ TYPED_TEST(CTypedTree, InItsNaturalOrderItIsASet)
         allocator.SetRefusing(false);
         CAATree<TypeParam> copy(tree);
         CAATree<TypeParam> assigned;
-        assigned.Insert(MakeElement<TypeParam>(0));
+        EXPECT_EQ(QV_RES_OK, assigned.Insert(MakeElement<TypeParam>(0)));
         assigned = copy;
         CAATree<TypeParam> moved(std::move(tree));
         EXPECT_TRUE(tree.IsEmpty());
@@ -523,7 +523,7 @@ TEST(CTypedTreeKeys, WhatConvertsIsAnElementAsItWasBeforeThereWereOtherKeys)
     EXPECT_EQ(7, *tree.Find({7}));
     EXPECT_EQ(8, *tree.Find('\b', SNaturalOrder()));
     CAATree<CCounted> counted;
-    counted.Insert(CCounted(3));
+    EXPECT_EQ(QV_RES_OK, counted.Insert(CCounted(3)));
     EXPECT_EQ(3, counted.Find(CCounted(3))->GetValue());
 }
 
@@ -547,7 +547,7 @@ TEST(CTypedTreeKeys, ANewElementInFrontOfTheOneAskedForLastMovesItsIndex)
 TEST(CAATreeTyped, HandlesWalkAndErase)
 {
     CAATree<int> tree;
-    for (int n = 0; n < 20; ++n) tree.Insert(n * 7 % 20);
+    for (int n = 0; n < 20; ++n) EXPECT_EQ(QV_RES_OK, tree.Insert(n * 7 % 20));
     int nExpected = 0;
     for (CAATree<int>::handle element = tree.GetFirst(); element; element = element.GetNext())
         EXPECT_EQ(nExpected++, *element);
@@ -572,7 +572,7 @@ TEST(CAATreeTyped, HandlesWalkAndErase)
 TEST(CAATreeTyped, IteratorsServeTheStandardAlgorithms)
 {
     CAATree<int> tree;
-    for (int n = 0; n < 100; ++n) tree.Insert(n * 37 % 100);
+    for (int n = 0; n < 100; ++n) EXPECT_EQ(QV_RES_OK, tree.Insert(n * 37 % 100));
     EXPECT_TRUE(std::is_sorted(tree.begin(), tree.end()));
     EXPECT_EQ(100, std::distance(tree.begin(), tree.end()));
     EXPECT_EQ(42, *std::lower_bound(tree.begin(), tree.end(), 42));
@@ -587,11 +587,11 @@ TEST(CAATreeTyped, CopiesAndWhatIsMovedFromKeepTheSourceOfMemory)
 {
     CTestAllocator allocator;
     CAATree<int> tree(SNaturalOrder(), &allocator);
-    tree.Insert(1);
+    EXPECT_EQ(QV_RES_OK, tree.Insert(1));
     const CAATree<int> copy(tree);
     EXPECT_EQ(2u, allocator.GetLiveBlocks());
     const CAATree<int> moved(std::move(tree));
-    tree.Insert(2);
+    EXPECT_EQ(QV_RES_OK, tree.Insert(2));
     EXPECT_EQ(3u, allocator.GetLiveBlocks());
 }
 
@@ -601,8 +601,8 @@ TEST(CAATreeTyped, AnExchangeTakesAlongTheCurrentNodeAndWhatIsAllocated)
     static_assert(std::is_nothrow_move_assignable_v<CAATree<int>>);
     CAATree<int> low;
     CAATree<int> high;
-    for (int n = 0; n < 5; ++n) low.Insert(n);
-    for (int n = 10; n < 18; ++n) high.Insert(n);
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(QV_RES_OK, low.Insert(n));
+    for (int n = 10; n < 18; ++n) EXPECT_EQ(QV_RES_OK, high.Insert(n));
     low.GetAt(1);
     high.GetAt(5);
     void* const pElement = low.Allocate();
@@ -805,6 +805,7 @@ TEST(CTypedTreeManners, ItIsAContainerAsTheStandardLibraryKnowsThem)
     using Tree = CAATree<int>;
     static_assert(std::ranges::bidirectional_range<Tree> && std::ranges::bidirectional_range<const Tree>);
     static_assert(std::ranges::sized_range<const Tree> && std::ranges::common_range<Tree>);
+    static_assert(!std::sized_sentinel_for<Tree::iterator, Tree::const_iterator>);
     static_assert(std::is_same_v<Tree::value_type, int> && std::is_same_v<Tree::key_type, int> &&
                   std::is_same_v<Tree::size_type, unsigned int> && std::is_same_v<Tree::difference_type, ptrdiff_t> &&
                   std::is_same_v<Tree::reference, int&> && std::is_same_v<Tree::const_reference, const int&>);

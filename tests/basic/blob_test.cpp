@@ -700,3 +700,14 @@ TEST(CBlobText, ThatAStringCannotHoldIsRefused)
         EXPECT_EQ(uMost == 65535 ? std::string(uMost, 'a') : HexOf(BytesOf(blob), false), TextOf(strText));
     }
 }
+
+TEST(CBlobText, WithoutMemoryForABlockOfItsOwnASharedStringStays)
+{
+    CString strText("before");
+    const CString strShared(strText);
+    const CBlob blob = BlobOf({1, 2});
+    const CNoMemory noMemory;
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.ToHex(&strText));
+    EXPECT_EQ(QV_RES_OUT_OF_MEMORY, blob.ToText(&strText));
+    EXPECT_EQ("before", TextOf(strText));
+}

@@ -130,7 +130,7 @@ class CListMemory : public CArraysTest, public testing::WithParamInterface<int>
 protected:
     CListMemory()
     {
-        for (int n = GetParam(); n > 0; --n) m_list.Append(n);
+        for (int n = GetParam(); n > 0; --n) EXPECT_EQ(QV_RES_OK, m_list.Append(n));
     }
     std::vector<int> ForwardsAndBackwards()
     {

@@ -102,7 +102,7 @@ void UseLeftOver(void (*pfnUse)(CAATree<int>&))
 {
     static_cast<void>(CFrameworkInitializer::Initialize());
     std::optional<CAATree<int>> tree(std::in_place, &g_source);
-    tree->ReserveCapacity(2);
+    static_cast<void>(tree->ReserveCapacity(2));
     CFrameworkInitializer::Finalize();
     pfnUse(*tree);
 }
@@ -195,13 +195,13 @@ TEST(CContainersLifetime, AnEmptyTreeMayBeDestroyedAfterTheShutDown)
 
 TEST(CLeftOverTreeDeathTest, IsNotSearchedNorFilledAfterTheShutDown)
 {
-    void (*const apfnUses[])(CAATree<int>&) = {[](CAATree<int>& rTree) { rTree.Insert(1); },
-                                               [](CAATree<int>& rTree) { rTree.Insert(1, [](int, int) { return 0; }); },
-                                               [](CAATree<int>& rTree) { rTree.Allocate(); },
-                                               [](CAATree<int>& rTree) { rTree.EraseElement(1); },
-                                               [](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1)); },
-                                               [](CAATree<int>& rTree)
-                                               { static_cast<void>(rTree.Find(1, [](int, int) { return 0; })); }};
+    void (*const apfnUses[])(CAATree<int>&) = {
+        [](CAATree<int>& rTree) { static_cast<void>(rTree.Insert(1)); },
+        [](CAATree<int>& rTree) { static_cast<void>(rTree.Insert(1, [](int, int) { return 0; })); },
+        [](CAATree<int>& rTree) { rTree.Allocate(); },
+        [](CAATree<int>& rTree) { rTree.EraseElement(1); },
+        [](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1)); },
+        [](CAATree<int>& rTree) { static_cast<void>(rTree.Find(1, [](int, int) { return 0; })); }};
     for (const auto pfnUse : apfnUses)
         EXPECT_EXIT(UseLeftOver(pfnUse), testing::KilledBySignal(SIGABRT), Exactly(DownAgain("CAATree")));
 }

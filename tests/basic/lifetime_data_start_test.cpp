@@ -110,7 +110,7 @@ const SUse g_astLATE_USES[] = {
     {"EmptyStringCopied", "CString", [] { const CString str(g_leftOver->strEmpty); }},
     {"StringAssigned", "CString", [] { g_leftOver->strEmpty = g_leftOver->strText; }},
     {"StringMoved", "CString", [] { const CString str(static_cast<CString&&>(g_leftOver->strText)); }},
-    {"StringGrown", "CString", [] { g_leftOver->strText.ReserveCapacity(100); }},
+    {"StringGrown", "CString", [] { static_cast<void>(g_leftOver->strText.ReserveCapacity(100)); }},
     {"EmptyStringGrown", "CString", [] { g_leftOver->strEmpty += "text"; }},
     {"SharedStringChanged", "CString", [] { g_leftOver->strText.SetAt(0, 'S'); }},
     {"SharedStringAppendedTo", "CString", [] { g_leftOver->strText += 's'; }},

@@ -81,7 +81,7 @@ TEST(CListHandles, OfNothingHaveNoNeighboursAndNoElement)
 TEST(CListTyped, HandlesWalkEraseAndMove)
 {
     CList<int> list;
-    for (int n = 0; n < 5; ++n) list.Append(n);
+    for (int n = 0; n < 5; ++n) EXPECT_EQ(QV_RES_OK, list.Append(n));
     CList<int>::handle element = list.Find(2);
     ASSERT_TRUE(element);
     *element = 20;
@@ -106,7 +106,7 @@ TEST(CListTyped, HandlesWalkEraseAndMove)
 TEST(CListTyped, IteratorsServeTheStandardAlgorithms)
 {
     CList<int> list;
-    for (int n = 0; n < 50; ++n) list.Append(n * 17 % 50);
+    for (int n = 0; n < 50; ++n) EXPECT_EQ(QV_RES_OK, list.Append(n * 17 % 50));
     EXPECT_EQ(49 * 50 / 2, std::accumulate(list.begin(), list.end(), 0));
     std::reverse(list.begin(), list.end());
     EXPECT_EQ(49 * 17 % 50, *list.begin());
@@ -135,8 +135,8 @@ TEST(CListTyped, ClearingAtOnceLeavesWhatClearingOneByOneLeaves)
     {
         for (int n = 0; n < 5; ++n)
         {
-            atOnce.Append(n);
-            oneByOne.Append(CCounted(n));
+            EXPECT_EQ(QV_RES_OK, atOnce.Append(n));
+            EXPECT_EQ(QV_RES_OK, oneByOne.Append(CCounted(n)));
             atOnceFrom.push_back(&*atOnce.GetLast());
             oneByOneFrom.push_back(&*oneByOne.GetLast());
             EXPECT_EQ(n, *atOnce.GetAt(static_cast<unsigned int>(n)));

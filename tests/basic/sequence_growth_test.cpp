@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -247,13 +248,13 @@ TYPED_TEST(CGrowth, AnElementOfTheContainerMayBeTheArgument)
         {"push_back moved", [&](Texts& r) { return r.push_back(std::move(at(r, 1))), 3u; }},
         {"emplace_back", [&](Texts& r) { return r.emplace_back(at(r, 1)), 3u; }},
         {"emplace_back part", [&](Texts& r) { return r.emplace_back(at(r, 1), 0u, 40u), 3u; }},
-        {"Append moved", [&](Texts& r) { return r.Append(std::move(at(r, 1))), 3u; }},
+        {"Append moved", [&](Texts& r) { return r.Append(std::move(at(r, 1))) == QV_RES_OK ? 3u : UINT_MAX; }},
         {"Emplace 0", [&](Texts& r) { return r.Emplace(0, at(r, 1)), 0u; }},
         {"Emplace 1", [&](Texts& r) { return r.Emplace(1, at(r, 1)), 1u; }},
         {"Emplace 3", [&](Texts& r) { return r.Emplace(3, at(r, 1)), 3u; }},
-        {"Insert 0", [&](Texts& r) { return r.Insert(0, std::move(at(r, 1))), 0u; }},
-        {"Insert 2", [&](Texts& r) { return r.Insert(2, std::move(at(r, 1))), 2u; }},
-        {"Insert copies", [&](Texts& r) { return r.Insert(0, 1, at(r, 1)), 0u; }},
+        {"Insert 0", [&](Texts& r) { return r.Insert(0, std::move(at(r, 1))) == QV_RES_OK ? 0u : UINT_MAX; }},
+        {"Insert 2", [&](Texts& r) { return r.Insert(2, std::move(at(r, 1))) == QV_RES_OK ? 2u : UINT_MAX; }},
+        {"Insert copies", [&](Texts& r) { return r.Insert(0, 1, at(r, 1)) == QV_RES_OK ? 0u : UINT_MAX; }},
         {"insert", [&](Texts& r) { return r.insert(r.begin(), at(r, 1)), 0u; }},
         {"insert moved", [&](Texts& r) { return r.insert(r.begin(), std::move(at(r, 1))), 0u; }},
         {"insert end", [&](Texts& r) { return r.insert(r.end(), std::move(at(r, 1))), 3u; }}};
@@ -265,7 +266,7 @@ TYPED_TEST(CGrowth, AnElementOfTheContainerMayBeTheArgument)
             Texts texts;
             ASSERT_EQ(QV_RES_OK, texts.ReserveCapacity(uCapacity));
             const std::vector<std::string> before = {std::string(40, 'a'), std::string(40, 'b'), std::string(40, 'c')};
-            for (const std::string& rText : before) texts.Append(rText);
+            for (const std::string& rText : before) EXPECT_EQ(QV_RES_OK, texts.Append(rText));
             ASSERT_EQ(uCapacity, texts.GetCapacity());
             const unsigned int uIndex = call(texts);
             ASSERT_EQ(4u, texts.GetSize());
@@ -305,11 +306,11 @@ TYPED_TEST(CGrowth, ElementsThatOnlyMoveAreAsAtHome)
                 model.insert(it, n);
                 break;
             case 3:
-                container.Insert(uIndex, std::make_unique<int>(n));
+                EXPECT_EQ(QV_RES_OK, container.Insert(uIndex, std::make_unique<int>(n)));
                 model.insert(it, n);
                 break;
             case 4:
-                container.Append(std::make_unique<int>(n));
+                EXPECT_EQ(QV_RES_OK, container.Append(std::make_unique<int>(n)));
                 model.push_back(n);
                 break;
             case 5:
@@ -367,26 +368,27 @@ std::vector<SOperation<Tracked>> MovingOperations()
 {
     using Vector = CVector<Tracked>;
     static const Tracked element(50);
-    return {{"ReserveCapacity", [](Vector& r, Vector&) { r.ReserveCapacity(20); }, 0, 0},
+    return {{"ReserveCapacity", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.ReserveCapacity(20)); }, 0, 0},
             {"ReduceCapacity", [](Vector& r, Vector&) { r.ReduceCapacity(0); }, 0, 0},
-            {"Insert", [](Vector& r, Vector&) { r.Insert(1, 2, element); }, 2, 0},
-            {"Insert an own one", [](Vector& r, Vector&) { r.Insert(1, 1, r[2]); }, 3, 0},
-            {"Insert many", [](Vector& r, Vector& rOther) { r.Insert(1, rOther); }, 2, 0},
-            {"Insert into no room", [](Vector& r, Vector&) { r.ReduceCapacity(0), r.Insert(1, 2, element); }, 2, 0},
-            {"InsertSorted", [](Vector& r, Vector&) { r.InsertSorted(element); }, 1, 0},
+            {"Insert", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.Insert(1, 2, element)); }, 2, 0},
+            {"Insert an own one", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.Insert(1, 1, r[2])); }, 3, 0},
+            {"Insert many", [](Vector& r, Vector& rOther) { EXPECT_EQ(QV_RES_OK, r.Insert(1, rOther)); }, 2, 0},
+            {"Insert into no room",
+             [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, (r.ReduceCapacity(0), r.Insert(1, 2, element))); }, 2, 0},
+            {"InsertSorted", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.InsertSorted(element)); }, 1, 0},
             {"Allocate", [](Vector& r, Vector&) { ::new (r.Allocate(1)) Tracked(7); }, 0, 0},
             {"Erase", [](Vector& r, Vector&) { r.Erase(1); }, 0, 0},
             {"erase", [](Vector& r, Vector&) { r.erase(r.begin(), r.begin() + 2); }, 0, 0},
             {"Swap", [](Vector& r, Vector&) { r.Swap(0, 2); }, 0, 0},
-            {"Merge", [](Vector& r, Vector& rOther) { r.Merge(1, rOther); }, 0, 0},
-            {"Split", [](Vector& r, Vector& rOther) { r.Split(1, rOther); }, 0, 0},
+            {"Merge", [](Vector& r, Vector& rOther) { EXPECT_EQ(QV_RES_OK, r.Merge(1, rOther)); }, 0, 0},
+            {"Split", [](Vector& r, Vector& rOther) { EXPECT_EQ(QV_RES_OK, r.Split(1, rOther)); }, 0, 0},
             {"Sort", [](Vector& r, Vector&) { r.Sort(); }, 0, 0},
             {"push_back", [](Vector& r, Vector&) { r.ReduceCapacity(0), r.push_back(element); }, 1, 0},
             {"push_back moved", [](Vector& r, Vector&) { r.ReduceCapacity(0), r.push_back(Tracked(9)); }, 0, 1},
             {"emplace_back", [](Vector& r, Vector&) { r.ReduceCapacity(0), r.emplace_back(9); }, 0, 1},
             {"Emplace", [](Vector& r, Vector&) { r.Emplace(1, 9); }, 0, 2},
-            {"Append moved", [](Vector& r, Vector&) { r.Append(Tracked(9)); }, 0, 1},
-            {"Insert moved", [](Vector& r, Vector&) { r.Insert(1, Tracked(9)); }, 0, 2}};
+            {"Append moved", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.Append(Tracked(9))); }, 0, 1},
+            {"Insert moved", [](Vector& r, Vector&) { EXPECT_EQ(QV_RES_OK, r.Insert(1, Tracked(9))); }, 0, 2}};
 }
 
 struct SOutcome

@@ -60,6 +60,8 @@ struct SValue
 static_assert(std::ranges::contiguous_range<CVector<int>> && std::ranges::contiguous_range<const CVector<int>>);
 static_assert(std::ranges::random_access_range<CVList<int>> && std::ranges::random_access_range<const CVList<int>>);
 static_assert(std::ranges::bidirectional_range<CList<int>> && std::ranges::bidirectional_range<const CList<int>>);
+// The addresses of nodes tell no distance.
+static_assert(!std::sized_sentinel_for<CList<int>::iterator, CList<int>::iterator>);
 static_assert(std::random_access_iterator<CVector<int>::reverse_iterator>);
 static_assert(std::random_access_iterator<CVList<int>::const_reverse_iterator>);
 static_assert(std::bidirectional_iterator<CList<int>::reverse_iterator>);
@@ -194,10 +196,10 @@ TYPED_TEST(CManners, AnAllocatorInBracesIsStillOne)
     typename TypeParam::template TOf<std::string> texts{nullptr};
     EXPECT_TRUE(pointers.IsEmpty() && derived.IsEmpty() && allocators.IsEmpty() && flags.IsEmpty());
     EXPECT_TRUE(none.IsEmpty() && texts.IsEmpty());
-    pointers.Append(nullptr);
-    derived.Append(nullptr);
-    allocators.Append(nullptr);
-    flags.Append(true);
+    EXPECT_EQ(QV_RES_OK, pointers.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, derived.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, allocators.Append(nullptr));
+    EXPECT_EQ(QV_RES_OK, flags.Append(true));
     EXPECT_EQ(4u, allocator.GetLiveBlocks());
     const typename TypeParam::template TOf<SValue<TypeParam>> values{1, 2};
     const typename TypeParam::template TOf<SValue<TypeParam>> copy{values};
@@ -220,8 +222,8 @@ TEST(CListManners, ABlockAllocatorInBracesIsStillOne)
     const CBlockAllocator blocks(64, &allocator);
     CList<int> list{blocks};
     CVList<int> vectorList{blocks};
-    list.Append(1);
-    vectorList.Append(1);
+    EXPECT_EQ(QV_RES_OK, list.Append(1));
+    EXPECT_EQ(QV_RES_OK, vectorList.Append(1));
     EXPECT_EQ(2u, allocator.GetLiveBlocks());
 }
 

@@ -71,7 +71,7 @@ std::vector<SKeyed> Named(const std::vector<int>& rKeys)
 template <typename Container>
 void Fill(Container& rContainer, const std::vector<int>& rKeys)
 {
-    for (const SKeyed& rElement : Named(rKeys)) rContainer.Append(rElement);
+    for (const SKeyed& rElement : Named(rKeys)) EXPECT_EQ(QV_RES_OK, rContainer.Append(rElement));
 }
 
 template <typename Container>
@@ -146,7 +146,7 @@ TYPED_TEST(CSequence, TypedSearchesInOrderCompareWhomAndWhenThePublishedStepsDo)
             EXPECT_EQ(equal, CallsOf([&] { uFound = container.FindSorted(nKey, AgainstNumber); }));
             ASSERT_EQ(uEqual, uFound);
 
-            EXPECT_EQ(bound, CallsOf([&] { container.InsertSorted(key, SLoggingOrder()); }));
+            EXPECT_EQ(bound, CallsOf([&] { EXPECT_EQ(QV_RES_OK, container.InsertSorted(key, SLoggingOrder())); }));
             ASSERT_EQ(g_nKEY_NAME, container.GetAt(uBound)->nName);
             container.Erase(uBound);
 
@@ -218,11 +218,11 @@ TYPED_TEST_SUITE(CTypedFront, CTextContainers);
 TYPED_TEST(CTypedFront, WithoutAComparisonTheOrderIsThatOfLess)
 {
     TypeParam texts;
-    for (const char* const pszText : {"pear", "apple", "fig"}) texts.Append(pszText);
+    for (const char* const pszText : {"pear", "apple", "fig"}) EXPECT_EQ(QV_RES_OK, texts.Append(pszText));
     EXPECT_EQ(1u, texts.GetMinElementIndex());
     EXPECT_EQ(0u, texts.GetMaxElementIndex());
     texts.Sort();
-    texts.InsertSorted("banana");
+    EXPECT_EQ(QV_RES_OK, texts.InsertSorted("banana"));
     const std::vector<std::string> expected = {"apple", "banana", "fig", "pear"};
     EXPECT_TRUE(std::equal(texts.begin(), texts.end(), expected.begin(), expected.end()));
     EXPECT_EQ(2u, texts.FindSorted(std::string("fig")));
@@ -234,12 +234,12 @@ TYPED_TEST(CTypedFront, MovesExchangeTheElementsWhereTheyAre)
 {
     static_assert(std::is_nothrow_move_assignable_v<TypeParam>);
     TypeParam texts;
-    texts.Append(std::string(40, 'a'));
+    EXPECT_EQ(QV_RES_OK, texts.Append(std::string(40, 'a')));
     const std::string* const pFirst = texts.GetAt(0);
     TypeParam moved(std::move(texts));
     EXPECT_EQ(pFirst, moved.GetAt(0));
     TypeParam other;
-    other.Append("other");
+    EXPECT_EQ(QV_RES_OK, other.Append("other"));
     other = std::move(moved);
     EXPECT_EQ(pFirst, other.GetAt(0));
     EXPECT_EQ(1u, moved.GetSize());
@@ -253,13 +253,13 @@ TYPED_TEST(CTypedFront, CopiesAndWhatIsMovedFromKeepTheSourceOfMemory)
 {
     CTestAllocator allocator;
     TypeParam texts(&allocator);
-    texts.Append("a");
+    EXPECT_EQ(QV_RES_OK, texts.Append("a"));
     std::size_t uRequests = allocator.GetRequests().size();
     const TypeParam copy(texts);
     EXPECT_LT(uRequests, allocator.GetRequests().size());
     const TypeParam moved(std::move(texts));
     uRequests = allocator.GetRequests().size();
-    texts.Append("b");
+    EXPECT_EQ(QV_RES_OK, texts.Append("b"));
     EXPECT_LT(uRequests, allocator.GetRequests().size());
 }
 
@@ -267,8 +267,8 @@ TYPED_TEST(CTypedFront, AnExchangeTakesAlongWhereAnIndexWasAskedForLast)
 {
     TypeParam few;
     TypeParam many;
-    for (const char* const pszText : {"a", "b", "c", "d"}) few.Append(pszText);
-    for (const char* const pszText : {"s", "t", "u", "v", "w", "x", "y"}) many.Append(pszText);
+    for (const char* const pszText : {"a", "b", "c", "d"}) EXPECT_EQ(QV_RES_OK, few.Append(pszText));
+    for (const char* const pszText : {"s", "t", "u", "v", "w", "x", "y"}) EXPECT_EQ(QV_RES_OK, many.Append(pszText));
     few.GetAt(1);
     many.GetAt(4);
     few = std::move(many);
@@ -282,7 +282,7 @@ TYPED_TEST(CTypedFront, AnExchangeTakesAlongWhereAnIndexWasAskedForLast)
 TYPED_TEST(CTypedFront, AnElementOfTheContainerItselfMayBeInserted)
 {
     TypeParam texts;
-    texts.Append(std::string(50, 'x'));
+    EXPECT_EQ(QV_RES_OK, texts.Append(std::string(50, 'x')));
     for (unsigned int u = 0; u < 20; ++u) ASSERT_EQ(QV_RES_OK, texts.Insert(0, 2, *texts.GetAt(u / 2)));
     for (const std::string& rText : texts) EXPECT_EQ(std::string(50, 'x'), rText);
     EXPECT_EQ(41u, texts.GetSize());
@@ -292,7 +292,7 @@ TYPED_TEST(CTypedFront, ACapacityWhoseBytesDoNotFitIsOutOfMemoryWithoutARequest)
 {
     CTestAllocator allocator;
     TypeParam texts(&allocator);
-    texts.Append("a");
+    EXPECT_EQ(QV_RES_OK, texts.Append("a"));
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, texts.ReserveCapacity(0xFFFFFFFF));
     EXPECT_EQ(1u, texts.GetSize());
     EXPECT_EQ(1u, allocator.GetRequests().size());
@@ -317,10 +317,10 @@ TYPED_TEST_SUITE(CSequenceOfShy, CShyContainers);
 TYPED_TEST(CSequenceOfShy, AnAddressOperatorOfTheElementIsNotUsed)
 {
     TypeParam container;
-    for (const int nValue : {5, 2, 3}) container.Append({nValue});
-    container.Insert(0, 2, SShy{4});
+    for (const int nValue : {5, 2, 3}) EXPECT_EQ(QV_RES_OK, container.Append({nValue}));
+    EXPECT_EQ(QV_RES_OK, container.Insert(0, 2, SShy{4}));
     container.Sort();
-    container.InsertSorted(SShy{1});
+    EXPECT_EQ(QV_RES_OK, container.InsertSorted(SShy{1}));
     EXPECT_EQ(3u, container.FindSorted(SShy{4}));
     EXPECT_EQ(5u, container.Find(0, SShy{5}));
     EXPECT_EQ(5u, container.GetMaxElementIndex());
@@ -340,8 +340,8 @@ TYPED_TEST(CNodeSequence, ElementsOfAnotherSizeAreNotInserted)
 {
     TypeParam narrow(4, nullptr);
     TypeParam wide(16, nullptr);
-    narrow.Insert(0, 1, nullptr);
-    wide.Insert(0, 1, nullptr);
+    EXPECT_EQ(QV_RES_OK, narrow.Insert(0, 1, nullptr));
+    EXPECT_EQ(QV_RES_OK, wide.Insert(0, 1, nullptr));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, narrow.Insert(0, wide));
     EXPECT_EQ(1u, narrow.GetSize());
     EXPECT_EQ(1u, narrow.GetCapacity()) << "nothing was reserved for what is refused";

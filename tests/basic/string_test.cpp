@@ -301,26 +301,26 @@ TEST_P(CStringLock, IsWaitedForByWhatChangesAShareCount)
     thread.join();
     EXPECT_EQ("hello", TextOf(strText));
 }
-INSTANTIATE_TEST_SUITE_P(All, CStringLock,
-                         testing::Values(SSharingOperation{"Copy", [](CString& r) { const CString strMore(r); }},
-                                         SSharingOperation{"Assignment",
-                                                           [](CString& r)
-                                                           {
-                                                               CString strMore;
-                                                               strMore = r;
-                                                           }},
-                                         SSharingOperation{"Replacement",
-                                                           [](CString& r)
-                                                           {
-                                                               const CString strEmpty;
-                                                               r = strEmpty;
-                                                           }},
-                                         SSharingOperation{"Destruction",
-                                                           [](CString& r) { const CString strGone(std::move(r)); }},
-                                         SSharingOperation{"PrivateCopy", [](CString& r) { r.SetAt(0, 'j'); }},
-                                         SSharingOperation{"Reservation", [](CString& r) { r.ReserveCapacity(100); }},
-                                         SSharingOperation{"Reduction", [](CString& r) { r.ReduceCapacity(1); }}),
-                         [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
+INSTANTIATE_TEST_SUITE_P(
+    All, CStringLock,
+    testing::Values(SSharingOperation{"Copy", [](CString& r) { const CString strMore(r); }},
+                    SSharingOperation{"Assignment",
+                                      [](CString& r)
+                                      {
+                                          CString strMore;
+                                          strMore = r;
+                                      }},
+                    SSharingOperation{"Replacement",
+                                      [](CString& r)
+                                      {
+                                          const CString strEmpty;
+                                          r = strEmpty;
+                                      }},
+                    SSharingOperation{"Destruction", [](CString& r) { const CString strGone(std::move(r)); }},
+                    SSharingOperation{"PrivateCopy", [](CString& r) { r.SetAt(0, 'j'); }},
+                    SSharingOperation{"Reservation", [](CString& r) { EXPECT_EQ(QV_RES_OK, r.ReserveCapacity(100)); }},
+                    SSharingOperation{"Reduction", [](CString& r) { r.ReduceCapacity(1); }}),
+    [](const auto& rInfo) { return std::string(rInfo.param.pszName); });
 
 TEST(CStringShare, NoLockIsLeftWhenMemoryRunsOut)
 {

@@ -61,7 +61,8 @@ std::string TextOf(const CTime& rTime, bool bUtc)
     unsigned short uMs;
     rTime.GetDateAndTime(uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs, bUtc);
     CString strText;
-    strText.Format(0, "%04u-%02u-%02u %02u:%02u:%02u.%03u", uYear, uMonth, uDay, uHour, uMinute, uSecond, uMs);
+    EXPECT_EQ(QV_RES_OK, strText.Format(0, "%04u-%02u-%02u %02u:%02u:%02u.%03u", uYear, uMonth, uDay, uHour, uMinute,
+                                        uSecond, uMs));
     return strText.CStr();
 }
 

@@ -32,7 +32,7 @@ TEST(CVListCapacity, MoreThanTheOrderCouldEverHoldIsRefusedBeforeBlocksAreTaken)
 TEST(CVListTyped, IteratorsServeTheStandardAlgorithms)
 {
     CVList<int> list;
-    for (int n = 0; n < 50; ++n) list.Append(n * 17 % 50);
+    for (int n = 0; n < 50; ++n) EXPECT_EQ(QV_RES_OK, list.Append(n * 17 % 50));
     const int* const pnThirty = &*std::find(list.begin(), list.end(), 30);
     list.Sort();
     EXPECT_EQ(pnThirty, list.GetAt(30)) << "sorting moves no element";

@@ -23,13 +23,13 @@ void PrintTo(const SUse& rstUse, std::ostream* pStream)
     *pStream << rstUse.pszName;
 }
 
-const SUse g_astUSES[] = {
-    {"Generate", "CSecurePrng", [] { static_cast<void>(CSecurePrng::Generate(4, g_auBytes)); }},
-    {"GenerateOfTheImplementation", "CSecurePrng", [] { static_cast<void>(CSecurePrngBremoFw::Generate(4, g_auBytes)); }},
-    {"SetSeed", "CSecurePrng", [] { static_cast<void>(CSecurePrng::SetSeed(4, g_auBytes)); }},
-    {"Lock", "CSecurePrng", [] { CSecurePrng::Lock(); }},
-    {"CryptoInstance", "CCrypto", [] { CCrypto::Instance()->Enter(); }},
-    {"CryptoStartUp", "CSecurePrng", [] { InitializeCCrypto(); }}};
+const SUse g_astUSES[] = {{"Generate", "CSecurePrng", [] { static_cast<void>(CSecurePrng::Generate(4, g_auBytes)); }},
+                          {"GenerateOfTheImplementation", "CSecurePrng",
+                           [] { static_cast<void>(CSecurePrngBremoFw::Generate(4, g_auBytes)); }},
+                          {"SetSeed", "CSecurePrng", [] { static_cast<void>(CSecurePrng::SetSeed(4, g_auBytes)); }},
+                          {"Lock", "CSecurePrng", [] { CSecurePrng::Lock(); }},
+                          {"CryptoInstance", "CCrypto", [] { CCrypto::Instance()->Enter(); }},
+                          {"CryptoStartUp", "CSecurePrng", [] { InitializeCCrypto(); }}};
 
 class COutsideLifetime : public testing::TestWithParam<SUse>
 {

@@ -44,6 +44,15 @@ TEST(HostExample, SendsATextThroughTheClassesOfAllPlugIns)
     EXPECT_EQ("", result.strErrors);
 }
 
+TEST(HostExample, UnloadsPlugIns)
+{
+    const std::string strCommand = "LD_DEBUG=files exec '" ORVEL_BINARY_DIR "/examples/host/host' a shout -- '";
+    const SRunResult result = RunProgram("/bin/sh", {"-c", strCommand + g_strShout + "'"});
+    EXPECT_EQ(0, result.nStatus);
+    EXPECT_EQ("shout, by Ada: A\n", result.strOutput);
+    EXPECT_NE(std::string::npos, result.strErrors.find("file=" + g_strShout + " [0];  destroying link map"));
+}
+
 TEST(HostExample, SaysWhichClassOrPlugInFails)
 {
     ExpectFailure("host: digest: QV_RES_CLASS_NOT_REGISTERED\n", {"a", "twice", "digest", "--", g_strShout},

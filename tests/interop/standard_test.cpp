@@ -503,7 +503,7 @@ TEST(CResourceAllocatorTest, FeedsContainers)
         expected.push_back(static_cast<int>(Below(rng, 1000000)));
         ASSERT_EQ(QV_RES_OK, vector.Append(expected.back()));
         ASSERT_EQ(QV_RES_OK, list.Append(expected.back()));
-        tree.Insert(expected.back());
+        ASSERT_NE(QV_RES_OUT_OF_MEMORY, tree.Insert(expected.back()));  // one that is there already stays
         const unsigned char uByte = static_cast<unsigned char>(expected.back());
         ASSERT_EQ(QV_RES_OK, blob.Append(&uByte, 1));
         if (u % 3 != 0) continue;

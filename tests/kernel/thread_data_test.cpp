@@ -255,13 +255,13 @@ TEST(CThreadValue, IsDestroyedOnItsOwnThreadWhichStillHasItsNumber)
     static CThread* s_pSelfInDestructor = nullptr;
     static unsigned int s_uReferences = 0;
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
-        [](unsigned int)
-        {
-            s_uIdInDestructor = CThread::GetCurrentId();
-            s_pSelfInDestructor = CThread::GetThreadSelf();
-            s_uReferences = CThreadProbe::CountReferences(g_uKey1);
-        },
-        g_uKey1));
+                             [](unsigned int)
+                             {
+                                 s_uIdInDestructor = CThread::GetCurrentId();
+                                 s_pSelfInDestructor = CThread::GetThreadSelf();
+                                 s_uReferences = CThreadProbe::CountReferences(g_uKey1);
+                             },
+                             g_uKey1));
     CThread thread;
     StartTestThread(thread, [](unsigned int) { return static_cast<unsigned int>(Set(g_uKey1, 99)); });
     thread.Join(nullptr);

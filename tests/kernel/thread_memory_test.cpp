@@ -151,15 +151,16 @@ TEST(CThreadWithoutMemory, AThreadThatGetsItsRecordLaterIsWaitedForUntilTheRecor
     static bool s_bRunOver = true;
     static CThreadProbe* s_pThread = nullptr;
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
-        [](unsigned int)
-        {
-            s_uRunning = CThreadProbe::CountRunning();
-            const auto* const puThread = reinterpret_cast<const unsigned char*>(s_pThread);
-            const auto* const pRun = reinterpret_cast<const CBinarySemaphore*>(puThread + SThreadFields::uSEM_RUN_AT);
-            s_bRunOver = pRun->Wait(0);
-            if (s_bRunOver) pRun->Signal(false);
-        },
-        s_uKey));
+                             [](unsigned int)
+                             {
+                                 s_uRunning = CThreadProbe::CountRunning();
+                                 const auto* const puThread = reinterpret_cast<const unsigned char*>(s_pThread);
+                                 const auto* const pRun =
+                                     reinterpret_cast<const CBinarySemaphore*>(puThread + SThreadFields::uSEM_RUN_AT);
+                                 s_bRunOver = pRun->Wait(0);
+                                 if (s_bRunOver) pRun->Signal(false);
+                             },
+                             s_uKey));
     CThreadProbe thread;
     s_pThread = &thread;
     static CGate s_memoryIsBack;

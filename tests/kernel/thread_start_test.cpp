@@ -129,18 +129,18 @@ TEST_F(CThreadModule, ShowsValueDestructorsTheDyingThreadsData)
     static unsigned int s_uDyingId = 0;
     static QvResult s_resSet = QV_RES_FAIL;
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
-        [](unsigned int)
-        {
-            for (unsigned int uKey : {g_uKey, g_uOtherKey})
-            {
-                unsigned int uValue = 0;
-                EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(uKey, uValue));
-                Note(uValue);
-            }
-            s_uDyingId = CThread::GetCurrentId();
-            s_resSet = CThread::SetSpecific(g_uOtherKey, 12);
-        },
-        g_uKey));
+                             [](unsigned int)
+                             {
+                                 for (unsigned int uKey : {g_uKey, g_uOtherKey})
+                                 {
+                                     unsigned int uValue = 0;
+                                     EXPECT_EQ(QV_RES_OK, CThread::GetSpecific(uKey, uValue));
+                                     Note(uValue);
+                                 }
+                                 s_uDyingId = CThread::GetCurrentId();
+                                 s_resSet = CThread::SetSpecific(g_uOtherKey, 12);
+                             },
+                             g_uKey));
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(Note, g_uOtherKey));
     CGate there;
     CGate go;
@@ -168,13 +168,13 @@ TEST_F(CThreadModule, DoesNotTouchAKeyThatSomebodyElseGotAfterItsOwnWasDeleted)
     static pthread_key_t s_hForeign = 0;
     static int s_nForeignCalls = 0;
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
-        [](unsigned int)
-        {
-            // Most likely the very number that was just given back.
-            pthread_key_create(&s_hForeign, [](void*) { ++s_nForeignCalls; });
-            CThread::GetCurrentId();
-        },
-        g_uKey));
+                             [](unsigned int)
+                             {
+                                 // Most likely the very number that was just given back.
+                                 pthread_key_create(&s_hForeign, [](void*) { ++s_nForeignCalls; });
+                                 CThread::GetCurrentId();
+                             },
+                             g_uKey));
     EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 1));
     FinalizeCThread();
     EXPECT_EQ(nullptr, pthread_getspecific(s_hForeign));
@@ -210,13 +210,13 @@ TEST_F(CThreadModule, RefusesAThreadThatAValuesDestructorStartsWhenItHasStoppedW
 {
     static QvResult s_res = QV_RES_OK;
     EXPECT_EQ(QV_RES_OK, CThread::CreateKey(
-        [](unsigned int)
-        {
-            CThread late;
-            s_res = StartTestThread(late, nullptr);
-            EXPECT_EQ(CThread::eIDLE, late.GetState());
-        },
-        g_uKey));
+                             [](unsigned int)
+                             {
+                                 CThread late;
+                                 s_res = StartTestThread(late, nullptr);
+                                 EXPECT_EQ(CThread::eIDLE, late.GetState());
+                             },
+                             g_uKey));
     EXPECT_EQ(QV_RES_OK, CThread::SetSpecific(g_uKey, 1));
     FinalizeCThread();
     EXPECT_EQ(QV_RES_THREAD_CREATE_FAILED, s_res);

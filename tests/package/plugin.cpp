@@ -52,7 +52,7 @@ extern "C" QV_EXPORT bool Work()
     const bool bRan =
         thread.StartThread(Increment, 0, nullptr, 0, CThread::eNORMAL) >= 0 && thread.Join(&uExitCode) >= 0;
     CVector<int> vecn;
-    vecn.Append(7);
-    return strCopy == "text" && bDrawn && std::memcmp(auRandom, auNone, sizeof(auNone)) != 0 && bRan && uExitCode == 1 &&
-           vecn[0] == 7;
+    const bool bAppended = vecn.Append(7) >= 0;
+    return strCopy == "text" && bDrawn && std::memcmp(auRandom, auNone, sizeof(auNone)) != 0 && bRan &&
+           uExitCode == 1 && bAppended && vecn[0] == 7;
 }

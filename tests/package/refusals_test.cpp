@@ -20,7 +20,13 @@ const char* const g_pszPROGRAM = R"(
 enum EUnsized { eUNSIZED };
 struct SWide { alignas(16) char acBytes[16]; };
 struct STooWide { alignas(32) char acBytes[32]; };
-struct SOwner { SOwner(); SOwner(SOwner&&); bool operator<(const SOwner&) const; bool operator==(const SOwner&) const; };
+struct SOwner
+{
+    SOwner();
+    SOwner(SOwner&&);
+    bool operator<(const SOwner&) const;
+    bool operator==(const SOwner&) const;
+};
 struct SNoDefault { explicit SNoDefault(int) {} };
 struct SByFactor { int operator()(int n1, int n2) const { return nFactor * (n1 - n2); } int nFactor; };
 struct SPinned { SPinned(); SPinned(const SPinned&) = delete; };
@@ -36,11 +42,9 @@ void ForEach(Call call) { (call(*static_cast<SUse<Containers>*>(nullptr)), ...);
 void Use() {)";
 
 const char* const g_pszOVER_ALIGNED = "they cannot hold an over-aligned type";
-const char* const g_pszCOPY = "the elements cannot be copied: their container can only be moved";
 const char* const g_pszBOOL = "a negative number, 0 or a positive number, not whether one comes first";
 const char* const g_pszSTATE = "a comparison must have no state";
 const char* const g_pszDEFAULT = "elements made without a source need a default constructor";
-
 const char* const g_pszCOPY = "the elements of this container cannot be copied: move it or them, or make them in place";
 const char* const g_pszPLACE = "the elements of a vector move when it grows";
 
@@ -92,9 +96,9 @@ const SRefusal g_astREFUSALS[] = {
     {"OwnersInATree", "CAATree<SOwner> t; t.Insert(SOwner()); t = CAATree<SOwner>(); t.Emplace();", nullptr},
     {"ACopyOfATreeOfOwners", "CAATree<SOwner> t; CAATree<SOwner> u(t);", g_pszCOPY},
     {"AnAssignedTreeOfOwners", "CAATree<SOwner> t, u; t = u;", g_pszCOPY},
-    {"ACopiedOwnerInATree", "CAATree<SOwner> t; SOwner o; t.Insert(o);", "cannot be copied: move it in"},
+    {"ACopiedOwnerInATree", "CAATree<SOwner> t; SOwner o; t.Insert(o);", g_pszCOPY},
     {"ACopiedOwnerInATreeWithAHandle", "CAATree<SOwner> t; SOwner o; CAATree<SOwner>::handle h; t.Insert(o, &h);",
-     "cannot be copied: move it in"},
+     g_pszCOPY},
     {"OwnersInAMap", "CMap<SOwner, SOwner> m; m.Insert(SOwner(), SOwner()); m[SOwner()]; m.Emplace(SOwner());",
      nullptr},
     {"ACopyOfAMapOfOwners", "CMap<int, SOwner> m; CMap<int, SOwner> n(m);", g_pszCOPY},

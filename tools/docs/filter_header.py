@@ -5,6 +5,7 @@ A header gets a text, without which doxygen leaves out its functions. A typed co
 internal bases, so that its page has all that it can do. Comments that speak for more than one declaration are given to
 each (see shared_comments.py).
 """
+import functools
 import re
 import sys
 from pathlib import Path
@@ -18,6 +19,7 @@ CLASS = re.compile(r"^(?P<template>template <(?P<parameters>[^\n]*)>\n)?class (?
                    r"(?P<bases>\s*:(?!:)[^;{]*)?\s*(?=\{)", re.M)
 
 
+@functools.lru_cache(maxsize=None)
 def code_only(text):
     """The text with comments, strings and preprocessor lines blanked, at the same places."""
     def blank(match):
@@ -26,6 +28,7 @@ def code_only(text):
                   flags=re.S | re.M)
 
 
+@functools.lru_cache(maxsize=None)
 def body_of(text, start):
     """Begin and end of what stands between the braces that open behind start."""
     code = code_only(text)

@@ -316,6 +316,8 @@ public:
         return rFirst.m_position == rSecond.m_position;
     }
     friend bool operator!=(const CNodeCursor& rFirst, const CNodeCursor& rSecond) { return !(rFirst == rSecond); }
+    /// There is none: the difference of the nodes' addresses would be taken for a distance.
+    friend void operator-(const CNodeCursor&, const CNodeCursor&) = delete;
 
 private:
     Position m_position;

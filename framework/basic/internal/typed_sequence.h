@@ -100,27 +100,27 @@ public:
     T* GetAt(unsigned int uIndex) { return static_cast<T*>(Base::GetAt(uIndex)); }
     const T* GetAt(unsigned int uIndex) const { return static_cast<const T*>(Base::GetAt(uIndex)); }
 
-    /// Puts uCount copies of an element, or elements made by default, or copies of all elements of rSrc in front of index
-    /// uIndex. Results as of the base.
-    QvResult Insert(unsigned int uIndex, unsigned int uCount)
+    /// Puts uCount copies of an element, or elements made by default, or copies of all elements of rSrc in front of
+    /// index uIndex. Results as of the base.
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount)
     {
         static_assert(std::is_default_constructible<T>::value,
                       "elements made without a source need a default constructor");
         return Base::Insert(uIndex, uCount, nullptr);
     }
-    QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount, const T& rElement)
     {
         RequireCopyable<T>();
         return Base::Insert(uIndex, uCount, __builtin_addressof(rElement));
     }
     /// Puts copies of all elements of rSrc in front of index uIndex. Results as of the base.
-    QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
+    [[nodiscard]] QvResult Insert(unsigned int uIndex, const CTypedSequence& rSrc)
     {
         RequireCopyable<T>();
         return Base::Insert(uIndex, static_cast<const Base&>(rSrc));
     }
     /// Insert() at the end.
-    QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
+    [[nodiscard]] QvResult Append(const T& rElement) { return Insert(GetEndIndex(), 1, rElement); }
 
     /// Moves an element in; it is left alone where that fails.
     template <typename Movable = T>
@@ -143,11 +143,11 @@ public:
 
     /// Inserts a copy in front of the first element that does not order before it; the container must be sorted.
     template <typename Compare = SNaturalOrder>
-    QvResult InsertSorted(const T& rElement, Compare compare = Compare())
+    [[nodiscard]] QvResult InsertSorted(const T& rElement, Compare compare = Compare())
     {
         return Insert(SearchFor<T>(compare).LowerBound(__builtin_addressof(rElement)), 1, rElement);
     }
-    QvResult InsertSorted(const T& rElement, PFNCompareElements pfnCompare, unsigned int uParam)
+    [[nodiscard]] QvResult InsertSorted(const T& rElement, PFNCompareElements pfnCompare, unsigned int uParam)
     {
         RequireCopyable<T>();
         return Base::InsertSorted(__builtin_addressof(rElement), pfnCompare, uParam);
@@ -158,15 +158,15 @@ public:
     using Base::AllocateSorted;
     /// Room for an element in its place, counted already: construct a T there at once. Results as of the base.
     template <typename Key, typename Compare>
-    QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
+    [[nodiscard]] QvResult AllocateSorted(const Key& rKey, Compare compare, void** ppElement)
     {
         return orvel_internal::AllocateSorted(*this, SearchFor<Key>(compare), __builtin_addressof(rKey), ppElement);
     }
 
     /// Moves all elements of rSrc in front of index uIndex. Results as of the base.
-    QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
+    [[nodiscard]] QvResult Merge(unsigned int uIndex, CTypedSequence& rSrc) { return Base::Merge(uIndex, rSrc); }
     /// Moves the elements from uIndex on to rDest. Results as of the base.
-    QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
+    [[nodiscard]] QvResult Split(unsigned int uIndex, CTypedSequence& rDest) { return Base::Split(uIndex, rDest); }
 
     /// Shell sort, not stable, by a callback or a typed comparison.
     void Sort(PFNCompareElements pfnCompare, unsigned int uParam)

@@ -16,8 +16,7 @@ QvResult CInventory::GetDigest(CString* pstrDigest) const
     QV_RETURN_IF_FAILED(sha256.Begin());
     for (const CString& rItem : m_lstItems)
     {
-        QV_RETURN_IF_FAILED(
-            sha256.Update(reinterpret_cast<const unsigned char*>(rItem.CStr()), rItem.GetSize()));
+        QV_RETURN_IF_FAILED(sha256.Update(reinterpret_cast<const unsigned char*>(rItem.CStr()), rItem.GetSize()));
     }
     CBlob blobDigest;
     QV_RETURN_IF_FAILED(sha256.End(&blobDigest));
