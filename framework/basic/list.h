@@ -469,7 +469,8 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
-    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room. The capacity does
+    /// not shrink, its lock and the allocator stay, by `= {}` as well.
     CList& operator=(std::initializer_list<T> elements)
     {
         Sequence::AssignList(elements);

@@ -369,7 +369,8 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
-    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room. The capacity does
+    /// not shrink, its lock and the allocator stay, by `= {}` as well.
     CVList& operator=(std::initializer_list<T> elements)
     {
         // A capacity is one of the order: the blocks beside those of the elements that go are asked for here.
