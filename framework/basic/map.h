@@ -243,8 +243,8 @@ public:
     void Erase(handle entry) { Tree::Erase(entry); }
     void Erase(const_handle entry) { Tree::Erase(entry); }
 
-    /// map[key] by a key of another type. So do FindOrInsert(), Find(), contains(), FindLowerBound(), FindUpperBound(),
-    /// Insert(), InsertOrAssign(), Emplace(), TryEmplace() and Erase() what they do by a K.
+    /// The same by a key of another type: see Keys. So do FindOrInsert(), Find(), contains(), FindLowerBound(),
+    /// FindUpperBound(), Insert(), InsertOrAssign(), Emplace(), TryEmplace() and Erase() what they do by a K.
     template <typename Key, typename = ForeignOnly<Key>>
     V& operator[](const Key& rKey)
     {

@@ -295,12 +295,13 @@ public:
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const char* pszSrc,
                                   unsigned int uSize);
-    /// Puts uRepetition copies of uSize characters of rSrc, from uStartIndex on, in front of index uIndex; here too uMAX_SIZE characters mean the length of the
-    /// text from there.
+    /// Puts uRepetition copies of uSize characters of rSrc, from uStartIndex on, in front of index uIndex; here too
+    /// uMAX_SIZE characters mean the length of the text from there.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc,
                                   unsigned int uStartIndex, unsigned int uSize);
+    /// Puts uRepetition characters c in front of index uIndex. Results as of the other forms.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
     /// Removes uSize characters; nothing happens unless they all exist.
     void Erase(unsigned int uIndex, unsigned int uSize);
