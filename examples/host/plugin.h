@@ -16,8 +16,8 @@ class IAuthor : public IEComUnknown
     virtual const char* GetAuthor() const = 0;
 };
 
-/// What a plug-in exports. It registers its classes, whose identifiers are the names that users know them by, when it is
-/// loaded, and forgets them before it is unloaded. Results as of RegisterECom(): after a failure none is registered.
+/// What a plug-in exports. It registers its classes, whose identifiers are the names that users know them by, when it
+/// is loaded, and forgets them before it is unloaded. Results as of RegisterECom(): after a failure none is registered.
 extern "C" __attribute__((visibility("default"))) QvResult PluginRegister();
 extern "C" __attribute__((visibility("default"))) void PluginUnregister();
 

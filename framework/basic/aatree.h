@@ -347,9 +347,9 @@ constexpr bool g_bIS_FOREIGN_KEY =
 ///     it.
 ///   - `SetComparisonFunction(comparison)`: of an empty tree.
 ///   - `==`, `!=`, `swap(tree, tree)`.
-/// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in place;
-///   a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is not shown
-///   to the ConstructFrom() of a derived class.
+/// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in
+///   place; a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is
+///   not shown to the ConstructFrom() of a derived class.
 /// - **Keys:** What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
 ///   another type, with which `<` compares a T in both directions, or which the comparison that they are given takes as
 ///   (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that order, which must
@@ -365,7 +365,8 @@ constexpr bool g_bIS_FOREIGN_KEY =
 /// - **Iterators:** Bidirectional, in ascending order; they and handles are good until their element is erased.
 ///   Elements may be changed through them, except in what the comparison looks at.
 /// - **Failure:** As of the base. A copy for which memory runs out is empty, an assignment changes nothing then; making
-///   a tree of a list in braces or of a range throws std::bad_alloc. Emplace() and clear() do not tell: TryEmplace() does.
+///   a tree of a list in braces or of a range throws std::bad_alloc. Emplace() and clear() do not tell: TryEmplace()
+///   does.
 template <typename T>
 class QV_EXPORT CAATree : public orvel_internal::CTypedNodes<T, CAATreeBase>
 {
@@ -483,8 +484,8 @@ public:
             return Insert(std::move(rrElement), SNaturalOrder());
         else return MoveInByCallback(rrElement);
     }
-    /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is not
-    /// misled, and asks that.
+    /// Inserts in the tree's own order, named once more: the compiler can build it in. A tree that has another one is
+    /// not misled, and asks that.
     template <typename Order>
     [[nodiscard]] QvResult Insert(const T& rElement, Order order)
     {
@@ -518,8 +519,9 @@ public:
     {
         return InsertBy(std::move(rrElement), pInserted, SNaturalOrder());
     }
-    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a node is needed even where an equal
-    /// element is there. A handle of the new element; none where there is none, see TryEmplace().
+    /// Makes an element as T(arguments...), or of its members T{arguments...}, in its node, and finds its place then: a
+    /// node is needed even where an equal element is there. A handle of the new element; none where there is none, see
+    /// TryEmplace().
     template <typename... Arguments>
     handle Emplace(Arguments&&... arguments)
     {

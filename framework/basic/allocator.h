@@ -84,8 +84,9 @@ extern template class CSingleton<CDefaultAllocator>;
 /// - **Cost:** Push() and Pop() are constant and allocate nothing while a block is free; what was pushed last is popped
 ///   first. Reserve() and Reduce() are one call of the source.
 /// - **Failure:** A null block or false, with the free list unchanged.
-/// - **Alignment:** That of the source's blocks, which for operator new[] is `__STDCPP_DEFAULT_NEW_ALIGNMENT__`, 16. What
-///   is aligned more widely does not belong in a block; the typed containers and CPool refuse such types to the compiler.
+/// - **Alignment:** That of the source's blocks, which for operator new[] is `__STDCPP_DEFAULT_NEW_ALIGNMENT__`, 16.
+///   What is aligned more widely does not belong in a block; the typed containers and CPool refuse such types to the
+///   compiler.
 /// - **Lifetime:** Without a source given, made only while the framework is up. If one is made at another time, one
 ///   line on standard error names the class, and abort() follows.
 class QV_EXPORT CBlockAllocator

@@ -102,7 +102,8 @@ public:
     CBlob(unsigned int uCapacity, IAllocator* pAllocator);
     /// A copy of uSize bytes in the larger of uSize and uCapacity bytes of room, empty if memory does not allow.
     CBlob(const unsigned char* puData, unsigned int uSize, unsigned int uCapacity, IAllocator* pAllocator = nullptr);
-    /// A copy of uSize bytes, in as much room. A template, so that CBlob(0, NULL) cannot mean this, but only a capacity.
+    /// A copy of uSize bytes, in as much room. A template, so that CBlob(0, NULL) cannot mean this, but only a
+    /// capacity.
     template <typename TByte, typename = typename std::enable_if<std::is_same<TByte, unsigned char>::value>::type>
     QV_HIDDEN CBlob(const TByte* puData, unsigned int uSize) : CBlob(puData, uSize, 0, nullptr)
     {
@@ -230,8 +231,8 @@ public:
     ///   is as it was.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the string, which is as it was.
     [[nodiscard]] QvResult ToText(CString* pstrText) const;
-    /// ToText() with two hexadecimal digits for each byte, small letters unless asked otherwise. A string holds the digits
-    /// of 32,767 bytes.
+    /// ToText() with two hexadecimal digits for each byte, small letters unless asked otherwise. A string holds the
+    /// digits of 32,767 bytes.
     [[nodiscard]] QvResult ToHex(CString* pstrHex, bool bUpperCase = false) const;
 
     /// Removes up to uSize bytes from uIndex on; nothing happens when uIndex is no byte. Cursors and capacity stay.
@@ -249,8 +250,8 @@ public:
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: uSize is above the capacity.
     QvResult Resize(unsigned int uSize);
-    /// Sets the size by the address behind the last byte, for callers that wrote through GetFirstIndexPtr(). The address
-    /// behind the full capacity is refused: the largest size settable this way is one less.
+    /// Sets the size by the address behind the last byte, for callers that wrote through GetFirstIndexPtr(). The
+    /// address behind the full capacity is refused: the largest size settable this way is one less.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: puEnd is before the first byte, or behind the capacity's last one.
     QvResult Resize(unsigned char* puEnd);

@@ -251,7 +251,8 @@ protected:
         m_uCachedIndex = m_uSize++;
         return pNode;
     }
-    /// LinkLast(), but in front of pBefore, which has this index, or no index that is known: then the cache goes to the head.
+    /// LinkLast(), but in front of pBefore, which has this index, or no index that is known: then the cache goes to the
+    /// head.
     SNode* LinkBefore(void* pBlock, SNode* pBefore, unsigned int uIndex)
     {
         SNode* const pPrevious = pBefore->GetPrevious();
@@ -405,15 +406,15 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
 ///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
 ///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.
-/// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between lists
-///   with different sources of memory Merge() and Split() move elements where their moves cannot throw or they cannot
-///   be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would copy
-///   elements that cannot be copied does not compile.
+/// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between
+///   lists with different sources of memory Merge() and Split() move elements where their moves cannot throw or they
+///   cannot be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would
+///   copy elements that cannot be copied does not compile.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a list of numbers.
-/// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked capacity
-///   does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(), Insert()
-///   and Emplace() tell instead; an element that was to be moved in is then still where it was.
+/// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked
+///   capacity does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(),
+///   Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
 /// - **Derived:** A class derived from CList<T> may override the element operations: every operation then calls them.
 template <typename T>
 class QV_EXPORT CList
@@ -556,8 +557,9 @@ public:
     handle Find(unsigned int uIndex) { return handle(CListBase::Find(uIndex)); }
     const_handle Find(unsigned int uIndex) const { return const_handle(CListBase::Find(uIndex)); }
 
-    /// Moves all elements of rSrc in front of index uIndex, as in CListBase. Between different sources of memory elements are moved where their moves cannot throw; those
-    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
+    /// Moves all elements of rSrc in front of index uIndex, as in CListBase. Between different sources of memory
+    /// elements are moved where their moves cannot throw; those that can be neither copied nor moved are refused there
+    /// as QV_RES_INVALID_ARGUMENT.
     [[nodiscard]] QvResult Merge(unsigned int uIndex, CList& rSrc)
     {
         return Receive(rSrc, [&](CListBase& rDest) { return rDest.Merge(uIndex, rSrc); });

@@ -213,8 +213,9 @@ public:
     /// QV_RES_ALREADY_EXISTS.
     [[nodiscard]] QvResult InsertOrAssign(const K& rKey, V value) { return InsertOrAssignAny(rKey, value); }
     [[nodiscard]] QvResult InsertOrAssign(K&& rrKey, V value) { return InsertOrAssignAny(std::move(rrKey), value); }
-    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle of it; none where the key has an
-    /// entry, which keeps its value, and where there can be none. No value is made then.
+    /// Puts an entry in whose value is made in place, as V(arguments...) or, of its members, V{arguments...}. A handle
+    /// of it; none where the key has an entry, which keeps its value, and where there can be none. No value is made
+    /// then.
     template <typename... Arguments>
     handle Emplace(const K& rKey, Arguments&&... arguments)
     {

@@ -87,8 +87,8 @@ struct STextPiece
 /// - **Growth:** In steps of 32 characters, but push_back() and Format() double; blocks shrink only by
 ///   ReduceCapacity().
 /// - **Cost:** Copying is constant: no character is copied.
-/// - **Failure:** What returns a QvResult leaves the string as it was when it fails, unless said otherwise. What returns
-///   nothing does nothing when an argument is out of range or memory runs out.
+/// - **Failure:** What returns a QvResult leaves the string as it was when it fails, unless said otherwise. What
+///   returns nothing does nothing when an argument is out of range or memory runs out.
 /// - **Too long:** A text of more than uMAX_SIZE characters never enters a string, nor does its beginning. What cannot
 ///   tell so, operators and constructors, names the call that does: Assign() or Append().
 /// - **Aliasing:** A text handed to an operation may be a part of this string.
@@ -171,8 +171,9 @@ public:
         const unsigned int uCommon = uSize < uOtherSize ? uSize : uOtherSize;
         if (uCommon != 0)
         {
-            // Most texts differ early. Only where they do not, is a call worth it. Two branches, not one and a conditional
-            // value: a search in a tree goes on below a node that is guessed, where it would wait for the value.
+            // Most texts differ early. Only where they do not, is a call worth it. Two branches, not one and a
+            // conditional value: a search in a tree goes on below a node that is guessed, where it would wait for the
+            // value.
             const uint64_t uBegin = BeginOf(CStr(), uCommon);
             const uint64_t uOtherBegin = BeginOf(rOther.CStr(), uCommon);
             if (uBegin < uOtherBegin) return -1;
@@ -223,8 +224,8 @@ public:
     CString Substring(unsigned int uIndex, unsigned int uSize = uMAX_SIZE) const;
     /// Makes the parts between the separators all that *pParts holds, in their order. Empty parts count: "a,,b" has
     /// three, "," has two, and an empty string is one empty part. The string may be one of *pParts.
-    /// Cost: one pass, and the parts copied. Strings that *pParts holds are written to within their capacity: lines that
-    /// are split into one vector soon ask for no more memory. Include "framework/basic/vector.h".
+    /// Cost: one pass, and the parts copied. Strings that *pParts holds are written to within their capacity: lines
+    /// that are split into one vector soon ask for no more memory. Include "framework/basic/vector.h".
     ///
     /// - `QV_RES_OK`: *pParts has the parts.
     /// - `QV_RES_INVALID_ARGUMENT`: pParts is null.
@@ -345,8 +346,8 @@ public:
         return AppendText(text.pText, text.uSize);
     }
 
-    /// Unchanged when the result would be too long, or memory runs out: Append() tells. A string of uMAX_SIZE characters
-    /// counts up to its first NUL, as in Insert(), but not in Append(). Cost: as of Append().
+    /// Unchanged when the result would be too long, or memory runs out: Append() tells. A string of uMAX_SIZE
+    /// characters counts up to its first NUL, as in Insert(), but not in Append(). Cost: as of Append().
     CString& operator+=(const CString& rRight)
     {
         const unsigned int uSize = rRight.GetSize();
@@ -392,15 +393,15 @@ public:
     [[nodiscard]] QvResult Format(unsigned int uStartIndex, const char* pszFormat, va_list args)
         __attribute__((format(printf, 3, 0)));
 
-    /// The number that a text is, or this string, as a whole: without white space, a plus sign or a prefix, whatever the
-    /// locale. Integers of any type have digits and letters of either case below uBase, 2 to 36; a minus sign only those
-    /// with a sign. What is read into a double or float is decimal (-1.5e-3), the nearest number, "inf" or "nan".
+    /// The number that a text is, or this string, as a whole: without white space, a plus sign or a prefix, whatever
+    /// the locale. Integers of any type have digits and letters of either case below uBase, 2 to 36; a minus sign only
+    /// those with a sign. What is read into a double or float is decimal (-1.5e-3), the nearest number, "inf" or "nan".
     ///
     /// - `QV_RES_OK`: *pNumber is the number.
-    /// - `QV_RES_INVALID_ARGUMENT`: the text is no such number, not a single character or one too many, pNumber is null,
-    ///   or there is no such base; *pNumber is as it was.
-    /// - `QV_RES_FAIL`: a number it is, but beyond what the type holds: too large, or a fraction so small that only 0 is
-    ///   near; *pNumber is as it was.
+    /// - `QV_RES_INVALID_ARGUMENT`: the text is no such number, not a single character or one too many, pNumber is
+    ///   null, or there is no such base; *pNumber is as it was.
+    /// - `QV_RES_FAIL`: a number it is, but beyond what the type holds: too large, or a fraction so small that only 0
+    ///   is near; *pNumber is as it was.
     [[nodiscard]] static QvResult ParseNumber(STextPiece text, int64_t* pnNumber, unsigned int uBase = 10);
     [[nodiscard]] static QvResult ParseNumber(STextPiece text, uint64_t* puNumber, unsigned int uBase = 10);
     [[nodiscard]] static QvResult ParseNumber(STextPiece text, double* pNumber);
@@ -427,8 +428,8 @@ public:
     {
         return ParseNumber(*this, pNumber, uBase);
     }
-    /// Appends a number as ParseNumber() reads it back: an integer of any type in a base of 2 to 36, with small letters;
-    /// a double or float in the fewest characters that give exactly this number again, whatever the locale.
+    /// Appends a number as ParseNumber() reads it back: an integer of any type in a base of 2 to 36, with small
+    /// letters; a double or float in the fewest characters that give exactly this number again, whatever the locale.
     ///
     /// - `QV_RES_OK`: the number is in.
     /// - `QV_RES_INVALID_ARGUMENT`: there is no such base, or the string would be longer than uMAX_SIZE.

@@ -157,7 +157,8 @@ public:
     [[nodiscard]] QvResult Merge(unsigned int uIndex, CVListBase& rSrc);
     /// Replaces the elements of rDest by those from uIndex on, which leave this vector-list.
     ///
-    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this vector-list.
+    /// - `QV_RES_INVALID_ARGUMENT`: the element sizes differ, uIndex is not below the size, or rDest is this
+    ///   vector-list.
     /// - `QV_RES_INVALID_STATE`: the capacity of rDest is locked and does not suffice.
     /// - `QV_RES_OUT_OF_MEMORY`: there is no memory for the blocks or the order of rDest.
     [[nodiscard]] QvResult Split(unsigned int uIndex, CVListBase& rDest);
@@ -306,7 +307,8 @@ private:
 ///   algorithm that rearranges elements through them moves elements; Sort() and Swap() do not.
 /// - **Elements:** As in CList: whatever there is. Between vector-lists with different sources of memory Merge() and
 ///   Split() move elements where their moves cannot throw or they cannot be copied, else copy them, and refuse with
-///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not compile.
+///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not
+///   compile.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a vector-list of numbers.
 /// - **Failure:** As in CVListBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -450,8 +452,9 @@ public:
     }
     iterator erase(const_iterator position) { return erase(position, position + 1); }
 
-    /// Moves all elements of rSrc in front of index uIndex, as in CVListBase. Between different sources of memory elements are moved where their moves cannot throw; those
-    /// that can be neither copied nor moved are refused there as QV_RES_INVALID_ARGUMENT.
+    /// Moves all elements of rSrc in front of index uIndex, as in CVListBase. Between different sources of memory
+    /// elements are moved where their moves cannot throw; those that can be neither copied nor moved are refused there
+    /// as QV_RES_INVALID_ARGUMENT.
     [[nodiscard]] QvResult Merge(unsigned int uIndex, CVList& rSrc)
     {
         const unsigned int uCount = rSrc.GetSize();

@@ -60,8 +60,8 @@ public:
     CBase64& operator=(const CBase64&) = default;
     ~CBase64() override;
 
-    /// Sets the alphabet, which takes effect at once and stays across Begin(). Any other value encodes as the standard alphabet, and decodes as
-    /// one that has neither "+" nor "/".
+    /// Sets the alphabet, which takes effect at once and stays across Begin(). Any other value encodes as the standard
+    /// alphabet, and decodes as one that has neither "+" nor "/".
     void SetAlphabet(EAlphabet eAlphabet);
     /// The alphabet that was set last.
     EAlphabet GetAlphabet() const;

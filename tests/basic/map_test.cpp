@@ -1,5 +1,5 @@
-// What the twin over std::map does beside the library's maps needs no example here: this is about what std::map does not
-// do, keys that become others, types that cannot be copied, and about what a search asks.
+// What the twin over std::map does beside the library's maps needs no example here: this is about what std::map does
+// not do, keys that become others, types that cannot be copied, and about what a search asks.
 #include "framework/basic/map.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,5 @@
-// Interrupts the scheduler after some output, and looks at which jobs have run how often: time does not matter for that.
+// Interrupts the scheduler after some output, and looks at which jobs have run how often: time does not matter for
+// that.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -20,7 +20,13 @@ const char* const g_pszPROGRAM = R"(
 enum EUnsized { eUNSIZED };
 struct SWide { alignas(16) char acBytes[16]; };
 struct STooWide { alignas(32) char acBytes[32]; };
-struct SOwner { SOwner(); SOwner(SOwner&&); bool operator<(const SOwner&) const; bool operator==(const SOwner&) const; };
+struct SOwner
+{
+    SOwner();
+    SOwner(SOwner&&);
+    bool operator<(const SOwner&) const;
+    bool operator==(const SOwner&) const;
+};
 struct SNoDefault { explicit SNoDefault(int) {} };
 struct SByFactor { int operator()(int n1, int n2) const { return nFactor * (n1 - n2); } int nFactor; };
 struct SPinned { SPinned(); SPinned(const SPinned&) = delete; };

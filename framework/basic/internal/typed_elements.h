@@ -316,7 +316,7 @@ public:
         return rFirst.m_position == rSecond.m_position;
     }
     friend bool operator!=(const CNodeCursor& rFirst, const CNodeCursor& rSecond) { return !(rFirst == rSecond); }
-    // Positions are pointers to nodes: their difference would be none of elements, and taken for a distance.
+    /// There is none: the difference of the nodes' addresses would be taken for a distance.
     friend void operator-(const CNodeCursor&, const CNodeCursor&) = delete;
 
 private:

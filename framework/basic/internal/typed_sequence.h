@@ -100,8 +100,8 @@ public:
     T* GetAt(unsigned int uIndex) { return static_cast<T*>(Base::GetAt(uIndex)); }
     const T* GetAt(unsigned int uIndex) const { return static_cast<const T*>(Base::GetAt(uIndex)); }
 
-    /// Puts uCount copies of an element, or elements made by default, or copies of all elements of rSrc in front of index
-    /// uIndex. Results as of the base.
+    /// Puts uCount copies of an element, or elements made by default, or copies of all elements of rSrc in front of
+    /// index uIndex. Results as of the base.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uCount)
     {
         static_assert(std::is_default_constructible<T>::value,

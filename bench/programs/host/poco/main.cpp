@@ -1,5 +1,5 @@
-// examples/host with POCO. Classes are known by their names in the sources; a class that two plug-ins have is taken from
-// the first.
+// examples/host with POCO. Classes are known by their names in the sources; a class that two plug-ins have is taken
+// from the first.
 #include <Poco/ClassLoader.h>
 #include <Poco/Exception.h>
 

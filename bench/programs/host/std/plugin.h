@@ -24,8 +24,8 @@ public:
 /// Makes objects of classes by the names that users know them by.
 using Classes = std::map<std::string, std::function<std::unique_ptr<Transform>()>>;
 
-/// What a plug-in exports: it adds its classes when it is loaded, and takes them out before it is unloaded. False where a
-/// class of that name is there already.
+/// What a plug-in exports: it adds its classes when it is loaded, and takes them out before it is unloaded. False where
+/// a class of that name is there already.
 extern "C" __attribute__((visibility("default"))) bool pluginRegister(Classes& classes);
 extern "C" __attribute__((visibility("default"))) void pluginUnregister(Classes& classes);
 
