@@ -169,7 +169,7 @@ public:
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// Puts uSize bytes of rSrc from uStartIndex on in front of index uIndex, as the other form; uTO_END means up to
-    /// its end.
+    /// its end: Insert(GetSize(), rSrc, 0, uTO_END) appends a blob.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);

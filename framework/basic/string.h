@@ -306,6 +306,7 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, const CString& rSrc,
                                   unsigned int uStartIndex, unsigned int uSize);
+    /// Puts uRepetition characters c in front of index uIndex. Results as of the other forms.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, unsigned int uRepetition, char c);
     /// Removes uSize characters; nothing happens unless they all exist.
     void Erase(unsigned int uIndex, unsigned int uSize);

@@ -838,7 +838,7 @@ public:
     using Vector::insert;
 
     using Sequence::Sort;
-    /// Shell sort by a typed comparison, as in CTypedSequence. Trivially copyable elements are moved as bytes.
+    /// Shell sort by a typed comparison, not stable. Trivially copyable elements are moved as bytes.
     template <typename Compare = SNaturalOrder>
     void Sort(Compare compare = Compare())
     {

@@ -91,7 +91,8 @@ private:
     uint8_t m_auKeyStream[ms_uBLOCK_SIZE];  // of CTR
 };
 
-/// AES with 128-, 192- or 256-bit keys, in CBC, CFB (128-bit), CTR, ECB and OFB; see CCipher for the way to use it.
+/// Encrypts and decrypts: AES with 128-, 192- or 256-bit keys, in CBC, CFB (128-bit), CTR, ECB and OFB; see CCipher for
+/// the way to use it.
 ///
 /// - **Blocks:** In every mode Update() hands out whole blocks of 16 bytes only: its output may be up to 15 bytes
 ///   longer than its input. End() hands out the rest in CFB, CTR and OFB. CBC and ECB do not pad, and a message that is

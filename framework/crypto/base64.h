@@ -13,9 +13,9 @@
 /// res = CBase64::ToText(blobBytes, &strText);
 ///
 /// CBase64 base64;                                     // or one that comes in pieces.
-/// base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
-/// base64.Update(&blobBytes, &blobText, false);
-/// base64.End(&blobText, true);
+/// res = base64.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_DEFAULT, nullptr, nullptr);
+/// res = base64.Update(&blobBytes, &blobText, false);
+/// res = base64.End(&blobText, true);
 /// ```
 ///
 /// A new object encodes, in the standard alphabet. Groups end in "=" padding, and there are no line breaks.

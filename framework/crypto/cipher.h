@@ -10,9 +10,9 @@
 /// A reversible transformation of a stream of bytes:
 /// ```
 /// CAes aes;
-/// aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
-/// aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size.
-/// aes.End(&blobOut, true);                // what was held back for a whole block comes now.
+/// res = aes.Begin(CCipher::eACTION_ENCRYPT, CCipher::eMODE_CTR, &blobKey, &blobIv);
+/// res = aes.Update(&blobIn, &blobOut, false);   // any number of times, in pieces of any size.
+/// res = aes.End(&blobOut, true);                // what was held back for a whole block comes now.
 /// ```
 ///
 /// What each call writes, and when it fails, depends on the algorithm: see CAes and CBase64.

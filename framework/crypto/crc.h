@@ -9,10 +9,10 @@
 /// A cyclic redundancy check against accidents on a line or a disk (not against people: see CSha1Mac):
 /// ```
 /// CCrc crc;
-/// crc.Begin(CCrc::eCRC32);
-/// crc.Update(puData, uSize);   // any number of times, in pieces of any size.
+/// res = crc.Begin(CCrc::eCRC32);
+/// res = crc.Update(puData, uSize);   // any number of times, in pieces of any size.
 /// uint32_t uCrc;
-/// crc.End(&uCrc);
+/// res = crc.End(&uCrc);
 /// ```
 ///
 /// - **Inactive:** Begin() makes it active. Update() and End() are refused.

@@ -9,9 +9,9 @@
 /// A message digest:
 /// ```
 /// CSha256 sha256;
-/// sha256.Begin();
-/// sha256.Update(puData, uSize);   // any number of times, in pieces of any size.
-/// sha256.End(&blobDigest);
+/// res = sha256.Begin();
+/// res = sha256.Update(puData, uSize);   // any number of times, in pieces of any size.
+/// res = sha256.End(&blobDigest);
 /// ```
 ///
 /// - **Threads:** No locking: one thread at a time per object.

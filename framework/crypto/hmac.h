@@ -11,9 +11,9 @@
 /// A keyed message authentication code:
 /// ```
 /// CSha1Mac mac;
-/// mac.Begin(puKey, uKeySize);
-/// mac.Update(puData, uSize);   // any number of times, in pieces of any size.
-/// mac.End(&blobCode);          // the next message needs Begin() with the key again.
+/// res = mac.Begin(puKey, uKeySize);
+/// res = mac.Update(puData, uSize);   // any number of times, in pieces of any size.
+/// res = mac.End(&blobCode);          // the next message needs Begin() with the key again.
 /// ```
 ///
 /// Compare codes by QvIsEqualConstantTime(), not with memcmp(), where an attacker can measure.
@@ -102,7 +102,7 @@ private:
     CSha1 m_sha1;
 };
 
-/// HMAC-SHA1, 160 bits.
+/// HMAC-SHA1, 160 bits. How it is used, and when it fails, stands at CHMac.
 ///
 /// - **Source:** RFC 2104, RFC 2202.
 class QV_EXPORT CSha1Mac : public CHMac, public CSha1MacBremoFw

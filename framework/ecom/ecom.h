@@ -8,14 +8,15 @@
 
 /// The registry of component classes: an identifier, and the function that makes an object of the class.
 /// ```
-/// RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>);
+/// QV_RETURN_IF_FAILED(RegisterECom(&CLSID_Circle, CreateEComObject<CCircle>));
 /// CEComPtr<IShape> pShape;
-/// if (pShape.CreateInstance(&CLSID_Circle) < 0) ...
+/// QV_RETURN_IF_FAILED(pShape.CreateInstance(&CLSID_Circle));
 /// ```
 ///
 /// framework/ecom/component.h shows how to write a component.
 ///
-/// - **Ownership:** The registry keeps pointers to identifiers. Objects belong to those who hold references to them.
+/// - **Ownership:** The registry keeps pointers to the identifiers that are registered. Objects belong to those who
+///   hold references to them.
 /// - **Threads:** All functions, from any thread. Creation functions run under the registry's recursive mutex: they may
 ///   create and register, but must not wait for another thread that does.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all registrations.
