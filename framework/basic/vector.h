@@ -676,7 +676,8 @@ private:
 ///   copied, when the capacity changes, and by Insert(), Erase(), Merge(), Split(), Swap() and Sort(). What would copy
 ///   elements that cannot be copied does not compile. What can neither be copied nor moved goes into a CList or CVList.
 ///   A class with a vector of what cannot be copied as a member says so itself, where its own objects become elements:
-///   `SJob(SJob&&) = default;`, which leaves it without copies.
+///   `SJob(SJob&&) = default;`, which leaves it without copies. Such a vector itself is an element of a CVector, not of
+///   a std::vector, which would copy it, since its move allocates.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a vector of numbers.
 /// - **Failure:** As in CVectorBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -730,13 +731,8 @@ public:
         Vector::operator=(rSrc);
         return *this;
     }
-    /// Takes everything; rSrc is empty afterwards. Throws what operator new[] throws; but where the elements cannot be
-    /// copied, the program ends then: a std::vector of such vectors does not compile if their moves may throw.
-    CVector(CVector&& rSrc) noexcept(!orvel_internal::SIsCopyable<T>::value)
-        : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
-    {
-        CVectorBase::ExchangeContents(rSrc);
-    }
+    /// Takes everything; rSrc is empty afterwards.
+    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc) noexcept
     {

@@ -338,12 +338,8 @@ public:
         orvel_internal::RequireCopyable<T>();
         CVListBase::operator=(rSrc);
     }
-    /// Takes everything; rSrc is empty afterwards. Throws what operator new[] throws; but where the elements cannot be
-    /// copied, the program ends then, as of a CVector.
-    CVList(CVList&& rSrc) noexcept(!orvel_internal::SIsCopyable<T>::value) : Sequence(rSrc.m_elementAllocator)
-    {
-        CVListBase::ExchangeContents(rSrc);
-    }
+    /// Takes everything; rSrc is empty afterwards.
+    CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
     /// Copies the elements; changes nothing where that fails.
     CVList& operator=(const CVList& rSrc) = default;
     /// The two vector-lists exchange everything.

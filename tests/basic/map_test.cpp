@@ -14,9 +14,13 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
+#include "framework/basic/list.h"
 #include "framework/basic/string.h"
+#include "framework/basic/vector.h"
+#include "framework/basic/vector_list.h"
 #include "fuzz/models/map_steps.h"
 #include "fuzz/models/random_runs.h"
 #include "tests/support/container_elements.h"
@@ -393,8 +397,18 @@ struct SFolder
     int nFiles = 0;
     CMap<CString, SFolder> folders;
 };
+struct SValue
+{
+    std::variant<int, CMap<int, SValue>, CVector<SValue>, CList<SValue>, CVList<SValue>> what;
+};
 TEST(MapElements, ValuesHoldMapsOfTheirOwnKind)
 {
+    SValue value;
+    value.what.emplace<1>()[5].what.emplace<2>().emplace_back().what.emplace<3>().emplace_back().what = 7;
+    const SValue same(value);
+    EXPECT_EQ(7,
+              std::get<0>(std::get<3>(std::get<2>(std::get<1>(same.what).Find(5)->value.what)[0].what).front().what));
+
     SFolder root;
     root.folders["usr"].folders["lib"].nFiles = 3;
     SFolder copy(root);
