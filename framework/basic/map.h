@@ -153,7 +153,7 @@ public:
         Tree::operator=(rSrc);
         return *this;
     }
-    /// The two maps exchange everything.
+    /// The two maps exchange everything. Not with one that a value of this one holds, as said of CVector.
     CMap& operator=(CMap&& rSrc) noexcept
     {
         Tree::operator=(static_cast<Tree&&>(rSrc));

@@ -733,7 +733,8 @@ public:
     }
     /// Takes everything; rSrc is empty afterwards.
     CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
-    /// The two vectors exchange their elements, storage, allocators and locks.
+    /// The two vectors exchange their elements, storage, allocators and locks. Not with one that an element of this one
+    /// holds, which would then hold itself: `node = Node(std::move(node.children[0]))` takes it out first.
     CVector& operator=(CVector&& rSrc) noexcept
     {
         CVectorBase::ExchangeContents(rSrc);

@@ -342,7 +342,7 @@ public:
     CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
     /// Copies the elements; changes nothing where that fails.
     CVList& operator=(const CVList& rSrc) = default;
-    /// The two vector-lists exchange everything.
+    /// The two vector-lists exchange everything. Not with one that an element of this one holds, as said of CVector.
     CVList& operator=(CVList&& rSrc) = default;
     /// Empty, with the default allocator.
     template <typename Element = T>
