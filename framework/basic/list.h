@@ -402,7 +402,8 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
 /// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
-/// - **Growth:** One node for one element, also by push_back(): nothing moves, so that nothing is gained by more.
+/// - **Growth:** By choice. push_back() and emplace_back() take as many nodes as there are elements when none is free, at
+///   most 33 at once, since a few cost little more than one; Append() and all others take what they need. Nothing moves.
 /// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
 ///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
 ///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.
@@ -496,6 +497,7 @@ public:
     template <typename Movable = T>
     std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
     {
+        ReserveAhead();
         orvel_internal::ThrowUnlessSucceeded(InsertMoved(CListBase::GetEndIndex(), rElement));
     }
     /// push_back() of an element that is made in place, as T(arguments...).
@@ -504,6 +506,7 @@ public:
     {
         const unsigned int uIndex = CListBase::GetEndIndex();
         handle element;
+        ReserveAhead();
         orvel_internal::ThrowUnlessSucceeded(
             EmplaceBefore(nullptr, uIndex, element, std::forward<Arguments>(arguments)...));
         return *element;
@@ -621,6 +624,13 @@ private:
         return operation(*this);
     }
 
+    // Where that is refused, one node may still be had.
+    void ReserveAhead()
+    {
+        if (m_nodeAllocator.HasFree() || !IsExact()) return;
+        const unsigned int uSize = CListBase::m_uSize;
+        static_cast<void>(orvel_internal::GrowCapacity(*this, size_t{uSize} + 1 + orvel_internal::NodesAhead(uSize)));
+    }
     template <typename... Arguments>
     QvResult EmplaceAt(unsigned int uIndex, handle& rElement, Arguments&&... arguments)
     {

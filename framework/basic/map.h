@@ -141,11 +141,21 @@ public:
             if (!entry) orvel_internal::ThrowOutOfMemory();
         }
     }
-    CMap(const CMap& rSrc) = default;
-    CMap(CMap&& rSrc) noexcept = default;
-    CMap& operator=(const CMap& rSrc) = default;
+    // None of them defaulted: for that a compiler may look at all constructors of the tree, and so at V, here already,
+    // where it is still incomplete if its objects hold maps of their own kind.
+    CMap(const CMap& rSrc) : Tree(static_cast<const Tree&>(rSrc)) {}
+    CMap(CMap&& rSrc) noexcept : Tree(static_cast<Tree&&>(rSrc)) {}
+    CMap& operator=(const CMap& rSrc)
+    {
+        Tree::operator=(rSrc);
+        return *this;
+    }
     /// The two maps exchange everything.
-    CMap& operator=(CMap&& rSrc) noexcept = default;
+    CMap& operator=(CMap&& rSrc) noexcept
+    {
+        Tree::operator=(static_cast<Tree&&>(rSrc));
+        return *this;
+    }
 
     using Tree::begin;
     using Tree::cbegin;

@@ -26,12 +26,16 @@ class CVector;
 
 namespace orvel_internal
 {
-/// Whether numbers of this type are written with digits: integers, but neither bool nor characters (signed and unsigned
-/// char count as numbers).
+/// Whether numbers of this type are written with digits: integers of up to 64 bits, but neither bool nor characters
+/// (signed and unsigned char count as numbers).
 template <typename T>
-constexpr bool g_bIS_NUMBER =
-    std::is_integral<T>::value && !std::is_same<T, bool>::value && !std::is_same<T, char>::value &&
-    !std::is_same<T, wchar_t>::value && !std::is_same<T, char16_t>::value && !std::is_same<T, char32_t>::value;
+constexpr bool g_bIS_NUMBER = std::is_integral<T>::value && sizeof(T) <= sizeof(int64_t) &&
+                              !std::is_same<T, bool>::value &&
+#ifdef __cpp_char8_t
+                              !std::is_same<T, char8_t>::value &&
+#endif
+                              !std::is_same<T, char>::value && !std::is_same<T, wchar_t>::value &&
+                              !std::is_same<T, char16_t>::value && !std::is_same<T, char32_t>::value;
 template <typename Integer>
 using Widest = std::conditional_t<std::is_signed<Integer>::value, int64_t, uint64_t>;
 }  // namespace orvel_internal
@@ -394,8 +398,9 @@ public:
         __attribute__((format(printf, 3, 0)));
 
     /// The number that a text is, or this string, as a whole: without white space, a plus sign or a prefix, whatever
-    /// the locale. Integers of any type have digits and letters of either case below uBase, 2 to 36; a minus sign only
-    /// those with a sign. What is read into a double or float is decimal (-1.5e-3), the nearest number, "inf" or "nan".
+    /// the locale. Integers of any type of up to 64 bits have digits and letters of either case below uBase, 2 to 36; a
+    /// minus sign only those with a sign. What is read into a double or float is decimal (-1.5e-3), the nearest number;
+    /// or, in letters of either case, "inf", "infinity", "nan" or "nan(...)", with a minus sign or not.
     ///
     /// - `QV_RES_OK`: *pNumber is the number.
     /// - `QV_RES_INVALID_ARGUMENT`: the text is no such number, not a single character or one too many, pNumber is
@@ -428,7 +433,7 @@ public:
     {
         return ParseNumber(*this, pNumber, uBase);
     }
-    /// Appends a number as ParseNumber() reads it back: an integer of any type in a base of 2 to 36, with small
+    /// Appends a number as ParseNumber() reads it back: an integer of up to 64 bits in a base of 2 to 36, with small
     /// letters; a double or float in the fewest characters that give exactly this number again, whatever the locale.
     ///
     /// - `QV_RES_OK`: the number is in.

@@ -301,8 +301,8 @@ private:
 /// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
 /// - **Growth:** By choice. push_back(), emplace_back() and insert() double the capacity of the order when it is used
-///   up, at least to 8 elements, and take one block. All other calls grow it exactly. Where there is no memory for the
-///   double, they ask for one more.
+///   up, at least to 8 elements, and take up to 32 blocks for it at once, since a few cost little more than one. All
+///   other calls take what they need. Where there is no memory for so much, they ask for one more.
 /// - **Iterators:** Random access; invalid after anything that inserts, erases or changes the capacity. A standard
 ///   algorithm that rearranges elements through them moves elements; Sort() and Swap() do not.
 /// - **Elements:** As in CList: whatever there is. Between vector-lists with different sources of memory Merge() and
@@ -396,14 +396,14 @@ public:
     void push_back(const T& rElement)
     {
         orvel_internal::RequireCopyable<T>();
-        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(ReserveAhead());
         if (IsExact()) emplace_back(rElement);
         else orvel_internal::ThrowUnlessSucceeded(Sequence::Append(rElement));
     }
     template <typename Movable = T>
     std::enable_if_t<!std::is_scalar<Movable>::value> push_back(T&& rElement)
     {
-        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(ReserveAhead());
         orvel_internal::ThrowUnlessSucceeded(InsertMoved(m_order.GetSize(), rElement));
     }
     /// push_back() of an element that is made in place, as T(arguments...).
@@ -411,7 +411,7 @@ public:
     T& emplace_back(Arguments&&... arguments)
     {
         T* pElement = nullptr;
-        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(ReserveAhead());
         orvel_internal::ThrowUnlessSucceeded(
             EmplaceAt(m_order.GetSize(), pElement, std::forward<Arguments>(arguments)...));
         return *pElement;
@@ -431,7 +431,7 @@ public:
     {
         orvel_internal::RequireCopyable<T>();
         const unsigned int uIndex = IndexOf(position);
-        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(ReserveAhead());
         orvel_internal::ThrowUnlessSucceeded(Sequence::Insert(uIndex, 1, rElement));
         return begin() + uIndex;
     }
@@ -439,7 +439,7 @@ public:
     std::enable_if_t<!std::is_scalar<Movable>::value, iterator> insert(const_iterator position, T&& rElement)
     {
         const unsigned int uIndex = IndexOf(position);
-        orvel_internal::ThrowUnlessSucceeded(DoubleOrder());
+        orvel_internal::ThrowUnlessSucceeded(ReserveAhead());
         orvel_internal::ThrowUnlessSucceeded(InsertMoved(uIndex, rElement));
         return begin() + uIndex;
     }
@@ -491,7 +491,15 @@ private:
     }
 
     bool IsExact() const { return orvel_internal::CExactClass::IsOf(*this); }
-    QvResult DoubleOrder() { return orvel_internal::DoubleCapacity(m_order, sizeof(void*)); }
+    QvResult ReserveAhead()
+    {
+        const QvResult res = orvel_internal::DoubleCapacity(m_order, sizeof(void*));
+        if (res < 0 || m_elementAllocator.HasFree() || !IsExact()) return res;
+        // Where that is refused, one block may still be had.
+        const unsigned int uRoom = m_order.GetCapacity() - m_order.GetSize();
+        m_elementAllocator.Reserve(orvel_internal::NodesAhead(uRoom));
+        return res;
+    }
     unsigned int IndexOf(const_iterator position) const { return static_cast<unsigned int>(position - begin()); }
 
     /// Whether elements that come from rSrc leave their blocks, and not as copies that the element operations make.

@@ -376,6 +376,21 @@ TEST(MapElements, ValuesThatCannotBeMovedEitherAreMadeInPlaceAndOnce)
     EXPECT_TRUE(byView.contains(std::string_view("x")) && !byView.contains(std::string_view("y")));
 }
 
+struct SFolder
+{
+    int nFiles = 0;
+    CMap<CString, SFolder> folders;
+};
+TEST(MapElements, ValuesHoldMapsOfTheirOwnKind)
+{
+    SFolder root;
+    root.folders["usr"].folders["lib"].nFiles = 3;
+    SFolder copy(root);
+    root = SFolder();
+    EXPECT_EQ(3, copy.folders["usr"].folders["lib"].nFiles);
+    EXPECT_EQ(0u, root.folders.GetSize());
+}
+
 TEST(MapManners, ItIsMadeOfEntriesAndOfWhatComesApartIntoThem)
 {
     using testing::ElementsAre;

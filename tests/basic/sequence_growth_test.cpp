@@ -168,33 +168,62 @@ TEST(CVectorGrowth, PushBackDoublesAndAppendStaysExact)
     EXPECT_EQ(100002u, vector.GetCapacity());
 }
 
-TEST(CVListGrowth, PushBackDoublesTheOrderAndTakesOneBlock)
+TEST(CVListGrowth, PushBackDoublesTheOrderAndTakesSomeBlocksForIt)
 {
     CTestAllocator allocator;
     CVList<int> list(&allocator);
     unsigned int uCapacity = 0;
+    unsigned int uBlocks = 0;
     for (unsigned int u = 0; u < 1000; ++u)
     {
         if (u == uCapacity) uCapacity = std::max(8u, 2 * u);
+        if (u == uBlocks) uBlocks += std::min(32u, uCapacity - u);
         if (u % 3 == 0) list.push_back(static_cast<int>(u));
         else list.emplace_back(static_cast<int>(u));
         ASSERT_EQ(uCapacity, list.GetCapacity());
-        ASSERT_EQ(u + 1, allocator.GetLiveBlocks());
+        ASSERT_EQ(uBlocks, allocator.GetLiveBlocks());
     }
     ASSERT_EQ(QV_RES_OK, list.ReduceCapacity(0));
     ASSERT_EQ(QV_RES_OK, list.Append(1));
     EXPECT_EQ(1001u, list.GetCapacity());
+    EXPECT_EQ(1001u, allocator.GetLiveBlocks());
 }
 
-TEST(CListGrowth, PushBackTakesOneNode)
+TEST(CListGrowth, PushBackTakesAsManyNodesAsThereAreWithinABound)
 {
     CTestAllocator allocator;
-    CList<int> list(&allocator);
-    for (unsigned int u = 1; u < 100; ++u)
+    CList<std::string> list(&allocator);
+    unsigned int uCapacity = 0;
+    size_t uRequests = 0;
+    for (unsigned int u = 0; u < 300; ++u)
     {
-        list.push_back(7);
-        ASSERT_EQ(u, list.GetCapacity());
-        ASSERT_EQ(u, allocator.GetRequests().size());
+        if (u == uCapacity)
+        {
+            uCapacity += 1 + std::min(32u, u);
+            ++uRequests;
+        }
+        if (u % 2 == 0) list.push_back("text");
+        else list.emplace_back("text");
+        ASSERT_EQ(uCapacity, list.GetCapacity());
+        ASSERT_EQ(uRequests, allocator.GetRequests().size());
+    }
+    ASSERT_EQ(QV_RES_OK, list.ReduceCapacity(0));
+    ASSERT_EQ(QV_RES_OK, list.Append("text"));
+    EXPECT_EQ(301u, list.GetCapacity());
+}
+
+TYPED_TEST(CGrowth, WhereMoreThanOneIsRefusedPushBackTakesOne)
+{
+    for (const unsigned int uNth : {1u, 2u})
+    {
+        CTestAllocator allocator;
+        typename TypeParam::template TOf<int> numbers(&allocator);
+        for (int n = 0; n < 3; ++n) ASSERT_EQ(QV_RES_OK, numbers.Append(n));
+        ASSERT_EQ(QV_RES_OK, numbers.ReduceCapacity(0));
+        allocator.RefuseNth(uNth);
+        numbers.push_back(3);
+        EXPECT_EQ((std::vector<int>{0, 1, 2, 3}), std::vector<int>(numbers.begin(), numbers.end()));
+        if (uNth == 1) EXPECT_TRUE(allocator.HasRefused());
     }
 }
 
@@ -465,8 +494,8 @@ TYPED_TEST(CNodeMoves, BetweenSourcesOfMemoryElementsMoveWhereTheyCan)
         here.emplace_back(n);
         copiesHere.emplace_back(n);
     }
-    there.emplace_back(9);
-    copiesThere.emplace_back(9);
+    there.Emplace(0, 9);
+    copiesThere.Emplace(0, 9);
     SMoved::ms_nCopies = SMoved::ms_nMoves = SCopied::ms_nCopies = SCopied::ms_nMoves = 0;
     ASSERT_EQ(QV_RES_OK, here.Split(1, there));
     ASSERT_EQ(QV_RES_OK, copiesHere.Split(1, copiesThere));
@@ -486,7 +515,7 @@ TYPED_TEST(CNodeMoves, ARefusedTransferChangesNothing)
     CTestAllocator allocator;
     typename TypeParam::template TOf<SMoved> here, there(&allocator);
     for (const int n : {1, 2, 3}) here.emplace_back(n);
-    there.emplace_back(9);
+    there.Emplace(0, 9);
     allocator.SetRefusing(true);
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, here.Split(0, there));
     EXPECT_EQ(QV_RES_OUT_OF_MEMORY, there.Merge(0, here));

@@ -551,6 +551,18 @@ TYPED_TEST(CStringInteger, IsWrittenInAnyBaseAndReadBack)
     EXPECT_EQ("123", TextOf(str));
 }
 
+template <typename Number, typename = void>
+constexpr bool g_bIS_APPENDED = false;
+template <typename Number>
+constexpr bool
+    g_bIS_APPENDED<Number, std::void_t<decltype(std::declval<CString&>().AppendNumber(std::declval<Number>()))>> = true;
+static_assert(g_bIS_APPENDED<signed char> && g_bIS_APPENDED<unsigned long long> && !g_bIS_APPENDED<bool> &&
+              !g_bIS_APPENDED<char> && !g_bIS_APPENDED<wchar_t> && !g_bIS_APPENDED<char8_t> &&
+              !g_bIS_APPENDED<char16_t> && !g_bIS_APPENDED<char32_t>);
+// In GNU dialects it counts as an integer, and would lose its upper half.
+__extension__ using Int128 = __int128;
+static_assert(!orvel_internal::g_bIS_NUMBER<Int128>);
+
 TEST(CStringNumber, IsNotAppendedWhereTheStringIsFullOrMemoryRunsOut)
 {
     CString str(std::string(65533, 'x').c_str());
@@ -597,6 +609,8 @@ TEST(CStringFraction, IsReadAsAWholeOrNotAtAll)
                               {"-1.5E-3", QV_RES_OK},
                               {"inf", QV_RES_OK},
                               {"-INFINITY", QV_RES_OK},
+                              {"infinit", QV_RES_INVALID_ARGUMENT},
+                              {"nan(1", QV_RES_INVALID_ARGUMENT},
                               {"0e9999", QV_RES_OK},
                               {"0.1", QV_RES_OK},
                               {"3.4028235e38", QV_RES_OK}};
@@ -612,8 +626,12 @@ TEST(CStringFraction, IsReadAsAWholeOrNotAtAll)
         EXPECT_EQ(bOk ? std::strtof(rCase.strText.c_str(), nullptr) : 77, fNumber);
     }
     double dNumber = 0;
-    EXPECT_EQ(QV_RES_OK, CString("nan").ToNumber(&dNumber));
-    EXPECT_TRUE(std::isnan(dNumber));
+    for (const char* const pszNoNumber : {"nan", "-NaN", "nan(1)"})
+    {
+        dNumber = 0;
+        EXPECT_EQ(QV_RES_OK, CString(pszNoNumber).ToNumber(&dNumber));
+        EXPECT_TRUE(std::isnan(dNumber)) << pszNoNumber;
+    }
     float fNumber = 0;
     EXPECT_EQ(QV_RES_FAIL, CString("3.5e38").ToNumber(&fNumber));
     EXPECT_EQ(QV_RES_INVALID_ARGUMENT, CString("1").ToNumber(static_cast<double*>(nullptr)));

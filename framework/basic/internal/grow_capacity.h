@@ -37,6 +37,13 @@ QvResult DoubleCapacity(Container& rContainer, size_t uElementSize)
     // Also where the target is no more than the size: large elements, or the most.
     return res < 0 || uTarget <= uSize ? GrowCapacity(rContainer, uSize + 1) : res;
 }
+
+/// How many nodes push_back() takes at once when none is free: a source gives several for little more than one.
+inline unsigned int NodesAhead(unsigned int uWished)
+{
+    constexpr unsigned int uMOST = 32;
+    return uWished < uMOST ? uWished : uMOST;
+}
 }  // namespace orvel_internal
 
 #endif
