@@ -168,8 +168,8 @@ public:
     /// - `QV_RES_INVALID_ARGUMENT`: uIndex is above the size, or puData is null and uSize is not 0.
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
-    /// Puts uSize bytes of rSrc from uStartIndex on in front of index uIndex, as the other form; uTO_END means up to its
-    /// end: Insert(GetSize(), rSrc, 0, uTO_END) appends a blob.
+    /// Puts uSize bytes of rSrc from uStartIndex on in front of index uIndex, as the other form; uTO_END means up to
+    /// its end: Insert(GetSize(), rSrc, 0, uTO_END) appends a blob.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);

@@ -402,8 +402,9 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// A comparison is called as (const T& element, const Key& key) and returns a negative number, 0 or a positive number;
 /// without one the order is that of `<`. Each of these calls also takes a PFNCompareElements and its number.
 ///
-/// - **Growth:** By choice. push_back() and emplace_back() take as many nodes as there are elements when none is free, at
-///   most 33 at once, since a few cost little more than one; Append() and all others take what they need. Nothing moves.
+/// - **Growth:** By choice. push_back() and emplace_back() take as many nodes as there are elements when none is free,
+///   at most 33 at once, since a few cost little more than one; Append() and all others take what they need. Nothing
+///   moves.
 /// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
 ///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
 ///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.

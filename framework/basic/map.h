@@ -143,7 +143,9 @@ public:
     }
     // None of them defaulted: for that a compiler may look at all constructors of the tree, and so at V, here already,
     // where it is still incomplete if its objects hold maps of their own kind.
+    /// Order, allocator and entries of the other one; empty when memory runs out.
     CMap(const CMap& rSrc) : Tree(static_cast<const Tree&>(rSrc)) {}
+    /// Takes everything; rSrc is empty afterwards.
     CMap(CMap&& rSrc) noexcept : Tree(static_cast<Tree&&>(rSrc)) {}
     CMap& operator=(const CMap& rSrc)
     {
@@ -255,7 +257,7 @@ public:
     void Erase(handle entry) { Tree::Erase(entry); }
     void Erase(const_handle entry) { Tree::Erase(entry); }
 
-    /// The same by a key of another type: see Keys. So do FindOrInsert(), Find(), contains(), FindLowerBound(),
+    /// The value of a key of another type: see Keys. So do FindOrInsert(), Find(), contains(), FindLowerBound(),
     /// FindUpperBound(), Insert(), InsertOrAssign(), Emplace(), TryEmplace() and Erase() what they do by a K.
     template <typename Key, typename = ForeignOnly<Key>>
     V& operator[](const Key& rKey)

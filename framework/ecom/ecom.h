@@ -15,7 +15,8 @@
 ///
 /// framework/ecom/component.h shows how to write a component.
 ///
-/// - **Ownership:** The registry keeps pointers to the identifiers that are registered. Objects belong to those who hold references to them.
+/// - **Ownership:** The registry keeps pointers to the identifiers that are registered. Objects belong to those who
+///   hold references to them.
 /// - **Threads:** All functions, from any thread. Creation functions run under the registry's recursive mutex: they may
 ///   create and register, but must not wait for another thread that does.
 /// - **Lifetime:** Between the start-up and the shut-down of the framework, which forgets all registrations.

@@ -11,8 +11,8 @@
 /// ```
 /// CTimer timer;
 /// timer.StartCyclicWait(100);
-/// while (timer.CyclicWait(false) && !bStop) Work();   // every 100 ms, until another thread sets bStop, an atomic flag,
-///                                                     // and then calls StopCyclicWait().
+/// // Every 100 ms, until another thread sets bStop, an atomic flag, and then calls StopCyclicWait().
+/// while (timer.CyclicWait(false) && !bStop) Work();
 ///
 /// planned  |----- 100 -----|----- 100 -----|----- 100 -----|----- 100 -----|
 /// work     ###.............#########################.......

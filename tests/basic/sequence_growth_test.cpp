@@ -223,7 +223,7 @@ TYPED_TEST(CGrowth, WhereMoreThanOneIsRefusedPushBackTakesOne)
         allocator.RefuseNth(uNth);
         numbers.push_back(3);
         EXPECT_EQ((std::vector<int>{0, 1, 2, 3}), std::vector<int>(numbers.begin(), numbers.end()));
-        if (uNth == 1) EXPECT_TRUE(allocator.HasRefused());
+        EXPECT_TRUE(allocator.HasRefused() || uNth == 2);
     }
 }
 
