@@ -350,10 +350,11 @@ constexpr bool g_bIS_FOREIGN_KEY =
 /// - **Elements:** Of any type. One that cannot be copied is moved in, one that cannot be moved either is made in
 ///   place; a tree of such elements can be moved, and copying it does not compile. What is moved or made in place is
 ///   not shown to the ConstructFrom() of a derived class.
-/// - **Keys:** What converts to T is a key as a T, made once. Find(), FindOrInsert() and the bounds also take a key of
-///   another type, with which `<` compares a T in both directions, or which the comparison that they are given takes as
-///   (const T& element, const Key& key), as searches in vectors and lists do. The tree goes by that order, which must
-///   put the elements as its own does:
+/// - **Keys:** What converts to T is a key as a T, made once (a text that is too long for a CString as an empty one:
+///   CString::Assign() tells). Find(), FindOrInsert() and the bounds also take a key of another type, with which `<`
+///   compares a T in both directions, or which the comparison that they are given takes as (const T& element,
+///   const Key& key), as searches in vectors and lists do. The tree goes by that order, which must put the elements as
+///   its own does:
 ///   ```
 ///   struct SById
 ///   {

@@ -387,7 +387,8 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
 /// - `Erase(index)`, `Erase(index, count)`, `Erase(handle)`, `EraseAll()`, `pop_back()`: the capacity stays.
 /// - `MoveToFirst(handle)`, `MoveToLast(handle)`: relink one.
-/// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there.
+/// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there,
+///   in front of what is there.
 /// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
 ///   size.
 /// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted list, in few comparisons.
@@ -411,7 +412,8 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between
 ///   lists with different sources of memory Merge() and Split() move elements where their moves cannot throw or they
 ///   cannot be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would
-///   copy elements that cannot be copied does not compile.
+///   copy elements that cannot be copied does not compile. A class with a list of such as a member says so itself, where
+///   its own objects become elements: `SJob(SJob&&) = default;`, which leaves it without copies.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a list of numbers.
 /// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -469,7 +471,8 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
-    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room. The capacity does
+    /// not shrink, its lock and the allocator stay, by `= {}` as well.
     CList& operator=(std::initializer_list<T> elements)
     {
         Sequence::AssignList(elements);

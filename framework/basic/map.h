@@ -81,6 +81,8 @@ struct SOrderedPart<SKeyOrder<K, V>>
 ///   moved, and copying it does not compile.
 /// - **Keys:** What converts to K is a key as a K, made once. Other types are keys without conversion if `<` compares a
 ///   K with them in both directions; where such a key becomes an entry's, it is as K(key).
+///   A text that is too long for a CString converts to an empty one, and so is the empty key: where it may come, make
+///   the CString by Assign(), which tells.
 /// - **Addresses:** An entry stays where it is until it is erased; so handles, iterators and references to values are
 ///   good until then. The key of an entry is const.
 /// - **Cost:** One descent for each call by a key, and one more for an erasure.

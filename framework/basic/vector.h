@@ -650,7 +650,8 @@ private:
 /// - `Emplace(index, arguments)`: an element made there; its address, or null.
 /// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
 /// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
-/// - `Merge(index, vector)`, `Split(index, vector)`: all elements of another come; those from index on go there.
+/// - `Merge(index, vector)`, `Split(index, vector)`: all elements of another come; those from index on go there,
+///   in place of what is there.
 /// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
 ///   size.
 /// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted vector, in few comparisons.
@@ -674,6 +675,8 @@ private:
 /// - **Elements:** Whatever can be copied or moved. They are moved, where their moves cannot throw or they cannot be
 ///   copied, when the capacity changes, and by Insert(), Erase(), Merge(), Split(), Swap() and Sort(). What would copy
 ///   elements that cannot be copied does not compile. What can neither be copied nor moved goes into a CList or CVList.
+///   A class with a vector of what cannot be copied as a member says so itself, where its own objects become elements:
+///   `SJob(SJob&&) = default;`, which leaves it without copies.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a vector of numbers.
 /// - **Failure:** As in CVectorBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -727,8 +730,13 @@ public:
         Vector::operator=(rSrc);
         return *this;
     }
-    /// Takes everything; rSrc is empty afterwards.
-    CVector(CVector&& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator) { CVectorBase::ExchangeContents(rSrc); }
+    /// Takes everything; rSrc is empty afterwards. Throws what operator new[] throws; but where the elements cannot be
+    /// copied, the program ends then: a std::vector of such vectors does not compile if their moves may throw.
+    CVector(CVector&& rSrc) noexcept(!orvel_internal::SIsCopyable<T>::value)
+        : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
+    {
+        CVectorBase::ExchangeContents(rSrc);
+    }
     /// The two vectors exchange their elements, storage, allocators and locks.
     CVector& operator=(CVector&& rSrc) noexcept
     {
@@ -747,7 +755,8 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
-    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room. The capacity does
+    /// not shrink, its lock and the allocator stay, by `= {}` as well.
     template <typename Element = T>
     CVector& operator=(std::initializer_list<T> elements)
     {

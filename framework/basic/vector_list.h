@@ -285,7 +285,8 @@ private:
 /// - `Emplace(index, arguments)`: an element made there; its address, or null.
 /// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
 /// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
-/// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there.
+/// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there,
+///   in place of what is there.
 /// - `Find(start, key)`, `Find(start, key, comparison)`: the index of the first equal element from start on, else the
 ///   size.
 /// - `FindSorted(key)`, `FindSorted(key, comparison)`: the same in a sorted vector-list, in few comparisons.
@@ -308,7 +309,7 @@ private:
 /// - **Elements:** As in CList: whatever there is. Between vector-lists with different sources of memory Merge() and
 ///   Split() move elements where their moves cannot throw or they cannot be copied, else copy them, and refuse with
 ///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not
-///   compile.
+///   compile; a class with a vector-list of such as a member says so itself, as with a list.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a vector-list of numbers.
 /// - **Failure:** As in CVListBase. What has no result throws std::bad_alloc where memory runs out or the locked
@@ -337,8 +338,12 @@ public:
         orvel_internal::RequireCopyable<T>();
         CVListBase::operator=(rSrc);
     }
-    /// Takes everything; rSrc is empty afterwards.
-    CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
+    /// Takes everything; rSrc is empty afterwards. Throws what operator new[] throws; but where the elements cannot be
+    /// copied, the program ends then, as of a CVector.
+    CVList(CVList&& rSrc) noexcept(!orvel_internal::SIsCopyable<T>::value) : Sequence(rSrc.m_elementAllocator)
+    {
+        CVListBase::ExchangeContents(rSrc);
+    }
     /// Copies the elements; changes nothing where that fails.
     CVList& operator=(const CVList& rSrc) = default;
     /// The two vector-lists exchange everything.
@@ -364,7 +369,8 @@ public:
     {
         Sequence::AppendRange(first, last);
     }
-    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room.
+    /// Replaces the elements. Throws std::bad_alloc and changes nothing where there is no room. The capacity does
+    /// not shrink, its lock and the allocator stay, by `= {}` as well.
     CVList& operator=(std::initializer_list<T> elements)
     {
         // A capacity is one of the order: the blocks beside those of the elements that go are asked for here.

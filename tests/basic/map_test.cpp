@@ -178,6 +178,18 @@ struct SNarrow
 };
 }  // namespace
 
+TEST(Map, ATextThatIsTooLongForAKeyIsTheEmptyOne)
+{
+    const std::string strTooLong(CString::uMAX_SIZE + 1, 'x');
+    CMap<CString, int> map;
+    map[strTooLong.c_str()] = 1;
+    EXPECT_EQ(1, map.Find("")->value);
+    EXPECT_TRUE(map.contains(strTooLong.c_str()));
+    CAATree<CString> tree;
+    EXPECT_EQ(QV_RES_OK, tree.Insert(strTooLong.c_str()));
+    EXPECT_TRUE(tree.contains(""));
+}
+
 TEST(Map, AKeyThatBecomesAnotherOneIsRefusedAndLeavesTheOrder)
 {
     CTestAllocator allocator;

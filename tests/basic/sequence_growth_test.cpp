@@ -307,6 +307,40 @@ TYPED_TEST(CGrowth, AnElementOfTheContainerMayBeTheArgument)
     }
 }
 
+template <template <typename> class Container>
+struct SJob
+{
+    explicit SJob(int nPart) { parts.push_back(std::make_unique<int>(nPart)); }
+    SJob(SJob&&) = default;
+
+    Container<std::unique_ptr<int>> parts;
+};
+
+TYPED_TEST(CGrowth, ContainersOfElementsThatOnlyMoveAreElementsThemselves)
+{
+    using Owners = typename TypeParam::template TOf<std::unique_ptr<int>>;
+    using Job = SJob<TypeParam::template TOf>;
+    std::vector<Owners> inStandard;
+    typename TypeParam::template TOf<Owners> inOwn;
+    std::vector<Job> jobsInStandard;
+    typename TypeParam::template TOf<Job> jobsInOwn;
+    for (int n = 0; n != 20; ++n)
+    {
+        inStandard.emplace_back().push_back(std::make_unique<int>(n));
+        inOwn.emplace_back().push_back(std::make_unique<int>(n));
+        jobsInStandard.emplace_back(n);
+        jobsInOwn.emplace_back(n);
+    }
+    for (unsigned int u = 0; u != 20; ++u)
+    {
+        const int n = static_cast<int>(u);
+        EXPECT_EQ(n, *inStandard[u].front());
+        EXPECT_EQ(n, *inOwn.GetAt(u)->front());
+        EXPECT_EQ(n, *jobsInStandard[u].parts.front());
+        EXPECT_EQ(n, *jobsInOwn.GetAt(u)->parts.front());
+    }
+}
+
 TYPED_TEST(CGrowth, ElementsThatOnlyMoveAreAsAtHome)
 {
     using Container = typename TypeParam::template TOf<std::unique_ptr<int>>;

@@ -258,8 +258,10 @@ TYPED_TEST(CManners, AListOfValuesReplacesTheElements)
     texts = {"c", "d", "e"};
     EXPECT_THAT(texts, testing::ElementsAre("c", "d", "e"));
     const unsigned int uCapacity = texts.GetCapacity();
+    texts.SetLockCapacity(1);
     texts = {};
     EXPECT_THAT(texts, testing::IsEmpty());
+    EXPECT_NE(0u, texts.GetLockCapacity());
     EXPECT_EQ(uCapacity, texts.GetCapacity());
 }
 
