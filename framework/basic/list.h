@@ -412,8 +412,8 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between
 ///   lists with different sources of memory Merge() and Split() move elements where their moves cannot throw or they
 ///   cannot be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would
-///   copy elements that cannot be copied does not compile. A class with a list of such as a member says so itself, where
-///   its own objects become elements: `SJob(SJob&&) = default;`, which leaves it without copies.
+///   copy elements that cannot be copied does not compile. A class with a list of such as a member says so itself,
+///   where its own objects become elements: `SJob(SJob&&) = default;`, which leaves it without copies.
 /// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
 ///   before still is: only a literal 0 is an element of a list of numbers.
 /// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked
