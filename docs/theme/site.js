@@ -57,11 +57,14 @@
     frame.appendChild(copy);
   });
 
-  // Search. Entries: [name, where, kind, address, text]; the kinds, in the order in which equals are shown.
+  // Search. Entries: [name, where, kind, address, text, 1 for what few look for]; the kinds, in the order in which equals
+  // are shown. Hyphens do not count: a plugin is a plug-in.
   var kinds = ["class", "type", "function", "macro", "constant", "header", "page", "section"];
   var field = document.getElementById("search-field");
   var list = document.getElementById("search-results");
   var entries = null, shown = [], chosen = -1;
+
+  function folded(text) { return text.toLowerCase().replace(/-/g, ""); }
 
   function load(then) {
     if (entries) return then();
@@ -69,14 +72,14 @@
     script.src = "search_data.js";
     script.onload = function () {
       entries = window.orvelSearchData.map(function (entry) {
-        var name = entry[0].toLowerCase();
+        var name = folded(entry[0]);
         return {
           name: name,
           // A class is looked for without its first letter, and a name by any of its parts.
           bare: /^[CIS][A-Z]/.test(entry[0]) ? name.slice(1) : name.replace(/^(?:qv_res_|qv_?)/, ""),
-          parts: entry[0].replace(/([a-z0-9])([A-Z])/g, "$1 $2").toLowerCase().split(/[^a-z0-9]+/),
+          parts: folded(entry[0].replace(/([a-z0-9])([A-Z])/g, "$1 $2")).split(/[^a-z0-9]+/),
           full: (entry[1] + "::" + entry[0]).toLowerCase(),
-          text: entry[4].toLowerCase(),
+          text: folded(entry[4]),
           entry: entry
         };
       });
@@ -101,7 +104,7 @@
   }
 
   function find(query) {
-    var words = query.toLowerCase().replace(/\(\)$/, "").split(/\s+/).filter(Boolean);
+    var words = folded(query).replace(/\(\)$/, "").split(/\s+/).filter(Boolean);
     var found = [];
     entries.forEach(function (item) {
       var sum = 0;
@@ -110,12 +113,18 @@
         if (sum === Infinity) return;
       }
       // A class before its members, whatever is named alike.
-      sum = sum / words.length + kinds.indexOf(item.entry[2]) / 4 + (item.full.includes("bremofw") ? 2 : 0);
+      sum = sum / words.length + kinds.indexOf(item.entry[2]) / 4 + (item.full.includes("bremofw") ? 2 : 0) +
+            (item.entry[5] ? 3 : 0);
       found.push([sum, item.entry]);
     });
     found.sort(function (a, b) {
       return a[0] - b[0] || a[1][0].length - b[1][0].length || (a[1][3] < b[1][3] ? -1 : 1);
     });
+    // What a class inherits shows where it comes from, unless the class is asked for as well.
+    var own = {};
+    function key(pair) { return pair[1][0] + "\n" + pair[1][4]; }
+    found.forEach(function (pair) { if (!pair[1][5]) own[key(pair)] = true; });
+    if (words.length === 1) found = found.filter(function (pair) { return !pair[1][5] || !own[key(pair)]; });
     return found.slice(0, 40).map(function (pair) { return pair[1]; });
   }
 

@@ -141,6 +141,8 @@ public:
     CBlob& operator=(const CBlob& rSrc);
     /// The two blobs exchange everything.
     CBlob& operator=(CBlob&& rSrc);
+    /// Bytes, room, cursors and allocators change sides.
+    friend void swap(CBlob& rFirst, CBlob& rSecond) { rFirst = static_cast<CBlob&&>(rSecond); }
 
     /// Compares sizes and bytes, not cursors.
     bool operator==(const CBlob& rOther) const;
@@ -169,7 +171,7 @@ public:
     /// - `QV_RES_OUT_OF_MEMORY`: the allocator gave no block.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const unsigned char* puData, unsigned int uSize);
     /// Puts uSize bytes of rSrc from uStartIndex on in front of index uIndex, as the other form; uTO_END means up to
-    /// its end: Insert(GetSize(), rSrc, 0, uTO_END) appends a blob.
+    /// its end.
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: also when they pass the end of rSrc.
     [[nodiscard]] QvResult Insert(unsigned int uIndex, const CBlob& rSrc, unsigned int uStartIndex, unsigned int uSize);
@@ -191,6 +193,8 @@ public:
     ///
     /// - `QV_RES_INVALID_ARGUMENT`: pszText is null.
     [[nodiscard]] QvResult Append(const char* pszText);
+    /// All bytes of another blob, at the end; the cursors of neither move. It may be this blob.
+    [[nodiscard]] QvResult Append(const CBlob& rSrc) { return Insert(m_uSize, rSrc, 0, uTO_END); }
     /// Appends a byte. Without room the capacity doubles (16 bytes at least), so that many of them cost few
     /// reallocations; where memory does not allow that, it grows by the one byte. For std::back_inserter() and such.
     /// Append() instead takes what is needed and not a byte more, and returns a result where this throws

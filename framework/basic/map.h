@@ -76,8 +76,9 @@ struct SOrderedPart<SKeyOrder<K, V>>
 ///   - `GetSize()`, `size()`, `IsEmpty()`, `empty()`.
 ///   - `ReserveCapacity(n)`, `ReduceCapacity(n)`, `GetCapacity()`, `SetLockCapacity(n)`, `GetLockCapacity()`.
 ///   - `==`, `!=`, `swap(map, map)`.
-/// - **Entries:** Keys and values of any type. Those that cannot be copied are moved in, a value that cannot be moved
-///   either is made in place; a map of such can be moved, and copying it does not compile.
+/// - **Entries:** Each is an SMapEntry<K, V>, which is the T in calls of the tree. Keys and values of any type. Those
+///   that cannot be copied are moved in, a value that cannot be moved either is made in place; a map of such can be
+///   moved, and copying it does not compile.
 /// - **Keys:** What converts to K is a key as a K, made once. Other types are keys without conversion if `<` compares a
 ///   K with them in both directions; where such a key becomes an entry's, it is as K(key).
 ///   A text that is too long for a CString converts to an empty one, and so is the empty key: where it may come, make

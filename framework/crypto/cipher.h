@@ -61,13 +61,15 @@ public:
     CCipher& operator=(const CCipher&) = default;
     virtual ~CCipher();
 
-    /// Starts a message, dropping the one before.
+    /// Starts a message, dropping the one before. Results: in the contract of CAes, of CBase64.
     [[nodiscard]] virtual QvResult Begin(EAction eAction, EMode eMode, const uint8_t* puKey, unsigned int uKeySize,
                                          const uint8_t* puIv, unsigned int uIvSize) = 0;
     /// Adds uInSize bytes to the message, writes what is ready to puOut and its size to *puOutSize.
+    /// Results: in the contract of CAes, of CBase64.
     [[nodiscard]] virtual QvResult Update(const uint8_t* puIn, unsigned int uInSize, uint8_t* puOut,
                                           unsigned int* puOutSize) = 0;
-    /// Ends the message: writes the rest to puOut and its size to *puOutSize.
+    /// Ends the message: writes the rest to puOut and its size to *puOutSize. Results: in the contract of CAes, of
+    /// CBase64.
     [[nodiscard]] virtual QvResult End(uint8_t* puOut, unsigned int* puOutSize) = 0;
     /// Starts a message, from blobs. Update() and End() with blobs raise the output blob's capacity to what the raw
     /// form may need, before that is called.

@@ -31,11 +31,11 @@ public:
     CHMac& operator=(const CHMac&) = default;
     virtual ~CHMac();
 
-    /// Starts a message under a key of uKeySize bytes (a key of 0 bytes is allowed).
+    /// Starts a message under a key of uKeySize bytes (a key of 0 bytes is allowed). Results: in the contract of CHMac.
     [[nodiscard]] virtual QvResult Begin(const uint8_t* puKey, unsigned int uKeySize) = 0;
-    /// Adds uSize bytes to the message.
+    /// Adds uSize bytes to the message. Results: in the contract of CHMac.
     [[nodiscard]] virtual QvResult Update(const uint8_t* puData, unsigned int uSize) = 0;
-    /// Ends the message and writes its code, GetSizeInBytes() bytes.
+    /// Ends the message and writes its code, GetSizeInBytes() bytes. Results: in the contract of CHMac.
     [[nodiscard]] virtual QvResult End(uint8_t* puDigest) = 0;
     /// Starts a message under the key that a blob holds.
     [[nodiscard]] virtual QvResult Begin(const CBlob* pblobKey) = 0;

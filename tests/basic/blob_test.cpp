@@ -324,6 +324,20 @@ TEST(CBlobMarshal, WithoutRoomForAllNothingIsTaken)
     EXPECT_EQ(8u, marshaler.GetUnreadSize());
 }
 
+TEST(CBlobAppend, TakesAnotherBlobOrItself)
+{
+    CBlob blob = CBlob::Of({1, 2});
+    CBlob other = CBlob::Of({3});
+    EXPECT_EQ(QV_RES_OK, blob.Append(other));
+    EXPECT_EQ(QV_RES_OK, blob.Append(blob));
+    EXPECT_EQ(QV_RES_OK, blob.Append(CBlob()));
+    EXPECT_EQ(CBlob::Of({1, 2, 3, 1, 2, 3}), blob);
+    using std::swap;
+    swap(blob, other);
+    EXPECT_EQ(CBlob::Of({3}), blob);
+    EXPECT_EQ(6u, other.GetSize());
+}
+
 TEST(CBlobText, AStringAddsItsCharactersWithoutTheirNul)
 {
     CBlob blob = BlobOf({1});

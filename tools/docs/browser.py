@@ -19,7 +19,8 @@ SIZES = {"desktop": (1280, 900), "telephone": (390, 844)}
 SEARCHES = [("CVector", "CVector"), ("vector", "CVector"), ("map", "CMap"), ("string", "CString"),
             ("sha256", "CSha256"), ("ALREADY_EXISTS", "QV_RES_ALREADY_EXISTS"), ("QvFailed", "QvFailed"), ("time zone", "CTimeZone"),
             ("RESERVECAPACITY", "ReserveCapacity"), ("framework/basic/list.h", "framework/basic/list.h"),
-            ("return_if", "QV_RETURN_IF_FAILED"), ("CMarshalReader", "CMarshalReader")]
+            ("return_if", "QV_RETURN_IF_FAILED"), ("CMarshalReader", "CMarshalReader"),
+            ("plugin", "Plug-ins that unload")]
 
 
 def start():
@@ -82,6 +83,9 @@ def search(reader):
         reader.type(words)
         found = [item.text for item in reader.all("#search-results .result-name")]
         reader.expect(found[:1] == [wanted], f"searching '{words}' gives {found[:3]} and not {wanted} first")
+    reader.type("eACTION_ENCRYPT")
+    found = [item.text for item in reader.all("#search-results .result-name")]
+    reader.expect(found.count("eACTION_ENCRYPT") == 1, "a search shows what classes inherit beside where it comes from")
     reader.type("no such name anywhere")
     reader.expect(reader.all("#search-results .result-none"), "a search without a result does not say so")
     reader.type("CList")

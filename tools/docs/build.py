@@ -46,8 +46,10 @@ def example_pages(work, site_pages):
             anchor = re.sub(r"\W", "_", where)
             files[where] = f"@ref {anchor}"
             language = ".cpp" if source.suffix in (".h", ".cpp") else ".unparsed"
-            lines += [f"## {source.name} {{#{anchor}}}", "", f"~~~{{{language}}}", source.read_text().rstrip(), "~~~",
-                      ""]
+            lines += [f"## {source.name} {{#{anchor}}}", ""]
+            if source.name == "CMakeLists.txt":
+                lines += ["Within the tree. The package has one that stands alone: see @ref examples \"Examples\".", ""]
+            lines += [f"~~~{{{language}}}", source.read_text().rstrip(), "~~~", ""]
         (work / f"{label}.md").write_text("\n".join(lines))
         files[f"examples/{folder.name}"] = f"@ref {label}"
         listed.append((folder.name, label, readmes.get(folder.name)))

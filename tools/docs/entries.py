@@ -10,7 +10,8 @@ def text_of(node):
 
 
 def reference(work):
-    """The compounds and members of the reference: [name, where, kind, address, text], header, whether it is nested."""
+    """The compounds and members of the reference: [name, where, kind, address, text], header, whether it is nested.
+    A sixth element marks members that few look for: protected ones, and what a class only inherits."""
     kinds = {"class": "class", "struct": "class", "union": "class", "function": "function", "define": "macro",
              "typedef": "type", "enum": "type", "variable": "constant"}
     seen = set()
@@ -42,15 +43,17 @@ def reference(work):
             where = name if kind != "file" else ""
             text = text_of(member.find("briefdescription"))
             item = [member_name, where, kinds.get(member.get("kind"), "type"), f"{address}#{anchor}", text]
+            owner = re.sub(r"<.*>", "", text_of(member.find("qualifiedname"))).rpartition("::")[0]
+            mark = [1] if where and (member.get("prot") == "protected" or owner != re.sub(r"<.*>", "", where)) else []
             # Overloads are one result: they stand together on the page. One with a text is taken first.
             if (member_name, where) not in seen:
                 seen.add((member_name, where))
-                yield item, header, True
+                yield item + mark, header, True
             for value in member.findall("enumvalue"):
                 place = value.get("id").rpartition("_1")[2]
                 value_item = [text_of(value.find("name")), where or member_name, "constant", f"{address}#{place}",
                               text_of(value.find("briefdescription"))]
-                yield value_item, header, True
+                yield value_item + mark, header, True
 
 
 def page_entries(site_pages):
