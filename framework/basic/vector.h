@@ -717,6 +717,8 @@ public:
     /// Empty; null means the default allocator.
     explicit CVector(IAllocator* pAllocator) : Sequence(pAllocator) {}
     /// bConstruct false: elements are bytes, zeroed when made without a source, never constructed or destroyed.
+    /// Not with emplace_back() or Emplace() of a type that has a destructor: the bytes would be those of an object that
+    /// is gone.
     CVector(bool bConstruct, IAllocator* pAllocator) : Sequence(bConstruct, pAllocator) {}
     ~CVector() override { EraseAll(); }
     CVector(const CVector& rSrc) : Sequence(rSrc.m_bConstruct, rSrc.m_pAllocator)
