@@ -832,18 +832,23 @@ private:
                 if (orvel_internal::IsLikely(nOrder < 0)) return pNode->pLeft;
                 return pNode->pRight;
             }
-            else if constexpr (std::is_same<Key, T>::value)
-            {
-                const int nOrder = rOrder(rKey, ElementOf(pNode));
-                if (nOrder == 0) return nullptr;
-                return nOrder < 0 ? pNode->pLeft : pNode->pRight;
-            }
-            else
-            {
-                const int nOrder = rOrder(ElementOf(pNode), rKey);
-                if (nOrder == 0) return nullptr;
-                return nOrder > 0 ? pNode->pLeft : pNode->pRight;
-            }
+            else return NextByOrder(pNode, rKey, rOrder);
+        }
+    }
+    template <typename Key, typename Order>
+    static Node* NextByOrder(Node* pNode, const Key& rKey, Order& rOrder)
+    {
+        if constexpr (std::is_same<Key, T>::value)
+        {
+            const int nOrder = rOrder(rKey, ElementOf(pNode));
+            if (nOrder == 0) return nullptr;
+            return nOrder < 0 ? pNode->pLeft : pNode->pRight;
+        }
+        else
+        {
+            const int nOrder = rOrder(ElementOf(pNode), rKey);
+            if (nOrder == 0) return nullptr;
+            return nOrder > 0 ? pNode->pLeft : pNode->pRight;
         }
     }
 

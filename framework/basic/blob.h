@@ -131,7 +131,7 @@ public:
     }
     /// A blob of the bytes in braces: CBlob::Of({0xCA, 0xFE}). Braces behind CBlob itself mean sizes and pointers:
     /// CBlob{0, 0, 16} is empty with room for 16 bytes. Throws std::bad_alloc if memory does not allow.
-    static CBlob Of(std::initializer_list<unsigned char> bytes) { return CBlob(bytes.begin(), bytes.end()); }
+    static CBlob Of(std::initializer_list<unsigned char> bytes) { return {bytes.begin(), bytes.end()}; }
     /// Same allocator, capacity, bytes and cursors.
     CBlob(const CBlob& rSrc);
     /// Takes everything; rSrc is empty afterwards.

@@ -323,7 +323,8 @@ int CString::CompareRest(const char* pszOther) const
     const size_t uOtherSize = strlen(pszOther);
     const int nOrder = memcmp(CStr(), pszOther, std::min(uSize, uOtherSize));
     if (nOrder != 0) return nOrder;
-    return (uSize > uOtherSize) - (uSize < uOtherSize);
+    if (uSize == uOtherSize) return 0;
+    return uSize < uOtherSize ? -1 : 1;
 }
 
 int CString::CaseInsCmp(const char* pszOther) const
@@ -365,10 +366,10 @@ unsigned int CString::FindLast(STextPiece text) const
 
 CString CString::Substring(unsigned int uIndex, unsigned int uSize) const
 {
-    if (uIndex >= GetSize()) return CString();
+    if (uIndex >= GetSize()) return {};
     uSize = std::min(uSize, GetSize() - uIndex);
     if (uSize == GetSize()) return *this;
-    return CString(CStr() + uIndex, uSize);  // which is below uMAX_SIZE, and so a plain length
+    return {CStr() + uIndex, uSize};  // which is below uMAX_SIZE, and so a plain length
 }
 
 void CString::ToLowerCase()

@@ -546,7 +546,7 @@ private:
         return uSize < sizeof(uBegin) ? uBegin >> (64 - 8 * uSize) : uBegin;
     }
     // The ways that Assign() and Append() take, Append() where the text does not go into the block as it is.
-    QvResult AssignText(const char* pText, size_t uSize);
+    QvResult AssignText(const char* pText, size_t uTextSize);
     QvResult AppendText(const char* pText, size_t uSize);
     // Compare() for texts that do not differ early.
     int CompareRest(const char* pszOther) const;
@@ -681,7 +681,8 @@ struct STextBeforeString
     static int Of(const char* pszFirst, const CString& rSecond)
     {
         const int nOrder = rSecond.Compare(pszFirst);
-        return (nOrder < 0) - (nOrder > 0);  // not negated: the least number has no opposite
+        if (nOrder == 0) return 0;
+        return nOrder < 0 ? 1 : -1;  // not negated: the least number has no opposite
     }
 };
 template <>
