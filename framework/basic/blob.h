@@ -72,7 +72,7 @@ class CString;
 ///   CMarshaler::ExtractAll() and the reading and bit operations only: appending bytes, Resize() and `>>` from a
 ///   marshaler leave them where they were.
 /// - **Failure:** Reported as QvResult or a null pointer, with the blob as it was. Construction throws what operator
-///   new[] throws (one byte is held aside). What can report nothing, push_back(), Of() and construction of a range,
+///   new[] throws (one byte is allocated). What can report nothing, push_back(), Of() and construction of a range,
 ///   throws std::bad_alloc; a program without exceptions ends.
 /// - **Texts:** As characters by Assign(), Append() and ToText(), as hexadecimal digits by AssignHex() and ToHex(), as
 ///   base64 by CBase64::FromText() and CBase64::ToText() (framework/crypto/base64.h).

@@ -384,7 +384,8 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 /// - `Insert(index, list)`: copies of all elements of another, at the front.
 /// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
 /// - `Emplace(index, arguments)`: an element made there; its handle, or none.
-/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: raw memory that counts as an
+///   element already: construct a T there before any other call.
 /// - `Erase(index)`, `Erase(index, count)`, `Erase(handle)`, `EraseAll()`, `pop_back()`: the capacity stays.
 /// - `MoveToFirst(handle)`, `MoveToLast(handle)`: relink one.
 /// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there,
@@ -408,14 +409,14 @@ inline void CListBase::RelinkAs(void* const* ppElements)
 ///   moves.
 /// - **Iterators:** Bidirectional. They and handles stay valid until their element is erased, also over sorting,
 ///   swapping and transfer to a list with the same source of memory (but such an iterator, when it reaches the end,
-///   steps back into the list that it came from). insert() and erase() by an iterator walk nowhere.
+///   steps back into the list that it came from). insert() and erase() by an iterator take constant time.
 /// - **Elements:** Whatever there is: what can neither be copied nor moved is made in place, by Emplace(). Between
 ///   lists with different sources of memory Merge() and Split() move elements where their moves cannot throw or they
 ///   cannot be copied, else copy them, and refuse with QV_RES_INVALID_ARGUMENT those that can do neither. What would
 ///   copy elements that cannot be copied does not compile. A class with a list of such as a member says so itself,
 ///   where its own objects become elements: `SJob(SJob&&) = default;`, which leaves it without copies.
-/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
-///   before still is: only a literal 0 is an element of a list of numbers.
+/// - **Braces:** hold values of one type, which T takes. `{nullptr}` and `{&allocator}` choose the allocator; `{0}` in
+///   a list of numbers is an element.
 /// - **Failure:** As in CListBase. What has no result throws std::bad_alloc where memory runs out or the locked
 ///   capacity does not suffice, with the list as it was; without exceptions the program ends with abort(). Append(),
 ///   Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
@@ -457,7 +458,8 @@ public:
     CList(CList&& rSrc) noexcept : Sequence(rSrc.m_nodeAllocator) { CListBase::ExchangeContents(rSrc); }
     /// Copies the elements; changes nothing where that fails.
     CList& operator=(const CList& rSrc) = default;
-    /// The two lists exchange everything. Not with one that an element of this one holds, as said of CVector.
+    /// The two lists exchange everything, so that the other one has what this one had. Not with one that an element of
+    /// this one holds, as said of CVector.
     CList& operator=(CList&& rSrc) = default;
     /// The values in braces, all of one type; what lies between two iterators. They throw std::bad_alloc where memory
     /// runs out, and so does an assignment, which then changes nothing, also where the capacity is locked.

@@ -154,7 +154,8 @@ public:
         Tree::operator=(rSrc);
         return *this;
     }
-    /// The two maps exchange everything. Not with one that a value of this one holds, as said of CVector.
+    /// The two maps exchange everything, so that the other one has what this one had. Not with one that a value of this
+    /// one holds, as said of CVector.
     CMap& operator=(CMap&& rSrc) noexcept
     {
         Tree::operator=(static_cast<Tree&&>(rSrc));

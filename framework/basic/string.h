@@ -147,7 +147,8 @@ public:
     [[nodiscard]] QvResult Assign(const char* pText, unsigned int uSize) { return AssignText(pText, uSize); }
     [[nodiscard]] QvResult Assign(STextPiece text) { return AssignText(text.pText, text.uSize); }
 
-    /// Equal sizes and equal characters up to a NUL, as strncmp() sees them.
+    /// Equal sizes and equal characters up to a NUL, as strncmp() sees them: those behind it are not compared.
+    /// Compare() is 0 where all are equal.
     bool operator==(const CString& rOther) const
     {
         // Bytes that are all equal, which is the common case, need no look for a NUL.

@@ -648,7 +648,8 @@ private:
 /// - `Insert(index, T&&)`, `Insert(index, vector)`: a moved element; copies of all elements of another.
 /// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
 /// - `Emplace(index, arguments)`: an element made there; its address, or null.
-/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: raw memory that counts as an
+///   element already: construct a T there before any other call.
 /// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
 /// - `Merge(index, vector)`, `Split(index, vector)`: all elements of another come; those from index on go there,
 ///   in place of what is there.
@@ -678,8 +679,8 @@ private:
 ///   A class with a vector of what cannot be copied as a member says so itself, where its own objects become elements:
 ///   `SJob(SJob&&) = default;`, which leaves it without copies. Such a vector itself is an element of a CVector, not of
 ///   a std::vector, which would copy it, since its move allocates.
-/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
-///   before still is: only a literal 0 is an element of a vector of numbers.
+/// - **Braces:** hold values of one type, which T takes. `{nullptr}` and `{&allocator}` choose the allocator; `{0}` in
+///   a vector of numbers is an element.
 /// - **Failure:** As in CVectorBase. What has no result throws std::bad_alloc where memory runs out or the locked
 ///   capacity does not suffice, with the vector as it was; without exceptions the program ends with abort().
 ///   Append(), Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.

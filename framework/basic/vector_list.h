@@ -283,7 +283,8 @@ private:
 /// - `Insert(index, T&&)`, `Insert(index, list)`: a moved element; copies of all elements of another.
 /// - `InsertSorted(element)`, `InsertSorted(element, comparison)`: in front of the first that does not order before it.
 /// - `Emplace(index, arguments)`: an element made there; its address, or null.
-/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: room, counted already: construct a T there at once.
+/// - `Allocate(index)`, `AllocateSorted(key, comparison, &p)`: raw memory that counts as an
+///   element already: construct a T there before any other call.
 /// - `Erase(index)`, `Erase(index, count)`, `EraseAll()`, `pop_back()`: the capacity stays.
 /// - `Merge(index, list)`, `Split(index, list)`: all elements of another come; those from index on go there,
 ///   in place of what is there.
@@ -310,8 +311,8 @@ private:
 ///   Split() move elements where their moves cannot throw or they cannot be copied, else copy them, and refuse with
 ///   QV_RES_INVALID_ARGUMENT those that can do neither. What would copy elements that cannot be copied does not
 ///   compile; a class with a vector-list of such as a member says so itself, as with a list.
-/// - **Braces:** hold values of one type, which T takes. What was an allocator, a block allocator or null in braces
-///   before still is: only a literal 0 is an element of a vector-list of numbers.
+/// - **Braces:** hold values of one type, which T takes. `{nullptr}` and `{&allocator}` choose the allocator; `{0}` in
+///   a vector-list of numbers is an element.
 /// - **Failure:** As in CVListBase. What has no result throws std::bad_alloc where memory runs out or the locked
 ///   capacity does not suffice, with the vector-list as it was; without exceptions the program ends with abort().
 ///   Append(), Insert() and Emplace() tell instead; an element that was to be moved in is then still where it was.
@@ -342,7 +343,8 @@ public:
     CVList(CVList&& rSrc) : Sequence(rSrc.m_elementAllocator) { CVListBase::ExchangeContents(rSrc); }
     /// Copies the elements; changes nothing where that fails.
     CVList& operator=(const CVList& rSrc) = default;
-    /// The two vector-lists exchange everything. Not with one that an element of this one holds, as said of CVector.
+    /// The two vector-lists exchange everything, so that the other one has what this one had. Not with one that an
+    /// element of this one holds, as said of CVector.
     CVList& operator=(CVList&& rSrc) = default;
     /// Empty, with the default allocator.
     template <typename Element = T>
