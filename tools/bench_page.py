@@ -131,7 +131,7 @@ def write_header_costs(page):
     page.write("## What a header costs a compile", "Processor time that an include adds, as a multiple of what `<string>` adds. "
                "`framework/framework.h` is all of the library.")
     rows = [f"| `<{name}>` | {measured[name] / unit:.2f} |" for name in peers]
-    rows += [f"| `{name}` | {measured[name] / unit:.2f} |" for name in sorted(measured, key=measured.get, reverse=True)
+    rows += [f"| `{name}` | {max(measured[name], 0) / unit:.2f} |" for name in sorted(measured, key=measured.get, reverse=True)
              if name not in peers]
     page.write("| header | times `<string>` |", "|---|---|", *rows)
 
