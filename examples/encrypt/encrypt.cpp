@@ -116,6 +116,16 @@ void Encrypt(const CBlob& rKey)
     Write(blobOut);
 }
 
+/// Compares the code that follows in standard input with that of what was read.
+void CheckCode(CSha1Mac& rMac, const char* pszElse)
+{
+    CBlob blobMac;
+    Check(rMac.End(&blobMac));
+    unsigned char auMac[g_uMAC_SIZE] = {};
+    CheckCall(std::fread(auMac, 1, g_uMAC_SIZE, stdin) == g_uMAC_SIZE, "standard input");
+    if (!QvIsEqualConstantTime(auMac, blobMac.begin(), g_uMAC_SIZE)) throw std::runtime_error(pszElse);
+}
+
 /// Reads all of standard input, and goes back to its beginning. Gives the number of bytes in front of the code.
 unsigned long Verify(const CBlob& rKey)
 {
@@ -124,14 +134,9 @@ unsigned long Verify(const CBlob& rKey)
     if (nSize < long{g_uIV_SIZE}) throw std::runtime_error("this is no encrypted file");
     std::rewind(stdin);
     CSha1Mac mac;
-    CBlob blobMac;
     Check(mac.Begin(rKey.begin() + g_uKEY_SIZE, g_uKEY_SIZE));
     ForEachChunk(static_cast<unsigned long>(nSize), [&](const CBlob& rIn) { Check(mac.Update(&rIn)); });
-    Check(mac.End(&blobMac));
-    unsigned char auMac[g_uMAC_SIZE] = {};
-    CheckCall(std::fread(auMac, 1, g_uMAC_SIZE, stdin) == g_uMAC_SIZE, "standard input");
-    if (!QvIsEqualConstantTime(auMac, blobMac.begin(), g_uMAC_SIZE))
-        throw std::runtime_error("the file was changed, or encrypted with another key");
+    CheckCode(mac, "the file was changed, or encrypted with another key");
     std::rewind(stdin);
     return static_cast<unsigned long>(nSize);
 }
@@ -140,16 +145,25 @@ void Decrypt(const CBlob& rKey)
 {
     const unsigned long uSize = Verify(rKey);
     CAes aes;
+    CSha1Mac mac;  // once more, since somebody may change the file between the two times that it is read
     CBlob blobOut;
-    ForEachChunk(g_uIV_SIZE, [&](const CBlob& rIv) { BeginAes(aes, CCipher::eACTION_DECRYPT, rKey, rIv); });
+    Check(mac.Begin(rKey.begin() + g_uKEY_SIZE, g_uKEY_SIZE));
+    ForEachChunk(g_uIV_SIZE,
+                 [&](const CBlob& rIv)
+                 {
+                     Check(mac.Update(&rIv));
+                     BeginAes(aes, CCipher::eACTION_DECRYPT, rKey, rIv);
+                 });
     ForEachChunk(uSize - g_uIV_SIZE,
                  [&](const CBlob& rIn)
                  {
+                     Check(mac.Update(&rIn));
                      Check(aes.Update(&rIn, &blobOut, false));
                      Write(blobOut);
                  });
     Check(aes.End(&blobOut, false));
     Write(blobOut);
+    CheckCode(mac, "the file changed while it was read: what was written is worthless");
 }
 
 /// False when there is no such action.

@@ -31,7 +31,7 @@ public:
 
     /// Wait() for at most uTimeoutMs milliseconds; true when the count was lowered.
     ///
-    /// - 0: takes what is free now, never blocks.
+    /// - 0: takes what is free now, and waits for no signal.
     /// - The largest unsigned long: as Wait().
     /// - Anything between: false at once, even when free, unless constructed with bTimedWait.
     bool Wait(unsigned long uTimeoutMs) const;

@@ -142,6 +142,27 @@ TEST_F(EncryptExample, GivesNothingOfAFileThatWasChanged)
     ExpectRefusal(strChanged, RunProgram(g_pszEncrypt, {"d", strOtherKey}, strFile));
 }
 
+// What it writes waits in the pipe meanwhile: it is far from the end of the file.
+TEST_F(EncryptExample, SaysThatTheFileChangedBetweenTheTwoTimesThatItIsRead)
+{
+    const std::string strPath = m_directory.GetPath() / "file";
+    const std::string strFile = Encrypt(RandomText(2000000)).strOutput;
+    std::ofstream(strPath, std::ios::binary) << strFile;
+    const std::string strCommand =
+        std::string("'") + g_pszEncrypt + "' d '" + m_strKeyFile + "' < '" + strPath + "' 2>&1";
+    FILE* const pOutput = popen(strCommand.c_str(), "r");
+    ASSERT_NE(nullptr, pOutput);
+    ASSERT_NE(EOF, std::fgetc(pOutput));
+    std::fstream file(strPath, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(1900000);
+    file.put(static_cast<char>(strFile[1900000] ^ 1));
+    file.close();
+    std::string strOutput;
+    for (int n = std::fgetc(pOutput); n != EOF; n = std::fgetc(pOutput)) strOutput += static_cast<char>(n);
+    EXPECT_NE(0, pclose(pOutput));
+    EXPECT_NE(std::string::npos, strOutput.find("encrypt: the file changed while it was read: "));
+}
+
 TEST_F(EncryptExample, SaysWhatCannotBeReadOrWritten)
 {
     const std::string strNone = m_directory.GetPath() / "none";
