@@ -227,7 +227,8 @@ def for_doxygen(page, by_path, files, children=()):
                 # doxygen shows no code in headings.
                 words = re.sub(r"(?=[<>])", r"\\", escape(plain(found[2])))
                 out.append(f"{found[1]} {words} {{#{label}}}")
-                if heading is page.headings[0] and len(page.headings) > 4 and page.label != "index":
+                # A list that is longer than the window helps nobody.
+                if heading is page.headings[0] and 4 < len(page.headings) < 30 and page.label != "index":
                     out += ["", "[TOC]", ""]
             else:
                 block.append(line)
